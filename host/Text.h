@@ -1,0 +1,32 @@
+#pragma once
+
+#include "platform/datetime.h"
+#include "platform/dicom.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tavrel {
+
+/// "dd/mm/yyyy"; empty without a date.
+std::string DateText(const DateTime& date);
+/// "hh:mm:ss".
+std::string TimeText(const DateTime& time);
+/// "dd/mm/yyyy hh:mm:ss", without the time when it is exactly midnight; empty without a date.
+std::string DateTimeText(const DateTime& dateTime);
+/// "dd/mm/yyyy hh:mm:ss", midnight included.
+std::string FullDateTimeText(const DateTime& dateTime);
+/// Reads "dd/mm/yyyy", with or without a time; nothing when it is no date of the calendar.
+std::optional<DateTime> ParseDate(std::string_view text);
+
+/// The text of a value; nothing is empty text, a date-time as `DateTimeText`.
+std::string TextOf(const Value& value);
+/// The date-time of a value; the zero date-time when it is none.
+DateTime DateTimeOf(const Value& value);
+
+/// Typographic quotes, dashes, ellipsis and blanks in their plain form, so that a text pasted from a
+/// word processor can stand in a report whose character set is Latin-1.
+std::string PlainText(std::string_view text);
+
+} // namespace tavrel

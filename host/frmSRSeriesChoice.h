@@ -1,0 +1,59 @@
+#pragma once
+
+#include "host/Global.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tavrel {
+
+/// The chooser among the reports of a study. Decides without showing itself when there is none or one.
+class frmSRSeriesChoice : public Form {
+public:
+    /// `runNew` is the editor's New.
+    frmSRSeriesChoice(Global& global, std::function<void()> runNew);
+
+    /// Collects the study's report series and, when there are two or more, shows them and returns
+    /// when the person has chosen. One statement for each report series, one file read for each.
+    void ShowSRDocuments(std::string_view studyUid);
+    /// The folder of the chosen report; empty when a new one is to be made.
+    std::string DDO() const;
+    /// -1 after Cancel, which sticks until the form is unloaded and loaded again; 0 otherwise.
+    std::int16_t cancelled() const { return cancelled_; }
+    /// The Series Instance UID of the report chosen with OK in the last `ShowSRDocuments`.
+    const std::string& ChosenSeriesUid() const { return chosenSeriesUid_; }
+
+    void Form_Load();
+    void cmdOk_Click();
+    void cmdNew_Click();
+    void cmdCancel_Click();
+    void FrameClosed() override;
+
+    ListView lstSRSeries;
+    Button cmdOk;
+    Button cmdNew;
+    Button cmdCancel;
+
+private:
+    struct Report {
+        std::string folder;
+        std::string file; ///< the newest version
+        std::shared_ptr<const DcmSRDocument> preview;
+    };
+    void CollectReports(std::string_view studyUid);
+    void ListInit();
+
+    Global& global_;
+    std::function<void()> runNew_;
+    bool loaded_ = false;
+    std::int16_t cancelled_ = 0;
+    std::int16_t selectedIndex_ = 1; ///< from 1; -1 for none
+    std::vector<Report> reports_;
+    std::string chosenSeriesUid_;
+};
+
+} // namespace tavrel

@@ -1,0 +1,128 @@
+#include "platform/controls.h"
+
+#include "platform/error.h"
+
+namespace tavrel {
+namespace {
+
+void RequirePosition(const Control& list, int index, std::size_t count) {
+    if (index < 0 || static_cast<std::size_t>(index) >= count)
+        throw Error(380, list.Name(), list.Name() + " has no line " + std::to_string(index));
+}
+
+} // namespace
+
+void Form::Caption(std::string_view caption) {
+    caption_ = caption;
+    if (changed_)
+        changed_();
+}
+
+Control::Control(Form& form, std::string_view name) : name_(name) {
+    form.controls_.push_back(this);
+}
+
+void Control::Enabled(bool enabled) {
+    Set(enabled_, enabled);
+}
+void Control::Visible(bool visible) {
+    Set(visible_, visible);
+}
+
+void Control::Notify(Change change) {
+    if (changed_)
+        changed_(change);
+}
+
+OptionGroup::OptionGroup(Form& form, std::string_view name, int count) {
+    for (int i = 0; i < count; ++i)
+        options_.emplace_back(form, std::string(name) + "_" + std::to_string(i), *this, i);
+}
+
+void OptionGroup::Unset() {
+    for (auto& option : options_)
+        option.Set(option.value_, false);
+}
+
+void OptionButton::Value(bool value) {
+    if (!value) {
+        Set(value_, false);
+        return;
+    }
+    for (auto& option : group_.options_)
+        option.Set(option.value_, &option == this);
+    if (group_.Click)
+        group_.Click(index_);
+}
+
+void ComboBox::AddItems(std::vector<std::string> items) {
+    items_.insert(items_.end(), std::make_move_iterator(items.begin()), std::make_move_iterator(items.end()));
+    Notify(Change::Items);
+}
+
+void ComboBox::Clear() {
+    items_.clear();
+    Notify(Change::Items);
+}
+
+void ListBox::AddItem(std::string item) {
+    items_.push_back(std::move(item));
+    Notify(Change::Items);
+}
+
+void ListBox::Clear() {
+    items_.clear();
+    listIndex_ = -1;
+    Notify(Change::Items);
+}
+
+void ListBox::ListIndex(int index) {
+    RequirePosition(*this, index, items_.size());
+    listIndex_ = index;
+    Notify(Change::Selection);
+    if (Click)
+        Click();
+}
+
+void ListView::Add(ListItem item) {
+    items_.push_back(std::move(item));
+    Notify(Change::Items);
+}
+
+void ListView::Replace(int index, ListItem item) {
+    RequirePosition(*this, index, items_.size());
+    items_[static_cast<std::size_t>(index)] = std::move(item);
+    Notify(Change::Items);
+}
+
+void ListView::Remove(int index) {
+    RequirePosition(*this, index, items_.size());
+    items_.erase(items_.begin() + index);
+    selected_ = -1;
+    Notify(Change::Items);
+}
+
+void ListView::Clear() {
+    Fill([](auto& items) { items.clear(); });
+}
+
+void ListView::Fill(const std::function<void(std::vector<ListItem>&)>& fill) {
+    struct Told {
+        ListView& list;
+        ~Told() {
+            list.selected_ = -1;
+            list.Notify(Change::Items);
+        }
+    } told{*this};
+    fill(items_);
+}
+
+void ListView::Select(int index) {
+    RequirePosition(*this, index, items_.size());
+    selected_ = index;
+    Notify(Change::Selection);
+    if (ItemClick)
+        ItemClick();
+}
+
+} // namespace tavrel

@@ -1,0 +1,274 @@
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+/// A form is a plain C++ object made of control models. The model is the one truth: the program
+/// changes it and the widget that mirrors it is told by one notification; what a person does comes in
+/// through the functions marked "person". All of it happens on the user-interface thread.
+
+namespace tavrel {
+
+class Control;
+
+/// A window of the program, known by its name; its controls by theirs. Holds no layout.
+class Form {
+public:
+    explicit Form(std::string_view name, std::string_view caption = {}) : name_(name), caption_(caption) {}
+    virtual ~Form() = default;
+    Form(const Form&) = delete;
+    Form& operator=(const Form&) = delete;
+
+    const std::string& Name() const { return name_; }
+    const std::string& Caption() const { return caption_; }
+    void Caption(std::string_view caption);
+    std::span<Control* const> Controls() const { return controls_; }
+
+    /// Person: the window was closed by its frame. The form decides what that means; a form that is
+    /// to go unloads itself.
+    virtual void FrameClosed() = 0;
+
+    /// Called when the caption has changed.
+    void Watch(std::function<void()> changed) { changed_ = std::move(changed); }
+
+private:
+    friend class Control;
+    std::string name_;
+    std::string caption_;
+    std::vector<Control*> controls_;
+    std::function<void()> changed_;
+};
+
+/// What of a control has changed, so that its widget looks at that alone.
+enum class Change {
+    State,     ///< enabled, visible, locked, colour, text, value
+    Items,     ///< the items or rows of a list
+    Selection, ///< the selected item or row
+    Redraw,    ///< nothing; the widget is to draw itself at once
+};
+
+class Control {
+public:
+    /// `form` must outlive the control; it lists the control from now on.
+    Control(Form& form, std::string_view name);
+    virtual ~Control() = default;
+    Control(const Control&) = delete;
+    Control& operator=(const Control&) = delete;
+
+    const std::string& Name() const { return name_; }
+    bool Enabled() const { return enabled_; }
+    void Enabled(bool enabled);
+    bool Visible() const { return visible_; }
+    void Visible(bool visible);
+    /// Draws the control at once.
+    void Refresh() { Notify(Change::Redraw); }
+
+    /// The widget's one notification; an empty function ends it.
+    void Watch(std::function<void(Change)> changed) { changed_ = std::move(changed); }
+
+protected:
+    void Notify(Change change);
+    /// Stores `value` and tells the widget when it differs.
+    template <typename T, typename U> void Set(T& field, const U& value) {
+        if (field == value)
+            return;
+        field = value;
+        Notify(Change::State);
+    }
+
+private:
+    std::string name_;
+    bool enabled_ = true;
+    bool visible_ = true;
+    std::function<void(Change)> changed_;
+};
+
+/// Groups controls; while it is disabled all of them are out of reach.
+class Frame : public Control {
+public:
+    using Control::Control;
+};
+
+class Label : public Control {
+public:
+    /// How a label is set off from the rest; the widget picks the colours.
+    enum class Tone { Neutral, Attention, Settled };
+
+    Label(Form& form, std::string_view name, std::string_view text = {}) : Control(form, name), text_(text) {}
+    const std::string& Text() const { return text_; }
+    void Text(std::string_view text) { Set(text_, text); }
+    Label::Tone Emphasis() const { return tone_; }
+    void Emphasis(Label::Tone tone) { Set(tone_, tone); }
+
+private:
+    std::string text_;
+    Label::Tone tone_ = Tone::Neutral;
+};
+
+class TextBox : public Control {
+public:
+    using Control::Control;
+    const std::string& Text() const { return text_; }
+    void Text(std::string_view text) { Set(text_, text); }
+    /// A locked box can be read, scrolled and copied but not typed into.
+    bool Locked() const { return locked_; }
+    void Locked(bool locked) { Set(locked_, locked); }
+    /// Drawn in the colour of a button's face, as a thing that is not for typing.
+    bool ButtonFace() const { return buttonFace_; }
+    void ButtonFace(bool buttonFace) { Set(buttonFace_, buttonFace); }
+
+    /// What typed or pasted text becomes before it stands in the box.
+    std::function<std::string(std::string_view)> Filter;
+    /// What a typed character code becomes; pasted text does not pass here.
+    std::function<std::int16_t(std::int16_t)> KeyPress;
+    /// A key was pressed here and released: its virtual key code (27 Escape, 40 Down, 46 Delete).
+    std::function<void(int keyCode)> KeyUp;
+
+    /// Person: the box now reads `text`, which the widget has passed through `Filter`.
+    void Typed(std::string_view text) { text_ = text; }
+
+private:
+    std::string text_;
+    bool locked_ = false;
+    bool buttonFace_ = false;
+};
+
+class Button : public Control {
+public:
+    using Control::Control;
+    std::function<void()> Click;
+    /// Person: pressed. A disabled button does nothing.
+    void Press() {
+        if (Enabled() && Click)
+            Click();
+    }
+};
+
+class OptionGroup;
+
+/// One of a group of options of which at most one is set.
+class OptionButton : public Control {
+public:
+    bool Value() const { return value_; }
+    /// Setting it unsets its neighbours and raises the group's click, also when it was set already.
+    void Value(bool value);
+    /// Person: chosen. A disabled option does nothing.
+    void Press() {
+        if (Enabled())
+            Value(true);
+    }
+    OptionButton(Form& form, std::string_view name, OptionGroup& group, int index)
+        : Control(form, name), group_(group), index_(index) {}
+
+private:
+    friend class OptionGroup;
+    OptionGroup& group_;
+    int index_;
+    bool value_ = false;
+};
+
+/// The options `name(0)`, `name(1)`, ...; each is a control called `name_0`, `name_1`, ...
+class OptionGroup {
+public:
+    OptionGroup(Form& form, std::string_view name, int count);
+    OptionButton& operator()(int index) { return options_.at(static_cast<std::size_t>(index)); }
+    const OptionButton& operator()(int index) const { return options_.at(static_cast<std::size_t>(index)); }
+    /// Unsets every option; raises nothing.
+    void Unset();
+    std::function<void(int index)> Click;
+
+private:
+    friend class OptionButton;
+    std::deque<OptionButton> options_;
+};
+
+/// An editable box with a list to pick from.
+class ComboBox : public Control {
+public:
+    using Control::Control;
+    const std::string& Text() const { return text_; }
+    void Text(std::string_view text) { Set(text_, text); }
+    const std::vector<std::string>& Items() const { return items_; }
+    /// Appends these items; the widget is told once.
+    void AddItems(std::vector<std::string> items);
+    void Clear();
+
+    /// Person: typed or picked.
+    void Typed(std::string_view text) { text_ = text; }
+
+private:
+    std::string text_;
+    std::vector<std::string> items_;
+};
+
+/// A list of lines of which one may be selected. Positions are 0-based, -1 is none.
+class ListBox : public Control {
+public:
+    using Control::Control;
+    const std::vector<std::string>& Items() const { return items_; }
+    int ListCount() const { return static_cast<int>(items_.size()); }
+    void AddItem(std::string item);
+    void Clear();
+
+    int ListIndex() const { return listIndex_; }
+    /// Selects a line and raises `Click`, also when it was selected already and whether the program
+    /// or a person did it.
+    void ListIndex(int index);
+    std::function<void()> Click;
+
+private:
+    std::vector<std::string> items_;
+    int listIndex_ = -1;
+};
+
+struct ListItem {
+    std::string text;                  ///< the first column
+    std::string tag;                   ///< not shown
+    std::vector<std::string> subItems; ///< the columns after the first
+};
+
+/// A table of rows of which one may be selected. Positions are 0-based, -1 is none. The widget reads
+/// the rows from here and keeps no copy.
+class ListView : public Control {
+public:
+    ListView(Form& form, std::string_view name, std::vector<std::string> columns)
+        : Control(form, name), columns_(std::move(columns)) {}
+
+    const std::vector<std::string>& Columns() const { return columns_; }
+    const std::vector<ListItem>& Items() const { return items_; }
+    int Count() const { return static_cast<int>(items_.size()); }
+    const ListItem& Item(int index) const { return items_.at(static_cast<std::size_t>(index)); }
+
+    void Add(ListItem item);
+    void Replace(int index, ListItem item);
+    void Remove(int index);
+    void Clear();
+    /// Changes the rows in `fill` and tells the widget once, also when `fill` fails half way. The
+    /// selection is gone afterwards.
+    void Fill(const std::function<void(std::vector<ListItem>&)>& fill);
+
+    int SelectedIndex() const { return selected_; }
+    /// Selects a row and raises `ItemClick`, whether the program or a person did it.
+    void Select(int index);
+    std::function<void()> ItemClick;
+    std::function<void()> DoubleClick;
+
+    /// Person: double-clicked or pressed Enter on the selected row.
+    void Activate() {
+        if (Enabled() && DoubleClick)
+            DoubleClick();
+    }
+
+private:
+    std::vector<std::string> columns_;
+    std::vector<ListItem> items_;
+    int selected_ = -1;
+};
+
+} // namespace tavrel

@@ -1,0 +1,105 @@
+#pragma once
+
+#include "platform/datetime.h"
+
+#include <compare>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <variant>
+
+namespace tavrel {
+
+/// The address of a data element (DICOM PS3.5, 7.1).
+struct Tag {
+    std::uint16_t group;
+    std::uint16_t element;
+    auto operator<=>(const Tag&) const = default;
+};
+
+/// The value of an element: nothing (the element is absent or empty), text in UTF-8 with line ends
+/// CR LF, a date-time (VR DA, TM, DT), or an integer.
+using Value = std::variant<std::monostate, std::string, DateTime, std::int16_t>;
+
+class DicomDataSet;
+using DataSetHandle = std::shared_ptr<DicomDataSet>;
+
+/// One data set or sequence item. A handle is a reference: it stays live, and a write to an item
+/// shows in the data set that holds it, until that item is replaced; then the handle keeps the item
+/// that it named. Every failure is an `Error`.
+class DicomDataSet {
+public:
+    virtual ~DicomDataSet() = default;
+
+    /// The value at `valueIndex`. Reading never fails for an odd `vr`: the element's own VR counts.
+    /// Index 0 of an LO, SH, PN or UT answers the whole text.
+    virtual Value GetValue(Tag tag, std::string_view vr, int valueIndex = 0) const = 0;
+
+    /// Creates or replaces the element. Text is not judged here but when the data set is saved or
+    /// sent. An unknown VR, and a value that is no IS or UI where one is asked for, are errors.
+    virtual void SetValue(Tag tag, std::string_view vr, int valueIndex, const Value& value) = 0;
+
+    /// Writes a DICOM file (PS3.10), explicit VR little endian, in the character set that the data
+    /// set declares; whole or not at all. A character that the set lacks is an error that names it.
+    virtual void SaveToFile(std::string_view path) const = 0;
+
+    virtual int GetSequenceItemCount(Tag sequence) const = 0;
+
+    /// The item at the 0-based `index`, or no object when there is no such item.
+    virtual DataSetHandle GetSequenceItem(Tag sequence, int index) const = 0;
+
+    /// Puts `item` at the 0-based `index`, replacing what stands there; index = count appends.
+    /// The handle given is the item from then on. An item of another sequence is copied in.
+    virtual void SetSequenceItem(Tag sequence, int index, const DataSetHandle& item) = 0;
+
+    /// Sends the data set to a storage service (C-STORE, PS3.4 annex B) in one association and
+    /// returns when the service has answered with success and its store event has been handled.
+    /// Bounded: 5 s to connect, 30 s for each answer. A version that could not be sent is kept as a
+    /// file, which the error's description names. Errors before connecting: no study or series UID,
+    /// a UID over 64 characters, an AE title over 16, text that the declared set cannot hold.
+    virtual void StoreToNode(std::string_view host, std::string_view port, std::string_view callingAe,
+                             std::string_view calledAe, bool wait) = 0;
+};
+
+/// An ordered list of data sets; a report keeps its versions in one. Indexes are 0-based; an index
+/// that names no data set is the error "No data set at index N".
+class DataSetList {
+public:
+    virtual ~DataSetList() = default;
+
+    /// Reads one DICOM file and appends it. The file's structure is checked whole before anything
+    /// is appended; its elements are parsed when something asks for them.
+    virtual void LoadFile(std::string_view path, int flag = -1, int reserved = 0) = 0;
+    /// Called after every LoadFile; keeps the order of loading.
+    virtual void Arrange(int order) = 0;
+
+    virtual int Count() const = 0;
+    /// The same as Count, asked right after loading.
+    virtual int ItemCount() const = 0;
+
+    /// Appends a new empty data set (`source` -1) or a copy of the one at `source`, which shares
+    /// nothing with it.
+    virtual void AddDataSet(int source) = 0;
+    virtual DataSetHandle Item(int index) const = 0;
+
+    virtual Value GetElementValue(int index, Tag tag, std::string_view vr, int valueIndex = 0) const = 0;
+    virtual void SetElementValue(int index, Tag tag, std::string_view vr, int valueIndex, const Value& value) = 0;
+    virtual std::string GetElementString(int index, Tag tag) const = 0;
+    virtual void SetElementString(int index, Tag tag, std::string_view vr, std::string_view text) = 0;
+};
+
+/// Makes the objects of the DICOM data-object library.
+class DicomLibrary {
+public:
+    virtual ~DicomLibrary() = default;
+    virtual DataSetHandle NewDataSet() = 0;
+    virtual std::shared_ptr<DataSetList> NewDataSetList() = 0;
+
+    /// The series of these image files, in their order. A file is opened when one of its elements is
+    /// first asked for and never read beyond its header, so a series costs as much as is looked at.
+    virtual std::shared_ptr<DataSetList> OpenImageSeries(std::span<const std::string> paths) = 0;
+};
+
+} // namespace tavrel

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+namespace tavrel {
+
+class Process {
+public:
+    virtual ~Process() = default;
+
+    /// Whether an automation request started the process; otherwise a person did.
+    virtual bool StartedByAutomation() const = 0;
+    /// The folder of the executable, without a separator at its end.
+    virtual std::string ApplicationFolder() const = 0;
+    /// Ends the process at once: clients see it go, nothing is asked or saved. Callers return right
+    /// after it all the same, so that a test can watch it.
+    virtual void End() = 0;
+};
+
+/// Knows who works at the workstation.
+class UserInformation {
+public:
+    virtual ~UserInformation() = default;
+    virtual std::string UserName() const = 0;
+};
+
+/// Makes user-information objects; every start-up takes a fresh one.
+class UserInformationFactory {
+public:
+    virtual ~UserInformationFactory() = default;
+    virtual std::unique_ptr<UserInformation> NewUserInformation() = 0;
+};
+
+} // namespace tavrel

@@ -1,0 +1,129 @@
+#pragma once
+
+#include "host/Global.h"
+#include "sr/ContentNode.h"
+#include "sr/ObservationContext.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tavrel {
+
+/// A report: a Basic Text SR document (DICOM PS3.3, A.35.1) whose saved states are kept in order as
+/// data sets, and the content being edited as plain objects. Version indexes are 0-based; lists of
+/// observers, findings, diagnoses and labels are numbered from 1. Unless said otherwise a failure is
+/// an `Error` for the caller.
+class DcmSRDocument {
+public:
+    enum Status : int { Approved = 0, Pending = 1 };
+
+    explicit DcmSRDocument(Global& global);
+
+    /// An empty report: no versions, pending.
+    void Clear();
+    /// A new report of one unwritten version for the study of an image.
+    void CreateFromDDO(const DataSetList& images, std::int16_t imageIndex);
+
+    /// Loads one SR file as the only version. Content that a file does not hold stays as it was.
+    void LoadFile(std::string_view path);
+    /// As `LoadFile`, but a failure is the caller's and nothing is shown.
+    void OpenFile(std::string_view path);
+    /// Loads every "*.dcm" of a folder as the versions and shows the last one. Cost grows with the
+    /// size of the files, which are checked whole; only the last one is parsed.
+    void LoadSeries(std::string_view folder);
+
+    /// Writes a new version and files the version at `VersionIndex`. Reports its own failures.
+    void Save(std::string_view path);
+    /// Writes a new version and sends it to the workstation's storage service. Reports its own failures.
+    void Send();
+
+    std::shared_ptr<DataSetList> Series() const { return series_; }
+    void Series(std::shared_ptr<DataSetList> versions) { series_ = std::move(versions); }
+
+    std::int16_t NumVersions() const;
+    std::int16_t VersionIndex() const { return versionIndex_; }
+    void VersionIndex(std::int16_t index);
+    /// Makes a version the current one and reads its content; the labels stay.
+    void GotoVersion(std::int16_t index);
+    std::int16_t VersionCount() const;
+    /// The label of a version, numbered from 1.
+    const std::string& Version(std::int16_t index) const;
+
+    bool Updated() const { return updated_; }
+    void Updated(bool updated) { updated_ = updated; }
+    int status() const { return status_; }
+    void status(int status);
+    /// Only the last version of a pending report can be edited.
+    bool ReadOnly() const;
+    bool LoadedComplete() const { return loadedComplete_; }
+    bool IsProprietary() const { return false; }
+
+    /// The physician who saved the report last, before any approval; none when nobody has.
+    const ObservationContext* Referring() const;
+    /// The physician who approved the report; none while it is pending.
+    const ObservationContext* Approver() const;
+    const std::vector<ObservationContext>& Observers() const { return observers_; }
+
+    std::string PatientName() const;
+    std::string PatientSex() const;
+    DateTime PatientBirthday() const;
+    std::string PatientID() const;
+    DateTime StudyDate() const;
+    std::string StudyDescription() const;
+    std::string ReferringPhysician() const;
+
+    void GetTitle(std::string& scheme, std::string& code, std::string& meaning, std::string& annotation) const;
+    /// Changes nothing when only the meaning differs: the code stands for it.
+    void SetTitle(std::string_view scheme, std::string_view code, std::string_view meaning,
+                  std::string_view annotation);
+    void GetBodyPart(std::string& scheme, std::string& code, std::string& meaning) const;
+    /// Changes nothing when only the meaning differs: the code stands for it.
+    void SetBodyPart(std::string_view scheme, std::string_view code, std::string_view meaning);
+    const ContentNode& BodyPartNode() const { return bodyPartNode_; }
+
+    const std::string& Reading() const { return reading_; }
+    void Reading(std::string_view text);
+
+    std::int16_t GetFindingCount() const;
+    void DeleteFinding(std::int16_t index);
+    void GetFinding(std::int16_t index, std::string& scheme, std::string& code, std::string& meaning,
+                    std::string& annotation) const;
+    /// Edits the entry at `index`; an index below 0 or above the count appends one.
+    void SetFinding(std::int16_t index, std::string_view scheme, std::string_view code, std::string_view meaning,
+                    std::string_view annotation);
+    std::int16_t GetDiagnosisCount() const;
+    void DeleteDiagnosis(std::int16_t index);
+    void GetDiagnosis(std::int16_t index, std::string& scheme, std::string& code, std::string& meaning,
+                      std::string& annotation) const;
+    void SetDiagnosis(std::int16_t index, std::string_view scheme, std::string_view code, std::string_view meaning,
+                      std::string_view annotation);
+
+private:
+    void ReadContent(const DicomDataSet& dataSet);
+    void ReadLastVersion();
+    void BuildVersionLabels();
+    /// Writes the content into the version to be filed; a failure is shown and what was written stays.
+    void WriteVersion();
+    Value CurrentValue(Tag tag, std::string_view vr) const;
+
+    Global& global_;
+    std::int16_t versionIndex_ = -1;
+    bool updated_ = false;
+    bool loadedComplete_ = false;
+    std::vector<ObservationContext> observers_;
+    int status_ = Pending;
+    ContentNode titleNode_;
+    ContentNode bodyPartNode_;
+    std::string reading_;
+    std::vector<ContentNode> diagnoses_;
+    std::vector<ContentNode> findings_;
+    std::vector<std::string> versionLabels_;
+    /// The last data set is a version not yet written: the next write fills it in place.
+    bool freshVersion_ = true;
+    std::shared_ptr<DataSetList> series_;
+};
+
+} // namespace tavrel
