@@ -1,0 +1,63 @@
+#include "platform/dbus/DbusServiceEmitter.h"
+
+#include "platform/error.h"
+
+#include <QDBusConnectionInterface>
+#include <QDBusError>
+#include <QDBusMessage>
+
+namespace tavrel {
+
+namespace {
+
+constexpr auto busName = "Porvane.Service";
+constexpr auto connectionName = "porvane-events";
+
+QString Text(const std::string& text) {
+    return QString::fromStdString(text);
+}
+
+} // namespace
+
+DbusServiceEmitter::DbusServiceEmitter()
+    : bus_(QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionName)) {
+    if (!bus_.isConnected())
+        throw Error(bus_.lastError().type(), busName,
+                    "There is no session bus to tell stored reports on: " + bus_.lastError().message().toStdString());
+    const auto reply = bus_.interface()->registerService(busName, QDBusConnectionInterface::DontQueueService,
+                                                         QDBusConnectionInterface::DontAllowReplacement);
+    if (reply.value() == QDBusConnectionInterface::ServiceRegistered)
+        return;
+    QDBusConnection::disconnectFromBus(connectionName);
+    throw Error(QDBusError::AddressInUse, busName,
+                "Another process has the name \"Porvane.Service\" on the session bus.");
+}
+
+DbusServiceEmitter::~DbusServiceEmitter() {
+    QDBusConnection::disconnectFromBus(connectionName);
+}
+
+void DbusServiceEmitter::OnConnection(const std::string& callingAe, const std::string& calledAe,
+                                      const std::string& peer) {
+    Emit("OnConnection", {Text(callingAe), Text(calledAe), Text(peer)});
+}
+
+void DbusServiceEmitter::OnEndConnection(const std::string& callingAe, const std::string& calledAe,
+                                         const std::string& peer) {
+    Emit("OnEndConnection", {Text(callingAe), Text(calledAe), Text(peer)});
+}
+
+void DbusServiceEmitter::OnStore(const std::string& callingAe, const std::string& calledAe,
+                                 const std::string& sopClassUid, const std::string& sopInstanceUid,
+                                 const std::string& seriesUid, const std::string& path) {
+    Emit("OnStore",
+         {Text(callingAe), Text(calledAe), Text(sopClassUid), Text(sopInstanceUid), Text(seriesUid), Text(path)});
+}
+
+void DbusServiceEmitter::Emit(const QString& signal, const QVariantList& arguments) {
+    auto message = QDBusMessage::createSignal("/Porvane/Service", busName, signal);
+    message.setArguments(arguments);
+    bus_.send(message);
+}
+
+} // namespace tavrel

@@ -1,0 +1,36 @@
+#include "platform/posix/PosixProcess.h"
+
+#include "platform/error.h"
+#include "platform/paths.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <string_view>
+#include <system_error>
+
+namespace tavrel {
+
+PosixProcess::PosixProcess(int argumentCount, const char* const* arguments)
+    : startedByAutomation_(std::any_of(arguments, arguments + argumentCount,
+                                       [](std::string_view argument) { return argument == "--automation"; })) {}
+
+std::string PosixProcess::ApplicationFolder() const {
+    std::error_code failure;
+    const auto executable = std::filesystem::read_symlink("/proc/self/exe", failure);
+    if (failure)
+        throw Error(failure.value(), "Process", "Cannot tell the program's own folder: " + failure.message());
+    auto folder = InsidePath(executable.parent_path().string());
+    if (folder.ends_with('\\'))
+        folder.pop_back();
+    return folder;
+}
+
+void PosixProcess::End() {
+    for (const auto& hook : endHooks_)
+        hook();
+    _exit(0);
+}
+
+} // namespace tavrel

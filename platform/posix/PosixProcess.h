@@ -1,0 +1,30 @@
+#pragma once
+
+#include "platform/process.h"
+
+#include <functional>
+#include <vector>
+
+namespace tavrel {
+
+class PosixProcess final : public Process {
+public:
+    /// The arguments of `main`. The reserved argument "--automation", which the bus's service file
+    /// gives, tells an automation start from a person's.
+    PosixProcess(int argumentCount, const char* const* arguments);
+
+    bool StartedByAutomation() const override { return startedByAutomation_; }
+    std::string ApplicationFolder() const override;
+    /// Runs the end hooks in the order of their registration and leaves with status 0; no destructor
+    /// runs.
+    void End() override;
+
+    /// Registers something to be done at the end. It must be bounded and raise nothing.
+    void AtEnd(std::function<void()> hook) { endHooks_.push_back(std::move(hook)); }
+
+private:
+    bool startedByAutomation_;
+    std::vector<std::function<void()>> endHooks_;
+};
+
+} // namespace tavrel

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "platform/process.h"
+
+namespace tavrel {
+
+class PosixUserInformation final : public UserInformation {
+public:
+    /// The logged-on user's account name; the number of an account without a name.
+    std::string UserName() const override;
+};
+
+class PosixUserInformationFactory final : public UserInformationFactory {
+public:
+    std::unique_ptr<UserInformation> NewUserInformation() override { return std::make_unique<PosixUserInformation>(); }
+};
+
+} // namespace tavrel

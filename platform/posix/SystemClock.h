@@ -1,0 +1,12 @@
+#pragma once
+
+#include "platform/clock.h"
+
+namespace tavrel {
+
+class SystemClock final : public Clock {
+public:
+    DateTime Now() const override;
+};
+
+} // namespace tavrel
