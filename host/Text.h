@@ -3,11 +3,15 @@
 #include "platform/datetime.h"
 #include "platform/dicom.h"
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
 
 namespace tavrel {
+
+/// The number in decimal, with leading zeros up to `width` digits.
+std::string Padded(int number, std::size_t width);
 
 /// "dd/mm/yyyy"; empty without a date.
 std::string DateText(const DateTime& date);
@@ -25,8 +29,9 @@ std::string TextOf(const Value& value);
 /// The date-time of a value; the zero date-time when it is none.
 DateTime DateTimeOf(const Value& value);
 
-/// Typographic quotes, dashes, ellipsis and blanks in their plain form, so that a text pasted from a
-/// word processor can stand in a report whose character set is Latin-1.
+/// Typographic quotes, dashes, ellipsis, bullets, ligatures and blanks in their plain form, so that a
+/// text pasted from a word processor can stand in a report whose character set is Latin-1. What
+/// Latin-1 holds stays as it is, and so does every letter.
 std::string PlainText(std::string_view text);
 
 } // namespace tavrel

@@ -22,6 +22,8 @@ public:
     /// Writes the concept as an item of the Concept Name Code Sequence (0040,A043) of `dataSet`; a
     /// negative `position` appends and becomes the item's index.
     void ConceptMacroAppend(DicomLibrary& dicom, DicomDataSet& dataSet, std::int16_t& position) const;
+
+    bool operator==(const ContentNode&) const = default;
 };
 
 } // namespace tavrel

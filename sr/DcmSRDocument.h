@@ -103,10 +103,15 @@ public:
 
 private:
     void ReadContent(const DicomDataSet& dataSet);
-    void ReadLastVersion();
     void BuildVersionLabels();
     /// Writes the content into the version to be filed; a failure is shown and what was written stays.
     void WriteVersion();
+    void WriteObserver(DicomDataSet& version, const DateTime& now) const;
+    void WritePredecessors(DicomDataSet& version) const;
+    void WriteTextItem(DicomDataSet& version, int index, const ContentNode& content) const;
+    /// The versions. An error when `Series` has been set to no object.
+    DataSetList& Versions() const;
+    std::int16_t LastVersion() const;
     Value CurrentValue(Tag tag, std::string_view vr) const;
 
     Global& global_;

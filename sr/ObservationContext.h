@@ -13,7 +13,9 @@ public:
     std::string ObserverOrganization; ///< (0040,A027) LO
     DateTime ObservationDateTime;     ///< (0040,A030) DT
 
+    /// Fills the observer from such an item.
     void DicomObject(const DataSetHandle& item);
+    /// A new item with the observer.
     DataSetHandle DicomObject(DicomLibrary& dicom) const;
 };
 

@@ -1,0 +1,145 @@
+#include "host/Text.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+
+namespace tavrel {
+
+std::string Padded(int number, std::size_t width) {
+    const std::string digits = std::to_string(number);
+    return std::string(width - std::min(width, digits.size()), '0') + digits;
+}
+
+std::string DateText(const DateTime& date) {
+    if (!date.HasDate())
+        return {};
+    return Padded(date.day, 2) + "/" + Padded(date.month, 2) + "/" + Padded(date.year, 4);
+}
+
+std::string TimeText(const DateTime& time) {
+    return Padded(time.hour, 2) + ":" + Padded(time.minute, 2) + ":" + Padded(time.second, 2);
+}
+
+std::string DateTimeText(const DateTime& dateTime) {
+    const bool midnight = dateTime.hour == 0 && dateTime.minute == 0 && dateTime.second == 0;
+    return midnight ? DateText(dateTime) : FullDateTimeText(dateTime);
+}
+
+std::string FullDateTimeText(const DateTime& dateTime) {
+    if (!dateTime.HasDate())
+        return {};
+    return DateText(dateTime) + " " + TimeText(dateTime);
+}
+
+namespace {
+
+/// In a shape a "0" stands for any digit, every other character for itself.
+bool HasShape(std::string_view text, std::string_view shape) {
+    const auto fits = [](char character, char wanted) {
+        return wanted == '0' ? character >= '0' && character <= '9' : character == wanted;
+    };
+    return std::equal(text.begin(), text.end(), shape.begin(), shape.end(), fits);
+}
+
+template <typename Integer> Integer NumberAt(std::string_view text, std::size_t position, std::size_t length) {
+    int number = 0;
+    for (const char digit : text.substr(position, length))
+        number = number * 10 + (digit - '0');
+    return static_cast<Integer>(number);
+}
+
+bool IsOfTheCalendar(const DateTime& date) {
+    using namespace std::chrono;
+    return date.HasDate() && year_month_day{year{date.year}, month{static_cast<unsigned>(date.month)},
+                                            day{static_cast<unsigned>(date.day)}}
+                                 .ok();
+}
+
+/// Characters of three bytes in UTF-8, from the first to the last, and what stands for each.
+struct Folding {
+    std::string_view first;
+    std::string_view last;
+    std::string_view plain;
+};
+
+constexpr std::array Foldings = {
+    Folding{"\u2000", "\u200A", " "},  // quads, em and en spaces, thin and hair space
+    Folding{"\u200B", "\u200F", ""},   // zero-width space, joiners, direction marks
+    Folding{"\u2010", "\u2015", "-"},  // hyphens, figure, en and em dash, bar
+    Folding{"\u2018", "\u201B", "'"},  // single quotes
+    Folding{"\u201C", "\u201F", "\""}, // double quotes
+    Folding{"\u2022", "\u2023", "-"},  // bullets
+    Folding{"\u2024", "\u2024", "."},  // one dot leader
+    Folding{"\u2025", "\u2025", ".."}, // two dot leader
+    Folding{"\u2026", "\u2026", "..."}, Folding{"\u2028", "\u2029", "\r\n"}, // line and paragraph separator
+    Folding{"\u202A", "\u202E", ""},                                         // direction embeddings
+    Folding{"\u202F", "\u202F", " "},                                        // narrow no-break space
+    Folding{"\u2032", "\u2032", "'"},                                        // prime
+    Folding{"\u2033", "\u2033", "\""},                                       // double prime
+    Folding{"\u2039", "\u2039", "<"},   Folding{"\u203A", "\u203A", ">"},    // single angle quotes
+    Folding{"\u2043", "\u2043", "-"},                                        // hyphen bullet
+    Folding{"\u2044", "\u2044", "/"},                                        // fraction slash
+    Folding{"\u205F", "\u205F", " "},                                        // mathematical space
+    Folding{"\u2060", "\u2060", ""},                                         // word joiner
+    Folding{"\u2212", "\u2212", "-"},                                        // minus
+    Folding{"\u25AA", "\u25AA", "-"},                                        // square bullet
+    Folding{"\u25CF", "\u25CF", "-"},                                        // round bullet
+    Folding{"\u25E6", "\u25E6", "-"},                                        // white bullet
+    Folding{"\u3000", "\u3000", " "},                                        // ideographic space
+    Folding{"\uFB00", "\uFB00", "ff"},  Folding{"\uFB01", "\uFB01", "fi"},
+    Folding{"\uFB02", "\uFB02", "fl"},  Folding{"\uFB03", "\uFB03", "ffi"},
+    Folding{"\uFB04", "\uFB04", "ffl"}, Folding{"\uFEFF", "\uFEFF", ""}, // byte order mark
+};
+
+} // namespace
+
+std::optional<DateTime> ParseDate(std::string_view text) {
+    const bool withTime = HasShape(text, "00/00/0000 00:00:00");
+    if (!withTime && !HasShape(text, "00/00/0000"))
+        return std::nullopt;
+    DateTime date;
+    date.day = NumberAt<std::int8_t>(text, 0, 2);
+    date.month = NumberAt<std::int8_t>(text, 3, 2);
+    date.year = NumberAt<std::int16_t>(text, 6, 4);
+    if (withTime) {
+        date.hour = NumberAt<std::int8_t>(text, 11, 2);
+        date.minute = NumberAt<std::int8_t>(text, 14, 2);
+        date.second = NumberAt<std::int8_t>(text, 17, 2);
+    }
+    const bool timeOfDay = date.hour < 24 && date.minute < 60 && date.second < 60;
+    return IsOfTheCalendar(date) && timeOfDay ? std::optional(date) : std::nullopt;
+}
+
+std::string TextOf(const Value& value) {
+    if (const auto* text = std::get_if<std::string>(&value))
+        return *text;
+    if (const auto* dateTime = std::get_if<DateTime>(&value))
+        return DateTimeText(*dateTime);
+    if (const auto* number = std::get_if<std::int16_t>(&value))
+        return std::to_string(*number);
+    return {};
+}
+
+DateTime DateTimeOf(const Value& value) {
+    const auto* dateTime = std::get_if<DateTime>(&value);
+    return dateTime ? *dateTime : DateTime{};
+}
+
+std::string PlainText(std::string_view text) {
+    std::string plain;
+    plain.reserve(text.size());
+    while (!text.empty()) {
+        const bool threeBytes = (static_cast<unsigned char>(text.front()) & 0xF0) == 0xE0;
+        const std::string_view character = text.substr(0, threeBytes ? 3 : 1);
+        // UTF-8 sorts as its code points do.
+        const auto folding = std::find_if(Foldings.begin(), Foldings.end(), [character](const Folding& row) {
+            return row.first <= character && character <= row.last;
+        });
+        plain += folding == Foldings.end() ? character : folding->plain;
+        text.remove_prefix(character.size());
+    }
+    return plain;
+}
+
+} // namespace tavrel

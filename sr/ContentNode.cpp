@@ -1,0 +1,32 @@
+#include "sr/ContentNode.h"
+
+#include "host/Attributes.h"
+#include "host/Catalogue.h"
+#include "host/Text.h"
+
+namespace tavrel {
+
+void ContentNode::DicomObject(const DataSetHandle& codeItem) {
+    const auto read = [&](Tag tag, std::string_view vr) {
+        return codeItem ? TextOf(codeItem->GetValue(tag, vr)) : std::string();
+    };
+    Code = read(attribute::CodeValue, "SH");
+    CodeScheme = read(attribute::CodingSchemeDesignator, "SH");
+    CodeMeaning = read(attribute::CodeMeaning, "LO");
+}
+
+DataSetHandle ContentNode::DicomObject(DicomLibrary& dicom) const {
+    const DataSetHandle item = dicom.NewDataSet();
+    item->SetValue(attribute::ValueType, "CS", 0, "TEXT");
+    std::int16_t position = -1;
+    ConceptMacroAppend(dicom, *item, position);
+    // LO, although the standard's Text Value is UT: readers of this form expect it so.
+    item->SetValue(attribute::TextValue, "LO", 0, Annotation);
+    return item;
+}
+
+void ContentNode::ConceptMacroAppend(DicomLibrary& dicom, DicomDataSet& dataSet, std::int16_t& position) const {
+    AppendCodeItem(dicom, dataSet, attribute::ConceptNameCodeSequence, CodeScheme, Code, CodeMeaning, position);
+}
+
+} // namespace tavrel

@@ -1,0 +1,213 @@
+#include "sr/DcmSRDocument.h"
+
+#include "host/Attributes.h"
+#include "host/Catalogue.h"
+#include "host/ErrorReport.h"
+#include "host/Text.h"
+
+#include <array>
+
+namespace tavrel {
+
+namespace {
+
+enum class Copy { Value, Text };
+
+struct CopiedAttribute {
+    Tag tag;
+    std::string_view vr;
+    Copy how;
+};
+
+/// What a new report takes from an image of its study.
+constexpr std::array CopiedAttributes = {
+    CopiedAttribute{attribute::PatientName, "PN", Copy::Text},
+    CopiedAttribute{attribute::PatientId, "LO", Copy::Value},
+    CopiedAttribute{attribute::PatientBirthDate, "DA", Copy::Value},
+    CopiedAttribute{attribute::PatientSex, "CS", Copy::Value},
+    CopiedAttribute{attribute::StudyDate, "DA", Copy::Value},
+    CopiedAttribute{attribute::StudyTime, "TM", Copy::Value},
+    CopiedAttribute{attribute::ReferringPhysicianName, "PN", Copy::Value},
+    CopiedAttribute{attribute::ReferringPhysicianName, "PN", Copy::Text},
+    CopiedAttribute{attribute::AccessionNumber, "SH", Copy::Value},
+    CopiedAttribute{attribute::StudyDescription, "LO", Copy::Value},
+    CopiedAttribute{attribute::StudyInstanceUid, "UI", Copy::Value},
+    CopiedAttribute{Tag{0x0020, 0x0008}, "SH", Copy::Value}, // not the Study ID: the suite's files carry this one
+};
+
+/// One more than the highest series number of the study, whatever the modality.
+std::string NextSeriesNumber(Connection& catalogue, const std::string& studyUid) {
+    const auto highest = catalogue.OpenResultSet(
+        "SELECT Max(SeriesNumber) as SRCount From Series WHERE StudyInstanceUID='" + studyUid + "'");
+    const std::string number(highest->Field("SRCount").value_or("0"));
+    highest->Close();
+    return std::to_string(std::stol(number) + 1);
+}
+
+std::string LabelPart(const Value& value, std::string (*text)(const DateTime&)) {
+    const auto* dateTime = std::get_if<DateTime>(&value);
+    return dateTime ? text(*dateTime) : TextOf(value);
+}
+
+} // namespace
+
+DcmSRDocument::DcmSRDocument(Global& global) : global_(global) {
+    Clear();
+}
+
+void DcmSRDocument::Clear() {
+    status_ = Pending;
+    versionIndex_ = -1;
+    series_ = global_.ports.dicom.NewDataSetList();
+    updated_ = false;
+    observers_.clear();
+    titleNode_ = {};
+    bodyPartNode_ = {};
+    reading_.clear();
+    loadedComplete_ = false;
+    freshVersion_ = true;
+    versionLabels_.clear();
+    diagnoses_.clear();
+    findings_.clear();
+}
+
+void DcmSRDocument::CreateFromDDO(const DataSetList& images, std::int16_t imageIndex) {
+    Clear();
+    series_->AddDataSet(-1);
+    const int version = series_->Count() - 1;
+    versionIndex_ = 0;
+
+    for (const auto& [tag, vr, how] : CopiedAttributes) {
+        if (how == Copy::Text)
+            series_->SetElementString(version, tag, vr, images.GetElementString(imageIndex, tag));
+        else
+            series_->SetElementValue(version, tag, vr, 0, images.GetElementValue(imageIndex, tag, vr));
+    }
+
+    const auto make = [&](Tag tag, std::string_view vr, const std::string& value) {
+        series_->SetElementValue(version, tag, vr, 0, value);
+    };
+    // The study is asked of the first image, whichever image the report is made from.
+    const auto studyUid = [&] { return TextOf(images.GetElementValue(version, attribute::StudyInstanceUid, "UI")); };
+    make(attribute::Modality, "CS", "SR");
+    make(attribute::SeriesInstanceUid, "UI", global_.baseUid + ".2." + TimeStamp(global_.ports.clock));
+    make(attribute::SeriesNumber, "IS", NextSeriesNumber(Catalogue(global_), studyUid()));
+    make(attribute::InstitutionName, "LO", global_.organization);
+    make(attribute::ManufacturerModelName, "LO", "Orbenta/Refert");
+    make(attribute::SoftwareVersions, "LO", TAVREL_VERSION);
+
+    updated_ = true;
+    freshVersion_ = true;
+    versionIndex_ = 0;
+}
+
+void DcmSRDocument::LoadFile(std::string_view path) {
+    const std::string prefix = "SRDocument.LoadFile(" + std::string(path) + ") : ";
+    TrapShort(global_.ports.windows, prefix, [&] { OpenFile(path); });
+}
+
+void DcmSRDocument::OpenFile(std::string_view path) {
+    DicomLibrary& dicom = global_.ports.dicom;
+    series_ = dicom.NewDataSetList();
+    series_->LoadFile(path);
+    series_->Arrange(0);
+    versionIndex_ = LastVersion();
+    ReadContent(versionIndex_ < 0 ? *dicom.NewDataSet() : *series_->Item(versionIndex_));
+    BuildVersionLabels();
+}
+
+void DcmSRDocument::LoadSeries(std::string_view folder) {
+    const std::string prefix = "SRDocument.LoadSeries(" + std::string(folder) + ") : ";
+    TrapShort(global_.ports.windows, prefix, [&] {
+        Clear();
+        freshVersion_ = false;
+        for (const std::string& name : global_.ports.files.List(folder, ".dcm")) {
+            const std::string path = std::string(folder) + "\\" + name;
+            series_->LoadFile(path);
+            series_->Arrange(0);
+            global_.currentSRFilePath = path;
+        }
+        versionIndex_ = LastVersion();
+        ReadContent(*series_->Item(versionIndex_));
+        BuildVersionLabels();
+    });
+}
+
+std::int16_t DcmSRDocument::NumVersions() const {
+    return static_cast<std::int16_t>(Versions().Count());
+}
+
+void DcmSRDocument::VersionIndex(std::int16_t index) {
+    if (index < 0 || index >= Versions().Count())
+        throw Error(1, "DcmSRDocument", "Bad IOD index");
+    versionIndex_ = index;
+}
+
+void DcmSRDocument::GotoVersion(std::int16_t index) {
+    versionIndex_ = index;
+    ReadContent(*Versions().Item(index));
+}
+
+void DcmSRDocument::status(int status) {
+    status_ = status;
+    updated_ = true;
+}
+
+bool DcmSRDocument::ReadOnly() const {
+    return status_ != Pending || versionIndex_ != Versions().Count() - 1;
+}
+
+const ObservationContext* DcmSRDocument::Referring() const {
+    if (observers_.empty())
+        return nullptr;
+    const bool approved = status_ == Approved;
+    return approved && observers_.size() >= 2 ? &observers_[observers_.size() - 2] : &observers_.back();
+}
+
+const ObservationContext* DcmSRDocument::Approver() const {
+    return status_ == Approved && !observers_.empty() ? &observers_.back() : nullptr;
+}
+
+void DcmSRDocument::ReadContent(const DicomDataSet& dataSet) {
+    observers_.clear();
+    const int observerCount = dataSet.GetSequenceItemCount(attribute::VerifyingObserverSequence);
+    for (int index = 0; index < observerCount; ++index)
+        observers_.emplace_back().DicomObject(dataSet.GetSequenceItem(attribute::VerifyingObserverSequence, index));
+
+    // "SC" is no VR; the library answers by the element's own.
+    loadedComplete_ = TextOf(dataSet.GetValue(attribute::CompletionFlag, "SC")) == "COMPLETE";
+    status_ = loadedComplete_ ? Approved : Pending;
+
+    titleNode_.DicomObject(dataSet.GetSequenceItem(attribute::ConceptNameCodeSequence, 0));
+    const DataSetHandle title = dataSet.GetSequenceItem(attribute::ContentSequence, 0);
+    titleNode_.Annotation = title ? TextOf(title->GetValue(attribute::TextValue, "UT")) : "";
+    // A version without a reading leaves the one that stood there.
+    if (const DataSetHandle reading = dataSet.GetSequenceItem(attribute::ContentSequence, 1))
+        reading_ = TextOf(reading->GetValue(attribute::TextValue, "UT"));
+
+    freshVersion_ = false;
+    updated_ = false;
+}
+
+void DcmSRDocument::BuildVersionLabels() {
+    versionLabels_.clear();
+    if (!series_)
+        return;
+    for (int index = 0; index < series_->Count(); ++index) {
+        const Value date = series_->GetElementValue(index, attribute::ContentDate, "DA");
+        const Value time = series_->GetElementValue(index, attribute::ContentTime, "TM");
+        versionLabels_.push_back(LabelPart(date, DateText) + " " + LabelPart(time, TimeText));
+    }
+}
+
+DataSetList& DcmSRDocument::Versions() const {
+    if (!series_)
+        throw Error(91, "DcmSRDocument", "The report holds no list of versions");
+    return *series_;
+}
+
+std::int16_t DcmSRDocument::LastVersion() const {
+    return static_cast<std::int16_t>(Versions().ItemCount() - 1);
+}
+
+} // namespace tavrel

@@ -1,0 +1,111 @@
+#include "host/Attributes.h"
+#include "host/Catalogue.h"
+#include "host/ErrorReport.h"
+#include "sr/DcmSRDocument.h"
+
+namespace tavrel {
+
+namespace {
+
+/// A new item at `index` of a sequence.
+DataSetHandle NewItem(DicomLibrary& dicom, DicomDataSet& dataSet, Tag sequence, int index) {
+    const DataSetHandle item = dicom.NewDataSet();
+    dataSet.SetSequenceItem(sequence, index, item);
+    return item;
+}
+
+} // namespace
+
+void DcmSRDocument::WriteVersion() {
+    TrapShort(global_.ports.windows, "", [&] {
+        DataSetList& versions = Versions();
+        if (!freshVersion_)
+            versions.AddDataSet(versions.Count() - 1);
+        const DataSetHandle version = versions.Item(versions.Count() - 1);
+        const bool approved = status_ == Approved;
+        const DateTime now = global_.ports.clock.Now();
+        const auto write = [&](Tag tag, std::string_view vr, const Value& value) {
+            version->SetValue(tag, vr, 0, value);
+        };
+
+        write(attribute::TransferSyntaxUid, "UI", "1.2.840.10008.1.2.1");     // explicit VR little endian
+        write(attribute::SopClassUid, "UI", "1.2.840.10008.5.1.4.1.1.88.11"); // Basic Text SR
+        write(attribute::SopInstanceUid, "UI", global_.baseUid + ".1." + TimeStamp(global_.ports.clock));
+        write(attribute::SeriesDescription, "LO", titleNode_.Annotation);
+        write(attribute::InstanceNumber, "IS", std::int16_t{1});
+        write(attribute::ContentDate, "DA", now);
+        write(attribute::ContentTime, "TM", now);
+        write(attribute::Manufacturer, "LO", "Mervanti");
+        write(attribute::SpecificCharacterSet, "CS", "ISO_IR 100");
+        write(attribute::ValueType, "CS", "CONTAINER");
+        write(attribute::ContinuityOfContent, "CS", "SEPARATE");
+        std::int16_t root = 0;
+        titleNode_.ConceptMacroAppend(global_.ports.dicom, *version, root);
+        write(attribute::CompletionFlag, "CS", approved ? "COMPLETE" : "PARTIAL");
+        write(attribute::VerificationFlag, "CS", approved ? "VERIFIED" : "UNVERIFIED");
+        WriteObserver(*version, now);
+        WritePredecessors(*version);
+        WriteTextItem(*version, 0, {"99SS", "SR.TITLE", "Title", titleNode_.Annotation});
+        WriteTextItem(*version, 1, {"DCM", "121073", "Impression", reading_});
+        BuildVersionLabels();
+    });
+}
+
+void DcmSRDocument::WriteObserver(DicomDataSet& version, const DateTime& now) const {
+    const ObservationContext observer{global_.userSignature, global_.organization, now};
+    version.SetSequenceItem(attribute::VerifyingObserverSequence,
+                            version.GetSequenceItemCount(attribute::VerifyingObserverSequence),
+                            observer.DicomObject(global_.ports.dicom));
+}
+
+void DcmSRDocument::WritePredecessors(DicomDataSet& version) const {
+    const int earlierVersions = Versions().Count() - 1;
+    if (earlierVersions < 1)
+        return;
+    DicomLibrary& dicom = global_.ports.dicom;
+    const DataSetHandle study = NewItem(dicom, version, attribute::PredecessorDocumentsSequence, 0);
+    study->SetValue(attribute::StudyInstanceUid, "UI", 0, version.GetValue(attribute::StudyInstanceUid, "UI"));
+    const DataSetHandle series = NewItem(dicom, *study, attribute::ReferencedSeriesSequence, 0);
+    series->SetValue(attribute::SeriesInstanceUid, "UI", 0, version.GetValue(attribute::SeriesInstanceUid, "UI"));
+    for (int index = 0; index < earlierVersions; ++index) {
+        const DataSetHandle document = NewItem(dicom, *series, attribute::ReferencedSopSequence, index);
+        document->SetValue(attribute::ReferencedSopClassUid, "UI", 0,
+                           Versions().GetElementValue(index, attribute::SopClassUid, "UI"));
+        document->SetValue(attribute::ReferencedSopInstanceUid, "UI", 0,
+                           Versions().GetElementValue(index, attribute::SopInstanceUid, "UI"));
+    }
+}
+
+void DcmSRDocument::WriteTextItem(DicomDataSet& version, int index, const ContentNode& content) const {
+    DicomLibrary& dicom = global_.ports.dicom;
+    const DataSetHandle item = NewItem(dicom, version, attribute::ContentSequence, index);
+    item->SetValue(attribute::RelationshipType, "CS", 0, "CONTAINS");
+    item->SetValue(attribute::ValueType, "CS", 0, "TEXT");
+    std::int16_t appended = -1;
+    content.ConceptMacroAppend(dicom, *item, appended);
+    item->SetValue(attribute::TextValue, "UT", 0, content.Annotation);
+}
+
+void DcmSRDocument::Save(std::string_view path) {
+    TrapShort(global_.ports.windows, "", [&] {
+        WriteVersion();
+        Versions().Item(versionIndex_)->SaveToFile(path);
+        freshVersion_ = false;
+        updated_ = false;
+    });
+}
+
+void DcmSRDocument::Send() {
+    TrapShort(global_.ports.windows, "", [&] {
+        WriteVersion();
+        const auto service = Catalogue(global_).OpenResultSet("SELECT * FROM Port");
+        if (service->AtEnd())
+            return;
+        const std::string port = service->Text("Port");
+        const std::string aeTitle = service->Text("AETitle");
+        service->Close();
+        Versions().Item(Versions().ItemCount() - 1)->StoreToNode("Localhost", port, "AE_INTERNAL", aeTitle, true);
+    });
+}
+
+} // namespace tavrel
