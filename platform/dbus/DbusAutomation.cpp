@@ -1,0 +1,225 @@
+#include "platform/dbus/DbusAutomation.h"
+
+#include "platform/dbus/ViewParametersMap.h"
+#include "platform/error.h"
+#include "platform/paths.h"
+
+#include "Introspection.h"
+
+#include <QAbstractEventDispatcher>
+#include <QDBusArgument>
+#include <QDBusConnectionInterface>
+#include <QDBusError>
+#include <QDBusObjectPath>
+#include <QThread>
+
+#include <algorithm>
+#include <utility>
+
+namespace tavrel {
+
+namespace {
+
+constexpr auto busName = "Tavrel.CTavrel";
+constexpr auto factoryPath = "/Tavrel/CTavrel";
+constexpr auto factoryInterface = "Tavrel.ClassFactory";
+constexpr auto objectInterface = "Tavrel.CTavrel";
+
+// A viewer that answers slowly and sends on could otherwise pile up calls without end, each waiting
+// inside the one before.
+constexpr std::size_t deepestNesting = 32;
+
+constexpr int lastWordsTimeLimit = 2000; // milliseconds
+
+std::string Text(const QVariant& argument) {
+    return argument.toString().toStdString();
+}
+
+ViewParametersHandle ViewPars(const QVariant& argument) {
+    return ViewParametersOf(qdbus_cast<QVariantMap>(argument));
+}
+
+std::vector<std::string> Paths(const QVariant& argument) {
+    std::vector<std::string> paths;
+    for (const auto& path : argument.toStringList())
+        paths.push_back(InsidePath(path.toStdString()));
+    return paths;
+}
+
+bool InNestedEventLoop() {
+    return QThread::currentThread()->loopLevel() > 1;
+}
+
+QDBusMessage BusMethod(const char* name) {
+    return QDBusMessage::createMethodCall("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                                          name);
+}
+
+} // namespace
+
+struct DbusAutomation::Member {
+    QString name;
+    QString signature;
+    bool servedWhileWaiting;
+    std::function<void(AutomationObject&, const QVariantList&)> run;
+};
+
+const std::vector<DbusAutomation::Member> DbusAutomation::members = {
+    {"LoadForImgSeries", "as", false,
+     [](AutomationObject& object, const QVariantList& in) { object.LoadForImgSeries(Paths(in[0])); }},
+    {"CloseReport", "", true, [](AutomationObject& object, const QVariantList&) { object.CloseReport(); }},
+    {"LoadSRSeries", "s", false,
+     [](AutomationObject& object, const QVariantList& in) { object.LoadSRSeries(Text(in[0])); }},
+    {"AddImageToSR", "sa{sv}s", true,
+     [](AutomationObject& object, const QVariantList& in) {
+         object.AddImageToSR(Text(in[0]), ViewPars(in[1]), Text(in[2]));
+     }},
+    {"RemoveImagesFromSR", "", true,
+     [](AutomationObject& object, const QVariantList&) { object.RemoveImagesFromSR(); }},
+    {"RemoveImagesFromRefertList", "", true,
+     [](AutomationObject& object, const QVariantList&) { object.RemoveImagesFromRefertList(); }},
+    {"SendFileInfo", "sa{sv}s", true,
+     [](AutomationObject& object, const QVariantList& in) {
+         object.SendFileInfo(Text(in[0]), ViewPars(in[1]), Text(in[2]));
+     }},
+    {"Class_Terminate", "", false, [](AutomationObject& object, const QVariantList&) { object.Class_Terminate(); }},
+};
+
+bool DbusAutomation::Call::ServedWhileWaiting() const {
+    return member && member->servedWhileWaiting;
+}
+bool DbusAutomation::Call::ClosesReport() const {
+    return member && member->name == QLatin1String("CloseReport");
+}
+
+DbusAutomation::DbusAutomation(const QDBusConnection& bus, AutomationFactory& factory, Process& process,
+                               Program program)
+    : bus_(bus), factory_(factory), process_(process), program_(std::move(program)) {
+    if (!bus_.isConnected())
+        throw Error(bus_.lastError().type(), busName,
+                    "There is no session bus to be called on: " + bus_.lastError().message().toStdString());
+    connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, this,
+            &DbusAutomation::BeforeBlocking);
+    bus_.connect(QString(), "/org/freedesktop/DBus/Local", "org.freedesktop.DBus.Local", "Disconnected", this,
+                 SLOT(BusLost()));
+    // The objects come before the name: whoever waits for the name calls them at once.
+    bus_.registerVirtualObject(factoryPath, this, QDBusConnection::SubPath);
+    const auto reply = bus_.interface()->registerService(busName, QDBusConnectionInterface::DontQueueService,
+                                                         QDBusConnectionInterface::DontAllowReplacement);
+    if (reply.value() != QDBusConnectionInterface::ServiceRegistered)
+        throw Error(QDBusError::AddressInUse, busName,
+                    "Another process has the name \"Tavrel.CTavrel\" on the session bus.");
+}
+
+DbusAutomation::~DbusAutomation() {
+    bus_.unregisterObject(factoryPath, QDBusConnection::UnregisterTree);
+    bus_.unregisterService(busName);
+}
+
+void DbusAutomation::Leave() {
+    auto release = BusMethod("ReleaseName");
+    release << busName;
+    bus_.call(release, QDBus::Block, lastWordsTimeLimit);
+    for (const auto* call : served_)
+        if (call->ClosesReport())
+            bus_.send(call->message.createReply());
+    // The bus answers in order, so everything sent before has reached it then.
+    bus_.call(BusMethod("GetId"), QDBus::Block, lastWordsTimeLimit);
+}
+
+QString DbusAutomation::introspect(const QString& path) const {
+    if (path != factoryPath)
+        return objects_.contains(path) ? introspection::automationObject : QString();
+    QString description = introspection::classFactory;
+    for (const auto& [child, object] : objects_)
+        description += "  <node name=\"" + child.section('/', -1) + "\"/>\n";
+    return description;
+}
+
+bool DbusAutomation::handleMessage(const QDBusMessage& message, const QDBusConnection&) {
+    auto call = Understand(message);
+    if (!call)
+        return false;
+    arrived_.push_back(std::move(*call));
+    ServeSoon();
+    return true;
+}
+
+std::optional<DbusAutomation::Call> DbusAutomation::Understand(const QDBusMessage& message) const {
+    const auto isFor = [&](const char* interface) {
+        return message.interface().isEmpty() || message.interface() == interface;
+    };
+    if (message.path() == factoryPath) {
+        if (isFor(factoryInterface) && message.member() == "CreateInstance" && message.signature().isEmpty())
+            return Call{message, nullptr, nullptr};
+        return {};
+    }
+    const auto object = objects_.find(message.path());
+    const auto member = std::find_if(members.begin(), members.end(), [&](const Member& candidate) {
+        return candidate.name == message.member() && candidate.signature == message.signature();
+    });
+    if (object == objects_.end() || member == members.end() || !isFor(objectInterface))
+        return {};
+    return Call{message, &*member, object->second.get()};
+}
+
+std::deque<DbusAutomation::Call>::const_iterator DbusAutomation::NextToServe() const {
+    if (arrived_.empty() || program_.storing())
+        return arrived_.end();
+    if (served_.empty() && !InNestedEventLoop())
+        return arrived_.begin();
+    const auto servable = served_.size() < deepestNesting ? &Call::ServedWhileWaiting : &Call::ClosesReport;
+    return std::find_if(arrived_.begin(), arrived_.end(), std::mem_fn(servable));
+}
+
+void DbusAutomation::ServeSoon() {
+    if (!std::exchange(servingSoon_, true))
+        QMetaObject::invokeMethod(this, &DbusAutomation::ServeNext, Qt::QueuedConnection);
+}
+
+void DbusAutomation::ServeNext() {
+    servingSoon_ = false;
+    const auto next = NextToServe();
+    if (next == arrived_.end())
+        return;
+    const Call call = *next;
+    arrived_.erase(next);
+    served_.push_back(&call);
+    ServeSoon(); // an event loop inside the operation goes on with the next one
+    const auto answer = Run(call);
+    served_.pop_back();
+    if (call.message.isReplyRequired())
+        bus_.send(call.message.createReply(answer));
+    ServeSoon();
+}
+
+QVariantList DbusAutomation::Run(const Call& call) {
+    if (!call.object)
+        return {QVariant::fromValue(QDBusObjectPath(Create()))};
+    call.member->run(*call.object, call.message.arguments());
+    return {};
+}
+
+QString DbusAutomation::Create() {
+    auto object = factory_.CreateInstance();
+    const QString path = QString("%1/%2").arg(factoryPath).arg(++created_);
+    objects_.emplace(path, std::move(object));
+    return path;
+}
+
+void DbusAutomation::BusLost() {
+    busLost_ = true;
+}
+
+// What was put off (a store, a modal window, a full stack) is over by the time that the outer event
+// loop runs again; nothing tells it but that loop itself.
+void DbusAutomation::BeforeBlocking() {
+    if (NextToServe() != arrived_.end())
+        ServeSoon();
+    if (busLost_ && served_.empty() && !InNestedEventLoop() && !program_.windowOpen()) {
+        busLost_ = false;
+        process_.End();
+    }
+}
+
+} // namespace tavrel

@@ -1,0 +1,87 @@
+#include "platform/dbus/DbusViewerCalls.h"
+
+#include "platform/dbus/AwaitAnswer.h"
+#include "platform/error.h"
+
+#include <QDBusMessage>
+#include <QDBusVariant>
+
+#include <limits>
+#include <utility>
+
+namespace tavrel {
+
+namespace {
+
+constexpr auto busName = "Lumaret.Viewer";
+constexpr auto objectPath = "/Lumaret/Viewer";
+// The wait bounds the time; the call itself stays open to tell when a hung viewer answers after all.
+constexpr int noTimeLimit = std::numeric_limits<int>::max();
+
+[[noreturn]] void Fail(QDBusError::ErrorType type, const QString& description) {
+    throw Error(type, busName, description.toStdString());
+}
+
+void RaiseFailureOf(const QDBusPendingCall& call, const QString& name) {
+    if (!call.isFinished() || !call.isError())
+        return;
+    const auto error = call.error();
+    if (error.type() == QDBusError::ServiceUnknown ||
+        error.name() == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner"))
+        Fail(error.type(), "There is no viewer: nobody has the name \"Lumaret.Viewer\" on the session bus.");
+    if (error.type() == QDBusError::NoReply)
+        Fail(error.type(), "The viewer ended before it had answered " + name + ".");
+    if (error.type() == QDBusError::Disconnected)
+        Fail(error.type(), "The viewer is out of reach: the session bus is gone.");
+    Fail(error.type(), "The viewer failed in " + name + ": " + error.message() + " (" + error.name() + ")");
+}
+
+} // namespace
+
+void DbusViewerCalls::Start() {
+    auto start = QDBusMessage::createMethodCall("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                                                "StartServiceByName");
+    start << busName << 0U;
+    const auto call = bus_.asyncCall(start, noTimeLimit);
+    if (!AwaitAnswer(call, bound_))
+        Fail(QDBusError::Timeout, "The viewer \"Lumaret.Viewer\" was started and has not come up in time.");
+    RaiseFailureOf(call, "its start");
+}
+
+void DbusViewerCalls::SetProperty(const QString& name, const QVariant& value) {
+    auto set = QDBusMessage::createMethodCall(busName, objectPath, "org.freedesktop.DBus.Properties", "Set");
+    set << busName << name << QVariant::fromValue(QDBusVariant(value));
+    set.setAutoStartService(false);
+    properties_.insert_or_assign(name, bus_.asyncCall(set, noTimeLimit));
+}
+
+void DbusViewerCalls::CallMethod(const QString& name) {
+    const auto properties = std::exchange(properties_, {});
+    if (overdue_ && !overdue_->isFinished())
+        Fail(QDBusError::Timeout, "The viewer still does not answer; " + name + " was not sent.");
+    overdue_.reset();
+    auto method = QDBusMessage::createMethodCall(busName, objectPath, busName, name);
+    method.setAutoStartService(false);
+    const auto call = bus_.asyncCall(method, noTimeLimit);
+    Await(call, name);
+    for (const auto& [property, set] : properties)
+        RaiseFailureOf(set, property);
+    RaiseFailureOf(call, name);
+}
+
+void DbusViewerCalls::Await(const QDBusPendingCall& call, const QString& name) {
+    // A wait inside another one ends with it: a hung viewer costs the bound once.
+    const bool outermost = !deadline_;
+    if (outermost)
+        deadline_ = QDeadlineTimer(bound_);
+    const bool answered = AwaitAnswer(call, std::chrono::milliseconds(deadline_->remainingTime()));
+    if (outermost)
+        deadline_.reset();
+    if (answered)
+        return;
+    overdue_ = call;
+    Fail(QDBusError::Timeout, "The viewer did not answer " + name + " within " +
+                                  QString::number(static_cast<double>(bound_.count()) / 1000) + " s.");
+}
+
+} // namespace tavrel

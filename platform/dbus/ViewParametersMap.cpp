@@ -1,0 +1,129 @@
+#include "platform/dbus/ViewParametersMap.h"
+
+#include <QDBusArgument>
+#include <QDBusMetaType>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+Q_DECLARE_METATYPE(tavrel::ViewParameters::Area)
+
+namespace tavrel {
+
+// QtDBus finds these two for the struct "(nnnn)".
+static QDBusArgument& operator<<(QDBusArgument& argument, const ViewParameters::Area& area) {
+    argument.beginStructure();
+    argument << area.left << area.top << area.right << area.bottom;
+    argument.endStructure();
+    return argument;
+}
+
+static const QDBusArgument& operator>>(const QDBusArgument& argument, ViewParameters::Area& area) {
+    argument.beginStructure();
+    argument >> area.left >> area.top >> area.right >> area.bottom;
+    argument.endStructure();
+    return argument;
+}
+
+namespace {
+
+/// The fields in the order of the image hand-over file.
+template <typename Parameters, typename Visitor> void ForEachField(Parameters& parameters, Visitor visit) {
+    visit("Zoom", parameters.zoom);
+    visit("FlipHorizontal", parameters.flipHorizontal);
+    visit("FlipVertical", parameters.flipVertical);
+    visit("DisplayedArea", parameters.displayedArea);
+    visit("Inverted", parameters.inverted);
+    visit("Smoothed", parameters.smoothed);
+    visit("Frame", parameters.frame);
+    visit("Rotation", parameters.rotation);
+    visit("WindowCenter", parameters.windowCenter);
+    visit("WindowWidth", parameters.windowWidth);
+    visit("PanX", parameters.panX);
+    visit("PanY", parameters.panY);
+    visit("Gamma", parameters.gamma);
+    visit("Sharpness", parameters.sharpness);
+}
+
+bool IsNumber(const QVariant& value) {
+    switch (value.typeId()) {
+    case QMetaType::Double:
+    case QMetaType::UChar:
+    case QMetaType::Short:
+    case QMetaType::UShort:
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong:
+        return true;
+    default:
+        return false;
+    }
+}
+
+// Clients write 2 where they mean 2.0: every number is taken that the field can hold.
+
+void Read(const QVariant& value, float& field) {
+    if (!IsNumber(value))
+        return;
+    const double number = value.toDouble();
+    constexpr double largest = std::numeric_limits<float>::max();
+    field = static_cast<float>(std::isfinite(number) ? std::clamp(number, -largest, largest) : number);
+}
+
+void Read(const QVariant& value, std::int32_t& field) {
+    const double number = IsNumber(value) ? value.toDouble() : std::numeric_limits<double>::quiet_NaN();
+    if (number >= std::numeric_limits<std::int32_t>::min() && number <= std::numeric_limits<std::int32_t>::max())
+        field = static_cast<std::int32_t>(number);
+}
+
+void Read(const QVariant& value, bool& field) {
+    if (value.typeId() == QMetaType::Bool)
+        field = value.toBool();
+}
+
+void Read(const QVariant& value, ViewParameters::Area& field) {
+    if (value.metaType() != QMetaType::fromType<QDBusArgument>())
+        return;
+    const auto argument = value.value<QDBusArgument>();
+    if (argument.currentSignature() == "(nnnn)")
+        argument >> field;
+}
+
+QVariant Written(float field) {
+    return static_cast<double>(field);
+}
+QVariant Written(bool field) {
+    return field;
+}
+QVariant Written(std::int32_t field) {
+    return field;
+}
+QVariant Written(const ViewParameters::Area& field) {
+    static const auto registered = qDBusRegisterMetaType<ViewParameters::Area>();
+    return QVariant(registered, &field);
+}
+
+} // namespace
+
+ViewParametersHandle ViewParametersOf(const QVariantMap& map) {
+    if (map.isEmpty())
+        return nullptr;
+    auto parameters = std::make_shared<ViewParameters>();
+    ForEachField(*parameters, [&](const char* name, auto& field) {
+        if (const auto value = map.constFind(name); value != map.constEnd())
+            Read(*value, field);
+    });
+    return parameters;
+}
+
+QVariantMap ViewParametersMap(const ViewParametersHandle& parameters) {
+    QVariantMap map;
+    if (parameters)
+        ForEachField(std::as_const(*parameters),
+                     [&](const char* name, const auto& field) { map.insert(name, Written(field)); });
+    return map;
+}
+
+} // namespace tavrel
