@@ -1,25 +1,32 @@
 #pragma once
 
+#include "codes/CodedEntries.h"
+#include "editor/ImageHandOver.h"
 #include "editor/ReportOwner.h"
 #include "host/Global.h"
 #include "platform/service_events.h"
 
-#include <functional>
 #include <memory>
 #include <string>
 
 namespace tavrel {
 
+class frmBase;
 class frmSRSeriesChoice;
+class ObservationContext;
 
-/// The report editor. Every handler traps its own failures and shows them.
+/// The report editor. Every handler traps its own failures and shows them; the screen stays as far as
+/// it got.
 class frmReport : public Form, private ServiceEventHandler {
 public:
-    frmReport(Global& global, ServiceEvents& serviceEvents, frmSRSeriesChoice& chooser);
+    /// `codeTables` writes coded findings and diagnoses into this form's lists.
+    frmReport(Global& global, ServiceEvents& serviceEvents, frmSRSeriesChoice& chooser, frmBase& codeTables);
     ~frmReport() override;
 
     /// Shows the current document for `owner`, in a window made now or already there.
     void Open(ReportOwner& owner);
+    /// `owner` is going away; the report stays on the screen without one.
+    void Leave(const ReportOwner& owner);
 
     void Form_Load();
     /// Closes the report at its owner, which ends the process, and unloads.
@@ -30,6 +37,13 @@ public:
     void LoadDocs();
     void SaveIOD() {}
 
+    /// Adds an image to the pending list, which the next store writes beside the stored file.
+    void AddImage(const std::string& fileName, const ViewParametersHandle& viewPars, const std::string& lutName);
+    /// Without effect on the list.
+    void RemoveImage(const std::string& fileName);
+    /// Whether a sender is connected to the storage service.
+    bool Connected() const { return connected_; }
+
     void lstHistory_Click();
     void cmdSave_Click();
     void cmdApprove_Click();
@@ -38,49 +52,60 @@ public:
     void cmdOthers_Click();
     void cmdClose_Click();
 
-    Label lblState;
-    Button cmdOthers, cmdNew, cmdLastVersion;
-    ListBox lstHistory;
+    Label lblState{*this, "lblState"}; ///< what the rest of the screen says, in one line
 
-    Frame frmReading;
-    Button cmdVocal;
-    TextBox txtReportAnnotation;
+    Button cmdOthers{*this, "cmdOthers"}, cmdNew{*this, "cmdNew"}, cmdLastVersion{*this, "cmdLastVersion"};
+    ListBox lstHistory{*this, "lstHistory"};
 
-    Frame frmPatient;
-    Label txtPtName, txtPtPatientID, txtPtSex, txtPtBirthDate, txtPtAge;
+    Frame frmReading{*this, "frmReading"};
+    Button cmdVocal{*this, "cmdVocal"};
+    TextBox txtReportAnnotation{*this, "txtReportAnnotation"};
 
-    Frame frmStudy;
-    Label txtPhysician, txtStDescription, txtStDate;
+    Frame frmPatient{*this, "frmPatient"};
+    Label txtPtName{*this, "txtPtName", NotFilled}, txtPtPatientID{*this, "txtPtPatientID", NotFilled};
+    Label txtPtSex{*this, "txtPtSex", NotFilled}, txtPtBirthDate{*this, "txtPtBirthDate", NotFilled};
+    Label txtPtAge{*this, "txtPtAge", NotFilled};
 
-    Frame frmDataReport;
-    ComboBox cmbReportTitle;
-    TextBox txtReportTitle;
-    ComboBox cmbBodyPart;
-    Label txtReferringPhysician, txtUpdateDate, txtApprovingPhysician, txtApprovalDate;
-    Button cmdApprove, cmdBaseBody, cmdTitle;
+    Frame frmStudy{*this, "frmStudy"};
+    Label txtPhysician{*this, "txtPhysician", NotFilled}, txtStDescription{*this, "txtStDescription", NotFilled};
+    Label txtStDate{*this, "txtStDate", NotFilled};
 
-    Frame frmFinding;
-    ListView lstFinding;
-    Button cmdFnAdd, cmdFnModify, cmdFnDelete;
+    Frame frmDataReport{*this, "frmDataReport"};
+    ComboBox cmbReportTitle{*this, "cmbReportTitle"};
+    TextBox txtReportTitle{*this, "txtReportTitle"};
+    ComboBox cmbBodyPart{*this, "cmbBodyPart"};
+    Label txtReferringPhysician{*this, "txtReferringPhysician"}, txtUpdateDate{*this, "txtUpdateDate"};
+    Label txtApprovingPhysician{*this, "txtApprovingPhysician"}, txtApprovalDate{*this, "txtApprovalDate"};
+    Button cmdApprove{*this, "cmdApprove"}, cmdBaseBody{*this, "cmdBaseBody"}, cmdTitle{*this, "cmdTitle"};
 
-    Frame frmDiagnosis;
-    ListView lstDiagnosis;
-    Button cmdDxAdd, cmdDxModify, cmdDxDelete;
+    Frame frmFinding{*this, "frmFinding"};
+    ListView lstFinding{*this, "lstFinding", {"Code", "Description", "Annotation"}};
+    Button cmdFnAdd{*this, "cmdFnAdd"}, cmdFnModify{*this, "cmdFnModify"}, cmdFnDelete{*this, "cmdFnDelete"};
 
-    Button cmdClose, cmdPrint, cmdSave;
+    Frame frmDiagnosis{*this, "frmDiagnosis"};
+    ListView lstDiagnosis{*this, "lstDiagnosis", {"Code", "Description", "Annotation"}};
+    Button cmdDxAdd{*this, "cmdDxAdd"}, cmdDxModify{*this, "cmdDxModify"}, cmdDxDelete{*this, "cmdDxDelete"};
+
+    Button cmdClose{*this, "cmdClose"}, cmdPrint{*this, "cmdPrint"}, cmdSave{*this, "cmdSave"};
 
 private:
+    static constexpr std::string_view NotFilled = "....";
+
+    ReportOwner& Owner() const;
     void ShowSiteCaption();
     void FillHistory();
     void FillScreen();
-    void FillPatient();
-    void FillTitle();
-    void FillObservers();
+    void FillPatientAndStudy(const DcmSRDocument& document);
+    void FillAge();
+    void FillTitle(const DcmSRDocument& document);
+    void ShowReferring(const ObservationContext* referring);
+    void ShowApprover(const ObservationContext* approver);
     void LookUpUserAndSite();
     /// Inverts its argument: the caller's flag then says whether the screen can be edited.
     void Lock(bool& readOnly);
     void ShowState();
     void SelectLastVersion();
+    void PutTitleAndReading(DcmSRDocument& document);
 
     void OnConnection(const std::string&, const std::string&, const std::string&) override;
     void OnEndConnection(const std::string&, const std::string&, const std::string&) override;
@@ -90,6 +115,8 @@ private:
     Global& global_;
     ServiceEvents& serviceEvents_;
     frmSRSeriesChoice& chooser_;
+    CodedEntries codedEntries_;
+    ImageHandOver images_;
     ReportOwner* owner_ = nullptr;
     std::unique_ptr<ServiceObject> service_;
     bool connected_ = false;

@@ -17,6 +17,7 @@ class frmSRSeriesChoice;
 class CTavrel : public AutomationObject, public ReportOwner {
 public:
     CTavrel(Global& global, ViewerLink& viewers, frmSRSeriesChoice& chooser, frmReport& editor);
+    /// An editor that this object showed goes on without an owner.
     ~CTavrel() override;
 
     /// Opens the study's report for an image series, chosen by the physician or new.
@@ -32,8 +33,14 @@ public:
                       const std::string& lutName) override;
     void Class_Terminate() override {}
 
+    /// Set by `CloseReport` just before the process ends.
+    bool Closing() const { return closing_; }
+
 private:
     void ConnectViewer();
+    Viewer& ConnectedViewer() const;
+    void OpenForImgSeries(const std::shared_ptr<DataSetList>& series);
+    void MarkViewed(const std::string& seriesUid);
 
     Global& global_;
     ViewerLink& viewers_;

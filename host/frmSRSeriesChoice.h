@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -28,30 +29,32 @@ public:
     const std::string& ChosenSeriesUid() const { return chosenSeriesUid_; }
 
     void Form_Load();
+    void lstSRSeries_ItemClick();
     void cmdOk_Click();
     void cmdNew_Click();
     void cmdCancel_Click();
+    /// Cancels and unloads: the next `ShowSRDocuments` loads the form anew.
     void FrameClosed() override;
 
     ListView lstSRSeries;
-    Button cmdOk;
-    Button cmdNew;
-    Button cmdCancel;
+    Button cmdOk, cmdNew, cmdCancel;
 
 private:
     struct Report {
         std::string folder;
-        std::string file; ///< the newest version
-        std::shared_ptr<const DcmSRDocument> preview;
+        std::shared_ptr<const DcmSRDocument> newestVersion;
     };
-    void CollectReports(std::string_view studyUid);
+    void CollectReports(std::string_view studyPath, std::string_view studyUid);
+    /// The file of the last image row; nothing when there is none.
+    std::optional<std::string> NewestFile(std::string_view seriesUid, std::string_view folder) const;
+    std::shared_ptr<const DcmSRDocument> Preview(std::string_view file) const;
     void ListInit();
 
     Global& global_;
     std::function<void()> runNew_;
     bool loaded_ = false;
     std::int16_t cancelled_ = 0;
-    std::int16_t selectedIndex_ = 1; ///< from 1; -1 for none
+    std::int16_t selectedIndex_ = 1; ///< from 1; -1 when a new report is asked for
     std::vector<Report> reports_;
     std::string chosenSeriesUid_;
 };

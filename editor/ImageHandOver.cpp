@@ -1,0 +1,92 @@
+#include "editor/ImageHandOver.h"
+
+#include "editor/DelimitedText.h"
+#include "host/Catalogue.h"
+#include "host/ErrorReport.h"
+#include "sr/ImagePresentationContext.h"
+
+namespace tavrel {
+namespace {
+
+/// The fields of a line in their order, for reading and for writing alike.
+template <typename Line, typename Image, typename View> void ForEachField(Line& line, Image& image, View& view) {
+    line.Field(image.Filename);
+    line.Field(view.zoom);
+    line.Field(view.flipHorizontal);
+    line.Field(view.flipVertical);
+    line.Field(image.LUTName);
+    line.Field(view.displayedArea.left);
+    line.Field(view.displayedArea.top);
+    line.Field(view.displayedArea.right);
+    line.Field(view.displayedArea.bottom);
+    line.Field(view.inverted);
+    line.Field(view.smoothed);
+    line.NullField();
+    line.Field(view.frame);
+    line.Field(view.rotation);
+    line.Field(view.windowCenter);
+    line.Field(view.windowWidth);
+    line.Field(view.panX);
+    line.Field(view.panY);
+    line.Field(view.gamma);
+    line.Field(view.sharpness);
+}
+
+} // namespace
+
+std::string ImageHandOver::HandOverFile() const {
+    return FolderOf(global_.currentSRFilePath) + "SR.dat";
+}
+
+void ImageHandOver::AddImage(const std::string& fileName, const ViewParametersHandle& viewPars,
+                             const std::string& lutName) {
+    if (!global_.pendingImages)
+        throw Error(91, "Tavrel", "The report's list of images has not been made yet");
+    global_.pendingImages->push_back({fileName, viewPars, lutName});
+}
+
+void ImageHandOver::RemoveImage(const std::string&) const {}
+
+void ImageHandOver::Load(ReportOwner* owner) {
+    TrapNumbered(global_.ports.windows, "LoadSRDat ", [&] {
+        const auto theOwner = [&]() -> ReportOwner& {
+            if (!owner)
+                throw Error(91, "Tavrel", "The report has no automation object to hand its images to");
+            return *owner;
+        };
+        if (global_.pendingImages && !global_.pendingImages->empty())
+            theOwner().RemoveImagesFromRefertList();
+        global_.pendingImages = std::make_shared<ImageList>();
+        if (global_.currentSRFilePath.empty())
+            return;
+        const auto file = HandOverFile();
+        if (!global_.ports.files.Exists(file))
+            return;
+
+        const auto text = global_.ports.files.ReadText(file);
+        DelimitedReader line(text, file);
+        while (!line.AtEnd()) {
+            ImagePresentationContext image{
+                .Filename = {}, .ViewPars = std::make_shared<ViewParameters>(), .LUTName = {}};
+            ForEachField(line, image, *image.ViewPars);
+            line.EndLine();
+            theOwner().SendFileInfo(image.Filename, image.ViewPars, image.LUTName);
+            global_.pendingImages->push_back(std::move(image)); // the viewer may have replaced the list meanwhile
+        }
+    });
+}
+
+void ImageHandOver::Write() const {
+    const auto file = HandOverFile();
+    if (!global_.pendingImages || global_.pendingImages->empty())
+        return;
+    static const ViewParameters neutral; // for an image that was added without parameters
+    DelimitedWriter line;
+    for (const auto& image : *global_.pendingImages) {
+        ForEachField(line, image, image.ViewPars ? *image.ViewPars : neutral);
+        line.EndLine();
+    }
+    global_.ports.files.WriteText(file, line.Text());
+}
+
+} // namespace tavrel

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "editor/ReportOwner.h"
+#include "host/Global.h"
+
+#include <string>
+
+namespace tavrel {
+
+/// The images that a report refers to and the file "SR.dat" that keeps them beside the report's files:
+/// UTF-8, one line of 20 delimited fields for each image.
+class ImageHandOver {
+public:
+    explicit ImageHandOver(Global& global) : global_(global) {}
+
+    /// Appends an image to the pending list. An `Error` when there is no list yet.
+    void AddImage(const std::string& fileName, const ViewParametersHandle& viewPars, const std::string& lutName);
+    /// Deliberately without effect: single images stay until the whole list is emptied.
+    void RemoveImage(const std::string& fileName) const;
+
+    /// Rebuilds the pending list from the file beside the current SR file and hands each image to the
+    /// viewer. Shows its own failures; the images read before one stay.
+    void Load(ReportOwner* owner);
+    /// Writes the pending list beside the current SR file, whole or not at all. An empty list leaves
+    /// the file as it was.
+    void Write() const;
+
+private:
+    std::string HandOverFile() const;
+
+    Global& global_;
+};
+
+} // namespace tavrel

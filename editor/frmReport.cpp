@@ -1,0 +1,259 @@
+#include "editor/frmReport.h"
+
+#include "codes/frmBase.h"
+#include "host/ErrorReport.h"
+#include "host/Log.h"
+#include "host/Text.h"
+#include "sr/DcmSRDocument.h"
+
+#include <array>
+
+namespace tavrel {
+namespace {
+
+constexpr std::string_view NotYetApproved = "Not yet approved";
+
+/// The plain difference of the first calendar unit that differs. The days are counted from the birth
+/// date's month, as they have always been.
+std::string AgeText(const DateTime& birth, const DateTime& today) {
+    int n = today.year - birth.year;
+    std::string_view unit = "y";
+    if (n == 0) {
+        n = today.month - birth.month;
+        unit = "m";
+    }
+    if (n == 0) {
+        n = today.day - birth.month;
+        unit = "d";
+    }
+    return std::to_string(n) + " " + std::string(unit);
+}
+
+} // namespace
+
+frmReport::frmReport(Global& global, ServiceEvents& serviceEvents, frmSRSeriesChoice& chooser, frmBase& codeTables)
+    : Form("frmReport"), global_(global), serviceEvents_(serviceEvents), chooser_(chooser),
+      codedEntries_(global, codeTables, *this, {lstFinding, cmdFnAdd, cmdFnModify, cmdFnDelete},
+                    {lstDiagnosis, cmdDxAdd, cmdDxModify, cmdDxDelete}, cmdTitle, cmdBaseBody),
+      images_(global) {
+    codeTables.ReportLists(lstFinding, lstDiagnosis);
+    lstHistory.Click = [this] { lstHistory_Click(); };
+    cmdSave.Click = [this] { cmdSave_Click(); };
+    cmdApprove.Click = [this] { cmdApprove_Click(); };
+    cmdNew.Click = [this] { cmdNew_Click(); };
+    cmdLastVersion.Click = [this] { cmdLastVersion_Click(); };
+    cmdOthers.Click = [this] { cmdOthers_Click(); };
+    cmdClose.Click = [this] { cmdClose_Click(); };
+    txtReportTitle.Filter = PlainText;
+    txtReportAnnotation.Filter = PlainText;
+}
+
+frmReport::~frmReport() = default;
+
+void frmReport::Open(ReportOwner& owner) {
+    owner_ = &owner;
+    if (!choosing_)
+        Form_Load();
+    global_.ports.windows.Show(*this);
+}
+
+void frmReport::Leave(const ReportOwner& owner) {
+    if (owner_ == &owner)
+        owner_ = nullptr;
+}
+
+ReportOwner& frmReport::Owner() const {
+    if (!owner_)
+        throw Error(91, "Tavrel", "The report's automation object has gone");
+    return *owner_;
+}
+
+void frmReport::Form_Load() {
+    TrapNumbered(global_.ports.windows, "frmReport.Form_Load:", [&] {
+        global_.ports.windows.MakeTopMost(*this);
+        ShowSiteCaption();
+        LoadDocs();
+        service_.reset(); // first, so that no event comes twice
+        service_ = serviceEvents_.Attach(*this);
+    });
+}
+
+void frmReport::Form_Unload() {
+    Trap([&] { Owner().CloseReport(); }, [](const Error&) {});
+    global_.ports.windows.Unload(*this);
+}
+
+void frmReport::ShowSiteCaption() {
+    TrapNumbered(global_.ports.windows, "frmReport.ShowSiteCaption:", [&] {
+        const auto site = Catalogue(global_).OpenResultSet("SELECT * FROM SiteData ");
+        if (!site->AtEnd())
+            Caption(site->Text("Organization"));
+        site->Close();
+    });
+}
+
+void frmReport::LoadDocs() {
+    TrapNumbered(global_.ports.windows, "frmReport.LoadDocs:", [&] {
+        cmdNew.Enabled(global_.currentImageSeries != nullptr);
+        FillHistory();
+        WriteLog(global_, "History initialized");
+        if (CurrentDocument(global_).VersionCount() > 0)
+            SelectLastVersion();
+        else
+            FillScreen();
+        WriteLog(global_, "LoadDocs: Document loaded");
+        global_.currentUserName = global_.userInformation->UserName();
+        LookUpUserAndSite();
+    });
+}
+
+void frmReport::FillHistory() {
+    TrapNumbered(global_.ports.windows, "frmReport.FillHistory:", [&] {
+        lstHistory.Clear();
+        const auto& document = CurrentDocument(global_);
+        for (std::int16_t i = 1; i <= document.VersionCount(); ++i)
+            lstHistory.AddItem(document.Version(i));
+    });
+}
+
+void frmReport::SelectLastVersion() {
+    if (lstHistory.ListCount() > 0)
+        lstHistory.ListIndex(lstHistory.ListCount() - 1);
+}
+
+void frmReport::lstHistory_Click() {
+    TrapNumbered(global_.ports.windows, "frmReport.lstHistory_Click:", [&] {
+        CurrentDocument(global_).GotoVersion(static_cast<std::int16_t>(lstHistory.ListIndex()));
+        FillScreen();
+    });
+}
+
+void frmReport::FillScreen() {
+    TrapNumbered(global_.ports.windows, "frmReport.FillScreen:", [&] {
+        const auto& document = CurrentDocument(global_);
+        FillPatientAndStudy(document);
+        FillTitle(document);
+        txtReportAnnotation.Text(document.Reading());
+        ShowReferring(document.Referring());
+        ShowApprover(document.Approver());
+        bool readOnly = document.ReadOnly();
+        Lock(readOnly);
+        ShowState();
+        frmDataReport.Refresh();
+        images_.Load(owner_);
+    });
+}
+
+void frmReport::FillPatientAndStudy(const DcmSRDocument& document) {
+    txtPtName.Text(document.PatientName());
+    txtPtPatientID.Text(document.PatientID());
+    txtPtSex.Text(document.PatientSex());
+    txtPtBirthDate.Text(DateText(document.PatientBirthday()));
+    FillAge();
+    txtPhysician.Text(document.ReferringPhysician());
+    txtStDate.Text(DateText(document.StudyDate()));
+    txtStDescription.Text(document.StudyDescription());
+}
+
+void frmReport::FillAge() {
+    if (const auto birth = ParseDate(txtPtBirthDate.Text()))
+        txtPtAge.Text(AgeText(*birth, global_.ports.clock.Now()));
+}
+
+void frmReport::FillTitle(const DcmSRDocument& document) {
+    // The list is deliberately not cleared: each fill adds the whole table again.
+    const auto titles = Catalogue(global_).OpenResultSet("SELECT * FROM StdTitles Order by CodeMeaning ");
+    std::vector<std::string> meanings;
+    for (; !titles->AtEnd(); titles->MoveNext())
+        meanings.emplace_back(titles->Field("CodeMeaning").value_or(""));
+    titles->Close();
+    cmbReportTitle.AddItems(std::move(meanings));
+
+    std::string scheme, code, meaning, annotation;
+    document.GetTitle(scheme, code, meaning, annotation);
+    cmbReportTitle.Text(meaning);
+    txtReportTitle.Text(annotation);
+}
+
+void frmReport::ShowReferring(const ObservationContext* referring) {
+    txtReferringPhysician.Text(referring ? referring->ObserverName : "");
+    txtUpdateDate.Text(referring ? DateTimeText(referring->ObservationDateTime) : "");
+    if (txtReferringPhysician.Text().empty())
+        txtReferringPhysician.Text("Not yet referred");
+}
+
+void frmReport::ShowApprover(const ObservationContext* approver) {
+    txtApprovingPhysician.Text(approver ? approver->ObserverName : "");
+    txtApprovalDate.Text(approver ? DateTimeText(approver->ObservationDateTime) : "");
+    cmdPrint.Enabled(approver != nullptr);
+    if (txtApprovingPhysician.Text().empty())
+        txtApprovingPhysician.Text(NotYetApproved);
+}
+
+void frmReport::Lock(bool& readOnly) {
+    readOnly = !readOnly;
+    for (Control* control : std::to_array<Control*>({&frmDataReport, &frmReading, &frmDiagnosis, &frmFinding, &cmdSave,
+                                                     &cmdApprove, &cmdTitle, &cmdBaseBody, &cmdFnAdd, &cmdFnModify,
+                                                     &cmdFnDelete, &cmdDxAdd, &cmdDxModify, &cmdDxDelete}))
+        control->Enabled(readOnly);
+}
+
+void frmReport::ShowState() {
+    const bool lastVersion = lstHistory.ListIndex() == lstHistory.ListCount() - 1;
+    if (frmDataReport.Enabled()) {
+        lblState.Text("Pending");
+        lblState.Emphasis(Label::Tone::Neutral);
+    } else if (!cmdPrint.Enabled() && !lastVersion) {
+        lblState.Text("Older version, read-only");
+        lblState.Emphasis(Label::Tone::Attention);
+    } else {
+        std::string state = "Approved";
+        if (txtApprovingPhysician.Text() != NotYetApproved)
+            state += " by " + txtApprovingPhysician.Text();
+        if (!txtApprovalDate.Text().empty())
+            state += " on " + txtApprovalDate.Text();
+        lblState.Text(state);
+        lblState.Emphasis(Label::Tone::Settled);
+    }
+}
+
+void frmReport::LookUpUserAndSite() {
+    TrapNumbered(global_.ports.windows, "frmReport.LookUpUserAndSite:", [&] {
+        const auto user =
+            Catalogue(global_).OpenResultSet(" SELECT * FROM Users WHERE UserName='" + global_.currentUserName + "'");
+        if (!user->AtEnd()) {
+            global_.userSignature = user->Text("Signature");
+            const auto site = Catalogue(global_).OpenResultSet("SELECT * FROM SiteData");
+            global_.organization = site->AtEnd() ? "Unknown organization" : site->Text("Organization");
+            site->Close();
+        }
+        user->Close();
+    });
+}
+
+void frmReport::AddImage(const std::string& fileName, const ViewParametersHandle& viewPars,
+                         const std::string& lutName) {
+    TrapShort(global_.ports.windows, "frmReport ", [&] { images_.AddImage(fileName, viewPars, lutName); });
+}
+
+void frmReport::RemoveImage(const std::string& fileName) {
+    TrapShort(global_.ports.windows, "frmReport ", [&] { images_.RemoveImage(fileName); });
+}
+
+void frmReport::OnConnection(const std::string&, const std::string&, const std::string&) {
+    connected_ = true;
+}
+
+void frmReport::OnEndConnection(const std::string&, const std::string&, const std::string&) {
+    connected_ = false;
+}
+
+void frmReport::OnStore(const std::string&, const std::string&, const std::string&, const std::string&,
+                        const std::string&, const std::string& path) {
+    TrapNumbered(global_.ports.windows, "frmReport.Porvane_OnStore:", [&] {
+        global_.currentSRFilePath = path;
+        images_.Write();
+    });
+}
+
+} // namespace tavrel
