@@ -1,0 +1,31 @@
+#pragma once
+
+#include "platform/service_events.h"
+
+#include <vector>
+
+namespace tavrel::test {
+
+/// The storage service as the source of its events.
+class FakeServiceEvents : public ServiceEvents {
+public:
+    int attached = 0; ///< how often a handler was attached
+    int awaited = 0;
+
+    std::unique_ptr<ServiceObject> Attach(ServiceEventHandler& handler) override;
+    void AwaitSentEvents() override { ++awaited; }
+
+    /// How many handlers listen now.
+    std::size_t Listeners() const { return handlers_.size(); }
+    void RaiseConnection();
+    void RaiseEndConnection();
+    /// `path` with the separator "\".
+    void RaiseStore(const std::string& seriesUid, const std::string& path,
+                    const std::string& callingAe = "AE_INTERNAL");
+
+private:
+    class Attachment;
+    std::vector<ServiceEventHandler*> handlers_;
+};
+
+} // namespace tavrel::test

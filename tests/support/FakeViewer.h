@@ -1,0 +1,25 @@
+#pragma once
+
+#include "platform/viewer.h"
+
+#include <string>
+#include <vector>
+
+namespace tavrel::test {
+
+/// The viewer as a report sees it. Every object made by the link shares what is recorded here.
+class FakeViewerLink : public ViewerLink {
+public:
+    bool absent = false; ///< no viewer can be created
+    std::string failing; ///< the call that fails, e.g. "ViewRefertImages"
+
+    int created = 0;
+    std::vector<std::string> calls; ///< the names of the calls, in order
+    std::string srFilename;
+    std::string lutName;
+    ViewParametersHandle viewPars;
+
+    std::unique_ptr<Viewer> Create() override;
+};
+
+} // namespace tavrel::test

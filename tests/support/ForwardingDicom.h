@@ -1,0 +1,79 @@
+#pragma once
+
+#include "platform/dicom.h"
+
+#include <utility>
+
+/// Wrappers that pass every call on, so that a fault test overrides the one call that shall fail.
+/// `document.Series(std::make_shared<Failing>(document.Series()))` puts a list into place.
+namespace tavrel::test {
+
+class ForwardingDataSet : public DicomDataSet {
+public:
+    explicit ForwardingDataSet(DataSetHandle target) : target_(std::move(target)) {}
+
+    Value GetValue(Tag tag, std::string_view vr, int valueIndex) const override {
+        return target_->GetValue(tag, vr, valueIndex);
+    }
+    void SetValue(Tag tag, std::string_view vr, int valueIndex, const Value& value) override {
+        target_->SetValue(tag, vr, valueIndex, value);
+    }
+    void SaveToFile(std::string_view path) const override { target_->SaveToFile(path); }
+    int GetSequenceItemCount(Tag sequence) const override { return target_->GetSequenceItemCount(sequence); }
+    DataSetHandle GetSequenceItem(Tag sequence, int index) const override {
+        return target_->GetSequenceItem(sequence, index);
+    }
+    /// An item that is itself a wrapper is put in without it.
+    void SetSequenceItem(Tag sequence, int index, const DataSetHandle& item) override {
+        const auto wrapper = std::dynamic_pointer_cast<ForwardingDataSet>(item);
+        target_->SetSequenceItem(sequence, index, wrapper ? wrapper->target_ : item);
+    }
+    void StoreToNode(std::string_view host, std::string_view port, std::string_view callingAe,
+                     std::string_view calledAe, bool wait) override {
+        target_->StoreToNode(host, port, callingAe, calledAe, wait);
+    }
+
+private:
+    DataSetHandle target_;
+};
+
+class ForwardingDataSetList : public DataSetList {
+public:
+    explicit ForwardingDataSetList(std::shared_ptr<DataSetList> target) : target_(std::move(target)) {}
+
+    void LoadFile(std::string_view path, int flag, int reserved) override { target_->LoadFile(path, flag, reserved); }
+    void Arrange(int order) override { target_->Arrange(order); }
+    int Count() const override { return target_->Count(); }
+    int ItemCount() const override { return target_->ItemCount(); }
+    void AddDataSet(int source) override { target_->AddDataSet(source); }
+    DataSetHandle Item(int index) const override { return target_->Item(index); }
+    Value GetElementValue(int index, Tag tag, std::string_view vr, int valueIndex) const override {
+        return target_->GetElementValue(index, tag, vr, valueIndex);
+    }
+    void SetElementValue(int index, Tag tag, std::string_view vr, int valueIndex, const Value& value) override {
+        target_->SetElementValue(index, tag, vr, valueIndex, value);
+    }
+    std::string GetElementString(int index, Tag tag) const override { return target_->GetElementString(index, tag); }
+    void SetElementString(int index, Tag tag, std::string_view vr, std::string_view text) override {
+        target_->SetElementString(index, tag, vr, text);
+    }
+
+private:
+    std::shared_ptr<DataSetList> target_;
+};
+
+class ForwardingLibrary : public DicomLibrary {
+public:
+    explicit ForwardingLibrary(DicomLibrary& target) : target_(target) {}
+
+    DataSetHandle NewDataSet() override { return target_.NewDataSet(); }
+    std::shared_ptr<DataSetList> NewDataSetList() override { return target_.NewDataSetList(); }
+    std::shared_ptr<DataSetList> OpenImageSeries(std::span<const std::string> paths) override {
+        return target_.OpenImageSeries(paths);
+    }
+
+private:
+    DicomLibrary& target_;
+};
+
+} // namespace tavrel::test

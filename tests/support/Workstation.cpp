@@ -1,0 +1,244 @@
+#include "tests/support/Workstation.h"
+
+#include "host/Attributes.h"
+#include "host/Startup.h"
+#include "platform/dcmtk/DcmtkLibrary.h"
+#include "platform/odbc/OdbcDatabase.h"
+#include "platform/posix/PosixFiles.h"
+#include "sr/DcmSRDocument.h"
+#include "suite/catalogue/Schema.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <stdexcept>
+
+namespace tavrel::test {
+
+namespace {
+
+std::filesystem::path MakeFolder() {
+    std::string name = (std::filesystem::temp_directory_path() / "tavrel-XXXXXX").string();
+    if (!mkdtemp(name.data()))
+        throw std::runtime_error("No temporary folder " + name);
+    return name;
+}
+
+/// Opens the workstation's own catalogue, whatever entry is asked for, and notes what was asked.
+class OwnCatalogue : public Database {
+public:
+    OwnCatalogue(std::filesystem::path file, std::vector<std::string>& asked) : file_(std::move(file)), asked_(asked) {}
+
+    std::unique_ptr<Connection> NewConnection() override {
+        class OwnConnection : public ForwardingConnection {
+        public:
+            OwnConnection(OwnCatalogue& owner, std::unique_ptr<Connection> target)
+                : ForwardingConnection(std::move(target)), owner_(owner) {}
+            void Open(std::string_view connectionText, std::string_view user, std::string_view password) override {
+                owner_.asked_.emplace_back(connectionText);
+                ForwardingConnection::Open(
+                    "Driver=SQLite3;Timeout=2500;SyncPragma=OFF;Database=" + owner_.file_.string(), user, password);
+            }
+
+        private:
+            OwnCatalogue& owner_;
+        };
+        return std::make_unique<OwnConnection>(*this, odbc_.NewConnection());
+    }
+
+private:
+    OdbcDatabase odbc_;
+    std::filesystem::path file_;
+    std::vector<std::string>& asked_;
+};
+
+std::string Quoted(std::string_view text) {
+    std::string quoted = "'";
+    for (const char character : text)
+        quoted.append(character == '\'' ? "''" : std::string(1, character));
+    return quoted + "'";
+}
+
+} // namespace
+
+Workstation::Workstation(State state)
+    : folder(MakeFolder()), files(std::make_unique<PosixFiles>()),
+      database(std::make_unique<OwnCatalogue>(folder / "catalogue.db", connectionTexts)),
+      dicom(std::make_unique<DcmtkLibrary>(background, serviceEvents)), store(*dicom), global(PortsWith(*database)),
+      beside_(database->NewConnection()) {
+    beside_->Open({}, {}, {});
+    CreateSchema(*beside_, Engine::Sqlite);
+    Insert("SiteData", {{"BaseUID", "1.2.999"}, {"Organization", "Orbenta General Hospital"}});
+    Insert("DicomServer", {{"AETitle", "ORBENTA"}});
+    Insert("Port", {{"Port", "10404"}, {"AETitle", "PORVANE"}});
+    AddUser("mrossi", "Dr. Mario Rossi");
+    connectionTexts.clear();
+    process.applicationFolder = Path();
+    if (state == Started)
+        Init(global);
+}
+
+Workstation::~Workstation() {
+    std::error_code ignored;
+    std::filesystem::remove_all(folder, ignored);
+}
+
+Ports Workstation::PortsWith(Database& other) {
+    return {store, other, windows, *files, process, users, clock};
+}
+
+Ports Workstation::PortsWith(DicomLibrary& other) {
+    return {other, *database, windows, *files, process, users, clock};
+}
+
+Ports Workstation::PortsWith(Files& other) {
+    return {store, *database, windows, other, process, users, clock};
+}
+
+std::string Workstation::Path(std::string_view below) const {
+    std::string path = NativePath(below).string();
+    std::ranges::replace(path, '/', '\\');
+    return path;
+}
+
+std::filesystem::path Workstation::NativePath(std::string_view below) const {
+    std::string name(below);
+    std::ranges::replace(name, '\\', '/');
+    return name.empty() ? folder : folder / name;
+}
+
+void Workstation::Execute(std::string_view statement) {
+    beside_->OpenResultSet(statement);
+}
+
+std::vector<std::vector<std::string>> Workstation::Rows(std::string_view table,
+                                                        const std::vector<std::string>& columns) {
+    std::vector<std::vector<std::string>> rows;
+    for (const auto found = beside_->OpenResultSet("SELECT * FROM " + std::string(table) + " ORDER BY rowid");
+         !found->AtEnd(); found->MoveNext()) {
+        std::vector<std::string>& row = rows.emplace_back();
+        for (const std::string& column : columns)
+            row.emplace_back(found->Field(column).value_or(""));
+    }
+    return rows;
+}
+
+void Workstation::Insert(std::string_view table, const Fields& fields) {
+    std::string columns, values;
+    for (const auto& [column, value] : fields) {
+        columns += (columns.empty() ? "" : ", ") + column;
+        values += (values.empty() ? "" : ", ") + Quoted(value);
+    }
+    Execute("INSERT INTO " + std::string(table) + " (" + columns + ") VALUES (" + values + ")");
+}
+
+void Workstation::SetSite(std::string_view baseUid, std::string_view organization) {
+    Execute("UPDATE SiteData SET BaseUID = " + Quoted(baseUid) + ", Organization = " + Quoted(organization));
+}
+
+void Workstation::AddUser(std::string_view userName, std::string_view signature) {
+    Insert("Users", {{"UserName", std::string(userName)}, {"Signature", std::string(signature)}});
+}
+
+void Workstation::SetPort(std::string_view port, std::string_view aeTitle) {
+    Execute("UPDATE Port SET Port = " + Quoted(port) + ", AETitle = " + Quoted(aeTitle));
+}
+
+void Workstation::AddPatient(std::string_view id, std::string_view name) {
+    Insert("Patient", {{"ID", std::string(id)}, {"PatientName", std::string(name)}});
+}
+
+void Workstation::AddStudy(std::string_view studyUid, std::string_view patientId, std::string_view studyPath) {
+    Insert("Study", {{"StudyInstanceUID", std::string(studyUid)},
+                     {"IDPatient", std::string(patientId)},
+                     {"StudyPath", std::string(studyPath)}});
+}
+
+void Workstation::AddSeries(std::string_view seriesUid, std::string_view studyUid, std::string_view modality,
+                            std::string_view seriesDir, int number) {
+    Insert("Series", {{"SeriesInstanceUID", std::string(seriesUid)},
+                      {"StudyInstanceUID", std::string(studyUid)},
+                      {"Modality", std::string(modality)},
+                      {"SeriesDir", std::string(seriesDir)},
+                      {"SeriesNumber", std::to_string(number)}});
+}
+
+void Workstation::AddImage(std::string_view seriesUid, std::string_view imageFile) {
+    Insert("Image", {{"SeriesInstanceUID", std::string(seriesUid)}, {"ImageFile", std::string(imageFile)}});
+}
+
+void Workstation::AddCode(std::string_view table, std::string_view scheme, std::string_view value,
+                          std::string_view meaning) {
+    Insert(table, {{"CodeScheme", std::string(scheme)},
+                   {"CodeValue", std::string(value)},
+                   {"CodeMeaning", std::string(meaning)}});
+}
+
+void Workstation::AddExampleStudy() {
+    AddPatient("P1", "ROSSI^MARIA");
+    AddStudy("1.2.3", "P1", Path("study"));
+    AddSeries("1.2.3.1", "1.2.3", "CT", "images");
+}
+
+std::shared_ptr<DataSetList> Workstation::ImageSeries(int count) {
+    const auto images = dicom->NewDataSetList();
+    for (int index = 0; index < count; ++index) {
+        images->AddDataSet(-1);
+        const auto set = [&](Tag tag, std::string_view vr, const Value& value) {
+            images->SetElementValue(index, tag, vr, 0, value);
+        };
+        set(attribute::StudyDate, "DA", DateTime{2026, 11, 14});
+        set(attribute::StudyTime, "TM", DateTime{.hour = 7, .minute = 30});
+        set(attribute::AccessionNumber, "SH", "A1");
+        set(attribute::Modality, "CS", "CT");
+        set(attribute::ReferringPhysicianName, "PN", "BIANCHI^ANNA");
+        set(attribute::StudyDescription, "LO", "Chest");
+        set(attribute::PatientName, "PN", "ROSSI^MARIA");
+        set(attribute::PatientId, "LO", "P1");
+        set(attribute::PatientBirthDate, "DA", DateTime{1960, 5, 20});
+        set(attribute::PatientSex, "CS", "F");
+        set(attribute::StudyInstanceUid, "UI", "1.2.3");
+        set(attribute::SeriesInstanceUid, "UI", "1.2.3.1");
+        set(attribute::SopInstanceUid, "UI", "1.2.3.1." + std::to_string(index + 1));
+    }
+    return images;
+}
+
+std::string Workstation::AddReport(const ReportSeed& seed) {
+    AddSeries(seed.seriesUid, seed.studyUid, "SR", seed.seriesDir, 100);
+    const std::string below = "study\\" + seed.seriesDir;
+    std::filesystem::create_directories(NativePath(below));
+
+    FakeClock past;
+    FakeWindows screen;
+    Global writer(Ports{*dicom, *database, screen, *files, process, users, past});
+    writer.catalogue = database->NewConnection();
+    writer.catalogue->Open({}, {}, {});
+    writer.baseUid = "1.2.999";
+    writer.organization = "Orbenta General Hospital";
+    writer.userSignature = seed.observer;
+
+    const auto images = ImageSeries();
+    images->SetElementString(0, attribute::PatientName, "PN", seed.patientName);
+    images->SetElementString(0, attribute::StudyInstanceUid, "UI", seed.studyUid);
+    DcmSRDocument document(writer);
+    document.CreateFromDDO(*images, 0);
+    document.Series()->SetElementString(0, attribute::SeriesInstanceUid, "UI", seed.seriesUid);
+    document.SetTitle("99SS", "T1", "Heading", seed.title);
+    document.Reading(seed.reading);
+    for (int version = 0; version < seed.versions; ++version) {
+        past.now = {2026, 11, 14, 8, static_cast<std::int8_t>(version), 0};
+        if (seed.approved && version == seed.versions - 1)
+            document.status(DcmSRDocument::Approved);
+        const std::string number = std::to_string(1000001 + version).substr(1);
+        const std::string file = "img_" + number + ".dcm";
+        const std::string path = Path(below) + "\\" + file;
+        document.Save(path); // files the version at the index, which is not yet the one just written
+        document.Series()->Item(version)->SaveToFile(path);
+        AddImage(seed.seriesUid, file);
+    }
+    if (!screen.messages.empty())
+        throw std::runtime_error("The report could not be made: " + screen.messages.front().text);
+    return Path(below);
+}
+
+} // namespace tavrel::test
