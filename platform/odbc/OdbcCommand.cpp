@@ -1,0 +1,51 @@
+#include "platform/odbc/OdbcCommand.h"
+
+#include "platform/odbc/OdbcError.h"
+#include "platform/odbc/OdbcStatement.h"
+
+#include <sqlext.h>
+
+#include <algorithm>
+
+namespace tavrel {
+
+namespace {
+
+/// Code points of a UTF-8 text: every byte but the continuation bytes.
+int CountCharacters(std::string_view text) {
+    return static_cast<int>(
+        std::ranges::count_if(text, [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U; }));
+}
+
+void RequireThatItFits(const Parameter& parameter) {
+    const int characters = CountCharacters(parameter.value);
+    if (characters > parameter.size)
+        throw OdbcError(OdbcFailure::ParameterTooLong, "\"" + parameter.name + "\" has " + std::to_string(characters) +
+                                                           " characters; at most " + std::to_string(parameter.size) +
+                                                           " can be stored.");
+}
+
+BoundText Bound(const Parameter& parameter) {
+    const bool isLong = parameter.type == ParameterType::LongVariableCharacter;
+    return {parameter.value, static_cast<SQLSMALLINT>(isLong ? SQL_LONGVARCHAR : SQL_VARCHAR),
+            static_cast<SQLULEN>(parameter.size)};
+}
+
+} // namespace
+
+void OdbcCommand::Delete(int index) {
+    if (index < 0 || index >= static_cast<int>(parameters_.size()))
+        throw OdbcError(OdbcFailure::UnknownParameter, "The command has no parameter " + std::to_string(index) + ".");
+    parameters_.erase(parameters_.begin() + index);
+}
+
+void OdbcCommand::Execute() {
+    session_->Guarded([this] {
+        std::ranges::for_each(parameters_, RequireThatItFits);
+        std::vector<BoundText> values;
+        std::ranges::transform(parameters_, std::back_inserter(values), Bound);
+        OdbcStatement(session_).Run(statement_, values);
+    });
+}
+
+} // namespace tavrel

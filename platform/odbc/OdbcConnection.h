@@ -1,0 +1,33 @@
+#pragma once
+
+#include "platform/database.h"
+#include "platform/odbc/OdbcSession.h"
+
+#include <memory>
+#include <string_view>
+
+namespace tavrel {
+
+/// A connection through the ODBC driver manager, in UTF-8, to the entry that the connection text
+/// names. Not for use by several threads at once; connections are independent of each other.
+///
+/// - A server that went away closes the connection (`IsOpen` answers false, later calls say why), so
+///   that the next start-up opens it again.
+/// - A statement that fails inside a transaction drops the transaction; a later `Commit` is an error.
+/// - `BeginTransaction` drops a transaction that was left open: what was never committed does not
+///   become part of the next one.
+class OdbcConnection final : public Connection {
+public:
+    void Open(std::string_view connectionText, std::string_view user = {}, std::string_view password = {}) override;
+    bool IsOpen() const override { return session_->IsOpen(); }
+    void Close() override { session_->Close(); }
+    void BeginTransaction() override { session_->BeginTransaction(); }
+    void Commit() override { session_->Commit(); }
+    std::unique_ptr<ResultSet> OpenResultSet(std::string_view statement, Cursor cursor = Cursor::ForwardOnly) override;
+    std::unique_ptr<Command> NewCommand() override;
+
+private:
+    std::shared_ptr<OdbcSession> session_ = std::make_shared<OdbcSession>();
+};
+
+} // namespace tavrel

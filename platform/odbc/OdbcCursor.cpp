@@ -1,0 +1,150 @@
+#include "platform/odbc/OdbcCursor.h"
+
+#include "platform/odbc/OdbcError.h"
+#include "platform/odbc/OdbcNames.h"
+
+#include <sqlext.h>
+#include <sqlucode.h>
+
+#include <algorithm>
+#include <array>
+
+namespace tavrel {
+
+namespace {
+
+/// A longer value is read by itself, from a call of its own.
+constexpr std::size_t columnBufferSize = 1024;
+
+bool IsFixedWidthText(SQLSMALLINT sqlType) {
+    return sqlType == SQL_CHAR || sqlType == SQL_WCHAR;
+}
+
+std::string_view WithoutPadding(std::string_view text) {
+    return text.substr(0, text.find_last_not_of(' ') + 1);
+}
+
+} // namespace
+
+OdbcCursor::OdbcCursor(std::shared_ptr<OdbcSession> session, std::string_view statement)
+    : statement_(std::move(session)) {
+    statement_.Run(statement);
+    DescribeColumns();
+    BindColumns();
+}
+
+void OdbcCursor::DescribeColumns() {
+    columns_.resize(static_cast<std::size_t>(statement_.ColumnCount()));
+    SQLUSMALLINT number = 0;
+    for (Column& column : columns_) {
+        std::array<SQLCHAR, 512> name{};
+        SQLSMALLINT nameLength = 0;
+        SQLSMALLINT digits = 0;
+        SQLSMALLINT nullable = 0;
+        statement_.Check(SQLDescribeCol(statement_.Handle(), ++number, name.data(),
+                                        static_cast<SQLSMALLINT>(name.size()), &nameLength, &column.sqlType,
+                                        &column.size, &digits, &nullable));
+        column.name = reinterpret_cast<const char*>(name.data());
+        column.isPadded = IsFixedWidthText(column.sqlType);
+    }
+}
+
+void OdbcCursor::BindColumns() {
+    row_.resize(columns_.size() * columnBufferSize);
+    char* buffer = row_.data();
+    SQLUSMALLINT number = 0;
+    for (Column& column : columns_) {
+        column.buffer = buffer;
+        statement_.Check(SQLBindCol(statement_.Handle(), ++number, SQL_C_CHAR, buffer,
+                                    static_cast<SQLLEN>(columnBufferSize), &column.length));
+        buffer += columnBufferSize;
+    }
+}
+
+bool OdbcCursor::Next() {
+    hasRow_ = false;
+    if (columns_.empty())
+        return false;
+    const SQLRETURN result = SQLFetch(statement_.Handle());
+    if (result == SQL_NO_DATA) {
+        Close();
+        return false;
+    }
+    if (result != SQL_SUCCESS || hasLongValues_) {
+        statement_.Check(result);
+        ReadLongValues();
+    }
+    hasRow_ = true;
+    return true;
+}
+
+void OdbcCursor::ReadLongValues() {
+    hasLongValues_ = false;
+    SQLUSMALLINT number = 0;
+    for (Column& column : columns_) {
+        ++number;
+        column.isLong = column.length == SQL_NO_TOTAL || column.length >= static_cast<SQLLEN>(columnBufferSize);
+        if (column.isLong) {
+            ReadLongValue(number, column);
+            hasLongValues_ = true;
+        }
+    }
+}
+
+void OdbcCursor::ReadLongValue(SQLUSMALLINT number, Column& column) {
+    std::array<char, 32768> part{};
+    column.longText.clear();
+    for (;;) {
+        SQLLEN left = 0;
+        const SQLRETURN result =
+            SQLGetData(statement_.Handle(), number, SQL_C_CHAR, part.data(), static_cast<SQLLEN>(part.size()), &left);
+        if (result == SQL_NO_DATA)
+            return;
+        statement_.Check(result);
+        const bool isLast = left != SQL_NO_TOTAL && left < static_cast<SQLLEN>(part.size());
+        column.longText.append(part.data(), isLast ? static_cast<std::size_t>(left) : part.size() - 1);
+        if (isLast)
+            return;
+    }
+}
+
+void OdbcCursor::Close() {
+    hasRow_ = false;
+    if (statement_.Handle() != nullptr)
+        SQLFreeStmt(statement_.Handle(), SQL_CLOSE);
+}
+
+int OdbcCursor::FieldIndex(std::string_view name) const {
+    const auto found =
+        std::ranges::find_if(columns_, [&](const Column& column) { return SameName(column.name, name); });
+    if (found == columns_.end())
+        throw OdbcError(OdbcFailure::UnknownField, "The result has no field \"" + std::string(name) + "\".");
+    return static_cast<int>(found - columns_.begin());
+}
+
+std::optional<std::string_view> OdbcCursor::Field(int index) const {
+    if (!hasRow_)
+        throw NoCurrentRow();
+    const Column& column = columns_.at(static_cast<std::size_t>(index));
+    if (column.length == SQL_NULL_DATA)
+        return std::nullopt;
+    const std::string_view text = column.isLong
+                                      ? std::string_view(column.longText)
+                                      : std::string_view(column.buffer, static_cast<std::size_t>(column.length));
+    return column.isPadded ? WithoutPadding(text) : text;
+}
+
+OdbcCursor::Origin OdbcCursor::OriginOf(int index) const {
+    const auto number = static_cast<SQLUSMALLINT>(index + 1);
+    const auto text = [&](SQLUSMALLINT item) {
+        std::array<char, 512> buffer{};
+        SQLSMALLINT length = 0;
+        statement_.Check(SQLColAttribute(statement_.Handle(), number, item, buffer.data(),
+                                         static_cast<SQLSMALLINT>(buffer.size()), &length, nullptr));
+        return std::string(buffer.data());
+    };
+    const Column& column = columns_.at(static_cast<std::size_t>(index));
+    return {text(SQL_DESC_BASE_TABLE_NAME), text(SQL_DESC_BASE_COLUMN_NAME), column.sqlType, column.size};
+}
+
+} // namespace tavrel

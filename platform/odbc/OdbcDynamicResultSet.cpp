@@ -1,0 +1,134 @@
+#include "platform/odbc/OdbcDynamicResultSet.h"
+
+#include "platform/odbc/OdbcError.h"
+#include "platform/odbc/OdbcNames.h"
+
+namespace tavrel {
+
+OdbcDynamicResultSet::OdbcDynamicResultSet(std::shared_ptr<OdbcSession> session, std::string_view statement)
+    : session_(session), cursor_(std::move(session), statement) {
+    for (int index = 0; index < cursor_.ColumnCount(); ++index)
+        origins_.push_back(cursor_.OriginOf(index));
+    while (cursor_.Next()) {
+        Row& row = rows_.emplace_back();
+        for (int index = 0; index < cursor_.ColumnCount(); ++index)
+            row.emplace_back(cursor_.Field(index));
+    }
+}
+
+void OdbcDynamicResultSet::MoveNext() {
+    if (AtEnd())
+        throw NoCurrentRow();
+    changes_.clear();
+    ++position_;
+}
+
+std::optional<std::string_view> OdbcDynamicResultSet::Field(int index) const {
+    if (AtEnd())
+        throw NoCurrentRow();
+    return rows_[position_].at(static_cast<std::size_t>(index));
+}
+
+std::string OdbcDynamicResultSet::Text(std::string_view name) const {
+    return NotNull(Field(name), name);
+}
+
+void OdbcDynamicResultSet::AddNew() {
+    changes_.clear();
+    isAdding_ = true;
+}
+
+void OdbcDynamicResultSet::SetField(std::string_view name, std::string_view value) {
+    if (!isAdding_ && AtEnd())
+        throw NoCurrentRow();
+    changes_[static_cast<std::size_t>(FieldIndex(name))] = value;
+}
+
+void OdbcDynamicResultSet::Update() {
+    if (changes_.empty())
+        throw OdbcError(OdbcFailure::NoCurrentRow, "There is nothing to store: no field was set.");
+    session_->Guarded([this] {
+        if (isAdding_)
+            Insert();
+        else
+            ChangeCurrent();
+    });
+}
+
+void OdbcDynamicResultSet::Insert() {
+    std::string columns;
+    std::string marks;
+    std::vector<BoundText> values;
+    for (const auto& [index, value] : changes_) {
+        columns += (columns.empty() ? "" : ", ") + ColumnName(index);
+        marks += marks.empty() ? "?" : ", ?";
+        values.push_back(Bound(index, value));
+    }
+    Run("INSERT INTO " + Table() + " (" + columns + ") VALUES (" + marks + ")", values);
+
+    ApplyChangesTo(rows_.emplace_back(origins_.size()));
+    position_ = rows_.size() - 1;
+    isAdding_ = false;
+}
+
+void OdbcDynamicResultSet::ChangeCurrent() {
+    Row& row = rows_[position_];
+    std::string assignments;
+    std::string condition;
+    std::vector<BoundText> values;
+    for (const auto& [index, value] : changes_) {
+        assignments += (assignments.empty() ? "" : ", ") + ColumnName(index) + " = ?";
+        values.push_back(Bound(index, value));
+    }
+    for (std::size_t index = 0; index < row.size(); ++index) {
+        condition += (condition.empty() ? "" : " AND ") + ColumnName(index) + (row[index] ? " = ?" : " IS NULL");
+        if (row[index])
+            values.push_back(Bound(index, *row[index]));
+    }
+    if (Run("UPDATE " + Table() + " SET " + assignments + " WHERE " + condition, values) < 1)
+        throw OdbcError(OdbcFailure::RowChangedMeanwhile,
+                        "The row was not stored: someone else has changed or deleted it in the meantime.");
+    ApplyChangesTo(row);
+}
+
+SQLLEN OdbcDynamicResultSet::Run(std::string_view statement, std::span<const BoundText> values) {
+    OdbcStatement change(session_);
+    change.Run(statement, values);
+    return change.RowCount();
+}
+
+std::string OdbcDynamicResultSet::Table() const {
+    for (const OdbcCursor::Origin& origin : origins_)
+        if (origin.table.empty() || origin.table != origins_.front().table)
+            throw OdbcError(OdbcFailure::ReadOnly,
+                            "The row cannot be stored: its fields are not the columns of one table.");
+    return Quoted(origins_.front().table);
+}
+
+std::string OdbcDynamicResultSet::ColumnName(std::size_t index) const {
+    return Quoted(origins_[index].column);
+}
+
+BoundText OdbcDynamicResultSet::Bound(std::size_t index, std::string_view value) const {
+    return {value, origins_[index].sqlType, origins_[index].size};
+}
+
+std::string OdbcDynamicResultSet::Quoted(std::string_view name) const {
+    const std::string& quote = session_->IdentifierQuote();
+    return quote + std::string(name) + quote;
+}
+
+void OdbcDynamicResultSet::ApplyChangesTo(Row& row) {
+    for (auto& [index, value] : changes_)
+        row[index] = std::move(value);
+    changes_.clear();
+}
+
+void OdbcDynamicResultSet::Close() {
+    rows_.clear();
+    position_ = 0;
+    changes_.clear();
+    isAdding_ = false;
+}
+
+} // namespace tavrel

@@ -1,0 +1,91 @@
+#include "platform/odbc/OdbcError.h"
+
+#include <array>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace tavrel {
+
+namespace {
+
+constexpr const char* source = "Database";
+
+struct Record {
+    std::string state;
+    SQLINTEGER number = 0;
+    std::string text;
+
+    bool IsWarning() const { return state.starts_with("01"); }
+    /// Class 08 is the standard's; PostgreSQL names its own shutdown 57P01 to 57P03; MariaDB reports
+    /// "gone away" (2006) and "lost" (2013) under varying states.
+    bool SaysThatServerIsGone() const {
+        return state.starts_with("08") || state.starts_with("57P0") || number == 2006 || number == 2013;
+    }
+};
+
+std::string OneLine(std::string text) {
+    for (char& character : text)
+        if (character == '\n' || character == '\r' || character == '\t')
+            character = ' ';
+    return text.substr(0, text.find_last_not_of(' ') + 1);
+}
+
+std::vector<Record> ReadRecords(SQLSMALLINT handleType, SQLHANDLE handle) {
+    constexpr SQLSMALLINT recordLimit = 20;
+    std::vector<Record> records;
+    std::array<SQLCHAR, 6> state{};
+    std::array<SQLCHAR, 4096> text{};
+    for (SQLSMALLINT index = 1; index <= recordLimit; ++index) {
+        Record record;
+        SQLSMALLINT length = 0;
+        const SQLRETURN result = SQLGetDiagRec(handleType, handle, index, state.data(), &record.number, text.data(),
+                                               static_cast<SQLSMALLINT>(text.size()), &length);
+        if (!SQL_SUCCEEDED(result))
+            break;
+        record.state = reinterpret_cast<const char*>(state.data());
+        record.text = OneLine(reinterpret_cast<const char*>(text.data()));
+        records.push_back(std::move(record));
+    }
+    return records;
+}
+
+} // namespace
+
+Error OdbcError(OdbcFailure failure, std::string description) {
+    return Error(static_cast<int>(failure), source, std::move(description));
+}
+
+Error NoCurrentRow() {
+    return OdbcError(OdbcFailure::NoCurrentRow,
+                     "The result has no current row: it is empty or has been read to its end.");
+}
+
+std::string NotNull(std::optional<std::string_view> text, std::string_view field) {
+    if (!text)
+        throw OdbcError(OdbcFailure::NullField, "The field \"" + std::string(field) + "\" holds no value (null).");
+    return std::string(*text);
+}
+
+OdbcDiagnostics OdbcDiagnostics::Read(SQLSMALLINT handleType, SQLHANDLE handle) {
+    OdbcDiagnostics diagnostics;
+    for (const Record& record : ReadRecords(handleType, handle)) {
+        diagnostics.connectionLost = diagnostics.connectionLost || record.SaysThatServerIsGone();
+        if (record.IsWarning() || diagnostics.text.find(record.text) != std::string::npos)
+            continue;
+        if (diagnostics.text.empty())
+            diagnostics.number = record.number;
+        else
+            diagnostics.text += "; ";
+        diagnostics.text += record.text;
+    }
+    if (diagnostics.text.empty())
+        diagnostics.text = "The database driver failed and did not say why.";
+    return diagnostics;
+}
+
+Error OdbcDiagnostics::AsError() const {
+    return Error(number, source, text);
+}
+
+} // namespace tavrel
