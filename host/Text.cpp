@@ -56,42 +56,6 @@ bool IsOfTheCalendar(const DateTime& date) {
                                  .ok();
 }
 
-/// Characters of three bytes in UTF-8, from the first to the last, and what stands for each.
-struct Folding {
-    std::string_view first;
-    std::string_view last;
-    std::string_view plain;
-};
-
-constexpr std::array Foldings = {
-    Folding{"\u2000", "\u200A", " "},  // quads, em and en spaces, thin and hair space
-    Folding{"\u200B", "\u200F", ""},   // zero-width space, joiners, direction marks
-    Folding{"\u2010", "\u2015", "-"},  // hyphens, figure, en and em dash, bar
-    Folding{"\u2018", "\u201B", "'"},  // single quotes
-    Folding{"\u201C", "\u201F", "\""}, // double quotes
-    Folding{"\u2022", "\u2023", "-"},  // bullets
-    Folding{"\u2024", "\u2024", "."},  // one dot leader
-    Folding{"\u2025", "\u2025", ".."}, // two dot leader
-    Folding{"\u2026", "\u2026", "..."}, Folding{"\u2028", "\u2029", "\r\n"}, // line and paragraph separator
-    Folding{"\u202A", "\u202E", ""},                                         // direction embeddings
-    Folding{"\u202F", "\u202F", " "},                                        // narrow no-break space
-    Folding{"\u2032", "\u2032", "'"},                                        // prime
-    Folding{"\u2033", "\u2033", "\""},                                       // double prime
-    Folding{"\u2039", "\u2039", "<"},   Folding{"\u203A", "\u203A", ">"},    // single angle quotes
-    Folding{"\u2043", "\u2043", "-"},                                        // hyphen bullet
-    Folding{"\u2044", "\u2044", "/"},                                        // fraction slash
-    Folding{"\u205F", "\u205F", " "},                                        // mathematical space
-    Folding{"\u2060", "\u2060", ""},                                         // word joiner
-    Folding{"\u2212", "\u2212", "-"},                                        // minus
-    Folding{"\u25AA", "\u25AA", "-"},                                        // square bullet
-    Folding{"\u25CF", "\u25CF", "-"},                                        // round bullet
-    Folding{"\u25E6", "\u25E6", "-"},                                        // white bullet
-    Folding{"\u3000", "\u3000", " "},                                        // ideographic space
-    Folding{"\uFB00", "\uFB00", "ff"},  Folding{"\uFB01", "\uFB01", "fi"},
-    Folding{"\uFB02", "\uFB02", "fl"},  Folding{"\uFB03", "\uFB03", "ffi"},
-    Folding{"\uFB04", "\uFB04", "ffl"}, Folding{"\uFEFF", "\uFEFF", ""}, // byte order mark
-};
-
 } // namespace
 
 std::optional<DateTime> ParseDate(std::string_view text) {
@@ -125,6 +89,51 @@ DateTime DateTimeOf(const Value& value) {
     const auto* dateTime = std::get_if<DateTime>(&value);
     return dateTime ? *dateTime : DateTime{};
 }
+
+namespace {
+
+/// Characters of three bytes in UTF-8, from the first to the last, and what stands for each.
+struct Folding {
+    std::string_view first;
+    std::string_view last;
+    std::string_view plain;
+};
+
+constexpr std::array Foldings = {
+    Folding{"\u2000", "\u200A", " "},    // quads, em and en space, thin and hair space
+    Folding{"\u200B", "\u200F", ""},     // zero-width space, joiners, direction marks
+    Folding{"\u2010", "\u2015", "-"},    // hyphens, figure, en and em dash, bar
+    Folding{"\u2018", "\u201B", "'"},    // single quotes
+    Folding{"\u201C", "\u201F", "\""},   // double quotes
+    Folding{"\u2022", "\u2023", "-"},    // bullets
+    Folding{"\u2024", "\u2024", "."},    // one dot leader
+    Folding{"\u2025", "\u2025", ".."},   // two dot leader
+    Folding{"\u2026", "\u2026", "..."},  // ellipsis
+    Folding{"\u2028", "\u2029", "\r\n"}, // line and paragraph separator
+    Folding{"\u202A", "\u202E", ""},     // direction embeddings
+    Folding{"\u202F", "\u202F", " "},    // narrow no-break space
+    Folding{"\u2032", "\u2032", "'"},    // prime
+    Folding{"\u2033", "\u2033", "\""},   // double prime
+    Folding{"\u2039", "\u2039", "<"},    // single left angle quote
+    Folding{"\u203A", "\u203A", ">"},    // single right angle quote
+    Folding{"\u2043", "\u2043", "-"},    // hyphen bullet
+    Folding{"\u2044", "\u2044", "/"},    // fraction slash
+    Folding{"\u205F", "\u205F", " "},    // mathematical space
+    Folding{"\u2060", "\u2060", ""},     // word joiner
+    Folding{"\u2212", "\u2212", "-"},    // minus
+    Folding{"\u25AA", "\u25AA", "-"},    // square bullet
+    Folding{"\u25CF", "\u25CF", "-"},    // round bullet
+    Folding{"\u25E6", "\u25E6", "-"},    // white bullet
+    Folding{"\u3000", "\u3000", " "},    // ideographic space
+    Folding{"\uFB00", "\uFB00", "ff"},   // ligature ff
+    Folding{"\uFB01", "\uFB01", "fi"},   // ligature fi
+    Folding{"\uFB02", "\uFB02", "fl"},   // ligature fl
+    Folding{"\uFB03", "\uFB03", "ffi"},  // ligature ffi
+    Folding{"\uFB04", "\uFB04", "ffl"},  // ligature ffl
+    Folding{"\uFEFF", "\uFEFF", ""},     // byte order mark
+};
+
+} // namespace
 
 std::string PlainText(std::string_view text) {
     std::string plain;

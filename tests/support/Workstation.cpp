@@ -63,8 +63,8 @@ std::string Quoted(std::string_view text) {
 Workstation::Workstation(State state)
     : folder(MakeFolder()), files(std::make_unique<PosixFiles>()),
       database(std::make_unique<OwnCatalogue>(folder / "catalogue.db", connectionTexts)),
-      dicom(std::make_unique<DcmtkLibrary>(background, serviceEvents)), store(*dicom), global(PortsWith(*database)),
-      beside_(database->NewConnection()) {
+      dicom(std::make_unique<DcmtkLibrary>(background, serviceEvents, (folder / "unsent").string())), store(*dicom),
+      global(PortsWith(*database)), beside_(database->NewConnection()) {
     beside_->Open({}, {}, {});
     CreateSchema(*beside_, Engine::Sqlite);
     Insert("SiteData", {{"BaseUID", "1.2.999"}, {"Organization", "Orbenta General Hospital"}});

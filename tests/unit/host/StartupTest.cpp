@@ -1,0 +1,137 @@
+#include "host/Startup.h"
+#include "platform/error.h"
+#include "tests/support/Workstation.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace tavrel::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::StartsWith;
+
+class Startup : public testing::Test {
+protected:
+    std::string Log() const { return station.files->ReadText(station.Path("Tavrel.log")); }
+    Workstation station{Workstation::NotStarted};
+    Global& global = station.global;
+};
+
+TEST_F(Startup, OfAPersonRunsOnce) {
+    Main(global);
+
+    EXPECT_EQ(Log(), "15/11/2026 08:05:09 - Entering main\r\n");
+    EXPECT_EQ(global.baseUid, "1.2.999");
+}
+
+TEST_F(Startup, OfAnAutomationRequestIsLeftToTheCreation) {
+    station.process.startedByAutomation = true;
+
+    Main(global);
+
+    EXPECT_FALSE(station.files->Exists(station.Path("Tavrel.log")));
+    EXPECT_EQ(global.catalogue, nullptr);
+}
+
+TEST_F(Startup, OpensTheCatalogueByItsFixedName) {
+    Init(global);
+
+    EXPECT_TRUE(global.catalogue->IsOpen());
+    EXPECT_THAT(station.connectionTexts, ElementsAre("DSN=DicomFDB"));
+}
+
+TEST_F(Startup, ReadsTheFirstSite) {
+    station.Insert("SiteData", {{"BaseUID", "9.9"}, {"Organization", "Another"}});
+
+    Init(global);
+
+    EXPECT_EQ(global.baseUid, "1.2.999");
+    EXPECT_EQ(global.organization, "Orbenta General Hospital");
+}
+
+TEST_F(Startup, TakesAUserInformationObjectButDoesNotAskIt) {
+    Init(global);
+
+    EXPECT_EQ(global.userInformation->UserName(), "mrossi");
+    EXPECT_EQ(global.currentUserName, "");
+}
+
+TEST_F(Startup, AgainKeepsTheConnectionAndReadsTheSiteAgain) {
+    Init(global);
+    const Connection* const first = global.catalogue.get();
+    station.SetSite("1.2.888", "Renamed");
+
+    Init(global);
+
+    EXPECT_EQ(global.catalogue.get(), first);
+    EXPECT_EQ(station.connectionTexts.size(), 1U);
+    EXPECT_EQ(global.baseUid, "1.2.888");
+    EXPECT_EQ(global.organization, "Renamed");
+    EXPECT_EQ(station.users.made, 2);
+    EXPECT_EQ(Log(), "15/11/2026 08:05:09 - Entering main\r\n15/11/2026 08:05:09 - Entering main\r\n");
+}
+
+TEST_F(Startup, AgainReopensAConnectionThatWasClosed) {
+    Init(global);
+    global.catalogue->Close();
+
+    Init(global);
+
+    EXPECT_TRUE(global.catalogue->IsOpen());
+    EXPECT_EQ(station.connectionTexts.size(), 2U);
+}
+
+TEST_F(Startup, ThatSucceedsShowsNothingAndEndsNothing) {
+    Init(global);
+
+    EXPECT_TRUE(station.windows.messages.empty());
+    EXPECT_EQ(station.process.ended, 0);
+}
+
+TEST_F(Startup, WithoutTheDataSourceShowsWhyAndEndsTheProcess) {
+    struct Unreachable : ForwardingConnection {
+        using ForwardingConnection::ForwardingConnection;
+        void Open(std::string_view, std::string_view, std::string_view) override {
+            throw Error(0, "ODBC", "Data source name not found");
+        }
+    };
+    global.catalogue = std::make_unique<Unreachable>(station.database->NewConnection());
+
+    Init(global);
+
+    ASSERT_THAT(station.windows.Texts(), ElementsAre("Quendor.Init: Data source name not found"));
+    EXPECT_EQ(station.windows.messages[0].title, "");
+    EXPECT_EQ(station.windows.messages[0].buttons, Buttons::Ok);
+    EXPECT_EQ(station.process.ended, 1);
+    EXPECT_EQ(Log(), "15/11/2026 08:05:09 - Entering main\r\n");
+}
+
+class StartupOn : public Startup, public testing::WithParamInterface<std::string_view> {};
+
+TEST_P(StartupOn, ABrokenSiteShowsWhyAndEndsTheProcess) {
+    station.Execute(GetParam());
+
+    Init(global);
+
+    EXPECT_THAT(station.windows.Texts(), ElementsAre(StartsWith("Quendor.Init: ")));
+    EXPECT_EQ(station.process.ended, 1);
+    EXPECT_EQ(global.userInformation, nullptr);
+}
+
+INSTANTIATE_TEST_SUITE_P(, StartupOn,
+                         testing::Values("DELETE FROM SiteData", "DROP TABLE SiteData",
+                                         "UPDATE SiteData SET BaseUID = NULL",
+                                         "UPDATE SiteData SET Organization = NULL"));
+
+TEST_F(Startup, WithoutALogFileWorksAllTheSame) {
+    station.process.applicationFolder = station.Path("nowhere");
+
+    Init(global);
+
+    EXPECT_TRUE(station.windows.messages.empty());
+    EXPECT_EQ(global.baseUid, "1.2.999");
+}
+
+} // namespace
+} // namespace tavrel::test
