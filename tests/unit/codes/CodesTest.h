@@ -1,0 +1,120 @@
+#pragma once
+
+#include "codes/CodedEntries.h"
+#include "codes/frmBase.h"
+#include "tests/support/Workstation.h"
+
+#include <gtest/gtest.h>
+
+#include <cctype>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tavrel::test {
+
+/// The editor as far as the coded entries know it.
+class EditorWindow : public Form {
+public:
+    EditorWindow() : Form("frmReport") {}
+    void FrameClosed() override {}
+
+    ListView lstFinding{*this, "lstFinding", {"Code", "Description", "Annotation"}};
+    Button cmdFnAdd{*this, "cmdFnAdd"};
+    Button cmdFnModify{*this, "cmdFnModify"};
+    Button cmdFnDelete{*this, "cmdFnDelete"};
+    ListView lstDiagnosis{*this, "lstDiagnosis", {"Code", "Description", "Annotation"}};
+    Button cmdDxAdd{*this, "cmdDxAdd"};
+    Button cmdDxModify{*this, "cmdDxModify"};
+    Button cmdDxDelete{*this, "cmdDxDelete"};
+    Button cmdTitle{*this, "cmdTitle"};
+    Button cmdBaseBody{*this, "cmdBaseBody"};
+};
+
+/// What was run on the catalogue, and with which cursor.
+struct RanStatement {
+    std::string text;
+    Cursor cursor;
+    bool operator==(const RanStatement&) const = default;
+};
+
+class StatementLog : public ForwardingConnection {
+public:
+    StatementLog(std::unique_ptr<Connection> target, std::vector<RanStatement>& log)
+        : ForwardingConnection(std::move(target)), log_(log) {}
+
+    std::unique_ptr<ResultSet> OpenResultSet(std::string_view statement, Cursor cursor) override {
+        log_.push_back({std::string(statement), cursor});
+        return ForwardingConnection::OpenResultSet(statement, cursor);
+    }
+
+private:
+    std::vector<RanStatement>& log_;
+};
+
+/// The manager over a real catalogue, with the editor's lists beside it.
+class CodesTest : public testing::Test {
+protected:
+    CodesTest() { global.catalogue = std::make_unique<StatementLog>(std::move(global.catalogue), statements); }
+
+    enum Mode { ReportCodes, StandardCodes };
+    /// As the editor's buttons do it, but without waiting for the manager to close.
+    void Open(Mode mode, std::string_view tableKey = "Fn") {
+        manager.Load();
+        manager.TableKey = tableKey;
+        manager.optManage(mode).Value(true);
+    }
+
+    /// One key pressed and released in the search box, as the widget hands it on.
+    void PressKey(char character) {
+        const auto key = manager.txtFind.KeyPress(static_cast<std::int16_t>(character));
+        manager.txtFind.Typed(manager.txtFind.Text() + static_cast<char>(key));
+        manager.txtFind.KeyUp(std::toupper(character));
+    }
+    void Search(std::string_view text) {
+        for (const char character : text)
+            PressKey(character);
+    }
+
+    void ListWholeTable() { manager.txtFind.KeyUp('\r'); }
+
+    void FillNewCode(std::string_view code, std::string_view scheme, std::string_view meaning) {
+        manager.txtNewCode.Typed(code);
+        manager.txtNewCodeScheme.Typed(scheme);
+        manager.txtNewMeaning.Typed(meaning);
+    }
+
+    /// The rows of a list, "text|tag|sub-item 0|sub-item 1".
+    static std::vector<std::string> RowsOf(const ListView& list) {
+        std::vector<std::string> rows;
+        for (const ListItem& item : list.Items())
+            rows.push_back(item.text + "|" + item.tag + "|" + item.subItems[0] + "|" + item.subItems[1]);
+        return rows;
+    }
+    std::vector<std::string> Listed() const { return RowsOf(manager.lstTable); }
+    /// "value|scheme|meaning" in the catalogue, in the order in which the rows were made.
+    std::vector<std::string> Stored(std::string_view table = "StdFinding") {
+        std::vector<std::string> rows;
+        for (const auto& row : workstation.Rows(table, {"CodeValue", "CodeScheme", "CodeMeaning"}))
+            rows.push_back(row[0] + "|" + row[1] + "|" + row[2]);
+        return rows;
+    }
+
+    Workstation workstation;
+    Global& global = workstation.global;
+    FakeWindows& windows = workstation.windows;
+    std::vector<RanStatement> statements;
+    EditorWindow editor;
+    frmBase manager{global};
+    CodedEntries entries{global,
+                         manager,
+                         editor,
+                         {editor.lstFinding, editor.cmdFnAdd, editor.cmdFnModify, editor.cmdFnDelete},
+                         {editor.lstDiagnosis, editor.cmdDxAdd, editor.cmdDxModify, editor.cmdDxDelete},
+                         editor.cmdTitle,
+                         editor.cmdBaseBody};
+};
+
+using Texts = std::vector<std::string>;
+
+} // namespace tavrel::test
