@@ -16,10 +16,6 @@ namespace {
 /// A longer value is read by itself, from a call of its own.
 constexpr std::size_t columnBufferSize = 1024;
 
-bool IsFixedWidthText(SQLSMALLINT sqlType) {
-    return sqlType == SQL_CHAR || sqlType == SQL_WCHAR;
-}
-
 std::string_view WithoutPadding(std::string_view text) {
     return text.substr(0, text.find_last_not_of(' ') + 1);
 }
@@ -45,8 +41,24 @@ void OdbcCursor::DescribeColumns() {
                                         static_cast<SQLSMALLINT>(name.size()), &nameLength, &column.sqlType,
                                         &column.size, &digits, &nullable));
         column.name = reinterpret_cast<const char*>(name.data());
-        column.isPadded = IsFixedWidthText(column.sqlType);
+        column.isPadded = IsFixedWidthText(number, column.sqlType);
     }
+}
+
+/// The SQLite driver calls every text variable; only the declared type's name tells.
+bool OdbcCursor::IsFixedWidthText(SQLUSMALLINT number, SQLSMALLINT sqlType) const {
+    if (sqlType != SQL_VARCHAR)
+        return sqlType == SQL_CHAR || sqlType == SQL_WCHAR;
+    const std::string type = Attribute(number, SQL_DESC_TYPE_NAME);
+    return SameName(type, "CHAR") || SameName(type, "CHARACTER") || SameName(type, "NCHAR");
+}
+
+std::string OdbcCursor::Attribute(SQLUSMALLINT number, SQLUSMALLINT attribute) const {
+    std::array<char, 512> text{};
+    SQLSMALLINT length = 0;
+    statement_.Check(SQLColAttribute(statement_.Handle(), number, attribute, text.data(),
+                                     static_cast<SQLSMALLINT>(text.size()), &length, nullptr));
+    return text.data();
 }
 
 void OdbcCursor::BindColumns() {
@@ -136,15 +148,9 @@ std::optional<std::string_view> OdbcCursor::Field(int index) const {
 
 OdbcCursor::Origin OdbcCursor::OriginOf(int index) const {
     const auto number = static_cast<SQLUSMALLINT>(index + 1);
-    const auto text = [&](SQLUSMALLINT item) {
-        std::array<char, 512> buffer{};
-        SQLSMALLINT length = 0;
-        statement_.Check(SQLColAttribute(statement_.Handle(), number, item, buffer.data(),
-                                         static_cast<SQLSMALLINT>(buffer.size()), &length, nullptr));
-        return std::string(buffer.data());
-    };
     const Column& column = columns_.at(static_cast<std::size_t>(index));
-    return {text(SQL_DESC_BASE_TABLE_NAME), text(SQL_DESC_BASE_COLUMN_NAME), column.sqlType, column.size};
+    return {Attribute(number, SQL_DESC_BASE_TABLE_NAME), Attribute(number, SQL_DESC_BASE_COLUMN_NAME), column.sqlType,
+            column.size};
 }
 
 } // namespace tavrel

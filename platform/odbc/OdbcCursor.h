@@ -56,6 +56,8 @@ private:
     };
 
     void DescribeColumns();
+    bool IsFixedWidthText(SQLUSMALLINT number, SQLSMALLINT sqlType) const;
+    std::string Attribute(SQLUSMALLINT number, SQLUSMALLINT attribute) const;
     void BindColumns();
     void ReadLongValues();
     void ReadLongValue(SQLUSMALLINT number, Column& column);

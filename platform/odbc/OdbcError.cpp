@@ -24,11 +24,17 @@ struct Record {
     }
 };
 
-std::string OneLine(std::string text) {
-    for (char& character : text)
-        if (character == '\n' || character == '\r' || character == '\t')
-            character = ' ';
-    return text.substr(0, text.find_last_not_of(' ') + 1);
+/// Drivers pass a server's text on with its line ends and indents.
+std::string OneLine(std::string_view text) {
+    std::string line;
+    for (const char character : text) {
+        const bool isBlank = character == ' ' || (character >= '\t' && character <= '\r');
+        if (!isBlank)
+            line += character;
+        else if (!line.empty() && line.back() != ' ')
+            line += ' ';
+    }
+    return line.substr(0, line.find_last_not_of(' ') + 1);
 }
 
 std::vector<Record> ReadRecords(SQLSMALLINT handleType, SQLHANDLE handle) {

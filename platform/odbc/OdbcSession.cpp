@@ -14,8 +14,11 @@ SQLPOINTER AttributeValue(SQLULEN value) {
     return reinterpret_cast<SQLPOINTER>(value); // NOLINT(performance-no-int-to-ptr): the C API's own convention
 }
 
-/// A value of a connection text in braces, so that a ";" or "=" in it is no separator.
-std::string Braced(std::string_view value) {
+/// A value of a connection text: in braces where it needs them, as some drivers would take the braces
+/// around a plain one for a part of it.
+std::string ConnectionValue(std::string_view value) {
+    if (value.find_first_of(";={}") == std::string_view::npos)
+        return std::string(value);
     std::string text = "{";
     for (const char character : value)
         text.append(character == '}' ? 2 : 1, character);
@@ -42,9 +45,9 @@ void OdbcSession::Open(std::string_view connectionText, std::string_view user, s
     // An empty UID or PWD would take the place of the entry's own credentials.
     std::string text(connectionText);
     if (!user.empty())
-        text += ";UID=" + Braced(user);
+        text += ";UID=" + ConnectionValue(user);
     if (!password.empty())
-        text += ";PWD=" + Braced(password);
+        text += ";PWD=" + ConnectionValue(password);
     const SQLRETURN result =
         SQLDriverConnect(connection.Get(), nullptr, reinterpret_cast<SQLCHAR*>(text.data()),
                          static_cast<SQLSMALLINT>(text.size()), nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT);

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "platform/error.h"
+#include "platform/odbc/OdbcError.h"
+#include "tests/support/TestDatabase.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace tavrel {
+
+inline std::string EngineName(TestDatabase::Engine engine) {
+    switch (engine) {
+    case TestDatabase::Engine::Sqlite:
+        return "Sqlite";
+    case TestDatabase::Engine::Postgresql:
+        return "Postgresql";
+    case TestDatabase::Engine::Mariadb:
+        return "Mariadb";
+    }
+    return {};
+}
+
+/// A test that holds for each of the three engines: an empty catalogue and the connection under test.
+class EngineTest : public testing::TestWithParam<TestDatabase::Engine> {
+protected:
+    TestDatabase database{GetParam()};
+    std::unique_ptr<Connection> connection = database.Connect();
+};
+
+inline const auto allEngines =
+    testing::Values(TestDatabase::Engine::Sqlite, TestDatabase::Engine::Postgresql, TestDatabase::Engine::Mariadb);
+inline const auto engineName = [](const auto& test) { return EngineName(test.param); };
+
+/// The error that `work` ends with.
+template <class Work> Error FailureOf(Work work) {
+    try {
+        work();
+    } catch (const Error& error) {
+        return error;
+    }
+    ADD_FAILURE() << "no error was raised";
+    return Error(0, "", "");
+}
+
+template <class Work> void ExpectFailure(OdbcFailure failure, Work work) {
+    const Error error = FailureOf(work);
+    EXPECT_EQ(error.number, static_cast<int>(failure)) << error.description;
+}
+
+} // namespace tavrel
