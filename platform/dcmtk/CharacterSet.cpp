@@ -1,0 +1,266 @@
+#include "platform/dcmtk/CharacterSet.h"
+
+#include "platform/dcmtk/TextConverter.h"
+
+#include <algorithm>
+#include <cctype>
+
+namespace tavrel {
+
+/// One set of PS3.3, table C.12-2 to C.12-5.
+struct CodedSet {
+    enum class Form {
+        Whole,      ///< an encoding of its own, without code extensions
+        HighSingle, ///< one byte from 0xA0 on (G1)
+        HighDouble, ///< two bytes from 0xA1 on (G1)
+        LowDouble,  ///< two bytes from 0x21 on (G0)
+    };
+    std::string_view term; ///< without "ISO_IR " or "ISO 2022 IR "
+    Form form;
+    const char* encoding;    ///< iconv's name
+    std::string_view escape; ///< designates the set (PS3.3, table C.12-3 and C.12-4)
+    std::string_view prefix; ///< stands before each character in `encoding`, nowhere in DICOM
+};
+
+namespace {
+
+using Form = CodedSet::Form;
+
+constexpr std::array<CodedSet, 19> codedSets{{
+    {"100", Form::HighSingle, "ISO-8859-1", "\x1B-A", ""},
+    {"101", Form::HighSingle, "ISO-8859-2", "\x1B-B", ""},
+    {"109", Form::HighSingle, "ISO-8859-3", "\x1B-C", ""},
+    {"110", Form::HighSingle, "ISO-8859-4", "\x1B-D", ""},
+    {"144", Form::HighSingle, "ISO-8859-5", "\x1B-L", ""},
+    {"127", Form::HighSingle, "ISO-8859-6", "\x1B-G", ""},
+    {"126", Form::HighSingle, "ISO-8859-7", "\x1B-F", ""},
+    {"138", Form::HighSingle, "ISO-8859-8", "\x1B-H", ""},
+    {"148", Form::HighSingle, "ISO-8859-9", "\x1B-M", ""},
+    {"203", Form::HighSingle, "ISO-8859-15", "\x1B-b", ""},
+    {"166", Form::HighSingle, "TIS-620", "\x1B-T", ""},
+    {"13", Form::HighSingle, "EUC-JP", "\x1B)I", "\x8E"},
+    {"87", Form::LowDouble, "EUC-JP", "\x1B$B", ""},
+    {"159", Form::LowDouble, "EUC-JP", "\x1B$(D", "\x8F"},
+    {"149", Form::HighDouble, "EUC-KR", "\x1B$)C", ""},
+    {"58", Form::HighDouble, "EUC-CN", "\x1B$)A", ""},
+    {"192", Form::Whole, "UTF-8", "", ""},
+    {"GB18030", Form::Whole, "GB18030", "", ""},
+    {"GBK", Form::Whole, "GBK", "", ""},
+}};
+
+constexpr std::string_view asciiEscape = "\x1B(B";
+constexpr std::string_view romajiEscape = "\x1B(J"; // read as ASCII: DICOM's delimiters keep their meaning
+
+bool IsHigh(char c) {
+    return static_cast<unsigned char>(c) >= 0x80;
+}
+bool IsAscii(std::string_view text) {
+    return std::ranges::none_of(text, [](char c) { return IsHigh(c) || c == '\x1B'; });
+}
+
+/// "ISO 2022 IR 100", "ISO_IR 100", "iso-ir 100" are all "100".
+const CodedSet* FindSet(std::string_view term) {
+    std::string plain;
+    for (const char c : term)
+        if (std::isalnum(static_cast<unsigned char>(c)) != 0)
+            plain += static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    for (const std::string_view prefix : {"ISO2022IR", "ISOIR"})
+        if (plain.starts_with(prefix))
+            plain.erase(0, prefix.size());
+    const auto* found = std::ranges::find(codedSets, std::string_view{plain}, &CodedSet::term);
+    return found == codedSets.end() ? nullptr : found;
+}
+
+bool IsDelimiter(char c, TextKind kind) {
+    if (static_cast<unsigned char>(c) < 0x20 && c != '\x1B')
+        return true;
+    return (kind != TextKind::Plain && c == '\\') || (kind == TextKind::PersonName && (c == '^' || c == '='));
+}
+
+/// What the two halves of the code table hold at a place of a text.
+struct Designation {
+    const CodedSet* low = nullptr; ///< none: ASCII
+    const CodedSet* high = nullptr;
+};
+
+/// The designation at the start of a value: the first declared set's.
+Designation Initial(const std::vector<const CodedSet*>& sets) {
+    const CodedSet* first = sets.empty() ? nullptr : sets.front();
+    return {nullptr, first != nullptr && first->form == Form::HighSingle ? first : nullptr};
+}
+
+/// Takes an escape sequence from the front of `bytes`; false when it is none that DICOM knows.
+bool TakeEscape(std::string_view& bytes, Designation& now) {
+    for (const std::string_view escape : {asciiEscape, romajiEscape}) {
+        if (bytes.starts_with(escape)) {
+            bytes.remove_prefix(escape.size());
+            now.low = nullptr;
+            return true;
+        }
+    }
+    for (const CodedSet& set : codedSets) {
+        if (!set.escape.empty() && bytes.starts_with(set.escape)) {
+            bytes.remove_prefix(set.escape.size());
+            (set.form == Form::LowDouble ? now.low : now.high) = &set;
+            return true;
+        }
+    }
+    return false;
+}
+
+/// One character of `set`, taken from the front of `bytes`, in UTF-8.
+std::string TakeCoded(std::string_view& bytes, const CodedSet& set) {
+    const std::size_t length = std::min<std::size_t>(set.form == Form::HighSingle ? 1 : 2, bytes.size());
+    std::string coded{set.prefix};
+    for (const char c : bytes.substr(0, length))
+        coded += static_cast<char>(static_cast<unsigned char>(c) | 0x80U);
+    bytes.remove_prefix(length);
+    return ConvertText(coded, set.encoding, "UTF-8").value_or("\uFFFD");
+}
+
+/// The bytes of one UTF-8 character in `set`, with their high bits as DICOM wants them.
+std::optional<std::string> Coded(std::string_view character, const CodedSet& set) {
+    auto coded = ConvertText(character, "UTF-8", set.encoding);
+    if (!coded || !coded->starts_with(set.prefix))
+        return std::nullopt;
+    coded->erase(0, set.prefix.size());
+    const std::size_t length = set.form == Form::HighSingle ? 1 : 2;
+    if (coded->size() != length || !std::ranges::all_of(*coded, IsHigh))
+        return std::nullopt;
+    if (set.form == Form::LowDouble)
+        for (char& c : *coded)
+            c = static_cast<char>(static_cast<unsigned char>(c) & 0x7FU);
+    return coded;
+}
+
+} // namespace
+
+CharacterSet::CharacterSet(std::string_view declared) {
+    for (;;) {
+        const auto end = declared.find('\\');
+        const auto term = declared.substr(0, end);
+        const auto* set = FindSet(term);
+        if (set != nullptr || sets_.empty())
+            sets_.push_back(set); // the first place counts even when it is the default repertoire
+        if (end == std::string_view::npos)
+            break;
+        declared.remove_prefix(end + 1);
+    }
+}
+
+std::string CharacterSet::Decode(std::string_view bytes, TextKind kind) const {
+    if (IsAscii(bytes))
+        return std::string{bytes};
+    if (sets_.front() != nullptr && sets_.front()->form == Form::Whole)
+        return ConvertTextToUtf8(bytes, sets_.front()->encoding);
+    if (sets_.size() == 1 && sets_.front() == nullptr && bytes.find('\x1B') == std::string_view::npos)
+        return ConvertTextToUtf8(bytes, "ISO-8859-1");
+
+    Designation now = Initial(sets_);
+    std::string text;
+    while (!bytes.empty()) {
+        if (bytes.front() == '\x1B' && TakeEscape(bytes, now))
+            continue;
+        if (IsHigh(bytes.front())) {
+            text += now.high != nullptr ? TakeCoded(bytes, *now.high) : (bytes.remove_prefix(1), "\uFFFD");
+        } else if (static_cast<unsigned char>(bytes.front()) >= 0x20 && now.low != nullptr) {
+            text += TakeCoded(bytes, *now.low);
+        } else {
+            if (IsDelimiter(bytes.front(), kind))
+                now = Initial(sets_);
+            text += bytes.front();
+            bytes.remove_prefix(1);
+        }
+    }
+    return text;
+}
+
+std::optional<LostCharacter> CharacterSet::Encode(std::string_view utf8, TextKind kind, std::string& bytes) const {
+    if (IsAscii(utf8)) {
+        bytes = utf8;
+        return std::nullopt;
+    }
+    const std::string composed = Composed(utf8);
+    bytes.clear();
+    return kind == TextKind::PersonName ? EncodeName(composed, bytes) : EncodeRun(composed, kind, bytes);
+}
+
+std::optional<LostCharacter> CharacterSet::EncodeName(std::string_view utf8, std::string& bytes) const {
+    std::size_t group = 0;
+    std::size_t passed = 0;
+    for (std::string_view rest = utf8;;) {
+        const auto end = rest.find_first_of("\\=");
+        const auto part = rest.substr(0, end);
+        std::string coded;
+        if (const auto lost = EncodeRun(part, TextKind::PersonName, coded); !lost)
+            bytes += coded;
+        else if (group == 0)
+            return LostCharacter{lost->character, lost->position + passed};
+        passed += static_cast<std::size_t>(std::ranges::count_if(part, [](char c) { return (c & 0xC0) != 0x80; })) + 1;
+        const bool valueEnds = end == std::string_view::npos || rest[end] == '\\';
+        if (valueEnds)
+            bytes.erase(bytes.find_last_not_of('=') + 1);
+        if (end == std::string_view::npos)
+            return std::nullopt;
+        bytes += rest[end];
+        group = valueEnds ? 0 : group + 1;
+        rest.remove_prefix(end + 1);
+    }
+}
+
+std::optional<LostCharacter> CharacterSet::EncodeRun(std::string_view utf8, TextKind kind, std::string& bytes) const {
+    const Designation initial = Initial(sets_);
+    Designation now = initial;
+    const CodedSet* whole = sets_.front() != nullptr && sets_.front()->form == Form::Whole ? sets_.front() : nullptr;
+    const bool romaji = initial.high != nullptr && initial.high->term == "13";
+    const auto endLow = [&] {
+        if (now.low != nullptr)
+            bytes += romaji ? romajiEscape : asciiEscape;
+        now.low = nullptr;
+    };
+    std::size_t position = 0;
+    while (!utf8.empty()) {
+        std::string_view rest = utf8;
+        const char32_t character = TakeCharacter(rest);
+        const auto encoded = utf8.substr(0, utf8.size() - rest.size());
+        utf8 = rest;
+        ++position;
+        if (character < 0x80) {
+            endLow();
+            if (IsDelimiter(static_cast<char>(character), kind))
+                now = initial;
+            bytes += static_cast<char>(character);
+            continue;
+        }
+        if (whole != nullptr) {
+            const auto coded = ConvertText(encoded, "UTF-8", whole->encoding);
+            if (!coded || character == U'\uFFFD')
+                return LostCharacter{character, position};
+            bytes += *coded;
+            continue;
+        }
+        // The sets that are designated already come first: they need no escape sequence.
+        std::vector<const CodedSet*> candidates{now.high, now.low};
+        candidates.insert(candidates.end(), sets_.begin(), sets_.end());
+        bool held = false;
+        for (const CodedSet* set : candidates) {
+            const auto coded = set == nullptr ? std::nullopt : Coded(encoded, *set);
+            if (!coded)
+                continue;
+            const bool isLow = set->form == Form::LowDouble;
+            auto& half = isLow ? now.low : now.high;
+            if (half != set)
+                bytes += set->escape;
+            half = set;
+            bytes += *coded;
+            held = true;
+            break;
+        }
+        if (!held)
+            return LostCharacter{character, position};
+    }
+    endLow();
+    return std::nullopt;
+}
+
+} // namespace tavrel

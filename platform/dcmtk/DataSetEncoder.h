@@ -1,0 +1,21 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+class DcmDataset;
+
+namespace tavrel {
+
+class DcmtkDataSet;
+
+/// The data set as the toolkit writes it, its text in the character sets that it and its items
+/// declare. A value that cannot be written as it stands is an error that names the attribute: a
+/// character that the set lacks, a control character, a UID over 64 characters, a text too long for
+/// its VR. Elements of group 0002 are left out.
+std::unique_ptr<DcmDataset> EncodeDataSet(const DcmtkDataSet& source);
+
+/// The bytes of a DICOM file (PS3.10): explicit VR little endian, explicit lengths.
+std::string EncodeFile(std::unique_ptr<DcmDataset> dataSet);
+
+} // namespace tavrel

@@ -1,0 +1,264 @@
+#include "platform/dcmtk/DcmtkDataSet.h"
+
+#include "platform/dcmtk/CharacterSet.h"
+#include "platform/dcmtk/DataSetDecoder.h"
+#include "platform/dcmtk/DataSetEncoder.h"
+#include "platform/dcmtk/DcmtkStore.h"
+#include "platform/dcmtk/DicomFailure.h"
+#include "platform/dcmtk/DicomValues.h"
+#include "platform/dcmtk/TextElements.h"
+#include "platform/dcmtk/UnsentVersion.h"
+#include "platform/dcmtk/WholeFile.h"
+#include "platform/paths.h"
+
+#include <dcmtk/config/osconfig.h>
+
+#include <dcmtk/dcmdata/dcdatset.h>
+#include <dcmtk/dcmdata/dcelem.h>
+
+#include <algorithm>
+#include <array>
+
+namespace tavrel {
+namespace {
+
+constexpr std::uint16_t lastEarlyGroup = 0x0008;
+
+/// Blanks before these values mean nothing (PS3.5, table 6.2-1).
+bool IgnoresLeadingBlanks(std::string_view vr) {
+    return vr != "LT" && vr != "ST" && vr != "UT" && vr != "UC";
+}
+
+/// Index 0 of these names the whole text, whatever "\" it holds.
+bool IsAnsweredWhole(std::string_view vr) {
+    constexpr std::array<std::string_view, 8> whole{"LO", "SH", "PN", "UT", "LT", "ST", "UR", "UN"};
+    return std::ranges::find(whole, vr) != whole.end();
+}
+
+bool HoldsOneValue(std::string_view vr) {
+    return vr == "UT" || vr == "LT" || vr == "ST" || vr == "UR";
+}
+
+std::string_view Part(std::string_view text, int index) {
+    for (; index > 0; --index) {
+        const auto end = text.find('\\');
+        if (end == std::string_view::npos)
+            return {};
+        text.remove_prefix(end + 1);
+    }
+    return text.substr(0, text.find('\\'));
+}
+
+std::string_view ValueVr(const DcmElement& element) {
+    const auto vr = VrOf(element);
+    return vr == "UN" ? DictionaryVrOf(element) : vr;
+}
+
+void CheckValueIndex(int valueIndex, Tag tag) {
+    if (valueIndex != 0)
+        throw DicomFailure(DicomFault::BadValue, "Only the first value of " + AttributeName(tag) + " can be set.");
+}
+
+} // namespace
+
+DcmtkDataSet::DcmtkDataSet(std::shared_ptr<const DcmtkServices> services)
+    : services_(std::move(services)), earlyPartParsed_(true) {}
+
+DcmtkDataSet::DcmtkDataSet(std::shared_ptr<const DcmtkServices> services, DicomFile file)
+    : services_(std::move(services)), file_(std::move(file)) {}
+
+DcmtkDataSet::~DcmtkDataSet() = default;
+
+void DcmtkDataSet::ReadInto(const ParsedFile& file) const {
+    DcmtkElements elements;
+    if (file.meta)
+        elements = DecodeElements(*file.meta, {}, services_);
+    elements.merge(DecodeElements(*file.data, {}, services_));
+    characterSet_ = DeclaredCharacterSet(*file.data, {});
+    elements_ = std::move(elements);
+}
+
+void DcmtkDataSet::ParseEarlyPart() const {
+    if (earlyPartParsed_)
+        return;
+    if (!file_->HasEarlyPart())
+        return ParseAll();
+    ReadInto(file_->ParseEarlyPart());
+    earlyPartParsed_ = true;
+}
+
+void DcmtkDataSet::ParseAll() const {
+    if (!file_)
+        return;
+    ReadInto(file_->Parse());
+    earlyPartParsed_ = true;
+    file_.reset();
+}
+
+const DcmtkElements& DcmtkDataSet::Elements() const {
+    ParseAll();
+    return elements_;
+}
+
+void DcmtkDataSet::Adopt(DcmtkElements elements, std::string characterSet) {
+    for (auto& [tag, element] : elements)
+        if (auto* sequence = std::get_if<DcmtkSequence>(&element))
+            for (auto& item : *sequence)
+                item->holder_ = weak_from_this();
+    elements_ = std::move(elements);
+    characterSet_ = std::move(characterSet);
+}
+
+const DcmElement* DcmtkDataSet::Find(Tag tag) const {
+    tag.group <= lastEarlyGroup ? ParseEarlyPart() : ParseAll();
+    const auto found = elements_.find(tag);
+    if (found == elements_.end())
+        return nullptr;
+    const auto* element = std::get_if<std::unique_ptr<DcmElement>>(&found->second);
+    return element == nullptr ? nullptr : element->get();
+}
+
+std::string DcmtkDataSet::TextOf(const DcmElement& element) const {
+    const auto vr = VrOf(element);
+    std::string text;
+    if (IsTextVr(vr)) {
+        text = RawText(element);
+    } else if (vr == "UN") {
+        text = CharacterSet{characterSet_}.Decode(RawBytes(element), TextKind::Values);
+    } else if (IsNumberVr(vr)) {
+        text = NumberText(element);
+    }
+    if (IgnoresLeadingBlanks(vr))
+        text.erase(0, std::min(text.find_first_not_of(' '), text.size()));
+    return text;
+}
+
+Value DcmtkDataSet::GetValue(Tag tag, std::string_view, int valueIndex) const {
+    const DcmElement* element = Find(tag);
+    if (element == nullptr)
+        return {};
+    const std::string text = TextOf(*element);
+    const auto vr = ValueVr(*element);
+    if (text.empty() || valueIndex < 0 || (valueIndex > 0 && HoldsOneValue(vr)))
+        return {};
+    if (valueIndex == 0 && IsAnsweredWhole(vr))
+        return text;
+    const auto part = Part(text, valueIndex);
+    if (IsDateTimeVr(vr)) {
+        const auto moment = ParseDicomMoment(part, vr);
+        return moment ? Value{*moment} : Value{};
+    }
+    return part.empty() ? Value{} : Value{std::string{part}};
+}
+
+std::string DcmtkDataSet::GetString(Tag tag) const {
+    const DcmElement* element = Find(tag);
+    return element == nullptr ? std::string{} : TextOf(*element);
+}
+
+void DcmtkDataSet::SetValue(Tag tag, std::string_view vr, int valueIndex, const Value& value) {
+    CheckValueIndex(valueIndex, tag);
+    auto element = NewElement(tag, vr, DicomText(value, vr, tag));
+    ParseAll();
+    elements_.insert_or_assign(tag, std::move(element));
+}
+
+void DcmtkDataSet::SaveToFile(std::string_view path) const {
+    WriteWholeFile(NativePath(std::string{path}), EncodeFile(EncodeDataSet(*this)));
+}
+
+const DcmtkSequence* DcmtkDataSet::FindSequence(Tag tag) const {
+    ParseAll(); // a handle to an item must outlive the early part
+    const auto found = elements_.find(tag);
+    return found == elements_.end() ? nullptr : std::get_if<DcmtkSequence>(&found->second);
+}
+
+int DcmtkDataSet::GetSequenceItemCount(Tag sequence) const {
+    const auto* items = FindSequence(sequence);
+    return items == nullptr ? 0 : static_cast<int>(items->size());
+}
+
+DataSetHandle DcmtkDataSet::GetSequenceItem(Tag sequence, int index) const {
+    const auto* items = FindSequence(sequence);
+    if (items == nullptr || index < 0 || static_cast<std::size_t>(index) >= items->size())
+        return nullptr;
+    return (*items)[static_cast<std::size_t>(index)];
+}
+
+void DcmtkDataSet::SetSequenceItem(Tag sequence, int index, const DataSetHandle& item) {
+    auto given = std::dynamic_pointer_cast<DcmtkDataSet>(item);
+    const int count = GetSequenceItemCount(sequence);
+    if (given == nullptr || index < 0 || index > count)
+        throw DicomFailure(DicomFault::NoSuchItem, "No place for item " + std::to_string(index) + " in " +
+                                                       AttributeName(sequence) + ", which has " +
+                                                       std::to_string(count) + " items.");
+    if (index < count && GetSequenceItem(sequence, index) == item)
+        return;
+    if (!given->holder_.expired() || given->Contains(*this))
+        given = given->Copy();
+    auto& element = elements_[sequence];
+    if (!std::holds_alternative<DcmtkSequence>(element))
+        element = DcmtkSequence{};
+    auto& items = std::get<DcmtkSequence>(element);
+    if (index == count) {
+        items.push_back(given);
+    } else {
+        items[static_cast<std::size_t>(index)]->holder_.reset();
+        items[static_cast<std::size_t>(index)] = given;
+    }
+    given->holder_ = weak_from_this();
+}
+
+bool DcmtkDataSet::Contains(const DcmtkDataSet& other) const {
+    if (this == &other)
+        return true;
+    return std::ranges::any_of(elements_, [&](const auto& entry) {
+        const auto* sequence = std::get_if<DcmtkSequence>(&entry.second);
+        return sequence != nullptr &&
+               std::ranges::any_of(*sequence, [&](const auto& item) { return item->Contains(other); });
+    });
+}
+
+std::shared_ptr<DcmtkDataSet> DcmtkDataSet::Copy() const {
+    auto copy = std::make_shared<DcmtkDataSet>(services_);
+    DcmtkElements elements;
+    for (const auto& [tag, element] : Elements()) {
+        if (const auto* sequence = std::get_if<DcmtkSequence>(&element)) {
+            DcmtkSequence items;
+            items.reserve(sequence->size());
+            for (const auto& item : *sequence)
+                items.push_back(item->Copy());
+            elements.emplace_hint(elements.end(), tag, std::move(items));
+        } else {
+            elements.emplace_hint(elements.end(), tag, CopyOf(*std::get<std::unique_ptr<DcmElement>>(element)));
+        }
+    }
+    copy->Adopt(std::move(elements), characterSet_);
+    return copy;
+}
+
+void DcmtkDataSet::CheckUids() const {
+    constexpr std::array needed{Tag{0x0008, 0x0016}, Tag{0x0008, 0x0018}, Tag{0x0020, 0x000D}, Tag{0x0020, 0x000E}};
+    for (const Tag tag : needed)
+        if (GetString(tag).empty())
+            throw DicomFailure(DicomFault::NotSendable,
+                               "The version cannot be sent: it has no " + AttributeName(tag) + ".");
+}
+
+void DcmtkDataSet::StoreToNode(std::string_view host, std::string_view port, std::string_view callingAe,
+                               std::string_view calledAe, bool wait) {
+    const StoreTarget target{std::string{host}, std::string{port}, std::string{callingAe}, std::string{calledAe}};
+    CheckTarget(target);
+    CheckUids();
+    auto encoded = EncodeDataSet(*this);
+    try {
+        services_->background.Run("Storing the version ...",
+                                  [&] { StoreDataSet(*encoded, target, services_->timeouts); });
+    } catch (const std::exception& failure) {
+        throw KeepUnsent(services_->unsentFolder, GetString({0x0008, 0x0018}), std::move(encoded), target, failure);
+    }
+    if (wait)
+        services_->events.AwaitSentEvents();
+}
+
+} // namespace tavrel

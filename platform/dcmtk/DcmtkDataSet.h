@@ -1,0 +1,76 @@
+#pragma once
+
+#include "platform/dcmtk/DicomFile.h"
+#include "platform/dicom.h"
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+class DcmElement;
+
+namespace tavrel {
+
+class DcmtkDataSet;
+struct DcmtkServices;
+
+using DcmtkSequence = std::vector<std::shared_ptr<DcmtkDataSet>>;
+using DcmtkElement = std::variant<std::unique_ptr<DcmElement>, DcmtkSequence>;
+using DcmtkElements = std::map<Tag, DcmtkElement>;
+
+/// A data set or item. The toolkit's objects are the leaves only; sequences are this class's own, so
+/// that a handle stays sound whatever becomes of the sequence that holds it. Text is kept in UTF-8,
+/// decoded when the file is parsed, so a later change of the declared character set harms nothing.
+/// Elements of group 0002 are kept beside the others and never written into the data set.
+class DcmtkDataSet final : public DicomDataSet, public std::enable_shared_from_this<DcmtkDataSet> {
+public:
+    explicit DcmtkDataSet(std::shared_ptr<const DcmtkServices> services);
+    /// A data set whose elements are parsed when something asks for them.
+    DcmtkDataSet(std::shared_ptr<const DcmtkServices> services, DicomFile file);
+    ~DcmtkDataSet() override;
+
+    Value GetValue(Tag tag, std::string_view vr, int valueIndex = 0) const override;
+    void SetValue(Tag tag, std::string_view vr, int valueIndex, const Value& value) override;
+    void SaveToFile(std::string_view path) const override;
+    int GetSequenceItemCount(Tag sequence) const override;
+    DataSetHandle GetSequenceItem(Tag sequence, int index) const override;
+    void SetSequenceItem(Tag sequence, int index, const DataSetHandle& item) override;
+    void StoreToNode(std::string_view host, std::string_view port, std::string_view callingAe,
+                     std::string_view calledAe, bool wait) override;
+
+    /// The element's whole text, empty when it is absent.
+    std::string GetString(Tag tag) const;
+
+    /// A copy that shares nothing with this data set.
+    std::shared_ptr<DcmtkDataSet> Copy() const;
+
+    /// All elements.
+    const DcmtkElements& Elements() const;
+
+    /// Replaces all elements; `characterSet` is the one that applied to them in their file.
+    void Adopt(DcmtkElements elements, std::string characterSet);
+
+private:
+    void ParseEarlyPart() const;
+    void ParseAll() const;
+    void ReadInto(const ParsedFile& file) const;
+    const DcmElement* Find(Tag tag) const;
+    const DcmtkSequence* FindSequence(Tag tag) const;
+    bool Contains(const DcmtkDataSet& other) const;
+    std::string TextOf(const DcmElement& element) const;
+    void CheckUids() const;
+
+    std::shared_ptr<const DcmtkServices> services_;
+    std::weak_ptr<const DcmtkDataSet> holder_; ///< the data set whose sequence holds this item
+
+    // Reading parses on demand, which changes nothing that a caller can see.
+    mutable std::optional<DicomFile> file_; ///< until all is parsed
+    mutable bool earlyPartParsed_ = false;
+    mutable DcmtkElements elements_;
+    mutable std::string characterSet_;
+};
+
+} // namespace tavrel

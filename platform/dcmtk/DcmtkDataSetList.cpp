@@ -1,0 +1,61 @@
+#include "platform/dcmtk/DcmtkDataSetList.h"
+
+#include "platform/dcmtk/DicomFailure.h"
+
+namespace tavrel {
+
+DcmtkDataSetList::DcmtkDataSetList(std::shared_ptr<const DcmtkServices> services) : services_(std::move(services)) {}
+
+DcmtkDataSetList::DcmtkDataSetList(std::shared_ptr<const DcmtkServices> services,
+                                   std::span<const std::string> headerPaths)
+    : services_(std::move(services)) {
+    dataSets_.reserve(headerPaths.size());
+    for (const auto& path : headerPaths)
+        dataSets_.push_back(std::make_shared<DcmtkDataSet>(services_, DicomFile::Unopened(path)));
+}
+
+void DcmtkDataSetList::LoadFile(std::string_view path, int, int) {
+    dataSets_.push_back(std::make_shared<DcmtkDataSet>(services_, DicomFile::Checked(path)));
+}
+
+void DcmtkDataSetList::Arrange(int) {}
+
+int DcmtkDataSetList::Count() const {
+    return static_cast<int>(dataSets_.size());
+}
+
+int DcmtkDataSetList::ItemCount() const {
+    return Count();
+}
+
+void DcmtkDataSetList::AddDataSet(int source) {
+    dataSets_.push_back(source == -1 ? std::make_shared<DcmtkDataSet>(services_) : At(source).Copy());
+}
+
+DataSetHandle DcmtkDataSetList::Item(int index) const {
+    return At(index).shared_from_this();
+}
+
+Value DcmtkDataSetList::GetElementValue(int index, Tag tag, std::string_view vr, int valueIndex) const {
+    return At(index).GetValue(tag, vr, valueIndex);
+}
+
+void DcmtkDataSetList::SetElementValue(int index, Tag tag, std::string_view vr, int valueIndex, const Value& value) {
+    At(index).SetValue(tag, vr, valueIndex, value);
+}
+
+std::string DcmtkDataSetList::GetElementString(int index, Tag tag) const {
+    return At(index).GetString(tag);
+}
+
+void DcmtkDataSetList::SetElementString(int index, Tag tag, std::string_view vr, std::string_view text) {
+    At(index).SetValue(tag, vr, 0, std::string{text});
+}
+
+DcmtkDataSet& DcmtkDataSetList::At(int index) const {
+    if (index < 0 || index >= Count())
+        throw DicomFailure(DicomFault::NoSuchDataSet, "No data set at index " + std::to_string(index));
+    return *dataSets_[static_cast<std::size_t>(index)];
+}
+
+} // namespace tavrel

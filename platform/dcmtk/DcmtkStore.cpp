@@ -1,0 +1,217 @@
+#include "platform/dcmtk/DcmtkStore.h"
+
+#include "platform/dcmtk/DicomFailure.h"
+
+#include <dcmtk/config/osconfig.h>
+
+#include <dcmtk/dcmdata/dcdatset.h>
+#include <dcmtk/dcmdata/dcdeftag.h>
+#include <dcmtk/dcmdata/dcuid.h>
+#include <dcmtk/dcmnet/assoc.h>
+#include <dcmtk/dcmnet/dcmlayer.h>
+#include <dcmtk/dcmnet/dcmtrans.h>
+#include <dcmtk/dcmnet/dimse.h>
+#include <dcmtk/dcmnet/diutil.h>
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <charconv>
+#include <cstring>
+#include <memory>
+
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+
+namespace tavrel {
+namespace {
+
+void Acknowledge(int socket, int option) {
+    const int on = 1;
+    ::setsockopt(socket, IPPROTO_TCP, option, &on, sizeof on);
+}
+
+/// Answers at once to every packet. A service that sends its answers in two small packets waits for
+/// the first one's acknowledgement, which the system would otherwise delay by 40 ms.
+class PromptConnection final : public DcmTCPConnection {
+public:
+    explicit PromptConnection(DcmNativeSocketType socket) : DcmTCPConnection(socket) {
+        Acknowledge(socket, TCP_NODELAY);
+        Acknowledge(socket, TCP_QUICKACK);
+    }
+
+    ssize_t read(void* buffer, size_t count) override {
+        const ssize_t got = DcmTCPConnection::read(buffer, count);
+        Acknowledge(getSocket(), TCP_QUICKACK); // the system takes the setting back by itself
+        return got;
+    }
+};
+
+class PromptLayer final : public DcmTransportLayer {
+public:
+    DcmTransportConnection* createConnection(DcmNativeSocketType socket, OFBool) override {
+        socket_ = socket;
+        return std::make_unique<PromptConnection>(socket).release(); // the association owns it
+    }
+
+    /// Ends the connection's waits: an abort would otherwise wait once more for a silent service.
+    void HangUp() const {
+        if (socket_ >= 0)
+            ::shutdown(socket_, SHUT_RDWR);
+    }
+
+private:
+    DcmNativeSocketType socket_ = -1;
+};
+
+Error NotStored(const std::string& what, const OFCondition& why) {
+    return DicomFailure(DicomFault::NotStored, what + ": " + why.text());
+}
+
+/// One association, aborted unless it was released.
+class Association {
+public:
+    Association(const StoreTarget& target, const std::string& sopClass, const StoreTimeouts& timeouts) {
+        const int answer = static_cast<int>(timeouts.answer.count());
+        dcmConnectionTimeout.set(static_cast<Sint32>(timeouts.connect.count()));
+        dcmSocketSendTimeout.set(answer);
+        dcmSocketReceiveTimeout.set(answer);
+        Require(ASC_initializeNetwork(NET_REQUESTOR, 0, answer, &network_), "The network cannot be used");
+        Require(ASC_setTransportLayer(network_, &layer_, 0), "The network cannot be used");
+        T_ASC_Parameters* parameters = Parameters(target, sopClass);
+        const OFCondition outcome =
+            ASC_requestAssociation(network_, parameters, &association_, nullptr, nullptr, DUL_NOBLOCK, answer);
+        if (outcome.bad()) {
+            const Error failure = Refused(outcome, parameters);
+            if (association_ == nullptr)
+                ASC_destroyAssociationParameters(&parameters);
+            Destroy();
+            throw failure;
+        }
+    }
+    Association(const Association&) = delete;
+    Association& operator=(const Association&) = delete;
+    ~Association() { Destroy(); }
+
+    void Store(DcmDataset& dataSet, const std::string& sopClass, const std::string& sopInstance, int answerSeconds) {
+        const auto context = ASC_findAcceptedPresentationContextID(association_, sopClass.c_str());
+        if (context == 0)
+            throw DicomFailure(DicomFault::NotStored, "the service does not take this kind of document");
+        T_DIMSE_C_StoreRQ request{};
+        request.MessageID = association_->nextMsgID++;
+        request.DataSetType = DIMSE_DATASET_PRESENT;
+        request.Priority = DIMSE_PRIORITY_MEDIUM;
+        sopClass.copy(request.AffectedSOPClassUID, sizeof request.AffectedSOPClassUID - 1);
+        sopInstance.copy(request.AffectedSOPInstanceUID, sizeof request.AffectedSOPInstanceUID - 1);
+        T_DIMSE_C_StoreRSP response{};
+        DcmDataset* detail = nullptr;
+        const OFCondition outcome = DIMSE_storeUser(association_, context, &request, nullptr, &dataSet, nullptr,
+                                                    nullptr, DIMSE_NONBLOCKING, answerSeconds, &response, &detail);
+        const std::unique_ptr<DcmDataset> unread{detail};
+        if (outcome.bad())
+            throw NotStored("the service did not answer", outcome);
+        const auto status = response.DimseStatus;
+        if (status != STATUS_Success && (status & 0xF000U) != 0xB000U)
+            throw DicomFailure(DicomFault::NotStored,
+                               std::string{"the service answered "} + DU_cstoreStatusString(status));
+    }
+
+    /// The document is stored; a service that fails to say good-bye takes nothing back.
+    void Release() {
+        if (ASC_releaseAssociation(association_).good())
+            released_ = true;
+    }
+
+private:
+    void Require(const OFCondition& outcome, const char* what) {
+        if (outcome.good())
+            return;
+        Destroy();
+        throw NotStored(what, outcome);
+    }
+
+    T_ASC_Parameters* Parameters(const StoreTarget& target, const std::string& sopClass) {
+        T_ASC_Parameters* parameters = nullptr;
+        Require(ASC_createAssociationParameters(&parameters, ASC_DEFAULTMAXPDU), "The network cannot be used");
+        ASC_setAPTitles(parameters, target.callingAe.c_str(), target.calledAe.c_str(), nullptr);
+        const std::string address = Address(target);
+        ASC_setPresentationAddresses(parameters, "localhost", address.c_str());
+        std::array<const char*, 2> syntaxes{UID_LittleEndianExplicitTransferSyntax,
+                                            UID_LittleEndianImplicitTransferSyntax};
+        ASC_addPresentationContext(parameters, 1, sopClass.c_str(), syntaxes.data(), 1);
+        ASC_addPresentationContext(parameters, 3, sopClass.c_str(), syntaxes.data() + 1, 1);
+        return parameters;
+    }
+
+    /// The workstation's own service listens on the loopback address only.
+    static std::string Address(const StoreTarget& target) {
+        constexpr std::string_view local = "localhost";
+        const bool isLocal = std::ranges::equal(
+            target.host, local, [](char a, char b) { return std::tolower(static_cast<unsigned char>(a)) == b; });
+        return (isLocal ? "127.0.0.1" : target.host) + ":" + target.port;
+    }
+
+    static Error Refused(const OFCondition& outcome, T_ASC_Parameters* parameters) {
+        if (outcome != DUL_ASSOCIATIONREJECTED)
+            return NotStored("the service cannot be reached", outcome);
+        T_ASC_RejectParameters rejection{};
+        ASC_getRejectParameters(parameters, &rejection);
+        OFString text;
+        ASC_printRejectParameters(text, &rejection);
+        std::string reason = text.c_str();
+        std::ranges::replace(reason, '\n', ' ');
+        return DicomFailure(DicomFault::NotStored, "the service refused the connection: " + reason);
+    }
+
+    void Destroy() {
+        if (association_ != nullptr) {
+            if (!released_) {
+                layer_.HangUp();
+                ASC_abortAssociation(association_);
+            }
+            ASC_destroyAssociation(&association_);
+        }
+        if (network_ != nullptr)
+            ASC_dropNetwork(&network_);
+    }
+
+    PromptLayer layer_;
+    T_ASC_Network* network_ = nullptr;
+    T_ASC_Association* association_ = nullptr;
+    bool released_ = false;
+};
+
+std::string UidOf(DcmDataset& dataSet, const DcmTagKey& tag) {
+    OFString uid;
+    dataSet.findAndGetOFString(tag, uid);
+    return uid.c_str();
+}
+
+} // namespace
+
+std::string StoreTarget::Name() const {
+    return calledAe + " at " + host + ", port " + port;
+}
+
+void CheckTarget(const StoreTarget& target) {
+    constexpr std::size_t longestTitle = 16;
+    for (const auto& title : {target.callingAe, target.calledAe})
+        if (title.empty() || title.size() > longestTitle)
+            throw DicomFailure(DicomFault::NotSendable, "The AE title \"" + title + "\" must have 1 to 16 characters.");
+    int port = 0;
+    const auto* end = target.port.data() + target.port.size();
+    const auto [stop, failure] = std::from_chars(target.port.data(), end, port);
+    if (failure != std::errc{} || stop != end || port < 1 || port > 65535)
+        throw DicomFailure(DicomFault::NotSendable, "\"" + target.port + "\" is no port of a storage service.");
+}
+
+void StoreDataSet(DcmDataset& dataSet, const StoreTarget& target, const StoreTimeouts& timeouts) {
+    const std::string sopClass = UidOf(dataSet, DCM_SOPClassUID);
+    const std::string sopInstance = UidOf(dataSet, DCM_SOPInstanceUID);
+    Association association{target, sopClass, timeouts};
+    association.Store(dataSet, sopClass, sopInstance, static_cast<int>(timeouts.answer.count()));
+    association.Release();
+}
+
+} // namespace tavrel

@@ -1,0 +1,161 @@
+#include "platform/dcmtk/DicomFile.h"
+
+#include "platform/dcmtk/DicomFailure.h"
+#include "platform/paths.h"
+
+#include <dcmtk/config/osconfig.h>
+
+#include <dcmtk/dcmdata/dcdatset.h>
+#include <dcmtk/dcmdata/dcistrmb.h>
+#include <dcmtk/dcmdata/dcxfer.h>
+
+#include <cerrno>
+#include <cstring>
+#include <optional>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace tavrel {
+namespace {
+
+/// More than this is not kept in memory for a file that may never be asked.
+constexpr std::uint64_t mostEarlyBytes = 16 * 1024;
+
+E_TransferSyntax ToolkitSyntax(const std::string& declared, bool explicitVr, bool bigEndian) {
+    if (!declared.empty())
+        return DcmXfer{declared.c_str()}.getXfer();
+    if (explicitVr)
+        return bigEndian ? EXS_BigEndianExplicit : EXS_LittleEndianExplicit;
+    return bigEndian ? EXS_BigEndianImplicit : EXS_LittleEndianImplicit;
+}
+
+Error Unreadable(const std::string& path, const std::string& reason) {
+    return DicomFailure(DicomFault::FileUnreadable, "The file " + path + " cannot be read: " + reason + ".");
+}
+
+Error NoDicom(const std::string& path, const std::string& reason) {
+    return DicomFailure(DicomFault::NotDicom, "The file " + path + " is no readable DICOM file: " + reason + ".");
+}
+
+} // namespace
+
+/// The file while it is looked at.
+class DicomFile::OpenFile {
+public:
+    explicit OpenFile(const std::string& path) : path_(path) {
+        // A FIFO would wait for a writer; the check for a regular file comes after the opening.
+        handle_ = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+        if (handle_ < 0)
+            throw Unreadable(path, std::strerror(errno));
+        struct stat state {};
+        const bool known = ::fstat(handle_, &state) == 0;
+        if (!known || !S_ISREG(state.st_mode)) {
+            ::close(handle_);
+            throw Unreadable(path, known && S_ISDIR(state.st_mode) ? "it is a folder" : "it is no ordinary file");
+        }
+        identity_ = {state.st_dev, state.st_ino, static_cast<std::uint64_t>(state.st_size), state.st_mtim.tv_sec,
+                     state.st_mtim.tv_nsec};
+    }
+    OpenFile(const OpenFile&) = delete;
+    OpenFile& operator=(const OpenFile&) = delete;
+    ~OpenFile() { ::close(handle_); }
+
+    const Identity& FileIdentity() const { return identity_; }
+
+    DicomLayout Scan(ScanExtent extent) {
+        try {
+            return ScanDicom(window_.emplace(handle_, identity_.size), extent);
+        } catch (const StructureFault& fault) {
+            throw NoDicom(path_, fault.what());
+        }
+    }
+
+    std::string Read(std::uint64_t begin, std::uint64_t end) const {
+        std::string bytes(static_cast<std::size_t>(end - begin), '\0');
+        std::size_t filled = 0;
+        while (filled < bytes.size()) {
+            const auto got =
+                ::pread(handle_, bytes.data() + filled, bytes.size() - filled, static_cast<off_t>(begin + filled));
+            if (got < 0)
+                throw Unreadable(path_, std::strerror(errno));
+            if (got == 0)
+                throw NoDicom(path_, "it became shorter while it was read");
+            filled += static_cast<std::size_t>(got);
+        }
+        return bytes;
+    }
+
+private:
+    const std::string& path_;
+    int handle_ = -1;
+    Identity identity_;
+    std::optional<ByteWindow> window_;
+};
+
+DicomFile::DicomFile(std::string_view path, ScanExtent extent)
+    : path_(NativePath(std::string{path})), extent_(extent) {}
+
+DicomFile DicomFile::Unopened(std::string_view path) {
+    return {path, ScanExtent::Header};
+}
+
+DicomFile DicomFile::Checked(std::string_view path) {
+    DicomFile result{path, ScanExtent::Whole};
+    OpenFile file{result.path_};
+    result.identity_ = file.FileIdentity();
+    result.KeepEarlyPart(file.Scan(ScanExtent::Whole), file);
+    return result;
+}
+
+void DicomFile::KeepEarlyPart(const DicomLayout& layout, const OpenFile& file) {
+    if (layout.earlyEnd - layout.metaBegin > mostEarlyBytes)
+        return;
+    early_ = file.Read(layout.metaBegin, layout.earlyEnd);
+    earlyMetaLength_ = static_cast<std::uint32_t>(layout.dataBegin - layout.metaBegin);
+    transferSyntax_ = layout.transferSyntax;
+    explicitVr_ = layout.explicitVr;
+    bigEndian_ = layout.bigEndian;
+}
+
+ParsedFile DicomFile::ParseEarlyPart() {
+    const std::string bytes = std::exchange(early_, {});
+    return ParseBytes(bytes, earlyMetaLength_, transferSyntax_, explicitVr_, bigEndian_);
+}
+
+ParsedFile DicomFile::Parse() const {
+    OpenFile file{path_};
+    if (extent_ == ScanExtent::Whole && file.FileIdentity() != identity_)
+        throw DicomFailure(DicomFault::FileChanged,
+                           "The file " + path_ +
+                               " was changed or replaced since it was opened. Open the report again.");
+    const DicomLayout layout = file.Scan(extent_);
+    return ParseBytes(file.Read(layout.metaBegin, layout.dataEnd),
+                      static_cast<std::size_t>(layout.dataBegin - layout.metaBegin), layout.transferSyntax,
+                      layout.explicitVr, layout.bigEndian);
+}
+
+ParsedFile DicomFile::ParseBytes(std::string_view bytes, std::size_t metaLength, const std::string& transferSyntax,
+                                 bool explicitVr, bool bigEndian) const {
+    const auto parse = [this](std::string_view part, E_TransferSyntax syntax) {
+        auto dataSet = std::make_unique<DcmDataset>();
+        DcmInputBufferStream stream;
+        stream.setBuffer(part.data(), static_cast<offile_off_t>(part.size()));
+        stream.setEos();
+        dataSet->transferInit();
+        const OFCondition outcome = dataSet->read(stream, syntax, EGL_withoutGL);
+        dataSet->transferEnd();
+        if (outcome.bad())
+            throw NoDicom(path_, outcome.text());
+        return dataSet;
+    };
+    ParsedFile result;
+    if (metaLength > 0)
+        result.meta = parse(bytes.substr(0, metaLength), EXS_LittleEndianExplicit);
+    result.data = parse(bytes.substr(metaLength), ToolkitSyntax(transferSyntax, explicitVr, bigEndian));
+    return result;
+}
+
+} // namespace tavrel

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "platform/dcmtk/StructuralScan.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+class DcmDataset;
+
+namespace tavrel {
+
+/// What the toolkit made of a file: its meta information (null when it has none) and its data set.
+struct ParsedFile {
+    std::unique_ptr<DcmDataset> meta;
+    std::unique_ptr<DcmDataset> data;
+};
+
+/// A DICOM file that is read piece by piece; it is never kept open. Failures are `Error`s that name
+/// the file.
+class DicomFile {
+public:
+    /// Checks the whole structure and keeps the bytes of the groups up to 0008.
+    static DicomFile Checked(std::string_view path);
+
+    /// Looks at nothing yet; its header alone will be read, never its pixel data.
+    static DicomFile Unopened(std::string_view path);
+
+    /// Whether the groups up to 0008 are at hand.
+    bool HasEarlyPart() const { return !early_.empty(); }
+    /// Gives them up: they are parsed once.
+    ParsedFile ParseEarlyPart();
+
+    /// Reads the file. A file that is no longer the one that was checked is an error.
+    ParsedFile Parse() const;
+
+private:
+    /// What tells a file from one that took its place.
+    struct Identity {
+        std::uint64_t device = 0;
+        std::uint64_t inode = 0;
+        std::uint64_t size = 0;
+        std::int64_t changedSeconds = 0;
+        std::int64_t changedNanoseconds = 0;
+        bool operator==(const Identity&) const = default;
+    };
+    class OpenFile;
+
+    DicomFile(std::string_view path, ScanExtent extent);
+    void KeepEarlyPart(const DicomLayout& layout, const OpenFile& file);
+    ParsedFile ParseBytes(std::string_view bytes, std::size_t metaLength, const std::string& transferSyntax,
+                          bool explicitVr, bool bigEndian) const;
+
+    std::string path_; ///< native
+    ScanExtent extent_;
+    Identity identity_;
+    std::string early_; ///< meta information and data set up to group 0008
+    std::uint32_t earlyMetaLength_ = 0;
+    std::string transferSyntax_;
+    bool explicitVr_ = true;
+    bool bigEndian_ = false;
+};
+
+} // namespace tavrel

@@ -1,0 +1,270 @@
+#include "platform/dcmtk/DicomValues.h"
+
+#include "platform/dcmtk/DicomFailure.h"
+
+#include <dcmtk/config/osconfig.h>
+
+#include <dcmtk/dcmdata/dctag.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <chrono>
+#include <cstdio>
+#include <ctime>
+
+namespace tavrel {
+namespace {
+
+bool IsDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+std::string_view Trimmed(std::string_view text) {
+    const auto first = text.find_first_not_of(' ');
+    if (first == std::string_view::npos)
+        return {};
+    return text.substr(first, text.find_last_not_of(' ') - first + 1);
+}
+
+/// Takes `digits` digits from the front of `text`.
+std::optional<int> TakeNumber(std::string_view& text, std::size_t digits) {
+    if (text.size() < digits || !std::all_of(text.begin(), text.begin() + static_cast<long>(digits), IsDigit))
+        return std::nullopt;
+    int number = 0;
+    std::from_chars(text.data(), text.data() + digits, number);
+    text.remove_prefix(digits);
+    return number;
+}
+
+bool SetDate(DateTime& moment, int year, int month, int day) {
+    const std::chrono::year_month_day date{std::chrono::year{year}, std::chrono::month{static_cast<unsigned>(month)},
+                                           std::chrono::day{static_cast<unsigned>(day)}};
+    if (year < 1 || !date.ok())
+        return false;
+    moment.year = static_cast<std::int16_t>(year);
+    moment.month = static_cast<std::int8_t>(month);
+    moment.day = static_cast<std::int8_t>(day);
+    return true;
+}
+
+/// Reads HH[MM[SS[.FFFFFF]]] from the front of `text` into `moment`.
+bool TakeTime(std::string_view& text, DateTime& moment) {
+    const auto hour = TakeNumber(text, 2);
+    const auto minute = hour ? TakeNumber(text, 2) : std::nullopt;
+    const auto second = minute ? TakeNumber(text, 2) : std::nullopt;
+    if (second && text.starts_with('.')) {
+        const auto end = text.find_first_not_of("0123456789", 1);
+        text.remove_prefix(end == std::string_view::npos ? text.size() : end);
+    }
+    // A leap second has no place in a local time of day.
+    if (!hour || *hour > 23 || minute.value_or(0) > 59 || second.value_or(0) > 60)
+        return false;
+    moment.hour = static_cast<std::int8_t>(*hour);
+    moment.minute = static_cast<std::int8_t>(minute.value_or(0));
+    moment.second = static_cast<std::int8_t>(std::min(second.value_or(0), 59));
+    return true;
+}
+
+std::string Without(std::string_view text, char separator) {
+    std::string plain{text};
+    std::erase(plain, separator);
+    return plain;
+}
+
+/// The local time of a moment that was given `offsetMinutes` east of Greenwich.
+std::optional<DateTime> Local(const DateTime& moment, int offsetMinutes) {
+    std::tm there{};
+    there.tm_year = moment.year - 1900;
+    there.tm_mon = moment.month - 1;
+    there.tm_mday = moment.day;
+    there.tm_hour = moment.hour;
+    there.tm_min = moment.minute;
+    there.tm_sec = moment.second;
+    const std::time_t instant = timegm(&there) - offsetMinutes * 60L;
+    std::tm here{};
+    if (localtime_r(&instant, &here) == nullptr)
+        return std::nullopt;
+    DateTime local;
+    if (!SetDate(local, here.tm_year + 1900, here.tm_mon + 1, here.tm_mday))
+        return std::nullopt;
+    local.hour = static_cast<std::int8_t>(here.tm_hour);
+    local.minute = static_cast<std::int8_t>(here.tm_min);
+    local.second = static_cast<std::int8_t>(std::min(here.tm_sec, 59));
+    return local;
+}
+
+bool IsValid(const DateTime& moment) {
+    DateTime date;
+    const bool dateFits =
+        moment.HasDate() ? SetDate(date, moment.year, moment.month, moment.day) : moment.month == 0 && moment.day == 0;
+    const auto within = [](int value, int most) { return value >= 0 && value <= most; };
+    return dateFits && within(moment.hour, 23) && within(moment.minute, 59) && within(moment.second, 59);
+}
+
+Error BadValue(std::string_view text, std::string_view vr, Tag tag) {
+    return DicomFailure(DicomFault::BadValue, "\"" + std::string{text} + "\" is no value of VR " + std::string{vr} +
+                                                  " for " + AttributeName(tag) + ".");
+}
+
+std::string MomentText(const DateTime& moment, std::string_view vr, Tag tag) {
+    if (!IsValid(moment))
+        throw BadValue("A date that the calendar does not have", vr, tag);
+    if (vr != "TM" && !moment.HasDate())
+        return {};
+    std::array<char, 32> text{};
+    if (vr == "DA")
+        std::snprintf(text.data(), text.size(), "%04d%02d%02d", moment.year, moment.month, moment.day);
+    else if (vr == "TM")
+        std::snprintf(text.data(), text.size(), "%02d%02d%02d", moment.hour, moment.minute, moment.second);
+    else
+        std::snprintf(text.data(), text.size(), "%04d%02d%02d%02d%02d%02d", moment.year, moment.month, moment.day,
+                      moment.hour, moment.minute, moment.second);
+    return text.data();
+}
+
+/// Runs `fits` over each value of a multi-valued text.
+template <typename Check> bool EachValue(std::string_view text, Check fits) {
+    for (;;) {
+        const auto end = text.find('\\');
+        if (!fits(Trimmed(text.substr(0, end))))
+            return false;
+        if (end == std::string_view::npos)
+            return true;
+        text.remove_prefix(end + 1);
+    }
+}
+
+bool IsIntegerString(std::string_view text) {
+    if (text.starts_with('+'))
+        text.remove_prefix(1);
+    std::int32_t number = 0;
+    const auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), number);
+    return failure == std::errc{} && end == text.data() + text.size() && text.size() <= 12;
+}
+
+bool IsUid(std::string_view text) {
+    return text.find_first_not_of("0123456789.") == std::string_view::npos;
+}
+
+bool FitsVr(std::string_view text, std::string_view vr) {
+    if (vr == "IS")
+        return EachValue(text, IsIntegerString);
+    if (vr == "UI")
+        return EachValue(text, IsUid);
+    if (IsDateTimeVr(vr))
+        return EachValue(text, [vr](std::string_view value) { return ParseDicomMoment(value, vr).has_value(); });
+    return true;
+}
+
+} // namespace
+
+std::optional<DateTime> ParseDicomDate(std::string_view text) {
+    const std::string plain = Without(Trimmed(text), '.');
+    std::string_view rest = plain;
+    DateTime moment;
+    const auto year = TakeNumber(rest, 4);
+    const auto month = TakeNumber(rest, 2);
+    const auto day = TakeNumber(rest, 2);
+    if (!year || !month || !day || !rest.empty() || !SetDate(moment, *year, *month, *day))
+        return std::nullopt;
+    return moment;
+}
+
+std::optional<DateTime> ParseDicomTime(std::string_view text) {
+    const std::string plain = Without(Trimmed(text), ':');
+    std::string_view rest = plain;
+    DateTime moment;
+    if (!TakeTime(rest, moment) || !rest.empty())
+        return std::nullopt;
+    return moment;
+}
+
+std::optional<DateTime> ParseDicomDateTime(std::string_view text) {
+    std::string_view rest = Trimmed(text);
+    DateTime moment;
+    const auto year = TakeNumber(rest, 4);
+    const auto month = TakeNumber(rest, 2);
+    const auto day = month ? TakeNumber(rest, 2) : std::nullopt;
+    if (!year || !SetDate(moment, *year, month.value_or(1), day.value_or(1)))
+        return std::nullopt;
+    if (day && !rest.empty() && IsDigit(rest.front()) && !TakeTime(rest, moment))
+        return std::nullopt;
+    if (rest.empty())
+        return moment;
+    const bool west = rest.front() == '-';
+    if (!west && rest.front() != '+')
+        return std::nullopt;
+    rest.remove_prefix(1);
+    const auto hours = TakeNumber(rest, 2);
+    const auto minutes = TakeNumber(rest, 2);
+    if (!hours || !minutes || *hours > 14 || *minutes > 59 || !rest.empty())
+        return std::nullopt;
+    const int offset = *hours * 60 + *minutes;
+    return Local(moment, west ? -offset : offset);
+}
+
+bool IsDateTimeVr(std::string_view vr) {
+    return vr == "DA" || vr == "TM" || vr == "DT";
+}
+
+std::optional<DateTime> ParseDicomMoment(std::string_view text, std::string_view vr) {
+    if (vr == "DA")
+        return ParseDicomDate(text);
+    return vr == "TM" ? ParseDicomTime(text) : ParseDicomDateTime(text);
+}
+
+std::string DicomText(const Value& value, std::string_view vr, Tag tag) {
+    if (const auto* moment = std::get_if<DateTime>(&value)) {
+        if (!IsDateTimeVr(vr))
+            throw BadValue("A date", vr, tag);
+        return MomentText(*moment, vr, tag);
+    }
+    if (const auto* number = std::get_if<std::int16_t>(&value)) {
+        std::string text = std::to_string(*number);
+        if (!FitsVr(text, vr))
+            throw BadValue(text, vr, tag);
+        return text;
+    }
+    if (const auto* text = std::get_if<std::string>(&value); text != nullptr && !text->empty()) {
+        if (!FitsVr(*text, vr))
+            throw BadValue(*text, vr, tag);
+        return WithCrLf(*text);
+    }
+    return {};
+}
+
+std::string WithCrLf(std::string_view text) {
+    std::string result;
+    result.reserve(text.size());
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        if (text[at] != '\r' && text[at] != '\n') {
+            result += text[at];
+            continue;
+        }
+        if (text[at] == '\r' && at + 1 < text.size() && text[at + 1] == '\n')
+            ++at;
+        result += "\r\n";
+    }
+    return result;
+}
+
+std::string AttributeName(Tag tag) {
+    DcmTag dictionaryTag{tag.group, tag.element};
+    const std::string_view keyword = dictionaryTag.getTagName();
+    const auto upper = [](char c) { return c >= 'A' && c <= 'Z'; };
+    const auto lower = [](char c) { return c >= 'a' && c <= 'z'; };
+    std::string name;
+    for (std::size_t at = 0; at < keyword.size(); ++at) {
+        const bool wordStarts = at > 0 && upper(keyword[at]) &&
+                                (lower(keyword[at - 1]) || (at + 1 < keyword.size() && lower(keyword[at + 1])));
+        if (wordStarts && name.back() != ' ')
+            name += ' ';
+        name += keyword[at];
+    }
+    std::array<char, 16> address{};
+    std::snprintf(address.data(), address.size(), " (%04X,%04X)", tag.group, tag.element);
+    return name + address.data();
+}
+
+} // namespace tavrel

@@ -1,0 +1,102 @@
+#include "platform/dcmtk/TextConverter.h"
+
+#include <algorithm>
+#include <map>
+#include <stdexcept>
+#include <utility>
+
+#include <iconv.h>
+#include <unicode/bytestream.h>
+#include <unicode/normalizer2.h>
+
+namespace tavrel {
+namespace {
+
+class Converter {
+public:
+    Converter(const char* from, const char* to) : handle_(iconv_open(to, from)) {
+        if (handle_ == invalid)
+            throw std::runtime_error(std::string{"The system cannot convert text from "} + from + " to " + to);
+    }
+    Converter(const Converter&) = delete;
+    Converter& operator=(const Converter&) = delete;
+    ~Converter() { iconv_close(handle_); }
+
+    /// Appends what can be converted to `result` and answers how many bytes that were.
+    std::size_t Run(std::string_view bytes, std::string& result) {
+        iconv(handle_, nullptr, nullptr, nullptr, nullptr);
+        auto* in = const_cast<char*>(bytes.data());
+        std::size_t inLeft = bytes.size();
+        const std::size_t before = result.size();
+        // Four bytes hold any character of the encodings used here.
+        result.resize(before + bytes.size() * 4);
+        char* out = result.data() + before;
+        std::size_t outLeft = bytes.size() * 4;
+        iconv(handle_, &in, &inLeft, &out, &outLeft);
+        result.resize(result.size() - outLeft);
+        return bytes.size() - inLeft;
+    }
+
+private:
+    inline static const iconv_t invalid = reinterpret_cast<iconv_t>(-1);
+    iconv_t handle_;
+};
+
+Converter& ConverterFor(const char* from, const char* to) {
+    thread_local std::map<std::pair<std::string, std::string>, Converter> converters;
+    return converters.try_emplace({from, to}, from, to).first->second;
+}
+
+} // namespace
+
+std::optional<std::string> ConvertText(std::string_view bytes, const char* from, const char* to) {
+    std::string result;
+    if (ConverterFor(from, to).Run(bytes, result) != bytes.size())
+        return std::nullopt;
+    return result;
+}
+
+std::string ConvertTextToUtf8(std::string_view bytes, const char* from) {
+    Converter& converter = ConverterFor(from, "UTF-8");
+    std::string result;
+    for (;;) {
+        bytes.remove_prefix(converter.Run(bytes, result));
+        if (bytes.empty())
+            return result;
+        result += "\uFFFD";
+        bytes.remove_prefix(1);
+    }
+}
+
+std::string Composed(std::string_view utf8) {
+    UErrorCode failure = U_ZERO_ERROR;
+    const auto* normalizer = icu::Normalizer2::getNFCInstance(failure);
+    const icu::StringPiece piece{utf8.data(), static_cast<std::int32_t>(utf8.size())};
+    if (U_FAILURE(failure) || normalizer->isNormalizedUTF8(piece, failure))
+        return std::string{utf8};
+    std::string result;
+    icu::StringByteSink<std::string> sink{&result};
+    normalizer->normalizeUTF8(0, piece, sink, nullptr, failure);
+    return U_FAILURE(failure) ? std::string{utf8} : result;
+}
+
+char32_t TakeCharacter(std::string_view& utf8) {
+    const auto byte = [&](std::size_t at) { return static_cast<unsigned char>(utf8[at]); };
+    const unsigned char lead = byte(0);
+    const std::size_t length = lead < 0x80   ? 1
+                               : lead < 0xC2 ? 0
+                               : lead < 0xE0 ? 2
+                               : lead < 0xF0 ? 3
+                               : lead < 0xF5 ? 4
+                                             : 0;
+    bool sound = length > 0 && utf8.size() >= length;
+    char32_t character = length < 2 ? lead : lead & (0x7FU >> length);
+    for (std::size_t at = 1; sound && at < length; ++at) {
+        sound = (byte(at) & 0xC0) == 0x80;
+        character = character << 6 | (byte(at) & 0x3FU);
+    }
+    utf8.remove_prefix(sound ? length : 1);
+    return sound ? character : U'\uFFFD';
+}
+
+} // namespace tavrel

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tavrel {
+
+/// Conversion of text between two encodings of the C library's iconv, by their names there.
+/// Converters are opened once a thread and kept.
+std::optional<std::string> ConvertText(std::string_view bytes, const char* from, const char* to);
+
+/// As ConvertText to UTF-8, with U+FFFD for what `from` does not know.
+std::string ConvertTextToUtf8(std::string_view bytes, const char* from);
+
+/// The composed form (NFC) of a UTF-8 text: one character for a letter with its accents where
+/// there is one, as the older character sets know it.
+std::string Composed(std::string_view utf8);
+
+/// The next character of a UTF-8 text, taken from its front; U+FFFD for a malformed byte.
+char32_t TakeCharacter(std::string_view& utf8);
+
+} // namespace tavrel

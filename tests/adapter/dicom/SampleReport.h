@@ -1,0 +1,50 @@
+#pragma once
+
+#include "platform/dcmtk/DcmtkLibrary.h"
+#include "platform/error.h"
+#include "tests/support/FakeServiceEvents.h"
+#include "tests/support/InlineBackground.h"
+
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <string_view>
+
+namespace tavrel::test {
+
+/// A folder of the test's own, removed in the end.
+class TestFolder {
+public:
+    TestFolder();
+    TestFolder(const TestFolder&) = delete;
+    TestFolder& operator=(const TestFolder&) = delete;
+    ~TestFolder();
+
+    std::string File(std::string_view name) const { return (path / name).string(); }
+
+    std::filesystem::path path;
+};
+
+/// The library under test with what it needs.
+struct TestLibrary {
+    TestFolder folder;
+    InlineBackground background;
+    FakeServiceEvents events;
+    DcmtkLibrary dicom{background, events, folder.File("unsent"), {std::chrono::seconds{1}, std::chrono::seconds{1}}};
+
+    /// The file as the only data set of a list.
+    std::shared_ptr<DataSetList> Load(const std::string& path);
+};
+
+std::string Text(const Value& value);
+std::string Text(const DicomDataSet& dataSet, Tag tag);
+/// The description of the error that `call` raises, empty when it raises none.
+std::string FailureOf(const std::function<void()>& call);
+
+std::string ReadBytes(const std::filesystem::path& path);
+void WriteBytes(const std::filesystem::path& path, std::string_view bytes);
+
+/// A report of `version` (from 1): that many observers, and predecessors from the second on.
+DataSetHandle MakeReport(DicomLibrary& library, int version = 1);
+
+} // namespace tavrel::test
