@@ -1,0 +1,47 @@
+#pragma once
+
+#include "platform/controls.h"
+
+#include <QObject>
+
+class QWidget;
+
+namespace tavrel {
+
+/// Ties a control to the widget that mirrors it and belongs to the widget. A kind of control says how
+/// it looks; what all kinds share is done here.
+class Binding : public QObject {
+public:
+    Binding(Control& control, QWidget& widget);
+
+    /// Brings the widget to what the control says.
+    void Show(Change change);
+    /// Lets go of the control, which is not touched from now on; the widget may live a little longer.
+    void Release();
+
+protected:
+    /// Shows the control's own state; `inReach` is whether a person may use it.
+    virtual void ShowState(bool inReach);
+    virtual void ShowItems() {}
+    virtual void ShowSelection() {}
+
+    /// Hands in what a person did. Changes that the program itself shows are none, and while work is
+    /// going on nothing is taken.
+    void Person(const std::function<void()>& act);
+    /// Changes the widget without taking that for a person's doing.
+    void Quietly(const std::function<void()>& change);
+
+private:
+    void Mirror(Change change);
+    bool InReach() const;
+
+    Control* control_;
+    QWidget& widget_;
+    bool showing_ = false;
+};
+
+/// A widget with this property is out of reach, and so is everything in it. It is not disabled as a
+/// whole: a long text within must still be scrolled and copied.
+inline constexpr char outOfReachProperty[] = "outOfReach";
+
+} // namespace tavrel

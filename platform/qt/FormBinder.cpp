@@ -1,0 +1,216 @@
+#include "platform/qt/FormBinder.h"
+
+#include "platform/qt/ListBinding.h"
+#include "platform/qt/QtText.h"
+#include "platform/qt/TextBoxBinding.h"
+
+#include <QComboBox>
+#include <QEvent>
+#include <QGroupBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListView>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QStyle>
+#include <QTreeView>
+
+#include <algorithm>
+
+namespace tavrel {
+namespace {
+
+class LabelBinding : public Binding {
+public:
+    LabelBinding(Label& label, QLabel& widget) : Binding(label, widget), label_(label), widget_(widget) {
+        widget.setTextFormat(Qt::PlainText); // A patient's name is never markup.
+    }
+
+protected:
+    void ShowState(bool) override {
+        widget_.setEnabled(label_.Enabled()); // Within a frame that is out of reach it is still read.
+        widget_.setText(ToQt(label_.Text()));
+        constexpr std::array tones{"neutral", "attention", "settled"};
+        const QVariant tone = tones.at(static_cast<std::size_t>(label_.Emphasis()));
+        if (widget_.property("tone") == tone)
+            return;
+        widget_.setProperty("tone", tone);
+        widget_.style()->unpolish(&widget_);
+        widget_.style()->polish(&widget_);
+    }
+
+private:
+    Label& label_;
+    QLabel& widget_;
+};
+
+class ButtonBinding : public Binding {
+public:
+    ButtonBinding(Button& button, QPushButton& widget) : Binding(button, widget) {
+        widget.setAutoDefault(true); // Enter presses the button that has the focus.
+        connect(&widget, &QPushButton::clicked, this, [this, &button] { Person([&button] { button.Press(); }); });
+    }
+};
+
+class OptionBinding : public Binding {
+public:
+    OptionBinding(OptionButton& option, QRadioButton& widget)
+        : Binding(option, widget), option_(option), widget_(widget) {
+        widget.setAutoExclusive(false); // The group keeps order, and can be without a choice.
+        connect(&widget, &QRadioButton::clicked, this, [this] {
+            Person([this] { option_.Press(); });
+            Show(Change::State);
+        });
+    }
+
+protected:
+    void ShowState(bool inReach) override {
+        Binding::ShowState(inReach);
+        widget_.setChecked(option_.Value());
+    }
+
+private:
+    OptionButton& option_;
+    QRadioButton& widget_;
+};
+
+class ComboBoxBinding : public Binding {
+public:
+    ComboBoxBinding(ComboBox& box, QComboBox& widget) : Binding(box, widget), box_(box), widget_(widget) {
+        widget.setInsertPolicy(QComboBox::NoInsert);
+        widget.setCompleter(nullptr); // What is typed freely stays as it was typed.
+        widget.installEventFilter(this);
+        connect(&widget, &QComboBox::editTextChanged, this,
+                [this](const QString& text) { Person([&] { box_.Typed(FromQt(text)); }); });
+    }
+
+protected:
+    void ShowState(bool inReach) override {
+        Binding::ShowState(inReach);
+        if (FromQt(widget_.currentText()) != box_.Text())
+            widget_.setEditText(ToQt(box_.Text()));
+    }
+    void ShowItems() override {
+        const auto& items = box_.Items();
+        if (static_cast<int>(items.size()) < widget_.count())
+            widget_.clear();
+        // Items are only ever appended or cleared.
+        QStringList added;
+        std::transform(items.begin() + widget_.count(), items.end(), std::back_inserter(added), ToQt);
+        widget_.addItems(added);
+        widget_.setCurrentIndex(-1);
+        widget_.setEditText(ToQt(box_.Text()));
+    }
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        // Scrolling past must not change what a report says.
+        return event->type() == QEvent::Wheel || Binding::eventFilter(watched, event);
+    }
+
+private:
+    ComboBox& box_;
+    QComboBox& widget_;
+};
+
+class FrameBinding : public Binding {
+public:
+    FrameBinding(Frame& frame, QGroupBox& widget, const FormBinder& binder)
+        : Binding(frame, widget), widget_(widget), binder_(binder) {}
+
+protected:
+    void ShowState(bool inReach) override {
+        if (widget_.property(outOfReachProperty) == QVariant(!inReach))
+            return;
+        widget_.setProperty(outOfReachProperty, !inReach);
+        binder_.ShowWithin(widget_);
+    }
+
+private:
+    QGroupBox& widget_;
+    const FormBinder& binder_;
+};
+
+/// A kind of control and the kind of widget that mirrors it.
+struct Kind {
+    bool (*fits)(const Control& control, const QWidget& widget);
+    Binding* (*bind)(Control& control, QWidget& widget, const FormBinder& binder);
+};
+
+template <typename Bound, typename Model, typename Widget> constexpr Kind KindOf() {
+    return {[](const Control& control, const QWidget& widget) {
+                return dynamic_cast<const Model*>(&control) && qobject_cast<const Widget*>(&widget);
+            },
+            [](Control& control, QWidget& widget, const FormBinder& binder) -> Binding* {
+                auto& model = dynamic_cast<Model&>(control);
+                auto& mirror = dynamic_cast<Widget&>(widget); // It owns its binding.
+                if constexpr (std::is_constructible_v<Bound, Model&, Widget&>)
+                    return new Bound(model, mirror);
+                else
+                    return new Bound(model, mirror, binder);
+            }};
+}
+
+constexpr std::array kinds{
+    KindOf<LabelBinding, Label, QLabel>(),
+    KindOf<TextBoxBinding, TextBox, QLineEdit>(),
+    KindOf<TextBoxBinding, TextBox, QPlainTextEdit>(),
+    KindOf<ComboBoxBinding, ComboBox, QComboBox>(),
+    KindOf<ListBinding, ListBox, QListView>(),
+    KindOf<ListBinding, ListView, QTreeView>(),
+    KindOf<OptionBinding, OptionButton, QRadioButton>(),
+    KindOf<ButtonBinding, Button, QPushButton>(),
+    KindOf<FrameBinding, Frame, QGroupBox>(),
+};
+
+/// Neither the widget nor the kind when no widget of the control's name fits it.
+std::pair<QWidget*, const Kind*> Partner(const Control& control, const QWidget& window) {
+    auto* widget = window.findChild<QWidget*>(QString::fromStdString(control.Name()));
+    if (!widget)
+        return {};
+    const auto* kind = std::ranges::find_if(kinds, [&](const Kind& each) { return each.fits(control, *widget); });
+    return kind == kinds.end() ? std::pair<QWidget*, const Kind*>() : std::pair(widget, kind);
+}
+
+bool Decorates(const QString& name) {
+    return name.isEmpty() || name.startsWith("caption") || name.startsWith("pane") || name.startsWith("qt_");
+}
+
+} // namespace
+
+FormBinder::FormBinder(Form& form, QWidget& window) {
+    for (auto* control : form.Controls())
+        if (const auto [widget, kind] = Partner(*control, window); widget)
+            bindings_.emplace_back(widget, kind->bind(*control, *widget, *this));
+    for (const auto& [widget, binding] : bindings_) {
+        binding->Show(Change::Items);
+        binding->Show(Change::State);
+    }
+}
+
+FormBinder::~FormBinder() {
+    for (const auto& [widget, binding] : bindings_)
+        if (binding)
+            binding->Release();
+}
+
+void FormBinder::ShowWithin(const QWidget& frame) const {
+    for (const auto& [widget, binding] : bindings_)
+        if (frame.isAncestorOf(widget))
+            binding->Show(Change::State);
+}
+
+std::vector<std::string> MissingNames(const Form& form, const QWidget& window) {
+    std::vector<std::string> missing;
+    for (const auto* control : form.Controls())
+        if (!Partner(*control, window).first)
+            missing.push_back("no fitting widget: " + control->Name());
+    for (const auto* widget : window.findChildren<QWidget*>()) {
+        const std::string name = widget->objectName().toStdString();
+        if (!Decorates(widget->objectName()) &&
+            std::ranges::none_of(form.Controls(), [&](const Control* control) { return control->Name() == name; }))
+            missing.push_back("no control: " + name);
+    }
+    return missing;
+}
+
+} // namespace tavrel

@@ -1,0 +1,85 @@
+#include "platform/qt/FormWindow.h"
+
+#include "platform/qt/QtText.h"
+
+#include <QCloseEvent>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QScreen>
+#include <QVBoxLayout>
+#include <QWindow>
+
+namespace tavrel {
+
+FormWindow::FormWindow(Form& form, const std::function<void(QWidget&)>& layOut) : form_(&form) {
+    layOut(*this);
+    binder_.emplace(form, *this);
+    const auto showCaption = [this] { setWindowTitle(ToQt(form_->Caption())); };
+    showCaption();
+    form.Watch(showCaption);
+    resize(size().boundedTo(screen()->availableSize()));
+
+    veil_ = new QFrame(this);
+    veil_->setObjectName("paneVeil");
+    veil_->hide();
+    auto* board = new QFrame(veil_);
+    board->setObjectName("paneVeilBoard");
+    what_ = new QLabel(board);
+    auto* bar = new QProgressBar(board);
+    bar->setRange(0, 0);
+    bar->setTextVisible(false);
+    auto* inside = new QVBoxLayout(board);
+    inside->addWidget(what_);
+    inside->addWidget(bar);
+    auto* around = new QVBoxLayout(veil_);
+    around->addWidget(board, 0, Qt::AlignCenter);
+}
+
+void FormWindow::Dismiss() {
+    form_->Watch({});
+    form_ = nullptr;
+    binder_.reset();
+    hide();
+    deleteLater();
+}
+
+void FormWindow::StayOnTop() {
+    // A flag of the widget would hide and move a window that is on the screen already.
+    if (isVisible())
+        windowHandle()->setFlag(Qt::WindowStaysOnTopHint);
+    else
+        setWindowFlag(Qt::WindowStaysOnTopHint);
+}
+
+void FormWindow::Veil(const QString& what) {
+    what_->setText(what);
+    veil_->setGeometry(rect());
+    veil_->raise();
+    veil_->show();
+}
+
+void FormWindow::Unveil() {
+    veil_->hide();
+}
+
+void FormWindow::closeEvent(QCloseEvent* event) {
+    event->ignore();
+    if (form_)
+        form_->FrameClosed();
+}
+
+void FormWindow::keyPressEvent(QKeyEvent* event) {
+    if (event->key() != Qt::Key_Return && event->key() != Qt::Key_Enter)
+        return QWidget::keyPressEvent(event);
+    for (auto* button : findChildren<QPushButton*>())
+        if (button->isDefault())
+            return button->click();
+}
+
+void FormWindow::resizeEvent(QResizeEvent*) {
+    veil_->setGeometry(rect());
+}
+
+} // namespace tavrel

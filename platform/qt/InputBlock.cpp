@@ -1,0 +1,73 @@
+#include "platform/qt/InputBlock.h"
+
+#include "platform/qt/FormWindow.h"
+#include "platform/qt/QtText.h"
+
+#include <QApplication>
+#include <QEvent>
+
+namespace tavrel {
+namespace {
+
+using namespace std::chrono_literals;
+constexpr auto blink = 150ms;
+
+void ForEachFormWindow(const std::function<void(FormWindow&)>& act) {
+    for (auto* widget : QApplication::topLevelWidgets())
+        if (auto* window = dynamic_cast<FormWindow*>(widget); window && window->isVisible())
+            act(*window);
+}
+
+} // namespace
+
+InputBlock::InputBlock(std::string_view what) {
+    ++living_;
+    qApp->installEventFilter(this);
+    longer_.setSingleShot(true);
+    longer_.callOnTimeout([text = ToQt(what)] {
+        QApplication::setOverrideCursor(Qt::BusyCursor);
+        ForEachFormWindow([&](FormWindow& window) { window.Veil(text); });
+    });
+    longer_.start(blink);
+}
+
+InputBlock::~InputBlock() {
+    // What was typed until now belongs to the time of the block.
+    QCoreApplication::processEvents();
+    if (!longer_.isActive()) {
+        QApplication::restoreOverrideCursor();
+        ForEachFormWindow([](FormWindow& window) { window.Unveil(); });
+    }
+    qApp->removeEventFilter(this);
+    --living_;
+}
+
+bool InputBlock::eventFilter(QObject*, QEvent* event) {
+    switch (event->type()) {
+    case QEvent::KeyPress:
+    case QEvent::KeyRelease:
+    case QEvent::ShortcutOverride:
+    case QEvent::Shortcut:
+    case QEvent::InputMethod:
+    case QEvent::MouseButtonPress:
+    case QEvent::MouseButtonRelease:
+    case QEvent::MouseButtonDblClick:
+    case QEvent::Wheel:
+    case QEvent::ContextMenu:
+    case QEvent::TouchBegin:
+    case QEvent::TouchUpdate:
+    case QEvent::TouchEnd:
+    case QEvent::TabletPress:
+    case QEvent::TabletRelease:
+    case QEvent::DragEnter:
+    case QEvent::Drop:
+        return true;
+    case QEvent::Close:
+        event->ignore();
+        return true;
+    default:
+        return false;
+    }
+}
+
+} // namespace tavrel

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QObject>
+#include <QTimer>
+
+#include <string_view>
+
+namespace tavrel {
+
+/// While one lives, keyboard, mouse and the closing of windows are dropped (not kept for later) and,
+/// when it takes longer than a blink, every open window says `what` is going on.
+class InputBlock : public QObject {
+public:
+    explicit InputBlock(std::string_view what);
+    ~InputBlock() override;
+
+    static bool On() { return living_ > 0; }
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    static inline int living_ = 0;
+    QTimer longer_;
+};
+
+} // namespace tavrel

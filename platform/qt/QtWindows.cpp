@@ -1,0 +1,202 @@
+#include "platform/qt/QtWindows.h"
+
+#include "platform/error.h"
+#include "platform/qt/FormWindow.h"
+#include "platform/qt/QtText.h"
+
+#include <QApplication>
+#include <QEventLoop>
+#include <QMessageBox>
+#include <QWindow>
+
+#include <algorithm>
+
+namespace tavrel {
+namespace {
+
+const std::function<void(QWidget&)>& LayoutOf(const Form& form, const Layouts& layouts) {
+    const auto layout = layouts.find(form.Name());
+    if (layout == layouts.end())
+        throw Error(372, form.Name(), "There is no layout for the window " + form.Name());
+    return layout->second;
+}
+
+/// The window that the person works in, or none.
+QWindow* ActiveWindow() {
+    const auto works = [](const QWidget* widget) { return widget && widget->isVisible() && widget->windowHandle(); };
+    for (const auto* widget : {QApplication::activeModalWidget(), QApplication::activeWindow()})
+        if (works(widget))
+            return widget->windowHandle();
+    for (const auto* widget : QApplication::topLevelWidgets())
+        if (works(widget) && dynamic_cast<const FormWindow*>(widget))
+            return widget->windowHandle();
+    return nullptr;
+}
+
+/// Puts a window that is not shown yet over another. It does not belong to the other, which may go
+/// first.
+void PutOver(QWidget& widget, QWindow* other) {
+    widget.winId(); // Makes the window's handle.
+    widget.windowHandle()->setTransientParent(other);
+}
+
+QMessageBox::StandardButton ToQt(Answer answer) {
+    switch (answer) {
+    case Answer::Ok:
+        return QMessageBox::Ok;
+    case Answer::Cancel:
+        return QMessageBox::Cancel;
+    case Answer::Yes:
+        return QMessageBox::Yes;
+    case Answer::No:
+        return QMessageBox::No;
+    }
+    return QMessageBox::Ok;
+}
+
+/// The answers that a box offers, the one that leaving it gives last.
+std::vector<Answer> Offered(Buttons buttons) {
+    switch (buttons) {
+    case Buttons::Ok:
+        return {Answer::Ok};
+    case Buttons::OkCancel:
+        return {Answer::Ok, Answer::Cancel};
+    case Buttons::YesNo:
+        return {Answer::Yes, Answer::No};
+    }
+    return {};
+}
+
+QMessageBox::Icon ToQt(Icon icon) {
+    switch (icon) {
+    case Icon::None:
+        return QMessageBox::NoIcon;
+    case Icon::CriticalStop:
+        return QMessageBox::Critical;
+    case Icon::Exclamation:
+        return QMessageBox::Warning;
+    }
+    return QMessageBox::NoIcon;
+}
+
+} // namespace
+
+QtWindows::QtWindows(const Layouts& layouts) : layouts_(layouts) {
+    QApplication::setQuitOnLastWindowClosed(false);
+}
+
+QtWindows::~QtWindows() {
+    for (const auto& [form, window] : windows_)
+        window->Dismiss();
+}
+
+FormWindow& QtWindows::Make(Form& form) {
+    if (auto* window = WindowOf(form))
+        return *window;
+    return *(windows_[&form] = new FormWindow(form, LayoutOf(form, layouts_))); // It goes by Dismiss.
+}
+
+FormWindow* QtWindows::WindowOf(const Form& form) const {
+    const auto window = windows_.find(&form);
+    return window == windows_.end() ? nullptr : window->second;
+}
+
+void QtWindows::Present(FormWindow& window) {
+    window.show();
+    window.raise();
+    window.activateWindow();
+}
+
+void QtWindows::Show(Form& form) {
+    auto& window = Make(form);
+    if (!window.isVisible())
+        window.setWindowModality(Qt::NonModal);
+    Present(window);
+}
+
+void QtWindows::ShowModal(Form& form, Form* owner) {
+    auto& window = Make(form);
+    if (!window.isVisible()) {
+        window.setWindowModality(Qt::ApplicationModal);
+        const auto* over = owner ? WindowOf(*owner) : nullptr;
+        PutOver(window, over ? over->windowHandle() : ActiveWindow());
+    }
+    QEventLoop loop;
+    const auto wait = waiting_.emplace(&form, &loop);
+    Present(window);
+    loop.exec();
+    waiting_.erase(wait);
+}
+
+void QtWindows::Hide(Form& form) {
+    auto* window = WindowOf(form);
+    if (!window || !window->isVisible())
+        return;
+    window->hide();
+    Gone(form);
+}
+
+void QtWindows::Unload(Form& form) {
+    Hide(form);
+    if (auto* window = WindowOf(form)) { // Unless it has been unloaded in the meantime.
+        windows_.erase(&form);
+        window->Dismiss();
+    }
+}
+
+void QtWindows::Gone(const Form& form) {
+    const auto [first, last] = waiting_.equal_range(&form);
+    std::for_each(first, last, [](const auto& wait) { wait.second->quit(); });
+    TellIfLast();
+}
+
+void QtWindows::MakeTopMost(Form& form) {
+    Make(form).StayOnTop();
+}
+
+Answer QtWindows::Ask(const MessageBox& message) {
+    QMessageBox box;
+    box.setWindowTitle(tavrel::ToQt(message.title));
+    box.setTextFormat(Qt::PlainText);
+    box.setText(tavrel::ToQt(message.text));
+    box.setIcon(ToQt(message.icon));
+    const auto offered = Offered(message.buttons);
+    for (const auto answer : offered)
+        box.addButton(ToQt(answer));
+    box.setDefaultButton(ToQt(message.defaultAnswer));
+    box.setEscapeButton(ToQt(offered.back()));
+    if (AnyTopMost())
+        box.setWindowFlag(Qt::WindowStaysOnTopHint);
+    PutOver(box, ActiveWindow());
+    ++messages_;
+    const int pressed = box.exec();
+    --messages_;
+    TellIfLast();
+    const auto given =
+        std::ranges::find(offered, pressed, [](Answer answer) { return static_cast<int>(ToQt(answer)); });
+    return given == offered.end() ? offered.back() : *given;
+}
+
+bool QtWindows::AnyTopMost() const {
+    return std::ranges::any_of(windows_, [](const auto& entry) {
+        const auto* window = entry.second;
+        return window->isVisible() && window->windowHandle()->flags().testFlag(Qt::WindowStaysOnTopHint);
+    });
+}
+
+bool QtWindows::AnyWindowOpen() const {
+    return messages_ > 0 || std::ranges::any_of(windows_, [](const auto& entry) { return entry.second->isVisible(); });
+}
+
+void QtWindows::TellIfLast() const {
+    if (LastWindowGone && !AnyWindowOpen())
+        LastWindowGone();
+}
+
+std::vector<std::string> MissingNames(const Form& form, const Layouts& layouts) {
+    QWidget window;
+    LayoutOf(form, layouts)(window);
+    return MissingNames(form, window);
+}
+
+} // namespace tavrel

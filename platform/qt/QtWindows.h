@@ -1,0 +1,53 @@
+#pragma once
+
+#include "platform/qt/Layouts.h"
+#include "platform/windows.h"
+
+#include <map>
+
+class QEventLoop;
+
+namespace tavrel {
+
+class FormWindow;
+
+/// The windows on a Qt desktop. Needs a QApplication; keeps it alive when no window is open.
+class QtWindows : public Windows {
+public:
+    explicit QtWindows(const Layouts& layouts = DesignedLayouts());
+    ~QtWindows() override;
+    QtWindows(const QtWindows&) = delete;
+    QtWindows& operator=(const QtWindows&) = delete;
+
+    void Show(Form& form) override;
+    void ShowModal(Form& form, Form* owner) override;
+    void Hide(Form& form) override;
+    void Unload(Form& form) override;
+    void MakeTopMost(Form& form) override;
+    Answer Ask(const MessageBox& message) override;
+
+    /// A form or a message box stands on the screen.
+    bool AnyWindowOpen() const;
+    /// Called whenever the last window has gone.
+    std::function<void()> LastWindowGone;
+
+    /// The form's window, or none before it is first shown.
+    FormWindow* WindowOf(const Form& form) const;
+
+private:
+    FormWindow& Make(Form& form);
+    void Present(FormWindow& window);
+    void Gone(const Form& form);
+    void TellIfLast() const;
+    bool AnyTopMost() const;
+
+    const Layouts& layouts_;
+    std::map<const Form*, FormWindow*> windows_;
+    std::multimap<const Form*, QEventLoop*> waiting_; ///< the modal shows that wait for a form to go
+    int messages_ = 0;                                ///< message boxes on the screen
+};
+
+/// What does not pair between a form and its layout, one line for each name.
+std::vector<std::string> MissingNames(const Form& form, const Layouts& layouts = DesignedLayouts());
+
+} // namespace tavrel

@@ -1,0 +1,35 @@
+#include "platform/qt/RowsModel.h"
+
+#include "platform/qt/QtText.h"
+
+namespace tavrel {
+
+RowsModel::RowsModel(Source source, QObject* parent) : QAbstractTableModel(parent), source_(std::move(source)) {}
+
+void RowsModel::Reset() {
+    beginResetModel();
+    endResetModel();
+}
+
+int RowsModel::rowCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : source_.count();
+}
+
+int RowsModel::columnCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : static_cast<int>(source_.columns.size());
+}
+
+QVariant RowsModel::data(const QModelIndex& index, int role) const {
+    const bool shown = role == Qt::DisplayRole || role == Qt::ToolTipRole;
+    if (!shown || !index.isValid() || index.row() >= source_.count())
+        return {};
+    return ToQt(source_.text(index.row(), index.column()));
+}
+
+QVariant RowsModel::headerData(int section, Qt::Orientation orientation, int role) const {
+    if (role != Qt::DisplayRole || orientation != Qt::Horizontal || section >= columnCount())
+        return {};
+    return ToQt(source_.columns[static_cast<std::size_t>(section)]);
+}
+
+} // namespace tavrel
