@@ -1,0 +1,132 @@
+#include "suite/catalogue/CodeTable.h"
+
+#include "platform/error.h"
+#include "suite/catalogue/CsvReader.h"
+#include "suite/catalogue/TextRules.h"
+
+#include <algorithm>
+#include <array>
+#include <map>
+#include <set>
+
+namespace tavrel {
+namespace {
+
+struct Column {
+    const char* name;
+    std::size_t longest; ///< SH and LO (DICOM PS3.5, 6.2)
+};
+constexpr std::array<Column, 3> columns = {{{"CodeScheme", 16}, {"CodeValue", 16}, {"CodeMeaning", 64}}};
+using Code = std::array<std::string, columns.size()>;
+constexpr std::size_t value = 1;
+
+/// Where each column stands in the file; empty when the first row does not say so.
+std::vector<std::size_t> Order(const CsvRow& header) {
+    std::vector<std::size_t> order;
+    for (const Column& column : columns) {
+        const auto place = std::ranges::find(header.fields, column.name);
+        if (place == header.fields.end() || header.fields.size() != columns.size() || !header.fault.empty())
+            return {};
+        order.push_back(static_cast<std::size_t>(place - header.fields.begin()));
+    }
+    return order;
+}
+
+std::string RowFault(const CsvRow& row) {
+    if (!row.fault.empty())
+        return row.fault;
+    if (row.fields.size() != columns.size())
+        return "has " + std::to_string(row.fields.size()) + " fields, not " + std::to_string(columns.size());
+    return {};
+}
+
+class CodeFile {
+public:
+    explicit CodeFile(std::string_view csv) {
+        const std::vector<CsvRow> rows = ReadCsv(csv);
+        const auto order = rows.empty() ? std::vector<std::size_t>() : Order(rows.front());
+        if (order.empty()) {
+            faults.push_back("line 1: the first row must name the columns CodeScheme, CodeValue, CodeMeaning");
+            return;
+        }
+        for (std::size_t i = 1; i < rows.size(); ++i)
+            Read(rows[i], order);
+    }
+
+    std::vector<std::string> faults;
+    std::vector<Code> codes;
+
+private:
+    void Read(const CsvRow& row, const std::vector<std::size_t>& order) {
+        std::string fault = RowFault(row);
+        Code code;
+        for (std::size_t i = 0; fault.empty() && i < columns.size(); ++i) {
+            code[i] = ForCatalogue(row.fields[order[i]]);
+            if (const std::string bad = TextFault(code[i], columns[i].longest); !bad.empty())
+                fault = std::string(columns[i].name) + " " + bad;
+        }
+        if (fault.empty()) {
+            const auto [first, isNew] = lines_.try_emplace(code[value], row.line);
+            if (!isNew)
+                fault =
+                    "CodeValue \"" + code[value] + "\" stands in line " + std::to_string(first->second) + " already";
+        }
+        if (fault.empty())
+            codes.push_back(std::move(code));
+        else
+            faults.push_back("line " + std::to_string(row.line) + ": " + fault);
+    }
+
+    std::map<std::string, int> lines_;
+};
+
+std::set<std::string> KnownValues(Connection& connection, const std::string& table) {
+    std::set<std::string> known;
+    const auto rows = connection.OpenResultSet("SELECT CodeValue FROM " + table);
+    for (; !rows->AtEnd(); rows->MoveNext())
+        known.emplace(rows->Field("CodeValue").value_or(""));
+    return known;
+}
+
+void Insert(Command& command, const Code& code) {
+    for (std::size_t i = 0; i < columns.size(); ++i)
+        command.Append(
+            {columns[i].name, ParameterType::VariableCharacter, static_cast<int>(columns[i].longest), code[i]});
+    command.Execute();
+    for (std::size_t i = 0; i < columns.size(); ++i)
+        command.Delete(0);
+}
+
+} // namespace
+
+std::string CodeTableName(const std::string& kind) {
+    static const std::map<std::string, std::string> tables = {{"titles", "StdTitles"},
+                                                              {"bodyparts", "StdBodyPart"},
+                                                              {"findings", "StdFinding"},
+                                                              {"diagnoses", "StdDiagnosis"}};
+    return tables.at(kind);
+}
+
+CodeImport ImportCodes(Connection& connection, const std::string& table, std::string_view csv, bool replace) {
+    const CodeFile file(csv);
+    if (!file.faults.empty())
+        return {file.faults};
+
+    CodeImport result;
+    connection.BeginTransaction();
+    if (replace)
+        connection.OpenResultSet("DELETE FROM " + table);
+    const std::set<std::string> known = KnownValues(connection, table);
+    const auto command = connection.NewCommand();
+    command->Text("INSERT INTO " + table + " (CodeScheme, CodeValue, CodeMeaning) VALUES (?, ?, ?)");
+    for (const Code& code : file.codes) {
+        const bool isKnown = known.contains(code[value]);
+        if (!isKnown)
+            Insert(*command, code);
+        ++(isKnown ? result.known : result.added);
+    }
+    connection.Commit();
+    return result;
+}
+
+} // namespace tavrel

@@ -1,0 +1,190 @@
+#include "suite/catalogue/InstallationCheck.h"
+
+#include "platform/error.h"
+#include "platform/paths.h"
+#include "suite/catalogue/FolderImport.h"
+#include "suite/catalogue/Schema.h"
+#include "suite/catalogue/Settings.h"
+#include "suite/catalogue/TextRules.h"
+
+#include <algorithm>
+#include <charconv>
+#include <filesystem>
+#include <map>
+#include <optional>
+
+namespace tavrel {
+namespace {
+
+/// BaseUID + ".1." + a time stamp of 19 characters must stay a UID.
+constexpr std::size_t longestBaseUid = 42;
+constexpr std::size_t longestAeTitle = 16;
+
+class Check {
+public:
+    Check(Connection& catalogue, DicomLibrary& dicom) : catalogue_(catalogue), dicom_(dicom) {}
+
+    std::vector<CheckResult> Run(const std::string& userName) {
+        if (Tables()) {
+            Site();
+            Node();
+            Signature(userName);
+            Codes();
+            Apostrophes();
+            Studies();
+            Reports();
+            Service();
+        }
+        return std::move(results_);
+    }
+
+private:
+    void Well(const std::string& words) { results_.push_back({true, words}); }
+    void Missing(const std::string& words) { results_.push_back({false, words}); }
+
+    bool Tables() {
+        std::string absent;
+        for (const std::string_view table : CatalogueTables())
+            try {
+                catalogue_.OpenResultSet("SELECT * FROM " + std::string(table) + " WHERE 1=0");
+            } catch (const Error&) {
+                absent += (absent.empty() ? "" : ", ") + std::string(table);
+            }
+        if (absent.empty())
+            Well("the catalogue has all its tables");
+        else
+            Missing("the catalogue lacks " + absent + "; \"orbenta-catalogue init\" makes them");
+        return absent.empty();
+    }
+
+    void OneRow(OneRowTable& table, const char* name, const char* remedy) {
+        if (const int rows = table.Rows(); rows != 1)
+            Missing("table " + std::string(name) + " has " + std::to_string(rows) + " rows and must have one; " +
+                    remedy);
+    }
+
+    void Site() {
+        OneRowTable site(catalogue_, "SiteData");
+        OneRow(site, "SiteData", "\"orbenta-catalogue site --base-uid UID --organization NAME\" sets it");
+        const std::string uid = site.Value("BaseUID").value_or("");
+        if (!IsUid(uid))
+            Missing("the site's BaseUID \"" + uid + "\" is no UID");
+        else if (uid.size() > longestBaseUid)
+            Missing("the site's BaseUID has " + std::to_string(uid.size()) +
+                    " characters; with more than 42 the UIDs of reports grow too long");
+        else
+            Well("reports get UIDs under " + uid);
+        const auto organization = site.Value("Organization");
+        if (!organization)
+            Missing("the site has no Organization; \"orbenta-catalogue site --organization NAME\" sets it");
+        else if (!FitsReports(*organization))
+            Missing("the site's Organization has characters that reports (ISO_IR 100) cannot hold");
+    }
+
+    void Node() {
+        if (OneRowTable(catalogue_, "DicomServer").Value("AETitle").value_or("").empty())
+            Missing("table DicomServer names no AE title for the audit trail; \"orbenta-catalogue site --node AE\" "
+                    "sets it");
+        else
+            Well("the audit trail has its node name");
+    }
+
+    void Signature(const std::string& userName) {
+        const auto users = ReadUsers(catalogue_);
+        const auto user = std::ranges::find(users, userName, &User::name);
+        if (user == users.end() || user->signature.empty())
+            Missing("user " + userName + " has no signature; \"orbenta-catalogue user " + userName +
+                    " --signature NAME\" sets it");
+        else if (!FitsReports(user->signature))
+            Missing("the signature of " + userName + " has characters that reports (ISO_IR 100) cannot hold");
+        else
+            Well(userName + " signs as " + user->signature);
+    }
+
+    void Codes() {
+        for (const char* table : {"StdTitles", "StdBodyPart", "StdFinding", "StdDiagnosis"})
+            if (catalogue_.OpenResultSet("SELECT CodeValue FROM " + std::string(table))->AtEnd())
+                Missing("table " + std::string(table) + " has no codes; \"orbenta-catalogue codes import\" fills it");
+            else
+                Well(std::string(table) + " has codes");
+    }
+
+    /// Statements put these between single quotes as they are.
+    void Apostrophes() {
+        const auto rows = catalogue_.OpenResultSet("SELECT ID, PatientName FROM Patient"
+                                                   " WHERE ID LIKE '%''%' OR PatientName LIKE '%''%'");
+        if (rows->AtEnd())
+            Well("no patient's name holds an apostrophe");
+        for (; !rows->AtEnd(); rows->MoveNext())
+            Missing("patient " + std::string(rows->Field("PatientName").value_or("")) +
+                    " holds an apostrophe, so no report can be opened; write a back-quote (`) in its place");
+    }
+
+    void Studies() {
+        int missing = 0;
+        int all = 0;
+        const auto rows = catalogue_.OpenResultSet("SELECT StudyInstanceUID, StudyPath FROM Study");
+        for (; !rows->AtEnd(); rows->MoveNext(), ++all) {
+            const std::string folder = NativePath(std::string(rows->Field("StudyPath").value_or("")));
+            std::error_code ignored;
+            if (std::filesystem::is_directory(folder, ignored))
+                continue;
+            ++missing;
+            Missing("the folder of study " + rows->Text("StudyInstanceUID") + " is not there: " + folder);
+        }
+        if (missing == 0)
+            Well("the folders of all studies are there (" + std::to_string(all) + ")");
+    }
+
+    /// The newest file of each report series, which stands for the report where one is chosen.
+    void Reports() {
+        std::map<std::string, std::string> newest;
+        const auto rows = catalogue_.OpenResultSet(
+            "SELECT Series.SeriesInstanceUID, Study.StudyPath, Series.SeriesDir, Image.ImageFile"
+            " FROM Study, Series, Image WHERE Series.Modality='SR'"
+            " AND Study.StudyInstanceUID=Series.StudyInstanceUID"
+            " AND Image.SeriesInstanceUID=Series.SeriesInstanceUID ORDER BY Image.ImageID");
+        for (; !rows->AtEnd(); rows->MoveNext())
+            newest[rows->Text("SeriesInstanceUID")] =
+                rows->Text("StudyPath") + "\\" + rows->Text("SeriesDir") + "\\" + rows->Text("ImageFile");
+        bool areReadable = true;
+        for (const auto& [series, file] : newest)
+            try {
+                dicom_.NewDataSetList()->LoadFile(file);
+            } catch (const Error& error) {
+                areReadable = false;
+                Missing("the newest version of report " + series + " cannot be read: " + error.description);
+            }
+        if (areReadable)
+            Well("the newest versions of all reports can be read (" + std::to_string(newest.size()) + ")");
+    }
+
+    void Service() {
+        OneRowTable table(catalogue_, "Port");
+        OneRow(table, "Port", "\"orbenta-catalogue port --port N --ae-title AE\" sets it");
+        const std::string port = table.Value("Port").value_or("");
+        ServiceAddress service{0, table.Value("AETitle").value_or("")};
+        std::from_chars(port.data(), port.data() + port.size(), service.port);
+        if (service.port < 1 || service.port > 0xFFFF)
+            Missing("table Port holds \"" + port + "\", which is no port");
+        else if (service.aeTitle.empty() || service.aeTitle.size() > longestAeTitle)
+            Missing("the storage service's AE title \"" + service.aeTitle + "\" must have 1 to 16 characters");
+        else if (const std::string fault = ServiceFault(service); !fault.empty())
+            Missing("the storage service does not answer on port " + port + " of this machine (" + fault +
+                    "); start porvane");
+        else
+            Well("the storage service answers as " + service.aeTitle + " on port " + port);
+    }
+
+    Connection& catalogue_;
+    DicomLibrary& dicom_;
+    std::vector<CheckResult> results_;
+};
+
+} // namespace
+
+std::vector<CheckResult> CheckInstallation(Connection& catalogue, DicomLibrary& dicom, const std::string& userName) {
+    return Check(catalogue, dicom).Run(userName);
+}
+
+} // namespace tavrel

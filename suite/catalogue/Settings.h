@@ -1,0 +1,40 @@
+#pragma once
+
+#include "platform/database.h"
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace tavrel {
+
+/// A table that is to hold exactly one row.
+class OneRowTable {
+public:
+    OneRowTable(Connection& connection, std::string table) : connection_(connection), table_(std::move(table)) {}
+
+    int Rows();
+    /// A column of the first row; nothing when there is no row or no value.
+    std::optional<std::string> Value(const std::string& column);
+    /// Makes `values` (column, text) the table's one row. Columns that are not named keep what a
+    /// single row holds.
+    void Set(const std::vector<std::pair<std::string, std::string>>& values);
+
+private:
+    Connection& connection_;
+    std::string table_;
+};
+
+struct User {
+    std::string name;
+    std::string signature;
+};
+
+std::vector<User> ReadUsers(Connection& connection);
+/// Adds the user or gives a known one this signature.
+void SetUser(Connection& connection, const User& user);
+/// False when there is no such user.
+bool RemoveUser(Connection& connection, const std::string& name);
+
+} // namespace tavrel

@@ -1,0 +1,370 @@
+#include "platform/error.h"
+#include "platform/odbc/OdbcDatabase.h"
+#include "platform/posix/PosixFiles.h"
+#include "platform/posix/PosixUserInformation.h"
+#include "suite/catalogue/CodeTable.h"
+#include "suite/catalogue/DicomReader.h"
+#include "suite/catalogue/FolderImport.h"
+#include "suite/catalogue/InstallationCheck.h"
+#include "suite/catalogue/OdbcEntry.h"
+#include "suite/catalogue/Schema.h"
+#include "suite/catalogue/Settings.h"
+#include "suite/catalogue/TextRules.h"
+
+#include <CLI/CLI.hpp>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <functional>
+#include <iostream>
+#include <memory>
+
+namespace tavrel {
+namespace {
+
+constexpr int usageStatus = 2;
+constexpr std::size_t longestBaseUid = 42; ///< reports add 22 characters to it
+
+/// A validator that answers CLI11 with the words of `fault`, or with nothing when all is well.
+CLI::Validator Rule(const std::string& name, std::function<std::string(const std::string&)> fault) {
+    return CLI::Validator([fault = std::move(fault)](const std::string& text) { return fault(text); }, name);
+}
+
+CLI::Validator CatalogueText(std::size_t longest) {
+    return Rule("TEXT", [longest](const std::string& text) {
+        if (const std::string fault = TextFault(text, longest); !fault.empty())
+            return "\"" + text + "\" " + fault;
+        return FitsReports(text) ? std::string() : "\"" + text + "\" has characters that reports (ISO_IR 100) lack";
+    });
+}
+
+CLI::Validator AeTitle() {
+    return Rule("AE", [](const std::string& text) {
+        const bool isAscii = std::ranges::all_of(text, [](unsigned char c) { return c < 0x80; });
+        const std::string fault = isAscii ? TextFault(text, 16) : "has characters other than ASCII";
+        return fault.empty() ? std::string() : "AE title \"" + text + "\" " + fault;
+    });
+}
+
+CLI::Validator BaseUid() {
+    return Rule("UID", [](const std::string& text) {
+        if (!IsUid(text))
+            return "\"" + text + "\" is no UID";
+        if (text.size() > longestBaseUid)
+            return "\"" + text + "\" has more than 42 characters, so the UIDs of reports would have more than 64";
+        return std::string();
+    });
+}
+
+CLI::Validator UserName() {
+    return Rule("NAME", [](const std::string& text) {
+        if (text.find('\'') != std::string::npos)
+            return std::string("a user's name must hold no apostrophe: reports could not be opened");
+        const std::string fault = TextFault(text, 255);
+        return fault.empty() ? fault : "\"" + text + "\" " + fault;
+    });
+}
+
+/// A bar on a terminal, nothing elsewhere.
+void ShowProgress(std::size_t done, std::size_t all) {
+    constexpr std::size_t width = 40;
+    if (!isatty(STDERR_FILENO))
+        return;
+    const std::size_t filled = done * width / all;
+    std::cerr << "\r[" << std::string(filled, '#') << std::string(width - filled, '.') << "] " << done << " of " << all
+              << (done == all ? "\n" : "") << std::flush;
+}
+
+class Tool {
+public:
+    Tool() {
+        app_.require_subcommand(1);
+        app_.set_version_flag("--version", "orbenta-catalogue 1.4");
+        app_.add_option("--dsn", dataSource_, "ODBC data source of the catalogue")
+            ->type_name("NAME")
+            ->capture_default_str();
+        app_.fallthrough();
+        AddOdbc();
+        AddInit();
+        AddSite();
+        AddUser();
+        AddPort();
+        AddCodes();
+        AddImport();
+        AddCheck();
+    }
+
+    int Run(int argc, char** argv) {
+        try {
+            app_.parse(argc, argv);
+            return action_();
+        } catch (const CLI::ParseError& error) {
+            return app_.exit(error) == 0 ? EXIT_SUCCESS : usageStatus;
+        } catch (const Error& error) {
+            std::cerr << "orbenta-catalogue: " << error.description << "\n";
+        } catch (const std::exception& error) {
+            std::cerr << "orbenta-catalogue: " << error.what() << "\n";
+        }
+        return EXIT_FAILURE;
+    }
+
+private:
+    CLI::App* Command(CLI::App& parent, const std::string& name, const std::string& words, std::function<int()> run) {
+        CLI::App* command = parent.add_subcommand(name, words);
+        command->callback([this, run = std::move(run)] { action_ = run; });
+        return command;
+    }
+
+    Connection& Catalogue() {
+        connection_->Open("DSN=" + dataSource_);
+        return *connection_;
+    }
+
+    void AddOdbc() {
+        static const std::map<std::string, Engine> engines = {
+            {"sqlite", Engine::Sqlite}, {"postgresql", Engine::PostgreSql}, {"mariadb", Engine::MariaDb}};
+        CLI::App* command =
+            Command(app_, "odbc", "Write the ODBC entry that leads to the catalogue", [this] { return WriteEntry(); });
+        command->add_option("--engine", entry_.engine, "sqlite, postgresql or mariadb")
+            ->required()
+            ->transform(CLI::CheckedTransformer(engines).description(""))
+            ->type_name("ENGINE");
+        command->add_option("--database", entry_.database, "sqlite: the file; else the database's name")
+            ->required()
+            ->type_name("DATABASE");
+        command->add_option("--server", entry_.server, "Host of the database (not for sqlite)")
+            ->type_name("HOST")
+            ->default_val("127.0.0.1");
+        command->add_option("--port", entry_.port, "Port of the database; 5432 or 3306 unless given")
+            ->check(CLI::Range(1, 65535).description(""))
+            ->type_name("N");
+        command->add_option("--user", entry_.user, "Database role (not for sqlite)")->type_name("NAME");
+        command->add_option("--password-file", passwordFile_, "File whose first line is the role's password")
+            ->check(CLI::ExistingFile.description(""))
+            ->type_name("FILE");
+        command->add_option("--file", odbcFile_, "ODBC file to write; $ODBCINI or ~/.odbc.ini unless given")
+            ->type_name("FILE");
+    }
+
+    int WriteEntry() {
+        if (entry_.engine == Engine::Sqlite)
+            entry_.database = std::filesystem::absolute(entry_.database).lexically_normal().string();
+        else if (entry_.user.empty())
+            throw CLI::RequiredError("--user");
+        if (entry_.port == 0)
+            entry_.port = entry_.engine == Engine::PostgreSql ? 5432 : 3306;
+        if (!passwordFile_.empty()) {
+            const std::string text = PosixFiles().ReadText(passwordFile_);
+            entry_.password = text.substr(0, text.find_first_of("\r\n"));
+        }
+        entry_.name = dataSource_;
+        const std::filesystem::path file = odbcFile_.empty() ? UserOdbcFile() : std::filesystem::path(odbcFile_);
+        WriteOdbcEntry(file, entry_);
+        std::cout << "Wrote [" << entry_.name << "] into " << file.string() << "\n";
+        return EXIT_SUCCESS;
+    }
+
+    void AddInit() {
+        Command(app_, "init", "Make the tables of the catalogue that are not there yet", [this] {
+            Connection& catalogue = Catalogue();
+            CreateSchema(catalogue, DetectEngine(catalogue));
+            std::cout << "The catalogue " << dataSource_ << " has all its tables\n";
+            return EXIT_SUCCESS;
+        });
+    }
+
+    void AddSite() {
+        CLI::App* command = Command(app_, "site", "Set what identifies the site; without options show it",
+                                    [this] { return SetSite(); });
+        command->add_option("--base-uid", baseUid_, "UID root of the site's reports, at most 42 characters")
+            ->check(BaseUid().description(""))
+            ->type_name("UID");
+        command->add_option("--organization", organization_, "The institution's name")
+            ->check(CatalogueText(64).description(""))
+            ->type_name("NAME");
+        command->add_option("--node", node_, "AE title of this node in the audit trail")
+            ->check(AeTitle().description(""))
+            ->type_name("AE");
+    }
+
+    int SetSite() {
+        Connection& catalogue = Catalogue();
+        OneRowTable site(catalogue, "SiteData");
+        OneRowTable server(catalogue, "DicomServer");
+        if (site.Rows() != 1 && baseUid_.empty() != organization_.empty())
+            throw CLI::ValidationError("The site has no data yet: give both --base-uid and --organization");
+        std::vector<std::pair<std::string, std::string>> values;
+        if (!baseUid_.empty())
+            values.emplace_back("BaseUID", baseUid_);
+        if (!organization_.empty())
+            values.emplace_back("Organization", organization_);
+        if (!values.empty())
+            site.Set(values);
+        if (!node_.empty())
+            server.Set({{"AETitle", node_}});
+        std::cout << "Base UID: " << site.Value("BaseUID").value_or("none")
+                  << "\nOrganization: " << site.Value("Organization").value_or("none")
+                  << "\nNode: " << server.Value("AETitle").value_or("none") << "\n";
+        return EXIT_SUCCESS;
+    }
+
+    void AddUser() {
+        CLI::App* command =
+            Command(app_, "user", "Set a physician's signature or remove a user; without a name list the users",
+                    [this] { return SetUserRow(); });
+        auto* name = command->add_option("name", user_.name, "Account name")
+                         ->check(UserName().description(""))
+                         ->type_name("NAME");
+        auto* signature = command->add_option("--signature", user_.signature, "The name that reports are signed with")
+                              ->check(CatalogueText(64).description(""))
+                              ->type_name("NAME")
+                              ->needs(name);
+        command->add_flag("--remove", isRemoving_, "Remove the user")->needs(name)->excludes(signature);
+    }
+
+    int SetUserRow() {
+        Connection& catalogue = Catalogue();
+        if (isRemoving_ && !RemoveUser(catalogue, user_.name))
+            throw Error(1, "Catalogue", "There is no user " + user_.name);
+        if (!user_.signature.empty())
+            SetUser(catalogue, user_);
+        for (const User& user : ReadUsers(catalogue))
+            if (user_.name.empty() || user.name == user_.name)
+                std::cout << user.name << ": " << user.signature << "\n";
+        return EXIT_SUCCESS;
+    }
+
+    void AddPort() {
+        CLI::App* command = Command(app_, "port", "Set where the storage service is called; without options show it",
+                                    [this] { return SetPort(); });
+        command->add_option("--port", port_, "TCP port on this machine")
+            ->check(CLI::Range(1, 65535).description(""))
+            ->type_name("N");
+        command->add_option("--ae-title", aeTitle_, "AE title of the storage service")
+            ->check(AeTitle().description(""))
+            ->type_name("AE");
+    }
+
+    int SetPort() {
+        OneRowTable port(Catalogue(), "Port");
+        if (port.Rows() != 1 && (port_ == 0) != aeTitle_.empty())
+            throw CLI::ValidationError("The service is not set yet: give both --port and --ae-title");
+        std::vector<std::pair<std::string, std::string>> values;
+        if (port_ != 0)
+            values.emplace_back("Port", std::to_string(port_));
+        if (!aeTitle_.empty())
+            values.emplace_back("AETitle", aeTitle_);
+        if (!values.empty())
+            port.Set(values);
+        std::cout << "Port: " << port.Value("Port").value_or("none")
+                  << "\nAE title: " << port.Value("AETitle").value_or("none") << "\n";
+        return EXIT_SUCCESS;
+    }
+
+    void AddCodes() {
+        CLI::App* codes = app_.add_subcommand("codes", "Work on the code tables");
+        codes->require_subcommand(1);
+        CLI::App* command = Command(*codes, "import",
+                                    "Import codes from a CSV file (UTF-8; columns CodeScheme, CodeValue, CodeMeaning "
+                                    "named in the first row), all of them or, when one row is wrong, none",
+                                    [this] { return ImportCodeFile(); });
+        command->add_option("file", codeFile_, "The CSV file")
+            ->required()
+            ->check(CLI::ExistingFile.description(""))
+            ->type_name("FILE.csv");
+        command->add_option("--table", codeKind_, "titles, bodyparts, findings or diagnoses")
+            ->required()
+            ->check(CLI::IsMember({"titles", "bodyparts", "findings", "diagnoses"}).description(""))
+            ->type_name("TABLE");
+        command->add_flag("--replace", isReplacing_, "Remove the table's present codes first");
+    }
+
+    int ImportCodeFile() {
+        constexpr std::size_t mostShown = 20;
+        const std::string csv = PosixFiles().ReadText(codeFile_);
+        const std::string table = CodeTableName(codeKind_);
+        const CodeImport result = ImportCodes(Catalogue(), table, csv, isReplacing_);
+        for (std::size_t i = 0; i < std::min(mostShown, result.faults.size()); ++i)
+            std::cerr << codeFile_ << ", " << result.faults[i] << "\n";
+        if (result.faults.size() > mostShown)
+            std::cerr << "and " << result.faults.size() - mostShown << " more\n";
+        if (!result.faults.empty()) {
+            std::cerr << "orbenta-catalogue: nothing was imported\n";
+            return EXIT_FAILURE;
+        }
+        std::cout << "Added " << result.added << " codes to " << table << "; " << result.known
+                  << " were there already\n";
+        return EXIT_SUCCESS;
+    }
+
+    void AddImport() {
+        CLI::App* command = Command(app_, "import", "Send the DICOM files of a folder to the storage service",
+                                    [this] { return Import(); });
+        command->add_option("folder", folder_, "The folder; those within it are searched too")
+            ->required()
+            ->check(CLI::ExistingDirectory.description(""))
+            ->type_name("FOLDER");
+    }
+
+    int Import() {
+        OneRowTable port(Catalogue(), "Port");
+        const ServiceAddress service{std::atoi(port.Value("Port").value_or("0").c_str()),
+                                     port.Value("AETitle").value_or("")};
+        if (service.port == 0 || service.aeTitle.empty())
+            throw Error(1, "Catalogue", "The storage service is not set; \"orbenta-catalogue port\" sets it");
+        const ImportSummary summary = ImportFolder(folder_, service, ShowProgress);
+        for (const auto& [file, reason] : summary.failures)
+            std::cerr << file << ": " << reason << "\n";
+        std::cout << "Stored " << summary.stored << " objects; " << summary.failures.size() << " failed; "
+                  << summary.notDicom << " files are not DICOM objects\n";
+        return summary.failures.empty() ? EXIT_SUCCESS : EXIT_FAILURE;
+    }
+
+    void AddCheck() {
+        Command(app_, "check", "Look at the whole installation and say what is missing", [this] {
+            bool isWell = true;
+            for (const CheckResult& result :
+                 CheckInstallation(Catalogue(), reader_.Library(), PosixUserInformation().UserName())) {
+                (result.isWell ? std::cout : std::cerr)
+                    << (result.isWell ? "well     " : "MISSING  ") << result.words << "\n";
+                isWell = isWell && result.isWell;
+            }
+            return isWell ? EXIT_SUCCESS : EXIT_FAILURE;
+        });
+    }
+
+    CLI::App app_{"Administers the catalogue of a workstation: its ODBC entry, tables, site data, users,\n"
+                  "storage service, code tables and studies.\n"
+                  "Exit status: 0 done, 1 failed, 2 wrong arguments.",
+                  "orbenta-catalogue"};
+    OdbcDatabase database_;
+    DicomReader reader_;
+    std::unique_ptr<Connection> connection_ = database_.NewConnection();
+    std::function<int()> action_;
+
+    std::string dataSource_ = "DicomFDB";
+    OdbcEntry entry_;
+    std::string passwordFile_;
+    std::string odbcFile_;
+    std::string baseUid_;
+    std::string organization_;
+    std::string node_;
+    User user_;
+    bool isRemoving_ = false;
+    int port_ = 0;
+    std::string aeTitle_;
+    std::string codeFile_;
+    std::string codeKind_;
+    bool isReplacing_ = false;
+    std::string folder_;
+};
+
+} // namespace
+} // namespace tavrel
+
+int main(int argc, char** argv) {
+    umask(S_IRWXG | S_IRWXO); // patients' data are their owner's alone
+    return tavrel::Tool().Run(argc, argv);
+}

@@ -1,0 +1,241 @@
+#include "suite/porvane/Archive.h"
+
+#include "platform/error.h"
+#include "platform/paths.h"
+#include "suite/porvane/SameDataSet.h"
+#include "suite/porvane/ServiceLog.h"
+#include "suite/porvane/StoreRefusal.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <cstdio>
+#include <functional>
+#include <stdexcept>
+#include <system_error>
+
+namespace tavrel {
+namespace {
+
+namespace fs = std::filesystem;
+using Status = StoreRefusal::Status;
+
+constexpr std::string_view noteExtension = ".note";
+constexpr std::string_view filePrefix = "img_";
+
+fs::path NativeFolder(const ObjectPlace& place) {
+    return NativePath(place.studyPath + "\\" + place.seriesDir);
+}
+
+fs::path NativeFile(const ObjectPlace& place) {
+    return NativePath(place.Path());
+}
+
+std::string FileName(int number) {
+    char name[32];
+    std::snprintf(name, sizeof name, "img_%06d.dcm", number);
+    return name;
+}
+
+/// Makes a folder in an existing one.
+void MakeFolder(const fs::path& folder) {
+    std::error_code failure;
+    if (fs::create_directory(folder, failure))
+        SyncFolder(folder.parent_path());
+    if (failure)
+        throw StoreRefusal(Status::OutOfResources,
+                           "cannot make the folder " + folder.string() + ": " + failure.message());
+}
+
+/// Takes back a file, and the folders that were made for it alone.
+void Forget(const ObjectPlace& place) {
+    const fs::path folder = NativeFolder(place);
+    unlink(NativeFile(place).c_str());
+    rmdir(folder.c_str());
+    rmdir(folder.parent_path().c_str());
+}
+
+/// Takes something back at the end of its scope, unless it is dropped before.
+class Undo {
+public:
+    explicit Undo(std::function<void()> action) : action_(std::move(action)) {}
+    ~Undo() {
+        if (action_)
+            action_();
+    }
+    Undo(const Undo&) = delete;
+    Undo& operator=(const Undo&) = delete;
+    void Drop() { action_ = nullptr; }
+
+private:
+    std::function<void()> action_;
+};
+
+void LeaveNote(const fs::path& note, const ObjectPlace& place) {
+    const std::string text = place.studyPath + "\n" + place.seriesDir + "\n" + place.imageFile;
+    if (symlink(text.c_str(), note.c_str()) != 0)
+        throw StoreRefusal(Status::OutOfResources, "cannot file the object: " + std::generic_category().message(errno));
+    SyncFolder(note.parent_path());
+}
+
+ObjectPlace ReadNote(const fs::path& note) {
+    const std::string text = fs::read_symlink(note).string();
+    const auto first = text.find('\n');
+    const auto second = text.find('\n', first + 1);
+    return {text.substr(0, first), text.substr(first + 1, second - first - 1), text.substr(second + 1)};
+}
+
+} // namespace
+
+Archive::Archive(fs::path root, ObjectCatalogue& catalogue, DicomLibrary& library)
+    : root_(fs::absolute(root).lexically_normal()), incoming_(root_ / ".incoming"), catalogue_(catalogue),
+      library_(library) {
+    if (root_.string().find_first_of("'\\\n") != std::string::npos)
+        throw std::runtime_error("The path of the studies' folder must hold no apostrophe and no backslash: " +
+                                 root_.string());
+    std::error_code failure;
+    fs::create_directories(incoming_, failure);
+    lock_ = failure ? -1 : open((incoming_ / "lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    if (lock_ < 0)
+        throw std::runtime_error("Cannot write in the studies' folder \"" + root_.string() +
+                                 "\": " + (failure ? failure.message() : std::generic_category().message(errno)));
+    if (flock(lock_, LOCK_EX | LOCK_NB) != 0) {
+        close(lock_);
+        throw std::runtime_error("Another storage service works in the studies' folder \"" + root_.string() + "\"");
+    }
+}
+
+Archive::~Archive() {
+    close(lock_);
+}
+
+void Archive::Open() {
+    const std::lock_guard guard(filing_);
+    for (const auto& entry : fs::directory_iterator(incoming_))
+        if (entry.path().extension() == ".part")
+            fs::remove(entry.path());
+    Connect();
+}
+
+fs::path Archive::NewIncomingPath() {
+    return incoming_ / (std::to_string(++received_) + ".part");
+}
+
+Archive::Stored Archive::Store(IncomingFile& object, const std::string& sopClassUid,
+                               const std::string& sopInstanceUid) {
+    object.Finish();
+    const ObjectHeader header = ReadObjectHeader(library_, object.Path().string(), sopClassUid);
+    if (header.sopClassUid != sopClassUid || header.sopInstanceUid != sopInstanceUid)
+        throw StoreRefusal(Status::DoesNotMatchClass, "the object's UIDs are not those of the request");
+    try {
+        const std::lock_guard guard(filing_);
+        Connect();
+        if (const auto before = StoredBefore(object.Path(), header))
+            return {header, NativeFile(*before)};
+        return {header, File(object, header)};
+    } catch (const Error& error) {
+        throw StoreRefusal(Status::ProcessingFailure, "catalogue: " + error.description);
+    }
+}
+
+void Archive::Connect() {
+    if (!catalogue_.Open())
+        return;
+    for (const auto& entry : fs::directory_iterator(incoming_))
+        if (entry.path().extension() == noteExtension)
+            Settle(entry.path());
+}
+
+/// A file whose row is not there was never answered as stored.
+void Archive::Settle(const fs::path& note) {
+    const ObjectPlace place = ReadNote(note);
+    if (!catalogue_.Holds(place)) {
+        LogLine("took back " + NativeFile(place).string() + ", whose storing was interrupted");
+        Forget(place);
+    }
+    fs::remove(note);
+}
+
+std::optional<ObjectPlace> Archive::StoredBefore(const fs::path& object, const ObjectHeader& header) {
+    const auto places = catalogue_.PlacesOf(header.sopInstanceUid);
+    for (const ObjectPlace& place : places)
+        if (SameDataSet(object, NativeFile(place)))
+            return place;
+    if (!places.empty())
+        LogLine("object " + header.sopInstanceUid + " is known with other contents; this one is kept beside it");
+    return std::nullopt;
+}
+
+std::string Archive::File(IncomingFile& object, const ObjectHeader& header) {
+    ObjectPlace place = FolderFor(header);
+    const fs::path folder = NativeFolder(place);
+    place.imageFile = FileName(NextFreeNumber(folder));
+    const fs::path file = NativeFile(place);
+
+    const fs::path note = object.Path().string() + std::string(noteExtension);
+    Undo removeNote([&] { unlink(note.c_str()); });
+    LeaveNote(note, place);
+    if (!object.FileAs(file))
+        throw StoreRefusal(Status::OutOfResources, "cannot file the object: another program made " + file.string());
+    Undo takeBack([&] {
+        Forget(place);
+        lastNumbers_.erase(folder);
+    });
+    SyncFolder(folder);
+    catalogue_.Add(header, place);
+
+    // From here on only the catalogue knows whether the object is stored.
+    takeBack.Drop();
+    try {
+        catalogue_.Commit();
+    } catch (const Error&) {
+        removeNote.Drop();
+        if (catalogue_.IsOpen())
+            Settle(note);
+        throw;
+    }
+    return file.string();
+}
+
+/// The place of the object, still without a file name; its folders exist.
+ObjectPlace Archive::FolderFor(const ObjectHeader& header) {
+    const auto series = catalogue_.Series(header.seriesUid);
+    if (series && series->studyUid != header.studyUid)
+        throw StoreRefusal(Status::DoesNotMatchClass, "the series belongs to another study");
+    if (const auto patient = catalogue_.PatientOf(header.studyUid); patient && *patient != header.patientId)
+        LogLine("study " + header.studyUid + " is of patient " + *patient + "; an object names patient " +
+                header.patientId);
+
+    const auto studyPath = catalogue_.StudyPath(header.studyUid);
+    const ObjectPlace place{studyPath.value_or(InsidePath((root_ / header.studyUid).string())),
+                            series ? series->seriesDir : header.seriesUid,
+                            {}};
+    if (!studyPath)
+        MakeFolder(NativePath(place.studyPath));
+    MakeFolder(NativeFolder(place));
+    return place;
+}
+
+int Archive::NextFreeNumber(const fs::path& folder) {
+    const auto [entry, isNew] = lastNumbers_.try_emplace(folder, 0);
+    int& last = entry->second;
+    std::error_code ignored;
+    for (auto file = fs::directory_iterator(folder, ignored); isNew && file != fs::directory_iterator();
+         file.increment(ignored)) {
+        const std::string name = file->path().filename().string();
+        int number = 0;
+        if (name.starts_with(filePrefix))
+            std::from_chars(name.data() + filePrefix.size(), name.data() + name.size(), number);
+        last = std::max(last, number);
+    }
+    // Another program's file keeps its name.
+    while (fs::exists(folder / FileName(++last)))
+        ;
+    return last;
+}
+
+} // namespace tavrel

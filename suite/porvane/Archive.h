@@ -1,0 +1,66 @@
+#pragma once
+
+#include "platform/dicom.h"
+#include "suite/porvane/IncomingFile.h"
+#include "suite/porvane/ObjectCatalogue.h"
+#include "suite/porvane/ObjectHeader.h"
+
+#include <atomic>
+#include <filesystem>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+
+namespace tavrel {
+
+/// The studies on disk and their rows, which always agree: what is answered as stored is durable in
+/// both, and what was interrupted is taken back, at once or by the next `Open`.
+///
+/// An object's way: it is received into the folder ".incoming" of the studies' root and synced; a
+/// note of where it is about to go is left there (a symbolic link, whose text is that place); it
+/// gets its final name and the folder is synced; its rows are committed; the note goes away. A note
+/// that is found later tells which file may be without its row.
+class Archive {
+public:
+    /// Makes the folder `root` where it is missing and keeps other services out of it. Throws
+    /// std::runtime_error with words for the person who started the service.
+    Archive(std::filesystem::path root, ObjectCatalogue& catalogue, DicomLibrary& library);
+    ~Archive();
+    Archive(const Archive&) = delete;
+    Archive& operator=(const Archive&) = delete;
+
+    /// Connects to the catalogue and takes back what an earlier run left unfinished.
+    void Open();
+
+    /// A fresh name to receive an object under.
+    std::filesystem::path NewIncomingPath();
+
+    struct Stored {
+        ObjectHeader header;
+        std::string path; ///< native
+    };
+    /// Files a received object that was announced under these UIDs. One whose SOP Instance UID and
+    /// data set are known already is stored already. From any thread. Throws a StoreRefusal; then
+    /// nothing of the object is left.
+    Stored Store(IncomingFile& object, const std::string& sopClassUid, const std::string& sopInstanceUid);
+
+private:
+    std::string File(IncomingFile& object, const ObjectHeader& header);
+    void Connect();
+    std::optional<ObjectPlace> StoredBefore(const std::filesystem::path& object, const ObjectHeader& header);
+    ObjectPlace FolderFor(const ObjectHeader& header);
+    void Settle(const std::filesystem::path& note);
+    int NextFreeNumber(const std::filesystem::path& folder);
+
+    std::filesystem::path root_;
+    std::filesystem::path incoming_;
+    ObjectCatalogue& catalogue_;
+    DicomLibrary& library_;
+    int lock_ = -1;
+    std::atomic<unsigned long> received_ = 0;
+    std::mutex filing_; ///< guards the catalogue and what follows
+    std::map<std::filesystem::path, int> lastNumbers_;
+};
+
+} // namespace tavrel

@@ -1,0 +1,84 @@
+#include "suite/porvane/IncomingFile.h"
+
+#include "suite/porvane/StoreRefusal.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <system_error>
+
+namespace tavrel {
+namespace {
+
+[[noreturn]] void Refuse(const std::string& what, int number) {
+    throw StoreRefusal(StoreRefusal::Status::OutOfResources, what + ": " + std::generic_category().message(number));
+}
+
+/// A copy in the target's folder, under a name that no reader of the folder takes for an object.
+std::filesystem::path CopyBeside(const std::filesystem::path& file, const std::filesystem::path& target) {
+    const auto copy = target.parent_path() / ("." + target.filename().string() + ".part");
+    std::error_code failure;
+    std::filesystem::copy_file(file, copy, std::filesystem::copy_options::overwrite_existing, failure);
+    if (failure) {
+        unlink(copy.c_str());
+        Refuse("cannot write the file", failure.value());
+    }
+    return copy;
+}
+
+} // namespace
+
+IncomingFile::IncomingFile(std::filesystem::path path)
+    : path_(std::move(path)), descriptor_(open(path_.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC)) {
+    if (descriptor_ < 0)
+        failure_ = errno;
+}
+
+IncomingFile::~IncomingFile() {
+    if (descriptor_ >= 0)
+        close(descriptor_);
+    unlink(path_.c_str());
+}
+
+void IncomingFile::Write(std::span<const char> bytes) {
+    while (!bytes.empty() && failure_ == 0) {
+        const auto written = write(descriptor_, bytes.data(), bytes.size());
+        if (written >= 0)
+            bytes = bytes.subspan(static_cast<std::size_t>(written));
+        else if (errno != EINTR)
+            failure_ = errno;
+    }
+}
+
+void IncomingFile::Finish() {
+    if (failure_ == 0 && fsync(descriptor_) != 0)
+        failure_ = errno;
+    if (failure_ != 0)
+        Refuse("cannot write the file", failure_);
+}
+
+bool IncomingFile::FileAs(const std::filesystem::path& target) {
+    // A link, unlike a rename, never replaces anything.
+    if (link(path_.c_str(), target.c_str()) == 0)
+        return true;
+    if (errno == EEXIST)
+        return false;
+    if (errno != EXDEV)
+        Refuse("cannot file the object", errno);
+    IncomingFile copy(CopyBeside(path_, target)); // an older study may lie on another disk
+    copy.Finish();
+    return copy.FileAs(target);
+}
+
+void SyncFolder(const std::filesystem::path& folder) {
+    const int descriptor = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const bool isSynced = descriptor >= 0 && fsync(descriptor) == 0;
+    const int failure = errno;
+    if (descriptor >= 0)
+        close(descriptor);
+    if (!isSynced)
+        Refuse("cannot write the folder " + folder.string(), failure);
+}
+
+} // namespace tavrel

@@ -1,0 +1,150 @@
+#include "suite/porvane/ObjectCatalogue.h"
+
+#include "platform/error.h"
+
+#include <charconv>
+
+namespace tavrel {
+namespace {
+
+constexpr int longestText = 1024;
+constexpr std::size_t longestAeTitle = 16;
+
+/// The values so quoted hold no apostrophe: UIDs, catalogued identifiers, paths of ours.
+std::string Quoted(const std::string& text) {
+    return "'" + text + "'";
+}
+
+std::string TextOrEmpty(const ResultSet& rows, std::string_view column) {
+    return std::string(rows.Field(column).value_or(""));
+}
+
+} // namespace
+
+ObjectCatalogue::ObjectCatalogue(Database& database, std::string dataSource)
+    : connection_(database.NewConnection()), dataSource_(std::move(dataSource)) {}
+
+bool ObjectCatalogue::Open() {
+    if (connection_->IsOpen())
+        return false;
+    connection_->Open("DSN=" + dataSource_);
+    return true;
+}
+
+std::optional<ObjectCatalogue::Service> ObjectCatalogue::ReadService() {
+    const auto rows = connection_->OpenResultSet("SELECT * FROM Port");
+    if (rows->AtEnd())
+        return std::nullopt;
+    const std::string port = TextOrEmpty(*rows, "Port");
+    Service service{0, TextOrEmpty(*rows, "AETitle")};
+    const auto [stop, failure] = std::from_chars(port.data(), port.data() + port.size(), service.port);
+    const bool isPort =
+        failure == std::errc() && stop == port.data() + port.size() && service.port > 0 && service.port <= 0xFFFF;
+    if (!isPort || service.aeTitle.empty() || service.aeTitle.size() > longestAeTitle)
+        return std::nullopt;
+    return service;
+}
+
+std::vector<ObjectPlace> ObjectCatalogue::PlacesOf(const std::string& sopInstanceUid) {
+    std::vector<ObjectPlace> places;
+    const auto rows =
+        connection_->OpenResultSet("SELECT Study.StudyPath, Series.SeriesDir, Image.ImageFile FROM Image, Series, Study"
+                                   " WHERE Image.SOPInstanceUID=" +
+                                   Quoted(sopInstanceUid) +
+                                   " AND Series.SeriesInstanceUID=Image.SeriesInstanceUID"
+                                   " AND Study.StudyInstanceUID=Series.StudyInstanceUID ORDER BY Image.ImageID");
+    for (; !rows->AtEnd(); rows->MoveNext())
+        places.push_back({rows->Text("StudyPath"), rows->Text("SeriesDir"), rows->Text("ImageFile")});
+    return places;
+}
+
+bool ObjectCatalogue::Holds(const ObjectPlace& place) {
+    return Exists("SELECT Image.ImageID FROM Image, Series, Study WHERE Image.ImageFile=" + Quoted(place.imageFile) +
+                  " AND Series.SeriesDir=" + Quoted(place.seriesDir) +
+                  " AND Study.StudyPath=" + Quoted(place.studyPath) +
+                  " AND Series.SeriesInstanceUID=Image.SeriesInstanceUID"
+                  " AND Study.StudyInstanceUID=Series.StudyInstanceUID");
+}
+
+std::optional<std::string> ObjectCatalogue::StudyPath(const std::string& studyUid) {
+    return StudyColumn("StudyPath", studyUid);
+}
+
+std::optional<std::string> ObjectCatalogue::PatientOf(const std::string& studyUid) {
+    return StudyColumn("IDPatient", studyUid);
+}
+
+std::optional<std::string> ObjectCatalogue::StudyColumn(const std::string& column, const std::string& studyUid) {
+    const auto rows =
+        connection_->OpenResultSet("SELECT " + column + " FROM Study WHERE StudyInstanceUID=" + Quoted(studyUid));
+    return rows->AtEnd() ? std::nullopt : std::optional(TextOrEmpty(*rows, column));
+}
+
+std::optional<ObjectCatalogue::SeriesRow> ObjectCatalogue::Series(const std::string& seriesUid) {
+    const auto rows = connection_->OpenResultSet(
+        "SELECT StudyInstanceUID, SeriesDir FROM Series WHERE SeriesInstanceUID=" + Quoted(seriesUid));
+    if (rows->AtEnd())
+        return std::nullopt;
+    return SeriesRow{TextOrEmpty(*rows, "StudyInstanceUID"), TextOrEmpty(*rows, "SeriesDir")};
+}
+
+void ObjectCatalogue::Add(const ObjectHeader& header, const ObjectPlace& place) {
+    const bool isNewPatient = !Exists("SELECT ID FROM Patient WHERE ID=" + Quoted(header.patientId));
+    const bool isNewStudy = !StudyPath(header.studyUid);
+    const bool isNewSeries = !Series(header.seriesUid);
+
+    connection_->BeginTransaction();
+    if (isNewPatient && isNewStudy)
+        Insert("Patient", {{"ID", header.patientId},
+                           {"PatientName", header.patientName},
+                           {"BirthDate", header.birthDate},
+                           {"Sex", header.sex}});
+    if (isNewStudy)
+        Insert("Study", {{"StudyInstanceUID", header.studyUid},
+                         {"StudyPath", place.studyPath},
+                         {"IDPatient", header.patientId},
+                         {"StudyDate", header.studyDate},
+                         {"StudyTime", header.studyTime},
+                         {"StudyDescription", header.studyDescription},
+                         {"ReferringPhysician", header.referringPhysician},
+                         {"AccessionNumber", header.accessionNumber}});
+    if (isNewSeries)
+        Insert("Series",
+               {{"SeriesInstanceUID", header.seriesUid},
+                {"StudyInstanceUID", header.studyUid},
+                {"SeriesDir", place.seriesDir},
+                {"Modality", header.modality},
+                {"SeriesStatus", ""},
+                {"SeriesDescription", header.seriesDescription}},
+               "SeriesNumber", header.seriesNumber);
+    Insert("Image",
+           {{"SeriesInstanceUID", header.seriesUid},
+            {"ImageFile", place.imageFile},
+            {"SOPInstanceUID", header.sopInstanceUid},
+            {"SOPClassUID", header.sopClassUid}},
+           "InstanceNumber", header.instanceNumber);
+}
+
+bool ObjectCatalogue::Exists(const std::string& query) {
+    return !connection_->OpenResultSet(query)->AtEnd();
+}
+
+void ObjectCatalogue::Insert(const std::string& table, const std::vector<std::pair<std::string, std::string>>& texts,
+                             const std::string& integerColumn, std::optional<int> integer) {
+    const auto command = connection_->NewCommand();
+    std::string columns;
+    std::string places;
+    for (const auto& [column, text] : texts) {
+        columns += (columns.empty() ? "" : ", ") + column;
+        places += places.empty() ? "?" : ", ?";
+        command->Append({column, ParameterType::VariableCharacter, longestText, text});
+    }
+    if (integer) {
+        columns += ", " + integerColumn;
+        places += ", " + std::to_string(*integer);
+    }
+    command->Text("INSERT INTO " + table + " (" + columns + ") VALUES (" + places + ")");
+    command->Execute();
+}
+
+} // namespace tavrel

@@ -1,0 +1,70 @@
+#pragma once
+
+#include "platform/database.h"
+#include "suite/porvane/ObjectHeader.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tavrel {
+
+/// Where a stored object lies, as the catalogue writes it: `studyPath` absolute with "\" between the
+/// folders, `seriesDir` inside it, `imageFile` inside that.
+struct ObjectPlace {
+    std::string studyPath;
+    std::string seriesDir;
+    std::string imageFile;
+
+    std::string Path() const { return studyPath + "\\" + seriesDir + "\\" + imageFile; }
+};
+
+/// The `Patient`, `Study`, `Series` and `Image` rows of stored objects. One thread at a time. Errors
+/// are the database's own.
+class ObjectCatalogue {
+public:
+    /// `dataSource`: the name of the ODBC entry.
+    ObjectCatalogue(Database& database, std::string dataSource);
+
+    /// Opens the connection when it is not open; true when it did.
+    bool Open();
+    bool IsOpen() const { return connection_->IsOpen(); }
+
+    struct Service {
+        int port = 0;
+        std::string aeTitle;
+    };
+    /// Where the service is called, from table `Port`; nothing when the table has no usable row.
+    std::optional<Service> ReadService();
+
+    /// Every stored object with this SOP Instance UID, the oldest first.
+    std::vector<ObjectPlace> PlacesOf(const std::string& sopInstanceUid);
+    bool Holds(const ObjectPlace& place);
+
+    std::optional<std::string> StudyPath(const std::string& studyUid);
+    /// The `IDPatient` of a known study.
+    std::optional<std::string> PatientOf(const std::string& studyUid);
+    struct SeriesRow {
+        std::string studyUid;
+        std::string seriesDir;
+    };
+    std::optional<SeriesRow> Series(const std::string& seriesUid);
+
+    /// Writes the object's row, and those of its patient, study and series where they are new, in a
+    /// transaction that `Commit` ends. A failure leaves no row.
+    void Add(const ObjectHeader& header, const ObjectPlace& place);
+    /// After a failure only `Holds` knows whether the rows are there.
+    void Commit() { connection_->Commit(); }
+
+private:
+    bool Exists(const std::string& query);
+    std::optional<std::string> StudyColumn(const std::string& column, const std::string& studyUid);
+    void Insert(const std::string& table, const std::vector<std::pair<std::string, std::string>>& texts,
+                const std::string& integerColumn = {}, std::optional<int> integer = {});
+
+    std::unique_ptr<Connection> connection_;
+    std::string dataSource_;
+};
+
+} // namespace tavrel

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+
+namespace tavrel {
+
+/// Why an object is not stored: the status and error comment of the C-STORE response.
+class StoreRefusal : public std::runtime_error {
+public:
+    /// DICOM PS3.4, table B.2-1; PS3.7, C.5.
+    enum class Status : std::uint16_t {
+        ProcessingFailure = 0x0110,
+        OutOfResources = 0xA700,
+        DoesNotMatchClass = 0xA900,
+        CannotUnderstand = 0xC000,
+    };
+
+    StoreRefusal(Status answer, const std::string& comment) : std::runtime_error(comment), status(answer) {}
+
+    Status status;
+};
+
+} // namespace tavrel

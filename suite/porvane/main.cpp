@@ -1,0 +1,96 @@
+#include "platform/dbus/DbusServiceEmitter.h"
+#include "platform/error.h"
+#include "platform/odbc/OdbcDatabase.h"
+#include "suite/catalogue/DicomReader.h"
+#include "suite/porvane/Archive.h"
+#include "suite/porvane/ServiceLog.h"
+#include "suite/porvane/StorageService.h"
+
+#include <CLI/CLI.hpp>
+#include <sys/signalfd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <memory>
+#include <stdexcept>
+
+namespace {
+
+constexpr int usageStatus = 2;
+
+std::string DefaultStudiesFolder() {
+    const char* data = std::getenv("XDG_DATA_HOME");
+    const char* home = std::getenv("HOME");
+    if (data && *data)
+        return std::string(data) + "/orbenta/studies";
+    return std::string(home ? home : ".") + "/.local/share/orbenta/studies";
+}
+
+/// Before any thread is made, so that none takes the signals.
+int StopSignals() {
+    sigset_t asked;
+    sigemptyset(&asked);
+    sigaddset(&asked, SIGTERM);
+    sigaddset(&asked, SIGINT);
+    pthread_sigmask(SIG_BLOCK, &asked, nullptr);
+    std::signal(SIGPIPE, SIG_IGN);
+    return signalfd(-1, &asked, SFD_CLOEXEC);
+}
+
+std::unique_ptr<tavrel::DbusServiceEmitter> Events() try {
+    return std::make_unique<tavrel::DbusServiceEmitter>();
+} catch (const tavrel::Error& error) {
+    tavrel::LogLine("works without events: " + error.description);
+    return nullptr;
+}
+
+void Serve(const std::string& studies, const std::string& dataSource, int stopSignals) {
+    tavrel::OdbcDatabase database;
+    tavrel::ObjectCatalogue catalogue(database, dataSource);
+    tavrel::DicomReader reader;
+    tavrel::Archive archive(studies, catalogue, reader.Library());
+    archive.Open();
+    const auto service = catalogue.ReadService();
+    if (!service)
+        throw std::runtime_error("Table Port of the catalogue names no port and AE title; "
+                                 "\"orbenta-catalogue port\" sets them");
+    const auto events = Events();
+    tavrel::StorageService storage(service->port, {service->aeTitle, archive, events.get()});
+    tavrel::LogLine("stores in \"" + studies + "\", called " + service->aeTitle + " on port " +
+                    std::to_string(service->port) + " of 127.0.0.1");
+    storage.Run(stopSignals);
+    tavrel::LogLine("ended");
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    CLI::App app("The DICOM storage service of the workstation: stores the images and reports that are sent\n"
+                 "to it and enters them in the catalogue. It listens on 127.0.0.1 alone, on the port and\n"
+                 "under the AE title of the catalogue's table Port, and ends on SIGTERM or Ctrl+C.\n"
+                 "Exit status: 0 ended as asked, 1 failed, 2 wrong arguments.",
+                 "porvane");
+    std::string studies = DefaultStudiesFolder();
+    std::string dataSource = "DicomFDB";
+    app.add_option("--studies", studies, "Folder that new studies are stored in")
+        ->type_name("FOLDER")
+        ->capture_default_str();
+    app.add_option("--dsn", dataSource, "ODBC data source of the catalogue")->type_name("NAME")->capture_default_str();
+    app.set_version_flag("--version", "porvane 1.4");
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? EXIT_SUCCESS : usageStatus;
+    }
+    umask(S_IRWXG | S_IRWXO); // what it stores is its owner's alone
+    const int stopSignals = StopSignals();
+    try {
+        Serve(studies, dataSource, stopSignals);
+        return EXIT_SUCCESS;
+    } catch (const std::exception& error) {
+        tavrel::LogLine(error.what());
+        return EXIT_FAILURE;
+    }
+}
