@@ -210,7 +210,10 @@ std::string Workstation::AddReport(const ReportSeed& seed) {
 
     FakeClock past;
     FakeWindows screen;
-    Global writer(Ports{*dicom, *database, screen, *files, process, users, past});
+    RecordingStore service(*dicom);
+    std::string file;
+    service.answer = [&](const SentVersion& sent) { sent.dataSet->SaveToFile(Path(below) + "\\" + file); };
+    Global writer(Ports{service, *database, screen, *files, process, users, past});
     writer.catalogue = database->NewConnection();
     writer.catalogue->Open({}, {}, {});
     writer.baseUid = "1.2.999";
@@ -227,14 +230,12 @@ std::string Workstation::AddReport(const ReportSeed& seed) {
     document.Reading(seed.reading);
     for (int version = 0; version < seed.versions; ++version) {
         past.now = {2026, 11, 14, 8, static_cast<std::int8_t>(version), 0};
+        file = "img_" + std::to_string(1000001 + version).substr(1) + ".dcm";
         if (seed.approved && version == seed.versions - 1)
             document.status(DcmSRDocument::Approved);
-        const std::string number = std::to_string(1000001 + version).substr(1);
-        const std::string file = "img_" + number + ".dcm";
-        const std::string path = Path(below) + "\\" + file;
-        document.Save(path); // files the version at the index, which is not yet the one just written
-        document.Series()->Item(version)->SaveToFile(path);
+        document.Send();
         AddImage(seed.seriesUid, file);
+        document.GotoVersion(static_cast<std::int16_t>(version)); // read again, the next save appends a version
     }
     if (!screen.messages.empty())
         throw std::runtime_error("The report could not be made: " + screen.messages.front().text);

@@ -1,0 +1,111 @@
+#include "sr/ContentNode.h"
+#include "host/Attributes.h"
+#include "host/Text.h"
+#include "sr/ObservationContext.h"
+#include "tests/support/Workstation.h"
+
+#include <gtest/gtest.h>
+
+namespace tavrel::test {
+namespace {
+
+class CodedContent : public testing::Test {
+protected:
+    Workstation station{Workstation::NotStarted};
+    DicomLibrary& dicom = *station.dicom;
+    ContentNode finding{"99SS", "F1", "Pleural effusion", "small, on the left"};
+};
+
+TEST_F(CodedContent, ReadsItsConceptFromACodeItemAndKeepsItsAnnotation) {
+    const DataSetHandle item = dicom.NewDataSet();
+    item->SetValue(attribute::CodeValue, "SH", 0, "121073");
+    item->SetValue(attribute::CodingSchemeDesignator, "SH", 0, "DCM");
+    item->SetValue(attribute::CodeMeaning, "LO", 0, "Impression");
+
+    finding.DicomObject(item);
+
+    EXPECT_EQ(finding, (ContentNode{"DCM", "121073", "Impression", "small, on the left"}));
+}
+
+TEST_F(CodedContent, OfNoObjectIsEmptyButKeepsItsAnnotation) {
+    finding.DicomObject(DataSetHandle());
+
+    EXPECT_EQ(finding, (ContentNode{"", "", "", "small, on the left"}));
+}
+
+TEST_F(CodedContent, OfAnEmptyItemIsEmpty) {
+    finding.DicomObject(dicom.NewDataSet());
+
+    EXPECT_EQ(finding, (ContentNode{"", "", "", "small, on the left"}));
+}
+
+TEST_F(CodedContent, BecomesATextItemWithOneConceptName) {
+    const DataSetHandle item = std::as_const(finding).DicomObject(dicom);
+
+    EXPECT_EQ(TextOf(item->GetValue({0x0040, 0xA040}, "CS")), "TEXT");
+    EXPECT_EQ(TextOf(item->GetValue({0x0040, 0xA160}, "LO")), "small, on the left");
+    ASSERT_EQ(item->GetSequenceItemCount({0x0040, 0xA043}), 1);
+    ContentNode read;
+    read.DicomObject(item->GetSequenceItem({0x0040, 0xA043}, 0));
+    EXPECT_EQ(read, (ContentNode{"99SS", "F1", "Pleural effusion", ""}));
+}
+
+TEST_F(CodedContent, WritesItsTextValueAsALongString) {
+    struct Watching : ForwardingDataSet {
+        Watching(const DataSetHandle& target, std::string& written) : ForwardingDataSet(target), vr(written) {}
+        void SetValue(Tag tag, std::string_view asked, int valueIndex, const Value& value) override {
+            if (tag == attribute::TextValue)
+                vr = asked;
+            ForwardingDataSet::SetValue(tag, asked, valueIndex, value);
+        }
+        std::string& vr;
+    };
+    struct Library : ForwardingLibrary {
+        using ForwardingLibrary::ForwardingLibrary;
+        DataSetHandle NewDataSet() override { return std::make_shared<Watching>(ForwardingLibrary::NewDataSet(), vr); }
+        std::string vr;
+    } library(dicom);
+
+    std::as_const(finding).DicomObject(library);
+
+    EXPECT_EQ(library.vr, "LO");
+}
+
+TEST_F(CodedContent, IsAppendedToTheConceptNames) {
+    const DataSetHandle dataSet = dicom.NewDataSet();
+    std::int16_t first = -1;
+    std::int16_t second = -1;
+
+    finding.ConceptMacroAppend(dicom, *dataSet, first);
+    finding.ConceptMacroAppend(dicom, *dataSet, second);
+
+    EXPECT_EQ(first, 0);
+    EXPECT_EQ(second, 1);
+    EXPECT_EQ(dataSet->GetSequenceItemCount(attribute::ConceptNameCodeSequence), 2);
+}
+
+class Observers : public CodedContent {};
+
+TEST_F(Observers, AreReadBackAsTheyWereWritten) {
+    const ObservationContext observer{"Dr. Müller", "Orbenta General Hospital", {2026, 11, 15, 8, 5, 9}};
+
+    ObservationContext read;
+    read.DicomObject(observer.DicomObject(dicom));
+
+    EXPECT_EQ(read.ObserverName, "Dr. Müller");
+    EXPECT_EQ(read.ObserverOrganization, "Orbenta General Hospital");
+    EXPECT_EQ(read.ObservationDateTime, (DateTime{2026, 11, 15, 8, 5, 9}));
+}
+
+TEST_F(Observers, OfAnEmptyItemAreEmpty) {
+    ObservationContext read{"someone", "somewhere", {2026, 11, 15}};
+
+    read.DicomObject(dicom.NewDataSet());
+
+    EXPECT_EQ(read.ObserverName, "");
+    EXPECT_EQ(read.ObserverOrganization, "");
+    EXPECT_EQ(read.ObservationDateTime, DateTime{});
+}
+
+} // namespace
+} // namespace tavrel::test

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "host/Attributes.h"
+#include "host/Text.h"
+#include "platform/error.h"
+#include "sr/DcmSRDocument.h"
+#include "tests/support/Workstation.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace tavrel::test {
+
+/// A workstation with the example study and one document on it.
+class ReportFixture : public testing::Test {
+protected:
+    ReportFixture() {
+        station.AddExampleStudy();
+        global.userSignature = "Dr. Mario Rossi";
+    }
+
+    void CreateReport() { document.CreateFromDDO(*station.ImageSeries(), 0); }
+    void LoadReport(const ReportSeed& seed) { document.LoadSeries(station.AddReport(seed)); }
+
+    DataSetHandle VersionAt(int index) const { return document.Series()->Item(index); }
+    DataSetHandle LastVersion() const { return VersionAt(document.NumVersions() - 1); }
+    static std::string Text(const DataSetHandle& dataSet, Tag tag, std::string_view vr) {
+        return TextOf(dataSet->GetValue(tag, vr));
+    }
+    std::string LastText(Tag tag, std::string_view vr) const { return Text(LastVersion(), tag, vr); }
+
+    std::vector<std::string> Labels() const {
+        std::vector<std::string> labels;
+        for (std::int16_t index = 1; index <= document.VersionCount(); ++index)
+            labels.push_back(document.Version(index));
+        return labels;
+    }
+    std::vector<std::string> Shown() const { return station.windows.Texts(); }
+
+    Workstation station;
+    Global& global = station.global;
+    DcmSRDocument document{global};
+};
+
+} // namespace tavrel::test
