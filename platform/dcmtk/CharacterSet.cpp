@@ -121,7 +121,9 @@ std::string TakeCoded(std::string_view& bytes, const CodedSet& set) {
 /// The bytes of one UTF-8 character in `set`, with their high bits as DICOM wants them.
 std::optional<std::string> Coded(std::string_view character, const CodedSet& set) {
     auto coded = ConvertText(character, "UTF-8", set.encoding);
-    if (!coded || !coded->starts_with(set.prefix))
+    if (!coded || set.form == Form::Whole)
+        return coded;
+    if (!coded->starts_with(set.prefix))
         return std::nullopt;
     coded->erase(0, set.prefix.size());
     const std::size_t length = set.form == Form::HighSingle ? 1 : 2;
@@ -132,6 +134,63 @@ std::optional<std::string> Coded(std::string_view character, const CodedSet& set
             c = static_cast<char>(static_cast<unsigned char>(c) & 0x7FU);
     return coded;
 }
+
+/// Writes characters one after the other, with the escape sequences that they need.
+class RunEncoder {
+public:
+    RunEncoder(const std::vector<const CodedSet*>& sets, TextKind kind, std::string& bytes)
+        : sets_(sets), kind_(kind), initial_(Initial(sets)), now_(initial_), bytes_(bytes) {}
+
+    /// False for a character that no declared set holds.
+    bool Put(char32_t character, std::string_view utf8) {
+        if (character == U'\uFFFD')
+            return false;
+        if (character < 0x80) {
+            PutAscii(static_cast<char>(character));
+            return true;
+        }
+        // The sets that are designated already come first: they need no escape sequence.
+        if (PutIn(now_.high, utf8) || PutIn(now_.low, utf8))
+            return true;
+        return std::ranges::any_of(sets_, [&](const CodedSet* set) { return PutIn(set, utf8); });
+    }
+
+    /// Back to ASCII, as every value ends.
+    void Finish() {
+        const bool romaji = initial_.high != nullptr && initial_.high->term == "13";
+        if (now_.low != nullptr)
+            bytes_ += romaji ? romajiEscape : asciiEscape;
+        now_.low = nullptr;
+    }
+
+private:
+    void PutAscii(char c) {
+        Finish();
+        if (IsDelimiter(c, kind_))
+            now_ = initial_;
+        bytes_ += c;
+    }
+
+    bool PutIn(const CodedSet* set, std::string_view utf8) {
+        const auto coded = set == nullptr ? std::nullopt : Coded(utf8, *set);
+        if (!coded)
+            return false;
+        if (set->form != Form::Whole) {
+            auto& half = set->form == Form::LowDouble ? now_.low : now_.high;
+            if (half != set)
+                bytes_ += set->escape;
+            half = set;
+        }
+        bytes_ += *coded;
+        return true;
+    }
+
+    const std::vector<const CodedSet*>& sets_;
+    TextKind kind_;
+    Designation initial_;
+    Designation now_;
+    std::string& bytes_;
+};
 
 } // namespace
 
@@ -188,17 +247,20 @@ std::optional<LostCharacter> CharacterSet::Encode(std::string_view utf8, TextKin
 std::optional<LostCharacter> CharacterSet::EncodeName(std::string_view utf8, std::string& bytes) const {
     std::size_t group = 0;
     std::size_t passed = 0;
+    bool leftOut = false;
     for (std::string_view rest = utf8;;) {
         const auto end = rest.find_first_of("\\=");
         const auto part = rest.substr(0, end);
         std::string coded;
-        if (const auto lost = EncodeRun(part, TextKind::PersonName, coded); !lost)
-            bytes += coded;
-        else if (group == 0)
+        const auto lost = EncodeRun(part, TextKind::PersonName, coded);
+        if (lost && group == 0)
             return LostCharacter{lost->character, lost->position + passed};
+        if (!lost)
+            bytes += coded;
+        leftOut = leftOut || lost;
         passed += static_cast<std::size_t>(std::ranges::count_if(part, [](char c) { return (c & 0xC0) != 0x80; })) + 1;
         const bool valueEnds = end == std::string_view::npos || rest[end] == '\\';
-        if (valueEnds)
+        if (valueEnds && leftOut)
             bytes.erase(bytes.find_last_not_of('=') + 1);
         if (end == std::string_view::npos)
             return std::nullopt;
@@ -209,57 +271,15 @@ std::optional<LostCharacter> CharacterSet::EncodeName(std::string_view utf8, std
 }
 
 std::optional<LostCharacter> CharacterSet::EncodeRun(std::string_view utf8, TextKind kind, std::string& bytes) const {
-    const Designation initial = Initial(sets_);
-    Designation now = initial;
-    const CodedSet* whole = sets_.front() != nullptr && sets_.front()->form == Form::Whole ? sets_.front() : nullptr;
-    const bool romaji = initial.high != nullptr && initial.high->term == "13";
-    const auto endLow = [&] {
-        if (now.low != nullptr)
-            bytes += romaji ? romajiEscape : asciiEscape;
-        now.low = nullptr;
-    };
-    std::size_t position = 0;
-    while (!utf8.empty()) {
+    RunEncoder encoder{sets_, kind, bytes};
+    for (std::size_t position = 1; !utf8.empty(); ++position) {
         std::string_view rest = utf8;
         const char32_t character = TakeCharacter(rest);
-        const auto encoded = utf8.substr(0, utf8.size() - rest.size());
-        utf8 = rest;
-        ++position;
-        if (character < 0x80) {
-            endLow();
-            if (IsDelimiter(static_cast<char>(character), kind))
-                now = initial;
-            bytes += static_cast<char>(character);
-            continue;
-        }
-        if (whole != nullptr) {
-            const auto coded = ConvertText(encoded, "UTF-8", whole->encoding);
-            if (!coded || character == U'\uFFFD')
-                return LostCharacter{character, position};
-            bytes += *coded;
-            continue;
-        }
-        // The sets that are designated already come first: they need no escape sequence.
-        std::vector<const CodedSet*> candidates{now.high, now.low};
-        candidates.insert(candidates.end(), sets_.begin(), sets_.end());
-        bool held = false;
-        for (const CodedSet* set : candidates) {
-            const auto coded = set == nullptr ? std::nullopt : Coded(encoded, *set);
-            if (!coded)
-                continue;
-            const bool isLow = set->form == Form::LowDouble;
-            auto& half = isLow ? now.low : now.high;
-            if (half != set)
-                bytes += set->escape;
-            half = set;
-            bytes += *coded;
-            held = true;
-            break;
-        }
-        if (!held)
+        if (!encoder.Put(character, utf8.substr(0, utf8.size() - rest.size())))
             return LostCharacter{character, position};
+        utf8 = rest;
     }
-    endLow();
+    encoder.Finish();
     return std::nullopt;
 }
 

@@ -73,8 +73,8 @@ void DcmtkDataSet::ReadInto(const ParsedFile& file) const {
     DcmtkElements elements;
     if (file.meta)
         elements = DecodeElements(*file.meta, {}, services_);
-    elements.merge(DecodeElements(*file.data, {}, services_));
     characterSet_ = DeclaredCharacterSet(*file.data, {});
+    elements.merge(DecodeElements(*file.data, {}, services_));
     elements_ = std::move(elements);
 }
 

@@ -1,0 +1,102 @@
+#pragma once
+
+#include "platform/dicom.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tavrel::test {
+
+/// An encoding of data elements (PS3.5, 7.1 and 7.3).
+struct Encoding {
+    bool explicitVr;
+    bool bigEndian;
+    std::string_view transferSyntax;
+};
+
+inline constexpr Encoding explicitLittle{true, false, "1.2.840.10008.1.2.1"};
+inline constexpr Encoding implicitLittle{false, false, "1.2.840.10008.1.2"};
+inline constexpr Encoding explicitBig{true, true, "1.2.840.10008.1.2.2"};
+
+/// Bytes of a DICOM file put together by hand, sound or not.
+class RawDicom {
+public:
+    explicit RawDicom(Encoding encoding = explicitLittle) : encoding_(encoding) {}
+
+    RawDicom& Text(Tag tag, std::string_view vr, std::string value) {
+        if (value.size() % 2 == 1)
+            value += vr == "UI" ? '\0' : ' ';
+        Header(tag, vr, static_cast<std::uint32_t>(value.size()));
+        return Raw(value);
+    }
+
+    RawDicom& Items(Tag tag, const std::vector<RawDicom>& items) {
+        RawDicom inside{encoding_};
+        for (const auto& item : items) {
+            inside.ItemTag(0xE000, static_cast<std::uint32_t>(item.bytes_.size()));
+            inside.Raw(item.bytes_);
+        }
+        Header(tag, "SQ", static_cast<std::uint32_t>(inside.bytes_.size()));
+        return Raw(inside.bytes_);
+    }
+
+    /// A sequence and an item without end.
+    RawDicom& OpenSequence(Tag tag) {
+        Header(tag, "SQ", 0xFFFFFFFF);
+        ItemTag(0xE000, 0xFFFFFFFF);
+        return *this;
+    }
+
+    RawDicom& Pixels(std::string_view bytes) {
+        Header({0x7FE0, 0x0010}, "OW", static_cast<std::uint32_t>(bytes.size()));
+        return Raw(bytes);
+    }
+
+    RawDicom& Raw(std::string_view bytes) {
+        bytes_ += bytes;
+        return *this;
+    }
+
+    const std::string& Bytes() const { return bytes_; }
+
+    /// With preamble and meta information.
+    std::string File(std::string_view transferSyntax = {}) const {
+        RawDicom meta{explicitLittle};
+        meta.Text({0x0002, 0x0010}, "UI",
+                  std::string{transferSyntax.empty() ? encoding_.transferSyntax : transferSyntax});
+        return std::string(128, '\0') + "DICM" + meta.bytes_ + bytes_;
+    }
+
+private:
+    void Number(std::uint32_t number, int size) {
+        for (int at = 0; at < size; ++at) {
+            const int shift = 8 * (encoding_.bigEndian ? size - 1 - at : at);
+            bytes_ += static_cast<char>(number >> shift & 0xFFU);
+        }
+    }
+
+    void ItemTag(std::uint16_t element, std::uint32_t length) {
+        Number(0xFFFE, 2);
+        Number(element, 2);
+        Number(length, 4);
+    }
+
+    void Header(Tag tag, std::string_view vr, std::uint32_t length) {
+        Number(tag.group, 2);
+        Number(tag.element, 2);
+        if (!encoding_.explicitVr)
+            return Number(length, 4);
+        bytes_ += vr;
+        if (vr != "SQ" && vr != "UT" && vr != "OW")
+            return Number(length, 2);
+        Number(0, 2);
+        Number(length, 4);
+    }
+
+    Encoding encoding_;
+    std::string bytes_;
+};
+
+} // namespace tavrel::test
