@@ -137,11 +137,17 @@ QString DbusAutomation::introspect(const QString& path) const {
 }
 
 bool DbusAutomation::handleMessage(const QDBusMessage& message, const QDBusConnection&) {
-    auto call = Understand(message);
-    if (!call)
-        return false;
-    arrived_.push_back(std::move(*call));
-    ServeSoon();
+    const bool known = message.path() == factoryPath || objects_.contains(message.path());
+    const bool standard = message.interface().startsWith(QLatin1String("org.freedesktop.DBus."));
+    if (!known || standard)
+        return false; // the library answers these
+    if (auto call = Understand(message)) {
+        arrived_.push_back(std::move(*call));
+        ServeSoon();
+    } else {
+        bus_.send(message.createErrorReply(QDBusError::UnknownMethod,
+                                           "There is no " + message.member() + " with these arguments here."));
+    }
     return true;
 }
 

@@ -11,7 +11,6 @@ namespace tavrel {
 namespace {
 
 constexpr auto busName = "Porvane.Service";
-constexpr auto connectionName = "porvane-events";
 
 QString Text(const std::string& text) {
     return QString::fromStdString(text);
@@ -20,7 +19,9 @@ QString Text(const std::string& text) {
 } // namespace
 
 DbusServiceEmitter::DbusServiceEmitter()
-    : bus_(QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionName)) {
+    : DbusServiceEmitter(QDBusConnection::connectToBus(QDBusConnection::SessionBus, "porvane-events")) {}
+
+DbusServiceEmitter::DbusServiceEmitter(const QDBusConnection& bus) : bus_(bus) {
     if (!bus_.isConnected())
         throw Error(bus_.lastError().type(), busName,
                     "There is no session bus to tell stored reports on: " + bus_.lastError().message().toStdString());
@@ -28,13 +29,13 @@ DbusServiceEmitter::DbusServiceEmitter()
                                                          QDBusConnectionInterface::DontAllowReplacement);
     if (reply.value() == QDBusConnectionInterface::ServiceRegistered)
         return;
-    QDBusConnection::disconnectFromBus(connectionName);
+    QDBusConnection::disconnectFromBus(bus_.name());
     throw Error(QDBusError::AddressInUse, busName,
                 "Another process has the name \"Porvane.Service\" on the session bus.");
 }
 
 DbusServiceEmitter::~DbusServiceEmitter() {
-    QDBusConnection::disconnectFromBus(connectionName);
+    QDBusConnection::disconnectFromBus(bus_.name());
 }
 
 void DbusServiceEmitter::OnConnection(const std::string& callingAe, const std::string& calledAe,

@@ -15,8 +15,10 @@ namespace tavrel {
 /// A bus that has gone away costs the events, nothing else.
 class DbusServiceEmitter {
 public:
-    /// Takes the name. Errors: there is no session bus; another process has the name.
+    /// Takes the name on the session bus. Errors: there is no bus; another process has the name.
     DbusServiceEmitter();
+    /// The same on a connection that is the emitter's own.
+    explicit DbusServiceEmitter(const QDBusConnection& bus);
     ~DbusServiceEmitter();
     DbusServiceEmitter(const DbusServiceEmitter&) = delete;
     DbusServiceEmitter& operator=(const DbusServiceEmitter&) = delete;

@@ -4,6 +4,7 @@
 #include "platform/error.h"
 
 #include <QDBusMessage>
+#include <QDBusPendingReply>
 #include <QDBusVariant>
 
 #include <limits>
@@ -17,6 +18,11 @@ constexpr auto busName = "Lumaret.Viewer";
 constexpr auto objectPath = "/Lumaret/Viewer";
 // The wait bounds the time; the call itself stays open to tell when a hung viewer answers after all.
 constexpr int noTimeLimit = std::numeric_limits<int>::max();
+
+QDBusMessage BusMethod(const char* name) {
+    return QDBusMessage::createMethodCall("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                                          name);
+}
 
 [[noreturn]] void Fail(QDBusError::ErrorType type, const QString& description) {
     throw Error(type, busName, description.toStdString());
@@ -39,13 +45,19 @@ void RaiseFailureOf(const QDBusPendingCall& call, const QString& name) {
 } // namespace
 
 void DbusViewerCalls::Start() {
-    auto start = QDBusMessage::createMethodCall("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-                                                "StartServiceByName");
-    start << busName << 0U;
-    const auto call = bus_.asyncCall(start, noTimeLimit);
+    // The bus starts only what is registered, and says so even of a viewer that runs unregistered.
+    const QDBusPendingReply<bool> running = AskBus(BusMethod("NameHasOwner") << busName);
+    if (running.value())
+        return;
+    AskBus(BusMethod("StartServiceByName") << busName << 0U);
+}
+
+QDBusPendingCall DbusViewerCalls::AskBus(const QDBusMessage& question) {
+    const auto call = bus_.asyncCall(question, noTimeLimit);
     if (!AwaitAnswer(call, bound_))
         Fail(QDBusError::Timeout, "The viewer \"Lumaret.Viewer\" was started and has not come up in time.");
     RaiseFailureOf(call, "its start");
+    return call;
 }
 
 void DbusViewerCalls::SetProperty(const QString& name, const QVariant& value) {

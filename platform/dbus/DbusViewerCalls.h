@@ -30,6 +30,7 @@ public:
     void CallMethod(const QString& name);
 
 private:
+    QDBusPendingCall AskBus(const QDBusMessage& question);
     /// Waits until `call`, which is named `name` to the person, is answered; an error when it is not.
     void Await(const QDBusPendingCall& call, const QString& name);
 

@@ -1,0 +1,58 @@
+#include "platform/posix/PosixProcess.h"
+#include "platform/posix/PosixUserInformation.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdio>
+#include <iostream>
+
+namespace tavrel::test {
+namespace {
+
+TEST(Process, AStartWithoutArgumentsIsAPersons) {
+    const std::array arguments{"tavrel"};
+    EXPECT_FALSE(PosixProcess(1, arguments.data()).StartedByAutomation());
+}
+
+TEST(Process, TheReservedArgumentIsAnAutomationStart) {
+    const std::array arguments{"tavrel", "--automation"};
+    EXPECT_TRUE(PosixProcess(2, arguments.data()).StartedByAutomation());
+}
+
+TEST(Process, AnyOtherArgumentIsAPersonsStart) {
+    const std::array arguments{"tavrel", "--automations", "-automation", "report"};
+    EXPECT_FALSE(PosixProcess(4, arguments.data()).StartedByAutomation());
+}
+
+TEST(Process, TheApplicationFolderIsTheExecutablesWithTheProgramsSeparator) {
+    const auto folder = PosixProcess(0, nullptr).ApplicationFolder();
+    EXPECT_TRUE(folder.starts_with('\\')) << folder;
+    EXPECT_FALSE(folder.ends_with('\\')) << folder;
+    EXPECT_EQ(folder.find('/'), std::string::npos);
+}
+
+TEST(ProcessDeath, TheEndRunsTheHooksInTheirOrderAndNoDestructor) {
+    struct Loud {
+        ~Loud() { std::cerr << "destroyed"; }
+    };
+    const auto end = [] {
+        const Loud loud;
+        PosixProcess process(0, nullptr);
+        process.AtEnd([] { std::cerr << "first "; });
+        process.AtEnd([] { std::cerr << "second"; });
+        process.End();
+    };
+    EXPECT_EXIT(end(), testing::ExitedWithCode(0), "^first second$");
+}
+
+TEST(UserInformation, TheUserIsTheOneWhomTheSystemNames) {
+    std::array<char, 256> line{};
+    const std::unique_ptr<FILE, int (*)(FILE*)> id(popen("id -un", "r"), pclose);
+    ASSERT_TRUE(fgets(line.data(), line.size(), id.get()));
+    PosixUserInformationFactory factory;
+    EXPECT_EQ(factory.NewUserInformation()->UserName() + "\n", line.data());
+}
+
+} // namespace
+} // namespace tavrel::test
