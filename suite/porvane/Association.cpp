@@ -86,6 +86,8 @@ void Association::Serve(int socket, const ServiceContext& context, const std::st
         LogLine(std::string("a connection brought no association: ") + done.text());
         return;
     }
+    if (association->params->DULparams.applicationContextName[0] == '\0')
+        return; // somebody looked whether the port is open and went away
     Association served(association, context);
     if (served.Negotiate())
         served.Run(stop);
