@@ -121,7 +121,6 @@ QString SheetOf(const Colours& colours) {
         QHeaderView { background: @card; }
         QHeaderView::section { background: @card; color: @faint; border: none; border-bottom: 1px solid @line;
                                padding: 4px 3px; }
-        QTreeView::item, QListView::item { min-height: 22px; }
         QSplitter::handle { background: transparent; }
         #paneVeil { background: @veil; }
         #paneVeilBoard { background: @card; border: 1px solid @line; border-radius: 8px; padding: 16px 24px; }

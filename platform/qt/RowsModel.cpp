@@ -2,7 +2,16 @@
 
 #include "platform/qt/QtText.h"
 
+#include <QFontMetrics>
+#include <QGuiApplication>
+#include <QSize>
+
 namespace tavrel {
+namespace {
+
+constexpr int spaceBetweenRows = 8;
+
+} // namespace
 
 RowsModel::RowsModel(Source source, QObject* parent) : QAbstractTableModel(parent), source_(std::move(source)) {}
 
@@ -20,6 +29,8 @@ int RowsModel::columnCount(const QModelIndex& parent) const {
 }
 
 QVariant RowsModel::data(const QModelIndex& index, int role) const {
+    if (role == Qt::SizeHintRole)
+        return QSize(0, QFontMetrics(QGuiApplication::font()).height() + spaceBetweenRows);
     const bool shown = role == Qt::DisplayRole || role == Qt::ToolTipRole;
     if (!shown || !index.isValid() || index.row() >= source_.count())
         return {};

@@ -56,6 +56,7 @@ TextBoxBinding::TextBoxBinding(TextBox& box, QLineEdit& line) : TextBoxBinding(b
 
 TextBoxBinding::TextBoxBinding(TextBox& box, QPlainTextEdit& paragraphs)
     : TextBoxBinding(box, paragraphs, nullptr, &paragraphs) {
+    paragraphs.document()->setDocumentMargin(8);
     connect(&paragraphs, &QPlainTextEdit::textChanged, this, [this] { Person([this] { ParagraphsEdited(); }); });
 }
 

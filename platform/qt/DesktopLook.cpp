@@ -1,0 +1,58 @@
+#include "platform/qt/DesktopLook.h"
+
+#include <QApplication>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QPalette>
+
+namespace tavrel {
+namespace {
+
+const QString service = "org.freedesktop.portal.Desktop";
+const QString path = "/org/freedesktop/portal/desktop";
+const QString interface = "org.freedesktop.portal.Settings";
+const QString space = "org.freedesktop.appearance";
+const QString key = "color-scheme";
+
+Scheme PlatformScheme() {
+    return QApplication::palette().color(QPalette::Window).lightness() < 128 ? Scheme::Dark : Scheme::Light;
+}
+
+} // namespace
+
+DesktopLook::DesktopLook(QApplication& application, QDBusConnection bus)
+    : application_(application), platformScheme_(PlatformScheme()) {
+    Dress(application_, platformScheme_);
+    bus.connect(service, path, interface, "SettingChanged", this, SLOT(SettingChanged(QString, QString, QDBusVariant)));
+    auto read = QDBusMessage::createMethodCall(service, path, interface, "Read");
+    read << space << key;
+    // Not waited for: a desktop that is slow to answer must not keep a report from opening.
+    auto* answer = new QDBusPendingCallWatcher(bus.asyncCall(read), this);
+    connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
+        if (const QDBusPendingReply<QDBusVariant> reply = *answer; reply.isValid())
+            Follow(reply.value().variant());
+        answer->deleteLater();
+    });
+}
+
+void DesktopLook::SettingChanged(const QString& changedSpace, const QString& changedKey, const QDBusVariant& value) {
+    if (changedSpace == space && changedKey == key)
+        Follow(value.variant());
+}
+
+void DesktopLook::Follow(const QVariant& colourScheme) {
+    // Some portals wrap the value twice.
+    const bool wrapped = colourScheme.canConvert<QDBusVariant>();
+    const QVariant value = wrapped ? colourScheme.value<QDBusVariant>().variant() : colourScheme;
+    switch (value.toUInt()) {
+    case 1:
+        return Dress(application_, Scheme::Dark);
+    case 2:
+        return Dress(application_, Scheme::Light);
+    default:
+        return Dress(application_, platformScheme_);
+    }
+}
+
+} // namespace tavrel
