@@ -2,7 +2,7 @@
 
 #include "platform/dicom.h"
 
-/// The data elements that the program names, by their keywords (DICOM PS3.6, chapter 6).
+/// The data elements that the program names, after their keywords (DICOM PS3.6, chapter 6).
 namespace tavrel::attribute {
 
 inline constexpr Tag TransferSyntaxUid{0x0002, 0x0010};

@@ -20,7 +20,7 @@ DataSetHandle ContentNode::DicomObject(DicomLibrary& dicom) const {
     item->SetValue(attribute::ValueType, "CS", 0, "TEXT");
     std::int16_t position = -1;
     ConceptMacroAppend(dicom, *item, position);
-    // LO, although the standard's Text Value is UT: readers of this form expect it so.
+    // LO in this form of an item; the items of a document's own content have UT.
     item->SetValue(attribute::TextValue, "LO", 0, Annotation);
     return item;
 }

@@ -32,7 +32,7 @@ constexpr std::array CopiedAttributes = {
     CopiedAttribute{attribute::AccessionNumber, "SH", Copy::Value},
     CopiedAttribute{attribute::StudyDescription, "LO", Copy::Value},
     CopiedAttribute{attribute::StudyInstanceUid, "UI", Copy::Value},
-    CopiedAttribute{Tag{0x0020, 0x0008}, "SH", Copy::Value}, // not the Study ID: the suite's files carry this one
+    CopiedAttribute{Tag{0x0020, 0x0008}, "SH", Copy::Value}, // this very element, not the Study ID (0020,0010)
 };
 
 /// One more than the highest series number of the study, whatever the modality.
