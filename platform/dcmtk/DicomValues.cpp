@@ -103,8 +103,9 @@ bool IsValid(const DateTime& moment) {
 }
 
 Error BadValue(std::string_view text, std::string_view vr, Tag tag) {
-    return DicomFailure(DicomFault::BadValue, "\"" + std::string{text} + "\" is no value of VR " + std::string{vr} +
-                                                  " for " + AttributeName(tag) + ".");
+    std::string description{text};
+    description.append(" is no value of VR ").append(vr).append(" for ").append(AttributeName(tag)).append(".");
+    return DicomFailure(DicomFault::BadValue, std::move(description));
 }
 
 std::string MomentText(const DateTime& moment, std::string_view vr, Tag tag) {

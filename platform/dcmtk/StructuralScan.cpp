@@ -23,18 +23,23 @@ constexpr std::uint64_t preambleSize = 132;
 
 constexpr std::array<std::string_view, 2> deflatedSyntaxes{"1.2.840.10008.1.2.1.99", "1.2.840.10008.1.2.4.95"};
 
-/// VRs whose length has 32 bits and stands after two reserved bytes (PS3.5, table 7.1-1).
-constexpr std::string_view longVrs = "OB OD OF OL OV OW SQ SV UC UN UR UT UV ";
-constexpr std::string_view shortVrs = "AE AS AT CS DA DS DT FD FL IS LO LT PN SH SL SS ST TM UI UL US ";
-
 bool IsUpper(std::uint8_t c) {
     return c >= 'A' && c <= 'Z';
 }
 
-bool Holds(std::string_view vrs, std::string_view vr) {
-    const auto at = vrs.find(vr);
-    return at != std::string_view::npos && at % 3 == 0;
+constexpr std::size_t VrIndex(char first, char second) {
+    return static_cast<std::size_t>(first - 'A') * 26 + static_cast<std::size_t>(second - 'A');
 }
+
+/// Whether a VR's length has 16 bits (PS3.5, table 7.1-2); all others, those of later editions too,
+/// have 32 bits after two reserved bytes. A table, since it is asked for every element of a report.
+constexpr auto hasShortLength = [] {
+    constexpr std::string_view shortVrs = "AEASATCSDADSDTFDFLISLOLTPNSHSLSSSTTMUIULUS";
+    std::array<bool, 26 * 26> table{};
+    for (std::size_t at = 0; at < shortVrs.size(); at += 2)
+        table[VrIndex(shortVrs[at], shortVrs[at + 1])] = true;
+    return table;
+}();
 
 struct Encoding {
     bool explicitVr = true;
@@ -97,8 +102,7 @@ private:
         if (!IsUpper(at[4]) || !IsUpper(at[5]))
             throw StructureFault("an element has no valid type");
         header.vr = {static_cast<char>(at[4]), static_cast<char>(at[5])};
-        // A type of a later edition of the standard has the long form.
-        if (Holds(shortVrs, header.Vr())) {
+        if (hasShortLength[VrIndex(header.vr[0], header.vr[1])]) {
             header.length = Number16(at + 6, encoding.bigEndian);
             return header;
         }

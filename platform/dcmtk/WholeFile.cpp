@@ -106,7 +106,10 @@ std::string WriteNewFile(const std::string& folder, const std::string& name, std
     if (made)
         ::chmod(folder.c_str(), S_IRWXU);
     const auto path = [&](int copy) {
-        return folder + "/" + name + (copy == 1 ? "" : "-" + std::to_string(copy)) + ".dcm";
+        std::string result = folder + "/" + name;
+        if (copy > 1)
+            result.append("-").append(std::to_string(copy));
+        return result + ".dcm";
     };
     TemporaryFile file{path(1), bytes};
     int copy = 1;

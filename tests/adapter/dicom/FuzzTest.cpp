@@ -1,0 +1,89 @@
+#include "RawDicom.h"
+#include "SampleReport.h"
+#include "fuzz/DicomFileFuzz.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+
+namespace tavrel::test {
+namespace {
+
+constexpr Tag content{0x0040, 0xA730};
+constexpr Tag patientName{0x0010, 0x0010};
+
+RawDicom Sample(Encoding encoding) {
+    RawDicom item{encoding};
+    item.Text({0x0040, 0xA160}, "UT", "reading\r\n");
+    RawDicom raw{encoding};
+    raw.Text({0x0008, 0x0005}, "CS", "ISO 2022 IR 6\\ISO 2022 IR 87").Text({0x0008, 0x0023}, "DA", "20261115");
+    return raw.Text(patientName, "PN", "Y=\x1B$B;3ED\x1B(B").Items(content, {item, item});
+}
+
+std::vector<std::string> Seeds() {
+    TestLibrary library;
+    MakeReport(library.dicom, 3)->SaveToFile(library.folder.File("report.dcm"));
+    std::vector<std::string> seeds{ReadBytes(library.folder.path / "report.dcm")};
+    for (const Encoding encoding : {explicitLittle, implicitLittle, explicitBig}) {
+        seeds.push_back(Sample(encoding).File());
+        seeds.push_back(Sample(encoding).Bytes());
+        seeds.push_back(Sample(encoding).OpenSequence(content).OpenSequence(content).File());
+    }
+    return seeds;
+}
+
+/// Lengths, delimiters and VRs that parsers stumble over.
+std::string Mutated(std::string bytes, std::mt19937& random) {
+    static const std::vector<std::string> pieces{"\xFF\xFF\xFF\xFF",
+                                                 std::string(4, '\0'),
+                                                 "\xFE\xFF\xDD\xE0",
+                                                 "\xFE\xFF\x0D\xE0",
+                                                 "\xFE\xFF\x00\xE0",
+                                                 "SQ",
+                                                 std::string{"UN\0\0", 4},
+                                                 "OB",
+                                                 "\xE0\x7F\x10",
+                                                 "\x1B$)C",
+                                                 "\x7F\xFF",
+                                                 std::string{"\0\0\0\x80", 4}};
+    const auto below = [&](std::size_t limit) {
+        return static_cast<std::size_t>(random() % std::max<std::size_t>(limit, 1));
+    };
+    for (std::size_t change = below(4) + 1; change > 0; --change) {
+        const std::size_t at = below(bytes.size());
+        switch (below(5)) {
+        case 0:
+            bytes[at] = static_cast<char>(random());
+            break;
+        case 1:
+            bytes.replace(at, 4, pieces[below(pieces.size())]);
+            break;
+        case 2:
+            bytes.insert(at, pieces[below(pieces.size())]);
+            break;
+        case 3:
+            bytes.erase(at, below(40));
+            break;
+        default:
+            bytes.insert(at, bytes.substr(below(bytes.size()), below(200)));
+        }
+        if (bytes.empty())
+            return "x";
+    }
+    return bytes;
+}
+
+/// Ends in a crash, a hang or a foreign exception when a file can upset the reader.
+TEST(DamagedFiles, AreReadOrRefusedButUpsetNothing) {
+    std::mt19937 random{20261115};
+    for (const auto& seed : Seeds()) {
+        for (int round = 0; round < 400; ++round) {
+            const auto bytes = Mutated(seed, random);
+            EXPECT_EQ(LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()), 0);
+        }
+    }
+}
+
+} // namespace
+} // namespace tavrel::test

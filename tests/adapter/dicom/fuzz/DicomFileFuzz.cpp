@@ -1,0 +1,70 @@
+#include "DicomFileFuzz.h"
+
+#include "platform/dcmtk/DcmtkLibrary.h"
+#include "platform/error.h"
+#include "tests/support/FakeServiceEvents.h"
+#include "tests/support/InlineBackground.h"
+
+#include <array>
+#include <cstdlib>
+#include <string>
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+namespace {
+
+using namespace tavrel;
+
+/// A file without a place in a folder.
+class MemoryFile {
+public:
+    MemoryFile(const std::uint8_t* bytes, std::size_t size) : handle_(::memfd_create("report", MFD_CLOEXEC)) {
+        if (handle_ < 0 || ::write(handle_, bytes, size) != static_cast<ssize_t>(size))
+            std::abort();
+    }
+    MemoryFile(const MemoryFile&) = delete;
+    MemoryFile& operator=(const MemoryFile&) = delete;
+    ~MemoryFile() { ::close(handle_); }
+
+    std::string Path() const { return "/proc/self/fd/" + std::to_string(handle_); }
+
+private:
+    int handle_;
+};
+
+void ReadItems(const DicomDataSet& dataSet, int depth) {
+    constexpr std::array sequences{Tag{0x0040, 0xA730}, Tag{0x0040, 0xA073}, Tag{0x0040, 0xA043}, Tag{0x0008, 0x1115}};
+    constexpr std::array values{Tag{0x0040, 0xA160}, Tag{0x0040, 0xA030}, Tag{0x0010, 0x0010}, Tag{0x0020, 0x0008}};
+    for (const Tag tag : values)
+        dataSet.GetValue(tag, "LO");
+    if (depth == 0)
+        return;
+    for (const Tag tag : sequences)
+        for (int index = 0; const auto item = dataSet.GetSequenceItem(tag, index); ++index)
+            ReadItems(*item, depth - 1);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+    static test::InlineBackground background;
+    static test::FakeServiceEvents events;
+    static DcmtkLibrary library{background, events, "/nonexistent"};
+    const MemoryFile file{bytes, size};
+    const std::array paths{file.Path()};
+    try {
+        library.OpenImageSeries(paths)->GetElementString(0, {0x0010, 0x0010});
+    } catch (const Error&) {
+    }
+    try {
+        const auto list = library.NewDataSetList();
+        list->LoadFile(file.Path());
+        list->GetElementValue(0, {0x0008, 0x0023}, "DA");
+        ReadItems(*list->Item(0), 6);
+        list->AddDataSet(0);
+        list->Item(1)->SaveToFile("/dev/null/nowhere");
+    } catch (const Error&) {
+    }
+    return 0;
+}
