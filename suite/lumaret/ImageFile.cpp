@@ -1,0 +1,133 @@
+#include "suite/lumaret/ImageFile.h"
+
+#include "platform/error.h"
+
+#include <dcmtk/config/osconfig.h>
+
+#include <dcmtk/dcmdata/dcrledrg.h>
+#include <dcmtk/dcmdata/dctk.h>
+#include <dcmtk/dcmimage/diregist.h>
+#include <dcmtk/dcmimgle/dcmimage.h>
+#include <dcmtk/dcmjpeg/djdecode.h>
+#include <dcmtk/dcmjpls/djdecode.h>
+
+#include <QFileInfo>
+
+#include <limits>
+#include <vector>
+
+namespace tavrel {
+namespace {
+
+// A frame is held decoded; more than this is no image that a workstation shows.
+constexpr double LargestFrameBytes = 1024.0 * 1024 * 1024;
+
+[[noreturn]] void Fail(const QString& path, const std::string& why) {
+    throw Error(1, "Lumaret", QFileInfo(path).fileName().toStdString() + " cannot be shown: " + why);
+}
+
+long IntegerOf(DcmDataset& dataSet, const DcmTagKey& tag, long absent) {
+    Uint16 small = 0;
+    if (dataSet.findAndGetUint16(tag, small).good())
+        return small;
+    Sint32 number = 0;
+    return dataSet.findAndGetSint32(tag, number).good() ? number : absent;
+}
+
+} // namespace
+
+void ImageFile::RegisterDecoders() {
+    struct Decoders {
+        Decoders() {
+            DJDecoderRegistration::registerCodecs();
+            DJLSDecoderRegistration::registerCodecs();
+            DcmRLEDecoderRegistration::registerCodecs();
+        }
+        ~Decoders() {
+            DcmRLEDecoderRegistration::cleanup();
+            DJLSDecoderRegistration::cleanup();
+            DJDecoderRegistration::cleanup();
+        }
+    };
+    static const Decoders decoders;
+}
+
+ImageFile::ImageFile(const QString& path) : path_(path), file_(std::make_unique<DcmFileFormat>()) {
+    const QFileInfo info(path);
+    if (!info.exists())
+        Fail(path, "the file is not there (" + path.toStdString() + ")");
+    if (!info.isFile())
+        Fail(path, "it is no file (" + path.toStdString() + ")");
+
+    const OFCondition loaded = file_->loadFile(path.toLocal8Bit().constData());
+    if (loaded.bad())
+        Fail(path, std::string("it is damaged or no DICOM file (") + loaded.text() + ")");
+
+    DcmDataset& dataSet = *file_->getDataset();
+    if (!dataSet.tagExists(DCM_PixelData))
+        Fail(path, "it holds no image");
+    const long rows = IntegerOf(dataSet, DCM_Rows, 0), columns = IntegerOf(dataSet, DCM_Columns, 0);
+    const long samples = IntegerOf(dataSet, DCM_SamplesPerPixel, 1);
+    if (rows <= 0 || columns <= 0)
+        Fail(path, "the image has no size");
+    if (static_cast<double>(rows) * static_cast<double>(columns) * static_cast<double>(samples) * 4 > LargestFrameBytes)
+        Fail(path, "the image is too large");
+    size_ = QSize(static_cast<int>(columns), static_cast<int>(rows));
+    frameCount_ = static_cast<int>(std::max(1L, IntegerOf(dataSet, DCM_NumberOfFrames, 1)));
+    Decode(0);
+}
+
+ImageFile::~ImageFile() = default;
+
+void ImageFile::Decode(int frame) {
+    if (frame == decodedFrame_)
+        return;
+    if (frame < 0 || frame >= frameCount_)
+        Fail(path_, "it has no frame " + std::to_string(frame + 1));
+    const E_TransferSyntax syntax = file_->getDataset()->getOriginalXfer();
+    auto image = std::make_unique<DicomImage>(file_.get(), syntax, CIF_UsePartialAccessToPixelData,
+                                              static_cast<unsigned long>(frame), 1UL);
+    if (image->getStatus() != EIS_Normal)
+        Fail(path_,
+             std::string(DicomImage::getString(image->getStatus())) + " (" + DcmXfer(syntax).getXferName() + ")");
+    image_ = std::move(image);
+    decodedFrame_ = frame;
+    monochrome_ = image_->isMonochrome();
+    pixelAspect_ = image_->getHeightWidthRatio();
+}
+
+GreyWindow ImageFile::OwnWindow(int frame) {
+    Decode(frame);
+    GreyWindow window;
+    if (!monochrome_)
+        return window;
+    if (image_->getWindowCount() > 0 && image_->setWindow(0) && image_->getWindow(window.center, window.width))
+        return window;
+    double lowest = 0, highest = 0;
+    if (image_->getMinMaxValues(lowest, highest)) {
+        window.width = highest - lowest + 1;
+        window.center = lowest + window.width / 2;
+    }
+    return window;
+}
+
+QImage ImageFile::Render(int frame, const GreyWindow& window, bool inverted) {
+    Decode(frame);
+    if (monochrome_ && window.width >= 1)
+        image_->setWindow(window.center, window.width);
+    image_->setPolarity(inverted ? EPP_Reverse : EPP_Normal);
+
+    const unsigned long size = image_->getOutputDataSize(8);
+    const auto width = static_cast<int>(image_->getWidth()), height = static_cast<int>(image_->getHeight());
+    const int bytesPerLine = width * (monochrome_ ? 1 : 3);
+    auto pixels = std::make_unique<std::vector<uchar>>(size);
+    if (size < static_cast<unsigned long>(bytesPerLine) * static_cast<unsigned long>(height) ||
+        !image_->getOutputData(pixels->data(), size, 8))
+        Fail(path_, "its pixels cannot be rendered");
+    std::vector<uchar>* held = pixels.release();
+    return QImage(
+        held->data(), width, height, bytesPerLine, monochrome_ ? QImage::Format_Grayscale8 : QImage::Format_RGB888,
+        [](void* vector) { delete static_cast<std::vector<uchar>*>(vector); }, held);
+}
+
+} // namespace tavrel

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <QImage>
+#include <QSize>
+#include <QString>
+
+#include <memory>
+
+class DcmFileFormat;
+class DicomImage;
+
+namespace tavrel {
+
+/// A grey-scale window in the image's own values (DICOM PS3.3, C.11.2). A width below 1 is none.
+struct GreyWindow {
+    double center = 0;
+    double width = 0;
+    bool operator==(const GreyWindow&) const = default;
+};
+
+/// One DICOM image file. One frame at a time is decoded and held. Every failure is an `Error` in
+/// words that can stand on the screen in place of the image.
+class ImageFile {
+public:
+    /// Registers the decoders of the compressed transfer syntaxes (JPEG, JPEG-LS, RLE), once.
+    static void RegisterDecoders();
+
+    explicit ImageFile(const QString& path);
+    ~ImageFile();
+
+    const QString& Path() const { return path_; }
+    int FrameCount() const { return frameCount_; }
+    /// Pixels of a frame.
+    QSize Size() const { return size_; }
+    /// Height of a pixel by its width, as it is to be shown.
+    double PixelAspect() const { return pixelAspect_; }
+    bool Monochrome() const { return monochrome_; }
+
+    /// The window that the file names for a frame; the range of the frame's values when it names none.
+    GreyWindow OwnWindow(int frame);
+
+    /// A frame (from 0) in 8 bits a sample, exactly as the toolkit renders it: grey or RGB. Colour
+    /// images have no window.
+    QImage Render(int frame, const GreyWindow& window, bool inverted);
+
+private:
+    void Decode(int frame);
+
+    QString path_;
+    std::unique_ptr<DcmFileFormat> file_;
+    std::unique_ptr<DicomImage> image_; ///< of the frame decoded last
+    int decodedFrame_ = -1;
+    int frameCount_ = 0;
+    QSize size_;
+    double pixelAspect_ = 1;
+    bool monochrome_ = true;
+};
+
+} // namespace tavrel

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "platform/database.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <memory>
+#include <vector>
+
+namespace tavrel {
+
+struct StudyRow {
+    QString studyUid, patientName, patientId, date, description;
+};
+
+struct SeriesRow {
+    QString seriesUid, modality, description, status, folder;
+    int number = 0;
+    int images = 0;
+    bool IsReport() const { return modality == "SR"; }
+};
+
+/// What the viewer reads of the catalogue. Every failure is an `Error`.
+class StudyCatalogue {
+public:
+    explicit StudyCatalogue(Database& database);
+
+    /// The studies whose patient name, patient identifier and study date hold these texts, newest
+    /// first; an empty text holds everywhere. At most `Limit` rows.
+    std::vector<StudyRow> Find(const QString& name, const QString& id, const QString& date);
+    std::vector<SeriesRow> SeriesOf(const QString& studyUid);
+    /// The series' image files as native paths, in the order of their instance numbers.
+    QStringList FilesOf(const SeriesRow& series);
+
+    static constexpr int Limit = 500;
+
+private:
+    /// The connection, made anew after it was lost.
+    Connection& Catalogue();
+    template <typename Read> auto Query(const QString& statement, Read&& read);
+
+    Database& database_;
+    std::unique_ptr<Connection> connection_;
+};
+
+} // namespace tavrel
