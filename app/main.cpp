@@ -1,0 +1,82 @@
+// Builds the adapters, hands them to the rooms, runs.
+
+#include "codes/frmBase.h"
+#include "editor/frmReport.h"
+#include "host/CTavrel.h"
+#include "host/Global.h"
+#include "host/Startup.h"
+#include "host/frmSRSeriesChoice.h"
+#include "platform/dbus/DbusAutomation.h"
+#include "platform/dbus/DbusServiceEvents.h"
+#include "platform/dbus/DbusViewerLink.h"
+#include "platform/dcmtk/DcmtkLibrary.h"
+#include "platform/error.h"
+#include "platform/odbc/OdbcDatabase.h"
+#include "platform/posix/PosixFiles.h"
+#include "platform/posix/PosixProcess.h"
+#include "platform/posix/PosixUserInformation.h"
+#include "platform/posix/StateFolder.h"
+#include "platform/posix/SystemClock.h"
+#include "platform/qt/QtBackground.h"
+#include "platform/qt/QtReportPrinter.h"
+#include "platform/qt/QtWindows.h"
+
+#include <QApplication>
+
+#include <clocale>
+#include <cstdlib>
+#include <iostream>
+#include <optional>
+
+using namespace tavrel;
+
+namespace {
+
+int Run(PosixProcess& process) {
+    const auto bus = QDBusConnection::sessionBus();
+    QtWindows windows;
+    QtBackground background;
+    DbusServiceEvents serviceEvents(bus);
+    DbusViewerLink viewers(bus);
+    DcmtkLibrary dicom(background, serviceEvents, StateFolder("unsent"));
+    OdbcDatabase database;
+    PosixFiles files;
+    PosixUserInformationFactory userInformation;
+    SystemClock clock;
+    Global global({dicom, database, windows, files, process, userInformation, clock});
+
+    frmBase codeTables(global);
+    std::optional<frmReport> editor; // the chooser's New is the editor's, which holds the chooser
+    frmSRSeriesChoice chooser(global, [&] { editor->cmdNew_Click(); });
+    editor.emplace(global, serviceEvents, chooser, codeTables);
+
+    Main(global);
+    if (!process.StartedByAutomation())
+        return EXIT_SUCCESS;
+
+    CTavrelFactory factory(global, viewers, chooser, *editor);
+    DbusAutomation automation(bus, factory, process,
+                              {.storing = [&] { return background.Running() || serviceEvents.Awaiting(); },
+                               .windowOpen = [&] { return windows.AnyWindowOpen(); }});
+    process.AtEnd([&] { automation.Leave(); });
+    QApplication::exec();
+    process.End(); // the desktop asked to quit: windows are still open, so nothing is taken apart
+    return EXIT_SUCCESS;
+}
+
+} // namespace
+
+int main(int argumentCount, char** arguments) {
+    PosixProcess process(argumentCount, arguments);
+    int nameOnly = 1; // there are no options for people, not even the toolkit's
+    const QApplication application(nameOnly, arguments);
+    QApplication::setApplicationDisplayName("Tavrel");
+    QApplication::setDesktopFileName("tavrel");
+    std::setlocale(LC_NUMERIC, "C"); // numbers in files and statements have a point in every country
+    try {
+        return Run(process);
+    } catch (const Error& error) {
+        std::cerr << "tavrel: " << error.description << std::endl;
+        return EXIT_FAILURE;
+    }
+}
