@@ -224,19 +224,6 @@ TEST(HandOver, ImagesOfAnOpenedReportSurviveASaveAndAReopening) {
     EXPECT_EQ(FileNames(station), Texts{"a.dcm"});
 }
 
-TEST(HandOver, ImagesAddedAndSavedTwoHundredTimesAreNeverLost) {
-    ReportingStation station;
-    station.OpenReport();
-    station.StoreInto("report1");
-    for (int round = 0; round < 200; ++round) {
-        const auto fileName = std::to_string(round) + ".dcm";
-        AddImages(station, {"first.dcm", fileName});
-        station.editor.cmdSave.Press();
-        ASSERT_EQ(FileNames(station), (Texts{"first.dcm", fileName}));
-    }
-    EXPECT_TRUE(station.windows.messages.empty());
-}
-
 TEST(HandOver, AnyTextSurvivesARoundTrip) {
     ReportingStation station;
     station.OpenReport();

@@ -119,6 +119,16 @@ TEST(OtherReports, CancelChangesNothing) {
     EXPECT_EQ(station.Document().NumVersions(), 1);
 }
 
+TEST(OtherReports, ACancelSticksSoThatALaterChoiceIsNotShown) {
+    TwoReportsOpen station;
+    station.InChooser([&] { station.chooser.cmdCancel.Press(); });
+    station.editor.cmdOthers.Press();
+    station.Choose("Second");
+    station.editor.cmdOthers.Press();
+    EXPECT_EQ(station.editor.txtReportTitle.Text(), "First");
+    EXPECT_EQ(station.global.currentSeriesUid, "1.2.3.2.1");
+}
+
 TEST(OtherReports, AStudyWithOneReportKeepsItAsItIs) {
     ReportingStation station;
     station.OpenReport();

@@ -290,12 +290,21 @@ TEST(ReportDisplay, TheWindowIsKeptAboveTheOthers) {
     EXPECT_TRUE(station.windows.IsShown(station.editor));
 }
 
-TEST(ReportDisplay, ReloadingListensToTheStorageServiceOnce) {
+TEST(ReportDisplay, ReloadingReleasesTheStorageServiceBeforeItListensAgain) {
+    class StrictEvents : public FakeServiceEvents {
+    public:
+        std::unique_ptr<ServiceObject> Attach(ServiceEventHandler& handler) override {
+            EXPECT_EQ(Listeners(), 0U);
+            return FakeServiceEvents::Attach(handler);
+        }
+    } events;
     ReportingStation station;
     station.OpenReport();
-    station.editor.Form_Load();
-    EXPECT_EQ(station.serviceEvents.attached, 2);
-    EXPECT_EQ(station.serviceEvents.Listeners(), 1U);
+    frmReport editor(station.global, events, station.chooser, station.codeTables);
+    editor.Form_Load();
+    editor.Form_Load();
+    EXPECT_EQ(events.attached, 2);
+    EXPECT_EQ(events.Listeners(), 1U);
 }
 
 TEST(ReportDisplay, TypographicCharactersBecomePlainInTitleAndReadingOnly) {

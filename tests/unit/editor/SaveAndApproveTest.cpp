@@ -226,6 +226,16 @@ TEST(Approve, AFailingSaveInsideIsToldAsASave) {
     EXPECT_EQ(station.Document().status(), DcmSRDocument::Approved);
 }
 
+TEST(Approve, AFailingSaveInsideStillShowsTheApproval) {
+    OpenReportStation station;
+    station.Execute("DROP TABLE StdTitles");
+    station.windows.answers = {Answer::Yes};
+    station.editor.cmdApprove.Press();
+    EXPECT_EQ(station.editor.lblState.Text(), "Approved by Dr. Mario Rossi on 15/11/2026 08:05:09");
+    EXPECT_TRUE(station.editor.cmdPrint.Enabled());
+    EXPECT_FALSE(station.editor.cmdSave.Enabled());
+}
+
 TEST(Save, TheOtherSaveOfTheInterfaceDoesNothing) {
     OpenReportStation station;
     station.editor.SaveIOD();

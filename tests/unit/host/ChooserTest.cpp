@@ -191,6 +191,15 @@ TEST(Chooser, AChoiceAfterTheFrameWasClosedStartsAfresh) {
     EXPECT_TRUE(station.windows.IsTopMost(station.chooser));
 }
 
+TEST(Chooser, AfterANewOneTheOnlyReportOfAStudyIsTakenAgain) {
+    TwoReports station;
+    station.InChooser([&] { station.chooser.cmdNew.Press(); });
+    station.chooser.ShowSRDocuments("1.2.3");
+    station.Execute("DELETE FROM Image WHERE SeriesInstanceUID = '1.2.3.2.2'");
+    station.chooser.ShowSRDocuments("1.2.3");
+    EXPECT_EQ(station.chooser.DDO(), station.Path("study\\report1"));
+}
+
 TEST(Chooser, EveryChoiceForgetsTheSeriesChosenBefore) {
     TwoReports station;
     station.InChooser([&] { station.chooser.cmdOk.Press(); });
