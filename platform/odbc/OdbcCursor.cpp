@@ -13,8 +13,9 @@ namespace tavrel {
 
 namespace {
 
-/// A longer value is read by itself, from a call of its own.
-constexpr std::size_t columnBufferSize = 1024;
+/// A longer value is read by a call of its own. Room for more would slow every row down: the SQLite
+/// driver fills a buffer to its end.
+constexpr std::size_t columnBufferSize = 256;
 
 std::string_view WithoutPadding(std::string_view text) {
     return text.substr(0, text.find_last_not_of(' ') + 1);

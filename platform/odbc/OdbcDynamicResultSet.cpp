@@ -1,7 +1,6 @@
 #include "platform/odbc/OdbcDynamicResultSet.h"
 
 #include "platform/odbc/OdbcError.h"
-#include "platform/odbc/OdbcNames.h"
 
 namespace tavrel {
 

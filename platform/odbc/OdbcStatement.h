@@ -34,7 +34,6 @@ public:
     SQLLEN RowCount() const;
     /// Raises the error of the last call when it failed.
     void Check(SQLRETURN result) const;
-    OdbcSession& Session() const { return *session_; }
 
 private:
     std::shared_ptr<OdbcSession> session_;

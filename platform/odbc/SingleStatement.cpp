@@ -2,7 +2,6 @@
 
 #include "platform/odbc/OdbcError.h"
 
-#include <algorithm>
 #include <cstddef>
 
 namespace tavrel {
@@ -40,10 +39,13 @@ public:
             SkipComment();
             return ' ';
         }
-        if (first == '\'' || first == '"')
-            SkipQuoted(first, false);
-        else if ((first == 'E' || first == 'e') && rest.substr(1).starts_with('\''))
-            ++position_, SkipQuoted('\'', true);
+        const bool opensEscaped = (first == 'E' || first == 'e') && rest.substr(1).starts_with('\'');
+        // A literal that follows an E'' literal, blanks between them, is its continuation.
+        inEscaped_ = opensEscaped || (inEscaped_ && (first == '\'' || IsBlank(first)));
+        if (opensEscaped)
+            ++position_;
+        if (opensEscaped || first == '\'' || first == '"')
+            SkipQuoted();
         else if (first == '$')
             SkipDollarQuoted();
         else if (IsLetter(first) || IsDigit(first))
@@ -56,14 +58,14 @@ public:
 private:
     void SkipTo(std::size_t found, std::size_t width) { position_ = found == npos ? text_.size() : found + width; }
 
-    /// A doubled quote closes and opens again at once, which comes to the same.
-    void SkipQuoted(char quote, bool backslashEscapes) {
-        for (++position_; !AtEnd() && text_[position_] != quote; ++position_)
-            if (backslashEscapes && text_[position_] == '\\')
+    void SkipQuoted() {
+        const char quote = text_[position_];
+        for (++position_; !AtEnd(); ++position_) {
+            if (inEscaped_ && text_[position_] == '\\')
                 ++position_;
-        ++position_;
-        if (backslashEscapes && !AtEnd() && text_[position_] == quote)
-            SkipQuoted(quote, true);
+            else if (text_[position_] == quote && !text_.substr(++position_).starts_with(quote))
+                return;
+        }
     }
 
     void SkipComment() {
@@ -95,6 +97,7 @@ private:
 
     std::string_view text_;
     std::size_t position_ = 0;
+    bool inEscaped_ = false;
 };
 
 } // namespace

@@ -17,8 +17,9 @@ INSTANTIATE_TEST_SUITE_P(SingleStatement, Allowed,
                                          "SELECT 'it''s; fine'", "SELECT \"a;b\" FROM t", "SELECT 1 -- a; b",
                                          "SELECT 1; -- the end", "SELECT 1; /* the end */", "SELECT /* a; b */ 1",
                                          "SELECT /* a /* b; */ c; */ 1", "SELECT E'a\\'; b'", "SELECT e'a''\\'; b'",
-                                         "SELECT $$a; b$$", "SELECT $tag$a; $$ b$tag$", "SELECT 'C:\\'",
-                                         "SELECT 'open; literal", "SELECT 'È; è'"));
+                                         "SELECT E'a', '\\' -- '; b'", "SELECT E'a'\n'\\'; b'", "SELECT $$a; b$$",
+                                         "SELECT $tag$a; $$ b$tag$", "SELECT 'C:\\'", "SELECT 'open; literal",
+                                         "SELECT 'È; è'"));
 
 class Refused : public testing::TestWithParam<const char*> {};
 TEST_P(Refused, ASecondStatementIsRefused) {
@@ -29,9 +30,11 @@ INSTANTIATE_TEST_SUITE_P(SingleStatement, Refused,
                                          "SELECT 'C:\\'; SELECT 2 --'", "SELECT 1 -- it's\n; SELECT 2",
                                          "SELECT /* it's */ 1; SELECT 2", "SELECT /* /* */ ' */ 1; SELECT 2 -- '",
                                          "SELECT E'\\''; SELECT 2 --'", "SELECT E'a''\\''; SELECT 2 --'",
-                                         "SELECT $$'$$; SELECT '2'", "SELECT $a$'$a$; SELECT '2'",
-                                         "SELECT a$b, '$'; SELECT 2", "SELECT $1, '$1'; SELECT 2",
-                                         "SELECT \"a'\"; SELECT '2'", "SELECT nameE'x\\'; SELECT 2 --'", ";SELECT 1; x",
+                                         "SELECT E'a'\n'\\''; SELECT 2 --'", "SELECT E'a' -- b\n  '\\''; SELECT 2 --'",
+                                         "SELECT 'a', '\\'; SELECT 2 --'", "SELECT $$'$$; SELECT '2'",
+                                         "SELECT $a$'$a$; SELECT '2'", "SELECT a$b, '$'; SELECT 2",
+                                         "SELECT $1, '$1'; SELECT 2", "SELECT \"a'\"; SELECT '2'",
+                                         "SELECT nameE'x\\'; SELECT 2 --'", ";SELECT 1; x",
                                          "SELECT 1;\xC2\xA0SELECT 2"));
 
 TEST(SingleStatement, ANulCharacterIsRefused) {

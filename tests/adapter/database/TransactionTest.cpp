@@ -77,7 +77,7 @@ TEST_P(Transactions, ALostConflictDropsTheTransactionToo) {
     ExpectFailure(OdbcFailure::NoTransaction, [&] { connection->Commit(); });
 }
 
-TEST_P(Transactions, AnewOneDropsTheOneThatWasLeftOpen) {
+TEST_P(Transactions, ANewOneDropsTheOneThatWasLeftOpen) {
     connection->BeginTransaction();
     Rename("Lost");
     connection->BeginTransaction();
