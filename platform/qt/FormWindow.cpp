@@ -30,6 +30,7 @@ FormWindow::FormWindow(Form& form, const std::function<void(QWidget&)>& layOut) 
     auto* bar = new QProgressBar(board);
     bar->setRange(0, 0);
     bar->setTextVisible(false);
+    bar->setFixedSize(280, 8);
     auto* inside = new QVBoxLayout(board);
     inside->addWidget(what_);
     inside->addWidget(bar);

@@ -121,6 +121,7 @@ QString SheetOf(const Colours& colours) {
         QHeaderView { background: @card; }
         QHeaderView::section { background: @card; color: @faint; border: none; border-bottom: 1px solid @line;
                                padding: 4px 3px; }
+        QMessageBox, QDialogButtonBox { dialogbuttonbox-buttons-have-icons: 0; }
         QSplitter::handle { background: transparent; }
         #paneVeil { background: @veil; }
         #paneVeilBoard { background: @card; border: 1px solid @line; border-radius: 8px; padding: 16px 24px; }

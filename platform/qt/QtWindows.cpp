@@ -36,7 +36,8 @@ QWindow* ActiveWindow() {
 /// Puts a window that is not shown yet over another. It does not belong to the other, which may go
 /// first.
 void PutOver(QWidget& widget, QWindow* other) {
-    widget.winId(); // Makes the window's handle.
+    widget.setWindowFlag(Qt::Dialog); // Only a dialog is kept above another window.
+    widget.winId();                   // Makes the window's handle.
     widget.windowHandle()->setTransientParent(other);
 }
 

@@ -118,14 +118,18 @@ TEST_F(WindowsOnScreen, AModalShowEndsWhenTheFormIsUnloaded) {
 TEST_F(WindowsOnScreen, AModalFormStandsOverItsOwner) {
     windows_.Show(form_);
     const QWindow* over = nullptr;
+    bool dialog = false;
     QTimer::singleShot(0, [&] {
-        over = windows_.WindowOf(other_)->windowHandle()->transientParent();
+        const auto* window = windows_.WindowOf(other_)->windowHandle();
+        over = window->transientParent();
+        dialog = window->type() == Qt::Dialog; // A window manager keeps only those above their owner.
         windows_.Hide(other_);
     });
 
     windows_.ShowModal(other_, &form_);
 
     EXPECT_EQ(over, windows_.WindowOf(form_)->windowHandle());
+    EXPECT_TRUE(dialog);
 }
 
 TEST_F(WindowsOnScreen, AModalFormKeepsTheOthersOutOfReach) {

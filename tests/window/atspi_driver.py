@@ -1,0 +1,230 @@
+"""Drives the real windows as a person does, through the accessibility bus.
+
+Needs a display, a session bus with the accessibility service, and in the program's environment
+QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1. Runs with Debian's /usr/bin/python3 and its python3-pyatspi.
+
+    program = Program("tavrel")
+    report = program.window("Orbenta General Hospital")
+    report.write("Report title", "Chest CT")
+    report.press("Save")
+
+A window's things are found as a person finds them: buttons and options by their caption, fields by
+their label, lists and the reading by their accessible names ("Versions", "Findings", "Diagnoses",
+"Codes", "Reports", "Reading"). Nothing answers at once, so everything waits until it is there.
+"""
+
+import subprocess
+import time
+
+import pyatspi
+
+TIMEOUT = 10
+_LISTS = (pyatspi.ROLE_LIST, pyatspi.ROLE_LIST_BOX, pyatspi.ROLE_TABLE, pyatspi.ROLE_TREE, pyatspi.ROLE_TREE_TABLE)
+_TEXTS = (pyatspi.ROLE_TEXT, pyatspi.ROLE_ENTRY, pyatspi.ROLE_PARAGRAPH)
+_BUTTONS = (pyatspi.ROLE_PUSH_BUTTON, pyatspi.ROLE_RADIO_BUTTON)
+_FRAMES = (pyatspi.ROLE_PANEL, pyatspi.ROLE_GROUPING)
+
+
+def wait_until(condition, what, timeout=TIMEOUT):
+    """Polls until `condition()` is true and answers what it answered. A thing that has gone while it
+    was looked at counts as not there yet."""
+    end = time.monotonic() + timeout
+    while True:
+        try:
+            answer = condition()
+        except (RuntimeError, LookupError, NotImplementedError) as error:
+            answer, what_went = None, error
+        else:
+            what_went = None
+        if answer:
+            return answer
+        if time.monotonic() > end:
+            raise TimeoutError(f"waited {timeout} s for {what}" + (f" ({what_went})" if what_went else ""))
+        time.sleep(0.05)
+
+
+def screenshot(path):
+    """A picture of the whole display as PNG."""
+    subprocess.run(["import", "-window", "root", str(path)], check=True)
+
+
+def key(name):
+    """Presses and releases a key by its X name ("Return", "Escape", "Down", "Tab", "a")."""
+    subprocess.run(["xdotool", "key", "--clearmodifiers", name], check=True)
+
+
+def keys(text):
+    """Types into whatever has the focus."""
+    subprocess.run(["xdotool", "type", "--clearmodifiers", "--delay", "5", text], check=True)
+
+
+def _children(accessible):
+    # A list's rows are not walked: there may be a hundred thousand.
+    return [] if accessible.getRole() in _LISTS else [child for child in accessible if child is not None]
+
+
+def _below(accessible):
+    for child in _children(accessible):
+        yield child
+        yield from _below(child)
+
+
+def _has(accessible, state):
+    return accessible.getState().contains(state)
+
+
+class Program:
+    """A running program, known to the accessibility bus by its name."""
+
+    def __init__(self, name, timeout=TIMEOUT):
+        self.name = name
+        self._application = wait_until(self._find, f"the program {name}", timeout)
+
+    def _find(self):
+        found = [each for each in pyatspi.Registry.getDesktop(0) if each is not None and each.name == self.name]
+        return found[-1] if found else None
+
+    def windows(self):
+        """The windows on the screen."""
+        return [Window(each) for each in self._application if each is not None and _has(each, pyatspi.STATE_SHOWING)]
+
+    def window(self, title, timeout=TIMEOUT):
+        """The window with that title, as soon as it is there."""
+        return wait_until(lambda: next((each for each in self.windows() if each.title == title), None),
+                          f"the window {title!r}", timeout)
+
+    def message(self, text, timeout=TIMEOUT):
+        """The message box that says `text`, which may be its beginning only."""
+        return wait_until(lambda: next((each for each in self.windows()
+                                        if any(said.startswith(text) for said in each.labels())), None),
+                          f"the message {text!r}", timeout)
+
+
+class Window:
+    def __init__(self, accessible):
+        self.accessible = accessible
+
+    @property
+    def title(self):
+        return self.accessible.name
+
+    def open(self):
+        """Whether it is still on the screen."""
+        try:
+            return _has(self.accessible, pyatspi.STATE_SHOWING)
+        except (RuntimeError, LookupError):
+            return False
+
+    def wait_closed(self, timeout=TIMEOUT):
+        wait_until(lambda: not self.open(), "the window to close", timeout)
+
+    def labels(self):
+        """The texts of its labels."""
+        return [each.name for each in _below(self.accessible) if each.getRole() == pyatspi.ROLE_LABEL]
+
+    def _find(self, fits, what, timeout=TIMEOUT):
+        return wait_until(lambda: next((each for each in _below(self.accessible) if fits(each)), None), what, timeout)
+
+    def button(self, caption, frame=None):
+        """The button or option with that caption, if need be the one in the frame of that caption."""
+        within = self if frame is None else Window(self._find(
+            lambda each: each.getRole() in _FRAMES and each.name == frame, f"the frame {frame!r}"))
+        return within._find(lambda each: each.getRole() in _BUTTONS and each.name == caption and
+                            _has(each, pyatspi.STATE_SHOWING), f"the button {caption!r}")
+
+    def press(self, caption, frame=None):
+        """Presses a button; answers before what it does is done."""
+        button = self.button(caption, frame)
+        wait_until(lambda: _has(button, pyatspi.STATE_ENABLED), f"{caption!r} to be enabled")
+        button.queryAction().doAction(0)
+
+    def enabled(self, caption, frame=None):
+        return _has(self.button(caption, frame), pyatspi.STATE_ENABLED)
+
+    def field(self, label):
+        """What the label stands for: a box, a combo box or another label. The reading is "Reading"."""
+        def search():
+            for each in _below(self.accessible):
+                if each.getRole() in _TEXTS and each.name == label:
+                    return each
+                if each.getRole() == pyatspi.ROLE_LABEL and each.name == label and _labelled(each):
+                    return _labelled(each)
+            return None
+        return wait_until(search, f"the field {label!r}")
+
+    def read(self, label):
+        """The text of a field."""
+        field = self.field(label)
+        if field.getRole() == pyatspi.ROLE_LABEL:
+            return "" if field.name == label else field.name  # an empty label answers its own label
+        return _text(field).queryText().getText(0, -1)
+
+    def write(self, label, text):
+        """Puts `text` in place of what a field holds, at once."""
+        field = _text(self.field(label))
+        wait_until(lambda: editable(field), f"{label!r} to be editable")
+        field.queryEditableText().setTextContents(text)
+
+    def type(self, label, text):
+        """Types into a field, key by key; it has the focus then."""
+        field = _text(self.field(label))
+        field.queryComponent().grabFocus()
+        wait_until(lambda: _has(field, pyatspi.STATE_FOCUSED), f"the focus on {label!r}")
+        keys(text)
+
+    def editable(self, label):
+        """Whether a person can type into a field."""
+        return editable(_text(self.field(label)))
+
+    def list(self, name):
+        """The list with that accessible name."""
+        return List(self._find(lambda each: each.getRole() in _LISTS and each.name == name, f"the list {name!r}"))
+
+
+class List:
+    """A list or table on a window. Rows count from 0."""
+
+    def __init__(self, accessible):
+        self.accessible = accessible
+        self._table = accessible.queryTable()
+
+    def count(self):
+        return self._table.nRows
+
+    def row(self, index):
+        """The texts of a row, one for each column."""
+        return [self._table.getAccessibleAt(index, column).name for column in range(self._table.nColumns)]
+
+    def rows(self):
+        return [self.row(index) for index in range(self.count())]
+
+    def selected(self):
+        """The selected row, -1 for none."""
+        return next((index for index in range(self.count()) if self._table.isRowSelected(index)), -1)
+
+    def click(self, index, times=1):
+        """Clicks a row that is in view with the mouse, twice for a double click."""
+        box = self._table.getAccessibleAt(index, 0).queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
+        subprocess.run(["xdotool", "mousemove", str(box.x + 5), str(box.y + box.height // 2),
+                        "click", "--repeat", str(times), "--delay", "60", "1"], check=True)
+
+    def wait_rows(self, count, timeout=TIMEOUT):
+        wait_until(lambda: self.count() == count, f"{count} rows", timeout)
+
+
+def _labelled(label):
+    for relation in label.getRelationSet():
+        if relation.getRelationType() == pyatspi.RELATION_LABEL_FOR:
+            return relation.getTarget(0)
+    return None
+
+
+def editable(field):
+    return _has(field, pyatspi.STATE_EDITABLE) and _has(field, pyatspi.STATE_ENABLED)
+
+
+def _text(field):
+    # The text of a combo box is a box within.
+    if field.getRole() == pyatspi.ROLE_COMBO_BOX:
+        return next(each for each in _below(field) if each.getRole() in _TEXTS)
+    return field
