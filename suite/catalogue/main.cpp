@@ -327,8 +327,7 @@ private:
             bool isWell = true;
             for (const CheckResult& result :
                  CheckInstallation(Catalogue(), reader_.Library(), PosixUserInformation().UserName())) {
-                (result.isWell ? std::cout : std::cerr)
-                    << (result.isWell ? "well     " : "MISSING  ") << result.words << "\n";
+                std::cout << (result.isWell ? "well     " : "MISSING  ") << result.words << "\n";
                 isWell = isWell && result.isWell;
             }
             return isWell ? EXIT_SUCCESS : EXIT_FAILURE;

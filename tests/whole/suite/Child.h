@@ -1,0 +1,54 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include <sys/types.h>
+
+namespace tavrel {
+
+/// A process of the test, whose outputs go into a file. It is killed when it outlives this object.
+class Child {
+public:
+    Child(const std::vector<std::string>& command, const std::string& outputFile);
+    ~Child();
+    Child(const Child&) = delete;
+    Child& operator=(const Child&) = delete;
+
+    bool IsRunning();
+    void Signal(int signal) const;
+    /// Waits at most 20 seconds; the exit status, or 128 and the signal that ended it.
+    int Wait();
+
+private:
+    pid_t pid_;
+    int status_ = -1;
+    bool isRunning_ = true;
+};
+
+struct Outcome {
+    int status = 0;
+    std::string out;
+    std::string err;
+};
+
+/// Runs a command of the shell to its end.
+Outcome RunShell(const std::string& command);
+
+/// Looks every 10 ms, for at most 20 seconds.
+template <typename Condition> bool Eventually(Condition condition);
+
+} // namespace tavrel
+
+#include <chrono>
+#include <thread>
+
+template <typename Condition> bool tavrel::Eventually(Condition condition) {
+    constexpr int attempts = 2000;
+    for (int i = 0; i < attempts; ++i) {
+        if (condition())
+            return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return false;
+}

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <dcmtk/config/osconfig.h>
+
+#include <dcmtk/dcmdata/dcfilefo.h>
+
+#include <filesystem>
+#include <string>
+
+namespace tavrel {
+
+class SuiteRoom;
+
+/// A real image of a modality.
+std::filesystem::path RealImage(const std::string& name = "CT_small.dcm");
+
+/// A DICOM object made from a real image, with whatever a test changes in it.
+class TestObject {
+public:
+    explicit TestObject(const std::filesystem::path& from = RealImage());
+
+    TestObject& Set(const DcmTagKey& tag, const std::string& value);
+    TestObject& Remove(const DcmTagKey& tag);
+    /// A further object of the same series.
+    TestObject& Numbered(int number);
+    std::string Get(const DcmTagKey& tag);
+
+    std::filesystem::path SaveTo(const std::filesystem::path& file);
+    /// Sends it in an association of its own; the status of the answer, or -1 when there was none.
+    int Send(const SuiteRoom& room, const std::string& callingAe = "MODALITY", const std::string& calledAe = "PORVANE");
+
+private:
+    DcmFileFormat file_;
+};
+
+} // namespace tavrel
