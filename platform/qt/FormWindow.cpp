@@ -1,5 +1,6 @@
 #include "platform/qt/FormWindow.h"
 
+#include "platform/qt/ColumnShares.h"
 #include "platform/qt/QtText.h"
 
 #include <QCloseEvent>
@@ -8,13 +9,26 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QScreen>
+#include <QSplitter>
 #include <QVBoxLayout>
 #include <QWindow>
 
 namespace tavrel {
+namespace {
+
+/// The shares as sizes, of which none is too small for its column: a splitter would widen that one.
+QList<int> Wide(QList<int> shares) {
+    for (auto& share : shares)
+        share *= 100;
+    return shares;
+}
+
+} // namespace
 
 FormWindow::FormWindow(Form& form, const std::function<void(QWidget&)>& layOut) : form_(&form) {
     layOut(*this);
+    for (auto* splitter : findChildren<QSplitter*>())
+        splitter->setSizes(Wide(ColumnShares(*splitter, splitter->count())));
     binder_.emplace(form, *this);
     const auto showCaption = [this] { setWindowTitle(ToQt(form_->Caption())); };
     showCaption();

@@ -1,5 +1,7 @@
 #include "platform/qt/ListBinding.h"
 
+#include "platform/qt/ColumnShares.h"
+
 #include <QHeaderView>
 #include <QItemSelectionModel>
 #include <QKeyEvent>
@@ -27,13 +29,6 @@ std::string_view Cell(const ListItem& item, int column) {
 RowsModel::Source Rows(const ListView& list) {
     return {list.Columns(), [&list] { return list.Count(); },
             [&list](int row, int column) { return Cell(list.Item(row), column); }};
-}
-
-std::vector<int> Shares(const QWidget& view, std::size_t columns) {
-    std::vector<int> shares;
-    for (const auto& share : view.property("columnShares").toString().split(' ', Qt::SkipEmptyParts))
-        shares.push_back(share.toInt());
-    return shares.size() == columns ? shares : std::vector<int>(columns, 1);
 }
 
 bool IsEnter(const QKeyEvent& key) {
@@ -71,7 +66,7 @@ ListBinding::ListBinding(ListView& list, QTreeView& view)
     view.setUniformRowHeights(true); // Otherwise each of a hundred thousand rows is measured.
     header_ = view.header();
     header_->setStretchLastSection(false);
-    shares_ = Shares(view, list.Columns().size());
+    shares_ = ColumnShares(view, rows_->columnCount());
     activate_ = [&list] { list.Activate(); };
     connect(&view, &QAbstractItemView::doubleClicked, this, [this] { Person(activate_); });
 }
@@ -113,7 +108,7 @@ void ListBinding::ShareWidth() {
     int left = view_.viewport()->width();
     const int width = left;
     for (int column = 0; column + 1 < header_->count(); ++column) {
-        const int share = width * shares_[static_cast<std::size_t>(column)] / all;
+        const int share = width * shares_[column] / all;
         header_->resizeSection(column, share);
         left -= share;
     }

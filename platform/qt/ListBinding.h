@@ -3,8 +3,6 @@
 #include "platform/qt/Binding.h"
 #include "platform/qt/RowsModel.h"
 
-#include <vector>
-
 class QAbstractItemView;
 class QHeaderView;
 class QListView;
@@ -13,9 +11,6 @@ class QTreeView;
 namespace tavrel {
 
 /// A list, of lines or of rows with columns. A click on what is selected already counts as a click.
-///
-/// The columns of a table share its width as the layout's property "columnShares" says, in percent
-/// (`20 50 30`); without it they share evenly.
 class ListBinding : public Binding {
 public:
     ListBinding(ListBox& list, QListView& view);
@@ -34,7 +29,7 @@ private:
     QAbstractItemView& view_;
     RowsModel* rows_;
     QHeaderView* header_ = nullptr;
-    std::vector<int> shares_;
+    QList<int> shares_;
     std::function<int()> selected_;
     std::function<void(int)> select_;
     std::function<void()> activate_;

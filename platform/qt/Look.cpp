@@ -110,8 +110,7 @@ QString SheetOf(const Colours& colours) {
                               font-weight: bold; }
         QLabel[band="true"][tone="attention"] { background: @attention; color: @onAttention; border-color: @attention; }
         QLabel[band="true"][tone="settled"] { background: @settled; color: @onSettled; border-color: @settled; }
-        QPushButton { padding: 5px 14px; border: 1px solid @line; border-radius: 4px; background: @button;
-                      min-width: 44px; }
+        QPushButton { padding: 5px 14px; border: 1px solid @line; border-radius: 4px; background: @button; }
         QPushButton:hover, QPushButton:focus { border-color: @accent; }
         QPushButton:pressed { background: @line; }
         QPushButton:disabled { color: @off; background: transparent; }

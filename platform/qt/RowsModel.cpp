@@ -34,7 +34,8 @@ QVariant RowsModel::data(const QModelIndex& index, int role) const {
     const bool shown = role == Qt::DisplayRole || role == Qt::ToolTipRole;
     if (!shown || !index.isValid() || index.row() >= source_.count())
         return {};
-    return ToQt(source_.text(index.row(), index.column()));
+    const QString text = ToQt(source_.text(index.row(), index.column()));
+    return role == Qt::ToolTipRole ? "<qt>" + text.toHtmlEscaped() + "</qt>" : text; // A column may be too narrow.
 }
 
 QVariant RowsModel::headerData(int section, Qt::Orientation orientation, int role) const {

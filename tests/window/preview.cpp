@@ -48,6 +48,7 @@ public:
         Picture(editor, "report", {1280, 800});
         Picture(editor, "report-smallest", {1, 1});
         Picture(editor, "report-large", {1920, 1080});
+        Picture(editor, "report-largest", {3840, 2160});
         TakeCodes();
         editor.lstHistory.ListIndex(0);
         Picture(editor, "report-older", {1280, 800});
