@@ -24,17 +24,45 @@ void DecodeText(DcmElement& element, const CharacterSet& set) {
         PutText(element, text);
 }
 
-DcmtkSequence DecodeItems(DcmSequenceOfItems& source, const std::string& inheritedSet,
-                          const std::shared_ptr<const DcmtkServices>& services) {
-    DcmtkSequence items;
-    items.reserve(source.card());
-    while (const std::unique_ptr<DcmItem> item{source.remove(0UL)}) {
-        const std::string declared = DeclaredCharacterSet(*item, inheritedSet);
-        items.push_back(std::make_shared<DcmtkDataSet>(services));
-        items.back()->Adopt(DecodeElements(*item, declared, services), declared);
+/// Decodes an item and those in it that declare no character set of their own.
+class Decoder {
+public:
+    Decoder(std::string declared, const std::shared_ptr<const DcmtkServices>& services)
+        : declared_(std::move(declared)), set_(declared_), services_(services) {}
+
+    DcmtkElements Decode(DcmItem& source) const {
+        DcmtkElements elements;
+        while (std::unique_ptr<DcmElement> element{source.remove(0UL)}) {
+            const Tag tag{element->getGTag(), element->getETag()};
+            if (tag.element == 0) // group lengths, which writing makes anew
+                continue;
+            if (element->ident() == EVR_SQ) {
+                elements.emplace(tag, DecodeItems(static_cast<DcmSequenceOfItems&>(*element)));
+                continue;
+            }
+            DecodeText(*element, set_);
+            elements.emplace(tag, std::move(element));
+        }
+        return elements;
     }
-    return items;
-}
+
+private:
+    DcmtkSequence DecodeItems(DcmSequenceOfItems& source) const {
+        DcmtkSequence items;
+        items.reserve(source.card());
+        while (const std::unique_ptr<DcmItem> item{source.remove(0UL)}) {
+            const std::string declared = DeclaredCharacterSet(*item, declared_);
+            items.push_back(std::make_shared<DcmtkDataSet>(services_));
+            items.back()->Adopt(declared == declared_ ? Decode(*item) : Decoder{declared, services_}.Decode(*item),
+                                declared);
+        }
+        return items;
+    }
+
+    std::string declared_;
+    CharacterSet set_;
+    const std::shared_ptr<const DcmtkServices>& services_;
+};
 
 } // namespace
 
@@ -45,24 +73,9 @@ std::string DeclaredCharacterSet(DcmItem& source, const std::string& inheritedSe
     return declared.c_str();
 }
 
-DcmtkElements DecodeElements(DcmItem& source, const std::string& inheritedSet,
+DcmtkElements DecodeElements(DcmItem& source, const std::string& declaredSet,
                              const std::shared_ptr<const DcmtkServices>& services) {
-    const std::string declared = DeclaredCharacterSet(source, inheritedSet);
-    const CharacterSet set{declared};
-    DcmtkElements elements;
-    while (std::unique_ptr<DcmElement> element{source.remove(0UL)}) {
-        const Tag tag{element->getGTag(), element->getETag()};
-        if (tag.element == 0) // group lengths, which writing makes anew
-            continue;
-        if (element->ident() == EVR_SQ) {
-            auto& sequence = static_cast<DcmSequenceOfItems&>(*element);
-            elements.emplace(tag, DecodeItems(sequence, declared, services));
-            continue;
-        }
-        DecodeText(*element, set);
-        elements.emplace(tag, std::move(element));
-    }
-    return elements;
+    return Decoder{declaredSet, services}.Decode(source);
 }
 
 } // namespace tavrel

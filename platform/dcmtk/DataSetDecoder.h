@@ -6,12 +6,12 @@ class DcmItem;
 
 namespace tavrel {
 
-/// Takes the elements out of the toolkit's item `source` and decodes their text to UTF-8. Items that
-/// declare no character set of their own use `inheritedSet`.
-DcmtkElements DecodeElements(DcmItem& source, const std::string& inheritedSet,
-                             const std::shared_ptr<const DcmtkServices>& services);
-
 /// The Specific Character Set (0008,0005) that `source` declares, or the inherited one.
-std::string DeclaredCharacterSet(DcmItem& source, const std::string& inheritedSet);
+std::string DeclaredCharacterSet(DcmItem& source, const std::string& inheritedSet = {});
+
+/// Takes the elements out of the toolkit's item `source` and decodes their text to UTF-8 from
+/// `declaredSet`, or from the set that a nested item declares.
+DcmtkElements DecodeElements(DcmItem& source, const std::string& declaredSet,
+                             const std::shared_ptr<const DcmtkServices>& services);
 
 } // namespace tavrel

@@ -77,8 +77,8 @@ void CheckValue(std::string_view text, std::string_view vr, const Place& place) 
     for (std::string_view rest = text; !rest.empty();) {
         const auto end = std::min(rest.find('\\'), rest.size());
         if (end > longestUid)
-            throw DicomFailure(DicomFault::NotSendable, "The UID " + std::string{rest.substr(0, end)} + " of " +
-                                                            place.Name() + " is longer than 64 characters.");
+            throw DicomFailure(DicomFault::BadValue, "The UID " + std::string{rest.substr(0, end)} + " of " +
+                                                         place.Name() + " is longer than 64 characters.");
         rest.remove_prefix(std::min(end + 1, rest.size()));
     }
 }

@@ -22,8 +22,6 @@
 namespace tavrel {
 namespace {
 
-constexpr std::uint16_t lastEarlyGroup = 0x0008;
-
 /// Blanks before these values mean nothing (PS3.5, table 6.2-1).
 bool IgnoresLeadingBlanks(std::string_view vr) {
     return vr != "LT" && vr != "ST" && vr != "UT" && vr != "UC";
@@ -73,16 +71,14 @@ void DcmtkDataSet::ReadInto(const ParsedFile& file) const {
     DcmtkElements elements;
     if (file.meta)
         elements = DecodeElements(*file.meta, {}, services_);
-    characterSet_ = DeclaredCharacterSet(*file.data, {});
-    elements.merge(DecodeElements(*file.data, {}, services_));
+    characterSet_ = DeclaredCharacterSet(*file.data);
+    elements.merge(DecodeElements(*file.data, characterSet_, services_));
     elements_ = std::move(elements);
 }
 
 void DcmtkDataSet::ParseEarlyPart() const {
     if (earlyPartParsed_)
         return;
-    if (!file_->HasEarlyPart())
-        return ParseAll();
     ReadInto(file_->ParseEarlyPart());
     earlyPartParsed_ = true;
 }
@@ -110,7 +106,7 @@ void DcmtkDataSet::Adopt(DcmtkElements elements, std::string characterSet) {
 }
 
 const DcmElement* DcmtkDataSet::Find(Tag tag) const {
-    tag.group <= lastEarlyGroup ? ParseEarlyPart() : ParseAll();
+    file_&& tag.group <= file_->LastEarlyGroup() ? ParseEarlyPart() : ParseAll();
     const auto found = elements_.find(tag);
     if (found == elements_.end())
         return nullptr;

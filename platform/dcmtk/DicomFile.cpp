@@ -11,7 +11,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <optional>
 #include <utility>
 
 #include <fcntl.h>
@@ -23,6 +22,10 @@ namespace {
 
 /// More than this is not kept in memory for a file that may never be asked.
 constexpr std::uint64_t mostEarlyBytes = 16 * 1024;
+
+/// A report is read in one piece mostly; an image's header is a fraction of its file.
+constexpr std::size_t wholePiece = 256 * 1024;
+constexpr std::size_t headerPiece = 16 * 1024;
 
 E_TransferSyntax ToolkitSyntax(const std::string& declared, bool explicitVr, bool bigEndian) {
     if (!declared.empty())
@@ -65,9 +68,11 @@ public:
 
     const Identity& FileIdentity() const { return identity_; }
 
-    DicomLayout Scan(ScanExtent extent) {
+    DicomLayout Scan(std::uint16_t lastGroup) const {
         try {
-            return ScanDicom(window_.emplace(handle_, identity_.size), extent);
+            const auto piece = lastGroup == everyGroup ? wholePiece : headerPiece;
+            ByteWindow window{handle_, identity_.size, piece};
+            return ScanDicom(window, lastGroup);
         } catch (const StructureFault& fault) {
             throw NoDicom(path_, fault.what());
         }
@@ -92,22 +97,24 @@ private:
     const std::string& path_;
     int handle_ = -1;
     Identity identity_;
-    std::optional<ByteWindow> window_;
 };
 
-DicomFile::DicomFile(std::string_view path, ScanExtent extent)
-    : path_(NativePath(std::string{path})), extent_(extent) {}
+DicomFile::DicomFile(std::string_view path, bool checked) : path_(NativePath(std::string{path})), checked_(checked) {}
 
 DicomFile DicomFile::Unopened(std::string_view path) {
-    return {path, ScanExtent::Header};
+    return {path, false};
 }
 
 DicomFile DicomFile::Checked(std::string_view path) {
-    DicomFile result{path, ScanExtent::Whole};
-    OpenFile file{result.path_};
+    DicomFile result{path, true};
+    const OpenFile file{result.path_};
     result.identity_ = file.FileIdentity();
-    result.KeepEarlyPart(file.Scan(ScanExtent::Whole), file);
+    result.KeepEarlyPart(file.Scan(everyGroup), file);
     return result;
+}
+
+std::uint16_t DicomFile::LastEarlyGroup() const {
+    return checked_ ? 0x0008 : 0x0020;
 }
 
 void DicomFile::KeepEarlyPart(const DicomLayout& layout, const OpenFile& file) {
@@ -121,17 +128,25 @@ void DicomFile::KeepEarlyPart(const DicomLayout& layout, const OpenFile& file) {
 }
 
 ParsedFile DicomFile::ParseEarlyPart() {
+    if (!checked_)
+        return Read(LastEarlyGroup());
+    if (early_.empty())
+        return Parse();
     const std::string bytes = std::exchange(early_, {});
     return ParseBytes(bytes, earlyMetaLength_, transferSyntax_, explicitVr_, bigEndian_);
 }
 
 ParsedFile DicomFile::Parse() const {
-    OpenFile file{path_};
-    if (extent_ == ScanExtent::Whole && file.FileIdentity() != identity_)
+    return Read(checked_ ? everyGroup : lastHeaderGroup);
+}
+
+ParsedFile DicomFile::Read(std::uint16_t lastGroup) const {
+    const OpenFile file{path_};
+    if (checked_ && file.FileIdentity() != identity_)
         throw DicomFailure(DicomFault::FileChanged,
                            "The file " + path_ +
                                " was changed or replaced since it was opened. Open the report again.");
-    const DicomLayout layout = file.Scan(extent_);
+    const DicomLayout layout = file.Scan(lastGroup);
     return ParseBytes(file.Read(layout.metaBegin, layout.dataEnd),
                       static_cast<std::size_t>(layout.dataBegin - layout.metaBegin), layout.transferSyntax,
                       layout.explicitVr, layout.bigEndian);

@@ -27,9 +27,10 @@ public:
     /// Looks at nothing yet; its header alone will be read, never its pixel data.
     static DicomFile Unopened(std::string_view path);
 
-    /// Whether the groups up to 0008 are at hand.
-    bool HasEarlyPart() const { return !early_.empty(); }
-    /// Gives them up: they are parsed once.
+    /// The groups up to this one can be had for little: 0008 of a checked file; of an unopened one
+    /// 0020, which is all that tells an image's patient, study and series.
+    std::uint16_t LastEarlyGroup() const;
+    /// Those groups, or the whole file when they are not at hand. To be called once.
     ParsedFile ParseEarlyPart();
 
     /// Reads the file. A file that is no longer the one that was checked is an error.
@@ -47,13 +48,14 @@ private:
     };
     class OpenFile;
 
-    DicomFile(std::string_view path, ScanExtent extent);
+    DicomFile(std::string_view path, bool checked);
+    ParsedFile Read(std::uint16_t lastGroup) const;
     void KeepEarlyPart(const DicomLayout& layout, const OpenFile& file);
     ParsedFile ParseBytes(std::string_view bytes, std::size_t metaLength, const std::string& transferSyntax,
                           bool explicitVr, bool bigEndian) const;
 
     std::string path_; ///< native
-    ScanExtent extent_;
+    bool checked_;
     Identity identity_;
     std::string early_; ///< meta information and data set up to group 0008
     std::uint32_t earlyMetaLength_ = 0;

@@ -15,7 +15,6 @@
 namespace tavrel {
 namespace {
 
-constexpr std::size_t windowSize = 256 * 1024;
 constexpr std::size_t deepestNesting = 64;
 constexpr std::size_t mostElements = 500'000;
 constexpr std::uint32_t undefinedLength = 0xFFFFFFFF;
@@ -68,7 +67,7 @@ struct Frame {
 
 class Scan {
 public:
-    Scan(ByteWindow& bytes, ScanExtent extent) : bytes_(bytes), extent_(extent) {}
+    Scan(ByteWindow& bytes, std::uint16_t lastGroup) : bytes_(bytes), lastGroup_(lastGroup) {}
 
     DicomLayout Run() {
         FindDataSet();
@@ -204,7 +203,7 @@ private:
         if (frames_.size() == 1) {
             if (layout_.earlyEnd == 0 && header.group > 0x0008)
                 layout_.earlyEnd = at_;
-            if (extent_ == ScanExtent::Header && header.group >= 0x7FE0)
+            if (header.group > lastGroup_)
                 return false;
         }
         PassElement(frame, header);
@@ -283,7 +282,7 @@ private:
     }
 
     ByteWindow& bytes_;
-    ScanExtent extent_;
+    std::uint16_t lastGroup_;
     DicomLayout layout_;
     std::vector<Frame> frames_;
     std::uint64_t at_ = 0;
@@ -293,7 +292,7 @@ private:
 } // namespace
 
 void ByteWindow::Move(std::uint64_t offset, std::size_t count) {
-    buffer_.resize(static_cast<std::size_t>(std::min<std::uint64_t>(size_, windowSize)));
+    buffer_.resize(static_cast<std::size_t>(std::min<std::uint64_t>(size_, pieceSize_)));
     std::size_t filled = 0;
     while (filled < buffer_.size()) {
         const auto got =
@@ -309,8 +308,8 @@ void ByteWindow::Move(std::uint64_t offset, std::size_t count) {
     windowEnd_ = offset + filled;
 }
 
-DicomLayout ScanDicom(ByteWindow& bytes, ScanExtent extent) {
-    return Scan{bytes, extent}.Run();
+DicomLayout ScanDicom(ByteWindow& bytes, std::uint16_t lastGroup) {
+    return Scan{bytes, lastGroup}.Run();
 }
 
 } // namespace tavrel

@@ -11,8 +11,8 @@ namespace tavrel {
 /// Random access to the bytes of an open file or of a block of memory, through one window.
 class ByteWindow {
 public:
-    /// Neither the file descriptor nor the bytes are owned.
-    ByteWindow(int file, std::uint64_t size) : file_(file), size_(size) {}
+    /// Neither the file descriptor nor the bytes are owned. A file is read in pieces of `pieceSize`.
+    ByteWindow(int file, std::uint64_t size, std::size_t pieceSize) : file_(file), size_(size), pieceSize_(pieceSize) {}
     explicit ByteWindow(std::span<const std::uint8_t> bytes)
         : size_(bytes.size()), window_(bytes.data()), windowEnd_(bytes.size()) {}
 
@@ -31,6 +31,7 @@ private:
 
     int file_ = -1;
     std::uint64_t size_;
+    std::size_t pieceSize_ = 0;
     const std::uint8_t* window_ = nullptr;
     std::uint64_t windowBegin_ = 0;
     std::uint64_t windowEnd_ = 0;
@@ -54,14 +55,13 @@ struct DicomLayout {
     bool bigEndian = false;
 };
 
-enum class ScanExtent {
-    Whole,
-    Header, ///< ends before the pixel data, which stay unread
-};
+inline constexpr std::uint16_t everyGroup = 0xFFFF;
+inline constexpr std::uint16_t lastHeaderGroup = 0x7FDF; ///< the pixel data come next
 
 /// Walks the structure of a DICOM file without parsing a value: lengths lie within what holds them,
 /// sequences nest at most 64 deep, elements number at most half a million, nothing is compressed
-/// as a stream. A toolkit may then parse the bytes without fear for its stack. Throws StructureFault.
-DicomLayout ScanDicom(ByteWindow& bytes, ScanExtent extent);
+/// as a stream. A toolkit may then parse the bytes without fear for its stack. Ends before the data
+/// set's first group after `lastGroup`; what follows stays unread. Throws StructureFault.
+DicomLayout ScanDicom(ByteWindow& bytes, std::uint16_t lastGroup);
 
 } // namespace tavrel

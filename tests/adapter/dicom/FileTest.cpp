@@ -19,6 +19,7 @@ constexpr Tag patientName{0x0010, 0x0010};
 constexpr Tag birthDate{0x0010, 0x0030};
 constexpr Tag oddStudyElement{0x0020, 0x0008};
 constexpr Tag seriesUid{0x0020, 0x000E};
+constexpr Tag photometric{0x0028, 0x0004};
 constexpr Tag content{0x0040, 0xA730};
 constexpr Tag textValue{0x0040, 0xA160};
 
@@ -219,11 +220,13 @@ TEST_F(Files, NoFileIsKeptOpen) {
 
 TEST_F(Files, AnImageSeriesCostsNothingUntilItIsAskedAndNeverItsPixels) {
     const std::string pixels(1'000'000, 'x');
-    WriteBytes(Path("image.dcm"), RawDicom{}.Text(patientName, "PN", "Doe^Jane").Pixels(pixels).File());
+    WriteBytes(Path("image.dcm"),
+               RawDicom{}.Text(patientName, "PN", "Doe^Jane").Text(photometric, "CS", "RGB").Pixels(pixels).File());
     const std::vector<std::string> paths{Path("absent.dcm"), Path("image.dcm")};
     const auto series = library.dicom.OpenImageSeries(paths);
     EXPECT_EQ(series->Count(), 2);
     EXPECT_EQ(series->GetElementString(1, patientName), "Doe^Jane");
+    EXPECT_EQ(series->GetElementString(1, photometric), "RGB");
     EXPECT_EQ(series->GetElementString(1, {0x7FE0, 0x0010}), "");
     EXPECT_THROW(series->GetElementString(0, patientName), Error);
 }

@@ -78,7 +78,7 @@ std::string Mutated(std::string bytes, std::mt19937& random) {
 TEST(DamagedFiles, AreReadOrRefusedButUpsetNothing) {
     std::mt19937 random{20261115};
     for (const auto& seed : Seeds()) {
-        for (int round = 0; round < 400; ++round) {
+        for (int round = 0; round < 1000; ++round) {
             const auto bytes = Mutated(seed, random);
             EXPECT_EQ(LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()), 0);
         }

@@ -3,10 +3,16 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <atomic>
 #include <chrono>
 #include <thread>
 
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace tavrel::test {
 namespace {
@@ -18,6 +24,36 @@ constexpr Tag sopInstanceUid{0x0008, 0x0018};
 constexpr Tag studyUid{0x0020, 0x000D};
 constexpr Tag characterSet{0x0008, 0x0005};
 constexpr Tag seriesDescription{0x0008, 0x103E};
+
+/// A port whose queue of callers is full: who calls it gets no answer at all.
+class DeafPort {
+public:
+    DeafPort() {
+        auto* generic = reinterpret_cast<sockaddr*>(&address_);
+        address_.sin_family = AF_INET;
+        address_.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t length = sizeof address_;
+        for (int& caller : sockets_)
+            caller = ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+        const bool listens = ::bind(sockets_[0], generic, length) == 0 && ::listen(sockets_[0], 0) == 0 &&
+                             ::getsockname(sockets_[0], generic, &length) == 0;
+        EXPECT_TRUE(listens);
+        for (std::size_t caller = 1; caller < sockets_.size(); ++caller)
+            ::connect(sockets_[caller], generic, length);
+    }
+    DeafPort(const DeafPort&) = delete;
+    DeafPort& operator=(const DeafPort&) = delete;
+    ~DeafPort() {
+        for (const int caller : sockets_)
+            ::close(caller);
+    }
+
+    std::string Port() const { return std::to_string(ntohs(address_.sin_port)); }
+
+private:
+    sockaddr_in address_{};
+    std::array<int, 6> sockets_{}; ///< the listener and its callers
+};
 
 class Storing : public testing::Test {
 protected:
@@ -147,6 +183,14 @@ TEST_F(Storing, ASilentServiceIsWaitedForOnlySoLong) {
         EXPECT_LT(steady_clock::now() - start, std::chrono::milliseconds{1900});
         ExpectKept(failure);
     }
+}
+
+TEST_F(Storing, AServiceThatTakesNoConnectionIsWaitedForOnlySoLong) {
+    const DeafPort deaf;
+    const auto start = steady_clock::now();
+    const auto failure = FailureOf([&] { Store(deaf.Port()); });
+    EXPECT_LT(steady_clock::now() - start, std::chrono::milliseconds{1900});
+    ExpectKept(failure);
 }
 
 TEST_F(Storing, KeptVersionsAreTheOwnersAlone) {
