@@ -46,9 +46,10 @@ int Run(PosixProcess& process) {
     Global global({dicom, database, windows, files, process, userInformation, clock});
 
     frmBase codeTables(global);
+    QtReportPrinter printer(windows);
     std::optional<frmReport> editor; // the chooser's New is the editor's, which holds the chooser
     frmSRSeriesChoice chooser(global, [&] { editor->cmdNew_Click(); });
-    editor.emplace(global, serviceEvents, chooser, codeTables);
+    editor.emplace(global, serviceEvents, chooser, codeTables, printer);
 
     Main(global);
     if (!process.StartedByAutomation())

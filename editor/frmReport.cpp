@@ -31,8 +31,9 @@ std::string AgeText(const DateTime& birth, const DateTime& today) {
 
 } // namespace
 
-frmReport::frmReport(Global& global, ServiceEvents& serviceEvents, frmSRSeriesChoice& chooser, frmBase& codeTables)
-    : Form("frmReport"), global_(global), serviceEvents_(serviceEvents), chooser_(chooser),
+frmReport::frmReport(Global& global, ServiceEvents& serviceEvents, frmSRSeriesChoice& chooser, frmBase& codeTables,
+                     ReportPrinter& printer)
+    : Form("frmReport"), global_(global), serviceEvents_(serviceEvents), chooser_(chooser), printer_(printer),
       codedEntries_(global, codeTables, *this, {lstFinding, cmdFnAdd, cmdFnModify, cmdFnDelete},
                     {lstDiagnosis, cmdDxAdd, cmdDxModify, cmdDxDelete}, cmdTitle, cmdBaseBody),
       images_(global) {
@@ -43,6 +44,7 @@ frmReport::frmReport(Global& global, ServiceEvents& serviceEvents, frmSRSeriesCh
     cmdNew.Click = [this] { cmdNew_Click(); };
     cmdLastVersion.Click = [this] { cmdLastVersion_Click(); };
     cmdOthers.Click = [this] { cmdOthers_Click(); };
+    cmdPrint.Click = [this] { cmdPrint_Click(); };
     cmdClose.Click = [this] { cmdClose_Click(); };
     txtReportTitle.Filter = PlainText;
     txtReportAnnotation.Filter = PlainText;

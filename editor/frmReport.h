@@ -2,8 +2,10 @@
 
 #include "codes/CodedEntries.h"
 #include "editor/ImageHandOver.h"
+#include "editor/PrintTable.h"
 #include "editor/ReportOwner.h"
 #include "host/Global.h"
+#include "platform/printer.h"
 #include "platform/service_events.h"
 
 #include <memory>
@@ -20,7 +22,8 @@ class ObservationContext;
 class frmReport : public Form, private ServiceEventHandler {
 public:
     /// `codeTables` writes coded findings and diagnoses into this form's lists.
-    frmReport(Global& global, ServiceEvents& serviceEvents, frmSRSeriesChoice& chooser, frmBase& codeTables);
+    frmReport(Global& global, ServiceEvents& serviceEvents, frmSRSeriesChoice& chooser, frmBase& codeTables,
+              ReportPrinter& printer);
     ~frmReport() override;
 
     /// Shows the current document for `owner`, in a window made now or already there.
@@ -50,6 +53,7 @@ public:
     void cmdNew_Click();
     void cmdLastVersion_Click();
     void cmdOthers_Click();
+    void cmdPrint_Click();
     void cmdClose_Click();
 
     Label lblState{*this, "lblState"}; ///< what the rest of the screen says, in one line
@@ -106,6 +110,7 @@ private:
     void ShowState();
     void SelectLastVersion();
     void PutTitleAndReading(DcmSRDocument& document);
+    PrintRow PrintedRow() const;
 
     void OnConnection(const std::string&, const std::string&, const std::string&) override;
     void OnEndConnection(const std::string&, const std::string&, const std::string&) override;
@@ -115,6 +120,7 @@ private:
     Global& global_;
     ServiceEvents& serviceEvents_;
     frmSRSeriesChoice& chooser_;
+    ReportPrinter& printer_;
     CodedEntries codedEntries_;
     ImageHandOver images_;
     ReportOwner* owner_ = nullptr;

@@ -1,5 +1,6 @@
 // The buttons of the report editor that commit the physician's work or change what is shown.
 
+#include "editor/PrintReport.h"
 #include "editor/frmReport.h"
 #include "host/Catalogue.h"
 #include "host/ErrorReport.h"
@@ -85,6 +86,31 @@ void frmReport::cmdOthers_Click() {
         choosing_ = false;
         Form_Load();
     });
+}
+
+void frmReport::cmdPrint_Click() {
+    TrapShort(global_.ports.windows, "CmdPrint: ", [&] {
+        if (FillPrintTable(global_, PrintedRow()))
+            ShowPrintReport(global_, printer_);
+    });
+}
+
+PrintRow frmReport::PrintedRow() const {
+    return {txtPtName.Text(),
+            txtPtBirthDate.Text(),
+            txtPtAge.Text(),
+            txtPtSex.Text(),
+            txtPtPatientID.Text(),
+            txtStDate.Text(),
+            txtStDescription.Text(),
+            txtPhysician.Text(),
+            cmbReportTitle.Text(),
+            txtReportTitle.Text(),
+            txtReferringPhysician.Text(),
+            txtUpdateDate.Text(),
+            txtApprovingPhysician.Text(),
+            txtApprovalDate.Text(),
+            txtReportAnnotation.Text()};
 }
 
 void frmReport::cmdClose_Click() {

@@ -59,13 +59,15 @@ bool IsOfTheCalendar(const DateTime& date) {
 } // namespace
 
 std::optional<DateTime> ParseDate(std::string_view text) {
-    const bool withTime = HasShape(text, "00/00/0000 00:00:00");
-    if (!withTime && !HasShape(text, "00/00/0000"))
+    constexpr std::size_t dateLength = 10;
+    const auto day = text.substr(0, dateLength), time = text.substr(day.size());
+    const bool yearFirst = HasShape(day, "0000-00-00"), withTime = HasShape(time, " 00:00:00");
+    if (!(yearFirst || HasShape(day, "00/00/0000")) || !(withTime || time.empty()))
         return std::nullopt;
     DateTime date;
-    date.day = NumberAt<std::int8_t>(text, 0, 2);
-    date.month = NumberAt<std::int8_t>(text, 3, 2);
-    date.year = NumberAt<std::int16_t>(text, 6, 4);
+    date.day = NumberAt<std::int8_t>(text, yearFirst ? 8 : 0, 2);
+    date.month = NumberAt<std::int8_t>(text, yearFirst ? 5 : 3, 2);
+    date.year = NumberAt<std::int16_t>(text, yearFirst ? 0 : 6, 4);
     if (withTime) {
         date.hour = NumberAt<std::int8_t>(text, 11, 2);
         date.minute = NumberAt<std::int8_t>(text, 14, 2);

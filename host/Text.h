@@ -21,7 +21,7 @@ std::string TimeText(const DateTime& time);
 std::string DateTimeText(const DateTime& dateTime);
 /// "dd/mm/yyyy hh:mm:ss", midnight included.
 std::string FullDateTimeText(const DateTime& dateTime);
-/// Reads "dd/mm/yyyy", with or without a time; nothing when it is no date of the calendar.
+/// Reads "dd/mm/yyyy" or "yyyy-mm-dd", with or without a time; nothing when it is no date of the calendar.
 std::optional<DateTime> ParseDate(std::string_view text);
 
 /// The text of a value; nothing is empty text, a date-time as `DateTimeText`.

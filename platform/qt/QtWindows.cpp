@@ -168,14 +168,19 @@ Answer QtWindows::Ask(const MessageBox& message) {
     box.setEscapeButton(ToQt(offered.back()));
     if (AnyTopMost())
         box.setWindowFlag(Qt::WindowStaysOnTopHint);
-    PutOver(box, ActiveWindow());
-    ++messages_;
-    const int pressed = box.exec();
-    --messages_;
-    TellIfLast();
+    const int pressed = RunDialog(box);
     const auto given =
         std::ranges::find(offered, pressed, [](Answer answer) { return static_cast<int>(ToQt(answer)); });
     return given == offered.end() ? offered.back() : *given;
+}
+
+int QtWindows::RunDialog(QDialog& dialog) {
+    PutOver(dialog, ActiveWindow());
+    ++dialogs_;
+    const int result = dialog.exec();
+    --dialogs_;
+    TellIfLast();
+    return result;
 }
 
 bool QtWindows::AnyTopMost() const {
@@ -186,7 +191,7 @@ bool QtWindows::AnyTopMost() const {
 }
 
 bool QtWindows::AnyWindowOpen() const {
-    return messages_ > 0 || std::ranges::any_of(windows_, [](const auto& entry) { return entry.second->isVisible(); });
+    return dialogs_ > 0 || std::ranges::any_of(windows_, [](const auto& entry) { return entry.second->isVisible(); });
 }
 
 void QtWindows::TellIfLast() const {

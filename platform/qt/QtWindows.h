@@ -5,6 +5,7 @@
 
 #include <map>
 
+class QDialog;
 class QEventLoop;
 
 namespace tavrel {
@@ -26,7 +27,11 @@ public:
     void MakeTopMost(Form& form) override;
     Answer Ask(const MessageBox& message) override;
 
-    /// A form or a message box stands on the screen.
+    /// Shows a dialog that is no form over the window that the person works in and answers its result
+    /// when it is closed.
+    int RunDialog(QDialog& dialog);
+
+    /// A form, a message box or another dialog stands on the screen.
     bool AnyWindowOpen() const;
     /// Called whenever the last window has gone.
     std::function<void()> LastWindowGone;
@@ -44,7 +49,7 @@ private:
     const Layouts& layouts_;
     std::map<const Form*, FormWindow*> windows_;
     std::multimap<const Form*, QEventLoop*> waiting_; ///< the modal shows that wait for a form to go
-    int messages_ = 0;                                ///< message boxes on the screen
+    int dialogs_ = 0;                                 ///< dialogs on the screen
 };
 
 /// What does not pair between a form and its layout, one line for each name.

@@ -300,7 +300,7 @@ TEST(ReportDisplay, ReloadingReleasesTheStorageServiceBeforeItListensAgain) {
     } events;
     ReportingStation station;
     station.OpenReport();
-    frmReport editor(station.global, events, station.chooser, station.codeTables);
+    frmReport editor(station.global, events, station.chooser, station.codeTables, station.printer);
     editor.Form_Load();
     editor.Form_Load();
     EXPECT_EQ(events.attached, 2);

@@ -7,6 +7,7 @@
 #include "platform/error.h"
 #include "sr/DcmSRDocument.h"
 #include "sr/ImagePresentationContext.h"
+#include "tests/support/FakeReportPrinter.h"
 #include "tests/support/Workstation.h"
 
 #include <algorithm>
@@ -25,9 +26,10 @@ class ReportingStation : public Workstation {
 public:
     ReportingStation() : Workstation(NotStarted) { AddExampleStudy(); }
 
+    FakeReportPrinter printer;
     frmBase codeTables{global};
     frmSRSeriesChoice chooser{global, [this] { editor.cmdNew_Click(); }};
-    frmReport editor{global, serviceEvents, chooser, codeTables};
+    frmReport editor{global, serviceEvents, chooser, codeTables, printer};
     CTavrel automation{global, viewers, chooser, editor};
 
     DcmSRDocument& Document() { return *global.currentDocument; }

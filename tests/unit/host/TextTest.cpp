@@ -41,6 +41,11 @@ TEST(DatesFromText, AreReadBackAsTheyWereWritten) {
     EXPECT_EQ(ParseDate("29/02/2024"), (DateTime{2024, 2, 29}));
 }
 
+TEST(DatesFromText, MayHaveTheYearFirst) {
+    EXPECT_EQ(ParseDate("1960-05-20"), (DateTime{1960, 5, 20}));
+    EXPECT_EQ(ParseDate("2026-11-05 08:05:09"), Morning);
+}
+
 class NoDates : public testing::TestWithParam<std::string_view> {};
 
 TEST_P(NoDates, AreRefused) {
@@ -51,7 +56,8 @@ INSTANTIATE_TEST_SUITE_P(, NoDates,
                          testing::Values("", "5/11/2026", "05-11-2026", "2026/11/05", "30/02/2026", "29/02/2026",
                                          "00/01/2026", "01/13/2026", "01/01/0000", "05/11/2026 ", "05/11/2026 24:00:00",
                                          "05/11/2026 08:60:00", "05/11/2026 08:05:60", "05/11/2026 08:05", "aa/bb/cccc",
-                                         "+5/11/2026"));
+                                         "+5/11/2026", "2026-11-5", "2026-02-30", "2026-11-05 ", "2026-11-05T08:05:09",
+                                         "20-11-2026"));
 
 TEST(Values, BecomeText) {
     EXPECT_EQ(TextOf({}), "");

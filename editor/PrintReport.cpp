@@ -1,0 +1,118 @@
+#include "editor/PrintReport.h"
+
+#include "editor/DicomDB.h"
+
+#include <utility>
+
+namespace tavrel {
+namespace {
+
+using Kind = PrintControl::Kind;
+using Align = PrintControl::Align;
+
+constexpr double PageWidth = 170; // millimetres between the margins of an A4 page
+
+/// A caption in small grey with its value below it.
+void AddField(PrintSection& section, std::string label, std::string caption, std::string box, std::string column,
+              double left, double top, double width) {
+    section.controls.push_back({.name = std::move(label),
+                                .text = std::move(caption),
+                                .left = left,
+                                .top = top,
+                                .width = width,
+                                .height = 4.5,
+                                .fontSize = 8.5,
+                                .faint = true});
+    section.controls.push_back({.name = std::move(box),
+                                .kind = Kind::Field,
+                                .text = std::move(column),
+                                .left = left,
+                                .top = top + 4.5,
+                                .width = width,
+                                .height = 6,
+                                .fontSize = 11,
+                                .canGrow = true});
+}
+
+PrintSection PageHeader() {
+    PrintSection section{.name = "IntestazionePagina",
+                         .kind = PrintSection::Kind::PageHeader,
+                         .height = 26,
+                         .ruled = true,
+                         .controls = {}};
+    section.controls = {
+        {.name = "imgLogo", .kind = Kind::Image, .text = {}, .width = 80, .height = 22},
+        {.name = "lblReport",
+         .text = "Relazione clinica",
+         .left = 85,
+         .top = 12,
+         .width = PageWidth - 85,
+         .height = 10,
+         .fontSize = 18,
+         .bold = true,
+         .align = Align::Right},
+        {.name = "Label6", .text = "%i", .top = 14, .width = 80, .height = 8, .fontSize = 13},
+    };
+    return section;
+}
+
+PrintSection Detail() {
+    PrintSection section{
+        .name = "DetailsCommand_Dettaglio", .kind = PrintSection::Kind::Detail, .height = 80, .controls = {}};
+    AddField(section, "Label1", "Paziente", "TextBox1", "PATIENTNAME", 0, 2, 105);
+    AddField(section, "Label2", "Identificativo paziente", "TextBox2", "PATIENTID", 115, 2, 55);
+    AddField(section, "Label3", "Data di nascita", "TextBox5", "BIRTHDATE", 0, 16, 45);
+    AddField(section, "Label4", "Età", "TextBox4", "AGE", 50, 16, 25);
+    AddField(section, "Label5", "Sesso", "TextBox3", "SEX", 80, 16, 25);
+    AddField(section, "Label7", "Data studio", "TextBox7", "STUDYDATE", 115, 16, 55);
+    AddField(section, "Label12", "Referto", "TextBox18", "READING", 0, 34, PageWidth);
+    AddField(section, "Label8", "Il medico", "TextBox6", "APPROVINGPHYSICIAN", 0, 68, 105);
+    AddField(section, "Label9", "Data referto", "TextBox8", "APPROVINGDATE", 115, 68, 55);
+    return section;
+}
+
+PrintSection PageFooter() {
+    PrintSection section{.name = "PièDiPaginaPagina",
+                         .kind = PrintSection::Kind::PageFooter,
+                         .height = 9,
+                         .ruled = true,
+                         .controls = {}};
+    section.controls = {
+        {.name = "Label24", .text = "Referto stampato il ", .top = 3, .width = 29, .height = 5, .fontSize = 9},
+        {.name = "Label25", .text = "%d", .left = 29, .top = 3, .width = 40, .height = 5, .fontSize = 9},
+    };
+    return section;
+}
+
+} // namespace
+
+PrintLayout PrintReportLayout() {
+    PrintLayout layout{.name = "PrintReport",
+                       .caption = "Printing report",
+                       .title = "Printing report",
+                       .fontFamily = "Arial",
+                       .sections = {}};
+    layout.sections.push_back({.name = "IntestazioneReport", .kind = PrintSection::Kind::ReportHeader, .controls = {}});
+    layout.sections.push_back(PageHeader());
+    layout.sections.push_back(Detail());
+    layout.sections.push_back(PageFooter());
+    layout.sections.push_back({.name = "PièDiPaginaReport", .kind = PrintSection::Kind::ReportFooter, .controls = {}});
+    return layout;
+}
+
+void ShowPrintReport(Global& global, ReportPrinter& printer) {
+    DicomDB dicomDB(global.ports.database);
+    PrintLayout layout = PrintReportLayout();
+
+    const std::string logo = global.ports.process.ApplicationFolder() + "\\Logo.bmp";
+    const bool hasLogo = global.ports.files.Exists(logo);
+    layout.Control("imgLogo").visible = hasLogo;
+    layout.Control("Label6").visible = !hasLogo;
+    if (hasLogo)
+        layout.Control("imgLogo").text = logo;
+
+    const auto rows = dicomDB.Report();
+    printer.ShowModal(layout, *rows, global.ports.clock.Now());
+}
+
+} // namespace tavrel

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "host/Global.h"
+#include "platform/printer.h"
+
+namespace tavrel {
+
+/// The page that a hospital hands out: logo or title, patient, study, reading, who approved it and
+/// when. Its labels are Italian.
+PrintLayout PrintReportLayout();
+
+/// Prints the print table: with "Logo.bmp" of the program's folder in the page header where there is
+/// one, the title in its place otherwise. A failure is the caller's.
+void ShowPrintReport(Global& global, ReportPrinter& printer);
+
+} // namespace tavrel
