@@ -53,8 +53,9 @@ void Binding::ShowState(bool inReach) {
 void Binding::Person(const std::function<void()>& act) {
     if (showing_ || !control_)
         return;
-    if (!InputBlock::On())
+    if (!InputBlock::On() && InReach())
         return act();
+    // An assistive technology asks neither.
     Show(Change::State);
     Show(Change::Selection);
 }

@@ -25,8 +25,8 @@ protected:
     virtual void ShowItems() {}
     virtual void ShowSelection() {}
 
-    /// Hands in what a person did. Changes that the program itself shows are none, and while work is
-    /// going on nothing is taken.
+    /// Hands in what a person did. Changes that the program itself shows are none. Nothing is taken
+    /// while work is going on or the control is out of reach: the widget is put right again.
     void Person(const std::function<void()>& act);
     /// Changes the widget without taking that for a person's doing.
     void Quietly(const std::function<void()>& change);

@@ -100,6 +100,8 @@ QString TextBoxBinding::Filtered(const QString& text) const {
 }
 
 void TextBoxBinding::LineEdited() {
+    if (box_.Locked())
+        return Show(Change::State);
     const QString text = line_->text();
     const QString filtered = Filtered(text);
     box_.Typed(FromQt(filtered));
@@ -111,6 +113,8 @@ void TextBoxBinding::LineEdited() {
 }
 
 void TextBoxBinding::ParagraphsEdited() {
+    if (box_.Locked())
+        return Show(Change::State);
     const QString text = ToQt(FromQt(Shown()));
     const QString filtered = Filtered(text);
     box_.Typed(FromQt(filtered));

@@ -156,6 +156,29 @@ TEST_F(Fields, ADisabledFramePutsWhatItHoldsOutOfReach) {
     EXPECT_EQ(form_.txtParagraphs.Text(), "");
 }
 
+TEST_F(Fields, WhatAnAssistiveTechnologyWritesInADisabledFrameIsPutRight) {
+    form_.txtInside.Text("99SS");
+    form_.txtParagraphs.Text("No lesions.");
+    form_.frmInside.Enabled(false);
+
+    Find<QLineEdit>("txtInside").setText("SRT");
+    paragraphs_.setPlainText("Lesions.");
+
+    EXPECT_EQ(form_.txtInside.Text(), "99SS");
+    EXPECT_EQ(form_.txtParagraphs.Text(), "No lesions.");
+    EXPECT_EQ(paragraphs_.toPlainText(), "No lesions.");
+}
+
+TEST_F(Fields, ADisabledComboBoxKeepsItsText) {
+    form_.cmbBox.Text("Chest");
+    form_.cmbBox.Enabled(false);
+
+    box_.lineEdit()->setText("Knee");
+
+    EXPECT_EQ(form_.cmbBox.Text(), "Chest");
+    EXPECT_EQ(box_.currentText(), "Chest");
+}
+
 TEST_F(Fields, ALongTextInADisabledFrameCanStillBeCopied) {
     form_.txtParagraphs.Text("No lesions.");
     form_.frmInside.Enabled(false);

@@ -202,6 +202,20 @@ TEST_F(TextBoxes, CannotBeTypedIntoWhileLocked) {
     EXPECT_TRUE(line_.isEnabled());
 }
 
+TEST_F(TextBoxes, PutRightWhatAnAssistiveTechnologyWritesWhileLocked) {
+    form_.txtLine.Text("Chest CT");
+    form_.txtLine.Locked(true);
+    form_.txtParagraphs.Text("No lesions.");
+    form_.txtParagraphs.Locked(true);
+
+    line_.setText("Knee");
+    paragraphs_.setPlainText("Lesions.");
+
+    EXPECT_EQ(Shown(line_), "Chest CT");
+    EXPECT_EQ(form_.txtParagraphs.Text(), "No lesions.");
+    EXPECT_EQ(paragraphs_.toPlainText(), "No lesions.");
+}
+
 TEST_F(TextBoxes, WearTheFaceOfAButtonWhenTold) {
     const QColor open = line_.palette().color(QPalette::Base);
 

@@ -1,7 +1,8 @@
 """Drives the real windows as a person does, through the accessibility bus.
 
-Needs a display, a session bus with the accessibility service, and in the program's environment
-QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1. Runs with Debian's /usr/bin/python3 and its python3-pyatspi.
+Needs a display with a window manager, a session bus with the accessibility service, xdotool and
+ImageMagick, and in the program's environment QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1. Runs with Debian's
+/usr/bin/python3 and its python3-pyatspi.
 
     program = Program("tavrel")
     report = program.window("Orbenta General Hospital")
