@@ -20,9 +20,11 @@ public:
     UpperCasedColumn(const ResultSet& rows, std::string_view name)
         : rows_(rows), name_(name), index_(rows.FieldIndex(name)) {}
 
-    std::string Value() const {
-        const auto field = rows_.Field(index_);
-        return field ? UpperCase(*field) : rows_.Text(name_); // null fails there, by the column's name
+    void Read(std::string& text) const {
+        if (const auto field = rows_.Field(index_))
+            UpperCase(*field, text);
+        else
+            text = rows_.Text(name_); // null fails there, by the column's name
     }
 
 private:
@@ -31,18 +33,40 @@ private:
     int index_;
 };
 
+/// Writes rows over those of the last search, whose memory serves again, and drops what is left of
+/// them in the end, however it comes.
+class RowWriter {
+public:
+    explicit RowWriter(std::vector<ListItem>& rows) : rows_(rows) {}
+    ~RowWriter() { rows_.resize(count_); }
+    RowWriter(const RowWriter&) = delete;
+    RowWriter& operator=(const RowWriter&) = delete;
+
+    ListItem& Next() { return count_ == rows_.size() ? rows_.emplace_back() : rows_[count_]; }
+    void Keep() { ++count_; }
+
+private:
+    std::vector<ListItem>& rows_;
+    std::size_t count_ = 0;
+};
+
 } // namespace
 
 void FillCodeList(const Global& global, ListView& list, std::string_view table, std::string_view filter) {
     TrapShort(global.ports.windows, "", [&] {
         list.Fill([&](std::vector<ListItem>& items) {
-            items.clear();
+            RowWriter writer(items);
             const auto rows = Catalogue(global).OpenResultSet(Statement(table, filter));
             const UpperCasedColumn code(*rows, "CodeValue");
             const UpperCasedColumn scheme(*rows, "CodeScheme");
             const UpperCasedColumn meaning(*rows, "CodeMeaning");
-            for (; !rows->AtEnd(); rows->MoveNext())
-                items.push_back({code.Value(), scheme.Value(), {meaning.Value()}});
+            for (; !rows->AtEnd(); rows->MoveNext()) {
+                ListItem& row = writer.Next();
+                code.Read(row.text);
+                scheme.Read(row.tag);
+                meaning.Read(row.subItems[0]);
+                writer.Keep();
+            }
             rows->Close();
         });
     });

@@ -71,8 +71,8 @@ void RaisePairs(std::string& text) {
 
 } // namespace
 
-std::string UpperCase(std::string_view text) {
-    std::string upper(text);
+void UpperCase(std::string_view text, std::string& upper) {
+    upper.assign(text);
     unsigned char seen = 0;
     // One pass without a branch, as nearly all texts are plain ASCII and long lists pass through here.
     for (char& c : upper) {
@@ -81,6 +81,11 @@ std::string UpperCase(std::string_view text) {
     }
     if (seen >= 0x80)
         RaisePairs(upper);
+}
+
+std::string UpperCase(std::string_view text) {
+    std::string upper;
+    UpperCase(text, upper);
     return upper;
 }
 

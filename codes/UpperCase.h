@@ -11,4 +11,7 @@ namespace tavrel {
 /// is found by an accented letter only as it is stored in capitals.
 std::string UpperCase(std::string_view text);
 
+/// The same into a string whose memory is used again. `text` must not be part of it.
+void UpperCase(std::string_view text, std::string& upper);
+
 } // namespace tavrel

@@ -57,16 +57,6 @@ TEST_F(FillCodeListTest, RowsOfAnEarlierFillAreGone) {
     EXPECT_EQ(Listed(), Texts{"2|S|CYST|"});
 }
 
-TEST_F(FillCodeListTest, ARowThatIsFilledAgainKeepsNothingOfTheFormer) {
-    workstation.AddCode("StdFinding", "S", "1", "Nodule");
-    manager.lstTable.Add({"OLD", "T", {"M", "ANNOTATION", "X"}});
-
-    Fill();
-
-    EXPECT_EQ(Listed(), Texts{"1|S|NODULE|"});
-    EXPECT_EQ(manager.lstTable.Item(0).subItems[2], "");
-}
-
 TEST_F(FillCodeListTest, TheFilterMatchesInsideTheMeaningInAnyCase) {
     workstation.AddCode("StdFinding", "S", "1", "Healed fracture");
     workstation.AddCode("StdFinding", "S", "2", "Nodule");
