@@ -35,6 +35,8 @@ DbusServiceEmitter::DbusServiceEmitter(const QDBusConnection& bus) : bus_(bus) {
 }
 
 DbusServiceEmitter::~DbusServiceEmitter() {
+    if (bus_.isConnected())
+        bus_.interface()->unregisterService(busName); // the connection itself is closed some time later
     QDBusConnection::disconnectFromBus(bus_.name());
 }
 

@@ -7,6 +7,9 @@
 #include <QFile>
 #include <QTimer>
 
+#include <sys/wait.h>
+
+#include <csignal>
 #include <limits>
 #include <stdexcept>
 
@@ -86,6 +89,12 @@ bool WaitUntil(const std::function<bool()>& condition, std::chrono::milliseconds
 
 void Idle(std::chrono::milliseconds time) {
     WaitUntil([] { return false; }, time);
+}
+
+void Stop(const QProcess& process) {
+    const auto id = static_cast<pid_t>(process.processId());
+    kill(id, SIGSTOP);
+    waitid(P_PID, static_cast<id_t>(id), nullptr, WSTOPPED | WNOWAIT);
 }
 
 QDBusPendingCall Ask(const QDBusConnection& from, const QString& service, const QString& path, const QString& interface,

@@ -37,6 +37,9 @@ private:
 /// Runs the event loop until `condition` holds, for 10 s at most; answers whether it does.
 bool WaitUntil(const std::function<bool()>& condition, std::chrono::milliseconds bound = std::chrono::seconds(10));
 
+/// Stops a process as one that hangs; it has stopped when this returns.
+void Stop(const QProcess& process);
+
 /// Runs the event loop for a while in which something must not happen.
 void Idle(std::chrono::milliseconds time = std::chrono::milliseconds(50));
 

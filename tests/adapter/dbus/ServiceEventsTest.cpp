@@ -11,9 +11,6 @@
 #include <QFile>
 #include <QMetaObject>
 
-#include <sys/wait.h>
-
-#include <csignal>
 #include <optional>
 #include <thread>
 
@@ -22,6 +19,9 @@ namespace {
 
 using Names = std::vector<std::string>;
 using namespace std::chrono_literals;
+
+// What is known at once takes far less than the 2 s of a wait, on a busy machine too.
+constexpr int atOnce = 1000;
 
 class Listener final : public ServiceEventHandler {
 public:
@@ -49,7 +49,7 @@ protected:
 
     PrivateBus bus;
     QDBusConnection program = bus.Connect();
-    DbusServiceEvents events{program, 300ms};
+    DbusServiceEvents events{program};
     Listener listener;
     QElapsedTimer time;
 };
@@ -162,13 +162,13 @@ TEST_F(WithService, ALostBusCostsOnlyTheEvents) {
     Store(service, "1");
     time.start();
     events.AwaitSentEvents();
-    EXPECT_LT(time.elapsed(), 150);
+    EXPECT_LT(time.elapsed(), atOnce);
 }
 
 TEST_F(ServiceEventsTest, AnAbsentServiceIsNotWaitedFor) {
     time.start();
     events.AwaitSentEvents();
-    EXPECT_LT(time.elapsed(), 150);
+    EXPECT_LT(time.elapsed(), atOnce);
 }
 
 TEST_F(ServiceEventsTest, AnAbsentServiceIsNotStarted) {
@@ -224,17 +224,15 @@ TEST_F(WithServiceProcess, EventsAndTheWaitNeedNoEventLoopThere) {
     ASSERT_TRUE(WaitUntil([&] { return !listener.events.empty(); }));
     time.start();
     events.AwaitSentEvents();
-    EXPECT_LT(time.elapsed(), 150);
+    EXPECT_LT(time.elapsed(), atOnce);
 }
 
 TEST_F(WithServiceProcess, AHungServiceCostsAtMostTheBound) {
-    const auto process = static_cast<pid_t>(service.processId());
-    kill(process, SIGSTOP);
-    ASSERT_EQ(waitid(P_PID, static_cast<id_t>(process), nullptr, WSTOPPED | WNOWAIT), 0);
+    Stop(service);
     time.start();
     events.AwaitSentEvents();
-    EXPECT_GE(time.elapsed(), 250);
-    EXPECT_LT(time.elapsed(), 1000);
+    EXPECT_GE(time.elapsed(), 1800);
+    EXPECT_LT(time.elapsed(), 4000);
 }
 
 } // namespace

@@ -14,7 +14,7 @@
 #include <QDBusVariant>
 #include <QDBusVirtualObject>
 #include <QElapsedTimer>
-#include <QEventLoop>
+#include <QTimer>
 
 namespace tavrel::test {
 namespace {
@@ -47,11 +47,7 @@ public:
         for (const auto& message : held_)
             bus_.send(message.createReply());
     }
-    /// As at the end of its process.
-    void Leave() {
-        const auto name = std::exchange(bus_, QDBusConnection("none")).name();
-        QDBusConnection::disconnectFromBus(name);
-    }
+    void Leave() { bus_.interface()->unregisterService("Lumaret.Viewer"); }
 
     Names calls;
     QVariantMap properties;
@@ -77,7 +73,7 @@ protected:
 
     PrivateBus bus;
     QDBusConnection program = bus.Connect();
-    DbusViewerLink link{program, 300ms};
+    DbusViewerLink link{program};
     QElapsedTimer time;
 };
 
@@ -87,34 +83,44 @@ protected:
     std::unique_ptr<Viewer> viewer = link.Create();
 };
 
+/// The program waits for its viewer for a short time only.
+class WithImpatience : public ViewerLinkTest {
+protected:
+    TestViewer peer{bus.Connect()};
+    DbusViewerLink impatient{program, 500ms};
+    std::unique_ptr<Viewer> viewer = impatient.Create();
+};
+
+// What is known at once takes far less than the 5 s of a wait, on a busy machine too.
+constexpr int atOnce = 2000;
+
 constexpr auto noViewer = "There is no viewer: nobody has the name \"Lumaret.Viewer\" on the session bus.";
 
 TEST_F(ViewerLinkTest, AViewerThatIsNotThereIsKnownAtOnce) {
     time.start();
     EXPECT_EQ(FailureOf([&] { link.Create(); }), noViewer);
-    EXPECT_LT(time.elapsed(), 150);
+    EXPECT_LT(time.elapsed(), atOnce);
 }
 
 TEST_F(ViewerLinkTest, ARegisteredViewerIsStarted) {
     bus.AddService("Lumaret.Viewer", DBUS_TEST_PEER " viewer");
-    DbusViewerLink patient(program);
-    EXPECT_TRUE(patient.Create());
+    EXPECT_TRUE(link.Create());
     EXPECT_TRUE(bus.HasOwner("Lumaret.Viewer"));
 }
 
 TEST_F(ViewerLinkTest, AViewerWhoseStartFailsIsAnError) {
     bus.AddService("Lumaret.Viewer", "/bin/false");
-    DbusViewerLink patient(program);
-    const auto failure = FailureOf([&] { patient.Create(); });
+    const auto failure = FailureOf([&] { link.Create(); });
     EXPECT_TRUE(failure.starts_with("The viewer failed in its start: ")) << failure;
 }
 
 TEST_F(ViewerLinkTest, AViewerThatStartsAndNeverComesUpCostsTheBound) {
     bus.AddService("Lumaret.Viewer", "/bin/sleep 5");
+    DbusViewerLink impatient(program, 500ms);
     time.start();
-    EXPECT_EQ(FailureOf([&] { link.Create(); }),
+    EXPECT_EQ(FailureOf([&] { impatient.Create(); }),
               "The viewer \"Lumaret.Viewer\" was started and has not come up in time.");
-    EXPECT_LT(time.elapsed(), 1000);
+    EXPECT_LT(time.elapsed(), atOnce);
 }
 
 TEST_F(ViewerLinkTest, ALostBusIsAClearError) {
@@ -143,19 +149,19 @@ TEST_F(WithViewer, NoViewParametersAreAnEmptyMap) {
     EXPECT_TRUE(qdbus_cast<QVariantMap>(peer.properties["ViewPars"]).isEmpty());
 }
 
-TEST_F(WithViewer, AHungViewerCostsTheBoundOnce) {
+TEST_F(WithImpatience, AHungViewerCostsTheBoundOnce) {
     peer.hanging = "ViewRefertImages";
     time.start();
     EXPECT_EQ(FailureOf([&] { viewer->ViewRefertImages(); }),
-              "The viewer did not answer ViewRefertImages within 0.3 s.");
-    EXPECT_GE(time.restart(), 250);
+              "The viewer did not answer ViewRefertImages within 0.5 s.");
+    EXPECT_GE(time.restart(), 450);
     for (int i = 0; i < 20; ++i)
         EXPECT_EQ(FailureOf([&] { viewer->ClearRefertList(); }),
                   "The viewer still does not answer; ClearRefertList was not sent.");
-    EXPECT_LT(time.elapsed(), 150);
+    EXPECT_LT(time.elapsed(), atOnce);
 }
 
-TEST_F(WithViewer, AViewerThatAnswersAfterAllIsUsedAgain) {
+TEST_F(WithImpatience, AViewerThatAnswersAfterAllIsUsedAgain) {
     peer.hanging = "ViewRefertImages";
     FailureOf([&] { viewer->ViewRefertImages(); });
     peer.AnswerHeld();
@@ -163,39 +169,37 @@ TEST_F(WithViewer, AViewerThatAnswersAfterAllIsUsedAgain) {
     EXPECT_EQ(FailureOf([&] { viewer->ClearRefertList(); }), "");
 }
 
-TEST_F(WithViewer, AWaitInsideAWaitEndsWithTheOuterOne) {
+TEST_F(WithImpatience, AWaitInsideAWaitEndsWithTheOuterOne) {
     peer.hanging = "ViewRefertImages";
     QMetaObject::invokeMethod(
         &peer,
         [&] {
-            Idle(200ms);
+            Idle(400ms);
             FailureOf([&] { viewer->ViewRefertImages(); });
         },
         Qt::QueuedConnection);
     time.start();
     EXPECT_NE(FailureOf([&] { viewer->ViewRefertImages(); }), "");
-    EXPECT_LT(time.elapsed(), 450);
+    EXPECT_LT(time.elapsed(), 800);
 }
 
 TEST_F(WithViewer, AViewerThatGoesIsKnownAtOnce) {
     peer.Leave();
-    ASSERT_TRUE(WaitUntil([&] { return !bus.HasOwner("Lumaret.Viewer"); }));
     time.start();
     EXPECT_EQ(FailureOf([&] { viewer->ClearRefertList(); }), noViewer);
-    EXPECT_LT(time.elapsed(), 150);
+    EXPECT_LT(time.elapsed(), atOnce);
 }
 
-TEST_F(WithViewer, AViewerThatEndsInsideACallIsAnError) {
-    peer.hanging = "ViewRefertImages";
-    QMetaObject::invokeMethod(
-        &peer,
-        [&] {
-            WaitUntil([&] { return !peer.calls.empty(); });
-            peer.Leave();
-        },
-        Qt::QueuedConnection);
+TEST_F(ViewerLinkTest, AViewerThatEndsInsideACallIsAnError) {
+    QProcess process;
+    process.start(DBUS_TEST_PEER, {"viewer"});
+    ASSERT_TRUE(bus.WaitForOwner("Lumaret.Viewer"));
+    const auto viewer = link.Create();
+    Stop(process);
+    QTimer::singleShot(50ms, &process, [&] { process.kill(); });
     EXPECT_EQ(FailureOf([&] { viewer->ViewRefertImages(); }),
               "The viewer ended before it had answered ViewRefertImages.");
+    process.waitForFinished();
 }
 
 TEST_F(WithViewer, ACallThatTheViewerRefusesIsAnErrorWithItsWords) {
@@ -231,8 +235,7 @@ TEST_F(WithViewer, HandOversThatAreServedInsideEachOtherDoNotMix) {
 
 TEST_F(ViewerLinkTest, MutualCallsNeverStall) {
     bus.AddService("Lumaret.Viewer", DBUS_TEST_PEER " viewer");
-    DbusViewerLink patient(program);
-    const auto viewer = patient.Create();
+    const auto viewer = link.Create();
     Record record;
     RecordingFactory factory(record);
     FakeProcess process;
