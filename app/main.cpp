@@ -17,6 +17,7 @@
 #include "platform/posix/PosixUserInformation.h"
 #include "platform/posix/StateFolder.h"
 #include "platform/posix/SystemClock.h"
+#include "platform/qt/DesktopLook.h"
 #include "platform/qt/QtBackground.h"
 #include "platform/qt/QtReportPrinter.h"
 #include "platform/qt/QtWindows.h"
@@ -70,8 +71,8 @@ int Run(PosixProcess& process) {
 int main(int argumentCount, char** arguments) {
     PosixProcess process(argumentCount, arguments);
     int nameOnly = 1; // there are no options for people, not even the toolkit's
-    const QApplication application(nameOnly, arguments);
-    QApplication::setApplicationDisplayName("Tavrel");
+    QApplication application(nameOnly, arguments);
+    const DesktopLook look(application);
     QApplication::setDesktopFileName("tavrel");
     std::setlocale(LC_NUMERIC, "C"); // numbers in files and statements have a point in every country
     try {
