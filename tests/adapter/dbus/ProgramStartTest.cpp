@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusPendingCall>
 #include <QFile>
 
 namespace tavrel::test {
@@ -81,6 +83,19 @@ TEST_F(ProgramStart, AnAutomationStartWithoutABusEndsWithAMessage) {
     ASSERT_TRUE(Ended());
     EXPECT_EQ(program.exitCode(), 1);
     EXPECT_TRUE(program.readAllStandardError().contains("tavrel: There is no session bus to be called on: "));
+}
+
+TEST_F(ProgramStart, CloseReportIsAnsweredAndEndsTheProgram) {
+    bus.AddService("Lumaret.Viewer", DBUS_TEST_PEER " viewer");
+    Start({"--automation"});
+    ASSERT_TRUE(bus.WaitForOwner("Tavrel.CTavrel"));
+    const auto created = Ask(client, "Tavrel.CTavrel", "/Tavrel/CTavrel", "Tavrel.ClassFactory", "CreateInstance");
+    ASSERT_TRUE(WaitForAnswer(created));
+    const auto close = Ask(client, created.reply().service(), "/Tavrel/CTavrel/1", "Tavrel.CTavrel", "CloseReport");
+    ASSERT_TRUE(WaitForAnswer(close));
+    EXPECT_FALSE(close.isError()) << close.error().message().toStdString();
+    ASSERT_TRUE(Ended());
+    EXPECT_EQ(program.exitCode(), 0);
 }
 
 TEST_F(ProgramStart, TheProgramEndsWithItsBus) {
