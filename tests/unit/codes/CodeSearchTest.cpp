@@ -50,6 +50,7 @@ TEST_F(CodeSearchTest, PastedTextIsUpperCasedForTheSearchOnly) {
     manager.txtFind.KeyUp('V');
 
     EXPECT_EQ(Listed(), Texts{"2|S|NODULE|"});
+    EXPECT_NE(statements.back().text.find("Like '%NODUL%'"), std::string::npos);
     EXPECT_EQ(manager.txtFind.Text(), "nodul");
 }
 
