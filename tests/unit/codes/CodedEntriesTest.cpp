@@ -8,20 +8,7 @@ namespace {
 class CodedEntriesTest : public CodesTest {
 protected:
     CodedEntriesTest() {
-        global.currentDocument = std::make_shared<DcmSRDocument>(global);
         WhileManagerIsOpen([] {});
-    }
-
-    DcmSRDocument& Document() { return *global.currentDocument; }
-
-    /// Three rows in each list, and the same entries in the report.
-    void GiveThreeEntries() {
-        for (const char* code : {"A", "B", "C"}) {
-            editor.lstFinding.Add({code, "SRT", {"Meaning", "note"}});
-            editor.lstDiagnosis.Add({code, "SRT", {"Meaning", "note"}});
-            Document().SetFinding(-1, "SRT", code, "Meaning", "note");
-            Document().SetDiagnosis(-1, "SRT", code, "Meaning", "note");
-        }
     }
 
     /// What the person does or sees in the manager before closing it.
@@ -32,16 +19,6 @@ protected:
             person();
             manager.cmdClose.Press();
         };
-    }
-
-    std::vector<std::string> ReportedFindings() {
-        std::vector<std::string> codes;
-        std::string scheme, code, meaning, annotation;
-        for (std::int16_t index = 1; index <= Document().GetFindingCount(); ++index) {
-            Document().GetFinding(index, scheme, code, meaning, annotation);
-            codes.push_back(code);
-        }
-        return codes;
     }
 
     int openings = 0;
@@ -105,6 +82,7 @@ TEST_F(CodedEntriesTest, SeveralCodesArePickedInOneVisit) {
 }
 
 TEST_F(CodedEntriesTest, AddingTellsTheReportNothing) {
+    global.currentDocument = std::make_shared<DcmSRDocument>(global);
     workstation.AddCode("StdFinding", "SRT", "C1", "Cyst");
     WhileManagerIsOpen([this] {
         ListWholeTable();
@@ -115,7 +93,7 @@ TEST_F(CodedEntriesTest, AddingTellsTheReportNothing) {
     editor.cmdFnAdd.Press();
 
     EXPECT_EQ(editor.lstFinding.Count(), 1);
-    EXPECT_EQ(Document().GetFindingCount(), 0);
+    EXPECT_EQ(global.currentDocument->GetFindingCount(), 0);
 }
 
 TEST_F(CodedEntriesTest, ModifyingCopiesTheSelectedFindingAsItIs) {
@@ -155,7 +133,7 @@ TEST_F(CodedEntriesTest, ModifyingCopiesTheSelectedDiagnosisAsItIs) {
 }
 
 TEST_F(CodedEntriesTest, ModifyingLeavesOnlyAnnotationAndSchemeOpen) {
-    GiveThreeEntries();
+    ListThreeEntries();
     editor.lstFinding.Select(0);
     WhileManagerIsOpen([this] {
         EXPECT_TRUE(manager.txtCode.Locked() && manager.txtCode.ButtonFace());
@@ -170,7 +148,7 @@ TEST_F(CodedEntriesTest, ModifyingLeavesOnlyAnnotationAndSchemeOpen) {
 }
 
 TEST_F(CodedEntriesTest, ModifyingDisablesTheSearchAddAndClear) {
-    GiveThreeEntries();
+    ListThreeEntries();
     editor.lstDiagnosis.Select(0);
     WhileManagerIsOpen([this] {
         for (const Control* control : manager.Controls()) {
@@ -186,7 +164,7 @@ TEST_F(CodedEntriesTest, ModifyingDisablesTheSearchAddAndClear) {
 }
 
 TEST_F(CodedEntriesTest, ModifyingChangesTheAnnotationInPlace) {
-    GiveThreeEntries();
+    ListThreeEntries();
     editor.lstFinding.Select(1);
     WhileManagerIsOpen([this] {
         manager.txtAnnotation.Typed("changed");
@@ -200,7 +178,7 @@ TEST_F(CodedEntriesTest, ModifyingChangesTheAnnotationInPlace) {
 }
 
 TEST_F(CodedEntriesTest, ModifyingWithNothingSelectedDoesNothing) {
-    GiveThreeEntries();
+    ListThreeEntries();
 
     editor.cmdFnModify.Press();
     editor.cmdDxModify.Press();
@@ -210,7 +188,7 @@ TEST_F(CodedEntriesTest, ModifyingWithNothingSelectedDoesNothing) {
 }
 
 TEST_F(CodedEntriesTest, NothingOfAnOpeningIsLeftForTheNext) {
-    GiveThreeEntries();
+    ListThreeEntries();
     editor.lstFinding.Select(0);
     editor.cmdFnModify.Press();
     WhileManagerIsOpen([this] {
@@ -223,139 +201,6 @@ TEST_F(CodedEntriesTest, NothingOfAnOpeningIsLeftForTheNext) {
     editor.cmdFnAdd.Press();
 
     EXPECT_EQ(openings, 2);
-}
-
-TEST_F(CodedEntriesTest, DeletingAsksWithTheCode) {
-    GiveThreeEntries();
-    editor.lstFinding.Select(1);
-    windows.answers = {Answer::Cancel};
-
-    editor.cmdFnDelete.Press();
-
-    ASSERT_EQ(windows.Texts(), Texts{"Are you sure you want to delete B?"});
-    EXPECT_EQ(windows.messages[0].buttons, Buttons::OkCancel);
-    EXPECT_EQ(windows.messages[0].icon, Icon::None);
-    EXPECT_EQ(windows.messages[0].title, "");
-}
-
-TEST_F(CodedEntriesTest, DeletingTheSecondOfThreeFindingsLeavesTheThirdAsTheSecond) {
-    GiveThreeEntries();
-    editor.lstFinding.Select(1);
-    windows.answers = {Answer::Ok};
-
-    editor.cmdFnDelete.Press();
-
-    EXPECT_EQ(RowsOf(editor.lstFinding), (Texts{"A|SRT|Meaning|note", "C|SRT|Meaning|note"}));
-    EXPECT_EQ(ReportedFindings(), (Texts{"A", "C"}));
-    EXPECT_EQ(Document().GetDiagnosisCount(), 3);
-}
-
-TEST_F(CodedEntriesTest, DeletingADiagnosisReachesTheReportsDiagnoses) {
-    GiveThreeEntries();
-    editor.lstDiagnosis.Select(2);
-    windows.answers = {Answer::Ok};
-
-    editor.cmdDxDelete.Press();
-
-    EXPECT_EQ(RowsOf(editor.lstDiagnosis), (Texts{"A|SRT|Meaning|note", "B|SRT|Meaning|note"}));
-    EXPECT_EQ(Document().GetDiagnosisCount(), 2);
-    EXPECT_EQ(Document().GetFindingCount(), 3);
-}
-
-TEST_F(CodedEntriesTest, DeletingMarksTheReportChanged) {
-    GiveThreeEntries();
-    Document().Updated(false);
-    editor.lstFinding.Select(0);
-    windows.answers = {Answer::Ok};
-
-    editor.cmdFnDelete.Press();
-
-    EXPECT_TRUE(Document().Updated());
-}
-
-TEST_F(CodedEntriesTest, ARowThatTheReportDoesNotKnowIsDeletedAllTheSame) {
-    editor.lstFinding.Add({"A", "SRT", {"Meaning", "note"}});
-    editor.lstFinding.Select(0);
-    windows.answers = {Answer::Ok};
-
-    editor.cmdFnDelete.Press();
-
-    EXPECT_EQ(editor.lstFinding.Count(), 0);
-    EXPECT_EQ(windows.messages.size(), 1U);
-}
-
-TEST_F(CodedEntriesTest, TheListIsRedrawnAfterADeletion) {
-    GiveThreeEntries();
-    editor.lstFinding.Select(0);
-    windows.answers = {Answer::Ok};
-    std::vector<Change> told;
-    editor.lstFinding.Watch([&](Change change) { told.push_back(change); });
-
-    editor.cmdFnDelete.Press();
-
-    EXPECT_EQ(told, (std::vector{Change::Items, Change::Redraw}));
-}
-
-TEST_F(CodedEntriesTest, AfterADeletionModifyAndDeleteAreDisabled) {
-    GiveThreeEntries();
-    editor.lstFinding.Select(0);
-    windows.answers = {Answer::Ok};
-
-    editor.cmdFnDelete.Press();
-
-    EXPECT_FALSE(editor.cmdFnModify.Enabled() || editor.cmdFnDelete.Enabled());
-    EXPECT_TRUE(editor.cmdFnAdd.Enabled() && editor.cmdDxModify.Enabled() && editor.cmdDxDelete.Enabled());
-}
-
-TEST_F(CodedEntriesTest, ACancelledDeletionKeepsTheRowAndDisablesTheButtons) {
-    GiveThreeEntries();
-    editor.lstDiagnosis.Select(0);
-    windows.answers = {Answer::Cancel};
-
-    editor.cmdDxDelete.Press();
-
-    EXPECT_EQ(editor.lstDiagnosis.Count(), 3);
-    EXPECT_EQ(Document().GetDiagnosisCount(), 3);
-    EXPECT_FALSE(editor.cmdDxModify.Enabled() || editor.cmdDxDelete.Enabled());
-    EXPECT_TRUE(editor.cmdDxAdd.Enabled() && editor.cmdFnModify.Enabled() && editor.cmdFnDelete.Enabled());
-}
-
-TEST_F(CodedEntriesTest, DeletingWithNothingSelectedDoesNothing) {
-    GiveThreeEntries();
-
-    editor.cmdFnDelete.Press();
-    editor.cmdDxDelete.Press();
-
-    EXPECT_TRUE(windows.messages.empty());
-    EXPECT_TRUE(editor.cmdFnModify.Enabled() && editor.cmdFnDelete.Enabled());
-    EXPECT_TRUE(editor.cmdDxModify.Enabled() && editor.cmdDxDelete.Enabled());
-}
-
-TEST_F(CodedEntriesTest, AFailingDeletionIsShownWithTheCriticalIcon) {
-    GiveThreeEntries();
-    editor.lstFinding.Select(0);
-    global.currentDocument.reset();
-    windows.answers = {Answer::Ok};
-
-    editor.cmdFnDelete.Press();
-
-    ASSERT_EQ(windows.messages.size(), 2U);
-    EXPECT_EQ(windows.messages[1].text, "No report is open");
-    EXPECT_EQ(windows.messages[1].icon, Icon::CriticalStop);
-    EXPECT_EQ(windows.messages[1].buttons, Buttons::Ok);
-    EXPECT_EQ(windows.messages[1].title, "");
-}
-
-TEST_F(CodedEntriesTest, AFailingDeletionKeepsTheRow) {
-    GiveThreeEntries();
-    editor.lstFinding.Select(0);
-    global.currentDocument.reset();
-    windows.answers = {Answer::Ok};
-
-    editor.cmdFnDelete.Press();
-
-    EXPECT_EQ(editor.lstFinding.Count(), 3);
-    EXPECT_TRUE(editor.cmdFnModify.Enabled() && editor.cmdFnDelete.Enabled());
 }
 
 TEST_F(CodedEntriesTest, TheHeadingButtonMaintainsTheHeadings) {

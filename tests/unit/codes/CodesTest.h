@@ -84,6 +84,13 @@ protected:
         manager.txtNewMeaning.Typed(meaning);
     }
 
+    /// The rows "A", "B", "C" in both of the editor's lists.
+    void ListThreeEntries() {
+        for (ListView* list : {&editor.lstFinding, &editor.lstDiagnosis})
+            for (const char* code : {"A", "B", "C"})
+                list->Add({code, "SRT", {"Meaning", "note"}});
+    }
+
     /// The rows of a list, "text|tag|sub-item 0|sub-item 1".
     static std::vector<std::string> RowsOf(const ListView& list) {
         std::vector<std::string> rows;
