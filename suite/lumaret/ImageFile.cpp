@@ -1,6 +1,9 @@
 #include "suite/lumaret/ImageFile.h"
 
+#include "platform/dcmtk/CharacterSet.h"
+#include "platform/dcmtk/StructuralScan.h"
 #include "platform/error.h"
+#include "suite/lumaret/ScreenText.h"
 
 #include <dcmtk/config/osconfig.h>
 
@@ -11,9 +14,9 @@
 #include <dcmtk/dcmjpeg/djdecode.h>
 #include <dcmtk/dcmjpls/djdecode.h>
 
+#include <QFile>
 #include <QFileInfo>
 
-#include <limits>
 #include <vector>
 
 namespace tavrel {
@@ -32,6 +35,39 @@ long IntegerOf(DcmDataset& dataSet, const DcmTagKey& tag, long absent) {
         return small;
     Sint32 number = 0;
     return dataSet.findAndGetSint32(tag, number).good() ? number : absent;
+}
+
+/// The toolkit parses by recursion: the structure is looked at before.
+void CheckStructure(const QString& path) {
+    QFile file(path);
+    if (!file.open(QFile::ReadOnly | QFile::Unbuffered))
+        Fail(path, file.errorString().toStdString());
+    constexpr std::size_t pieceSize = 64 * 1024;
+    try {
+        ByteWindow bytes(file.handle(), static_cast<std::uint64_t>(file.size()), pieceSize);
+        ScanDicom(bytes, lastHeaderGroup);
+    } catch (const StructureFault& fault) {
+        Fail(path, fault.what());
+    }
+}
+
+QString TextOf(DcmDataset& dataSet, const DcmTagKey& tag, TextKind kind) {
+    OFString declared, bytes;
+    dataSet.findAndGetOFStringArray(DCM_SpecificCharacterSet, declared);
+    dataSet.findAndGetOFStringArray(tag, bytes);
+    const CharacterSet characters(std::string_view(declared.data(), declared.size()));
+    return QString::fromStdString(characters.Decode(std::string_view(bytes.data(), bytes.size()), kind)).trimmed();
+}
+
+QStringList DescriptionOf(DcmDataset& dataSet) {
+    const auto text = [&](const DcmTagKey& tag) { return TextOf(dataSet, tag, TextKind::Values); };
+    QStringList lines = {NameOnScreen(TextOf(dataSet, DCM_PatientName, TextKind::PersonName)), text(DCM_PatientID),
+                         DateOnScreen(text(DCM_StudyDate)) + "  " + text(DCM_StudyDescription),
+                         text(DCM_Modality) + "  " + text(DCM_SeriesDescription)};
+    for (QString& line : lines)
+        line = line.trimmed();
+    lines.removeAll(QString());
+    return lines;
 }
 
 } // namespace
@@ -59,6 +95,7 @@ ImageFile::ImageFile(const QString& path) : path_(path), file_(std::make_unique<
     if (!info.isFile())
         Fail(path, "it is no file (" + path.toStdString() + ")");
 
+    CheckStructure(path);
     const OFCondition loaded = file_->loadFile(path.toLocal8Bit().constData());
     if (loaded.bad())
         Fail(path, std::string("it is damaged or no DICOM file (") + loaded.text() + ")");
@@ -73,6 +110,7 @@ ImageFile::ImageFile(const QString& path) : path_(path), file_(std::make_unique<
     if (static_cast<double>(rows) * static_cast<double>(columns) * static_cast<double>(samples) * 4 > LargestFrameBytes)
         Fail(path, "the image is too large");
     size_ = QSize(static_cast<int>(columns), static_cast<int>(rows));
+    description_ = DescriptionOf(dataSet);
     frameCount_ = static_cast<int>(std::max(1L, IntegerOf(dataSet, DCM_NumberOfFrames, 1)));
     Decode(0);
 }
@@ -83,7 +121,7 @@ void ImageFile::Decode(int frame) {
     if (frame == decodedFrame_)
         return;
     if (frame < 0 || frame >= frameCount_)
-        Fail(path_, "it has no frame " + std::to_string(frame + 1));
+        Fail(path_, "it has no frame " + std::to_string(frame + 1L));
     const E_TransferSyntax syntax = file_->getDataset()->getOriginalXfer();
     auto image = std::make_unique<DicomImage>(file_.get(), syntax, CIF_UsePartialAccessToPixelData,
                                               static_cast<unsigned long>(frame), 1UL);
@@ -96,25 +134,31 @@ void ImageFile::Decode(int frame) {
     pixelAspect_ = image_->getHeightWidthRatio();
 }
 
-GreyWindow ImageFile::OwnWindow(int frame) {
+std::optional<GreyWindow> ImageFile::NamedWindow(int frame) {
     Decode(frame);
     GreyWindow window;
-    if (!monochrome_)
+    if (monochrome_ && image_->getWindowCount() > 0 && image_->setWindow(0) &&
+        image_->getWindow(window.center, window.width))
         return window;
-    if (image_->getWindowCount() > 0 && image_->setWindow(0) && image_->getWindow(window.center, window.width))
-        return window;
+    return {};
+}
+
+GreyWindow ImageFile::OwnWindow(int frame) {
+    if (const auto named = NamedWindow(frame))
+        return *named;
     double lowest = 0, highest = 0;
-    if (image_->getMinMaxValues(lowest, highest)) {
-        window.width = highest - lowest + 1;
-        window.center = lowest + window.width / 2;
-    }
-    return window;
+    if (!monochrome_ || !image_->getMinMaxValues(lowest, highest))
+        return {};
+    const double width = highest - lowest + 1;
+    return {.center = lowest + width / 2, .width = width};
 }
 
 QImage ImageFile::Render(int frame, const GreyWindow& window, bool inverted) {
     Decode(frame);
-    if (monochrome_ && window.width >= 1)
-        image_->setWindow(window.center, window.width);
+    if (monochrome_) {
+        const GreyWindow used = window.width >= 1 ? window : OwnWindow(frame);
+        image_->setWindow(used.center, used.width);
+    }
     image_->setPolarity(inverted ? EPP_Reverse : EPP_Normal);
 
     const unsigned long size = image_->getOutputDataSize(8);

@@ -3,8 +3,10 @@
 #include <QImage>
 #include <QSize>
 #include <QString>
+#include <QStringList>
 
 #include <memory>
+#include <optional>
 
 class DcmFileFormat;
 class DicomImage;
@@ -20,6 +22,9 @@ struct GreyWindow {
 
 /// One DICOM image file. One frame at a time is decoded and held. Every failure is an `Error` in
 /// words that can stand on the screen in place of the image.
+///
+/// Grey images of 8 to 16 bits, signed or not, and colour; compressed ones as far as the toolkit's
+/// decoders go. A file that is deflated as a whole is refused: it can grow without bound.
 class ImageFile {
 public:
     /// Registers the decoders of the compressed transfer syntaxes (JPEG, JPEG-LS, RLE), once.
@@ -35,12 +40,17 @@ public:
     /// Height of a pixel by its width, as it is to be shown.
     double PixelAspect() const { return pixelAspect_; }
     bool Monochrome() const { return monochrome_; }
+    /// Whose image it is, of which study and series, as the file itself tells it: one string a line.
+    const QStringList& Description() const { return description_; }
 
-    /// The window that the file names for a frame; the range of the frame's values when it names none.
+    /// The first window that the file names for a frame, if any.
+    std::optional<GreyWindow> NamedWindow(int frame);
+    /// The named window; the range of the frame's values when there is none. Colour images have no
+    /// window.
     GreyWindow OwnWindow(int frame);
 
-    /// A frame (from 0) in 8 bits a sample, exactly as the toolkit renders it: grey or RGB. Colour
-    /// images have no window.
+    /// A frame (from 0) in 8 bits a sample, exactly as the toolkit renders it: grey or RGB. Without a
+    /// window the frame has its own.
     QImage Render(int frame, const GreyWindow& window, bool inverted);
 
 private:
@@ -53,6 +63,7 @@ private:
     int frameCount_ = 0;
     QSize size_;
     double pixelAspect_ = 1;
+    QStringList description_;
     bool monochrome_ = true;
 };
 

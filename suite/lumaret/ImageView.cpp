@@ -14,13 +14,9 @@
 namespace tavrel {
 namespace {
 
-constexpr float SmallestZoom = 0.02F, LargestZoom = 64;
 constexpr int WheelStep = 120; // one notch, in eighths of a degree
-
-std::int16_t Pixel(double value) {
-    using Limits = std::numeric_limits<std::int16_t>;
-    return static_cast<std::int16_t>(std::clamp<double>(value, Limits::min(), Limits::max()));
-}
+constexpr double ZoomStep = 1.15;
+constexpr int FarthestSlice = std::numeric_limits<int>::max() / 2;
 
 /// The grey levels as gamma bends them; 1 leaves them alone.
 void ApplyGamma(QImage& image, float gamma) {
@@ -43,62 +39,62 @@ ImageView::ImageView(QWidget* parent) : QWidget(parent) {
     setFocusPolicy(Qt::StrongFocus);
     setMinimumSize(256, 256);
     setAccessibleName(tr("Image"));
+    setAttribute(Qt::WA_OpaquePaintEvent);
 }
 
-bool ImageView::Load(const QString& path, int frame) {
-    failure_.clear();
-    frameImage_ = QImage();
+template <typename Work> void ImageView::Try(Work&& work) {
+    if (!failure_.isEmpty())
+        return;
     try {
-        if (!file_ || path != path_) {
-            path_ = path;
-            file_.reset();
-            file_ = std::make_unique<ImageFile>(path);
-        }
-        view_.frame = frame;
-        return true;
+        work();
     } catch (const Error& error) {
         failure_ = QString::fromStdString(error.description);
     } catch (const std::exception& error) {
         failure_ = tr("The image cannot be shown: %1").arg(error.what());
     }
-    return false;
+}
+
+void ImageView::Load(const QString& path) {
+    failure_.clear();
+    handed_.reset();
+    Try([&] {
+        if (file_ && path == path_)
+            return;
+        path_ = path;
+        file_.reset(); // one image at a time is in memory
+        file_ = std::make_unique<ImageFile>(path);
+    });
 }
 
 void ImageView::Open(const QString& path, int frame, bool keepView) {
-    const QSize former = HasImage() ? file_->Size() : QSize();
-    if (Load(path, frame)) {
-        if (!keepView || former != file_->Size()) {
+    Load(path);
+    Try([&] {
+        const bool kept = keepView && formerSize_ == file_->Size();
+        if (!kept) {
             view_ = ViewParameters();
-            view_.frame = frame;
-            fitted_ = true;
+            view_.smoothed = true;
+            fitted_ = ownWindow_ = true;
         }
-        if (!keepView || view_.windowWidth < 1) {
-            try {
-                const GreyWindow window = file_->OwnWindow(frame);
-                view_.windowCenter = static_cast<float>(window.center);
-                view_.windowWidth = static_cast<float>(window.width);
-            } catch (const Error& error) {
-                failure_ = QString::fromStdString(error.description);
-            }
-        }
-        Render();
-        if (fitted_)
-            view_.zoom = static_cast<float>(FittingZoom());
-    }
-    Touched();
+        view_.frame = frame;
+        TakeOwnWindow(!kept);
+    });
+    Render();
+    Place();
+    emit Changed();
 }
 
 void ImageView::Open(const QString& path, const ViewParameters& parameters) {
-    if (Load(path, parameters.frame)) {
-        view_ = parameters;
-        fitted_ = false;
-        Render();
-        // A view of another size than the one it was handed from shows the same part of the image.
-        if (HasImage() && parameters.displayedArea != ViewParameters::Area{} &&
-            DisplayedArea() != parameters.displayedArea)
-            ShowArea(parameters.displayedArea);
-    }
-    Touched();
+    Load(path);
+    view_ = parameters;
+    handed_ = parameters;
+    fitted_ = false;
+    Try([&] {
+        ownWindow_ = !(parameters.windowWidth >= 1);
+        TakeOwnWindow(true);
+    });
+    Render();
+    Place();
+    emit Changed();
 }
 
 void ImageView::Clear() {
@@ -107,7 +103,8 @@ void ImageView::Clear() {
     frameImage_ = QImage();
     failure_.clear();
     caption_.clear();
-    Touched();
+    update();
+    emit Changed();
 }
 
 void ImageView::Caption(const QStringList& lines) {
@@ -115,89 +112,87 @@ void ImageView::Caption(const QStringList& lines) {
     update();
 }
 
+/// A slice without a window of its own keeps the former one's unless it is the first: the range of
+/// its values would let the picture flicker from slice to slice.
+void ImageView::TakeOwnWindow(bool atAnyRate) {
+    if (!ownWindow_)
+        return;
+    const auto named = file_->NamedWindow(view_.frame);
+    if (!named && !atAnyRate)
+        return;
+    const GreyWindow window = named ? *named : file_->OwnWindow(view_.frame);
+    view_.windowCenter = static_cast<float>(window.center);
+    view_.windowWidth = static_cast<float>(window.width);
+}
+
 void ImageView::Render() {
     frameImage_ = QImage();
-    if (!file_ || !failure_.isEmpty())
-        return;
-    try {
-        const GreyWindow window{static_cast<double>(view_.windowCenter), static_cast<double>(view_.windowWidth)};
-        frameImage_ = file_->Render(view_.frame, window, view_.inverted);
-        ApplyGamma(frameImage_, view_.gamma);
-    } catch (const Error& error) {
-        failure_ = QString::fromStdString(error.description);
+    Try([&] {
+        const ViewParameters drawn = Geometry().Drawable(view_);
+        frameImage_ = file_->Render(drawn.frame,
+                                    {static_cast<double>(drawn.windowCenter), static_cast<double>(drawn.windowWidth)},
+                                    drawn.inverted);
+        ApplyGamma(frameImage_, drawn.gamma);
+        formerSize_ = file_->Size();
+    });
+}
+
+void ImageView::Place() {
+    if (HasImage() && handed_) {
+        ViewParameters placed = Geometry().Drawable(*handed_);
+        if (Geometry().DisplayedArea(placed) != handed_->displayedArea)
+            placed = Geometry().Showing(handed_->displayedArea, placed);
+        view_.zoom = placed.zoom;
+        view_.panX = placed.panX;
+        view_.panY = placed.panY;
+    } else if (HasImage() && fitted_) {
+        view_.zoom = Geometry().FittingZoom(view_.rotation);
     }
+    update();
+}
+
+ViewGeometry ImageView::Geometry() const {
+    return {size(), file_ ? file_->Size() : QSize(), file_ ? file_->PixelAspect() : 1};
 }
 
 ViewParameters ImageView::View() const {
+    if (handed_)
+        return *handed_;
     ViewParameters view = view_;
-    view.displayedArea = DisplayedArea();
+    view.displayedArea = HasImage() ? Geometry().DisplayedArea(view_) : ViewParameters::Area{};
     return view;
 }
 
-double ImageView::FittingZoom() const {
-    if (!HasImage())
-        return 1;
-    QSizeF size(frameImage_.width(), frameImage_.height() * file_->PixelAspect());
-    if (view_.rotation % 180 != 0)
-        size.transpose();
-    const double zoom = std::min(width() / size.width(), height() / size.height());
-    return std::clamp(zoom, static_cast<double>(SmallestZoom), static_cast<double>(LargestZoom));
-}
-
-QTransform ImageView::ImageToView() const {
-    const double zoom = static_cast<double>(view_.zoom);
-    QTransform transform;
-    transform.translate(width() / 2.0 + static_cast<double>(view_.panX),
-                        height() / 2.0 + static_cast<double>(view_.panY));
-    transform.rotate(view_.rotation);
-    transform.scale(view_.flipHorizontal ? -zoom : zoom, view_.flipVertical ? -zoom : zoom);
-    transform.scale(1, file_ ? file_->PixelAspect() : 1);
-    transform.translate(-frameImage_.width() / 2.0, -frameImage_.height() / 2.0);
-    return transform;
-}
-
-ViewParameters::Area ImageView::DisplayedArea() const {
-    if (!HasImage())
-        return {};
-    const QRectF shown =
-        ImageToView().inverted().mapRect(QRectF(rect())).intersected(QRectF(QPointF(0, 0), frameImage_.size()));
-    return {Pixel(std::floor(shown.left())), Pixel(std::floor(shown.top())), Pixel(std::ceil(shown.right())),
-            Pixel(std::ceil(shown.bottom()))};
-}
-
-void ImageView::ShowArea(const ViewParameters::Area& area) {
-    const QRectF wanted(QPointF(area.left, area.top), QPointF(area.right, area.bottom));
-    if (wanted.width() < 1 || wanted.height() < 1)
-        return;
-    view_.panX = view_.panY = 0;
-    view_.zoom = 1;
-    const QRectF at1 = ImageToView().mapRect(wanted);
-    const double zoom = std::min(width() / at1.width(), height() / at1.height());
-    view_.zoom = std::clamp(static_cast<float>(zoom), SmallestZoom, LargestZoom);
-    const QPointF center = ImageToView().map(wanted.center());
-    view_.panX = static_cast<float>(width() / 2.0 - center.x());
-    view_.panY = static_cast<float>(height() / 2.0 - center.y());
-}
-
 void ImageView::Touched() {
+    handed_.reset();
     update();
     emit Changed();
 }
 
-void ImageView::FlipHorizontal() {
-    view_.flipHorizontal = !view_.flipHorizontal;
+void ImageView::Flip(bool& along, bool& across, float& pan) {
+    // The image is flipped before it is turned: a quarter turn exchanges the two.
+    bool& flip = view_.rotation % 180 == 0 ? along : across;
+    flip = !flip;
+    pan = -pan;
     Touched();
+}
+
+void ImageView::FlipHorizontal() {
+    Flip(view_.flipHorizontal, view_.flipVertical, view_.panX);
 }
 
 void ImageView::FlipVertical() {
-    view_.flipVertical = !view_.flipVertical;
-    Touched();
+    Flip(view_.flipVertical, view_.flipHorizontal, view_.panY);
 }
 
 void ImageView::Rotate(int degrees) {
-    view_.rotation = ((view_.rotation + degrees) % 360 + 360) % 360;
-    if (fitted_)
-        view_.zoom = static_cast<float>(FittingZoom());
+    view_.rotation = ((view_.rotation % 360 + degrees) % 360 + 360) % 360;
+    const QPointF pan =
+        QTransform().rotate(degrees).map(QPointF(static_cast<double>(view_.panX), static_cast<double>(view_.panY)));
+    view_.panX = static_cast<float>(pan.x());
+    view_.panY = static_cast<float>(pan.y());
+    if (fitted_ && HasImage())
+        view_.zoom = Geometry().FittingZoom(view_.rotation);
     Touched();
 }
 
@@ -212,16 +207,27 @@ void ImageView::Smooth(bool on) {
     Touched();
 }
 
-void ImageView::Zoom(double factor) {
+void ImageView::Zoom(double factor, QPointF fixed) {
+    const float former = view_.zoom;
     fitted_ = false;
-    view_.zoom = std::clamp(view_.zoom * static_cast<float>(factor), SmallestZoom, LargestZoom);
+    view_.zoom = std::clamp(former * static_cast<float>(factor), SmallestZoom, LargestZoom);
+    const float grown = view_.zoom / former;
+    const auto x = static_cast<float>(fixed.x()), y = static_cast<float>(fixed.y());
+    view_.panX = x + (view_.panX - x) * grown;
+    view_.panY = y + (view_.panY - y) * grown;
     Touched();
+}
+
+void ImageView::ActualSize() {
+    Zoom(1 / static_cast<double>(view_.zoom));
+    view_.zoom = 1;
 }
 
 void ImageView::Fit() {
     fitted_ = true;
     view_.panX = view_.panY = 0;
-    view_.zoom = static_cast<float>(FittingZoom());
+    if (HasImage())
+        view_.zoom = Geometry().FittingZoom(view_.rotation);
     Touched();
 }
 
@@ -236,22 +242,31 @@ void ImageView::paintEvent(QPaintEvent*) {
     if (HasImage()) {
         painter.save();
         painter.setRenderHint(QPainter::SmoothPixmapTransform, view_.smoothed);
-        painter.setTransform(ImageToView());
+        painter.setTransform(Geometry().ImageToView(view_), true);
         painter.drawImage(QPointF(0, 0), frameImage_);
         painter.restore();
     }
-    painter.setPen(QColor(235, 235, 200));
-    const QRect inner = rect().adjusted(10, 8, -10, -8);
-    painter.drawText(inner, Qt::AlignLeft | Qt::AlignTop, caption_.join('\n'));
+    QStringList above = HasImage() ? file_->Description() + caption_ : caption_;
+    PaintWords(painter, Qt::AlignLeft | Qt::AlignTop, above.join('\n'));
     if (HasImage()) {
-        QStringList lines;
+        QStringList below;
         if (file_->Monochrome())
-            lines += tr("Center %1   Width %2").arg(view_.windowCenter, 0, 'f', 0).arg(view_.windowWidth, 0, 'f', 0);
-        lines += tr("Zoom %1 %").arg(view_.zoom * 100, 0, 'f', 0);
-        painter.drawText(inner, Qt::AlignLeft | Qt::AlignBottom, lines.join('\n'));
-    } else if (!failure_.isEmpty()) {
-        painter.drawText(inner, Qt::AlignCenter | Qt::TextWordWrap, failure_);
+            below += tr("Center %1   Width %2").arg(view_.windowCenter, 0, 'f', 0).arg(view_.windowWidth, 0, 'f', 0);
+        below += tr("Zoom %1 %").arg(view_.zoom * 100, 0, 'f', 0);
+        PaintWords(painter, Qt::AlignLeft | Qt::AlignBottom, below.join('\n'));
+    } else {
+        PaintWords(painter, Qt::AlignCenter | Qt::TextWordWrap, failure_);
     }
+}
+
+void ImageView::PaintWords(QPainter& painter, int alignment, const QString& words) const {
+    // Light words with a dark edge can be read on any image.
+    const QRect inner = rect().adjusted(10, 8, -10, -8);
+    painter.setPen(Qt::black);
+    for (const QPoint shift : {QPoint(-1, 0), QPoint(1, 0), QPoint(0, -1), QPoint(0, 1)})
+        painter.drawText(inner.translated(shift), alignment, words);
+    painter.setPen(QColor(240, 240, 205));
+    painter.drawText(inner, alignment, words);
 }
 
 void ImageView::mousePressEvent(QMouseEvent* event) {
@@ -269,24 +284,32 @@ void ImageView::mouseMoveEvent(QMouseEvent* event) {
         fitted_ = false;
         view_.panX += static_cast<float>(by.x());
         view_.panY += static_cast<float>(by.y());
+        Touched();
     } else if (file_->Monochrome()) {
-        // A wide window is moved in wider steps, so that every kind of image needs the same hand.
-        const float step = std::max(1.0F, std::round(view_.windowWidth / 256));
-        view_.windowWidth = std::max(1.0F, view_.windowWidth + step * static_cast<float>(by.x()));
-        view_.windowCenter += step * static_cast<float>(by.y());
-        Render();
+        DragWindow(by);
     }
+}
+
+void ImageView::DragWindow(QPoint by) {
+    // A wide window is moved in wider steps, so that every kind of image needs the same hand.
+    const float step = std::max(1.0F, std::round(view_.windowWidth / 256));
+    ownWindow_ = false;
+    view_.windowWidth = std::max(1.0F, view_.windowWidth + step * static_cast<float>(by.x()));
+    view_.windowCenter += step * static_cast<float>(by.y());
+    Render();
     Touched();
 }
 
 void ImageView::wheelEvent(QWheelEvent* event) {
-    const int notches = event->angleDelta().y() / WheelStep;
+    wheel_ += event->angleDelta().y(); // touch pads send small parts of a notch
+    const int notches = wheel_ / WheelStep;
+    wheel_ -= notches * WheelStep;
     if (notches == 0)
         return;
-    if (event->modifiers().testFlag(Qt::ControlModifier))
-        Zoom(std::pow(1.15, notches));
-    else
+    if (!event->modifiers().testFlag(Qt::ControlModifier))
         emit Turned(-notches);
+    else if (HasImage())
+        Zoom(std::pow(ZoomStep, notches), event->position() - QRectF(rect()).center());
 }
 
 void ImageView::keyPressEvent(QKeyEvent* event) {
@@ -302,21 +325,20 @@ void ImageView::keyPressEvent(QKeyEvent* event) {
     case Qt::Key_PageUp:
         return emit Turned(-10);
     case Qt::Key_Home:
-        return emit Turned(-std::numeric_limits<int>::max() / 2);
+        return emit Turned(-FarthestSlice);
     case Qt::Key_End:
-        return emit Turned(std::numeric_limits<int>::max() / 2);
+        return emit Turned(FarthestSlice);
     case Qt::Key_Plus:
-        return Zoom(1.15);
+        return Zoom(ZoomStep);
     case Qt::Key_Minus:
-        return Zoom(1 / 1.15);
+        return Zoom(1 / ZoomStep);
     default:
         QWidget::keyPressEvent(event);
     }
 }
 
 void ImageView::resizeEvent(QResizeEvent*) {
-    if (fitted_ && HasImage())
-        view_.zoom = static_cast<float>(FittingZoom());
+    Place();
 }
 
 } // namespace tavrel

@@ -1,338 +1,245 @@
 #include "suite/lumaret/MainWindow.h"
 
-#include "platform/error.h"
-
 #include <QAction>
+#include <QEvent>
 #include <QFileInfo>
-#include <QFormLayout>
 #include <QGuiApplication>
-#include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
-#include <QPushButton>
 #include <QScreen>
 #include <QSplitter>
 #include <QStatusBar>
-#include <QTableWidget>
 #include <QToolBar>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 namespace tavrel {
-namespace {
-
-QTableWidget* Table(const QStringList& columns, const QString& accessibleName) {
-    auto* table = new QTableWidget(0, static_cast<int>(columns.size()));
-    table->setHorizontalHeaderLabels(columns);
-    table->setAccessibleName(accessibleName);
-    table->setSelectionBehavior(QAbstractItemView::SelectRows);
-    table->setSelectionMode(QAbstractItemView::SingleSelection);
-    table->setEditTriggers(QAbstractItemView::NoEditTriggers);
-    table->setTabKeyNavigation(false);
-    table->setShowGrid(false);
-    table->setAlternatingRowColors(true);
-    table->verticalHeader()->hide();
-    table->horizontalHeader()->setHighlightSections(false);
-    table->horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
-    table->horizontalHeader()->setStretchLastSection(true);
-    return table;
-}
-
-void AddRow(QTableWidget& table, const QStringList& cells) {
-    const int row = table.rowCount();
-    table.insertRow(row);
-    for (int column = 0; column < cells.size(); ++column) {
-        auto* item = new QTableWidgetItem(cells[column]);
-        item->setToolTip(cells[column]);
-        table.setItem(row, column, item);
-    }
-}
-
-/// A DICOM date "yyyymmdd" as people here write it; any other text as it is.
-QString DateOnScreen(const QString& date) {
-    if (date.size() != 8)
-        return date;
-    return date.mid(6, 2) + '/' + date.mid(4, 2) + '/' + date.left(4);
-}
-
-/// A search text "dd/mm/yyyy", or a part of it, in the order of the catalogue.
-QString DateInCatalogue(const QString& text) {
-    const QStringList parts = text.trimmed().split('/');
-    QString date;
-    for (auto part = parts.rbegin(); part != parts.rend(); ++part)
-        date += *part;
-    return date;
-}
-
-QString NameOnScreen(QString name) {
-    return name.section('=', 0, 0).replace('^', ' ').simplified();
-}
-
-} // namespace
 
 MainWindow::MainWindow(StudyCatalogue& catalogue, TavrelClient& tavrel, ViewerService& service)
-    : catalogue_(catalogue), tavrel_(tavrel), service_(service), image_(new ImageView) {
+    : tavrel_(tavrel), service_(service), studies_(new StudyPanel(catalogue)), image_(new ImageView),
+      reportImageList_(new QListWidget), words_(new QLineEdit) {
     setWindowTitle("Lumaret");
-    auto* splitter = new QSplitter;
-    splitter->addWidget(BuildSelection());
-    splitter->addWidget(image_);
-    splitter->setStretchFactor(0, 0);
-    splitter->setStretchFactor(1, 1);
-    splitter->setChildrenCollapsible(false);
-    setCentralWidget(splitter);
+    BuildSelection();
     BuildActions();
-    words_ = new QLabel;
+    // A box that only reads: screen readers find it, and its words can be copied.
     words_->setAccessibleName(tr("Message"));
+    words_->setReadOnly(true);
+    words_->setFrame(false);
+    words_->setFocusPolicy(Qt::ClickFocus);
+    words_->setAutoFillBackground(false);
+    words_->setStyleSheet("background: transparent; border: none");
     statusBar()->addWidget(words_, 1);
+    ConnectStudies();
     ConnectReport();
-
     connect(image_, &ImageView::Turned, this, &MainWindow::Turn);
     connect(image_, &ImageView::Changed, this, &MainWindow::UpdateActions);
-    const QSize screen = QGuiApplication::primaryScreen()->availableSize();
-    resize(screen * 0.9);
-    splitter->setSizes({std::max(400, screen.width() / 4), screen.width()});
     UpdateActions();
 }
 
-QWidget* MainWindow::BuildSelection() {
-    auto* form = new QFormLayout;
-    const auto box = [&](const QString& label, const QString& hint) {
-        auto* edit = new QLineEdit;
-        edit->setPlaceholderText(hint);
-        edit->setClearButtonEnabled(true);
-        connect(edit, &QLineEdit::returnPressed, this, &MainWindow::Search);
-        form->addRow(label, edit);
-        return edit;
-    };
-    name_ = box(tr("Patient &name"), tr("part of the name"));
-    id_ = box(tr("Patient &ID"), tr("part of the identifier"));
-    date_ = box(tr("Study &date"), tr("dd/mm/yyyy, mm/yyyy or yyyy"));
-    auto* search = new QPushButton(tr("&Search"));
-    connect(search, &QPushButton::clicked, this, &MainWindow::Search);
-    form->addRow(QString(), search);
-
-    studyTable_ = Table({tr("Patient"), tr("ID"), tr("Date"), tr("Study")}, tr("Studies"));
-    seriesTable_ = Table({tr("No."), tr("Kind"), tr("Images"), tr("Status"), tr("Description")}, tr("Series"));
-    reportImageList_ = new QListWidget;
-    reportImageList_->setAccessibleName(tr("Report images"));
-    reportImageList_->setMaximumHeight(140);
-    connect(studyTable_, &QTableWidget::itemSelectionChanged, this, &MainWindow::ShowSeries);
-    connect(seriesTable_, &QTableWidget::itemSelectionChanged, this, &MainWindow::ShowSelectedSeries);
-    connect(seriesTable_, &QTableWidget::itemActivated, this, &MainWindow::OpenSelectedSeries);
-    connect(reportImageList_, &QListWidget::currentRowChanged, this, &MainWindow::ShowReportImage);
-
+void MainWindow::BuildSelection() {
     auto* panel = new QWidget;
     auto* column = new QVBoxLayout(panel);
-    const auto titled = [&](const QString& title, QWidget* widget, int stretch) {
-        auto* label = new QLabel(title);
-        label->setBuddy(widget);
-        column->addWidget(label);
-        column->addWidget(widget, stretch);
-    };
-    column->addLayout(form);
-    titled(tr("S&tudies"), studyTable_, 3);
-    titled(tr("S&eries and reports"), seriesTable_, 2);
-    titled(tr("I&mages of the open report"), reportImageList_, 0);
-    return panel;
+    column->setContentsMargins(0, 0, 0, 9);
+    column->addWidget(studies_, 1);
+    auto* below = new QVBoxLayout;
+    below->setContentsMargins(9, 0, 9, 0);
+    auto* label = new QLabel(tr("I&mages of the open report"));
+    label->setBuddy(reportImageList_);
+    reportImageList_->setAccessibleName(tr("Report images"));
+    reportImageList_->setMaximumHeight(100);
+    below->addWidget(label);
+    below->addWidget(reportImageList_);
+    column->addLayout(below);
+
+    auto* splitter = new QSplitter;
+    splitter->addWidget(panel);
+    splitter->addWidget(image_);
+    splitter->setStretchFactor(1, 1);
+    splitter->setChildrenCollapsible(false);
+    setCentralWidget(splitter);
+    const QSize screen = QGuiApplication::primaryScreen()->availableSize();
+    resize(screen * 0.9);
+    const int panelWidth = std::clamp(screen.width() / 4, 340, 520);
+    splitter->setSizes({panelWidth, screen.width() - panelWidth});
+}
+
+QAction* MainWindow::AddAction(const QString& caption, const QString& help, const QKeySequence& key,
+                               const std::function<void()>& run) {
+    QAction* action = tools_->addAction(caption);
+    action->setShortcut(key);
+    action->setToolTip(key.isEmpty() ? help : help + " (" + key.toString(QKeySequence::NativeText) + ")");
+    connect(action, &QAction::triggered, this, run);
+    return action;
+}
+
+/// Its key, a letter alone, acts while the image has the focus.
+void MainWindow::AddImageAction(const QString& caption, const QString& help, const QKeySequence& key,
+                                const std::function<void()>& run) {
+    QAction* action = AddAction(caption, help, key, run);
+    action->setShortcutContext(Qt::WidgetShortcut);
+    image_->addAction(action);
+    imageActions_ += action;
 }
 
 void MainWindow::BuildActions() {
-    QToolBar* bar = addToolBar(tr("Tools"));
-    bar->setMovable(false);
-    bar->setToolButtonStyle(Qt::ToolButtonTextOnly);
-    const auto add = [&](const QString& text, const QKeySequence& key, auto&& run) {
-        QAction* action = bar->addAction(text);
-        action->setShortcut(key);
-        action->setToolTip(QString(text).remove('&') + "  " + key.toString(QKeySequence::NativeText));
-        connect(action, &QAction::triggered, this, run);
-        return action;
-    };
-    report_ = add(tr("&Report"), Qt::CTRL | Qt::Key_R, [this] { OpenReport(); });
-    add_ = add(tr("&Add to report"), Qt::CTRL | Qt::Key_Plus, [this] { AddToReport(); });
-    clear_ = add(tr("&Clear report images"), QKeySequence(), [this] { ClearReportImages(); });
-    bar->addSeparator();
-    imageActions_ = {
-        add(tr("Flip horizontally"), Qt::Key_H, [this] { image_->FlipHorizontal(); }),
-        add(tr("Flip vertically"), Qt::Key_V, [this] { image_->FlipVertical(); }),
-        add(tr("Rotate left"), Qt::Key_L, [this] { image_->Rotate(-90); }),
-        add(tr("Rotate right"), Qt::Key_O, [this] { image_->Rotate(90); }),
-        add(tr("Invert"), Qt::Key_T, [this] { image_->Invert(); }),
-        add(tr("Smooth"), Qt::Key_M, [this] { image_->Smooth(!image_->View().smoothed); }),
-        add(tr("Fit"), Qt::Key_F, [this] { image_->Fit(); }),
-        add(tr("Reset"), Qt::Key_R, [this] { image_->Reset(); }),
-    };
+    tools_ = addToolBar(tr("Tools"));
+    tools_->setMovable(false);
+    tools_->setContextMenuPolicy(Qt::PreventContextMenu);
+    report_ = AddAction(tr("Report"), tr("Open the report of the series on screen"), Qt::CTRL | Qt::Key_R,
+                        [this] { OpenReport(); });
+    add_ = AddAction(tr("Add to report"), tr("Add the image as it is on screen to the open report"),
+                     Qt::CTRL | Qt::Key_I, [this] { AddToReport(); });
+    clear_ = AddAction(tr("Clear report images"), tr("Empty the open report's list of images"), {},
+                       [this] { tavrel_.RemoveImages(); });
+    tools_->addSeparator();
+    AddImageAction(tr("Flip horizontally"), tr("Left becomes right"), Qt::Key_H, [this] { image_->FlipHorizontal(); });
+    AddImageAction(tr("Flip vertically"), tr("Up becomes down"), Qt::Key_V, [this] { image_->FlipVertical(); });
+    AddImageAction(tr("Rotate left"), tr("A quarter turn to the left"), Qt::Key_L, [this] { image_->Rotate(-90); });
+    AddImageAction(tr("Rotate right"), tr("A quarter turn to the right"), Qt::Key_R, [this] { image_->Rotate(90); });
+    AddImageAction(tr("Invert"), tr("Black becomes white"), Qt::Key_I, [this] { image_->Invert(); });
+    AddImageAction(tr("Smooth"), tr("Smooth the zoomed image"), Qt::Key_S,
+                   [this] { image_->Smooth(smooth_->isChecked()); });
+    smooth_ = imageActions_.last();
+    smooth_->setCheckable(true);
+    tools_->addSeparator();
+    AddImageAction(tr("1:1"), tr("A pixel of the image is one of the screen"), Qt::Key_1,
+                   [this] { image_->ActualSize(); });
+    AddImageAction(tr("Fit"), tr("Show the whole image"), Qt::Key_F, [this] { image_->Fit(); });
+    AddImageAction(tr("Reset"), tr("Show the image as it was at first"), Qt::Key_0, [this] { image_->Reset(); });
+}
+
+void MainWindow::ConnectStudies() {
+    connect(studies_, &StudyPanel::Said, this, &MainWindow::Say);
+    connect(studies_, &StudyPanel::StudyChosen, this, [this] { ShowImages({}, {}); });
+    connect(studies_, &StudyPanel::ImagesChosen, this, &MainWindow::ShowImages);
+    connect(studies_, &StudyPanel::ReportChosen, this, &MainWindow::UpdateActions);
+    connect(studies_, &StudyPanel::ReportActivated, &tavrel_, &TavrelClient::LoadSRSeries);
+    connect(studies_, &StudyPanel::ImagesActivated, image_, qOverload<>(&QWidget::setFocus));
 }
 
 void MainWindow::ConnectReport() {
     connect(&tavrel_, &TavrelClient::Said, this, &MainWindow::Say);
     connect(&tavrel_, &TavrelClient::StateChanged, this, &MainWindow::UpdateActions);
-    connect(&service_, &ViewerService::ImageHanded, this, &MainWindow::AddReportImage);
-    connect(&service_, &ViewerService::ListCleared, this, [this] {
-        reportImages_.clear();
-        reportImageList_->clear();
+    connect(&tavrel_, &TavrelClient::Added, this, &MainWindow::ListReportImage);
+    connect(&tavrel_, &TavrelClient::Removed, this, &MainWindow::ClearReportImages);
+    connect(&tavrel_, &TavrelClient::Closed, this, [this] {
+        ClearReportImages();
+        studies_->Refresh();
     });
-}
-
-template <typename Run> void MainWindow::Ask(Run&& run) {
-    try {
-        run();
-    } catch (const Error& error) {
-        Say(tr("The catalogue cannot be read: %1").arg(QString::fromStdString(error.description)));
-    }
-}
-
-void MainWindow::Search() {
-    Ask([this] {
-        studies_ = catalogue_.Find(name_->text(), id_->text(), DateInCatalogue(date_->text()));
-        studyTable_->setRowCount(0);
-        seriesTable_->setRowCount(0);
-        for (const StudyRow& study : studies_)
-            AddRow(*studyTable_,
-                   {NameOnScreen(study.patientName), study.patientId, DateOnScreen(study.date), study.description});
-        studyTable_->resizeColumnsToContents();
-        if (studies_.empty())
-            Say(tr("No study was found."));
-        else if (static_cast<int>(studies_.size()) == StudyCatalogue::Limit)
-            Say(tr("The newest %1 studies are listed. Search for a name to narrow them.").arg(StudyCatalogue::Limit));
-        else
-            Say(tr("%n studies", nullptr, static_cast<int>(studies_.size())));
+    connect(&service_, &ViewerService::ListCleared, this, &MainWindow::ClearReportImages);
+    connect(&service_, &ViewerService::ImageHanded, this, [this](const ReportImage& image) {
+        ListReportImage(image);
+        reportImageList_->setCurrentRow(reportImageList_->count() - 1);
     });
+    connect(reportImageList_, &QListWidget::currentRowChanged, this, &MainWindow::ShowReportImage);
 }
 
-void MainWindow::ShowSeries() {
-    const int row = studyTable_->currentRow();
-    if (row < 0 || row >= static_cast<int>(studies_.size()))
-        return;
-    Ask([&] {
-        series_ = catalogue_.SeriesOf(studies_[static_cast<std::size_t>(row)].studyUid);
-        const QSignalBlocker quiet(seriesTable_);
-        seriesTable_->setRowCount(0);
-        for (const SeriesRow& series : series_)
-            AddRow(*seriesTable_, {QString::number(series.number), series.IsReport() ? tr("Report") : series.modality,
-                                   QString::number(series.images), series.status, series.description});
-        seriesTable_->resizeColumnsToContents();
-    });
-    for (int i = 0; i < static_cast<int>(series_.size()); ++i)
-        if (!series_[static_cast<std::size_t>(i)].IsReport())
-            return seriesTable_->selectRow(i);
-}
-
-const SeriesRow* MainWindow::SelectedSeries() const {
-    const int row = seriesTable_->currentRow();
-    return row < 0 || row >= static_cast<int>(series_.size()) ? nullptr : &series_[static_cast<std::size_t>(row)];
-}
-
-void MainWindow::ShowSelectedSeries() {
-    const SeriesRow* series = SelectedSeries();
-    if (!series || series->IsReport())
-        return UpdateActions();
-    Ask([&] {
-        files_ = catalogue_.FilesOf(*series);
-        shownSeries_ = *series;
-        if (const int row = studyTable_->currentRow(); row >= 0)
-            shownStudy_ = studies_[static_cast<std::size_t>(row)];
+void MainWindow::ShowImages(const SeriesRow& series, const QStringList& files) {
+    series_ = series;
+    files_ = files;
+    if (files_.isEmpty()) {
         reportImageList_->setCurrentRow(-1);
-        file_ = frame_ = 0;
-        if (files_.isEmpty())
-            image_->Clear();
-        else
-            image_->Open(files_.first(), 0, false);
-        UpdateCaption();
-    });
-    UpdateActions();
-}
-
-void MainWindow::OpenSelectedSeries() {
-    const SeriesRow* series = SelectedSeries();
-    if (!series)
-        return;
-    if (series->IsReport())
-        tavrel_.LoadSRSeries(series->seriesUid);
-    else
-        image_->setFocus();
-}
-
-void MainWindow::OpenReport() {
-    const SeriesRow* selected = SelectedSeries();
-    if (selected && selected->IsReport())
-        tavrel_.LoadSRSeries(selected->seriesUid);
-    else if (!files_.isEmpty())
-        tavrel_.LoadForImgSeries(files_);
-}
-
-void MainWindow::AddToReport() {
-    if (image_->HasImage())
-        tavrel_.AddImage(image_->Path(), std::make_shared<ViewParameters>(image_->View()), QString());
-}
-
-void MainWindow::ClearReportImages() {
-    tavrel_.RemoveImages();
-    reportImages_.clear();
-    reportImageList_->clear();
-}
-
-void MainWindow::AddReportImage(const QString& filename, const ViewParametersHandle& view, const QString& lutName) {
-    reportImages_.push_back({filename, view, lutName});
-    reportImageList_->addItem(QFileInfo(filename).fileName());
-    reportImageList_->setCurrentRow(reportImageList_->count() - 1);
-}
-
-void MainWindow::ShowReportImage(int index) {
-    if (index < 0 || index >= static_cast<int>(reportImages_.size()))
-        return;
-    const ReportImage& handed = reportImages_[static_cast<std::size_t>(index)];
-    image_->Caption({tr("Image %1 of %2 of the report").arg(index + 1).arg(reportImages_.size())});
-    if (handed.view)
-        image_->Open(handed.filename, *handed.view);
-    else
-        image_->Open(handed.filename, 0, false);
-}
-
-void MainWindow::Turn(int steps) {
-    if (files_.isEmpty())
-        return;
-    const int direction = steps < 0 ? -1 : 1;
-    const bool frames = image_->FrameCount() > 1;
-    int file = file_, frame = frame_;
-    if (frames && frame + steps >= 0 && frame + steps < image_->FrameCount()) {
-        frame += steps;
-    } else if (frames && files_.size() == 1) {
-        frame = steps < 0 ? 0 : image_->FrameCount() - 1;
+        image_->Clear();
     } else {
-        file = static_cast<int>(std::clamp<qsizetype>(file + (frames ? direction : steps), 0, files_.size() - 1));
-        frame = 0;
+        ShowSlice(0, 0, false);
     }
-    if (file == file_ && frame == frame_ && image_->Path() == files_[file])
-        return;
+}
+
+void MainWindow::ShowSlice(int file, int frame, bool keepView) {
+    reportImageList_->setCurrentRow(-1);
+    sliceShown_ = true;
     file_ = file;
     frame_ = frame;
-    image_->Open(files_[file_], frame_, true);
-    UpdateCaption();
-}
-
-void MainWindow::UpdateCaption() {
-    QStringList lines = {NameOnScreen(shownStudy_.patientName), shownStudy_.patientId,
-                         QStringList{DateOnScreen(shownStudy_.date), shownStudy_.description}.join("  "),
-                         QStringList{shownSeries_.modality, shownSeries_.description}.join("  ")};
-    if (!files_.isEmpty())
-        lines += tr("Image %1 of %2").arg(file_ + 1).arg(files_.size());
+    image_->Open(files_[file_], frame_, keepView);
+    QStringList lines = {tr("Image %1 of %2").arg(file_ + 1).arg(files_.size())};
     if (image_->FrameCount() > 1)
         lines += tr("Frame %1 of %2").arg(frame_ + 1).arg(image_->FrameCount());
     image_->Caption(lines);
 }
 
+void MainWindow::Turn(int steps) {
+    if (files_.isEmpty())
+        return;
+    if (!sliceShown_) { // back from the report's images
+        ShowSlice(file_, frame_, false);
+        return;
+    }
+    const int frames = std::max(1, image_->FrameCount()), last = static_cast<int>(files_.size()) - 1;
+    const int frame = std::clamp(frame_ + steps, 0, frames - 1);
+    const bool stays = frame != frame_ && (last == 0 || frame == frame_ + steps);
+    const int file = frames > 1 ? file_ + std::clamp(steps, -1, 1) : file_ + steps;
+    if (stays) {
+        ShowSlice(file_, frame, true);
+    } else if (const int next = std::clamp(file, 0, last); next != file_) {
+        ShowSlice(next, 0, true);
+        if (steps < 0 && image_->FrameCount() > 1)
+            ShowSlice(next, image_->FrameCount() - 1, true);
+    }
+}
+
+void MainWindow::OpenReport() {
+    if (!files_.isEmpty())
+        tavrel_.LoadForImgSeries(files_);
+    else if (const SeriesRow* report = studies_->SelectedReport())
+        tavrel_.LoadSRSeries(report->seriesUid);
+}
+
+void MainWindow::AddToReport() {
+    const ReportImage* shown = ShownReportImage();
+    tavrel_.AddImage(
+        {image_->Path(), std::make_shared<ViewParameters>(image_->View()), shown ? shown->lutName : QString()});
+}
+
+void MainWindow::ListReportImage(const ReportImage& image) {
+    reportImages_.push_back(image);
+    reportImageList_->addItem(
+        tr("%1   %2").arg(reportImageList_->count() + 1).arg(QFileInfo(image.filename).fileName()));
+}
+
+void MainWindow::ShowReportImage(int index) {
+    if (index < 0 || index >= static_cast<int>(reportImages_.size()))
+        return;
+    const ReportImage& image = reportImages_[static_cast<std::size_t>(index)];
+    sliceShown_ = false;
+    if (image.view)
+        image_->Open(image.filename, *image.view);
+    else
+        image_->Open(image.filename, 0, false);
+    image_->Caption({tr("Image %1 of the report").arg(index + 1)});
+}
+
+const ReportImage* MainWindow::ShownReportImage() const {
+    const int row = reportImageList_->currentRow();
+    return row < 0 ? nullptr : &reportImages_[static_cast<std::size_t>(row)];
+}
+
+void MainWindow::ClearReportImages() {
+    reportImages_.clear();
+    reportImageList_->clear();
+}
+
 void MainWindow::UpdateActions() {
-    const SeriesRow* selected = SelectedSeries();
-    report_->setEnabled(!tavrel_.Opening() && (!files_.isEmpty() || (selected && selected->IsReport())));
+    report_->setEnabled(!tavrel_.Opening() && (!files_.isEmpty() || studies_->SelectedReport()));
     add_->setEnabled(tavrel_.Open() && !tavrel_.Opening() && image_->HasImage());
     clear_->setEnabled(tavrel_.Open() && !tavrel_.Opening());
     for (QAction* action : imageActions_)
         action->setEnabled(image_->HasImage());
+    smooth_->setChecked(image_->View().smoothed);
 }
 
 void MainWindow::Say(const QString& words) {
     words_->setText(words);
+    words_->setCursorPosition(0);
     words_->setToolTip(words);
+}
+
+void MainWindow::changeEvent(QEvent* event) {
+    // Whoever comes back from the report sees the series as they are now.
+    if (event->type() == QEvent::ActivationChange && isActiveWindow())
+        studies_->Refresh();
+    QMainWindow::changeEvent(event);
 }
 
 } // namespace tavrel

@@ -1,84 +1,81 @@
 #pragma once
 
 #include "suite/lumaret/ImageView.h"
-#include "suite/lumaret/StudyCatalogue.h"
+#include "suite/lumaret/StudyPanel.h"
 #include "suite/lumaret/TavrelClient.h"
 #include "suite/lumaret/ViewerService.h"
 
 #include <QMainWindow>
 
 class QAction;
-class QLabel;
 class QLineEdit;
 class QListWidget;
-class QTableWidget;
+class QToolBar;
 
 namespace tavrel {
 
-/// The viewer: studies and series at the left, the image at the right.
+/// The viewer: studies, series and the open report's images at the left, the image at the right.
 class MainWindow : public QMainWindow {
     Q_OBJECT
 
 public:
     MainWindow(StudyCatalogue& catalogue, TavrelClient& tavrel, ViewerService& service);
 
-    /// Searches with what the boxes hold.
-    void Search();
+    /// Lists the studies.
+    void Start() { studies_->Search(); }
+
+public slots:
+    /// The storage service has stored a report.
+    void ReportStored() { studies_->Refresh(); }
+
+protected:
+    void changeEvent(QEvent* event) override;
 
 private:
-    struct ReportImage {
-        QString filename;
-        ViewParametersHandle view;
-        QString lutName;
-    };
-
-    QWidget* BuildSelection();
+    void BuildSelection();
+    QAction* AddAction(const QString& caption, const QString& help, const QKeySequence& key,
+                       const std::function<void()>& run);
+    void AddImageAction(const QString& caption, const QString& help, const QKeySequence& key,
+                        const std::function<void()>& run);
     void BuildActions();
+    void ConnectStudies();
     void ConnectReport();
 
-    void ShowSeries();
-    void ShowSelectedSeries();
-    void OpenSelectedSeries();
+    void ShowImages(const SeriesRow& series, const QStringList& files);
+    void ShowSlice(int file, int frame, bool keepView);
     void OpenReport();
     void AddToReport();
-    void ClearReportImages();
+    void ListReportImage(const ReportImage& image);
     void ShowReportImage(int index);
-    void AddReportImage(const QString& filename, const ViewParametersHandle& view, const QString& lutName);
+    void ClearReportImages();
+    /// The report's image on screen, or none.
+    const ReportImage* ShownReportImage() const;
 
     /// Goes `steps` slices on; a file's frames count as slices.
     void Turn(int steps);
-    void UpdateCaption();
     void UpdateActions();
     void Say(const QString& words);
-    /// Runs a catalogue query; a failure is said.
-    template <typename Run> void Ask(Run&& run);
-    const SeriesRow* SelectedSeries() const;
 
-    StudyCatalogue& catalogue_;
     TavrelClient& tavrel_;
     ViewerService& service_;
 
-    QLineEdit* name_;
-    QLineEdit* id_;
-    QLineEdit* date_;
-    QTableWidget* studyTable_;
-    QTableWidget* seriesTable_;
-    QListWidget* reportImageList_;
+    StudyPanel* studies_;
     ImageView* image_;
-    QLabel* words_;
+    QListWidget* reportImageList_;
+    QLineEdit* words_;
+    QToolBar* tools_;
     QAction* report_;
     QAction* add_;
     QAction* clear_;
+    QAction* smooth_;
     QList<QAction*> imageActions_;
 
-    std::vector<StudyRow> studies_;
-    std::vector<SeriesRow> series_;
     std::vector<ReportImage> reportImages_;
-    QStringList files_; ///< of the series on screen
-    SeriesRow shownSeries_;
-    StudyRow shownStudy_;
+    SeriesRow series_;  ///< of the slices
+    QStringList files_; ///< its slices
     int file_ = 0;
     int frame_ = 0;
+    bool sliceShown_ = false; ///< not an image of the report
 };
 
 } // namespace tavrel

@@ -3,6 +3,8 @@
 #include "platform/error.h"
 #include "platform/paths.h"
 
+#include <algorithm>
+
 namespace tavrel {
 namespace {
 
@@ -16,8 +18,33 @@ QString Quoted(QString text) {
     return "'" + text.replace('\'', '`') + "'";
 }
 
+/// A LIKE pattern that matches `text` anywhere, and more: engines differ in the upper case of letters
+/// beyond ASCII, so that any letter stands for one of those.
+QString PatternFor(const QString& text) {
+    QString pattern;
+    for (const QChar character : text.toUpper()) {
+        if (QString("!%_").contains(character))
+            pattern += '!';
+        pattern += character.unicode() < 0x80 ? character : QChar('_');
+    }
+    return Quoted("%" + pattern + "%") + " ESCAPE '!'";
+}
+
 QString Containing(const QString& column, const QString& text) {
-    return "Upper(" + column + ") LIKE " + Quoted("%" + text.trimmed().toUpper() + "%");
+    return " AND Upper(" + column + ") LIKE " + PatternFor(text);
+}
+
+bool Holds(const QString& value, const QString& text) {
+    return value.contains(QString(text).replace('\'', '`'), Qt::CaseInsensitive);
+}
+
+/// "dd/mm/yyyy", "mm/yyyy" or "yyyy" as the beginning of a DICOM date.
+QString DateInCatalogue(const QString& text) {
+    const QStringList parts = text.split('/');
+    QString date;
+    for (auto part = parts.rbegin(); part != parts.rend(); ++part)
+        date += part->trimmed().rightJustified(2, '0');
+    return date;
 }
 
 QString NativePathOf(const QString& inside) {
@@ -55,16 +82,30 @@ template <typename Read> auto StudyCatalogue::Query(const QString& statement, Re
 }
 
 std::vector<StudyRow> StudyCatalogue::Find(const QString& name, const QString& id, const QString& date) {
-    const QString statement =
-        "SELECT Study.StudyInstanceUID, Patient.PatientName, Patient.ID, Study.StudyDate, Study.StudyDescription "
-        "FROM Patient, Study WHERE Patient.ID = Study.IDPatient AND " +
-        Containing("Patient.PatientName", name) + " AND " + Containing("Patient.ID", id) +
-        (date.trimmed().isEmpty() ? QString() : " AND " + Containing("Study.StudyDate", date)) +
-        " ORDER BY Study.StudyDate DESC, Patient.PatientName LIMIT " + QString::number(Limit);
-    return Query(statement, [](const ResultSet& rows) {
-        return StudyRow{Field(rows, "StudyInstanceUID"), Field(rows, "PatientName"), Field(rows, "ID"),
-                        Field(rows, "StudyDate"), Field(rows, "StudyDescription")};
+    const QStringList words = name.split(' ', Qt::SkipEmptyParts);
+    const QString identifier = id.trimmed();
+    QString conditions;
+    for (const QString& word : words)
+        conditions += Containing("Patient.PatientName", word);
+    if (!identifier.isEmpty())
+        conditions += Containing("Patient.ID", identifier);
+    if (!date.trimmed().isEmpty())
+        conditions += " AND Study.StudyDate LIKE " + Quoted(DateInCatalogue(date) + "%");
+
+    auto studies =
+        Query("SELECT Study.StudyInstanceUID, Patient.PatientName, Patient.ID, Study.StudyDate, Study.StudyDescription "
+              "FROM Patient, Study WHERE Patient.ID = Study.IDPatient" +
+                  conditions + " ORDER BY Study.StudyDate DESC, Study.StudyTime DESC, Patient.PatientName LIMIT " +
+                  QString::number(Limit),
+              [](const ResultSet& rows) {
+                  return StudyRow{Field(rows, "StudyInstanceUID"), Field(rows, "PatientName"), Field(rows, "ID"),
+                                  Field(rows, "StudyDate"), Field(rows, "StudyDescription")};
+              });
+    std::erase_if(studies, [&](const StudyRow& study) {
+        return !Holds(study.patientId, identifier) ||
+               std::ranges::any_of(words, [&](const QString& word) { return !Holds(study.patientName, word); });
     });
+    return studies;
 }
 
 std::vector<SeriesRow> StudyCatalogue::SeriesOf(const QString& studyUid) {

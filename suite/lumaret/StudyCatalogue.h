@@ -19,6 +19,7 @@ struct SeriesRow {
     int number = 0;
     int images = 0;
     bool IsReport() const { return modality == "SR"; }
+    bool operator==(const SeriesRow&) const = default;
 };
 
 /// What the viewer reads of the catalogue. Every failure is an `Error`.
@@ -26,8 +27,9 @@ class StudyCatalogue {
 public:
     explicit StudyCatalogue(Database& database);
 
-    /// The studies whose patient name, patient identifier and study date hold these texts, newest
-    /// first; an empty text holds everywhere. At most `Limit` rows.
+    /// The studies, newest first, whose patient's name holds every word of `name`, in any order and
+    /// letter case, whose patient's identifier holds `id`, and whose date is `date`: "dd/mm/yyyy",
+    /// "mm/yyyy" or "yyyy". An empty text holds everywhere. At most `Limit` rows.
     std::vector<StudyRow> Find(const QString& name, const QString& id, const QString& date);
     std::vector<SeriesRow> SeriesOf(const QString& studyUid);
     /// The series' image files as native paths, in the order of their instance numbers.

@@ -2,20 +2,20 @@
 
 #include "platform/dbus/ViewParametersMap.h"
 
-#include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusObjectPath>
 #include <QDBusPendingCallWatcher>
 #include <QDBusServiceWatcher>
 
 #include <limits>
+#include <utility>
 
 namespace tavrel {
 namespace {
 
 const QString ServiceName = QStringLiteral("Tavrel.CTavrel");
+// A person answers a chooser or a message in his own time, and an end of the program is seen.
 constexpr int WithoutLimit = std::numeric_limits<int>::max();
-constexpr int CreationLimit = 60000, ImageCallLimit = 10000; // milliseconds
 
 } // namespace
 
@@ -25,10 +25,11 @@ TavrelClient::TavrelClient(const QDBusConnection& bus, QObject* parent) : QObjec
 }
 
 void TavrelClient::OwnerChanged(const QString&, const QString& former, const QString& now) {
-    if (!owner_.isEmpty() && former == owner_ && now != owner_) {
-        Forget();
-        emit Said(tr("The report was closed."));
-    }
+    if (owner_.isEmpty() || former != owner_ || now == owner_)
+        return;
+    const bool early = opening_;
+    Forget();
+    emit Said(early ? tr("The report program ended before the report was open.") : tr("The report was closed."));
 }
 
 void TavrelClient::Forget() {
@@ -36,20 +37,21 @@ void TavrelClient::Forget() {
     path_.clear();
     opening_ = open_ = false;
     emit StateChanged();
+    emit Closed();
 }
 
-void TavrelClient::WhenFinished(const QDBusPendingCall& call, std::function<void(const QDBusPendingCall&)> then) {
-    auto* watcher = new QDBusPendingCallWatcher(call, this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [watcher, then = std::move(then)] {
-        watcher->deleteLater();
-        then(*watcher);
-    });
-}
-
-QDBusPendingCall TavrelClient::Call(const QString& member, const QVariantList& arguments, int timeout) {
-    QDBusMessage message = QDBusMessage::createMethodCall(owner_, path_, ServiceName, member);
+void TavrelClient::Call(const QString& path, const QString& interface, const QString& member,
+                        const QVariantList& arguments, const Answered& answered) {
+    // An object is called at the program that made it: no other one is ever started for the call.
+    QDBusMessage message =
+        QDBusMessage::createMethodCall(owner_.isEmpty() ? ServiceName : owner_, path, interface, member);
     message.setArguments(arguments);
-    return bus_.asyncCall(message, timeout);
+    auto* watcher = new QDBusPendingCallWatcher(bus_.asyncCall(message, WithoutLimit), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, answered, owner = owner_] {
+        watcher->deleteLater();
+        if (owner == owner_) // else the program has ended meanwhile, and that has been said
+            answered(*watcher);
+    });
 }
 
 void TavrelClient::LoadForImgSeries(const QStringList& imageFiles) {
@@ -67,29 +69,26 @@ void TavrelClient::OpenWith(const QString& member, const QVariant& argument) {
     }
     opening_ = true;
     emit StateChanged();
-    emit Said(tr("Opening the report ..."));
+    emit Said(tr("Opening the report ... If Tavrel asks which one, answer there."));
     if (!path_.isEmpty()) {
         CallOpen(member, argument);
         return;
     }
-    const QDBusMessage create =
-        QDBusMessage::createMethodCall(ServiceName, "/Tavrel/CTavrel", "Tavrel.ClassFactory", "CreateInstance");
-    WhenFinished(bus_.asyncCall(create, CreationLimit), [this, member, argument](const QDBusPendingCall& call) {
-        if (call.isError()) {
-            Forget();
-            emit Said(tr("The report program could not be started: %1").arg(call.error().message()));
-            return;
-        }
-        owner_ = call.reply().service();
-        path_ = call.reply().arguments().value(0).value<QDBusObjectPath>().path();
-        CallOpen(member, argument);
-    });
+    Call("/Tavrel/CTavrel", "Tavrel.ClassFactory", "CreateInstance", {},
+         [this, member, argument](const QDBusPendingCall& call) {
+             if (call.isError()) {
+                 Forget();
+                 emit Said(tr("The report program could not be started: %1").arg(call.error().message()));
+                 return;
+             }
+             owner_ = call.reply().service();
+             path_ = call.reply().arguments().value(0).value<QDBusObjectPath>().path();
+             CallOpen(member, argument);
+         });
 }
 
 void TavrelClient::CallOpen(const QString& member, const QVariant& argument) {
-    WhenFinished(Call(member, {argument}, WithoutLimit), [this, owner = owner_](const QDBusPendingCall& call) {
-        if (owner != owner_)
-            return; // it ended meanwhile, and that has been said
+    Call(path_, ServiceName, member, {argument}, [this](const QDBusPendingCall& call) {
         opening_ = false;
         if (call.isError()) {
             Forget();
@@ -102,27 +101,33 @@ void TavrelClient::CallOpen(const QString& member, const QVariant& argument) {
     });
 }
 
-void TavrelClient::CallImages(const QString& member, const QVariantList& arguments, const QString& done) {
+void TavrelClient::CallImages(const QString& member, const QVariantList& arguments, const std::function<void()>& done) {
     if (opening_ || !open_) {
         emit Said(opening_ ? tr("The report program is still opening a report. Answer its window first.")
                            : tr("No report is open. Press Report first."));
         return;
     }
-    WhenFinished(Call(member, arguments, ImageCallLimit), [this, done](const QDBusPendingCall& call) {
+    emit Said(tr("Waiting for the report program ..."));
+    Call(path_, ServiceName, member, arguments, [this, done](const QDBusPendingCall& call) {
         if (call.isError())
-            emit Said(tr("The report program did not answer: %1").arg(call.error().message()));
+            emit Said(tr("The report program failed: %1").arg(call.error().message()));
         else
-            emit Said(done);
+            done();
     });
 }
 
-void TavrelClient::AddImage(const QString& filename, const ViewParametersHandle& view, const QString& lutName) {
-    CallImages("AddImageToSR", {filename, ViewParametersMap(view), lutName},
-               tr("The image was added to the report. It is kept with the next saved version."));
+void TavrelClient::AddImage(const ReportImage& image) {
+    CallImages("AddImageToSR", {image.filename, ViewParametersMap(image.view), image.lutName}, [this, image] {
+        emit Said(tr("The image was added to the report. Save the report to keep it."));
+        emit Added(image);
+    });
 }
 
 void TavrelClient::RemoveImages() {
-    CallImages("RemoveImagesFromSR", {}, tr("The report's images were removed. Added ones count from now on."));
+    CallImages("RemoveImagesFromSR", {}, [this] {
+        emit Said(tr("The report's images were removed from its list. Others, added and saved, take their place."));
+        emit Removed();
+    });
 }
 
 } // namespace tavrel

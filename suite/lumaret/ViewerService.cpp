@@ -10,9 +10,17 @@ bool ViewerService::Register(QDBusConnection bus) {
            bus.registerService("Lumaret.Viewer");
 }
 
+QVariantMap ViewerService::ViewPars() const {
+    return ViewParametersMap(viewPars_);
+}
+
+void ViewerService::ViewPars(const QVariantMap& parameters) {
+    viewPars_ = ViewParametersOf(parameters);
+}
+
 void ViewerService::ViewRefertImages() {
     if (!srFilename_.isEmpty())
-        emit ImageHanded(srFilename_, ViewParametersOf(viewPars_), lutName_);
+        emit ImageHanded({srFilename_, viewPars_, lutName_});
 }
 
 void ViewerService::ClearRefertList() {

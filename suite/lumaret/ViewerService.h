@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/viewer.h"
+#include "suite/lumaret/ReportImage.h"
 
 #include <QDBusConnection>
 #include <QObject>
@@ -8,13 +8,14 @@
 
 namespace tavrel {
 
-/// The viewer's automation object "Lumaret.Viewer" on the session bus.
+/// The viewer's automation object "Lumaret.Viewer" on the session bus: a report sets the three
+/// properties and has the image shown.
 class ViewerService : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "Lumaret.Viewer")
     Q_PROPERTY(QString SRFilename MEMBER srFilename_)
     Q_PROPERTY(QString LUTName MEMBER lutName_)
-    Q_PROPERTY(QVariantMap ViewPars MEMBER viewPars_)
+    Q_PROPERTY(QVariantMap ViewPars READ ViewPars WRITE ViewPars)
 
 public:
     explicit ViewerService(QObject* parent = nullptr) : QObject(parent) {}
@@ -27,14 +28,17 @@ public slots:
     Q_SCRIPTABLE void ClearRefertList();
 
 signals:
-    /// The report handed an image over, to be shown as `view` says (no object: as the file says).
-    void ImageHanded(const QString& filename, const tavrel::ViewParametersHandle& view, const QString& lutName);
+    /// A report hands an image over, to be shown.
+    void ImageHanded(const tavrel::ReportImage& image);
     void ListCleared();
 
 private:
+    QVariantMap ViewPars() const;
+    void ViewPars(const QVariantMap& parameters);
+
     QString srFilename_;
     QString lutName_;
-    QVariantMap viewPars_;
+    ViewParametersHandle viewPars_;
 };
 
 } // namespace tavrel

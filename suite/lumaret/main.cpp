@@ -1,31 +1,33 @@
+// Builds the viewer and runs it.
+
 #include "platform/odbc/OdbcDatabase.h"
-#include "platform/qt/Look.h"
+#include "platform/qt/DesktopLook.h"
 #include "suite/lumaret/MainWindow.h"
 
 #include <QApplication>
+#include <QMessageBox>
 
-#include <cstdio>
-
-int main(int argc, char** argv) {
+int main(int argumentCount, char** arguments) {
     using namespace tavrel;
-    QApplication application(argc, argv);
-    QApplication::setApplicationName("Lumaret");
+    QApplication application(argumentCount, arguments);
+    QApplication::setApplicationDisplayName("Lumaret");
+    QApplication::setDesktopFileName("lumaret");
     ImageFile::RegisterDecoders();
 
-    const QDBusConnection bus = QDBusConnection::sessionBus();
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    const DesktopLook look(application, bus);
     ViewerService service;
-    if (!bus.isConnected())
-        std::fprintf(stderr, "lumaret: there is no session bus, so no report can be opened\n");
-    else if (!service.Register(bus)) {
-        std::fprintf(stderr, "lumaret: a viewer is running already\n");
-        return 1;
+    if (bus.isConnected() && !service.Register(bus)) {
+        QMessageBox::information(nullptr, QString(), QObject::tr("The viewer is open already."));
+        return EXIT_SUCCESS;
     }
 
     OdbcDatabase database;
     StudyCatalogue catalogue(database);
     TavrelClient tavrel(bus);
     MainWindow window(catalogue, tavrel, service);
+    bus.connect("Porvane.Service", "/Porvane/Service", "Porvane.Service", "OnStore", &window, SLOT(ReportStored()));
     window.show();
-    window.Search();
+    window.Start();
     return QApplication::exec();
 }

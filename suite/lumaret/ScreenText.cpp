@@ -1,0 +1,15 @@
+#include "suite/lumaret/ScreenText.h"
+
+namespace tavrel {
+
+QString NameOnScreen(const QString& name) {
+    return name.section('=', 0, 0).replace('^', ' ').replace('`', '\'').simplified();
+}
+
+QString DateOnScreen(const QString& date) {
+    if (date.size() != 8)
+        return date;
+    return date.mid(6, 2) + '/' + date.mid(4, 2) + '/' + date.left(4);
+}
+
+} // namespace tavrel

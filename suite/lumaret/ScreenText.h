@@ -1,0 +1,14 @@
+#pragma once
+
+#include <QString>
+
+namespace tavrel {
+
+/// A DICOM person name as people here read it: the alphabetic form, family name first. The
+/// catalogue's back-quotes are apostrophes again.
+QString NameOnScreen(const QString& name);
+
+/// A DICOM date "yyyymmdd" as "dd/mm/yyyy"; any other text as it is.
+QString DateOnScreen(const QString& date);
+
+} // namespace tavrel

@@ -1,0 +1,205 @@
+#include "suite/lumaret/StudyPanel.h"
+
+#include "platform/error.h"
+#include "suite/lumaret/ScreenText.h"
+
+#include <QFormLayout>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTableWidget>
+#include <QVBoxLayout>
+
+#include <algorithm>
+
+namespace tavrel {
+namespace {
+
+QTableWidget* Table(const QStringList& columns, const QString& accessibleName) {
+    auto* table = new QTableWidget(0, static_cast<int>(columns.size()));
+    table->setHorizontalHeaderLabels(columns);
+    table->setAccessibleName(accessibleName);
+    table->setSelectionBehavior(QAbstractItemView::SelectRows);
+    table->setSelectionMode(QAbstractItemView::SingleSelection);
+    table->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    table->setTabKeyNavigation(false);
+    table->setShowGrid(false);
+    table->setAlternatingRowColors(true);
+    table->setWordWrap(false);
+    table->verticalHeader()->hide();
+    table->horizontalHeader()->setHighlightSections(false);
+    table->verticalHeader()->setDefaultSectionSize(table->fontMetrics().height() + 8);
+    table->horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+    // The last column takes what the others leave; a long name leaves it something.
+    table->horizontalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    table->horizontalHeader()->setSectionResizeMode(static_cast<int>(columns.size()) - 1, QHeaderView::Stretch);
+    table->horizontalHeader()->setMaximumSectionSize(table->fontMetrics().averageCharWidth() * 26);
+    return table;
+}
+
+QLineEdit* SearchBox(const QString& hint) {
+    auto* box = new QLineEdit;
+    box->setPlaceholderText(hint);
+    box->setToolTip(hint);
+    box->setClearButtonEnabled(true);
+    return box;
+}
+
+void AddRow(QTableWidget& table, const QStringList& cells) {
+    const int row = table.rowCount();
+    table.insertRow(row);
+    for (int column = 0; column < cells.size(); ++column) {
+        auto* item = new QTableWidgetItem(cells[column]);
+        item->setToolTip(cells[column]);
+        table.setItem(row, column, item);
+    }
+}
+
+/// The row of a table in the list that it shows, or none.
+template <typename Row> const Row* SelectedOf(const std::vector<Row>& rows, const QTableWidget& table) {
+    const auto selected = table.selectionModel()->selectedRows();
+    if (selected.isEmpty() || selected.first().row() >= static_cast<int>(rows.size()))
+        return nullptr;
+    return &rows[static_cast<std::size_t>(selected.first().row())];
+}
+
+} // namespace
+
+StudyPanel::StudyPanel(StudyCatalogue& catalogue)
+    : catalogue_(catalogue), name_(SearchBox(tr("parts of the name"))), id_(SearchBox(tr("part of the identifier"))),
+      date_(SearchBox(tr("dd/mm/yyyy, mm/yyyy or yyyy"))),
+      studyTable_(Table({tr("Patient"), tr("ID"), tr("Date"), tr("Study")}, tr("Studies"))),
+      seriesTable_(Table({tr("No."), tr("Kind"), tr("Files"), tr("Status"), tr("Description")}, tr("Series"))) {
+    auto* form = new QFormLayout;
+    form->addRow(tr("Patient &name"), name_);
+    form->addRow(tr("Patient &ID"), id_);
+    auto* search = new QPushButton(tr("&Search"));
+    auto* dateAndSearch = new QHBoxLayout;
+    dateAndSearch->addWidget(date_, 1);
+    dateAndSearch->addWidget(search);
+    auto* dateLabel = new QLabel(tr("Study &date"));
+    dateLabel->setBuddy(date_);
+    form->addRow(dateLabel, dateAndSearch);
+
+    auto* column = new QVBoxLayout(this);
+    column->addLayout(form);
+    const auto add = [&](const QString& title, QWidget* widget, int stretch) {
+        auto* label = new QLabel(title);
+        label->setBuddy(widget);
+        column->addWidget(label);
+        column->addWidget(widget, stretch);
+    };
+    add(tr("S&tudies"), studyTable_, 3);
+    add(tr("S&eries and reports"), seriesTable_, 2);
+
+    for (const QLineEdit* box : {name_, id_, date_})
+        connect(box, &QLineEdit::returnPressed, this, &StudyPanel::Search);
+    connect(search, &QPushButton::clicked, this, &StudyPanel::Search);
+    connect(studyTable_, &QTableWidget::itemSelectionChanged, this, &StudyPanel::ChooseStudy);
+    connect(seriesTable_, &QTableWidget::itemSelectionChanged, this, &StudyPanel::ChooseSeries);
+    connect(seriesTable_, &QTableWidget::itemActivated, this, &StudyPanel::ActivateSeries);
+}
+
+template <typename Run> void StudyPanel::Ask(Run&& run) {
+    try {
+        run();
+    } catch (const Error& error) {
+        emit Said(tr("The catalogue cannot be read: %1").arg(QString::fromStdString(error.description)));
+    }
+}
+
+void StudyPanel::Search() {
+    Ask([this] {
+        studies_ = catalogue_.Find(name_->text(), id_->text(), date_->text());
+        series_.clear();
+        seriesTable_->setRowCount(0);
+        studyTable_->setRowCount(0);
+        for (const StudyRow& study : studies_)
+            AddRow(*studyTable_,
+                   {NameOnScreen(study.patientName), study.patientId, DateOnScreen(study.date), study.description});
+        SayCount();
+        if (studies_.size() == 1)
+            studyTable_->selectRow(0);
+    });
+}
+
+void StudyPanel::SayCount() {
+    const int count = static_cast<int>(studies_.size());
+    if (count == 0)
+        emit Said(tr("No study was found."));
+    else if (count == 1)
+        emit Said(tr("One study."));
+    else if (count < StudyCatalogue::Limit)
+        emit Said(tr("%1 studies.").arg(count));
+    else
+        emit Said(tr("The newest %1 studies are listed. Search for a name to narrow them.").arg(count));
+}
+
+void StudyPanel::ChooseStudy() {
+    const StudyRow* study = SelectedOf(studies_, *studyTable_);
+    if (!study)
+        return;
+    series_.clear();
+    emit StudyChosen();
+    Ask([&] { series_ = catalogue_.SeriesOf(study->studyUid); });
+    FillSeries();
+    const auto images = std::ranges::find_if(series_, [](const SeriesRow& series) { return !series.IsReport(); });
+    if (images != series_.end())
+        seriesTable_->selectRow(static_cast<int>(images - series_.begin()));
+}
+
+void StudyPanel::FillSeries() {
+    const QSignalBlocker quiet(seriesTable_);
+    seriesTable_->setRowCount(0);
+    for (const SeriesRow& series : series_)
+        AddRow(*seriesTable_, {QString::number(series.number), series.IsReport() ? tr("Report") : series.modality,
+                               QString::number(series.images), series.status, series.description});
+}
+
+void StudyPanel::Refresh() {
+    const StudyRow* study = SelectedOf(studies_, *studyTable_);
+    if (!study)
+        return;
+    Ask([&] {
+        auto now = catalogue_.SeriesOf(study->studyUid);
+        if (now == series_)
+            return;
+        const SeriesRow* selected = SelectedSeries();
+        const QString chosen = selected ? selected->seriesUid : QString();
+        series_ = std::move(now);
+        FillSeries();
+        const QSignalBlocker quiet(seriesTable_);
+        for (std::size_t row = 0; row < series_.size(); ++row)
+            if (series_[row].seriesUid == chosen)
+                seriesTable_->selectRow(static_cast<int>(row));
+    });
+}
+
+const SeriesRow* StudyPanel::SelectedSeries() const {
+    return SelectedOf(series_, *seriesTable_);
+}
+
+const SeriesRow* StudyPanel::SelectedReport() const {
+    const SeriesRow* series = SelectedSeries();
+    return series && series->IsReport() ? series : nullptr;
+}
+
+void StudyPanel::ChooseSeries() {
+    const SeriesRow* series = SelectedSeries();
+    if (!series)
+        return;
+    if (series->IsReport())
+        emit ReportChosen(*series);
+    else
+        Ask([&] { emit ImagesChosen(*series, catalogue_.FilesOf(*series)); });
+}
+
+void StudyPanel::ActivateSeries() {
+    if (const SeriesRow* report = SelectedReport())
+        emit ReportActivated(report->seriesUid);
+    else
+        emit ImagesActivated();
+}
+
+} // namespace tavrel

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "suite/lumaret/StudyCatalogue.h"
+
+#include <QWidget>
+
+class QLineEdit;
+class QTableWidget;
+
+namespace tavrel {
+
+/// The catalogue's studies, with boxes to search them, and the series and reports of the chosen one.
+class StudyPanel : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit StudyPanel(StudyCatalogue& catalogue);
+
+    /// Lists the studies that fit the boxes.
+    void Search();
+    /// Reads the series of the chosen study again; what is chosen and shown stays.
+    void Refresh();
+
+    /// The chosen report, or none.
+    const SeriesRow* SelectedReport() const;
+
+signals:
+    /// Another study, and nothing of it yet.
+    void StudyChosen();
+    void ImagesChosen(const tavrel::SeriesRow& series, const QStringList& files);
+    void ReportChosen(const tavrel::SeriesRow& report);
+    /// A series was activated (double click, Enter).
+    void ReportActivated(const QString& seriesUid);
+    void ImagesActivated();
+    void Said(const QString& words);
+
+private:
+    void ChooseStudy();
+    void ChooseSeries();
+    void ActivateSeries();
+    void FillSeries();
+    void SayCount();
+    const SeriesRow* SelectedSeries() const;
+    /// Runs a catalogue query; a failure is said.
+    template <typename Run> void Ask(Run&& run);
+
+    StudyCatalogue& catalogue_;
+    QLineEdit* name_;
+    QLineEdit* id_;
+    QLineEdit* date_;
+    QTableWidget* studyTable_;
+    QTableWidget* seriesTable_;
+    std::vector<StudyRow> studies_;
+    std::vector<SeriesRow> series_;
+};
+
+} // namespace tavrel
