@@ -112,7 +112,7 @@ private:
         if (findPresentationContextID(entry.SOPClassUID, entry.TransferSyntaxUID) == 0)
             return "the service does not take " + std::string(dcmFindNameOfUID(entry.SOPClassUID.c_str(), "its kind")) +
                    " in " + DcmXfer(entry.TransferSyntaxUID.c_str()).getXferName();
-        return "cannot be read";
+        return "cannot be read as a whole DICOM object";
     }
 
     void notifySOPInstanceSent(const TransferEntry& entry) override {

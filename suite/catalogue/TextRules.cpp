@@ -6,6 +6,7 @@
 #include <regex>
 
 namespace tavrel {
+
 namespace {
 
 bool IsUtf8(std::string_view text) {

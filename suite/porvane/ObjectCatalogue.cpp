@@ -1,6 +1,6 @@
 #include "suite/porvane/ObjectCatalogue.h"
 
-#include "platform/error.h"
+#include "suite/catalogue/Schema.h"
 
 #include <charconv>
 
@@ -28,6 +28,9 @@ bool ObjectCatalogue::Open() {
     if (connection_->IsOpen())
         return false;
     connection_->Open("DSN=" + dataSource_);
+    // The entry's own setting may leave the last commits to a power failure; the servers' do not.
+    if (DetectEngine(*connection_) == Engine::Sqlite)
+        connection_->OpenResultSet("PRAGMA synchronous=FULL");
     return true;
 }
 

@@ -1,6 +1,7 @@
 #include "suite/porvane/ObjectHeader.h"
 
 #include "platform/error.h"
+#include "suite/catalogue/TextRules.h"
 #include "suite/porvane/StoreRefusal.h"
 
 #include <algorithm>
@@ -34,9 +35,9 @@ std::string_view FirstCharacters(std::string_view text, std::size_t count) {
     return text;
 }
 
-/// Statements of the suite put catalogue texts between single quotes as they are.
-std::string ForCatalogue(std::string text, std::size_t longest) {
-    std::replace(text.begin(), text.end(), '\'', '`');
+/// Without blanks around it, and no longer than its column.
+std::string Catalogued(std::string text, std::size_t longest) {
+    text = ForCatalogue(std::move(text));
     std::replace_if(
         text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; }, ' ');
     const auto first = text.find_first_not_of(' ');
@@ -57,7 +58,7 @@ public:
         if (const auto* number = std::get_if<std::int16_t>(&value))
             return std::to_string(*number);
         const auto* text = std::get_if<std::string>(&value);
-        return text ? ForCatalogue(*text, longest) : std::string();
+        return text ? Catalogued(*text, longest) : std::string();
     }
 
     /// UIDs name folders and stand in statements: digits and points alone may pass.

@@ -154,6 +154,11 @@ TEST_F(Storage, JapaneseNamesAreCataloguedInUtf8) {
               "Yamada^Tarou=山田^太郎");
 }
 
+TEST_F(Storage, WhatCannotBeDecodedInANameIsMarkedInTheCatalogueAlone) {
+    EXPECT_EQ(StoreUtf8("ISO_IR 192", "M\xFFller"), "M\uFFFDller");
+    EXPECT_EQ(TestObject(room.StoredFiles().at(0)).Get(DCM_PatientName), "M\xFFller");
+}
+
 TEST_F(Storage, ReportsOfTheWorkstationsKindAreOfModalitySr) {
     TestObject().Set(DCM_SOPClassUID, UID_BasicTextSRStorage).Set(DCM_Modality, "SR").Send(room);
     EXPECT_EQ(room.Value("SELECT Modality FROM Series"), "SR");

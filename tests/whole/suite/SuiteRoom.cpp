@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <random>
 #include <stdexcept>
 
 namespace tavrel {
@@ -31,14 +32,17 @@ sockaddr_in Loopback(int port) {
     return address;
 }
 
+/// Below the ports that the system gives to outgoing connections, which could take it meanwhile.
 int FreePort() {
-    const int probe = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address = Loopback(0);
-    socklen_t size = sizeof address;
-    bind(probe, reinterpret_cast<sockaddr*>(&address), size);
-    getsockname(probe, reinterpret_cast<sockaddr*>(&address), &size);
-    close(probe);
-    return ntohs(address.sin_port);
+    std::random_device random;
+    for (std::uniform_int_distribution port(20000, 32000);;) {
+        const sockaddr_in address = Loopback(port(random));
+        const int probe = socket(AF_INET, SOCK_STREAM, 0);
+        const bool isFree = bind(probe, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+        close(probe);
+        if (isFree)
+            return ntohs(address.sin_port);
+    }
 }
 
 } // namespace
