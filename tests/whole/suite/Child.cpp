@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -30,6 +31,7 @@ Child::Child(const std::vector<std::string>& command, const std::string& outputF
         throw std::runtime_error("fork");
     if (pid_ > 0)
         return;
+    prctl(PR_SET_PDEATHSIG, SIGKILL); // it does not outlive a test that crashes
     const int output = open(outputFile.c_str(), O_WRONLY | O_CREAT | O_APPEND, S_IRUSR | S_IWUSR);
     dup2(output, STDOUT_FILENO);
     dup2(output, STDERR_FILENO);
