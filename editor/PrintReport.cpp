@@ -100,7 +100,7 @@ PrintLayout PrintReportLayout() {
     return layout;
 }
 
-void ShowPrintReport(Global& global, ReportPrinter& printer) {
+void ShowPrintReport(Global& global, ReportPrinter& printer, const PrintRow& row) {
     DicomDB dicomDB(global.ports.database);
     PrintLayout layout = PrintReportLayout();
 
@@ -112,6 +112,7 @@ void ShowPrintReport(Global& global, ReportPrinter& printer) {
         layout.Control("imgLogo").text = logo;
 
     const auto rows = dicomDB.Report();
+    RequirePrintRow(*rows, row);
     printer.ShowModal(layout, *rows, global.ports.clock.Now());
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "editor/PrintTable.h"
 #include "host/Global.h"
 #include "platform/printer.h"
 
@@ -9,8 +10,8 @@ namespace tavrel {
 /// when. Its labels are Italian.
 PrintLayout PrintReportLayout();
 
-/// Prints the print table: with "Logo.bmp" of the program's folder in the page header where there is
-/// one, the title in its place otherwise. A failure is the caller's.
-void ShowPrintReport(Global& global, ReportPrinter& printer);
+/// Shows the print table, which holds `row`: with "Logo.bmp" of the program's folder in the page header
+/// where there is one, the title in its place otherwise. A failure is the caller's.
+void ShowPrintReport(Global& global, ReportPrinter& printer, const PrintRow& row);
 
 } // namespace tavrel

@@ -12,26 +12,23 @@ struct Column {
     std::string_view name;
     ParameterType type = ParameterType::VariableCharacter;
     int size = 255;
-    bool date = false;
 };
-
-constexpr auto Text = ParameterType::VariableCharacter;
 
 constexpr std::array<Column, std::tuple_size_v<PrintRow>> Columns = {{
     {"PatientName"},
-    {"BirthDate", Text, 255, true},
+    {"BirthDate"},
     {"Age"},
     {"Sex"},
     {"PatientID"},
-    {"StudyDate", Text, 255, true},
+    {"StudyDate"},
     {"StudyDescription"},
     {"StudyPhysician"},
     {"ReportHeading"},
     {"ReportTitle"},
     {"ReadingPhysician"},
-    {"LastUpdated", Text, 255, true},
+    {"LastUpdated"},
     {"ApprovingPhysician"},
-    {"ApprovingDate", Text, 255, true},
+    {"ApprovingDate"},
     {"Reading", ParameterType::LongVariableCharacter, 1024},
 }};
 
@@ -43,14 +40,8 @@ constexpr std::string_view UpdateStatement =
     "                               ReadingPhysician=?, LastUpdated=?, "
     "                               ApprovingPhysician=?, ApprovingDate=?, Reading=? ";
 
-/// A text that is a date in the table's form; any other text as it is.
-std::string DateForTable(const std::string& text) {
-    const auto date = ParseDate(text);
-    return date ? DateText(*date) : text;
-}
-
 Parameter ParameterFor(const Column& column, const std::string& value) {
-    return {std::string(column.name), column.type, column.size, column.date ? DateForTable(value) : value};
+    return {std::string(column.name), column.type, column.size, value};
 }
 
 void Fill(Connection& catalogue, const PrintRow& row) {
@@ -71,10 +62,28 @@ void Fill(Connection& catalogue, const PrintRow& row) {
     catalogue.Commit();
 }
 
+/// Trailing blanks are no data in a fixed-width column.
+std::string_view WithoutTrailingBlanks(std::string_view text) {
+    return text.substr(0, text.find_last_not_of(' ') + 1);
+}
+
 } // namespace
+
+std::string PrintedDate(const std::string& text) {
+    const auto date = ParseDate(text);
+    return date ? DateText(*date) : text;
+}
 
 bool FillPrintTable(Global& global, const PrintRow& row) {
     return TrapNumbered(global.ports.windows, "Format Report : ", [&] { Fill(Catalogue(global), row); });
+}
+
+void RequirePrintRow(const ResultSet& rows, const PrintRow& row) {
+    bool same = !rows.AtEnd();
+    for (std::size_t i = 0; same && i < row.size(); ++i)
+        same = WithoutTrailingBlanks(rows.Field(Columns[i].name).value_or("")) == WithoutTrailingBlanks(row[i]);
+    if (!same)
+        throw Error(7, "PrintReport", "Another workstation is printing at this moment. Please print again.");
 }
 
 } // namespace tavrel

@@ -10,8 +10,15 @@ namespace tavrel {
 /// The one row of the print table `Report`, in the order of its columns (PrintTable.cpp).
 using PrintRow = std::array<std::string, 15>;
 
-/// Makes `row` the only row of table `Report`, in one transaction; its dates become "dd/mm/yyyy". A
-/// failure is shown and the answer is false; the program issues no rollback.
+/// A text that is a date as "dd/mm/yyyy"; any other text as it is.
+std::string PrintedDate(const std::string& text);
+
+/// Makes `row` the only row of table `Report`, in one transaction. A failure is shown and the answer
+/// is false; the program issues no rollback.
 bool FillPrintTable(Global& global, const PrintRow& row);
+
+/// An error unless `rows` stand on `row`: workstations share the table, and another one may have
+/// printed in the meantime. Nobody must be handed another patient's report.
+void RequirePrintRow(const ResultSet& rows, const PrintRow& row);
 
 } // namespace tavrel

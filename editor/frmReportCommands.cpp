@@ -90,26 +90,27 @@ void frmReport::cmdOthers_Click() {
 
 void frmReport::cmdPrint_Click() {
     TrapShort(global_.ports.windows, "CmdPrint: ", [&] {
-        if (FillPrintTable(global_, PrintedRow()))
-            ShowPrintReport(global_, printer_);
+        const PrintRow row = PrintedRow();
+        if (FillPrintTable(global_, row))
+            ShowPrintReport(global_, printer_, row);
     });
 }
 
 PrintRow frmReport::PrintedRow() const {
     return {txtPtName.Text(),
-            txtPtBirthDate.Text(),
+            PrintedDate(txtPtBirthDate.Text()),
             txtPtAge.Text(),
             txtPtSex.Text(),
             txtPtPatientID.Text(),
-            txtStDate.Text(),
+            PrintedDate(txtStDate.Text()),
             txtStDescription.Text(),
             txtPhysician.Text(),
             cmbReportTitle.Text(),
             txtReportTitle.Text(),
             txtReferringPhysician.Text(),
-            txtUpdateDate.Text(),
+            PrintedDate(txtUpdateDate.Text()),
             txtApprovingPhysician.Text(),
-            txtApprovalDate.Text(),
+            PrintedDate(txtApprovalDate.Text()),
             txtReportAnnotation.Text()};
 }
 

@@ -14,7 +14,7 @@ struct PrintControl {
     enum class Kind {
         Label, ///< `text` is the caption; "%i" in it is the layout's title, "%d" today's date
         Field, ///< `text` names the column whose value is printed
-        Image, ///< `text` is the path of a picture, shown in proportion within the control
+        Image, ///< `text` is the path of a picture in a page header or footer, shown in proportion
     };
     enum class Align { Left, Right };
 

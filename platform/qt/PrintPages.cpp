@@ -1,7 +1,10 @@
 #include "platform/qt/PrintPages.h"
 
 #include "platform/error.h"
+#include "platform/paths.h"
+#include "platform/qt/QtText.h"
 
+#include <QFileInfo>
 #include <QFontMetricsF>
 #include <QImageReader>
 #include <QPagedPaintDevice>
@@ -9,6 +12,7 @@
 #include <QTextLayout>
 
 #include <algorithm>
+#include <functional>
 
 namespace tavrel {
 namespace {
@@ -18,37 +22,39 @@ constexpr double MillimetresPerPoint = 25.4 / 72;
 // Text is measured on a grid this much finer than a millimetre, so that preview, paper and PDF break
 // their lines alike whatever their resolution.
 constexpr double UnitsPerMillimetre = 100;
-constexpr double Leading = 1.2; // of a line, so that a long reading is easy to follow
-constexpr double BodyGap = 4;   // millimetres between the detail and the bands around it
-constexpr QSize LargestPicture(20000, 20000);
+constexpr double Leading = 1.2;     // of a line, so that a long reading is easy to follow
+constexpr double BodyGap = 4;       // millimetres between the detail and the bands around it
+constexpr qint64 MostPixels = 25e6; // of a picture: more than a page at 300 dots per inch
+constexpr QColor Faint(95, 95, 95), Rule(120, 120, 120);
 
-QString Text(std::string_view text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+QRectF InUnits(double left, double top, double width, double height) {
+    return {left * UnitsPerMillimetre, top * UnitsPerMillimetre, width * UnitsPerMillimetre,
+            height * UnitsPerMillimetre};
 }
 
 QString DateOf(const DateTime& date) {
     return QStringLiteral("%1/%2/%3")
         .arg(date.day, 2, 10, QChar('0'))
         .arg(date.month, 2, 10, QChar('0'))
-        .arg(date.year);
+        .arg(date.year, 4, 10, QChar('0'));
 }
 
-/// Each paragraph of `text` broken into the lines that fit `width` units; a word that is wider than
-/// that is broken too.
-QStringList Wrap(const QString& text, const QFont& font, double width) {
-    QStringList lines;
-    QTextOption option;
+QTextOption OptionOf(const PrintControl& control, const QFont& font) {
+    QTextOption option(control.align == PrintControl::Align::Right ? Qt::AlignRight : Qt::AlignLeft);
+    option.setTabStopDistance(QFontMetricsF(font).horizontalAdvance(QStringLiteral("xxxxxxxx")));
+    return option;
+}
+
+/// The lines of `text`; a paragraph wider than `width` units is broken between words, a word wider
+/// than that within itself.
+QStringList Wrap(const QString& text, const QFont& font, QTextOption option, double width) {
     option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
-    for (QString paragraph : text.split('\n')) {
-        paragraph.remove('\r').replace('\t', QStringLiteral("    "));
-        if (paragraph.isEmpty()) {
-            lines += paragraph;
-            continue;
-        }
+    QStringList lines;
+    for (const QString& paragraph : text.split('\n')) {
         QTextLayout layout(paragraph, font);
         layout.setTextOption(option);
         layout.beginLayout();
-        for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
+        for (auto line = layout.createLine(); line.isValid(); line = layout.createLine()) {
             line.setLineWidth(width);
             lines += paragraph.mid(line.textStart(), line.textLength());
         }
@@ -57,112 +63,127 @@ QStringList Wrap(const QString& text, const QFont& font, double width) {
     return lines;
 }
 
+QImage ReadPicture(const std::string& file) {
+    const QString path = ToQt(NativePath(file));
+    QImageReader reader(path);
+    const auto fail = [&](const QString& why) {
+        throw Error(481, "PrintReport", "The picture " + file + " cannot be printed: " + why.toStdString());
+    };
+    if (!QFileInfo(path).isFile())
+        fail(QStringLiteral("it is no file"));
+    const QSize size = reader.size();
+    if (qint64{size.width()} * size.height() > MostPixels)
+        fail(QStringLiteral("it has %1 x %2 pixels, at most %3 million can be printed")
+                 .arg(size.width())
+                 .arg(size.height())
+                 .arg(MostPixels / 1'000'000));
+    QImage picture;
+    if (!reader.read(&picture))
+        fail(reader.errorString());
+    return picture;
+}
+
 } // namespace
 
 PrintPages::PrintPages(PrintLayout layout, ResultSet& rows, const DateTime& today)
-    : layout_(std::move(layout)), today_(DateOf(today)) {
-    ReadPicture();
+    : layout_(std::move(layout)), today_(DateOf(today).toStdString()) {
+    ReadPictures();
     const PrintSection* detail = Section(PrintSection::Kind::Detail);
     for (; detail && !rows.AtEnd(); rows.MoveNext()) {
         Row row;
         for (const PrintControl& control : detail->controls)
             if (control.kind == PrintControl::Kind::Field)
-                row[Text(control.text).toUpper()] = Text(rows.Field(control.text).value_or(""));
+                row[&control] = ToQt(rows.Field(control.text).value_or(""));
         BreakIntoPages(LinesOf(*detail, row));
     }
     if (pages_.empty())
         pages_.emplace_back();
+    // Each value follows its caption, for whoever copies the text or has it read aloud.
+    for (Lines& page : pages_)
+        std::ranges::stable_sort(page, std::less(), &Line::control);
 }
 
-void PrintPages::ReadPicture() {
+void PrintPages::ReadPictures() {
     for (const PrintSection& section : layout_.sections)
-        for (const PrintControl& control : section.controls) {
-            if (control.kind != PrintControl::Kind::Image || !control.visible)
-                continue;
-            QString path = Text(control.text);
-            QImageReader reader(path.replace('\\', '/'));
-            const QSize size = reader.size();
-            const auto fail = [&](const QString& why) {
-                throw Error(481, "PrintReport",
-                            "The picture " + control.text + " cannot be printed: " + why.toStdString());
-            };
-            if (size.width() > LargestPicture.width() || size.height() > LargestPicture.height())
-                fail(QStringLiteral("%1 x %2 pixels are too many").arg(size.width()).arg(size.height()));
-            if (!reader.read(&picture_))
-                fail(reader.errorString());
-        }
+        for (const PrintControl& control : section.controls)
+            if (control.kind == PrintControl::Kind::Image && control.visible)
+                pictures_[&control] = ReadPicture(control.text);
+}
+
+QString PrintPages::TextOf(const PrintControl& control, const Row& row) const {
+    if (control.kind == PrintControl::Kind::Field)
+        return row.at(&control);
+    return ToQt(control.text).replace("%i", ToQt(layout_.title)).replace("%d", ToQt(today_));
 }
 
 QFont PrintPages::FontOf(const PrintControl& control) const {
-    QFont font(Text(layout_.fontFamily));
+    QFont font(ToQt(layout_.fontFamily));
     font.setStyleHint(QFont::SansSerif);
-    font.setPixelSize(std::max(1, qRound(control.fontSize * MillimetresPerPoint * UnitsPerMillimetre)));
+    font.setPixelSize(qRound(control.fontSize * MillimetresPerPoint * UnitsPerMillimetre));
     font.setBold(control.bold);
     font.setHintingPreference(QFont::PreferNoHinting);
     return font;
 }
 
-QString PrintPages::TextOf(const PrintControl& control, const Row& row) const {
-    if (control.kind == PrintControl::Kind::Field) {
-        const auto found = row.find(Text(control.text).toUpper());
-        return found == row.end() ? QString() : found->second;
-    }
-    return Text(control.text).replace("%i", Text(layout_.title)).replace("%d", today_);
-}
-
-std::vector<PrintPages::Line> PrintPages::LinesOf(const PrintSection& section, const Row& row) const {
+PrintPages::Lines PrintPages::LinesOf(const PrintSection& section, const Row& row) const {
     struct Placed {
-        const PrintControl* control;
-        double shift, growth;
+        double bottom;  // as laid out
+        double lowered; // how much further down it ends
     };
     std::vector<const PrintControl*> controls;
     for (const PrintControl& control : section.controls)
         if (control.visible && control.kind != PrintControl::Kind::Image)
             controls.push_back(&control);
-    std::stable_sort(controls.begin(), controls.end(), [](auto* a, auto* b) { return a->top < b->top; });
+    std::ranges::stable_sort(controls, {}, &PrintControl::top);
 
-    std::vector<Line> lines;
+    Lines lines;
     std::vector<Placed> placed;
     for (const PrintControl* control : controls) {
-        double shift = 0;
-        for (const Placed& above : placed)
-            if (above.control->top + above.control->height <= control->top)
-                shift = std::max(shift, above.shift + above.growth);
+        double lowered = 0;
+        for (const Placed& other : placed)
+            if (other.bottom <= control->top)
+                lowered = std::max(lowered, other.lowered);
 
         const QFont font = FontOf(*control);
-        const double lineHeight = QFontMetricsF(font).lineSpacing() * Leading / UnitsPerMillimetre;
+        const double height = QFontMetricsF(font).lineSpacing() * Leading / UnitsPerMillimetre;
         const QString text = TextOf(*control, row);
         const QStringList wrapped =
-            control->canGrow ? Wrap(text, font, control->width * UnitsPerMillimetre) : QStringList(text);
-        double top = control->top + shift;
-        const double kept = control->canGrow ? lineHeight : control->height + lineHeight;
-        for (const QString& line : wrapped) {
-            lines.push_back({control->left, top, control->width, lineHeight, kept, line, control});
-            top += lineHeight;
-        }
-        const double grown = static_cast<double>(wrapped.size()) * lineHeight - control->height;
-        placed.push_back({control, shift, std::max(0.0, grown)});
+            control->canGrow ? Wrap(text, font, OptionOf(*control, font), control->width * UnitsPerMillimetre)
+                             : QStringList(text);
+        const auto count = wrapped.size();
+        for (qsizetype i = 0; i < count; ++i)
+            lines.push_back({.control = control,
+                             .text = wrapped[i],
+                             .top = control->top + lowered + static_cast<double>(i) * height,
+                             .height = height,
+                             .keepsWithNext = i == 0 || i >= count - 2});
+        const double grown = static_cast<double>(count) * height - control->height;
+        placed.push_back({control->top + control->height, lowered + std::max(0.0, grown)});
     }
-    std::stable_sort(lines.begin(), lines.end(), [](const Line& a, const Line& b) { return a.top < b.top; });
+    std::ranges::stable_sort(lines, {}, &Line::top);
     return lines;
 }
 
-void PrintPages::BreakIntoPages(const std::vector<Line>& lines) {
+void PrintPages::BreakIntoPages(const Lines& lines) {
     double pageTop = 0;
     pages_.emplace_back();
-    for (Line line : lines) {
-        if (line.top + line.kept > pageTop + BodyHeight()) {
-            pageTop = line.top;
+    for (auto line = lines.begin(); line != lines.end(); ++line) {
+        auto last = line; // of those that shall stand on one page with it
+        while (last->keepsWithNext && last + 1 != lines.end())
+            ++last;
+        if (last->top + last->height - line->top > BodyHeight())
+            last = line;
+        if (last->top + last->height - pageTop > BodyHeight()) {
+            pageTop = line->top;
             pages_.emplace_back();
         }
-        line.top -= pageTop;
-        pages_.back().push_back(std::move(line));
+        pages_.back().push_back(*line);
+        pages_.back().back().top -= pageTop;
     }
 }
 
 const PrintSection* PrintPages::Section(PrintSection::Kind kind) const {
-    const auto found = std::find_if(layout_.sections.begin(), layout_.sections.end(),
-                                    [&](const PrintSection& section) { return section.kind == kind; });
+    const auto found = std::ranges::find(layout_.sections, kind, &PrintSection::kind);
     return found == layout_.sections.end() ? nullptr : &*found;
 }
 
@@ -177,64 +198,69 @@ double PrintPages::BodyHeight() const {
 }
 
 void PrintPages::Paint(QPagedPaintDevice& device) const {
+    const auto require = [](bool done) {
+        if (!done)
+            throw Error(482, "PrintReport", "The page cannot be printed: the printer or the file does not take it");
+    };
     QPainter painter;
-    if (!painter.begin(&device))
-        throw Error(482, "PrintReport", "The page cannot be drawn: the printer or the file does not take it");
+    require(painter.begin(&device));
+    const QPageRanges asked = device.pageRanges();
+    bool first = true;
     for (int page = 0; page < Count(); ++page) {
-        if (page > 0 && !device.newPage())
-            throw Error(482, "PrintReport", "The printer or the file takes no further page");
+        if (!asked.isEmpty() && !asked.contains(page + 1))
+            continue;
+        require(first || device.newPage());
+        first = false;
         painter.save();
-        PaintPage(painter, page);
+        PaintPage(painter, pages_[static_cast<std::size_t>(page)]);
         painter.restore();
     }
+    require(painter.end());
 }
 
-void PrintPages::PaintPage(QPainter& painter, int page) const {
-    const double unit = painter.device()->logicalDpiX() / 25.4 / UnitsPerMillimetre;
+void PrintPages::PaintPage(QPainter& painter, const Lines& body) const {
+    const QSizeF sheet(painter.device()->width() * 25.4 / painter.device()->logicalDpiX(),
+                       painter.device()->height() * 25.4 / painter.device()->logicalDpiY());
+    const double fit = std::min({1.0, sheet.width() / PageWidth, sheet.height() / PageHeight});
+    const double unit = fit * painter.device()->logicalDpiX() / 25.4 / UnitsPerMillimetre;
     painter.scale(unit, unit);
     painter.translate(layout_.marginLeft * UnitsPerMillimetre, layout_.marginTop * UnitsPerMillimetre);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform | QPainter::LosslessImageRendering);
 
     const double bodyTop = HeightOf(PrintSection::Kind::PageHeader) + BodyGap;
-    if (const PrintSection* header = Section(PrintSection::Kind::PageHeader))
-        DrawSection(painter, *header, 0);
-    for (const Line& line : pages_.at(static_cast<std::size_t>(page)))
-        DrawLine(painter, line, bodyTop);
-    if (const PrintSection* footer = Section(PrintSection::Kind::PageFooter))
-        DrawSection(painter, *footer, bodyTop + BodyHeight() + BodyGap);
+    DrawBand(painter, PrintSection::Kind::PageHeader, 0);
+    DrawLines(painter, body, bodyTop);
+    DrawBand(painter, PrintSection::Kind::PageFooter, bodyTop + BodyHeight() + BodyGap);
 }
 
-void PrintPages::DrawSection(QPainter& painter, const PrintSection& section, double top) const {
-    for (const PrintControl& control : section.controls) {
-        if (control.kind != PrintControl::Kind::Image || !control.visible)
-            continue;
-        const QSizeF size =
-            QSizeF(picture_.size())
-                .scaled(control.width * UnitsPerMillimetre, control.height * UnitsPerMillimetre, Qt::KeepAspectRatio);
-        painter.drawImage(QRectF({control.left * UnitsPerMillimetre, (top + control.top) * UnitsPerMillimetre}, size),
-                          picture_);
-    }
-    for (const Line& line : LinesOf(section, {}))
-        DrawLine(painter, line, top);
-    if (section.ruled) {
-        const bool header = section.kind == PrintSection::Kind::PageHeader;
-        const double y = (header ? top + section.height : top) * UnitsPerMillimetre;
-        painter.setPen(QPen(QColor(120, 120, 120), 0.25 * UnitsPerMillimetre));
+void PrintPages::DrawBand(QPainter& painter, PrintSection::Kind kind, double top) const {
+    const PrintSection* section = Section(kind);
+    if (!section)
+        return;
+    for (const PrintControl& control : section->controls)
+        if (const auto picture = pictures_.find(&control); picture != pictures_.end()) {
+            QRectF place = InUnits(control.left, top + control.top, control.width, control.height);
+            place.setSize(picture->second.size().scaled(place.size().toSize(), Qt::KeepAspectRatio));
+            painter.drawImage(place, picture->second);
+        }
+    DrawLines(painter, LinesOf(*section, {}), top);
+    if (section->ruled) {
+        const double y = (kind == PrintSection::Kind::PageHeader ? top + section->height : top) * UnitsPerMillimetre;
+        painter.setPen(QPen(Rule, 0.25 * UnitsPerMillimetre));
         painter.drawLine(QPointF(0, y),
                          QPointF((PageWidth - layout_.marginLeft - layout_.marginRight) * UnitsPerMillimetre, y));
     }
 }
 
-void PrintPages::DrawLine(QPainter& painter, const Line& line, double top) const {
-    const QFont font = FontOf(*line.control);
-    const QFontMetricsF metrics(font);
-    painter.setFont(font);
-    painter.setPen(line.control->faint ? QColor(95, 95, 95) : QColor(Qt::black));
-    double x = line.left * UnitsPerMillimetre;
-    if (line.control->align == PrintControl::Align::Right)
-        x += line.width * UnitsPerMillimetre - metrics.horizontalAdvance(line.text);
-    painter.drawText(QPointF(x, (top + line.top) * UnitsPerMillimetre + metrics.ascent()), line.text);
+void PrintPages::DrawLines(QPainter& painter, const Lines& lines, double top) const {
+    for (const Line& line : lines) {
+        const PrintControl& control = *line.control;
+        QTextOption option = OptionOf(control, FontOf(control));
+        option.setWrapMode(QTextOption::NoWrap);
+        painter.setFont(FontOf(control));
+        painter.setPen(control.faint ? Faint : QColor(Qt::black));
+        painter.drawText(InUnits(control.left, top + line.top, control.width, line.height), line.text, option);
+    }
 }
 
 } // namespace tavrel

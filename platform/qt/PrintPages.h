@@ -7,6 +7,7 @@
 #include <QString>
 
 #include <map>
+#include <string>
 #include <vector>
 
 class QPagedPaintDevice;
@@ -20,41 +21,47 @@ class PrintPages {
 public:
     /// Reads `rows` to their end. A picture that cannot be read is an error.
     PrintPages(PrintLayout layout, ResultSet& rows, const DateTime& today);
+    PrintPages(const PrintPages&) = delete;
+    PrintPages& operator=(const PrintPages&) = delete;
 
     int Count() const { return static_cast<int>(pages_.size()); }
     const PrintLayout& Layout() const { return layout_; }
 
-    /// Draws every page on `device`, whose page is A4 without margins of its own.
+    /// Draws the pages that `device` asks for, which must have no margins of its own. On a sheet
+    /// smaller than A4 they are smaller too.
     void Paint(QPagedPaintDevice& device) const;
-    void PaintPage(QPainter& painter, int page) const;
 
 private:
-    using Row = std::map<QString, QString>; ///< by column, in capitals
+    /// The text of each field, by its control.
+    using Row = std::map<const PrintControl*, QString>;
 
-    /// A line of text, at `top` of the flow it belongs to.
+    /// A line of text, at `top` of the flow that it belongs to.
     struct Line {
-        double left, top, width, height;
-        /// What must stand on the same page below `top`; a caption keeps its value's first line.
-        double kept;
-        QString text;
         const PrintControl* control;
+        QString text;
+        double top, height;
+        bool keepsWithNext; ///< does not end a page: a caption, the first and the last lines of a text
     };
+    using Lines = std::vector<Line>;
 
-    void ReadPicture();
+    void ReadPictures();
     QString TextOf(const PrintControl& control, const Row& row) const;
-    std::vector<Line> LinesOf(const PrintSection& section, const Row& row) const;
-    void BreakIntoPages(const std::vector<Line>& lines);
+    QFont FontOf(const PrintControl& control) const;
+    Lines LinesOf(const PrintSection& section, const Row& row) const;
+    void BreakIntoPages(const Lines& lines);
+
     const PrintSection* Section(PrintSection::Kind kind) const;
     double HeightOf(PrintSection::Kind kind) const;
     double BodyHeight() const;
-    void DrawSection(QPainter& painter, const PrintSection& section, double top) const;
-    void DrawLine(QPainter& painter, const Line& line, double top) const;
-    QFont FontOf(const PrintControl& control) const;
 
-    PrintLayout layout_;
-    QString today_;
-    QImage picture_;
-    std::vector<std::vector<Line>> pages_; ///< of the detail; tops are those of the page's body
+    void PaintPage(QPainter& painter, const Lines& body) const;
+    void DrawBand(QPainter& painter, PrintSection::Kind kind, double top) const;
+    void DrawLines(QPainter& painter, const Lines& lines, double top) const;
+
+    const PrintLayout layout_;
+    const std::string today_;
+    std::map<const PrintControl*, QImage> pictures_;
+    std::vector<Lines> pages_; ///< of the detail; tops are those of the page's body
 };
 
 } // namespace tavrel

@@ -1,53 +1,57 @@
 #include "platform/qt/PrintPreview.h"
 
 #include "platform/error.h"
+#include "platform/qt/QtText.h"
 
-#include <QAction>
 #include <QFileDialog>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QMessageBox>
 #include <QPdfWriter>
 #include <QPrintDialog>
 #include <QPrintPreviewWidget>
+#include <QPrinterInfo>
+#include <QPushButton>
 #include <QSaveFile>
+#include <QScreen>
+#include <QShortcut>
 #include <QStandardPaths>
-#include <QToolBar>
-#include <QVBoxLayout>
 
 namespace tavrel {
 namespace {
 
 /// A4 without margins: the layout has its own.
-template <typename Device> void SetPage(Device& device) {
+void SetPage(QPagedPaintDevice& device) {
     device.setPageSize(QPageSize(QPageSize::A4));
-    device.setPageMargins(QMarginsF(0, 0, 0, 0));
+    device.setPageMargins({});
+}
+
+void SetPage(QPrinter& printer, const PrintLayout& layout) {
+    printer.setFullPage(true);
+    printer.setDocName(ToQt(layout.caption));
+    SetPage(printer);
 }
 
 } // namespace
 
-PrintPreview::PrintPreview(const PrintPages& pages, QWidget* parent)
-    : QDialog(parent), pages_(pages), printer_(QPrinter::HighResolution),
-      preview_(new QPrintPreviewWidget(&printer_, this)), position_(new QLabel(this)) {
-    const PrintLayout& layout = pages.Layout();
-    setWindowTitle(QString::fromStdString(layout.caption));
-    setWindowFlag(Qt::WindowMaximizeButtonHint);
-    setWindowFlag(Qt::WindowStaysOnTopHint);
-    setSizeGripEnabled(true);
-    resize(900, 740);
+PrintPreview::PrintPreview(const PrintPages& pages)
+    : pages_(pages), paper_(QPrinter::HighResolution), preview_(new QPrintPreviewWidget(&paper_, this)),
+      position_(new QLabel(this)) {
+    setWindowTitle(ToQt(pages.Layout().caption));
+    setWindowFlags(windowFlags() | Qt::WindowMaximizeButtonHint | Qt::WindowStaysOnTopHint);
+    resize(QSize(940, 740).boundedTo(screen()->availableSize()));
+    SetPage(paper_, pages.Layout());
 
-    printer_.setFullPage(true);
-    SetPage(printer_);
-    printer_.setDocName(QString::fromStdString(layout.caption));
-
-    auto* bar = new QToolBar(this);
-    bar->setToolButtonStyle(Qt::ToolButtonTextOnly);
-    AddActions(*bar);
+    auto* bar = new QHBoxLayout;
+    bar->setContentsMargins(8, 8, 8, 8);
+    AddButtons(*bar);
     auto* column = new QVBoxLayout(this);
-    column->setContentsMargins(0, 0, 0, 0);
+    column->setContentsMargins({});
     column->setSpacing(0);
-    column->addWidget(bar);
+    column->addLayout(bar);
     column->addWidget(preview_);
 
+    preview_->setAccessibleName(tr("Pages"));
     connect(preview_, &QPrintPreviewWidget::paintRequested, this,
             [this](QPrinter* printer) { pages_.Paint(*printer); });
     connect(preview_, &QPrintPreviewWidget::previewChanged, this, &PrintPreview::ShowPosition);
@@ -55,28 +59,30 @@ PrintPreview::PrintPreview(const PrintPages& pages, QWidget* parent)
     ShowPosition();
 }
 
-void PrintPreview::AddActions(QToolBar& bar) {
+void PrintPreview::AddButtons(QHBoxLayout& bar) {
     const auto add = [&](const QString& text, const QKeySequence& key, auto&& run) {
-        QAction* action = bar.addAction(text);
-        action->setShortcut(key);
-        connect(action, &QAction::triggered, this, run);
-        return action;
+        auto* button = new QPushButton(text, this);
+        button->setAutoDefault(false);
+        button->setToolTip(key.toString(QKeySequence::NativeText));
+        connect(button, &QPushButton::clicked, this, run);
+        connect(new QShortcut(key, this), &QShortcut::activated, button, &QPushButton::click);
+        bar.addWidget(button);
+        return button;
     };
-    add(tr("&Print..."), QKeySequence::Print, [this] { Print(); });
-    add(tr("Save as P&DF..."), QKeySequence::Save, [this] { AskAndSavePdf(); });
-    bar.addSeparator();
-    add(tr("Whole pa&ge"), Qt::CTRL | Qt::Key_0, [this] { preview_->fitInView(); });
-    add(tr("Page &width"), Qt::CTRL | Qt::Key_1, [this] { preview_->fitToWidth(); });
+    auto* print = add(tr("&Print..."), QKeySequence::Print, [this] { Print(); });
+    print->setProperty("primary", true);
+    print->setDefault(true);
+    add(tr("&Save as PDF..."), QKeySequence::Save, [this] { AskAndSavePdf(); });
+    bar.addStretch();
+    previous_ = add(tr("Pre&vious"), QKeySequence::MoveToPreviousPage, [this] { Turn(-1); });
+    bar.addWidget(position_);
+    next_ = add(tr("&Next"), QKeySequence::MoveToNextPage, [this] { Turn(1); });
+    bar.addStretch();
+    add(tr("&Whole page"), Qt::CTRL | Qt::Key_0, [this] { preview_->fitInView(); });
+    add(tr("Page wi&dth"), Qt::CTRL | Qt::Key_1, [this] { preview_->fitToWidth(); });
     add(tr("Zoom &in"), QKeySequence::ZoomIn, [this] { preview_->zoomIn(); });
     add(tr("Zoom &out"), QKeySequence::ZoomOut, [this] { preview_->zoomOut(); });
-    bar.addSeparator();
-    previous_ = add(tr("Pre&vious"), QKeySequence::MoveToPreviousPage,
-                    [this] { preview_->setCurrentPage(preview_->currentPage() - 1); });
-    position_->setContentsMargins(6, 0, 6, 0);
-    bar.addWidget(position_);
-    next_ = add(tr("&Next"), QKeySequence::MoveToNextPage,
-                [this] { preview_->setCurrentPage(preview_->currentPage() + 1); });
-    bar.addSeparator();
+    bar.addStretch();
     add(tr("&Close"), QKeySequence::Close, [this] { accept(); });
 }
 
@@ -87,15 +93,22 @@ void PrintPreview::ShowPosition() {
     next_->setEnabled(page < pages_.Count());
 }
 
+void PrintPreview::Turn(int pages) {
+    preview_->setCurrentPage(preview_->currentPage() + pages);
+}
+
 void PrintPreview::Print() {
-    QPrintDialog dialog(&printer_, this);
-    if (dialog.exec() != QDialog::Accepted)
-        return;
-    try {
-        pages_.Paint(printer_);
-    } catch (const Error& error) {
-        QMessageBox::warning(this, windowTitle(), QString::fromStdString(error.description));
-    }
+    Attempt([this] {
+        if (QPrinterInfo::availablePrinterNames().isEmpty())
+            throw Error(484, "PrintReport", "This workstation has no printer. The report can be saved as a PDF.");
+        QPrinter printer(QPrinter::HighResolution);
+        SetPage(printer, pages_.Layout());
+        QPrintDialog dialog(&printer, this);
+        dialog.setOptions(QPrintDialog::PrintPageRange | QPrintDialog::PrintCollateCopies);
+        dialog.setMinMax(1, pages_.Count());
+        if (dialog.exec() == QDialog::Accepted)
+            pages_.Paint(printer);
+    });
 }
 
 void PrintPreview::AskAndSavePdf() {
@@ -103,10 +116,13 @@ void PrintPreview::AskAndSavePdf() {
                        tr("PDF (*.pdf)"));
     dialog.setAcceptMode(QFileDialog::AcceptSave);
     dialog.setDefaultSuffix(QStringLiteral("pdf"));
-    if (dialog.exec() != QDialog::Accepted)
-        return;
+    if (dialog.exec() == QDialog::Accepted)
+        Attempt([&] { SavePdf(pages_, dialog.selectedFiles().constFirst()); });
+}
+
+void PrintPreview::Attempt(const std::function<void()>& work) {
     try {
-        SavePdf(pages_, dialog.selectedFiles().constFirst());
+        work();
     } catch (const Error& error) {
         QMessageBox::warning(this, windowTitle(), QString::fromStdString(error.description));
     }
@@ -114,21 +130,19 @@ void PrintPreview::AskAndSavePdf() {
 
 void PrintPreview::SavePdf(const PrintPages& pages, const QString& path) {
     QSaveFile file(path);
-    const auto fail = [&] {
-        throw Error(483, "PrintReport",
-                    "The PDF " + path.toStdString() + " cannot be written: " + file.errorString().toStdString());
+    const auto require = [&](bool done) {
+        if (!done)
+            throw Error(483, "PrintReport",
+                        "The PDF " + path.toStdString() + " cannot be written: " + file.errorString().toStdString());
     };
-    if (!file.open(QIODevice::WriteOnly))
-        fail();
-    file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
+    require(file.open(QIODevice::WriteOnly) && file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner));
     {
         QPdfWriter writer(&file);
         SetPage(writer);
-        writer.setTitle(QString::fromStdString(pages.Layout().title));
+        writer.setTitle(ToQt(pages.Layout().title));
         pages.Paint(writer);
     }
-    if (!file.commit())
-        fail();
+    require(file.commit());
 }
 
 } // namespace tavrel

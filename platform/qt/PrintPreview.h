@@ -5,34 +5,40 @@
 #include <QDialog>
 #include <QPrinter>
 
+#include <functional>
+
+class QHBoxLayout;
+class QKeySequence;
 class QLabel;
 class QPrintPreviewWidget;
-class QToolBar;
+class QPushButton;
 
 namespace tavrel {
 
-/// The window in which a report is looked at before it is printed.
+/// The top-most window in which a report is looked at before it is printed or saved as a PDF.
 class PrintPreview : public QDialog {
-    Q_OBJECT
-
 public:
-    explicit PrintPreview(const PrintPages& pages, QWidget* parent = nullptr);
+    explicit PrintPreview(const PrintPages& pages);
 
-    /// Writes the pages as an A4 PDF; whole or not at all. A failure is an `Error`.
+    /// Writes the pages as an A4 PDF, readable by its owner only; whole or not at all. A failure is an
+    /// `Error`.
     static void SavePdf(const PrintPages& pages, const QString& path);
 
 private:
-    void AddActions(QToolBar& bar);
+    void AddButtons(QHBoxLayout& bar);
+    void ShowPosition();
+    void Turn(int pages);
     void Print();
     void AskAndSavePdf();
-    void ShowPosition();
+    /// Runs `work`; its failure is shown.
+    void Attempt(const std::function<void()>& work);
 
     const PrintPages& pages_;
-    QPrinter printer_;
+    QPrinter paper_; ///< what the preview is drawn for
     QPrintPreviewWidget* preview_;
     QLabel* position_;
-    QAction* previous_ = nullptr;
-    QAction* next_ = nullptr;
+    QPushButton* previous_ = nullptr;
+    QPushButton* next_ = nullptr;
 };
 
 } // namespace tavrel
