@@ -14,6 +14,7 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QStyle>
+#include <QTextDocument>
 #include <QTreeView>
 
 #include <algorithm>
@@ -31,6 +32,8 @@ protected:
     void ShowState(bool) override {
         widget_.setEnabled(label_.Enabled()); // Within a frame that is out of reach it is still read.
         widget_.setText(ToQt(label_.Text()));
+        // A long text is cut off where no blank lets it wrap; and it is never markup, here either.
+        widget_.setToolTip(Qt::convertFromPlainText(ToQt(label_.Text())));
         constexpr std::array tones{"neutral", "attention", "settled"};
         const QVariant tone = tones.at(static_cast<std::size_t>(label_.Emphasis()));
         if (widget_.property("tone") == tone)
