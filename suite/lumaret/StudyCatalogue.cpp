@@ -53,13 +53,14 @@ QString NativePathOf(const QString& inside) {
 
 } // namespace
 
-StudyCatalogue::StudyCatalogue(Database& database) : database_(database) {}
+StudyCatalogue::StudyCatalogue(Database& database, std::string dataSource)
+    : database_(database), dataSource_(std::move(dataSource)) {}
 
 Connection& StudyCatalogue::Catalogue() {
     if (!connection_) {
         connection_ = database_.NewConnection();
         try {
-            connection_->Open("DSN=DicomFDB");
+            connection_->Open("DSN=" + dataSource_);
         } catch (...) {
             connection_.reset();
             throw;

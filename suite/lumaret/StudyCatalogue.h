@@ -6,6 +6,7 @@
 #include <QStringList>
 
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace tavrel {
@@ -25,7 +26,7 @@ struct SeriesRow {
 /// What the viewer reads of the catalogue. Every failure is an `Error`.
 class StudyCatalogue {
 public:
-    explicit StudyCatalogue(Database& database);
+    explicit StudyCatalogue(Database& database, std::string dataSource = "DicomFDB");
 
     /// The studies, newest first, whose patient's name holds every word of `name`, in any order and
     /// letter case, whose patient's identifier holds `id`, and whose date is `date`: "dd/mm/yyyy",
@@ -43,6 +44,7 @@ private:
     template <typename Read> auto Query(const QString& statement, Read&& read);
 
     Database& database_;
+    std::string dataSource_;
     std::unique_ptr<Connection> connection_;
 };
 
