@@ -2,10 +2,6 @@
 // own routine against each engine's own C library reading the same rows into strings, in turns. Prints
 // the ratio of the shortest times and what a row costs in memory. At most 1.6 is the aim.
 //
-// SQLite's whole table misses it: an index holds the rows in their order, so that the engine only walks
-// it, and nearly all of the difference is its ODBC driver's copy of every cell before the first fetch.
-// Without that index the ratio is below 1.6, and the list comes later.
-//
 // Measures every engine that has an ODBC entry DicomFDB_sqlite, DicomFDB_postgresql or
 // DicomFDB_mariadb (tests/support/engines makes all three); without ODBCINI, SQLite on a file of its own.
 

@@ -77,9 +77,6 @@ constexpr std::array<std::string_view, 14> tableNames = {
 constexpr std::array<std::span<const Column>, tableNames.size()> tableColumns = {
     patient, study, series, image, siteData, users, dicomServer, port, history, report, codes, codes, codes, codes};
 
-// The manager of the code tables lists a whole table by meaning: an index over all three columns
-// answers that alone.
-constexpr std::string_view byMeaning = "CodeMeaning, CodeScheme, CodeValue";
 constexpr Index indexes[] = {
     {"StudyByPatient", "Study", "IDPatient"},
     {"SeriesByStudy", "Series", "StudyInstanceUID"},
@@ -90,10 +87,6 @@ constexpr Index indexes[] = {
     {"StdBodyPartByValue", "StdBodyPart", "CodeValue"},
     {"StdFindingByValue", "StdFinding", "CodeValue"},
     {"StdDiagnosisByValue", "StdDiagnosis", "CodeValue"},
-    {"StdTitlesByMeaning", "StdTitles", byMeaning},
-    {"StdBodyPartByMeaning", "StdBodyPart", byMeaning},
-    {"StdFindingByMeaning", "StdFinding", byMeaning},
-    {"StdDiagnosisByMeaning", "StdDiagnosis", byMeaning},
 };
 
 std::string CounterType(Engine engine) {
