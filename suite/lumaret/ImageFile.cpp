@@ -7,6 +7,7 @@
 
 #include <dcmtk/config/osconfig.h>
 
+#include <dcmtk/dcmdata/dccodec.h>
 #include <dcmtk/dcmdata/dcrledrg.h>
 #include <dcmtk/dcmdata/dctk.h>
 #include <dcmtk/dcmimage/diregist.h>
@@ -47,7 +48,7 @@ void CheckStructure(const QString& path) {
         ByteWindow bytes(file.handle(), static_cast<std::uint64_t>(file.size()), pieceSize);
         ScanDicom(bytes, lastHeaderGroup);
     } catch (const StructureFault& fault) {
-        Fail(path, fault.what());
+        Fail(path, std::string("it cannot be read as a DICOM file: ") + fault.what());
     }
 }
 
@@ -123,11 +124,14 @@ void ImageFile::Decode(int frame) {
     if (frame < 0 || frame >= frameCount_)
         Fail(path_, "it has no frame " + std::to_string(frame + 1L));
     const E_TransferSyntax syntax = file_->getDataset()->getOriginalXfer();
+    const DcmXfer coding(syntax);
+    if (coding.isEncapsulated() && !DcmCodecList::canChangeCoding(syntax, EXS_LittleEndianExplicit))
+        Fail(path_, std::string("its compression is not supported (") + coding.getXferName() + ")");
     auto image = std::make_unique<DicomImage>(file_.get(), syntax, CIF_UsePartialAccessToPixelData,
                                               static_cast<unsigned long>(frame), 1UL);
     if (image->getStatus() != EIS_Normal)
-        Fail(path_,
-             std::string(DicomImage::getString(image->getStatus())) + " (" + DcmXfer(syntax).getXferName() + ")");
+        Fail(path_, std::string("its pixels cannot be read (") + DicomImage::getString(image->getStatus()) + ", " +
+                        coding.getXferName() + ")");
     image_ = std::move(image);
     decodedFrame_ = frame;
     monochrome_ = image_->isMonochrome();

@@ -1,0 +1,13 @@
+#include "suite/lumaret/ImageFile.h"
+
+#include <QGuiApplication>
+
+#include <gtest/gtest.h>
+
+int main(int argc, char** argv) {
+    testing::InitGoogleTest(&argc, argv);
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    const QGuiApplication application(argc, argv);
+    tavrel::ImageFile::RegisterDecoders();
+    return RUN_ALL_TESTS();
+}
