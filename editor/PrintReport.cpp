@@ -41,7 +41,7 @@ PrintSection PageHeader() {
                          .ruled = true,
                          .controls = {}};
     section.controls = {
-        {.name = "imgLogo", .kind = Kind::Image, .text = {}, .width = 80, .height = 22},
+        {.name = "imgLogo", .kind = Kind::Image, .text = {}, .width = 80, .height = 22, .visible = false},
         {.name = "lblReport",
          .text = "Relazione clinica",
          .left = 85,
@@ -60,6 +60,7 @@ PrintSection Detail() {
     PrintSection section{
         .name = "DetailsCommand_Dettaglio", .kind = PrintSection::Kind::Detail, .height = 80, .controls = {}};
     AddField(section, "Label1", "Paziente", "TextBox1", "PATIENTNAME", 0, 2, 105);
+    section.controls.back().bold = true;
     AddField(section, "Label2", "Identificativo paziente", "TextBox2", "PATIENTID", 115, 2, 55);
     AddField(section, "Label3", "Data di nascita", "TextBox5", "BIRTHDATE", 0, 16, 45);
     AddField(section, "Label4", "Età", "TextBox4", "AGE", 50, 16, 25);
@@ -78,8 +79,8 @@ PrintSection PageFooter() {
                          .ruled = true,
                          .controls = {}};
     section.controls = {
-        {.name = "Label24", .text = "Referto stampato il ", .top = 3, .width = 29, .height = 5, .fontSize = 9},
-        {.name = "Label25", .text = "%d", .left = 29, .top = 3, .width = 40, .height = 5, .fontSize = 9},
+        {.name = "Label24", .text = "Referto stampato il ", .top = 3, .width = 28, .height = 5, .fontSize = 9},
+        {.name = "Label25", .text = "%d", .left = 28, .top = 3, .width = 40, .height = 5, .fontSize = 9},
     };
     return section;
 }
@@ -105,12 +106,15 @@ void ShowPrintReport(Global& global, ReportPrinter& printer, const PrintRow& row
     PrintLayout layout = PrintReportLayout();
 
     const std::string logo = global.ports.process.ApplicationFolder() + "\\Logo.bmp";
-    const bool hasLogo = global.ports.files.Exists(logo);
-    layout.Control("imgLogo").visible = hasLogo;
-    layout.Control("Label6").visible = !hasLogo;
-    if (hasLogo)
+    if (global.ports.files.Exists(logo)) {
         layout.Control("imgLogo").text = logo;
+        layout.Control("imgLogo").visible = true;
+        layout.Control("Label6").visible = false;
+    }
 
+    // Two workstations that filled the table at the same moment may have left a row each.
+    for (const auto filled = dicomDB.Report(); !filled->AtEnd(); filled->MoveNext())
+        RequirePrintRow(*filled, row);
     const auto rows = dicomDB.Report();
     RequirePrintRow(*rows, row);
     printer.ShowModal(layout, *rows, global.ports.clock.Now());

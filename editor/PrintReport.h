@@ -7,7 +7,7 @@
 namespace tavrel {
 
 /// The page that a hospital hands out: logo or title, patient, study, reading, who approved it and
-/// when. Its labels are Italian.
+/// when. Its labels are Italian; the title stands in its header, no logo.
 PrintLayout PrintReportLayout();
 
 /// Shows the print table, which holds `row`: with "Logo.bmp" of the program's folder in the page header

@@ -9,6 +9,7 @@
 #include <QImageReader>
 #include <QPagedPaintDevice>
 #include <QPainter>
+#include <QPrinter>
 #include <QTextLayout>
 
 #include <algorithm>
@@ -27,11 +28,6 @@ constexpr double BodyGap = 4;       // millimetres between the detail and the ba
 constexpr qint64 MostPixels = 25e6; // of a picture: more than a page at 300 dots per inch
 constexpr QColor Faint(95, 95, 95), Rule(120, 120, 120);
 
-QRectF InUnits(double left, double top, double width, double height) {
-    return {left * UnitsPerMillimetre, top * UnitsPerMillimetre, width * UnitsPerMillimetre,
-            height * UnitsPerMillimetre};
-}
-
 QString DateOf(const DateTime& date) {
     return QStringLiteral("%1/%2/%3")
         .arg(date.day, 2, 10, QChar('0'))
@@ -39,26 +35,29 @@ QString DateOf(const DateTime& date) {
         .arg(date.year, 4, 10, QChar('0'));
 }
 
-QTextOption OptionOf(const PrintControl& control, const QFont& font) {
-    QTextOption option(control.align == PrintControl::Align::Right ? Qt::AlignRight : Qt::AlignLeft);
-    option.setTabStopDistance(QFontMetricsF(font).horizontalAdvance(QStringLiteral("xxxxxxxx")));
-    return option;
-}
+/// A paragraph of text laid out in lines of `width` units.
+class Paragraph : public QTextLayout {
+public:
+    Paragraph(const QString& text, const QFont& font, double width, QTextOption option) : QTextLayout(text, font) {
+        option.setTabStopDistance(QFontMetricsF(font).horizontalAdvance(QStringLiteral("xxxxxxxx")));
+        setTextOption(option);
+        beginLayout();
+        for (auto line = createLine(); line.isValid(); line = createLine())
+            line.setLineWidth(width);
+        endLayout();
+    }
+};
 
 /// The lines of `text`; a paragraph wider than `width` units is broken between words, a word wider
 /// than that within itself.
-QStringList Wrap(const QString& text, const QFont& font, QTextOption option, double width) {
+QStringList Wrap(const QString& text, const QFont& font, double width) {
+    QTextOption option;
     option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     QStringList lines;
-    for (const QString& paragraph : text.split('\n')) {
-        QTextLayout layout(paragraph, font);
-        layout.setTextOption(option);
-        layout.beginLayout();
-        for (auto line = layout.createLine(); line.isValid(); line = layout.createLine()) {
-            line.setLineWidth(width);
-            lines += paragraph.mid(line.textStart(), line.textLength());
-        }
-        layout.endLayout();
+    for (const QString& part : text.split('\n')) {
+        const Paragraph paragraph(part, font, width, option);
+        for (int i = 0; i < paragraph.lineCount(); ++i)
+            lines += part.mid(paragraph.lineAt(i).textStart(), paragraph.lineAt(i).textLength());
     }
     return lines;
 }
@@ -148,8 +147,7 @@ PrintPages::Lines PrintPages::LinesOf(const PrintSection& section, const Row& ro
         const double height = QFontMetricsF(font).lineSpacing() * Leading / UnitsPerMillimetre;
         const QString text = TextOf(*control, row);
         const QStringList wrapped =
-            control->canGrow ? Wrap(text, font, OptionOf(*control, font), control->width * UnitsPerMillimetre)
-                             : QStringList(text);
+            control->canGrow ? Wrap(text, font, control->width * UnitsPerMillimetre) : QStringList(text);
         const auto count = wrapped.size();
         for (qsizetype i = 0; i < count; ++i)
             lines.push_back({.control = control,
@@ -202,17 +200,22 @@ void PrintPages::Paint(QPagedPaintDevice& device) const {
         if (!done)
             throw Error(482, "PrintReport", "The page cannot be printed: the printer or the file does not take it");
     };
+    const QPageRanges ranges = device.pageRanges();
+    std::vector<const Lines*> asked;
+    for (const Lines& page : pages_)
+        if (const auto number = static_cast<int>(&page - pages_.data()) + 1;
+            ranges.isEmpty() || ranges.contains(number))
+            asked.push_back(&page);
+    if (const auto* printer = dynamic_cast<const QPrinter*>(&device);
+        printer && printer->pageOrder() == QPrinter::LastPageFirst)
+        std::ranges::reverse(asked);
+
     QPainter painter;
     require(painter.begin(&device));
-    const QPageRanges asked = device.pageRanges();
-    bool first = true;
-    for (int page = 0; page < Count(); ++page) {
-        if (!asked.isEmpty() && !asked.contains(page + 1))
-            continue;
-        require(first || device.newPage());
-        first = false;
+    for (const Lines* page : asked) {
+        require(page == asked.front() || device.newPage());
         painter.save();
-        PaintPage(painter, pages_[static_cast<std::size_t>(page)]);
+        PaintPage(painter, *page);
         painter.restore();
     }
     require(painter.end());
@@ -239,9 +242,10 @@ void PrintPages::DrawBand(QPainter& painter, PrintSection::Kind kind, double top
         return;
     for (const PrintControl& control : section->controls)
         if (const auto picture = pictures_.find(&control); picture != pictures_.end()) {
-            QRectF place = InUnits(control.left, top + control.top, control.width, control.height);
-            place.setSize(picture->second.size().scaled(place.size().toSize(), Qt::KeepAspectRatio));
-            painter.drawImage(place, picture->second);
+            const QSizeF frame(control.width, control.height);
+            const QSizeF size = QSizeF(picture->second.size()).scaled(frame, Qt::KeepAspectRatio);
+            const QPointF place(control.left, top + control.top);
+            painter.drawImage({place * UnitsPerMillimetre, size * UnitsPerMillimetre}, picture->second);
         }
     DrawLines(painter, LinesOf(*section, {}), top);
     if (section->ruled) {
@@ -255,11 +259,11 @@ void PrintPages::DrawBand(QPainter& painter, PrintSection::Kind kind, double top
 void PrintPages::DrawLines(QPainter& painter, const Lines& lines, double top) const {
     for (const Line& line : lines) {
         const PrintControl& control = *line.control;
-        QTextOption option = OptionOf(control, FontOf(control));
+        QTextOption option(control.align == PrintControl::Align::Right ? Qt::AlignRight : Qt::AlignLeft);
         option.setWrapMode(QTextOption::NoWrap);
-        painter.setFont(FontOf(control));
+        const Paragraph paragraph(line.text, FontOf(control), control.width * UnitsPerMillimetre, option);
         painter.setPen(control.faint ? Faint : QColor(Qt::black));
-        painter.drawText(InUnits(control.left, top + line.top, control.width, line.height), line.text, option);
+        paragraph.draw(&painter, QPointF(control.left, top + line.top) * UnitsPerMillimetre);
     }
 }
 

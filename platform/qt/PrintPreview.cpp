@@ -44,6 +44,7 @@ PrintPreview::PrintPreview(const PrintPages& pages)
 
     auto* bar = new QHBoxLayout;
     bar->setContentsMargins(8, 8, 8, 8);
+    bar->setSpacing(6);
     AddButtons(*bar);
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins({});
@@ -95,6 +96,7 @@ void PrintPreview::ShowPosition() {
 
 void PrintPreview::Turn(int pages) {
     preview_->setCurrentPage(preview_->currentPage() + pages);
+    ShowPosition();
 }
 
 void PrintPreview::Print() {

@@ -125,6 +125,16 @@ TEST(Print, AnotherWorkstationsReportIsNeverShownAsOurs) {
     EXPECT_EQ(station.printer.shown.size(), 0U);
 }
 
+TEST(Print, NorIsItsRowBesideOurs) {
+    PrintingStation station;
+    station.global.catalogue = std::make_unique<Interrupted>(std::move(station.global.catalogue), [&] {
+        station.Insert("Report", {{"PatientName", "VERDI^ANNA"}});
+    });
+    station.editor.cmdPrint.Press();
+    EXPECT_EQ(station.windows.messages.size(), 1U);
+    EXPECT_EQ(station.printer.shown.size(), 0U);
+}
+
 TEST(Print, ATableThatAnotherWorkstationEmptiedIsToldToo) {
     PrintingStation station;
     station.global.catalogue = std::make_unique<Interrupted>(std::move(station.global.catalogue),
