@@ -33,15 +33,14 @@ private:
 /// A desktop's portal that answers every question with its one setting.
 class Portal : public QDBusVirtualObject {
 public:
-    explicit Portal(uint colourScheme) : colourScheme_(colourScheme) {}
+    explicit Portal(uint scheme) : colourScheme(scheme) {}
     QString introspect(const QString&) const override { return {}; }
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override {
-        const auto wrapped = QVariant::fromValue(QDBusVariant(colourScheme_));
+        const auto wrapped = QVariant::fromValue(QDBusVariant(colourScheme));
         return connection.send(message.createReply(QVariant::fromValue(QDBusVariant(wrapped))));
     }
 
-private:
-    uint colourScheme_;
+    uint colourScheme;
 };
 
 bool Dark() {
@@ -58,6 +57,10 @@ protected:
     void Publish(Portal& portal) {
         desktop_.registerVirtualObject("/org/freedesktop/portal/desktop", &portal);
         desktop_.registerService("org.freedesktop.portal.Desktop");
+    }
+    void ChangeColourScheme(Portal& portal, uint value) {
+        portal.colourScheme = value;
+        Change("color-scheme", value);
     }
     void Change(const QString& key, uint value) {
         auto changed = QDBusMessage::createSignal("/org/freedesktop/portal/desktop", "org.freedesktop.portal.Settings",
@@ -94,9 +97,9 @@ TEST_F(DesktopLooks, ChangeWithTheDesktop) {
     const DesktopLook look(application_, program_);
 
     Change("accent-color", 1);
-    Change("color-scheme", 1);
+    ChangeColourScheme(portal, 1);
     EXPECT_TRUE(QTest::qWaitFor(Dark));
-    Change("color-scheme", 0);
+    ChangeColourScheme(portal, 0);
 
     EXPECT_TRUE(QTest::qWaitFor([] { return !Dark(); }));
 }
