@@ -23,9 +23,10 @@ constexpr double MillimetresPerPoint = 25.4 / 72;
 // Text is measured on a grid this much finer than a millimetre, so that preview, paper and PDF break
 // their lines alike whatever their resolution.
 constexpr double UnitsPerMillimetre = 100;
-constexpr double Leading = 1.2;     // of a line, so that a long reading is easy to follow
-constexpr double BodyGap = 4;       // millimetres between the detail and the bands around it
-constexpr qint64 MostPixels = 25e6; // of a picture: more than a page at 300 dots per inch
+constexpr double Leading = 1.2;                    // of a line, so that a long reading is easy to follow
+constexpr double BodyGap = 4;                      // millimetres between the detail and the bands around it
+constexpr qint64 MostPixels = 25e6;                // of a picture: more than a page at 300 dots per inch
+constexpr double PixelsPerMillimetre = 600 / 25.4; // more detail of a picture is not seen on paper
 constexpr QColor Faint(95, 95, 95), Rule(120, 120, 120);
 
 QString DateOf(const DateTime& date) {
@@ -62,7 +63,7 @@ QStringList Wrap(const QString& text, const QFont& font, double width) {
     return lines;
 }
 
-QImage ReadPicture(const std::string& file) {
+QImage ReadPicture(const std::string& file, QSizeF place) {
     const QString path = ToQt(NativePath(file));
     QImageReader reader(path);
     const auto fail = [&](const QString& why) {
@@ -79,7 +80,10 @@ QImage ReadPicture(const std::string& file) {
     QImage picture;
     if (!reader.read(&picture))
         fail(reader.errorString());
-    return picture;
+    const QSize finest = (place * PixelsPerMillimetre).toSize();
+    return picture.width() > finest.width() || picture.height() > finest.height()
+               ? picture.scaled(finest, Qt::KeepAspectRatio, Qt::SmoothTransformation)
+               : picture;
 }
 
 } // namespace
@@ -106,7 +110,7 @@ void PrintPages::ReadPictures() {
     for (const PrintSection& section : layout_.sections)
         for (const PrintControl& control : section.controls)
             if (control.kind == PrintControl::Kind::Image && control.visible)
-                pictures_[&control] = ReadPicture(control.text);
+                pictures_[&control] = ReadPicture(control.text, {control.width, control.height});
 }
 
 QString PrintPages::TextOf(const PrintControl& control, const Row& row) const {

@@ -51,6 +51,15 @@ TEST(Logos, TallOnesKeepTheirProportion) {
     EXPECT_NEAR(height, 22, 0.5);
 }
 
+TEST(Logos, OfManyPixelsAreNoFinerThanPaperShows) {
+    LogoStation station({5000, 4000});
+    station.Print();
+    const auto [width, height] = PrintedSize(station.file);
+    EXPECT_NEAR(width, 27.5, 0.5);
+    EXPECT_NEAR(height, 22, 0.5);
+    EXPECT_LE(std::stoi(Output("pdfimages -list '" + station.file + "' | tail -n 1 | awk '{print $4}'")), 1890);
+}
+
 TEST(Logos, OfAnotherFormatUnderTheSameNameArePrinted) {
     LogoStation station({400, 120}, "PNG");
     station.Print();
