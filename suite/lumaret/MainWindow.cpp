@@ -41,17 +41,11 @@ MainWindow::MainWindow(StudyCatalogue& catalogue, TavrelClient& tavrel, ViewerSe
 void MainWindow::BuildSelection() {
     auto* panel = new QWidget;
     auto* column = new QVBoxLayout(panel);
-    column->setContentsMargins(0, 0, 0, 9);
-    column->addWidget(studies_, 1);
-    auto* below = new QVBoxLayout;
-    below->setContentsMargins(9, 0, 9, 0);
-    auto* label = new QLabel(tr("I&mages of the open report"));
-    label->setBuddy(reportImageList_);
     reportImageList_->setAccessibleName(tr("Report images"));
-    reportImageList_->setMaximumHeight(100);
-    below->addWidget(label);
-    below->addWidget(reportImageList_);
-    column->addLayout(below);
+    reportImageList_->setMaximumHeight(90);
+    reportImageList_->setSpacing(1);
+    column->addWidget(studies_, 1);
+    column->addWidget(Framed(tr("I&mages of the open report"), reportImageList_));
 
     auto* splitter = new QSplitter;
     splitter->addWidget(panel);
@@ -61,13 +55,13 @@ void MainWindow::BuildSelection() {
     setCentralWidget(splitter);
     const QSize screen = QGuiApplication::primaryScreen()->availableSize();
     resize(screen * 0.9);
-    const int panelWidth = std::clamp(screen.width() / 4, 340, 520);
+    const int panelWidth = std::clamp(screen.width() / 4, 330, 520);
     splitter->setSizes({panelWidth, screen.width() - panelWidth});
 }
 
-QAction* MainWindow::AddAction(const QString& caption, const QString& help, const QKeySequence& key,
+QAction* MainWindow::AddAction(QToolBar& bar, const QString& caption, const QString& help, const QKeySequence& key,
                                const std::function<void()>& run) {
-    QAction* action = tools_->addAction(caption);
+    QAction* action = bar.addAction(caption);
     action->setShortcut(key);
     action->setToolTip(key.isEmpty() ? help : help + " (" + key.toString(QKeySequence::NativeText) + ")");
     connect(action, &QAction::triggered, this, run);
@@ -77,23 +71,26 @@ QAction* MainWindow::AddAction(const QString& caption, const QString& help, cons
 /// Its key, a letter alone, acts while the image has the focus.
 void MainWindow::AddImageAction(const QString& caption, const QString& help, const QKeySequence& key,
                                 const std::function<void()>& run) {
-    QAction* action = AddAction(caption, help, key, run);
+    QAction* action = AddAction(*imageTools_, caption, help, key, run);
     action->setShortcutContext(Qt::WidgetShortcut);
     image_->addAction(action);
     imageActions_ += action;
 }
 
 void MainWindow::BuildActions() {
-    tools_ = addToolBar(tr("Tools"));
-    tools_->setMovable(false);
-    tools_->setContextMenuPolicy(Qt::PreventContextMenu);
-    report_ = AddAction(tr("Report"), tr("Open the report of the series on screen"), Qt::CTRL | Qt::Key_R,
-                        [this] { OpenReport(); });
-    add_ = AddAction(tr("Add to report"), tr("Add the image as it is on screen to the open report"),
+    reportTools_ = addToolBar(tr("Report tools"));
+    imageTools_ = addToolBar(tr("Image tools"));
+    for (QToolBar* bar : {reportTools_, imageTools_}) {
+        bar->setMovable(false);
+        bar->setContextMenuPolicy(Qt::PreventContextMenu);
+    }
+    report_ = AddAction(*reportTools_, tr("Report"), tr("Open the report of the series on screen"),
+                        Qt::CTRL | Qt::Key_R, [this] { OpenReport(); });
+    add_ = AddAction(*reportTools_, tr("Add to report"), tr("Add the image as it is on screen to the open report"),
                      Qt::CTRL | Qt::Key_I, [this] { AddToReport(); });
-    clear_ = AddAction(tr("Clear report images"), tr("Empty the open report's list of images"), {},
+    clear_ = AddAction(*reportTools_, tr("Clear report images"), tr("Empty the open report's list of images"), {},
                        [this] { tavrel_.RemoveImages(); });
-    tools_->addSeparator();
+    reportTools_->addSeparator();
     AddImageAction(tr("Flip horizontally"), tr("Left becomes right"), Qt::Key_H, [this] { image_->FlipHorizontal(); });
     AddImageAction(tr("Flip vertically"), tr("Up becomes down"), Qt::Key_V, [this] { image_->FlipVertical(); });
     AddImageAction(tr("Rotate left"), tr("A quarter turn to the left"), Qt::Key_L, [this] { image_->Rotate(-90); });
@@ -103,7 +100,7 @@ void MainWindow::BuildActions() {
                    [this] { image_->Smooth(smooth_->isChecked()); });
     smooth_ = imageActions_.last();
     smooth_->setCheckable(true);
-    tools_->addSeparator();
+    imageTools_->addSeparator();
     AddImageAction(tr("1:1"), tr("A pixel of the image is one of the screen"), Qt::Key_1,
                    [this] { image_->ActualSize(); });
     AddImageAction(tr("Fit"), tr("Show the whole image"), Qt::Key_F, [this] { image_->Fit(); });
@@ -233,6 +230,22 @@ void MainWindow::Say(const QString& words) {
     words_->setText(words);
     words_->setCursorPosition(0);
     words_->setToolTip(words);
+}
+
+void MainWindow::ReportStored() {
+    studies_->Refresh();
+    if (tavrel_.Open())
+        Say(tr("The report was saved."));
+}
+
+void MainWindow::resizeEvent(QResizeEvent* event) {
+    // Beside a report there may be little room: the tools stand in two lines then.
+    const bool narrow = reportTools_->sizeHint().width() + imageTools_->sizeHint().width() > width();
+    if (narrow && !toolBarBreak(imageTools_))
+        insertToolBarBreak(imageTools_);
+    else if (!narrow && toolBarBreak(imageTools_))
+        removeToolBarBreak(imageTools_);
+    QMainWindow::resizeEvent(event);
 }
 
 void MainWindow::changeEvent(QEvent* event) {

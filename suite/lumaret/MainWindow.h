@@ -26,14 +26,15 @@ public:
 
 public slots:
     /// The storage service has stored a report.
-    void ReportStored() { studies_->Refresh(); }
+    void ReportStored();
 
 protected:
     void changeEvent(QEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
     void BuildSelection();
-    QAction* AddAction(const QString& caption, const QString& help, const QKeySequence& key,
+    QAction* AddAction(QToolBar& bar, const QString& caption, const QString& help, const QKeySequence& key,
                        const std::function<void()>& run);
     void AddImageAction(const QString& caption, const QString& help, const QKeySequence& key,
                         const std::function<void()>& run);
@@ -63,7 +64,8 @@ private:
     ImageView* image_;
     QListWidget* reportImageList_;
     QLineEdit* words_;
-    QToolBar* tools_;
+    QToolBar* reportTools_;
+    QToolBar* imageTools_;
     QAction* report_;
     QAction* add_;
     QAction* clear_;

@@ -4,6 +4,7 @@
 #include "suite/lumaret/ScreenText.h"
 
 #include <QFormLayout>
+#include <QGroupBox>
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
@@ -66,6 +67,13 @@ template <typename Row> const Row* SelectedOf(const std::vector<Row>& rows, cons
 
 } // namespace
 
+QWidget* Framed(const QString& title, QWidget* content) {
+    auto* frame = new QGroupBox(title);
+    auto* inside = new QVBoxLayout(frame);
+    inside->addWidget(content);
+    return frame;
+}
+
 StudyPanel::StudyPanel(StudyCatalogue& catalogue)
     : catalogue_(catalogue), name_(SearchBox(tr("parts of the name"))), id_(SearchBox(tr("part of the identifier"))),
       date_(SearchBox(tr("dd/mm/yyyy, mm/yyyy or yyyy"))),
@@ -83,15 +91,13 @@ StudyPanel::StudyPanel(StudyCatalogue& catalogue)
     form->addRow(dateLabel, dateAndSearch);
 
     auto* column = new QVBoxLayout(this);
-    column->addLayout(form);
-    const auto add = [&](const QString& title, QWidget* widget, int stretch) {
-        auto* label = new QLabel(title);
-        label->setBuddy(widget);
-        column->addWidget(label);
-        column->addWidget(widget, stretch);
-    };
-    add(tr("S&tudies"), studyTable_, 3);
-    add(tr("S&eries and reports"), seriesTable_, 2);
+    column->setContentsMargins(0, 0, 0, 0);
+    auto* frame = new QGroupBox;
+    frame->setProperty("untitled", true); // for the look
+    frame->setLayout(form);
+    column->addWidget(frame);
+    column->addWidget(Framed(tr("S&tudies"), studyTable_), 3);
+    column->addWidget(Framed(tr("S&eries and reports"), seriesTable_), 2);
 
     for (const QLineEdit* box : {name_, id_, date_})
         connect(box, &QLineEdit::returnPressed, this, &StudyPanel::Search);

@@ -9,6 +9,9 @@ class QTableWidget;
 
 namespace tavrel {
 
+/// A titled frame around a part of the window.
+QWidget* Framed(const QString& title, QWidget* content);
+
 /// The catalogue's studies, with boxes to search them, and the series and reports of the chosen one.
 class StudyPanel : public QWidget {
     Q_OBJECT

@@ -1,0 +1,172 @@
+"""The viewer beside the report program: real processes, a real bus, real windows."""
+
+import multiprocessing
+import os
+import signal
+import subprocess
+import time
+import unittest
+
+from atspi_driver import Program, screenshot, wait_until
+from desk import FOLDER, Editor, Viewer, import_study, processes
+
+
+class ViewerTest(unittest.TestCase):
+    def setUp(self):
+        self.patient = "TEST^" + self._testMethodName.upper()
+        import_study(self.patient)
+        self.viewer = Viewer()
+        self.addCleanup(self._end)
+        self.viewer.choose(self.patient)
+
+    def _end(self):
+        if self._outcome.result.failures or self._outcome.result.errors:
+            screenshot(FOLDER / "logs" / f"{self.id()}.png")
+        for process in processes("tavrel"):
+            os.kill(process, signal.SIGKILL)
+        self.viewer.end()
+
+    def open_report(self):
+        self.viewer.press("Report")
+        editor = Editor()
+        self.viewer.wait_said("Ready.")
+        return editor
+
+
+class TheWholeJob(ViewerTest):
+    def test_images_come_back_as_they_were_shown(self):
+        editor = self.open_report()
+        for caption in ("Flip horizontally", "Rotate right"):
+            self.viewer.press(caption)
+        self.viewer.drag(1, 40, -25)
+        self.viewer.drag(3, 90, 60)
+        shown = [self.viewer.picture()]
+        self.viewer.add()
+        self.viewer.turn()
+        for caption in ("Invert", "Fit"):
+            self.viewer.press(caption)
+        shown.append(self.viewer.picture())
+        self.viewer.add()
+        self.assertNotEqual(shown[0], shown[1])
+        names = self.viewer.report_images.rows()
+
+        editor.save("Chest CT")
+        wait_until(lambda: self.viewer.reports(), "the report in the list")
+        self.viewer.report_images.wait_rows(2)
+        editor.close()
+        self.viewer.report_images.wait_rows(0)
+        self.assertEqual(self.viewer.said(), "The report was closed.")
+
+        self.viewer.turn("Home")
+        self.viewer.open_listed_report()
+        editor = Editor()
+        self.viewer.report_images.wait_rows(2)
+        self.assertEqual(editor.window.read("Report title"), "Chest CT")
+        self.assertEqual(self.viewer.report_images.rows(), names)
+        for index, picture in enumerate(shown):
+            self.viewer.raise_window()
+            self.viewer.report_images.click(index)
+            self.assertTrue(self.viewer.picture() == picture, f"image {index + 1} looks different")
+
+
+class Images(ViewerTest):
+    ROUNDS = 15
+
+    def test_stay_in_the_report_whatever_save_it_is_under_load(self):
+        editor = self.open_report()
+        load = [multiprocessing.Process(target=_work, daemon=True) for _ in range(2)]
+        for process in load:
+            process.start()
+        self.addCleanup(lambda: [process.kill() for process in load])
+        for number in range(self.ROUNDS):
+            self.viewer.press("Clear report images")
+            self.viewer.report_images.wait_rows(0)
+            self.viewer.turn(("Up", "Down")[number % 2])
+            self.viewer.add()
+            self.viewer.turn(("Down", "Up")[number % 2])
+            self.viewer.add()
+            names = self.viewer.report_images.rows()
+            editor.save(f"Title {number}")
+            wait_until(lambda: self.viewer.report_images.rows() == names, f"the images of save {number}", 20)
+            time.sleep(0.2)
+            self.assertEqual(self.viewer.report_images.rows(), names)
+
+
+def _work():
+    end = time.monotonic() + 120
+    while time.monotonic() < end:
+        sum(range(100000))
+
+
+class TheReportProgram(ViewerTest):
+    def saved_report(self, images):
+        editor = self.open_report()
+        for _ in range(images):
+            self.viewer.add()
+        editor.save("Chest CT")
+        self.viewer.report_images.wait_rows(images)
+        return editor
+
+    def test_is_not_started_twice_while_it_asks_which_report(self):
+        editor = self.saved_report(0)
+        time.sleep(1.05)
+        editor.window.press("New")
+        wait_until(lambda: editor.versions.count() == 0, "the new report")
+        editor.save("Second report")
+        editor.close()
+        wait_until(lambda: len(self.viewer.reports()) == 2, "both reports in the list")
+
+        self.viewer.press("Report")
+        tavrel = Program("tavrel")
+        chooser = wait_until(lambda: next((each for each in tavrel.windows()), None), "the chooser")
+        self.assertFalse(self.viewer.enabled("Report"))
+        self.viewer.open_listed_report()
+        self.viewer.wait_said("The report program is still opening a report. Answer its window first.")
+        self.viewer.turn()
+        self.assertEqual(len(processes("tavrel")), 1)
+        chooser.press("Cancel")
+        self.viewer.wait_said("Ready.")
+        self.assertEqual(len(processes("tavrel")), 1)
+
+    def test_that_dies_is_said_and_the_next_report_opens(self):
+        self.open_report()
+        os.kill(processes("tavrel")[0], signal.SIGKILL)
+        self.viewer.wait_said("The report was closed.")
+        self.assertFalse(self.viewer.enabled("Add to report"))
+        self.open_report()
+
+    def test_waits_for_a_hung_viewer_no_longer_than_its_bound(self):
+        editor = self.saved_report(2)
+        os.kill(self.viewer.process.pid, signal.SIGSTOP)
+        self.addCleanup(os.kill, self.viewer.process.pid, signal.SIGCONT)
+        began = time.monotonic()
+        editor.window.press("Last Version")
+        message = editor.program.message("SendFileInfo ", 12)
+        waited = time.monotonic() - began
+        print(f"a hung viewer cost {waited:.1f} s", flush=True)
+        self.assertLess(waited, 7)
+        message.press("OK")
+        editor.program.message("SendFileInfo ", 2).press("OK")
+        os.kill(self.viewer.process.pid, signal.SIGCONT)
+        self.viewer.report_images.wait_rows(0)
+        editor.window.press("Last Version")
+        self.viewer.report_images.wait_rows(2)
+
+
+class TheViewer(ViewerTest):
+    def test_is_there_once(self):
+        second = subprocess.Popen(["lumaret"])
+        self.addCleanup(second.kill)
+        box = wait_until(lambda: next((window for each in _lumarets() for window in each.windows()
+                                       if "The viewer is open already." in window.labels()), None), "the message")
+        box.press("OK")
+        self.assertEqual(second.wait(10), 0)
+        self.assertEqual(self.viewer.series.count(), 1)
+
+
+def _lumarets():
+    return [Program("lumaret", process=process) for process in processes("lumaret")]
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
