@@ -130,6 +130,10 @@ void TextBoxBinding::ParagraphsEdited() {
 bool TextBoxBinding::eventFilter(QObject* watched, QEvent* event) {
     if (event->type() == QEvent::FocusOut)
         pressed_.clear();
+    // A window that becomes a dialog before it is shown and a desktop that changes its colours dress the
+    // box anew, without its own palette.
+    if (event->type() == QEvent::Show || event->type() == QEvent::StyleChange)
+        Show(Change::State);
     if (event->type() == QEvent::KeyPress && KeyPressed(static_cast<const QKeyEvent&>(*event)))
         return true;
     if (event->type() == QEvent::InputMethod && Committed(static_cast<const QInputMethodEvent&>(*event)))

@@ -1,5 +1,7 @@
+#include "platform/qt/Look.h"
 #include "tests/window/OneOfEach.h"
 
+#include <QApplication>
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QInputMethodEvent>
@@ -225,6 +227,30 @@ TEST_F(TextBoxes, WearTheFaceOfAButtonWhenTold) {
 
     EXPECT_NE(face, open);
     EXPECT_EQ(line_.palette().color(QPalette::Base), open);
+}
+
+TEST_F(TextBoxes, KeepTheFaceOfAButtonWhenTheirWindowBecomesADialogBeforeItIsShown) {
+    OneOfEach form;
+    FormWindow window(form, LayOutOneOfEach);
+    form.txtLine.ButtonFace(true);
+
+    window.setWindowFlag(Qt::Dialog);
+    window.show();
+
+    EXPECT_NE(window.findChild<QLineEdit*>("txtLine")->palette().color(QPalette::Base),
+              line_.palette().color(QPalette::Base));
+    window.Dismiss();
+}
+
+TEST_F(TextBoxes, ChangeTheFaceOfAButtonWithTheDesktopsColours) {
+    form_.txtLine.ButtonFace(true);
+
+    Dress(*qApp, Scheme::Dark);
+    const QColor face = line_.palette().color(QPalette::Base);
+    const QColor darkFace = QApplication::palette().color(QPalette::Disabled, QPalette::Base);
+    Dress(*qApp, Scheme::Light);
+
+    EXPECT_EQ(face, darkFace);
 }
 
 TEST_F(TextBoxes, CannotBeUndoneBackIntoWhatTheProgramHasReplaced) {
