@@ -1,0 +1,92 @@
+// Saves a report: `tavrel` opens the report in FOLDER anew for each save and times Send, which writes
+// the next version and sends it; `dcmtk` times a plain DcmSCU that sends a version which it holds in
+// memory, in an association for each save.
+
+#include "bench/report/Measurement.h"
+#include "bench/report/Program.h"
+
+#include "host/Startup.h"
+#include "sr/DcmSRDocument.h"
+#include "tests/support/Workstation.h"
+
+#include <dcmtk/config/osconfig.h>
+
+#include <dcmtk/dcmdata/dcfilefo.h>
+#include <dcmtk/dcmdata/dcuid.h>
+#include <dcmtk/dcmnet/scu.h>
+#include <dcmtk/oflog/oflog.h>
+
+#include <stdexcept>
+
+namespace tavrel {
+namespace {
+
+constexpr const char* serviceTitle = "STORESCP";
+constexpr int untimedSaves = 1; ///< the first one loads dictionaries
+
+void SaveWithTavrel(const std::filesystem::path& folder, const std::string& port, int saves) {
+    test::Workstation station;
+    station.SetPort(port, serviceTitle);
+    Global global(station.PortsWith(*station.dicom));
+    Init(global);
+    global.userSignature = "Dr. Mario Rossi";
+    for (int save = 0; save < saves + untimedSaves; ++save) {
+        DcmSRDocument document(global);
+        document.LoadSeries(InnerPath(folder));
+        document.Reading("Normal heart and lungs.");
+
+        const Measurement measurement;
+        document.Send();
+        if (save >= untimedSaves)
+            measurement.Print("tavrel");
+        RequireSilence(station.windows);
+    }
+}
+
+void Require(const OFCondition& outcome) {
+    if (outcome.bad())
+        throw std::runtime_error(outcome.text());
+}
+
+void SaveOnce(DcmDataset& version, const std::string& port) {
+    OFList<OFString> syntaxes;
+    syntaxes.push_back(UID_LittleEndianExplicitTransferSyntax);
+    syntaxes.push_back(UID_LittleEndianImplicitTransferSyntax);
+    DcmSCU sender;
+    sender.setAETitle("AE_INTERNAL");
+    sender.setPeerAETitle(serviceTitle);
+    sender.setPeerHostName("127.0.0.1");
+    sender.setPeerPort(static_cast<Uint16>(std::stoi(port)));
+    Require(sender.addPresentationContext(UID_BasicTextSRStorage, syntaxes));
+    Require(sender.initNetwork());
+    Require(sender.negotiateAssociation());
+    Uint16 status = 1;
+    Require(sender.sendSTORERequest(0, "", &version, status));
+    if (status != 0)
+        throw std::runtime_error("the service answered status " + std::to_string(status));
+    Require(sender.releaseAssociation());
+}
+
+void SaveWithDcmtk(const std::filesystem::path& file, const std::string& port, int saves) {
+    OFLog::configure(OFLogger::WARN_LOG_LEVEL);
+    DcmFileFormat version;
+    Require(version.loadFile(file.c_str()));
+    for (int save = 0; save < saves + untimedSaves; ++save) {
+        const Measurement measurement;
+        SaveOnce(*version.getDataset(), port);
+        if (save >= untimedSaves)
+            measurement.Print("dcmtk");
+    }
+}
+
+} // namespace
+} // namespace tavrel
+
+int main(int argc, char** argv) {
+    return tavrel::RunProgram(
+        argc, argv, "bench_send tavrel|dcmtk FOLDER|FILE PORT SAVES", [](tavrel::Arguments arguments) {
+            const auto path = std::filesystem::absolute(arguments[1]);
+            const auto save = arguments[0] == "tavrel" ? tavrel::SaveWithTavrel : tavrel::SaveWithDcmtk;
+            save(path, arguments[2], std::stoi(arguments[3]));
+        });
+}
