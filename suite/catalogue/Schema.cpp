@@ -102,7 +102,7 @@ std::string CounterType(Engine engine) {
 }
 
 std::string TypeText(const Column& column, Engine engine) {
-    const std::string size = "(" + std::to_string(column.size) + ")";
+    const std::string size = std::string("(").append(std::to_string(column.size)).append(")");
     switch (column.type) {
     case Type::Key:
         return "VARCHAR" + size + " NOT NULL PRIMARY KEY";
