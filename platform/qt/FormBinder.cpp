@@ -61,7 +61,8 @@ public:
     OptionBinding(OptionButton& option, QRadioButton& widget)
         : Binding(option, widget), option_(option), widget_(widget) {
         widget.setAutoExclusive(false); // The group keeps order, and can be without a choice.
-        connect(&widget, &QRadioButton::clicked, this, [this] {
+        // An assistive technology toggles it without a click.
+        connect(&widget, &QRadioButton::toggled, this, [this] {
             Person([this] { option_.Press(); });
             Show(Change::State);
         });

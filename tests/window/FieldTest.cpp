@@ -1,5 +1,6 @@
 #include "tests/window/OneOfEach.h"
 
+#include <QAccessible>
 #include <QTest>
 #include <QWheelEvent>
 
@@ -82,6 +83,16 @@ TEST_F(Fields, ChoosingTheSetOptionIsAClickAgain) {
 
     EXPECT_EQ(chosen_, (std::vector{0, 0}));
     EXPECT_TRUE(Option(0).isChecked());
+}
+
+TEST_F(Fields, AnOptionIsChosenByAnAssistiveTechnology) {
+    QAccessible::queryAccessibleInterface(&Option(1))
+        ->actionInterface()
+        ->doAction(QAccessibleActionInterface::toggleAction());
+
+    EXPECT_EQ(chosen_, std::vector{1});
+    EXPECT_TRUE(form_.optChoice(1).Value());
+    EXPECT_TRUE(Option(1).isChecked());
 }
 
 TEST_F(Fields, AGroupOfOptionsCanBeWithoutAChoice) {
