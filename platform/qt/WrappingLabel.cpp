@@ -1,0 +1,50 @@
+#include "platform/qt/WrappingLabel.h"
+
+#include <QPainter>
+#include <QTextLayout>
+
+#include <cmath>
+
+namespace tavrel {
+namespace {
+
+/// Breaks the text of `layout` into lines of `width` and answers their height.
+qreal BreakLines(QTextLayout& layout, int width) {
+    QTextOption option;
+    option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    layout.setTextOption(option);
+    qreal height = 0;
+    layout.beginLayout();
+    for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
+        line.setLineWidth(width);
+        line.setPosition({0, height});
+        height += line.height();
+    }
+    layout.endLayout();
+    return height;
+}
+
+} // namespace
+
+int WrappingLabel::heightForWidth(int width) const {
+    QTextLayout layout(text(), font());
+    return static_cast<int>(std::ceil(BreakLines(layout, width)));
+}
+
+QSize WrappingLabel::sizeHint() const {
+    return {fontMetrics().horizontalAdvance(text()), fontMetrics().height()};
+}
+
+QSize WrappingLabel::minimumSizeHint() const {
+    return {fontMetrics().averageCharWidth() * 8, heightForWidth(std::max(width(), 1))};
+}
+
+void WrappingLabel::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.setPen(palette().color(foregroundRole()));
+    QTextLayout layout(text(), font());
+    BreakLines(layout, width());
+    layout.draw(&painter, QPointF(0, 0));
+}
+
+} // namespace tavrel

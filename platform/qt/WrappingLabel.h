@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QLabel>
+
+namespace tavrel {
+
+/// A label whose text wraps where it must, within a word too: no part of a patient's name may be
+/// hidden, and DICOM names have no blanks.
+class WrappingLabel : public QLabel {
+public:
+    using QLabel::QLabel;
+
+    bool hasHeightForWidth() const override { return true; }
+    int heightForWidth(int width) const override;
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+};
+
+} // namespace tavrel
