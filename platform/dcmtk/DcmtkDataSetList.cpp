@@ -8,11 +8,8 @@ DcmtkDataSetList::DcmtkDataSetList(std::shared_ptr<const DcmtkServices> services
 
 DcmtkDataSetList::DcmtkDataSetList(std::shared_ptr<const DcmtkServices> services,
                                    std::span<const std::string> headerPaths)
-    : services_(std::move(services)) {
-    dataSets_.reserve(headerPaths.size());
-    for (const auto& path : headerPaths)
-        dataSets_.push_back(std::make_shared<DcmtkDataSet>(services_, DicomFile::Unopened(path)));
-}
+    : services_(std::move(services)), headerPaths_(headerPaths.begin(), headerPaths.end()),
+      dataSets_(headerPaths.size()) {}
 
 void DcmtkDataSetList::LoadFile(std::string_view path, int, int) {
     dataSets_.push_back(std::make_shared<DcmtkDataSet>(services_, DicomFile::Checked(path)));
@@ -55,7 +52,11 @@ void DcmtkDataSetList::SetElementString(int index, Tag tag, std::string_view vr,
 DcmtkDataSet& DcmtkDataSetList::At(int index) const {
     if (index < 0 || index >= Count())
         throw DicomFailure(DicomFault::NoSuchDataSet, "No data set at index " + std::to_string(index));
-    return *dataSets_[static_cast<std::size_t>(index)];
+    auto& dataSet = dataSets_[static_cast<std::size_t>(index)];
+    if (!dataSet)
+        dataSet = std::make_shared<DcmtkDataSet>(services_,
+                                                 DicomFile::Unopened(headerPaths_[static_cast<std::size_t>(index)]));
+    return *dataSet;
 }
 
 } // namespace tavrel

@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <span>
+#include <string>
 #include <vector>
 
 namespace tavrel {
@@ -29,7 +30,9 @@ private:
     DcmtkDataSet& At(int index) const;
 
     std::shared_ptr<const DcmtkServices> services_;
-    std::vector<std::shared_ptr<DcmtkDataSet>> dataSets_;
+    std::vector<std::string> headerPaths_; ///< of an image series, in its order
+    /// A data set of an image series is made when it is first asked for.
+    mutable std::vector<std::shared_ptr<DcmtkDataSet>> dataSets_;
 };
 
 } // namespace tavrel
