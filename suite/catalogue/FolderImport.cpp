@@ -67,7 +67,8 @@ public:
     }
 
     void Add(const fs::path& file) {
-        const OFCondition added = addDicomFile(file.c_str(), ERM_fileOnly);
+        // Values are not judged: the UIDs of reports have zero-padded components.
+        const OFCondition added = addDicomFile(file.c_str(), ERM_fileOnly, OFFalse);
         if (added.good())
             reasons_[file.string()] = unsent;
         else if (IsDirectory(file))

@@ -202,6 +202,15 @@ TEST_F(Tool, AFolderIsImportedThroughTheService) {
     EXPECT_EQ(room.Count("Image"), "2");
 }
 
+TEST_F(Tool, AReportThatCouldNotBeSentIsImportedAlthoughItsUidHasPaddedComponents) {
+    const auto service = room.StartService();
+    std::filesystem::create_directories(room.Folder() / "unsent");
+    TestObject().Set(DCM_SOPInstanceUID, "2.999.1.1.2026.11.05.08.05.09").SaveTo(room.Folder() / "unsent/version.dcm");
+    const Outcome outcome = room.Tool("import " + (room.Folder() / "unsent").string());
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(room.Count("Image"), "1");
+}
+
 TEST_F(Tool, WhatCannotBeImportedIsNamed) {
     const auto service = room.StartService();
     std::filesystem::create_directories(room.Folder() / "in");
