@@ -50,8 +50,10 @@ public:
 };
 
 int ShowImages(int argumentCount, char** arguments) {
-    const QCoreApplication application(argumentCount, arguments);
+    QCoreApplication application(argumentCount, arguments);
     auto bus = QDBusConnection::sessionBus();
+    bus.connect({}, "/org/freedesktop/DBus/Local", "org.freedesktop.DBus.Local", "Disconnected", &application,
+                SLOT(quit()));
     CallingBack viewer;
     bus.registerVirtualObject("/Lumaret/Viewer", &viewer);
     bus.interface()->registerService("Lumaret.Viewer");
