@@ -24,6 +24,7 @@ Scheme PlatformScheme() {
 DesktopLook::DesktopLook(QApplication& application, QDBusConnection bus)
     : application_(application), platformScheme_(PlatformScheme()) {
     Dress(application_, platformScheme_);
+    qRegisterMetaType<QDBusVariant>(); // the library knows its own type only after a first use
     bus.connect(service, path, interface, "SettingChanged", this, SLOT(SettingChanged(QString, QString, QDBusVariant)));
     auto read = QDBusMessage::createMethodCall(service, path, interface, "Read");
     read << space << key;
