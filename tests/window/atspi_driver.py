@@ -22,7 +22,7 @@ import pyatspi
 TIMEOUT = 10
 _LISTS = (pyatspi.ROLE_LIST, pyatspi.ROLE_LIST_BOX, pyatspi.ROLE_TABLE, pyatspi.ROLE_TREE, pyatspi.ROLE_TREE_TABLE)
 _TEXTS = (pyatspi.ROLE_TEXT, pyatspi.ROLE_ENTRY, pyatspi.ROLE_PARAGRAPH)
-_BUTTONS = (pyatspi.ROLE_PUSH_BUTTON, pyatspi.ROLE_RADIO_BUTTON)
+_BUTTONS = (pyatspi.ROLE_PUSH_BUTTON, pyatspi.ROLE_RADIO_BUTTON, pyatspi.ROLE_CHECK_BOX)
 _FRAMES = (pyatspi.ROLE_PANEL, pyatspi.ROLE_GROUPING)
 
 
@@ -75,14 +75,16 @@ def _has(accessible, state):
 
 
 class Program:
-    """A running program, known to the accessibility bus by its name."""
+    """A running program, known to the accessibility bus by its name, if need be the one of that process."""
 
-    def __init__(self, name, timeout=TIMEOUT):
+    def __init__(self, name, timeout=TIMEOUT, process=None):
         self.name = name
+        self._process = process
         self._application = wait_until(self._find, f"the program {name}", timeout)
 
     def _find(self):
-        found = [each for each in pyatspi.Registry.getDesktop(0) if each is not None and each.name == self.name]
+        found = [each for each in pyatspi.Registry.getDesktop(0) if each is not None and each.name == self.name and
+                 self._process in (None, each.get_process_id())]
         return found[-1] if found else None
 
     def windows(self):
@@ -116,28 +118,37 @@ class Window:
         except (RuntimeError, LookupError):
             return False
 
+    def active(self):
+        """Whether it is the one that is typed into."""
+        return _has(self.accessible, pyatspi.STATE_ACTIVE)
+
     def wait_closed(self, timeout=TIMEOUT):
         wait_until(lambda: not self.open(), "the window to close", timeout)
 
     def labels(self):
-        """The texts of its labels."""
-        return [each.name for each in _below(self.accessible) if each.getRole() == pyatspi.ROLE_LABEL]
+        """The texts of the labels that are seen."""
+        return [each.name for each in _below(self.accessible)
+                if each.getRole() == pyatspi.ROLE_LABEL and _has(each, pyatspi.STATE_SHOWING)]
 
     def _find(self, fits, what, timeout=TIMEOUT):
         return wait_until(lambda: next((each for each in _below(self.accessible) if fits(each)), None), what, timeout)
 
-    def button(self, caption, frame=None):
+    def button(self, caption, frame=None, timeout=TIMEOUT):
         """The button or option with that caption, if need be the one in the frame of that caption."""
         within = self if frame is None else Window(self._find(
             lambda each: each.getRole() in _FRAMES and each.name == frame, f"the frame {frame!r}"))
         return within._find(lambda each: each.getRole() in _BUTTONS and each.name == caption and
-                            _has(each, pyatspi.STATE_SHOWING), f"the button {caption!r}")
+                            _has(each, pyatspi.STATE_SHOWING), f"the button {caption!r}", timeout)
 
     def press(self, caption, frame=None):
         """Presses a button; answers before what it does is done."""
         button = self.button(caption, frame)
         wait_until(lambda: _has(button, pyatspi.STATE_ENABLED), f"{caption!r} to be enabled")
         button.queryAction().doAction(0)
+
+    def click(self, caption, frame=None):
+        """Clicks a button with the mouse, whatever comes of it."""
+        _click(self.button(caption, frame))
 
     def enabled(self, caption, frame=None):
         return _has(self.button(caption, frame), pyatspi.STATE_ENABLED)
@@ -146,6 +157,8 @@ class Window:
         """What the label stands for: a box, a combo box or another label. The reading is "Reading"."""
         def search():
             for each in _below(self.accessible):
+                if not _has(each, pyatspi.STATE_SHOWING):
+                    continue  # of two fields with one label, one is hidden
                 if each.getRole() in _TEXTS and each.name == label:
                     return each
                 if each.getRole() == pyatspi.ROLE_LABEL and each.name == label and _labelled(each):
@@ -168,10 +181,27 @@ class Window:
 
     def type(self, label, text):
         """Types into a field, key by key; it has the focus then."""
+        self.focus(label)
+        keys(text)
+
+    def focused(self):
+        """The name of what has the focus: a button's caption, a field's label, a list's name."""
+        return next((each.name for each in _below(self.accessible) if _has(each, pyatspi.STATE_FOCUSED)), None)
+
+    def focus(self, label):
+        """Gives a field the focus."""
         field = _text(self.field(label))
         field.queryComponent().grabFocus()
         wait_until(lambda: _has(field, pyatspi.STATE_FOCUSED), f"the focus on {label!r}")
-        keys(text)
+
+    def selection(self, label):
+        """The text that is selected in a field."""
+        text = _text(self.field(label)).queryText()
+        return text.getText(*text.getSelection(0)) if text.getNSelections() else ""
+
+    def box(self):
+        """Left, top, width and height on the display."""
+        return tuple(self.accessible.queryComponent().getExtents(pyatspi.DESKTOP_COORDS))
 
     def editable(self, label):
         """Whether a person can type into a field."""
@@ -205,12 +235,16 @@ class List:
 
     def click(self, index, times=1):
         """Clicks a row that is in view with the mouse, twice for a double click."""
-        box = self._table.getAccessibleAt(index, 0).queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
-        subprocess.run(["xdotool", "mousemove", str(box.x + 5), str(box.y + box.height // 2),
-                        "click", "--repeat", str(times), "--delay", "60", "1"], check=True)
+        _click(self._table.getAccessibleAt(index, 0), times)
 
     def wait_rows(self, count, timeout=TIMEOUT):
         wait_until(lambda: self.count() == count, f"{count} rows", timeout)
+
+
+def _click(accessible, times=1):
+    box = accessible.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
+    subprocess.run(["xdotool", "mousemove", str(box.x + 5), str(box.y + box.height // 2),
+                    "click", "--repeat", str(times), "--delay", "60", "1"], check=True)
 
 
 def _labelled(label):
@@ -221,7 +255,8 @@ def _labelled(label):
 
 
 def editable(field):
-    return _has(field, pyatspi.STATE_EDITABLE) and _has(field, pyatspi.STATE_ENABLED)
+    return (_has(field, pyatspi.STATE_EDITABLE) and _has(field, pyatspi.STATE_ENABLED) and
+            not _has(field, pyatspi.STATE_READ_ONLY))
 
 
 def _text(field):
