@@ -18,12 +18,10 @@ protected:
     /// Prints a report with this reading; the person does `act` in the preview and leaves it.
     void Show(const std::string& reading, std::function<void(QWidget&)> act) {
         bool acted = false;
-        QTimer::singleShot(50, qApp, [&] {
-            auto* preview = QApplication::activeModalWidget();
-            ASSERT_NE(preview, nullptr);
-            act(*preview);
+        InDialog<QWidget>([&](QWidget& preview) {
+            act(preview);
             acted = true;
-            QTest::keyClick(preview, Qt::Key_Escape);
+            QTest::keyClick(&preview, Qt::Key_Escape);
         });
         editor.LoadDocs();
         editor.txtReportAnnotation.Text(reading);
@@ -31,11 +29,12 @@ protected:
         EXPECT_TRUE(acted);
         EXPECT_EQ(station.windows.Texts(), Texts{});
     }
-    /// What the person does in the dialog that comes up over the preview.
+    /// What the person does in the dialog that comes up next, once it takes keys.
     template <typename Dialog> void InDialog(std::function<void(Dialog&)> act) {
         auto* wait = new QTimer(qApp);
         QObject::connect(wait, &QTimer::timeout, [wait, act] {
-            if (auto* dialog = qobject_cast<Dialog*>(QApplication::activeModalWidget())) {
+            auto* dialog = qobject_cast<Dialog*>(QApplication::activeModalWidget());
+            if (dialog && dialog->isActiveWindow()) {
                 wait->stop();
                 wait->deleteLater();
                 act(*dialog);
