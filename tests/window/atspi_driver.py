@@ -14,6 +14,7 @@ their label, lists and the reading by their accessible names ("Versions", "Findi
 "Codes", "Reports", "Reading"). Nothing answers at once, so everything waits until it is there.
 """
 
+import itertools
 import subprocess
 import time
 
@@ -241,9 +242,13 @@ class List:
         wait_until(lambda: self.count() == count, f"{count} rows", timeout)
 
 
+_places = itertools.cycle((5, 20))
+
+
 def _click(accessible, times=1):
+    # Not where the last click was: two quick ones would be a double click.
     box = accessible.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
-    subprocess.run(["xdotool", "mousemove", str(box.x + 5), str(box.y + box.height // 2),
+    subprocess.run(["xdotool", "mousemove", str(box.x + next(_places)), str(box.y + box.height // 2),
                     "click", "--repeat", str(times), "--delay", "60", "1"], check=True)
 
 

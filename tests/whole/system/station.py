@@ -1,0 +1,141 @@
+"""The workstation that the tests run on: its catalogue, its studies and its storage service."""
+
+import os
+import shutil
+import signal
+import sqlite3
+import subprocess
+import tempfile
+from pathlib import Path
+
+import pydicom
+from pydicom.uid import generate_uid
+
+from atspi_driver import wait_until
+from bus import ask_bus, connect
+
+FOLDER = Path(os.environ["TAVREL_WORKSTATION"])
+STUDIES = FOLDER / "studies"
+SAMPLES = Path(pydicom.__file__).parent / "data"
+CT = "test_files/CT_small.dcm"
+MR = "test_files/MR_small.dcm"
+
+
+def program(name):
+    """The path of a program of the suite."""
+    return Path(shutil.which(name)).resolve()
+
+
+def ask(statement, *values):
+    """The rows that the catalogue answers."""
+    catalogue = sqlite3.connect(FOLDER / "catalogue.db", timeout=10)
+    try:
+        with catalogue:
+            return catalogue.execute(statement, values).fetchall()
+    finally:
+        catalogue.close()
+
+
+class Study:
+    """A study of real images, imported into the catalogue as a person would. Each has UIDs of its own."""
+
+    def __init__(self, source=CT, images=1, **attributes):
+        self.uid, self.series_uid = generate_uid(), generate_uid()
+        with tempfile.TemporaryDirectory() as folder:
+            for number in range(1, images + 1):
+                image = pydicom.dcmread(SAMPLES / source)
+                image.StudyInstanceUID, image.SeriesInstanceUID = self.uid, self.series_uid
+                image.SOPInstanceUID = image.file_meta.MediaStorageSOPInstanceUID = generate_uid()
+                image.InstanceNumber = number
+                image.PatientID = self.uid[-16:]
+                for name, value in attributes.items():
+                    setattr(image, name, value)
+                image.save_as(f"{folder}/{number}.dcm")
+            subprocess.run(["orbenta-catalogue", "import", folder], check=True, stdout=subprocess.DEVNULL)
+        self.folder = Path(ask("SELECT StudyPath FROM Study WHERE StudyInstanceUID = ?", self.uid)[0][0]
+                           .replace("\\", "/"))
+
+    def images(self):
+        """The image files of the series, in order."""
+        return [str(path) for path in self._files(self.series_uid)]
+
+    def report_series(self):
+        """The UIDs of the study's reports, oldest first."""
+        return [row[0] for row in ask("SELECT SeriesInstanceUID FROM Series WHERE StudyInstanceUID = ? "
+                                      "AND Modality = 'SR' ORDER BY SeriesNumber, rowid", self.uid)]
+
+    def report_files(self, report=0):
+        """The version files of a report as the catalogue names them, oldest first."""
+        reports = self.report_series()
+        return self._files(reports[report]) if report < len(reports) else []
+
+    def versions(self, report=0):
+        """The versions of a report as another program reads them, oldest first."""
+        return [pydicom.dcmread(path) for path in self.report_files(report)]
+
+    def history(self, series_uid=None):
+        """What was done to a series: the descriptions, oldest first."""
+        return [row[0] for row in ask("SELECT Description FROM History WHERE SeriesUID = ? AND ActionVal = 'REFERT' "
+                                      "ORDER BY HistoryID", series_uid or self.series_uid)]
+
+    def status(self):
+        return ask("SELECT SeriesStatus FROM Series WHERE SeriesInstanceUID = ?", self.series_uid)[0][0]
+
+    def _files(self, series_uid):
+        rows = ask("SELECT SeriesDir, ImageFile FROM Series JOIN Image USING (SeriesInstanceUID) "
+                   "WHERE SeriesInstanceUID = ? ORDER BY ImageID", series_uid)
+        return [self.folder / folder / file for folder, file in rows]
+
+
+def title_of(version):
+    return version.ContentSequence[0].TextValue
+
+
+def reading_of(version):
+    return version.ContentSequence[1].TextValue
+
+
+def observers_of(version):
+    return [str(each.VerifyingObserverName) for each in version.VerifyingObserverSequence]
+
+
+def predecessors_of(version):
+    """The UIDs of the versions before, none for a first one."""
+    if "PredecessorDocumentsSequence" not in version:
+        return []
+    series = version.PredecessorDocumentsSequence[0].ReferencedSeriesSequence[0]
+    return [each.ReferencedSOPInstanceUID for each in series.ReferencedSOPSequence]
+
+
+class StorageService:
+    """The workstation's storage service: where it is called, and its process."""
+
+    @property
+    def port(self):
+        return ask("SELECT Port FROM Port")[0][0]
+
+    def call_at(self, port=None, ae_title=None):
+        """Has the service called elsewhere, or under another title."""
+        if port is not None:
+            ask("UPDATE Port SET Port = ?", port)
+        if ae_title is not None:
+            ask("UPDATE Port SET AETitle = ?", ae_title)
+
+    def send(self, file):
+        """Sends a file as Tavrel would."""
+        [(port, title)] = ask("SELECT Port, AETitle FROM Port")
+        subprocess.run(["storescu", "-aet", "AE_INTERNAL", "-aec", title, "127.0.0.1", str(port), str(file)],
+                       check=True, stdout=subprocess.DEVNULL)
+
+    def kill(self):
+        """Ends the service at once, as a power failure does."""
+        os.kill(ask_bus(connect(), "GetConnectionUnixProcessID", "(s)", "Porvane.Service"), signal.SIGKILL)
+        wait_until(lambda: not self.running(), "the storage service to end")
+
+    def start(self):
+        with open(FOLDER / "logs" / "porvane.log", "a") as log:
+            subprocess.Popen(["porvane", "--studies", str(STUDIES)], stdout=log, stderr=log)
+        wait_until(self.running, "the storage service")
+
+    def running(self):
+        return ask_bus(connect(), "NameHasOwner", "(s)", "Porvane.Service")

@@ -1,0 +1,138 @@
+"""How the program starts: by a client, by hand, on a workstation that lacks something."""
+
+import os
+import re
+import shutil
+import subprocess
+import unittest
+from pathlib import Path
+
+from gi.repository import GLib
+
+from atspi_driver import wait_until
+from bus import FurtherBus, Viewer, ask_bus, connect
+from case import HOSPITAL, SystemTest
+from station import FOLDER, Study, ask, program, title_of
+
+ENTERED = r"^\d\d/\d\d/\d{4} \d\d:\d\d:\d\d - Entering main$"
+
+
+def copied_program(folder):
+    """The program with a folder of its own, and so with a log of its own."""
+    folder.mkdir(parents=True)
+    return Path(shutil.copy(program("tavrel"), folder))
+
+
+def log_of(copy):
+    log = copy.parent / "Tavrel.log"
+    return log.read_text().splitlines() if log.exists() else []
+
+
+class AStartByHand(unittest.TestCase):
+
+    def test_runs_the_start_up_logs_it_once_and_ends_well(self):
+        copy = copied_program(FOLDER / "by-hand")
+        ended = subprocess.run([copy], timeout=20)
+
+        self.assertEqual(ended.returncode, 0)
+        [line] = log_of(copy)
+        self.assertRegex(line, ENTERED)
+
+    def test_takes_no_name_on_the_bus(self):
+        copy = copied_program(FOLDER / "without-name")
+        subprocess.run([copy], timeout=20)
+
+        self.assertFalse(ask_bus(connect(), "NameHasOwner", "(s)", "Tavrel.CTavrel"))
+
+
+class ACreation(SystemTest):
+
+    def bus(self, name, executable=None, **environment):
+        bus = FurtherBus(FOLDER / name, executable or program("tavrel"), **environment)
+        self.addCleanup(bus.close)
+        return bus.address
+
+    def failed_start(self, client):
+        """What was said about a start that failed; it has been confirmed then."""
+        creation = client.begin_creation()
+        process = client.process()
+        said = self.confirm(client, "Quendor.Init: ")
+        with self.assertRaises(GLib.Error) as refusal:
+            creation.result(10)
+        self.assertIn("org.freedesktop.DBus.Error.NoReply", str(refusal.exception))
+        wait_until(lambda: not os.path.exists(f"/proc/{process}"), "the process to end")
+        return said
+
+    def confirm(self, client, text):
+        box = self.program(client).message(text)
+        [said] = [each for each in box.labels() if each.startswith(text)]
+        box.press("OK")
+        return said
+
+    def test_is_logged_each_time_and_shares_one_process(self):
+        copy = copied_program(FOLDER / "logged-program")
+        address = self.bus("logged", copy)
+        viewer = Viewer(address)
+        self.addCleanup(viewer.leave)
+        first, second = self.client(address), self.client(address)
+
+        self.assertEqual(first.process(), second.process())
+        self.assertEqual(len([each for each in log_of(copy) if re.match(ENTERED, each)]), 2)
+
+    def test_empties_the_viewers_properties(self):
+        self.client()
+
+        wait_until(lambda: len(self.viewer.told) == 3, "the properties")
+        self.assertEqual(self.viewer.told, [("SRFilename", ""), ("LUTName", ""), ("ViewPars", {})])
+
+    def test_without_a_data_source_says_so_and_ends(self):
+        client = self.new_client(self.bus("no-source", ODBCINI="/dev/null", ODBCSYSINI="/dev/null"))
+
+        self.assertIn("DicomFDB", self.failed_start(client))
+
+    def test_without_site_data_says_so_and_ends(self):
+        [site] = ask("SELECT BaseUID, Organization FROM SiteData")
+        ask("DELETE FROM SiteData")
+        self.addCleanup(ask, "INSERT INTO SiteData VALUES (?, ?)", *site)
+
+        self.assertGreater(len(self.failed_start(self.new_client())), len("Quendor.Init: "))
+
+    def test_without_a_viewer_says_so_and_is_answered_then(self):
+        client = self.new_client(self.bus("no-viewer"))
+        creation = client.begin_creation()
+        self.assertEqual(self.confirm(client, "Viewer not loaded"), "Viewer not loaded")
+
+        creation.result(10)
+
+    def test_without_a_viewer_makes_reports_all_the_same(self):
+        study = Study()
+        client = self.new_client(self.bus("no-viewer-report"))
+        creation = client.begin_creation()
+        self.confirm(client, "Viewer not loaded")
+        creation.result(10)
+        report = self.open(study, client)
+        report.fill(title="Without a viewer")
+        report.save()
+
+        self.assertEqual([title_of(each) for each in study.versions()], ["Without a viewer"])
+
+    def test_without_a_viewer_tells_of_it_when_images_shall_be_shown(self):
+        client = self.new_client(self.bus("no-viewer-images"))
+        creation = client.begin_creation()
+        self.confirm(client, "Viewer not loaded")
+        creation.result(10)
+        client.begin("RemoveImagesFromRefertList").result(10)
+        shown = client.begin("SendFileInfo", "(sa{sv}s)", "a.dcm", {"Zoom": GLib.Variant("d", 2)}, "")
+
+        self.confirm(client, "SendFileInfo ")
+        shown.result(10)
+
+    def test_opens_no_window_by_itself(self):
+        client = self.client()
+
+        self.expect_no_window(client)
+        self.assertEqual(self.open(Study(), client).title, HOSPITAL)
+
+
+if __name__ == "__main__":
+    unittest.main()

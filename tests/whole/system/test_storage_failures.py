@@ -1,0 +1,174 @@
+"""A storage service that is not there, refuses, says nothing or dies: no work is lost and the editor goes on."""
+
+import os
+import re
+import stat
+import time
+import unittest
+from pathlib import Path
+
+import pydicom
+
+from atspi_driver import keys, wait_until
+from case import SystemTest
+from station import StorageService, reading_of
+from wire import SilentService, Wire, unused_port
+
+REFUSAL = "The version could not be stored by the storage service"
+
+
+class AVersionThatCannotBeStored(SystemTest):
+
+    def setUp(self):
+        super().setUp()
+        self.storage = StorageService()
+        self.addCleanup(self.storage.call_at, self.storage.port, "PORVANE")
+        self.study = self.reported()
+        self.report = self.open(self.study)
+
+    def wire(self):
+        wire = Wire(self.storage.port)
+        self.addCleanup(wire.close)
+        self.storage.call_at(wire.port)
+        return wire
+
+    def begin_failing_save(self):
+        self.report.fill(reading="Written with care")
+        self.report.press("Save")
+
+    def failed(self, timeout=15):
+        """What was said about the version, and the file in which it is kept."""
+        said = self.report.message(REFUSAL, timeout)
+        kept = re.search(r"It is kept in the file (.+)\.$", said)
+        self.assertTrue(kept, said)
+        return said, Path(kept[1])
+
+    def expect_that_saving_works_again(self):
+        self.report.fill(reading="Written once more")
+        self.report.save()
+        self.assertEqual([reading_of(each) for each in self.study.versions()], ["Reading 1", "Written once more"])
+
+    def test_for_want_of_a_service_is_kept_in_the_file_that_the_message_names(self):
+        self.storage.call_at(unused_port())
+        self.begin_failing_save()
+        _, kept = self.failed()
+
+        version = pydicom.dcmread(kept)
+        self.assertEqual(reading_of(version), "Written with care")
+        self.assertEqual(version.SeriesInstanceUID, self.study.report_series()[0])
+        self.assertEqual(stat.S_IMODE(os.stat(kept).st_mode), 0o600)
+        self.assertEqual(len(self.study.versions()), 1)
+
+    def test_leaves_an_editor_that_saves_once_the_service_is_there(self):
+        port = self.storage.port
+        self.storage.call_at(unused_port())
+        self.begin_failing_save()
+        self.failed()
+
+        self.assertEqual(self.report.read("Reading"), "Written with care")
+        self.storage.call_at(port)
+        self.expect_that_saving_works_again()
+
+    def test_because_it_is_refused_says_who_refused(self):
+        self.storage.call_at(ae_title="NOBODY")
+        self.begin_failing_save()
+        said, kept = self.failed()
+
+        self.assertIn("NOBODY", said)
+        self.assertTrue(kept.exists())
+        self.storage.call_at(ae_title="PORVANE")
+        self.expect_that_saving_works_again()
+
+    def test_because_nobody_answers_is_given_up_in_time(self):
+        silent = SilentService()
+        self.addCleanup(silent.close)
+        port = self.storage.port
+        self.storage.call_at(silent.port)
+        begun = time.monotonic()
+        self.begin_failing_save()
+        wait_until(self.report.storing, "the window to say that it stores")
+        _, kept = self.failed(timeout=40)
+
+        self.assertLess(time.monotonic() - begun, 40)
+        self.assertEqual(reading_of(pydicom.dcmread(kept)), "Written with care")
+        self.storage.call_at(port)
+        self.expect_that_saving_works_again()
+
+    def test_because_the_service_dies_over_it_is_kept(self):
+        port = self.storage.port
+        wire = self.wire()
+        wire.hold()
+        self.begin_failing_save()
+        wire.wait_held(10)
+        self.storage.kill()
+        wire.release()
+        _, kept = self.failed()
+        self.storage.call_at(port)
+        self.storage.start()
+
+        self.assertEqual(reading_of(pydicom.dcmread(kept)), "Written with care")
+        self.expect_that_saving_works_again()
+
+    def test_because_the_wire_is_cut_is_kept(self):
+        wire = self.wire()
+        wire.hold()
+        self.begin_failing_save()
+        wire.wait_held(10)
+        wire.cut()
+        _, kept = self.failed()
+
+        self.assertEqual(reading_of(pydicom.dcmread(kept)), "Written with care")
+        self.expect_that_saving_works_again()
+
+    def test_can_be_stored_by_other_means_afterwards(self):
+        port = self.storage.port
+        self.storage.call_at(unused_port())
+        self.begin_failing_save()
+        _, kept = self.failed()
+        self.storage.call_at(port)
+        self.storage.send(kept)
+
+        self.assertEqual([reading_of(each) for each in self.study.versions()], ["Reading 1", "Written with care"])
+
+
+class WhileAVersionIsBeingStored(SystemTest):
+
+    def setUp(self):
+        super().setUp()
+        storage = StorageService()
+        self.addCleanup(storage.call_at, storage.port)
+        self.study = self.reported()
+        self.client_of_report = self.client()
+        self.report = self.open(self.study, self.client_of_report)
+        self.wire = Wire(storage.port)
+        self.addCleanup(self.wire.close)
+        storage.call_at(self.wire.port)
+        self.wire.hold()
+        self.report.fill(reading="On its way")
+        self.report.press("Save")
+        self.wire.wait_held(10)
+
+    def test_the_end_that_a_viewer_asks_for_waits_until_it_is_stored(self):
+        ending = self.client_of_report.begin("CloseReport")
+        wait_until(self.report.storing, "the window to say that it stores")
+        self.assertFalse(ending.done())
+        self.wire.release()
+        self.report.wait_gone()
+
+        self.assertEqual([reading_of(each) for each in self.study.versions()], ["Reading 1", "On its way"])
+
+    def test_nothing_can_be_pressed_or_typed_even_for_later(self):
+        wait_until(self.report.storing, "the window to say that it stores")
+        self.report.click("Close")
+        self.report.window.field("Reading").queryComponent().grabFocus()
+        keys("typed in vain")
+        self.wire.release()
+        wait_until(lambda: self.report.versions.count() == 2, "the version to be shown")
+        self.report.wait_idle()
+
+        self.assertEqual(self.report.read("Reading"), "On its way")
+        self.assertFalse(self.client_of_report.gone())
+
+
+if __name__ == "__main__":
+    unittest.main()
