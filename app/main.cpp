@@ -73,6 +73,7 @@ int main(int argumentCount, char** arguments) {
     int nameOnly = 1; // there are no options for people, not even the toolkit's
     QApplication application(nameOnly, arguments);
     const DesktopLook look(application);
+    QApplication::setApplicationName("Tavrel"); // titles the message boxes that have no title of their own
     QApplication::setDesktopFileName("tavrel");
     std::setlocale(LC_NUMERIC, "C"); // numbers in files and statements have a point in every country
     try {

@@ -4,7 +4,7 @@ Needs a display with a window manager, a session bus with the accessibility serv
 ImageMagick, and in the program's environment QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1. Runs with Debian's
 /usr/bin/python3 and its python3-pyatspi.
 
-    program = Program("tavrel")
+    program = Program("Tavrel")
     report = program.window("Orbenta General Hospital")
     report.write("Report title", "Chest CT")
     report.press("Save")

@@ -128,7 +128,7 @@ class Viewer:
 
 class Editor:
     def __init__(self, place_at=(1450, 0, 1300, 900)):
-        self.program = Program("tavrel")
+        self.program = Program("Tavrel")
         self.window = self.program.window(HOSPITAL)
         place(HOSPITAL, *place_at)
         self.versions = self.window.list("Versions")

@@ -117,7 +117,7 @@ class TheReportProgram(ViewerTest):
         wait_until(lambda: len(self.viewer.reports()) == 2, "both reports in the list")
 
         self.viewer.press("Report")
-        tavrel = Program("tavrel")
+        tavrel = Program("Tavrel")
         chooser = wait_until(lambda: next((each for each in tavrel.windows()), None), "the chooser")
         self.assertFalse(self.viewer.enabled("Report"))
         self.viewer.open_listed_report()

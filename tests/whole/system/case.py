@@ -59,7 +59,7 @@ class SystemTest(unittest.TestCase):
 
     def program(self, client):
         """The windows of the program that serves a client."""
-        return Program("tavrel", process=client.process())
+        return Program("Tavrel", process=client.process())
 
     def open(self, study, client=None):
         """Opens the study's report and answers its editor."""
