@@ -117,6 +117,10 @@ QString SheetOf(const Colours& colours) {
         QPushButton[primary="true"]:enabled { color: @onAccent; background: @accent; border-color: @accent; }
         QPushButton[primary="true"]:enabled:focus { border-color: @text; }
         QLineEdit, QComboBox { min-height: 24px; }
+        QRadioButton::indicator { width: 12px; height: 12px; border: 1px solid @faint; border-radius: 7px;
+                                  background: @field; }
+        QRadioButton::indicator:checked { width: 6px; height: 6px; border: 4px solid @accent; background: @onAccent; }
+        QRadioButton::indicator:disabled { border-color: @line; }
         QHeaderView { background: @card; }
         QHeaderView::section { background: @card; color: @faint; border: none; border-bottom: 1px solid @line;
                                padding: 4px 3px; }
