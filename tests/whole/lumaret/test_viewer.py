@@ -146,6 +146,7 @@ class TheReportProgram(ViewerTest):
         print(f"a hung viewer cost {waited:.1f} s", flush=True)
         self.assertLess(waited, 7)
         message.press("OK")
+        message.wait_closed()
         editor.program.message("SendFileInfo ", 2).press("OK")
         os.kill(self.viewer.process.pid, signal.SIGCONT)
         self.viewer.report_images.wait_rows(0)
