@@ -76,6 +76,16 @@ class TheSearch(CodesWindowTest):
             self.codes.wait_rows(count)
         self.assertTrue(all("NODULE" in meaning for _, meaning in self.codes.rows()))
 
+    def test_of_a_hundred_thousand_codes_keeps_up_with_ten_letters(self):
+        self.addCleanup(ask, "DELETE FROM StdFinding WHERE CodeScheme = 'MANY'")
+        ask("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 100000) "
+            "INSERT INTO StdFinding SELECT 'MANY', 'N' || i, 'Ossification number ' || i FROM n")
+        keys("ossificati")
+        self.codes.wait_rows(100000)
+        keys("on number 77777")
+        self.codes.wait_rows(1)
+        self.assertEqual(self.codes.row(0), ["N77777", "OSSIFICATION NUMBER 77777"])
+
     def test_turns_an_apostrophe_into_a_back_quote(self):
         keys("crohn's")
 
