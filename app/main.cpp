@@ -2,10 +2,10 @@
 
 #include "codes/frmBase.h"
 #include "editor/frmReport.h"
-#include "host/CTavrel.h"
+#include "host/automation/CTavrel.h"
 #include "host/Global.h"
 #include "host/Startup.h"
-#include "host/frmSRSeriesChoice.h"
+#include "host/chooser/frmSRSeriesChoice.h"
 #include "platform/dbus/DbusAutomation.h"
 #include "platform/dbus/DbusServiceEvents.h"
 #include "platform/dbus/DbusViewerLink.h"

@@ -5,7 +5,7 @@
 #include "host/Catalogue.h"
 #include "host/ErrorReport.h"
 #include "host/Text.h"
-#include "host/frmSRSeriesChoice.h"
+#include "host/chooser/frmSRSeriesChoice.h"
 #include "sr/DcmSRDocument.h"
 
 namespace tavrel {

@@ -3,8 +3,8 @@
 // holds after the run, in MB, and `growth` what it holds more than after its first 100 slices.
 
 #include "suite/lumaret/MainWindow.h"
-#include "tests/whole/lumaret/CatalogueRows.h"
-#include "tests/whole/lumaret/SampleImage.h"
+#include "tests/suite/lumaret/CatalogueRows.h"
+#include "tests/suite/lumaret/SampleImage.h"
 
 #include <dcmtk/config/osconfig.h>
 

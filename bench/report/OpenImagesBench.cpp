@@ -4,7 +4,7 @@
 #include "bench/report/Measurement.h"
 #include "bench/report/Program.h"
 
-#include "tests/unit/editor/ReportingStation.h"
+#include "tests/editor/ReportingStation.h"
 
 #include <dcmtk/config/osconfig.h>
 

@@ -1,6 +1,6 @@
 #include "Command.h"
 #include "platform/dcmtk/DicomValues.h"
-#include "tests/adapter/dicom/SampleReport.h"
+#include "tests/platform/dcmtk/SampleReport.h"
 
 #include <gtest/gtest.h>
 

@@ -1,0 +1,171 @@
+#include "host/automation/CTavrel.h"
+
+#include "editor/frmReport.h"
+#include "host/Attributes.h"
+#include "host/Catalogue.h"
+#include "host/ErrorReport.h"
+#include "host/Startup.h"
+#include "host/Text.h"
+#include "host/chooser/frmSRSeriesChoice.h"
+#include "sr/DcmSRDocument.h"
+#include "sr/ImagePresentationContext.h"
+
+#include <optional>
+
+namespace tavrel {
+namespace {
+
+std::string UidOfFirst(const DataSetList& series, Tag tag) {
+    return TextOf(series.GetElementValue(0, tag, "UI"));
+}
+
+std::string StudyUidOf(const DataSetList& series) {
+    return UidOfFirst(series, attribute::StudyInstanceUid);
+}
+
+struct SeriesRow {
+    std::string studyUid;
+    std::string folder;
+};
+
+/// Asks on a connection of its own, which is closed again before anything else happens.
+std::optional<SeriesRow> FindSeries(Database& database, const std::string& seriesUid) {
+    const auto connection = database.NewConnection();
+    connection->Open(CatalogueConnectionText);
+    const auto row = connection->OpenResultSet("SELECT Series.*,Study.StudyPath FROM Series,Study "
+                                               "WHERE Series.SeriesInstanceUID='" +
+                                               seriesUid + "'  AND Study.StudyInstanceUID =Series.StudyInstanceUID");
+    std::optional<SeriesRow> found;
+    if (!row->AtEnd())
+        found = {row->Text("StudyInstanceUID"), row->Text("StudyPath") + "\\" + row->Text("SeriesDir")};
+    row->Close();
+    connection->Close();
+    return found;
+}
+
+} // namespace
+
+CTavrel::CTavrel(Global& global, ViewerLink& viewers, frmSRSeriesChoice& chooser, frmReport& editor)
+    : global_(global), viewers_(viewers), chooser_(chooser), editor_(editor) {
+    Init(global_);
+    ConnectViewer();
+}
+
+CTavrel::~CTavrel() {
+    editor_.Leave(*this);
+}
+
+void CTavrel::ConnectViewer() {
+    const auto ignore = [](const Error&) {};
+    Trap([&] { viewer_ = viewers_.Create(); }, ignore);
+    if (!viewer_) {
+        global_.ports.windows.Ask({.text = "Viewer not loaded", .title = {}});
+        return;
+    }
+    Trap(
+        [&] {
+            viewer_->SRFilename("");
+            viewer_->LUTName("");
+            viewer_->ViewPars(nullptr);
+        },
+        ignore);
+}
+
+Viewer& CTavrel::ConnectedViewer() const {
+    if (!viewer_)
+        throw Error(91, "Tavrel", "The viewer is not connected");
+    return *viewer_;
+}
+
+void CTavrel::LoadForImgSeries(const std::shared_ptr<DataSetList>& series) {
+    Trap([&] { OpenForImgSeries(series); },
+         [&](const Error& error) { ShowApplicationError(global_, "Quendor", "Esegui", error); });
+}
+
+void CTavrel::LoadForImgSeries(std::span<const std::string> imageFiles) {
+    Trap([&] { OpenForImgSeries(global_.ports.dicom.OpenImageSeries(imageFiles)); },
+         [&](const Error& error) { ShowApplicationError(global_, "Quendor", "Esegui", error); });
+}
+
+void CTavrel::OpenForImgSeries(const std::shared_ptr<DataSetList>& series) {
+    chooser_.ShowSRDocuments(StudyUidOf(*series));
+    global_.currentStudyUid = StudyUidOf(*series);
+    const auto document = std::make_shared<DcmSRDocument>(global_);
+    global_.currentDocument = document;
+    if (chooser_.cancelled() == -1)
+        return;
+
+    global_.currentImageSeries = series;
+    if (const auto folder = chooser_.DDO(); !folder.empty())
+        document->LoadSeries(folder);
+    else
+        document->CreateFromDDO(*series, 0);
+
+    global_.currentSeriesUid = UidOfFirst(*series, attribute::SeriesInstanceUid);
+    MarkViewed(global_.currentSeriesUid);
+    editor_.Open(*this);
+}
+
+void CTavrel::LoadSRSeries(const std::string& seriesUid) {
+    TrapShort(global_.ports.windows, "Quendor.LoadSRSeries: ", [&] {
+        const auto series = FindSeries(global_.ports.database, seriesUid);
+        if (!series) {
+            global_.ports.windows.Ask({.text = "Cannot find SRSeries UID='" + seriesUid + "'", .title = {}});
+            return;
+        }
+        const auto document = std::make_shared<DcmSRDocument>(global_);
+        global_.currentDocument = document;
+        document->LoadSeries(series->folder);
+        global_.currentStudyUid = series->studyUid;
+        global_.currentSeriesUid = seriesUid;
+        // The study of the images themselves counts: New must never make a report for another patient.
+        if (global_.currentImageSeries && StudyUidOf(*global_.currentImageSeries) != series->studyUid)
+            global_.currentImageSeries.reset();
+
+        MarkViewed(seriesUid);
+        editor_.Open(*this);
+    });
+}
+
+void CTavrel::MarkViewed(const std::string& seriesUid) {
+    WriteHistory(global_, seriesUid, "REFERT", "View Refert");
+    SetSeriesStatus(global_, seriesUid, "VIEWED");
+}
+
+void CTavrel::AddImageToSR(const std::string& filename, const ViewParametersHandle& viewPars,
+                           const std::string& lutName) {
+    TrapShort(global_.ports.windows, "AddImageToSR ", [&] { editor_.AddImage(filename, viewPars, lutName); });
+}
+
+void CTavrel::RemoveImagesFromSR() {
+    TrapShort(global_.ports.windows, "RemoveImageFromSR ",
+              [&] { global_.pendingImages = std::make_shared<ImageList>(); });
+}
+
+void CTavrel::RemoveImagesFromRefertList() {
+    Trap([&] { ConnectedViewer().ClearRefertList(); }, [](const Error&) {});
+}
+
+void CTavrel::SendFileInfo(const std::string& filename, const ViewParametersHandle& viewPars,
+                           const std::string& lutName) {
+    TrapShort(global_.ports.windows, "SendFileInfo ", [&] {
+        if (filename.empty() || !viewPars)
+            return;
+        auto& viewer = ConnectedViewer();
+        viewer.SRFilename(filename);
+        viewer.LUTName(lutName);
+        viewer.ViewPars(viewPars);
+        viewer.ViewRefertImages();
+    });
+}
+
+void CTavrel::CloseReport() {
+    closing_ = true;
+    global_.ports.process.End();
+}
+
+std::unique_ptr<AutomationObject> CTavrelFactory::CreateInstance() {
+    return std::make_unique<CTavrel>(global_, viewers_, chooser_, editor_);
+}
+
+} // namespace tavrel

@@ -1,0 +1,157 @@
+#include "host/chooser/frmSRSeriesChoice.h"
+
+#include "host/Attributes.h"
+#include "host/ErrorReport.h"
+#include "host/Text.h"
+#include "sr/DcmSRDocument.h"
+
+namespace tavrel {
+namespace {
+
+constexpr std::string_view ErrorPrefix = "Report Choice: ";
+
+ListItem RowOf(const DcmSRDocument& report) {
+    std::string scheme, code, meaning, annotation;
+    report.GetTitle(scheme, code, meaning, annotation);
+    const std::string state = report.status() == DcmSRDocument::Approved ? "APPROVED" : "";
+    const auto* referring = report.Referring();
+    return {.text = annotation,
+            .tag = {},
+            .subItems = {state, referring ? DateTimeText(referring->ObservationDateTime) : "",
+                         referring ? referring->ObserverName : ""}};
+}
+
+} // namespace
+
+frmSRSeriesChoice::frmSRSeriesChoice(Global& global, std::function<void()> runNew)
+    : Form("frmSRSeriesChoice", "Report selection"),
+      lstSRSeries(*this, "lstSRSeries", {"Description", "State", "Last Updated", "Observer"}), cmdOk(*this, "cmdOk"),
+      cmdNew(*this, "cmdNew"), cmdCancel(*this, "cmdCancel"), global_(global), runNew_(std::move(runNew)) {
+    lstSRSeries.ItemClick = [this] { lstSRSeries_ItemClick(); };
+    lstSRSeries.DoubleClick = [this] { cmdOk_Click(); };
+    cmdOk.Click = [this] { cmdOk_Click(); };
+    cmdNew.Click = [this] { cmdNew_Click(); };
+    cmdCancel.Click = [this] { cmdCancel_Click(); };
+}
+
+void frmSRSeriesChoice::Form_Load() {
+    loaded_ = true;
+    global_.ports.windows.MakeTopMost(*this);
+    cancelled_ = 0;
+}
+
+void frmSRSeriesChoice::ShowSRDocuments(std::string_view studyUid) {
+    TrapShort(global_.ports.windows, ErrorPrefix, [&] {
+        reports_.clear();
+        selectedIndex_ = 1;
+        chosenSeriesUid_.clear();
+        if (!loaded_)
+            Form_Load();
+
+        const auto study = Catalogue(global_).OpenResultSet("SELECT * FROM Study WHERE StudyInstanceUID='" +
+                                                            std::string(studyUid) + "'");
+        if (study->AtEnd()) {
+            global_.ports.windows.Ask({.text = "Non existing Study Instance", .title = {}, .icon = Icon::CriticalStop});
+            return;
+        }
+        const auto studyPath = study->Text("StudyPath");
+        study->Close();
+        CollectReports(studyPath, studyUid);
+
+        if (reports_.size() > 1) {
+            ListInit();
+            global_.ports.windows.ShowModal(*this, nullptr);
+        }
+    });
+}
+
+void frmSRSeriesChoice::CollectReports(std::string_view studyPath, std::string_view studyUid) {
+    const auto series = Catalogue(global_).OpenResultSet("SELECT * FROM Series WHERE StudyInstanceUID='" +
+                                                         std::string(studyUid) + "' AND Modality='SR'");
+    for (; !series->AtEnd(); series->MoveNext()) {
+        const auto folder = std::string(studyPath) + "\\" + series->Text("SeriesDir");
+        const auto file = NewestFile(series->Text("SeriesInstanceUID"), folder);
+        if (!file)
+            continue;
+        if (auto newestVersion = Preview(*file))
+            reports_.push_back({folder, std::move(newestVersion)});
+    }
+    series->Close();
+}
+
+std::optional<std::string> frmSRSeriesChoice::NewestFile(std::string_view seriesUid, std::string_view folder) const {
+    const auto images = Catalogue(global_).OpenResultSet("SELECT * From Image WHERE SeriesInstanceUID='" +
+                                                         std::string(seriesUid) + "'");
+    std::optional<std::string> file;
+    for (; !images->AtEnd(); images->MoveNext())
+        file = images->Field("ImageFile");
+    images->Close();
+    if (file)
+        file = std::string(folder) + "\\" + *file;
+    return file;
+}
+
+std::shared_ptr<const DcmSRDocument> frmSRSeriesChoice::Preview(std::string_view file) const {
+    try {
+        auto report = std::make_shared<DcmSRDocument>(global_);
+        report->OpenFile(file);
+        return report;
+    } catch (const Error&) {
+        return nullptr; // a report that cannot be read is left out of the choice
+    }
+}
+
+void frmSRSeriesChoice::ListInit() {
+    TrapShort(global_.ports.windows, "ListInit ", [&] {
+        lstSRSeries.Fill([&](auto& rows) {
+            rows.clear();
+            for (const auto& report : reports_)
+                rows.push_back(RowOf(*report.newestVersion));
+        });
+        lstSRSeries.Select(0); // the row that OK takes shows as chosen
+    });
+}
+
+std::string frmSRSeriesChoice::DDO() const {
+    if (selectedIndex_ < 1 || static_cast<std::size_t>(selectedIndex_) > reports_.size())
+        return {};
+    return reports_[static_cast<std::size_t>(selectedIndex_) - 1].folder;
+}
+
+void frmSRSeriesChoice::lstSRSeries_ItemClick() {
+    selectedIndex_ = static_cast<std::int16_t>(lstSRSeries.SelectedIndex() + 1);
+}
+
+void frmSRSeriesChoice::cmdOk_Click() {
+    TrapShort(global_.ports.windows, ErrorPrefix, [&] {
+        const auto document = std::make_shared<DcmSRDocument>(global_);
+        global_.currentDocument = document;
+        const auto folder = DDO();
+        document->LoadSeries(folder);
+        global_.currentSRFilePath = folder + "\\img_001.dcm";
+        chosenSeriesUid_ = TextOf(document->Series()->GetElementValue(0, attribute::SeriesInstanceUid, "UI"));
+        global_.ports.windows.Hide(*this);
+    });
+}
+
+void frmSRSeriesChoice::cmdNew_Click() {
+    TrapShort(global_.ports.windows, ErrorPrefix, [&] {
+        selectedIndex_ = -1;
+        runNew_();
+        global_.ports.windows.Hide(*this);
+    });
+}
+
+void frmSRSeriesChoice::cmdCancel_Click() {
+    selectedIndex_ = -1;
+    cancelled_ = -1;
+    global_.ports.windows.Hide(*this);
+}
+
+void frmSRSeriesChoice::FrameClosed() {
+    cmdCancel_Click();
+    loaded_ = false;
+    global_.ports.windows.Unload(*this);
+}
+
+} // namespace tavrel

@@ -1,0 +1,324 @@
+#include "platform/error.h"
+#include "sr/DcmSRDocument.h"
+#include "tests/codes/CodesTest.h"
+
+namespace tavrel::test {
+namespace {
+
+class CodedEntriesTest : public CodesTest {
+protected:
+    CodedEntriesTest() {
+        WhileManagerIsOpen([] {});
+    }
+
+    /// What the person does or sees in the manager before closing it.
+    void WhileManagerIsOpen(std::function<void()> person) {
+        windows.onModal = [this, person](Form& form) {
+            ASSERT_EQ(&form, &manager);
+            ++openings;
+            person();
+            manager.cmdClose.Press();
+        };
+    }
+
+    int openings = 0;
+};
+
+TEST_F(CodedEntriesTest, AddingAFindingOpensTheFindingsForPicking) {
+    WhileManagerIsOpen([this] {
+        EXPECT_EQ(manager.Titolo.Text(), "Finding code");
+        EXPECT_EQ(manager.TableKey, "Fn");
+        EXPECT_TRUE(manager.optManage(0).Value());
+        EXPECT_TRUE(manager.frmCodeReport.Visible());
+        EXPECT_FALSE(manager.frmCode.Visible());
+    });
+
+    editor.cmdFnAdd.Press();
+
+    EXPECT_EQ(openings, 1);
+}
+
+TEST_F(CodedEntriesTest, AddingADiagnosisOpensTheDiagnosesForPicking) {
+    WhileManagerIsOpen([this] {
+        EXPECT_EQ(manager.Titolo.Text(), "Diagnosis code");
+        EXPECT_EQ(manager.TableKey, "Dx");
+        EXPECT_TRUE(manager.optManage(0).Value());
+        EXPECT_TRUE(manager.frmCodeReport.Visible());
+        EXPECT_FALSE(manager.frmCode.Visible());
+    });
+
+    editor.cmdDxAdd.Press();
+
+    EXPECT_EQ(openings, 1);
+}
+
+TEST_F(CodedEntriesTest, AddingDisablesModifyAlone) {
+    WhileManagerIsOpen([this] {
+        for (const Control* control : manager.Controls())
+            EXPECT_EQ(control->Enabled(), control != &manager.cmdModify) << control->Name();
+    });
+
+    editor.cmdFnAdd.Press();
+    editor.cmdDxAdd.Press();
+
+    EXPECT_EQ(openings, 2);
+}
+
+TEST_F(CodedEntriesTest, SeveralCodesArePickedInOneVisit) {
+    workstation.AddCode("StdFinding", "srt", "c1", "Cyst");
+    workstation.AddCode("StdFinding", "srt", "c2", "Nodule");
+    WhileManagerIsOpen([this] {
+        ListWholeTable();
+        for (const int row : {0, 1}) {
+            manager.lstTable.Select(row);
+            manager.txtAnnotation.Typed("note");
+            manager.cmdAdd.Press();
+        }
+    });
+
+    editor.cmdFnAdd.Press();
+
+    EXPECT_EQ(RowsOf(editor.lstFinding), (Texts{"C1|SRT|CYST|note", "C2|SRT|NODULE|note"}));
+}
+
+TEST_F(CodedEntriesTest, AddingTellsTheReportNothing) {
+    global.currentDocument = std::make_shared<DcmSRDocument>(global);
+    workstation.AddCode("StdFinding", "SRT", "C1", "Cyst");
+    WhileManagerIsOpen([this] {
+        ListWholeTable();
+        manager.lstTable.Select(0);
+        manager.cmdAdd.Press();
+    });
+
+    editor.cmdFnAdd.Press();
+
+    EXPECT_EQ(editor.lstFinding.Count(), 1);
+    EXPECT_EQ(global.currentDocument->GetFindingCount(), 0);
+}
+
+TEST_F(CodedEntriesTest, ModifyingCopiesTheSelectedFindingAsItIs) {
+    editor.lstFinding.Add({"a-1", "Srt", {"Small meaning", "note"}});
+    editor.lstFinding.Select(0);
+    WhileManagerIsOpen([this] {
+        EXPECT_EQ(manager.Titolo.Text(), "Finding code");
+        EXPECT_EQ(manager.TableKey, "Fn");
+        EXPECT_TRUE(manager.frmCodeReport.Visible());
+        EXPECT_EQ(manager.txtCode.Text(), "a-1");
+        EXPECT_EQ(manager.txtCodeScheme.Text(), "Srt");
+        EXPECT_EQ(manager.txtMeaning.Text(), "Small meaning");
+        EXPECT_EQ(manager.txtAnnotation.Text(), "note");
+    });
+
+    editor.cmdFnModify.Press();
+
+    EXPECT_EQ(openings, 1);
+}
+
+TEST_F(CodedEntriesTest, ModifyingCopiesTheSelectedDiagnosisAsItIs) {
+    editor.lstDiagnosis.Add({"a-1", "Srt", {"Small meaning", "note"}});
+    editor.lstDiagnosis.Select(0);
+    WhileManagerIsOpen([this] {
+        EXPECT_EQ(manager.Titolo.Text(), "Diagnosis code");
+        EXPECT_EQ(manager.TableKey, "Dx");
+        EXPECT_TRUE(manager.frmCodeReport.Visible());
+        EXPECT_EQ(manager.txtCode.Text(), "a-1");
+        EXPECT_EQ(manager.txtCodeScheme.Text(), "Srt");
+        EXPECT_EQ(manager.txtMeaning.Text(), "Small meaning");
+        EXPECT_EQ(manager.txtAnnotation.Text(), "note");
+    });
+
+    editor.cmdDxModify.Press();
+
+    EXPECT_EQ(openings, 1);
+}
+
+TEST_F(CodedEntriesTest, ModifyingLeavesOnlyAnnotationAndSchemeOpen) {
+    ListThreeEntries();
+    editor.lstFinding.Select(0);
+    WhileManagerIsOpen([this] {
+        EXPECT_TRUE(manager.txtCode.Locked() && manager.txtCode.ButtonFace());
+        EXPECT_TRUE(manager.txtMeaning.Locked() && manager.txtMeaning.ButtonFace());
+        EXPECT_FALSE(manager.txtAnnotation.Locked() || manager.txtAnnotation.ButtonFace());
+        EXPECT_FALSE(manager.txtCodeScheme.Locked() || manager.txtCodeScheme.ButtonFace());
+    });
+
+    editor.cmdFnModify.Press();
+
+    EXPECT_EQ(openings, 1);
+}
+
+TEST_F(CodedEntriesTest, ModifyingDisablesTheSearchAddAndClear) {
+    ListThreeEntries();
+    editor.lstDiagnosis.Select(0);
+    WhileManagerIsOpen([this] {
+        for (const Control* control : manager.Controls()) {
+            const bool isOff =
+                control == &manager.frmSelect || control == &manager.cmdAdd || control == &manager.cmdClear;
+            EXPECT_EQ(control->Enabled(), !isOff) << control->Name();
+        }
+    });
+
+    editor.cmdDxModify.Press();
+
+    EXPECT_EQ(openings, 1);
+}
+
+TEST_F(CodedEntriesTest, ModifyingChangesTheAnnotationInPlace) {
+    ListThreeEntries();
+    editor.lstFinding.Select(1);
+    WhileManagerIsOpen([this] {
+        manager.txtAnnotation.Typed("changed");
+        manager.cmdModify.Press();
+    });
+
+    editor.cmdFnModify.Press();
+
+    EXPECT_EQ(RowsOf(editor.lstFinding), (Texts{"A|SRT|Meaning|note", "B|SRT|Meaning|changed", "C|SRT|Meaning|note"}));
+    EXPECT_EQ(RowsOf(editor.lstDiagnosis)[1], "B|SRT|Meaning|note");
+}
+
+TEST_F(CodedEntriesTest, ModifyingWithNothingSelectedDoesNothing) {
+    ListThreeEntries();
+
+    editor.cmdFnModify.Press();
+    editor.cmdDxModify.Press();
+
+    EXPECT_TRUE(windows.calls.empty());
+    EXPECT_TRUE(windows.messages.empty());
+}
+
+TEST_F(CodedEntriesTest, NothingOfAnOpeningIsLeftForTheNext) {
+    ListThreeEntries();
+    editor.lstFinding.Select(0);
+    editor.cmdFnModify.Press();
+    WhileManagerIsOpen([this] {
+        EXPECT_TRUE(manager.frmSelect.Enabled());
+        EXPECT_TRUE(manager.cmdAdd.Enabled() && manager.cmdClear.Enabled());
+        EXPECT_FALSE(manager.txtCode.Locked() || manager.txtCode.ButtonFace());
+        EXPECT_EQ(manager.txtCode.Text() + manager.txtCodeScheme.Text() + manager.txtAnnotation.Text(), "");
+    });
+
+    editor.cmdFnAdd.Press();
+
+    EXPECT_EQ(openings, 2);
+}
+
+TEST_F(CodedEntriesTest, TheHeadingButtonMaintainsTheHeadings) {
+    WhileManagerIsOpen([this] {
+        EXPECT_EQ(manager.Titolo.Text(), "Report heading code");
+        EXPECT_EQ(manager.TableKey, "Ti");
+        EXPECT_TRUE(manager.optManage(1).Value());
+    });
+
+    editor.cmdTitle.Press();
+
+    EXPECT_EQ(openings, 1);
+}
+
+TEST_F(CodedEntriesTest, TheBodyPartButtonMaintainsTheBodyParts) {
+    WhileManagerIsOpen([this] {
+        EXPECT_EQ(manager.Titolo.Text(), "Body part code");
+        EXPECT_EQ(manager.TableKey, "Bo");
+        EXPECT_TRUE(manager.optManage(1).Value());
+    });
+
+    editor.cmdBaseBody.Press();
+
+    EXPECT_EQ(openings, 1);
+}
+
+TEST_F(CodedEntriesTest, MaintenanceShowsNeitherModeOptionNorTheReportCodes) {
+    WhileManagerIsOpen([this] {
+        for (const Control* control : manager.Controls()) {
+            const bool isHidden = control == &manager.optManage(0) || control == &manager.optManage(1) ||
+                                  control == &manager.frmCodeReport;
+            EXPECT_EQ(control->Visible(), !isHidden) << control->Name();
+        }
+    });
+
+    editor.cmdTitle.Press();
+    editor.cmdBaseBody.Press();
+
+    EXPECT_EQ(openings, 2);
+}
+
+TEST_F(CodedEntriesTest, MaintenanceDisablesBothModesAndModify) {
+    WhileManagerIsOpen([this] {
+        for (const Control* control : manager.Controls()) {
+            const bool isOff =
+                control == &manager.optManage(0) || control == &manager.optManage(1) || control == &manager.cmdModify;
+            EXPECT_EQ(control->Enabled(), !isOff) << control->Name();
+        }
+    });
+
+    editor.cmdTitle.Press();
+    editor.cmdBaseBody.Press();
+
+    EXPECT_EQ(openings, 2);
+}
+
+TEST_F(CodedEntriesTest, MaintenanceSearchesAndChangesItsTable) {
+    WhileManagerIsOpen([this] {
+        manager.optManageCodes(0).Press();
+        FillNewCode("B1", "", "Left knee");
+        manager.cmdDone.Press();
+        Search("knee");
+        EXPECT_EQ(Listed(), Texts{"B1|99SS|LEFT KNEE|"});
+    });
+
+    editor.cmdBaseBody.Press();
+
+    EXPECT_EQ(Stored("StdBodyPart"), Texts{"B1|99SS|Left knee"});
+}
+
+TEST_F(CodedEntriesTest, TheSpareTitleRoutineWorksOnTheBodyParts) {
+    WhileManagerIsOpen([this] {
+        EXPECT_EQ(manager.Titolo.Text(), "Report titles code");
+        EXPECT_EQ(manager.TableKey, "Bo");
+        EXPECT_TRUE(manager.optManage(1).Value() && manager.frmCode.Visible());
+        EXPECT_TRUE(manager.optManage(0).Enabled() && manager.optManage(0).Visible());
+        EXPECT_TRUE(manager.optManage(1).Enabled() && manager.optManage(1).Visible());
+        EXPECT_FALSE(manager.cmdModify.Enabled());
+    });
+
+    entries.ManageReportTitles();
+
+    EXPECT_EQ(openings, 1);
+}
+
+TEST_F(CodedEntriesTest, AWindowThatCannotBeShownIsReported) {
+    windows.onModal = [](Form&) { throw Error(7, "windows", "no screen"); };
+
+    editor.cmdFnAdd.Press();
+
+    EXPECT_EQ(windows.Texts(), Texts{"cmdFnAdd: 7-no screen"});
+}
+
+/// Remembers over which window a modal one was shown.
+class OwnerNote : public FakeWindows {
+public:
+    const Form* owner = nullptr;
+    void ShowModal(Form& form, Form* over) override {
+        owner = over;
+        Unload(form);
+    }
+};
+
+TEST_F(CodedEntriesTest, TheManagerIsOwnedByTheEditor) {
+    OwnerNote noted;
+    const Ports& ports = global.ports;
+    Global other(
+        Ports{ports.dicom, ports.database, noted, ports.files, ports.process, ports.userInformation, ports.clock});
+    frmBase otherManager(other);
+    CodedEntries otherEntries(other, otherManager, editor,
+                              {editor.lstFinding, editor.cmdFnAdd, editor.cmdFnModify, editor.cmdFnDelete},
+                              {editor.lstDiagnosis, editor.cmdDxAdd, editor.cmdDxModify, editor.cmdDxDelete},
+                              editor.cmdTitle, editor.cmdBaseBody);
+
+    editor.cmdTitle.Press();
+
+    EXPECT_EQ(noted.owner, &editor);
+}
+
+} // namespace
+} // namespace tavrel::test

@@ -1,0 +1,250 @@
+#include "tests/editor/ReportingStation.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+namespace tavrel::test {
+namespace {
+
+constexpr auto NeutralLine = R"(,1,#FALSE#,#FALSE#,"",0,0,0,0,#FALSE#,#FALSE#,#NULL#,0,0,0,0,0,0,1,0)"
+                             "\r\n";
+
+std::string LineOf(const std::string& fileName) {
+    return "\"" + fileName + "\"" + NeutralLine;
+}
+
+Texts FileNames(const ReportingStation& station) {
+    Texts names;
+    for (const auto& image : *station.global.pendingImages)
+        names.push_back(image.Filename);
+    return names;
+}
+
+void AddImages(ReportingStation& station, const Texts& fileNames) {
+    station.automation.RemoveImagesFromSR();
+    for (const auto& fileName : fileNames)
+        station.automation.AddImageToSR(fileName, SomeView(), "Bone");
+}
+
+/// A report with this SR.dat beside its files is open; the viewer's calls of the opening are recorded.
+class HandOverStation : public ReportingStation {
+public:
+    explicit HandOverStation(const std::string& handOver) {
+        WriteFile("study\\report1\\SR.dat", handOver);
+        viewers.calls.clear();
+        OpenReport();
+    }
+};
+
+TEST(ImageList, RemovingOneImageLeavesTheListAsItIs) {
+    ReportingStation station;
+    AddImages(station, {"a.dcm", "b.dcm"});
+    station.editor.RemoveImage("a.dcm");
+    EXPECT_EQ(FileNames(station), (Texts{"a.dcm", "b.dcm"}));
+    EXPECT_TRUE(station.windows.messages.empty());
+}
+
+TEST(ImageList, ExistsFromTheFirstScreenFillOn) {
+    ReportingStation station;
+    EXPECT_EQ(station.global.pendingImages, nullptr);
+    station.OpenImages();
+    ASSERT_NE(station.global.pendingImages, nullptr);
+    station.automation.AddImageToSR("a.dcm", SomeView(), "");
+    EXPECT_EQ(FileNames(station), Texts{"a.dcm"});
+}
+
+TEST(ImageList, AScreenFillBeforeAnyStoredFileEmptiesIt) {
+    ReportingStation station;
+    AddImages(station, {"a.dcm"});
+    station.OpenImages();
+    EXPECT_TRUE(station.global.pendingImages->empty());
+}
+
+TEST(HandOverWrite, AStoreWritesTheImagesBesideTheStoredFile) {
+    ReportingStation station;
+    station.OpenImages();
+    AddImages(station, {"C:\\img\\1.dcm", "C:\\img\\2.dcm"});
+    station.WriteFile("data\\F1.dcm", "");
+    station.serviceEvents.RaiseStore("1.2.3.2.1", station.Path("data\\F1.dcm"));
+    const std::string line =
+        R"(,1.5,#TRUE#,#FALSE#,"Bone",10,20,500,400,#FALSE#,#TRUE#,#NULL#,3,90,40,400,0.1,-2.25,1,0)"
+        "\r\n";
+    EXPECT_EQ(station.ReadFile("data\\SR.dat"), "\"C:\\img\\1.dcm\"" + line + "\"C:\\img\\2.dcm\"" + line);
+    EXPECT_EQ(station.global.currentSRFilePath, station.Path("data\\F1.dcm"));
+}
+
+TEST(HandOverWrite, AStoredFileWithoutAFolderIsHandedOverInTheCurrentOne) {
+    class RecordingFiles : public Files {
+    public:
+        std::string written;
+        bool Exists(std::string_view) const override { return false; }
+        std::vector<std::string> List(std::string_view, std::string_view) const override { return {}; }
+        std::string ReadText(std::string_view) const override { return {}; }
+        void WriteText(std::string_view path, std::string_view) override { written = path; }
+        void AppendText(std::string_view, std::string_view) override {}
+    } files;
+    ReportingStation station;
+    Global global(station.PortsWith(files));
+    global.pendingImages = std::make_shared<ImageList>(1, ImagePresentationContext{"a.dcm", SomeView(), ""});
+    global.currentSRFilePath = " F1.dcm ";
+    ImageHandOver(global).Write();
+    EXPECT_EQ(files.written, ".SR.dat");
+}
+
+TEST(HandOverWrite, AnEmptyListLeavesTheFileAsItWas) {
+    ReportingStation station;
+    station.OpenImages();
+    station.WriteFile("data\\SR.dat", "as it was");
+    station.serviceEvents.RaiseStore("1.2.3.2.1", station.Path("data\\F1.dcm"));
+    EXPECT_EQ(station.ReadFile("data\\SR.dat"), "as it was");
+}
+
+TEST(HandOverWrite, ItReplacesTheFormerContents) {
+    ReportingStation station;
+    station.OpenImages();
+    station.WriteFile("data\\SR.dat", "something much longer than one line of fields, something much longer, "
+                                      "something much longer than one line of fields, something much longer\r\n");
+    AddImages(station, {"a.dcm"});
+    station.global.pendingImages->front().ViewPars = nullptr;
+    station.global.pendingImages->front().LUTName = "";
+    station.serviceEvents.RaiseStore("1.2.3.2.1", station.Path("data\\F1.dcm"));
+    EXPECT_EQ(station.ReadFile("data\\SR.dat"), LineOf("a.dcm"));
+}
+
+TEST(HandOverWrite, AFailureIsToldAndTheStoredFileIsKnown) {
+    ReportingStation station;
+    station.OpenImages();
+    AddImages(station, {"a.dcm"});
+    station.serviceEvents.RaiseStore("1.2.3.2.1", station.Path("nowhere\\F1.dcm"));
+    ASSERT_EQ(station.windows.messages.size(), 1U);
+    EXPECT_TRUE(station.windows.messages[0].text.starts_with("frmReport.Porvane_OnStore:"));
+    EXPECT_EQ(station.global.currentSRFilePath, station.Path("nowhere\\F1.dcm"));
+}
+
+TEST(HandOverWrite, AParameterThatIsNoNumberIsToldAndTheFileStays) {
+    ReportingStation station;
+    station.OpenImages();
+    station.WriteFile("data\\SR.dat", "as it was");
+    AddImages(station, {"a.dcm"});
+    station.global.pendingImages->front().ViewPars->zoom = std::numeric_limits<float>::quiet_NaN();
+    station.serviceEvents.RaiseStore("1.2.3.2.1", station.Path("data\\F1.dcm"));
+    EXPECT_EQ(station.windows.messages.size(), 1U);
+    EXPECT_EQ(station.ReadFile("data\\SR.dat"), "as it was");
+}
+
+TEST(HandOverLoad, EveryImageGoesToTheListAndToTheViewer) {
+    const HandOverStation station(
+        R"("C:\img\1.dcm",1.5,#TRUE#,#FALSE#,"Bone",10,20,500,400,#FALSE#,#TRUE#,#NULL#,3,90,40,400,0.1,-2.25,1,0)"
+        "\r\n");
+    ASSERT_EQ(station.global.pendingImages->size(), 1U);
+    const auto& image = station.global.pendingImages->front();
+    EXPECT_EQ(image.Filename, "C:\\img\\1.dcm");
+    EXPECT_EQ(image.LUTName, "Bone");
+    EXPECT_EQ(*image.ViewPars, *SomeView());
+    EXPECT_EQ(station.viewers.calls, (Texts{"SRFilename", "LUTName", "ViewPars", "ViewRefertImages"}));
+    EXPECT_EQ(station.viewers.srFilename, "C:\\img\\1.dcm");
+    EXPECT_EQ(station.viewers.viewPars, image.ViewPars);
+}
+
+TEST(HandOverLoad, WithoutAFileTheListIsEmptyAndNothingIsSaid) {
+    ReportingStation station;
+    station.OpenReport();
+    EXPECT_TRUE(station.global.pendingImages->empty());
+    EXPECT_TRUE(station.windows.messages.empty());
+}
+
+TEST(HandOverLoad, TheViewersListIsClearedFirstWhenThereWereImages) {
+    HandOverStation station(LineOf("a.dcm"));
+    station.viewers.calls.clear();
+    station.editor.lstHistory.ListIndex(0);
+    EXPECT_EQ(station.viewers.calls,
+              (Texts{"ClearRefertList", "SRFilename", "LUTName", "ViewPars", "ViewRefertImages"}));
+}
+
+TEST(HandOverLoad, EachFillReadsTheFileAfresh) {
+    HandOverStation station(LineOf("a.dcm") + LineOf("b.dcm"));
+    station.editor.lstHistory.ListIndex(0);
+    EXPECT_EQ(FileNames(station), (Texts{"a.dcm", "b.dcm"}));
+}
+
+TEST(HandOverLoad, AMalformedLineIsToldAndTheImagesBeforeItStay) {
+    const HandOverStation station(LineOf("a.dcm") + "\"b.dcm\",1,#TRUE#\r\n" + LineOf("c.dcm"));
+    EXPECT_EQ(FileNames(station), Texts{"a.dcm"});
+    ASSERT_EQ(station.windows.messages.size(), 1U);
+    const auto& text = station.windows.messages[0].text;
+    EXPECT_TRUE(text.starts_with("LoadSRDat ")) << text;
+    EXPECT_NE(text.find("line 2, field 4"), std::string::npos) << text;
+}
+
+TEST(HandOverLoad, AMalformedFileLeavesTheScreenFilledAndLocked) {
+    ReportingStation station;
+    station.WriteFile("study\\report1\\SR.dat", "?");
+    station.OpenReport({.approved = true});
+    EXPECT_EQ(station.editor.txtReportTitle.Text(), "Chest radiograph");
+    EXPECT_FALSE(station.editor.cmdSave.Enabled());
+}
+
+TEST(HandOverLoad, AListThatTheViewerEmptiesMeanwhileTakesTheRest) {
+    HandOverStation station("");
+    station.WriteFile("study\\report1\\SR.dat", LineOf("a.dcm") + LineOf("b.dcm"));
+    station.viewers.failing = "SRFilename";
+    station.windows.onMessage = [&](const MessageBox&) { station.automation.RemoveImagesFromSR(); };
+    station.editor.lstHistory.ListIndex(0);
+    EXPECT_EQ(FileNames(station), Texts{"b.dcm"});
+}
+
+TEST(HandOverLoad, ImagesWithoutAnOwnerToTellAreTold) {
+    HandOverStation station(LineOf("a.dcm"));
+    station.editor.Leave(station.automation);
+    station.editor.lstHistory.ListIndex(0);
+    ASSERT_EQ(station.windows.messages.size(), 1U);
+    EXPECT_TRUE(station.windows.messages[0].text.starts_with("LoadSRDat "));
+}
+
+TEST(HandOver, ImagesOfANewReportSurviveItsFirstSave) {
+    ReportingStation station;
+    station.OpenImages();
+    station.StoreInto("report1");
+    AddImages(station, {"a.dcm", "b.dcm"});
+    station.viewers.calls.clear();
+    station.editor.cmdSave.Press();
+    EXPECT_EQ(FileNames(station), (Texts{"a.dcm", "b.dcm"}));
+    EXPECT_EQ(*station.global.pendingImages->back().ViewPars, *SomeView());
+    EXPECT_EQ(std::ranges::count(station.viewers.calls, "ViewRefertImages"), 2);
+}
+
+TEST(HandOver, ImagesOfAnOpenedReportSurviveASaveAndAReopening) {
+    ReportingStation station;
+    station.OpenReport();
+    station.StoreInto("report1");
+    AddImages(station, {"a.dcm"});
+    station.editor.cmdSave.Press();
+    station.automation.LoadSRSeries("1.2.3.2.1");
+    EXPECT_EQ(FileNames(station), Texts{"a.dcm"});
+}
+
+TEST(HandOver, AnyTextSurvivesARoundTrip) {
+    ReportingStation station;
+    station.OpenReport();
+    station.StoreInto("report1");
+    const Texts names{"C:\\a, b.dcm", "say \"ah\".dcm", "two\r\nlines.dcm", "Zürich–Œuvre.dcm", " blank ", "",
+                      "#TRUE#"};
+    AddImages(station, names);
+    station.editor.cmdSave.Press();
+    EXPECT_EQ(FileNames(station), names);
+    EXPECT_TRUE(station.windows.messages.empty());
+}
+
+TEST(ServiceEvents, TheConnectionIsKnownWhileItLasts) {
+    ReportingStation station;
+    station.OpenImages();
+    EXPECT_FALSE(station.editor.Connected());
+    station.serviceEvents.RaiseConnection();
+    EXPECT_TRUE(station.editor.Connected());
+    station.serviceEvents.RaiseEndConnection();
+    EXPECT_FALSE(station.editor.Connected());
+}
+
+} // namespace
+} // namespace tavrel::test

@@ -1,0 +1,148 @@
+#include "platform/error.h"
+#include "tests/editor/PrintingStation.h"
+
+#include <gtest/gtest.h>
+
+namespace tavrel::test {
+namespace {
+
+TEST(Print, ShowsThePageFilledFromTheTable) {
+    PrintingStation station;
+    station.editor.cmdPrint.Press();
+    ASSERT_EQ(station.printer.shown.size(), 1U);
+    const auto& shown = station.printer.shown[0];
+    EXPECT_EQ(shown.layout.name, "PrintReport");
+    EXPECT_EQ(shown.rows, (std::vector<std::map<std::string, std::string>>{{{"PATIENTNAME", "ROSSI^MARIA"},
+                                                                            {"PATIENTID", "P1"},
+                                                                            {"SEX", "F"},
+                                                                            {"AGE", "66 y"},
+                                                                            {"BIRTHDATE", "20/05/1960"},
+                                                                            {"STUDYDATE", "14/11/2026"},
+                                                                            {"READING", "Normal heart and lungs."},
+                                                                            {"APPROVINGPHYSICIAN", "Dr. Mario Rossi"},
+                                                                            {"APPROVINGDATE", "14/11/2026"}}}));
+}
+
+TEST(Print, IsDatedToday) {
+    PrintingStation station;
+    station.clock.now = {2026, 12, 1, 9, 30, 0};
+    station.editor.cmdPrint.Press();
+    EXPECT_EQ(station.printer.shown.at(0).today, (DateTime{2026, 12, 1, 9, 30, 0}));
+}
+
+TEST(Print, WithoutALogoTheTitleStandsInItsPlace) {
+    PrintingStation station;
+    station.editor.cmdPrint.Press();
+    auto layout = station.printer.shown.at(0).layout;
+    EXPECT_FALSE(layout.Control("imgLogo").visible);
+    EXPECT_TRUE(layout.Control("Label6").visible);
+}
+
+TEST(Print, TheLogoBesideTheProgramTakesThePlaceOfTheTitle) {
+    PrintingStation station;
+    station.WriteFile("Logo.bmp", "any picture");
+    station.editor.cmdPrint.Press();
+    auto layout = station.printer.shown.at(0).layout;
+    EXPECT_TRUE(layout.Control("imgLogo").visible);
+    EXPECT_EQ(layout.Control("imgLogo").text, station.Path("Logo.bmp"));
+    EXPECT_FALSE(layout.Control("Label6").visible);
+}
+
+TEST(Print, ALogoThatHasGoneIsNotShownAgain) {
+    PrintingStation station;
+    station.WriteFile("Logo.bmp", "any picture");
+    station.editor.cmdPrint.Press();
+    std::filesystem::remove(station.NativePath("Logo.bmp"));
+    station.editor.cmdPrint.Press();
+    EXPECT_FALSE(station.printer.shown.at(1).layout.Control("imgLogo").visible);
+}
+
+TEST(Print, ReadsTheTableOnAConnectionOfItsOwn) {
+    PrintingStation station;
+    station.connectionTexts.clear();
+    station.editor.cmdPrint.Press();
+    EXPECT_EQ(station.connectionTexts, Texts{"DSN=DicomFDB"});
+}
+
+TEST(Print, AFailureWhileShowingIsToldAndTheNextPrintWorks) {
+    PrintingStation station;
+    station.printer.onModal = [] { throw Error(481, "PrintReport", "Out of paper"); };
+    station.editor.cmdPrint.Press();
+    station.printer.onModal = {};
+    station.editor.cmdPrint.Press();
+    ASSERT_EQ(station.windows.Texts(), Texts{"CmdPrint: Out of paper"});
+    EXPECT_EQ(station.windows.messages[0].title, "");
+    EXPECT_EQ(station.printer.shown.size(), 2U);
+}
+
+/// The catalogue for everything but the page, which cannot connect.
+TEST(Print, AConnectionThatFailsIsTold) {
+    PrintingStation station;
+    class Unreachable : public ForwardingDatabase {
+    public:
+        using ForwardingDatabase::ForwardingDatabase;
+        std::unique_ptr<Connection> NewConnection() override { throw Error(1, "catalogue", "No catalogue"); }
+    } unreachable(*station.database);
+    Global global(station.PortsWith(unreachable));
+    global.catalogue = std::move(station.global.catalogue);
+    global.currentDocument = station.global.currentDocument;
+    global.userInformation = std::move(station.global.userInformation);
+    frmReport editor(global, station.serviceEvents, station.chooser, station.codeTables, station.printer);
+    editor.LoadDocs();
+    editor.cmdPrint.Press();
+    EXPECT_EQ(station.windows.Texts(), Texts{"CmdPrint: No catalogue"});
+}
+
+TEST(Print, WhileThePageIsShownOthersWriteTheCatalogue) {
+    PrintingStation station;
+    station.printer.onModal = [&] { station.AddPatient("P2", "VERDI^ANNA"); };
+    station.editor.cmdPrint.Press();
+    EXPECT_EQ(station.windows.Texts(), Texts{});
+    EXPECT_EQ(station.Rows("Patient", {"ID"}).size(), 2U);
+}
+
+/// Another workstation prints between this one's fill and its reading.
+class Interrupted : public ForwardingConnection {
+public:
+    Interrupted(std::unique_ptr<Connection> target, std::function<void()> interrupt)
+        : ForwardingConnection(std::move(target)), interrupt_(std::move(interrupt)) {}
+    void Commit() override {
+        ForwardingConnection::Commit();
+        interrupt_();
+    }
+
+private:
+    std::function<void()> interrupt_;
+};
+
+TEST(Print, AnotherWorkstationsReportIsNeverShownAsOurs) {
+    PrintingStation station;
+    station.global.catalogue = std::make_unique<Interrupted>(
+        std::move(station.global.catalogue), [&] { station.Execute("UPDATE Report SET PatientName='VERDI^ANNA'"); });
+    station.editor.cmdPrint.Press();
+    EXPECT_EQ(station.windows.Texts(),
+              Texts{"CmdPrint: Another workstation is printing at this moment. Please print again."});
+    EXPECT_EQ(station.printer.shown.size(), 0U);
+}
+
+TEST(Print, NorIsItsRowBesideOurs) {
+    PrintingStation station;
+    station.global.catalogue = std::make_unique<Interrupted>(std::move(station.global.catalogue), [&] {
+        station.Insert("Report", {{"PatientName", "VERDI^ANNA"}});
+    });
+    station.editor.cmdPrint.Press();
+    EXPECT_EQ(station.windows.messages.size(), 1U);
+    EXPECT_EQ(station.printer.shown.size(), 0U);
+}
+
+TEST(Print, ATableThatAnotherWorkstationEmptiedIsToldToo) {
+    PrintingStation station;
+    station.global.catalogue = std::make_unique<Interrupted>(std::move(station.global.catalogue),
+                                                             [&] { station.Execute("DELETE FROM Report"); });
+    station.editor.cmdPrint.Press();
+    EXPECT_EQ(station.windows.messages.size(), 1U);
+    EXPECT_EQ(station.printer.shown.size(), 0U);
+}
+
+} // namespace
+} // namespace tavrel::test

@@ -1,0 +1,88 @@
+#pragma once
+
+#include "codes/frmBase.h"
+#include "editor/frmReport.h"
+#include "host/automation/CTavrel.h"
+#include "host/chooser/frmSRSeriesChoice.h"
+#include "platform/error.h"
+#include "sr/DcmSRDocument.h"
+#include "sr/ImagePresentationContext.h"
+#include "tests/support/FakeReportPrinter.h"
+#include "tests/support/Workstation.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+namespace tavrel::test {
+
+using Texts = std::vector<std::string>;
+
+/// A workstation with the example study, the chooser, the editor and one automation object, tied
+/// together as the program ties them. Nothing is open yet.
+class ReportingStation : public Workstation {
+public:
+    ReportingStation() : Workstation(NotStarted) { AddExampleStudy(); }
+
+    FakeReportPrinter printer;
+    frmBase codeTables{global};
+    frmSRSeriesChoice chooser{global, [this] { editor.cmdNew_Click(); }};
+    frmReport editor{global, serviceEvents, chooser, codeTables, printer};
+    CTavrel automation{global, viewers, chooser, editor};
+
+    DcmSRDocument& Document() { return *global.currentDocument; }
+
+    /// Opens a report of the example study by its series.
+    void OpenReport(const ReportSeed& seed = {}) {
+        AddReport(seed);
+        automation.LoadSRSeries(seed.seriesUid);
+    }
+    /// Opens the images of the example study, which makes a new report when it has none.
+    void OpenImages() { automation.LoadForImgSeries(ImageSeries()); }
+
+    /// From now on the storage service files what is sent in this folder of the study and says so.
+    void StoreInto(const std::string& seriesDir) {
+        std::filesystem::create_directories(NativePath("study\\" + seriesDir));
+        store.answer = [this, seriesDir](const SentVersion& version) {
+            const auto number = std::to_string(1000500 + store.sent.size()).substr(1);
+            const auto path = Path("study\\" + seriesDir) + "\\img_" + number + ".dcm";
+            version.dataSet->SaveToFile(path);
+            serviceEvents.RaiseStore("1.2.3.2.1", path);
+        };
+    }
+
+    /// A person who does this in the chooser.
+    void InChooser(const std::function<void()>& act) {
+        windows.onModal = [act](Form&) { act(); };
+    }
+
+    /// How many rows of `History` there are.
+    std::size_t HistoryCount() { return Rows("History", {"ActionVal"}).size(); }
+
+    void WriteFile(const std::string& below, const std::string& contents) {
+        std::filesystem::create_directories(NativePath(below).parent_path());
+        std::ofstream(NativePath(below), std::ios::binary) << contents;
+    }
+    std::string ReadFile(const std::string& below) {
+        std::ifstream file(NativePath(below), std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+};
+
+inline ViewParametersHandle SomeView() {
+    return std::make_shared<ViewParameters>(
+        ViewParameters{.zoom = 1.5F,
+                       .flipHorizontal = true,
+                       .displayedArea = {.left = 10, .top = 20, .right = 500, .bottom = 400},
+                       .smoothed = true,
+                       .frame = 3,
+                       .rotation = 90,
+                       .windowCenter = 40,
+                       .windowWidth = 400,
+                       .panX = 0.1F,
+                       .panY = -2.25F});
+}
+
+} // namespace tavrel::test

@@ -1,0 +1,247 @@
+#include "tests/editor/ReportingStation.h"
+
+#include <gtest/gtest.h>
+
+namespace tavrel::test {
+namespace {
+
+struct Title {
+    std::string scheme, code, meaning, annotation;
+    bool operator==(const Title&) const = default;
+};
+
+Title TitleOf(const DcmSRDocument& document) {
+    Title title;
+    document.GetTitle(title.scheme, title.code, title.meaning, title.annotation);
+    return title;
+}
+
+std::string ReadingSent(const SentVersion& version) {
+    const auto item = version.dataSet->GetSequenceItem({0x0040, 0xA730}, 1);
+    return std::get<std::string>(item->GetValue({0x0040, 0xA160}, "UT"));
+}
+
+/// A station with one report of one version open, its storage service at work.
+class OpenReportStation : public ReportingStation {
+public:
+    explicit OpenReportStation(const ReportSeed& seed = {}) {
+        OpenReport(seed);
+        StoreInto("report1");
+    }
+};
+
+TEST(Save, SendsTitleAndReadingAsANewVersion) {
+    OpenReportStation station;
+    station.editor.txtReportTitle.Typed("Chest, second look");
+    station.editor.txtReportAnnotation.Typed("A nodule.");
+    station.editor.cmdSave.Press();
+    ASSERT_EQ(station.store.sent.size(), 1U);
+    EXPECT_EQ(ReadingSent(station.store.sent[0]), "A nodule.");
+    EXPECT_EQ(TitleOf(station.Document()).annotation, "Chest, second look");
+    EXPECT_TRUE(station.windows.messages.empty());
+}
+
+TEST(Save, TheHistoryGrowsByALineAndTheNewestVersionIsShown) {
+    OpenReportStation station({.versions = 2});
+    station.editor.cmdSave.Press();
+    EXPECT_EQ(station.editor.lstHistory.Items(),
+              (Texts{"14/11/2026 08:00:00", "14/11/2026 08:01:00", "15/11/2026 08:05:09"}));
+    EXPECT_EQ(station.editor.lstHistory.ListIndex(), 2);
+    EXPECT_EQ(station.Document().VersionIndex(), 2);
+}
+
+TEST(Save, TheFirstSaveOfANewReportMakesItsFirstLine) {
+    ReportingStation station;
+    station.OpenImages();
+    station.StoreInto("report1");
+    station.editor.txtReportAnnotation.Typed("Normal.");
+    station.editor.cmdSave.Press();
+    EXPECT_EQ(station.editor.lstHistory.Items(), Texts{"15/11/2026 08:05:09"});
+    EXPECT_EQ(station.editor.txtReportAnnotation.Text(), "Normal.");
+    EXPECT_EQ(station.editor.txtReferringPhysician.Text(), "Dr. Mario Rossi");
+}
+
+TEST(Save, AHeadingOfTheTableTakesItsCode) {
+    OpenReportStation station;
+    station.AddCode("StdTitles", "99SS", "T7", "THORAX");
+    station.editor.cmbReportTitle.Typed("THORAX");
+    station.editor.cmdSave.Press();
+    EXPECT_EQ(TitleOf(station.Document()), (Title{"99SS", "T7", "THORAX", "Chest radiograph"}));
+}
+
+TEST(Save, AHeadingTypedFreelyHasNoCode) {
+    OpenReportStation station;
+    station.editor.cmbReportTitle.Typed("My own heading");
+    station.editor.cmdSave.Press();
+    EXPECT_EQ(TitleOf(station.Document()), (Title{"", "", "My own heading", "Chest radiograph"}));
+}
+
+TEST(Save, AnApostropheInTheHeadingIsToldAndNothingIsSent) {
+    OpenReportStation station;
+    station.editor.cmbReportTitle.Typed("Child's chest");
+    station.editor.cmdSave.Press();
+    ASSERT_EQ(station.windows.messages.size(), 1U);
+    EXPECT_TRUE(station.windows.messages[0].text.starts_with("Save report - ")) << station.windows.messages[0].text;
+    EXPECT_EQ(station.windows.messages[0].title, "");
+    EXPECT_TRUE(station.store.sent.empty());
+}
+
+TEST(Save, AFailureIsToldWithItsNumber) {
+    OpenReportStation station;
+    class FailingConnection : public ForwardingConnection {
+    public:
+        using ForwardingConnection::ForwardingConnection;
+        std::unique_ptr<ResultSet> OpenResultSet(std::string_view, Cursor) override {
+            throw Error(13, "driver", "The table is locked");
+        }
+    };
+    station.global.catalogue = std::make_unique<FailingConnection>(std::move(station.global.catalogue));
+    station.editor.cmdSave.Press();
+    EXPECT_EQ(station.windows.Texts(), Texts{"Save report - 13-The table is locked"});
+}
+
+TEST(Save, AVersionThatTheServiceRefusesIsToldAndStaysInTheHistory) {
+    OpenReportStation station;
+    station.store.answer = [](const SentVersion&) { throw Error(1, "Porvane", "Refused: out of resources"); };
+    station.editor.txtReportAnnotation.Typed("A nodule.");
+    station.editor.cmdSave.Press();
+    EXPECT_EQ(station.windows.Texts(), Texts{"Refused: out of resources"});
+    EXPECT_EQ(station.editor.lstHistory.ListCount(), 2);
+    EXPECT_EQ(station.editor.txtReportAnnotation.Text(), "A nodule.");
+}
+
+TEST(Save, AnEmptyDocumentIsToldWithoutAnEnd) {
+    ReportingStation station;
+    station.global.currentDocument = std::make_shared<DcmSRDocument>(station.global);
+    station.editor.cmdSave_Click();
+    EXPECT_FALSE(station.windows.messages.empty());
+    EXPECT_TRUE(station.store.sent.empty());
+}
+
+TEST(Save, ALockedSaveButtonDoesNothing) {
+    OpenReportStation station({.versions = 2});
+    station.editor.lstHistory.ListIndex(0);
+    station.editor.cmdSave.Press();
+    EXPECT_TRUE(station.store.sent.empty());
+}
+
+TEST(Approve, AsksFirstWithNoPreselected) {
+    OpenReportStation station;
+    station.editor.cmdApprove.Press();
+    ASSERT_EQ(station.windows.messages.size(), 1U);
+    const auto& question = station.windows.messages[0];
+    EXPECT_EQ(question.text, "The approved document will not be editable anymore ... do you want to continue ?");
+    EXPECT_EQ(question.title, "Approving document ... ");
+    EXPECT_EQ(question.buttons, Buttons::YesNo);
+    EXPECT_EQ(question.icon, Icon::Exclamation);
+    EXPECT_EQ(question.defaultAnswer, Answer::No);
+}
+
+TEST(Approve, NoChangesNothing) {
+    OpenReportStation station;
+    station.windows.answers = {Answer::No};
+    station.editor.cmdApprove.Press();
+    EXPECT_EQ(station.Document().status(), DcmSRDocument::Pending);
+    EXPECT_TRUE(station.store.sent.empty());
+    EXPECT_TRUE(station.editor.cmdSave.Enabled());
+}
+
+TEST(Approve, YesSavesACompleteVersion) {
+    OpenReportStation station;
+    station.windows.answers = {Answer::Yes};
+    station.editor.txtReportAnnotation.Typed("Final.");
+    station.editor.cmdApprove.Press();
+    ASSERT_EQ(station.store.sent.size(), 1U);
+    EXPECT_EQ(std::get<std::string>(station.store.sent[0].dataSet->GetValue({0x0040, 0xA491}, "CS")), "COMPLETE");
+    EXPECT_EQ(ReadingSent(station.store.sent[0]), "Final.");
+}
+
+TEST(Approve, YesLocksTheScreenAndOffersPrinting) {
+    OpenReportStation station;
+    station.windows.answers = {Answer::Yes};
+    station.editor.cmdApprove.Press();
+    EXPECT_FALSE(station.editor.frmReading.Enabled());
+    EXPECT_FALSE(station.editor.cmdSave.Enabled());
+    EXPECT_FALSE(station.editor.cmdApprove.Enabled());
+    EXPECT_TRUE(station.editor.cmdPrint.Enabled());
+    EXPECT_EQ(station.editor.lstHistory.ListIndex(), 1);
+}
+
+TEST(Approve, YesShowsTheSignatureAndTheDate) {
+    OpenReportStation station;
+    station.windows.answers = {Answer::Yes};
+    station.editor.cmdApprove.Press();
+    EXPECT_EQ(station.editor.txtApprovingPhysician.Text(), "Dr. Mario Rossi");
+    EXPECT_EQ(station.editor.txtApprovalDate.Text(), "15/11/2026 08:05:09");
+    EXPECT_EQ(station.editor.lblState.Text(), "Approved by Dr. Mario Rossi on 15/11/2026 08:05:09");
+}
+
+TEST(Approve, YesRedrawsTheApproverAndTheDate) {
+    OpenReportStation station;
+    std::string redrawn;
+    station.editor.txtApprovingPhysician.Watch(
+        [&](Change change) { redrawn += change == Change::Redraw ? "name " : ""; });
+    station.editor.txtApprovalDate.Watch([&](Change change) { redrawn += change == Change::Redraw ? "date" : ""; });
+    station.windows.answers = {Answer::Yes};
+    station.editor.cmdApprove.Press();
+    EXPECT_EQ(redrawn, "name date");
+}
+
+TEST(Approve, YesWritesAHistoryRowForTheCurrentSeries) {
+    OpenReportStation station;
+    station.windows.answers = {Answer::Yes};
+    station.editor.cmdApprove.Press();
+    EXPECT_EQ(station.Rows("History", {"Username", "SeriesUID", "ActionVal", "Description"}).back(),
+              (Texts{"mrossi", "1.2.3.2.1", "REFERT", "Validate Refert"}));
+}
+
+TEST(Approve, ReopeningShowsTheReportApproved) {
+    OpenReportStation station;
+    station.windows.answers = {Answer::Yes};
+    station.editor.cmdApprove.Press();
+    station.automation.LoadSRSeries("1.2.3.2.1");
+    EXPECT_EQ(station.editor.txtApprovingPhysician.Text(), "Dr. Mario Rossi");
+    EXPECT_FALSE(station.editor.cmdSave.Enabled());
+    EXPECT_TRUE(station.editor.cmdPrint.Enabled());
+}
+
+TEST(Approve, AFailureIsToldWithItsNumberAfterTheReportWasLocked) {
+    OpenReportStation station;
+    station.Execute("DELETE FROM DicomServer");
+    station.windows.answers = {Answer::Yes};
+    station.editor.cmdApprove.Press();
+    ASSERT_EQ(station.windows.messages.size(), 2U);
+    EXPECT_TRUE(station.windows.messages[1].text.starts_with("Approve Report ")) << station.windows.messages[1].text;
+    EXPECT_EQ(station.Document().status(), DcmSRDocument::Approved);
+    EXPECT_FALSE(station.editor.cmdSave.Enabled());
+}
+
+TEST(Approve, AFailingSaveInsideIsToldAsASave) {
+    OpenReportStation station;
+    station.Execute("DROP TABLE StdTitles");
+    station.windows.answers = {Answer::Yes};
+    station.editor.cmdApprove.Press();
+    ASSERT_EQ(station.windows.messages.size(), 2U);
+    EXPECT_TRUE(station.windows.messages[1].text.starts_with("Save report - "));
+    EXPECT_EQ(station.Document().status(), DcmSRDocument::Approved);
+}
+
+TEST(Approve, AFailingSaveInsideStillShowsTheApproval) {
+    OpenReportStation station;
+    station.Execute("DROP TABLE StdTitles");
+    station.windows.answers = {Answer::Yes};
+    station.editor.cmdApprove.Press();
+    EXPECT_EQ(station.editor.lblState.Text(), "Approved by Dr. Mario Rossi on 15/11/2026 08:05:09");
+    EXPECT_TRUE(station.editor.cmdPrint.Enabled());
+    EXPECT_FALSE(station.editor.cmdSave.Enabled());
+}
+
+TEST(Save, TheOtherSaveOfTheInterfaceDoesNothing) {
+    OpenReportStation station;
+    station.editor.SaveIOD();
+    EXPECT_TRUE(station.store.sent.empty());
+    EXPECT_TRUE(station.windows.messages.empty());
+}
+
+} // namespace
+} // namespace tavrel::test

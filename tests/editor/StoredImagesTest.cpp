@@ -1,0 +1,67 @@
+#include "platform/dcmtk/DcmtkLibrary.h"
+#include "tests/support/StorageNode.h"
+#include "tests/editor/ReportingStation.h"
+
+#include <gtest/gtest.h>
+
+#include <mutex>
+
+namespace tavrel::test {
+namespace {
+
+/// Store events that arrive from the service's own thread and are handled when they are waited for.
+class QueuedServiceEvents : public FakeServiceEvents {
+public:
+    void Arrive(const std::filesystem::path& file) {
+        std::string path = file.string();
+        std::ranges::replace(path, '/', '\\');
+        const std::scoped_lock lock(mutex_);
+        arrived_.push_back(path);
+    }
+    void AwaitSentEvents() override {
+        Texts arrived;
+        {
+            const std::scoped_lock lock(mutex_);
+            arrived.swap(arrived_);
+        }
+        for (const auto& path : arrived)
+            RaiseStore("1.2.3.2.1", path);
+    }
+
+private:
+    std::mutex mutex_;
+    Texts arrived_;
+};
+
+/// The images that were added must be in SR.dat before the screen is filled again, whichever save it is.
+TEST(StoredImages, AreNeverLostInTwoHundredSavesToARealService) {
+    ReportingStation station;
+    QueuedServiceEvents events;
+    DcmtkLibrary library(station.background, events, station.NativePath("unsent").string());
+    StorageNode node;
+    node.BeforeAnswering([&](const StorageNode::Received& received) { events.Arrive(received.file); });
+    station.SetPort(node.Port(), "PORVANE");
+
+    Global global(station.PortsWith(library));
+    frmBase codeTables(global);
+    frmSRSeriesChoice chooser(global, [] {});
+    frmReport editor(global, events, chooser, codeTables, station.printer);
+    CTavrel automation(global, station.viewers, chooser, editor);
+    automation.LoadForImgSeries(station.ImageSeries());
+
+    for (int round = 0; round < 200; ++round) {
+        const auto fileName = std::to_string(round) + ".dcm";
+        automation.RemoveImagesFromSR();
+        automation.AddImageToSR("first.dcm", SomeView(), "Bone");
+        automation.AddImageToSR(fileName, SomeView(), "");
+        editor.cmdSave.Press();
+        ASSERT_EQ(station.windows.Texts(), Texts{});
+        ASSERT_EQ(global.pendingImages->size(), 2U);
+        ASSERT_EQ(global.pendingImages->back().Filename, fileName);
+    }
+    EXPECT_EQ(node.Objects().size(), 200U);
+    EXPECT_EQ(editor.lstHistory.ListCount(), 200);
+}
+
+} // namespace
+} // namespace tavrel::test

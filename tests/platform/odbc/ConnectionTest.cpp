@@ -1,0 +1,101 @@
+#include "tests/platform/odbc/EngineTest.h"
+
+#include <thread>
+#include <vector>
+
+namespace tavrel {
+namespace {
+
+class Connections : public EngineTest {};
+INSTANTIATE_TEST_SUITE_P(Engines, Connections, allEngines, engineName);
+
+TEST_P(Connections, AnOpenConnectionSaysSo) {
+    EXPECT_TRUE(connection->IsOpen());
+    connection->Close();
+    EXPECT_FALSE(connection->IsOpen());
+}
+
+TEST_P(Connections, AConnectionOpensAgain) {
+    connection->Close();
+    connection->Open(database.ConnectionText());
+    EXPECT_NO_THROW(connection->OpenResultSet("SELECT * FROM SiteData"));
+}
+
+TEST_P(Connections, OpeningAnOpenOneIsAnError) {
+    ExpectFailure(OdbcFailure::AlreadyConnected, [&] { connection->Open(database.ConnectionText()); });
+    EXPECT_TRUE(connection->IsOpen());
+}
+
+TEST_P(Connections, OnAClosedOneEveryCallIsAnError) {
+    const auto command = connection->NewCommand();
+    command->Text("Delete from Report");
+    connection->Close();
+    ExpectFailure(OdbcFailure::NotConnected, [&] { connection->OpenResultSet("SELECT * FROM SiteData"); });
+    ExpectFailure(OdbcFailure::NotConnected, [&] { connection->BeginTransaction(); });
+    ExpectFailure(OdbcFailure::NotConnected, [&] { connection->Commit(); });
+    ExpectFailure(OdbcFailure::NotConnected, [&] { command->Execute(); });
+    EXPECT_NO_THROW(connection->Close());
+}
+
+TEST_P(Connections, AResultOfAClosedOneCannotBeReadOn) {
+    database.Run("INSERT INTO Patient VALUES ('1', 'A')");
+    database.Run("INSERT INTO Patient VALUES ('2', 'B')");
+    const auto patients = connection->OpenResultSet("SELECT * FROM Patient");
+    connection->Close();
+    ExpectFailure(OdbcFailure::NotConnected, [&] { patients->MoveNext(); });
+    connection->Open(database.ConnectionText());
+    EXPECT_NO_THROW(patients->Close());
+}
+
+TEST_P(Connections, AResultOutlivesItsConnection) {
+    database.Run("INSERT INTO Patient VALUES ('1', 'A')");
+    const auto patients = connection->OpenResultSet("SELECT * FROM Patient");
+    connection.reset();
+    EXPECT_NO_THROW(patients->MoveNext());
+}
+
+TEST_P(Connections, UserAndPasswordOfTheCallAreTaken) {
+    connection->Close();
+    connection->Open(database.ConnectionText(), "orbenta", "orbenta");
+    EXPECT_TRUE(connection->IsOpen());
+}
+
+TEST_P(Connections, SeveralThreadsWriteEachOnAConnectionOfItsOwn) {
+    constexpr int threads = 4;
+    constexpr int rows = 25;
+    std::vector<std::jthread> writers;
+    for (int thread = 0; thread < threads; ++thread)
+        writers.emplace_back([&, thread] {
+            try {
+                const auto own = database.Connect();
+                for (int row = 0; row < rows; ++row)
+                    own->OpenResultSet("INSERT INTO Patient VALUES ('" + std::to_string(thread * rows + row) +
+                                       "', 'A')");
+            } catch (const Error& error) {
+                ADD_FAILURE() << error.description;
+            }
+        });
+    writers.clear();
+    EXPECT_EQ(database.Value("SELECT Count(*) FROM Patient"), std::to_string(threads * rows));
+}
+
+TEST(UnknownEntry, IsAnErrorThatNamesIt) {
+    const TestDatabase database;
+    const auto connection = database.Adapter().NewConnection();
+    const Error error = FailureOf([&] { connection->Open("DSN=Nowhere", "user", "secret"); });
+    EXPECT_NE(error.description.find("Data source name not found"), std::string::npos) << error.description;
+    EXPECT_NE(error.description.find("(DSN=Nowhere)"), std::string::npos) << error.description;
+    EXPECT_EQ(error.description.find("secret"), std::string::npos) << error.description;
+    EXPECT_FALSE(connection->IsOpen());
+}
+
+TEST(WrongPassword, IsTheServersOwnError) {
+    const TestDatabase database;
+    const auto connection = database.Adapter().NewConnection();
+    const Error error = FailureOf([&] { connection->Open("DSN=DicomFDB_mariadb", "orbenta", "wrong;PORT={1}="); });
+    EXPECT_EQ(error.number, 1045);
+    EXPECT_NE(error.description.find("Access denied"), std::string::npos) << error.description;
+}
+
+} // namespace
+} // namespace tavrel

@@ -1,0 +1,129 @@
+#include "platform/error.h"
+#include "platform/qt/QtBackground.h"
+#include "tests/platform/qt/OneOfEach.h"
+
+#include <QProgressBar>
+#include <QTest>
+#include <QTimer>
+
+#include <semaphore>
+#include <thread>
+
+namespace tavrel {
+namespace {
+
+using namespace std::chrono_literals;
+
+class BackgroundWork : public OneOfEachShown {
+protected:
+    /// Works in the background while `meanwhile` is done on the user-interface thread.
+    void RunAnd(const std::function<void()>& meanwhile) {
+        background_.Run("Storing the version ...",
+                        [&] { QMetaObject::invokeMethod(&window_, meanwhile, Qt::BlockingQueuedConnection); });
+    }
+    QtBackground background_;
+};
+
+TEST_F(BackgroundWork, IsDoneOnAnotherThreadBeforeRunReturns) {
+    std::thread::id worker;
+
+    background_.Run("", [&] { worker = std::this_thread::get_id(); });
+
+    EXPECT_NE(worker, std::thread::id());
+    EXPECT_NE(worker, std::this_thread::get_id());
+}
+
+TEST_F(BackgroundWork, RaisesItsFailureWhereItWasAskedFor) {
+    try {
+        background_.Run("", [] { throw Error(7, "store", "The storage service refused"); });
+        FAIL();
+    } catch (const Error& error) {
+        EXPECT_EQ(error.number, 7);
+        EXPECT_EQ(error.description, "The storage service refused");
+    }
+    EXPECT_FALSE(background_.Running());
+}
+
+TEST_F(BackgroundWork, LetsEventsOfTheProgramBeHandled) {
+    bool handled = false;
+
+    RunAnd([&] { handled = true; });
+
+    EXPECT_TRUE(handled);
+}
+
+TEST_F(BackgroundWork, IsKnownWhileItRuns) {
+    bool running = false;
+
+    RunAnd([&] { running = background_.Running(); });
+
+    EXPECT_TRUE(running);
+    EXPECT_FALSE(background_.Running());
+}
+
+TEST_F(BackgroundWork, DropsWhatIsTypedMeanwhile) {
+    RunAnd([&] { QTest::keyClicks(&line_, "lost"); });
+    QTest::keyClicks(&line_, "kept");
+
+    EXPECT_EQ(form_.txtLine.Text(), "kept");
+}
+
+TEST_F(BackgroundWork, DropsPressesMeanwhile) {
+    int presses = 0;
+    form_.cmdPress.Click = [&] { ++presses; };
+    auto& button = Find<QPushButton>("cmdPress");
+
+    RunAnd([&] {
+        QTest::mouseClick(&button, Qt::LeftButton);
+        button.click(); // As an assistive technology presses it, without a mouse.
+    });
+    QCoreApplication::processEvents();
+
+    EXPECT_EQ(presses, 0);
+}
+
+TEST_F(BackgroundWork, TakesBackWhatAnAssistiveTechnologyWritesMeanwhile) {
+    form_.txtLine.Text("Chest CT");
+
+    RunAnd([&] { line_.setText("Knee"); });
+
+    EXPECT_EQ(form_.txtLine.Text(), "Chest CT");
+    EXPECT_EQ(Shown(line_), "Chest CT");
+}
+
+TEST_F(BackgroundWork, KeepsTheFrameFromBeingClosed) {
+    RunAnd([&] { window_.close(); });
+
+    EXPECT_EQ(form_.frameClosed, 0);
+    EXPECT_TRUE(window_.isVisible());
+}
+
+TEST_F(BackgroundWork, SaysOnTheWindowWhatIsGoingOn) {
+    auto& veil = Find<QFrame>("paneVeil");
+    std::counting_semaphore<> seen(0);
+    std::string said;
+    QTimer look;
+    look.callOnTimeout([&] {
+        if (!veil.isVisible())
+            return;
+        said = veil.findChild<QLabel*>()->text().toStdString();
+        look.stop();
+        seen.release();
+    });
+    look.start(10ms);
+
+    background_.Run("Storing the version ...", [&] { (void)seen.try_acquire_for(10s); });
+
+    EXPECT_EQ(said, "Storing the version ...");
+    EXPECT_FALSE(veil.isVisible());
+}
+
+TEST_F(BackgroundWork, ThatIsDoneInABlinkDisturbsNobody) {
+    background_.Run("Storing the version ...", [] {});
+
+    EXPECT_FALSE(Find<QFrame>("paneVeil").isVisible());
+    EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
+}
+
+} // namespace
+} // namespace tavrel

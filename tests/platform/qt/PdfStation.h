@@ -1,0 +1,89 @@
+#pragma once
+
+#include "platform/qt/PrintPreview.h"
+#include "tests/editor/PrintingStation.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <string>
+
+namespace tavrel::test {
+
+/// What a command of the system writes.
+inline std::string Output(const std::string& command) {
+    std::string output;
+    const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
+    std::array<char, 4096> part;
+    for (std::size_t count = 1; count != 0; output.append(part.data(), count))
+        count = fread(part.data(), 1, part.size(), pipe.get());
+    return output;
+}
+
+inline std::string WithoutBlanks(std::string text) {
+    std::erase_if(text, [](char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\f'; });
+    return text;
+}
+
+/// Saves what is printed as a PDF, at once.
+class PdfPrinter : public ReportPrinter {
+public:
+    explicit PdfPrinter(std::string file) : file_(std::move(file)) {}
+    void ShowModal(const PrintLayout& layout, ResultSet& rows, const DateTime& today) override {
+        PrintPreview::SavePdf(PrintPages(layout, rows, today), QString::fromStdString(file_));
+    }
+
+private:
+    std::string file_;
+};
+
+/// A station with an approved report whose "Print " makes a PDF named after the test.
+class PdfStation : public PrintingStation {
+public:
+    PdfStation() {
+        std::filesystem::create_directories(PAGES_FOLDER);
+        std::filesystem::remove(file);
+        pdfEditor.LoadDocs();
+    }
+
+    /// Prints this reading and answers the text of the PDF in the order that it is copied in; a form
+    /// feed ends each page.
+    std::string TextWith(const std::string& reading) {
+        Print(reading);
+        return Output("pdftotext -raw '" + file + "' -");
+    }
+    /// Its pages, each the lines of its text.
+    std::vector<Texts> PagesWith(const std::string& reading) {
+        std::vector<Texts> pages;
+        std::string line;
+        for (const char c : TextWith(reading)) {
+            if (pages.empty() || c == '\f')
+                pages.emplace_back();
+            if (c == '\n')
+                pages.back().push_back(std::exchange(line, {}));
+            else if (c != '\f')
+                line += c;
+        }
+        pages.pop_back();
+        return pages;
+    }
+    void Print(const std::string& reading = "Normal heart and lungs.") {
+        pdfEditor.txtReportAnnotation.Text(reading);
+        pdfEditor.cmdPrint.Press();
+    }
+
+    const std::string file = [] {
+        const auto* test = testing::UnitTest::GetInstance()->current_test_info();
+        std::string name = std::string(test->test_suite_name()) + "." + test->name();
+        std::ranges::replace(name, '/', '.');
+        return PAGES_FOLDER "/" + name + ".pdf";
+    }();
+
+    PdfPrinter pdf{file};
+    frmReport pdfEditor{global, serviceEvents, chooser, codeTables, pdf}; ///< the one that prints
+};
+
+} // namespace tavrel::test

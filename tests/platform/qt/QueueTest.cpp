@@ -1,0 +1,82 @@
+#include "tests/platform/qt/Preview.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QPrintDialog>
+#include <QRadioButton>
+#include <QSpinBox>
+
+#include <cstdlib>
+
+namespace tavrel::test {
+namespace {
+
+/// Prints to the queue of `tests/support/printqueue`, under which these tests run.
+class PrintQueue : public Preview {
+protected:
+    /// The person prints `reading` and does `choose` in the print dialog first. Answers the text of what
+    /// reached the queue.
+    std::string Print(const std::string& reading, std::function<void(QPrintDialog&)> choose) {
+        const auto before = Documents();
+        Show(reading, [&](QWidget& preview) {
+            InDialog<QPrintDialog>([&](QPrintDialog& dialog) {
+                choose(dialog);
+                if (dialog.isVisible())
+                    dialog.accept();
+            });
+            Press(preview, "&Print...");
+        });
+        auto after = Documents();
+        std::erase_if(after, [&](const auto& file) { return std::ranges::count(before, file) != 0; });
+        return after.size() == 1 ? Output("pdftotext -raw '" + after[0] + "' -")
+                                 : std::to_string(after.size()) + " documents";
+    }
+
+private:
+    static Texts Documents() {
+        Texts files;
+        for (const auto& entry : std::filesystem::directory_iterator(std::getenv("PRINT_SPOOL")))
+            if (entry.path().filename().string().starts_with("d"))
+                files.push_back(entry.path().string());
+        return files;
+    }
+};
+
+TEST_F(PrintQueue, IsListedAndTakesThePage) {
+    bool listed = false;
+    const auto text = Print("Normal.", [&](QPrintDialog& dialog) {
+        for (const auto* box : dialog.findChildren<QComboBox*>())
+            listed = listed || box->findText("Reparto") >= 0;
+    });
+    EXPECT_TRUE(listed);
+    EXPECT_TRUE(text.ends_with("Referto stampato il 15/11/2026\n\f")) << text;
+    EXPECT_NE(text.find("Paziente\nROSSI^MARIA\n"), std::string::npos) << text;
+}
+
+TEST_F(PrintQueue, TakesEveryPage) {
+    EXPECT_EQ(std::ranges::count(Print(threePages, [](QPrintDialog&) {}), '\f'), 3);
+}
+
+TEST_F(PrintQueue, TakesOnlyThePagesAskedFor) {
+    const auto text = Print(threePages, [](QPrintDialog& dialog) {
+        dialog.findChild<QRadioButton*>("printRange")->click();
+        for (const char* end : {"to", "from"})
+            dialog.findChild<QSpinBox*>(end)->setValue(3);
+    });
+    EXPECT_EQ(std::ranges::count(text, '\f'), 1);
+    EXPECT_NE(text.find("Il medico"), std::string::npos) << text;
+}
+
+TEST_F(PrintQueue, TakesTheLastPageFirstWhenAsked) {
+    const auto text =
+        Print(threePages, [](QPrintDialog& dialog) { dialog.findChild<QCheckBox*>("reverse")->setChecked(true); });
+    EXPECT_EQ(std::ranges::count(text, '\f'), 3);
+    EXPECT_LT(text.find("Il medico"), text.find("Paziente")) << text;
+}
+
+TEST_F(PrintQueue, TakesNothingFromADialogThatIsLeft) {
+    EXPECT_EQ(Print("Normal.", [](QPrintDialog& dialog) { dialog.reject(); }), "0 documents");
+}
+
+} // namespace
+} // namespace tavrel::test

@@ -1,0 +1,51 @@
+#include "platform/error.h"
+#include "tests/platform/qt/PdfStation.h"
+
+namespace tavrel::test {
+namespace {
+
+/// The pages of a printed report.
+class SavedPdf : public testing::Test {
+protected:
+    SavedPdf() {
+        station.PrintReading("Normal.");
+        connection->Open({}, {}, {});
+        pages.emplace(PrintReportLayout(), *connection->OpenResultSet("SELECT * FROM Report"), DateTime{2026, 11, 15});
+    }
+    void SaveAs(const std::string& below) const {
+        PrintPreview::SavePdf(*pages, QString::fromStdString(station.NativePath(below).string()));
+    }
+
+    PrintingStation station;
+    std::unique_ptr<Connection> connection = station.database->NewConnection();
+    std::optional<PrintPages> pages;
+};
+
+TEST_F(SavedPdf, IsReadableByItsOwnerOnly) {
+    station.WriteFile("report.pdf", "an older one");
+    SaveAs("report.pdf");
+    using std::filesystem::perms;
+    EXPECT_EQ(std::filesystem::status(station.NativePath("report.pdf")).permissions(),
+              perms::owner_read | perms::owner_write);
+    EXPECT_TRUE(station.ReadFile("report.pdf").starts_with("%PDF-"));
+}
+
+TEST_F(SavedPdf, InAFolderThatDoesNotExistIsAnError) {
+    try {
+        SaveAs("nowhere/report.pdf");
+        FAIL();
+    } catch (const Error& error) {
+        EXPECT_TRUE(error.description.starts_with("The PDF " + station.NativePath("nowhere/report.pdf").string() +
+                                                  " cannot be written: "))
+            << error.description;
+    }
+}
+
+TEST_F(SavedPdf, WhoseNameIsAFolderIsAnErrorAndLeavesTheFolder) {
+    std::filesystem::create_directories(station.NativePath("report.pdf/kept"));
+    EXPECT_THROW(SaveAs("report.pdf"), Error);
+    EXPECT_TRUE(std::filesystem::exists(station.NativePath("report.pdf/kept")));
+}
+
+} // namespace
+} // namespace tavrel::test

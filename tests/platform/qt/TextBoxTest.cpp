@@ -1,0 +1,266 @@
+#include "platform/qt/Look.h"
+#include "tests/platform/qt/OneOfEach.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QInputMethodEvent>
+#include <QTest>
+
+namespace tavrel {
+namespace {
+
+class TextBoxes : public OneOfEachShown {
+protected:
+    static void Paste(QWidget& widget, const QString& text) {
+        QGuiApplication::clipboard()->setText(text);
+        QTest::keyClick(&widget, Qt::Key_V, Qt::ControlModifier);
+    }
+    static std::string PlainQuotes(std::string_view text) {
+        return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()))
+            .replace(u'’', '\'')
+            .replace("…", "...")
+            .toStdString();
+    }
+    static std::int16_t Upper(std::int16_t code) {
+        return code >= 'a' && code <= 'z' ? static_cast<std::int16_t>(code - 32) : code;
+    }
+};
+
+TEST_F(TextBoxes, ShowWhatTheProgramWrites) {
+    form_.txtLine.Text("Chest CT");
+
+    EXPECT_EQ(Shown(line_), "Chest CT");
+}
+
+TEST_F(TextBoxes, TakeWhatIsTyped) {
+    QTest::keyClicks(&line_, "lungs");
+
+    EXPECT_EQ(form_.txtLine.Text(), "lungs");
+}
+
+TEST_F(TextBoxes, KeepTheCaretWhenTheProgramWritesTheSame) {
+    QTest::keyClicks(&line_, "lungs");
+    line_.setCursorPosition(2);
+
+    form_.txtLine.Text("lungs");
+
+    EXPECT_EQ(line_.cursorPosition(), 2);
+}
+
+TEST_F(TextBoxes, PassPastedTextThroughTheFilter) {
+    form_.txtLine.Filter = PlainQuotes;
+
+    Paste(line_, QString::fromUtf8("D’Angelo’s"));
+
+    EXPECT_EQ(form_.txtLine.Text(), "D'Angelo's");
+    EXPECT_EQ(Shown(line_), "D'Angelo's");
+}
+
+TEST_F(TextBoxes, LeaveTheCaretBehindWhatTheFilterMadeOfTheLine) {
+    form_.txtLine.Filter = PlainQuotes;
+    QTest::keyClicks(&line_, "ab");
+    line_.setCursorPosition(1);
+
+    Paste(line_, QString::fromUtf8("…"));
+
+    EXPECT_EQ(Shown(line_), "a...b");
+    EXPECT_EQ(line_.cursorPosition(), 4);
+}
+
+TEST_F(TextBoxes, MakeBlanksOfPastedLineBreaksInALine) {
+    Paste(line_, "Chest\r\nCT");
+
+    EXPECT_EQ(form_.txtLine.Text(), "Chest CT");
+}
+
+TEST_F(TextBoxes, ChangeTypedCharactersByKeyPress) {
+    form_.txtLine.KeyPress = Upper;
+
+    QTest::keyClicks(&line_, "calc 1");
+
+    EXPECT_EQ(form_.txtLine.Text(), "CALC 1");
+}
+
+TEST_F(TextBoxes, DropATypedCharacterThatBecomesNone) {
+    form_.txtLine.KeyPress = [](std::int16_t code) -> std::int16_t { return code == 'x' ? 0 : code; };
+
+    QTest::keyClicks(&line_, "axb");
+
+    EXPECT_EQ(form_.txtLine.Text(), "ab");
+}
+
+TEST_F(TextBoxes, ChangeComposedCharactersByKeyPressToo) {
+    form_.txtLine.KeyPress = [](std::int16_t code) -> std::int16_t { return code == '\'' ? 96 : code; };
+    QInputMethodEvent composed;
+    composed.setCommitString("'");
+
+    QCoreApplication::sendEvent(&line_, &composed);
+
+    EXPECT_EQ(form_.txtLine.Text(), "`");
+}
+
+TEST_F(TextBoxes, KeepPastedTextFromKeyPress) {
+    form_.txtLine.KeyPress = Upper;
+
+    Paste(line_, "calc");
+
+    EXPECT_EQ(form_.txtLine.Text(), "calc");
+}
+
+TEST_F(TextBoxes, SayWhichKeyWasReleased) {
+    std::vector<int> released;
+    form_.txtLine.KeyUp = [&](int keyCode) { released.push_back(keyCode); };
+
+    for (const auto key : {Qt::Key_Escape, Qt::Key_Down, Qt::Key_Delete, Qt::Key_A})
+        QTest::keyClick(&line_, key);
+
+    EXPECT_EQ(released, (std::vector{27, 40, 46, 65}));
+}
+
+TEST_F(TextBoxes, DoNotTakeAParenthesisForTheDownArrow) {
+    std::vector<int> released;
+    form_.txtLine.KeyUp = [&](int keyCode) { released.push_back(keyCode); };
+
+    for (const auto key : {Qt::Key_ParenLeft, Qt::Key_Period, Qt::Key_Apostrophe})
+        QTest::keyClick(&line_, key);
+
+    EXPECT_EQ(released, (std::vector{0, 0, 0}));
+}
+
+TEST_F(TextBoxes, HaveTheTextBeforeTheKeyIsReleased) {
+    std::string read;
+    form_.txtLine.KeyUp = [&](int) { read = form_.txtLine.Text(); };
+
+    QTest::keyClick(&line_, 'c');
+
+    EXPECT_EQ(read, "c");
+}
+
+TEST_F(TextBoxes, IgnoreTheReleaseOfAKeyThatWasPressedElsewhere) {
+    int released = 0;
+    form_.txtLine.KeyUp = [&](int) { ++released; };
+
+    QTest::keyRelease(&line_, Qt::Key_Return);
+
+    EXPECT_EQ(released, 0);
+}
+
+TEST_F(TextBoxes, ShowParagraphsAndHandThemBackWithTheirLineEnds) {
+    form_.txtParagraphs.Text("First.\r\n\r\nSecond.");
+    EXPECT_EQ(paragraphs_.toPlainText().toStdString(), "First.\n\nSecond.");
+
+    paragraphs_.moveCursor(QTextCursor::End);
+    QTest::keyClick(&paragraphs_, Qt::Key_Return);
+    QTest::keyClicks(&paragraphs_, "Third.");
+
+    EXPECT_EQ(form_.txtParagraphs.Text(), "First.\r\n\r\nSecond.\r\nThird.");
+}
+
+TEST_F(TextBoxes, TakeALineBreakWithinAParagraphForALineEnd) {
+    QTest::keyClick(&paragraphs_, 'a');
+    QTest::keyClick(&paragraphs_, Qt::Key_Return, Qt::ShiftModifier);
+
+    EXPECT_EQ(form_.txtParagraphs.Text(), "a\r\n");
+}
+
+TEST_F(TextBoxes, KeepANonBreakingBlankThatStandsInTheText) {
+    form_.txtParagraphs.Text("8\u00a0mm");
+
+    paragraphs_.moveCursor(QTextCursor::End);
+    QTest::keyClick(&paragraphs_, '.');
+
+    EXPECT_EQ(form_.txtParagraphs.Text(), "8\u00a0mm.");
+}
+
+TEST_F(TextBoxes, PassParagraphsThroughTheFilterAndKeepTheCaretSensible) {
+    form_.txtParagraphs.Filter = PlainQuotes;
+    form_.txtParagraphs.Text("ab");
+    paragraphs_.moveCursor(QTextCursor::Right);
+
+    Paste(paragraphs_, QString::fromUtf8("…\n’"));
+
+    EXPECT_EQ(form_.txtParagraphs.Text(), "a...\r\n'b");
+    EXPECT_EQ(paragraphs_.toPlainText().toStdString(), "a...\n'b");
+    EXPECT_EQ(paragraphs_.textCursor().position(), 6);
+}
+
+TEST_F(TextBoxes, UndoAPasteTogetherWithWhatTheFilterMadeOfIt) {
+    form_.txtParagraphs.Filter = PlainQuotes;
+    form_.txtParagraphs.Text("ab");
+    Paste(paragraphs_, QString::fromUtf8("…"));
+
+    QTest::keyClick(&paragraphs_, Qt::Key_Z, Qt::ControlModifier);
+
+    EXPECT_EQ(form_.txtParagraphs.Text(), "ab");
+}
+
+TEST_F(TextBoxes, CannotBeTypedIntoWhileLocked) {
+    form_.txtLine.Locked(true);
+
+    QTest::keyClicks(&line_, "x");
+
+    EXPECT_EQ(form_.txtLine.Text(), "");
+    EXPECT_TRUE(line_.isEnabled());
+}
+
+TEST_F(TextBoxes, PutRightWhatAnAssistiveTechnologyWritesWhileLocked) {
+    form_.txtLine.Text("Chest CT");
+    form_.txtLine.Locked(true);
+    form_.txtParagraphs.Text("No lesions.");
+    form_.txtParagraphs.Locked(true);
+
+    line_.setText("Knee");
+    paragraphs_.setPlainText("Lesions.");
+
+    EXPECT_EQ(Shown(line_), "Chest CT");
+    EXPECT_EQ(form_.txtParagraphs.Text(), "No lesions.");
+    EXPECT_EQ(paragraphs_.toPlainText(), "No lesions.");
+}
+
+TEST_F(TextBoxes, WearTheFaceOfAButtonWhenTold) {
+    const QColor open = line_.palette().color(QPalette::Base);
+
+    form_.txtLine.ButtonFace(true);
+    const QColor face = line_.palette().color(QPalette::Base);
+    form_.txtLine.ButtonFace(false);
+
+    EXPECT_NE(face, open);
+    EXPECT_EQ(line_.palette().color(QPalette::Base), open);
+}
+
+TEST_F(TextBoxes, KeepTheFaceOfAButtonWhenTheirWindowBecomesADialogBeforeItIsShown) {
+    OneOfEach form;
+    FormWindow window(form, LayOutOneOfEach);
+    form.txtLine.ButtonFace(true);
+
+    window.setWindowFlag(Qt::Dialog);
+    window.show();
+
+    EXPECT_NE(window.findChild<QLineEdit*>("txtLine")->palette().color(QPalette::Base),
+              line_.palette().color(QPalette::Base));
+    window.Dismiss();
+}
+
+TEST_F(TextBoxes, ChangeTheFaceOfAButtonWithTheDesktopsColours) {
+    form_.txtLine.ButtonFace(true);
+
+    Dress(*qApp, Scheme::Dark);
+    const QColor face = line_.palette().color(QPalette::Base);
+    const QColor darkFace = QApplication::palette().color(QPalette::Disabled, QPalette::Base);
+    Dress(*qApp, Scheme::Light);
+
+    EXPECT_EQ(face, darkFace);
+}
+
+TEST_F(TextBoxes, CannotBeUndoneBackIntoWhatTheProgramHasReplaced) {
+    form_.txtParagraphs.Text("version 1");
+    form_.txtParagraphs.Text("version 2");
+
+    QTest::keyClick(&paragraphs_, Qt::Key_Z, Qt::ControlModifier);
+
+    EXPECT_EQ(form_.txtParagraphs.Text(), "version 2");
+}
+
+} // namespace
+} // namespace tavrel

@@ -1,0 +1,116 @@
+#include "platform/qt/FormWindow.h"
+#include "platform/qt/Look.h"
+#include "tests/editor/ReportingStation.h"
+
+#include <QApplication>
+#include <QDir>
+
+#include <iostream>
+
+// Pictures of every window with something in it, light and dark, for whoever changes a layout:
+//     tavrel_preview FOLDER
+
+namespace {
+
+using namespace tavrel;
+using namespace tavrel::test;
+
+constexpr auto reading =
+    "Technique: volumetric acquisition before and after intravenous contrast medium, 1.25 mm slices.\r\n\r\n"
+    "No focal parenchymal lesions in either lung. A calcified nodule of 4 mm in the right upper lobe is unchanged "
+    "against the examination of 12/03/2025. Trachea and main bronchi are patent.\r\n\r\n"
+    "No pleural effusion. Mediastinal lymph nodes within normal limits, the largest 8 mm in the short axis at "
+    "station 4R. The heart is of normal size, no pericardial effusion. Regular calibre of the thoracic aorta with "
+    "slight calcifications of the arch.\r\n\r\n"
+    "Conclusion: no sign of recent disease. Granuloma of the right upper lobe, stable.";
+
+/// A workstation on which a day's work is being done.
+class Preview : public ReportingStation {
+public:
+    explicit Preview(QString prefix) : prefix_(std::move(prefix)) {
+        AddCode("StdTitles", "99SS", "T1", "CT Report");
+        AddCode("StdFinding", "SRT", "M-55400", "Calcification");
+        AddCode("StdFinding", "SRT", "M-55410", "Calcified granuloma");
+        AddCode("StdFinding", "SRT", "M-55450", "Calcified lymph node");
+        OpenReport({.patientName = "ROSSINI^ANNA MARIA",
+                    .title = "Chest CT, follow-up of pulmonary nodule",
+                    .reading = reading,
+                    .observer = "Dr. Elena Marchetti",
+                    .versions = 3});
+        editor.cmbBodyPart.Text("Chest");
+        editor.lstFinding.Add({"M-55400", "SRT", {"Calcification", "4 mm, unchanged"}});
+        editor.lstFinding.Add({"M-44000", "SRT", {"Granuloma", ""}});
+        editor.lstDiagnosis.Add({"D2-61000", "SRT", {"Granulomatous disease of lung", "stable since 2025"}});
+        editor.lstFinding.Select(0);
+    }
+
+    void TakeAll() {
+        Picture(editor, "report", {1280, 800});
+        Picture(editor, "report-smallest", {1, 1});
+        Picture(editor, "report-large", {1920, 1080});
+        Picture(editor, "report-largest", {3840, 2160});
+        TakeCodes();
+        editor.lstHistory.ListIndex(0);
+        Picture(editor, "report-older", {1280, 800});
+        TakeApproved();
+    }
+
+private:
+    void TakeCodes() {
+        editor.cmdFnAdd.Press();
+        codeTables.txtFind.Typed("CALC");
+        codeTables.txtFind.KeyUp('C');
+        codeTables.lstTable.Select(1);
+        Picture(codeTables, "codes");
+        codeTables.cmdClose.Press();
+        editor.cmdFnModify.Press();
+        Picture(codeTables, "codes-modify");
+        codeTables.cmdClose.Press();
+        editor.cmdTitle.Press();
+        Picture(codeTables, "codes-maintain");
+        codeTables.cmdClose.Press();
+    }
+    void TakeApproved() {
+        OpenReport({.seriesUid = "1.2.3.2.2",
+                    .seriesDir = "report2",
+                    .patientName = "ROSSINI^ANNA MARIA",
+                    .title = "Chest CT, second opinion",
+                    .reading = reading,
+                    .observer = "Dr. Giulio Ferrante",
+                    .approved = true});
+        Picture(editor, "report-approved", {1280, 800});
+        chooser.ShowSRDocuments("1.2.3");
+        Picture(chooser, "chooser");
+    }
+    void Picture(Form& form, const QString& name, QSize size = {}) {
+        FormWindow window(form, DesignedLayouts().at(form.Name()));
+        if (!size.isEmpty())
+            window.resize(size);
+        window.show();
+        QCoreApplication::processEvents();
+        if (!window.grab().save(prefix_ + name + ".png"))
+            throw std::runtime_error("cannot write " + (prefix_ + name).toStdString());
+        window.Dismiss();
+    }
+
+    QString prefix_;
+};
+
+} // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 2) {
+        std::cerr << "tavrel_preview FOLDER\n";
+        return 2;
+    }
+    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication application(argc, argv);
+    const QString folder = QString::fromLocal8Bit(argv[1]) + '/';
+    QDir().mkpath(folder);
+    for (const auto& [scheme, name] : {std::pair(Scheme::Light, "light-"), std::pair(Scheme::Dark, "dark-")}) {
+        Dress(application, scheme);
+        Preview(folder + name).TakeAll();
+    }
+    return 0;
+}

@@ -1,0 +1,212 @@
+#include "tests/sr/ReportFixture.h"
+
+namespace tavrel::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class Creation : public ReportFixture {};
+
+TEST_F(Creation, OfADocumentLeavesItEmptyAndPending) {
+    EXPECT_EQ(document.NumVersions(), 0);
+    EXPECT_EQ(document.VersionIndex(), -1);
+    EXPECT_EQ(document.VersionCount(), 0);
+    EXPECT_EQ(document.status(), DcmSRDocument::Pending);
+    EXPECT_FALSE(document.Updated());
+    EXPECT_FALSE(document.LoadedComplete());
+    EXPECT_THAT(document.Observers(), IsEmpty());
+    EXPECT_EQ(document.Reading(), "");
+}
+
+TEST_F(Creation, MakesOnePendingVersionThatIsUpdated) {
+    CreateReport();
+
+    EXPECT_EQ(document.NumVersions(), 1);
+    EXPECT_EQ(document.VersionIndex(), 0);
+    EXPECT_TRUE(document.Updated());
+    EXPECT_EQ(document.status(), DcmSRDocument::Pending);
+    EXPECT_FALSE(document.ReadOnly());
+    EXPECT_EQ(document.VersionCount(), 0);
+}
+
+TEST_F(Creation, ForgetsTheReportThatStoodThere) {
+    LoadReport({.versions = 2, .approved = true});
+    document.SetFinding(-1, "99SS", "F1", "Effusion", "");
+    document.SetDiagnosis(-1, "99SS", "D1", "Pneumonia", "");
+    document.SetBodyPart("99SS", "B1", "Chest");
+    const auto former = document.Series();
+
+    CreateReport();
+
+    EXPECT_NE(document.Series(), former);
+    EXPECT_EQ(former->Count(), 2);
+    EXPECT_EQ(document.NumVersions(), 1);
+    EXPECT_EQ(document.Reading(), "");
+    EXPECT_EQ(document.GetFindingCount(), 0);
+    EXPECT_EQ(document.GetDiagnosisCount(), 0);
+    EXPECT_EQ(document.BodyPartNode(), ContentNode());
+    EXPECT_THAT(document.Observers(), IsEmpty());
+    EXPECT_FALSE(document.LoadedComplete());
+}
+
+TEST_F(Creation, CopiesPatientAndStudyFromTheImage) {
+    const auto images = station.ImageSeries();
+    images->SetElementString(0, {0x0020, 0x0008}, "SH", "kept");
+
+    document.CreateFromDDO(*images, 0);
+
+    EXPECT_EQ(LastText(attribute::PatientName, "PN"), "ROSSI^MARIA");
+    EXPECT_EQ(LastText(attribute::PatientId, "LO"), "P1");
+    EXPECT_EQ(LastText(attribute::PatientBirthDate, "DA"), "20/05/1960");
+    EXPECT_EQ(LastText(attribute::PatientSex, "CS"), "F");
+    EXPECT_EQ(LastText(attribute::StudyDate, "DA"), "14/11/2026");
+    EXPECT_EQ(DateTimeOf(LastVersion()->GetValue(attribute::StudyTime, "TM")).minute, 30);
+    EXPECT_EQ(LastText(attribute::ReferringPhysicianName, "PN"), "BIANCHI^ANNA");
+    EXPECT_EQ(LastText(attribute::AccessionNumber, "SH"), "A1");
+    EXPECT_EQ(LastText(attribute::StudyDescription, "LO"), "Chest");
+    EXPECT_EQ(LastText(attribute::StudyInstanceUid, "UI"), "1.2.3");
+    EXPECT_EQ(LastText({0x0020, 0x0008}, "SH"), "kept");
+}
+
+TEST_F(Creation, MakesTheSeriesOfTheReport) {
+    CreateReport();
+
+    EXPECT_EQ(LastText(attribute::Modality, "CS"), "SR");
+    EXPECT_EQ(LastText(attribute::SeriesInstanceUid, "UI"), "1.2.999.2.2026.11.15.08.05.09");
+    EXPECT_EQ(LastText(attribute::SeriesNumber, "IS"), "2");
+    EXPECT_EQ(LastText(attribute::InstitutionName, "LO"), "Orbenta General Hospital");
+    EXPECT_EQ(LastText(attribute::ManufacturerModelName, "LO"), "Orbenta/Refert");
+    EXPECT_EQ(LastText(attribute::SoftwareVersions, "LO"), "1.4");
+}
+
+TEST_F(Creation, LeavesToTheWriterWhatMakesAVersion) {
+    CreateReport();
+
+    EXPECT_EQ(LastText(attribute::SopInstanceUid, "UI"), "");
+    EXPECT_EQ(LastText(attribute::CompletionFlag, "CS"), "");
+    EXPECT_EQ(LastVersion()->GetSequenceItemCount(attribute::ContentSequence), 0);
+    EXPECT_EQ(LastVersion()->GetSequenceItemCount(attribute::VerifyingObserverSequence), 0);
+}
+
+TEST_F(Creation, CopesWithAnImageThatHasNothing) {
+    const auto images = station.dicom->NewDataSetList();
+    images->AddDataSet(-1);
+
+    document.CreateFromDDO(*images, 0);
+
+    EXPECT_EQ(document.PatientName(), "");
+    EXPECT_EQ(document.StudyDate(), DateTime{});
+    EXPECT_EQ(LastText(attribute::SeriesNumber, "IS"), "1");
+}
+
+TEST_F(Creation, NumbersTheFirstSeriesOfAStudyWithOne) {
+    station.Execute("DELETE FROM Series");
+
+    CreateReport();
+
+    EXPECT_EQ(LastText(attribute::SeriesNumber, "IS"), "1");
+}
+
+TEST_F(Creation, NumbersTheSeriesAfterTheHighestOfTheStudyWhateverItsModality) {
+    station.AddSeries("1.2.3.7", "1.2.3", "CT", "images7", 7);
+    station.AddSeries("1.2.3.5", "1.2.3", "SR", "report", 5);
+    station.AddSeries("1.2.4.9", "1.2.4", "CT", "other study", 9);
+
+    CreateReport();
+
+    EXPECT_EQ(LastText(attribute::SeriesNumber, "IS"), "8");
+}
+
+TEST_F(Creation, NumbersTheSeriesWithoutALimitOfSixteenBits) {
+    station.AddSeries("1.2.3.7", "1.2.3", "CT", "images7", 70000);
+
+    CreateReport();
+
+    EXPECT_EQ(LastText(attribute::SeriesNumber, "IS"), "70001");
+}
+
+TEST_F(Creation, CopiesFromTheImageAtTheIndexButAsksForTheStudyOfTheFirst) {
+    const auto images = station.ImageSeries(4);
+    images->SetElementString(3, attribute::PatientName, "PN", "BIANCHI^UGO");
+    images->SetElementString(3, attribute::StudyInstanceUid, "UI", "1.2.4");
+    station.AddSeries("1.2.4.9", "1.2.4", "CT", "other study", 9);
+
+    document.CreateFromDDO(*images, 3);
+
+    EXPECT_EQ(document.PatientName(), "BIANCHI^UGO");
+    EXPECT_EQ(LastText(attribute::StudyInstanceUid, "UI"), "1.2.4");
+    EXPECT_EQ(LastText(attribute::SeriesNumber, "IS"), "2");
+}
+
+TEST_F(Creation, AsksTheCatalogueInItsExactWords) {
+    struct Recording : ForwardingConnection {
+        Recording(std::unique_ptr<Connection> target, std::vector<std::string>& texts)
+            : ForwardingConnection(std::move(target)), statements(texts) {}
+        std::unique_ptr<ResultSet> OpenResultSet(std::string_view statement, Cursor cursor) override {
+            statements.emplace_back(statement);
+            return ForwardingConnection::OpenResultSet(statement, cursor);
+        }
+        std::vector<std::string>& statements;
+    };
+    std::vector<std::string> statements;
+    global.catalogue = std::make_unique<Recording>(std::move(global.catalogue), statements);
+
+    CreateReport();
+
+    EXPECT_THAT(statements,
+                ElementsAre("SELECT Max(SeriesNumber) as SRCount From Series WHERE StudyInstanceUID='1.2.3'"));
+}
+
+TEST_F(Creation, WritesItsAttributesInOrder) {
+    struct Watching : ForwardingDataSetList {
+        Watching(std::shared_ptr<DataSetList> target, std::vector<std::string>& calls)
+            : ForwardingDataSetList(std::move(target)), written(calls) {}
+        static std::string Name(Tag tag, std::string_view vr) {
+            char name[16];
+            std::snprintf(name, sizeof name, "%04X,%04X ", tag.group, tag.element);
+            return name + std::string(vr);
+        }
+        void SetElementValue(int index, Tag tag, std::string_view vr, int valueIndex, const Value& value) override {
+            written.push_back(Name(tag, vr));
+            ForwardingDataSetList::SetElementValue(index, tag, vr, valueIndex, value);
+        }
+        void SetElementString(int index, Tag tag, std::string_view vr, std::string_view text) override {
+            written.push_back(Name(tag, vr) + " text");
+            ForwardingDataSetList::SetElementString(index, tag, vr, text);
+        }
+        std::vector<std::string>& written;
+    };
+    struct Library : ForwardingLibrary {
+        using ForwardingLibrary::ForwardingLibrary;
+        std::shared_ptr<DataSetList> NewDataSetList() override {
+            return std::make_shared<Watching>(ForwardingLibrary::NewDataSetList(), written);
+        }
+        std::vector<std::string> written;
+    } library(*station.dicom);
+    Global watched(station.PortsWith(library));
+    watched.catalogue = std::move(global.catalogue);
+
+    DcmSRDocument(watched).CreateFromDDO(*station.ImageSeries(), 0);
+
+    EXPECT_THAT(library.written,
+                ElementsAre("0010,0010 PN text", "0010,0020 LO", "0010,0030 DA", "0010,0040 CS", "0008,0020 DA",
+                            "0008,0030 TM", "0008,0090 PN", "0008,0090 PN text", "0008,0050 SH", "0008,1030 LO",
+                            "0020,000D UI", "0020,0008 SH", "0008,0060 CS", "0020,000E UI", "0020,0011 IS",
+                            "0008,0080 LO", "0008,1090 LO", "0018,1020 LO"));
+}
+
+TEST_F(Creation, LeavesACatalogueErrorToTheCaller) {
+    global.catalogue->Close();
+
+    EXPECT_THROW(CreateReport(), Error);
+    EXPECT_THAT(Shown(), IsEmpty());
+}
+
+TEST_F(Creation, LeavesAMissingImageToTheCaller) {
+    EXPECT_THROW(document.CreateFromDDO(*station.ImageSeries(2), 2), Error);
+    EXPECT_THAT(Shown(), IsEmpty());
+}
+
+} // namespace
+} // namespace tavrel::test

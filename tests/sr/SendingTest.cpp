@@ -1,0 +1,125 @@
+#include "tests/sr/ReportFixture.h"
+
+namespace tavrel::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+class Sending : public ReportFixture {};
+
+TEST_F(Sending, GoesToTheServiceOfTheFirstPort) {
+    station.Insert("Port", {{"Port", "999"}, {"AETitle", "OTHER"}});
+    CreateReport();
+
+    document.Send();
+
+    ASSERT_THAT(station.store.sent, SizeIs(1));
+    const SentVersion& sent = station.store.sent[0];
+    EXPECT_EQ(sent.host, "Localhost");
+    EXPECT_EQ(sent.port, "10404");
+    EXPECT_EQ(sent.callingAe, "AE_INTERNAL");
+    EXPECT_EQ(sent.calledAe, "PORVANE");
+    EXPECT_TRUE(sent.wait);
+}
+
+TEST_F(Sending, TakesTheLastVersionWhicheverIsShown) {
+    LoadReport({.versions = 2});
+    document.GotoVersion(0);
+
+    document.Send();
+
+    ASSERT_THAT(station.store.sent, SizeIs(1));
+    EXPECT_EQ(Text(station.store.sent[0].dataSet, attribute::SopInstanceUid, "UI"), "1.2.999.1.2026.11.15.08.05.09");
+}
+
+TEST_F(Sending, WithoutAPortSendsAndShowsNothing) {
+    station.Execute("DELETE FROM Port");
+    CreateReport();
+
+    document.Send();
+
+    EXPECT_THAT(station.store.sent, IsEmpty());
+    EXPECT_THAT(Shown(), IsEmpty());
+    EXPECT_EQ(LastText(attribute::CompletionFlag, "CS"), "PARTIAL");
+}
+
+TEST_F(Sending, LeavesTheDocumentUpdatedAndItsFirstVersionFresh) {
+    CreateReport();
+
+    document.Send();
+    EXPECT_TRUE(document.Updated());
+
+    document.Send();
+    EXPECT_EQ(document.NumVersions(), 1);
+}
+
+TEST_F(Sending, ShowsTheServicesRefusalAlone) {
+    station.store.answer = [](const SentVersion&) { throw Error(0xA700, "Porvane", "Out of resources"); };
+    CreateReport();
+
+    document.Send();
+
+    ASSERT_THAT(Shown(), ElementsAre("Out of resources"));
+    EXPECT_EQ(station.windows.messages[0].title, "");
+    EXPECT_EQ(station.windows.messages[0].buttons, Buttons::Ok);
+}
+
+TEST_F(Sending, KeepsTheVersionThatWasRefused) {
+    station.store.answer = [](const SentVersion&) { throw Error(0xA700, "Porvane", "Out of resources"); };
+    LoadReport({});
+    document.Reading("typed");
+
+    document.Send();
+
+    EXPECT_EQ(document.NumVersions(), 2);
+    EXPECT_TRUE(document.Updated());
+    EXPECT_EQ(document.Reading(), "typed");
+}
+
+TEST_F(Sending, ShowsAClosedCatalogue) {
+    CreateReport();
+    global.catalogue->Close();
+
+    document.Send();
+
+    EXPECT_THAT(Shown(), SizeIs(1));
+    EXPECT_THAT(station.store.sent, IsEmpty());
+}
+
+TEST_F(Sending, ShowsAPortWithoutATitle) {
+    station.Execute("UPDATE Port SET AETitle = NULL");
+    CreateReport();
+
+    document.Send();
+
+    EXPECT_THAT(Shown(), SizeIs(1));
+    EXPECT_THAT(station.store.sent, IsEmpty());
+}
+
+TEST_F(Sending, AsksForThePortInItsExactWordsAndLetsItGoFirst) {
+    struct Recording : ForwardingConnection {
+        Recording(std::unique_ptr<Connection> target, std::vector<std::string>& texts)
+            : ForwardingConnection(std::move(target)), statements(texts) {}
+        std::unique_ptr<ResultSet> OpenResultSet(std::string_view statement, Cursor cursor) override {
+            EXPECT_EQ(cursor, Cursor::ForwardOnly);
+            statements.emplace_back(statement);
+            return ForwardingConnection::OpenResultSet(statement, cursor);
+        }
+        std::vector<std::string>& statements;
+    };
+    CreateReport();
+    std::vector<std::string> statements;
+    global.catalogue = std::make_unique<Recording>(std::move(global.catalogue), statements);
+    // The service writes the catalogue while the version is on its way.
+    station.store.answer = [&](const SentVersion&) { station.Execute("DROP TABLE Port"); };
+
+    document.Send();
+
+    EXPECT_THAT(statements, ElementsAre("SELECT * FROM Port"));
+    EXPECT_THAT(Shown(), IsEmpty());
+}
+
+} // namespace
+} // namespace tavrel::test

@@ -1,0 +1,254 @@
+#include "tests/sr/ReportFixture.h"
+
+namespace tavrel::test {
+namespace {
+
+using testing::ElementsAre;
+
+class Versions : public ReportFixture {};
+
+TEST_F(Versions, AreCountedInTheSeries) {
+    LoadReport({.versions = 3});
+
+    EXPECT_EQ(document.NumVersions(), 3);
+    EXPECT_EQ(document.VersionCount(), 3);
+}
+
+TEST_F(Versions, AreLabelledWithContentDateAndTime) {
+    LoadReport({.versions = 2});
+
+    EXPECT_THAT(Labels(), ElementsAre("14/11/2026 08:00:00", "14/11/2026 08:01:00"));
+}
+
+TEST_F(Versions, SavedAtMidnightCarryTheirTimeInTheLabel) {
+    station.clock.now = {2026, 11, 15};
+    CreateReport();
+
+    document.Send();
+
+    EXPECT_THAT(Labels(), ElementsAre("15/11/2026 00:00:00"));
+}
+
+TEST_F(Versions, WithoutContentDateAndTimeHaveTheBlankAsTheirLabel) {
+    LoadReport({});
+    VersionAt(0)->SetValue(attribute::ContentDate, "DA", 0, Value());
+    VersionAt(0)->SetValue(attribute::ContentTime, "TM", 0, Value());
+
+    document.Send();
+
+    EXPECT_THAT(Labels(), ElementsAre(" ", "15/11/2026 08:05:09"));
+}
+
+TEST_F(Versions, AreAskedForFromOneOn) {
+    LoadReport({.versions = 2});
+
+    EXPECT_EQ(document.Version(2), "14/11/2026 08:01:00");
+    EXPECT_THROW(document.Version(0), Error);
+    EXPECT_THROW(document.Version(3), Error);
+}
+
+class BadIndexes : public Versions, public testing::WithParamInterface<std::int16_t> {};
+
+TEST_P(BadIndexes, AreRefusedAndTheIndexStays) {
+    LoadReport({.versions = 2});
+
+    try {
+        document.VersionIndex(GetParam());
+        FAIL() << "accepted";
+    } catch (const Error& error) {
+        EXPECT_EQ(error.number, 1);
+        EXPECT_EQ(error.source, "DcmSRDocument");
+        EXPECT_EQ(error.description, "Bad IOD index");
+    }
+    EXPECT_EQ(document.VersionIndex(), 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(, BadIndexes, testing::Values(-1, 2, 3, -32768, 32767));
+
+TEST_F(Versions, IndexDoesNotReloadTheContent) {
+    LoadReport({.reading = "stored", .versions = 2});
+    document.Reading("typed");
+
+    document.VersionIndex(0);
+
+    EXPECT_EQ(document.VersionIndex(), 0);
+    EXPECT_EQ(document.Reading(), "typed");
+}
+
+TEST_F(Versions, AreGoneToWithTheirContentAndKeepTheLabels) {
+    LoadReport({.versions = 3});
+    document.Reading("typed");
+    VersionAt(0)->SetValue(attribute::ContentDate, "DA", 0, DateTime{2020, 1, 1});
+
+    document.GotoVersion(0);
+
+    EXPECT_EQ(document.VersionIndex(), 0);
+    EXPECT_EQ(document.Reading(), "Normal heart and lungs.");
+    EXPECT_EQ(document.Observers().size(), 1U);
+    EXPECT_FALSE(document.Updated());
+    EXPECT_THAT(Labels(), ElementsAre("14/11/2026 08:00:00", "14/11/2026 08:01:00", "14/11/2026 08:02:00"));
+}
+
+TEST_F(Versions, ThatDoNotExistFailInTheLibrary) {
+    LoadReport({.versions = 2});
+
+    try {
+        document.GotoVersion(2);
+        FAIL() << "accepted";
+    } catch (const Error& error) {
+        EXPECT_EQ(error.description, "No data set at index 2");
+    }
+}
+
+TEST_F(Versions, OfADocumentWithoutAListAreAnErrorInWords) {
+    document.Series(nullptr);
+
+    EXPECT_THROW(document.NumVersions(), Error);
+    EXPECT_THROW(document.GotoVersion(0), Error);
+}
+
+class ReadOnly : public Versions {};
+
+TEST_F(ReadOnly, IsNotTheLastVersionOfAPendingReport) {
+    LoadReport({.versions = 2});
+
+    EXPECT_FALSE(document.ReadOnly());
+}
+
+TEST_F(ReadOnly, IsAnOlderVersion) {
+    LoadReport({.versions = 2});
+
+    document.GotoVersion(0);
+    EXPECT_TRUE(document.ReadOnly());
+
+    document.GotoVersion(1);
+    EXPECT_FALSE(document.ReadOnly());
+}
+
+TEST_F(ReadOnly, IsEveryVersionOfAnApprovedReport) {
+    LoadReport({.versions = 1, .approved = true});
+
+    EXPECT_EQ(document.status(), DcmSRDocument::Approved);
+    EXPECT_TRUE(document.LoadedComplete());
+    EXPECT_TRUE(document.ReadOnly());
+}
+
+class Statuses : public Versions, public testing::WithParamInterface<std::pair<int, bool>> {};
+
+TEST_P(Statuses, OnlyOneIsWritable) {
+    CreateReport();
+
+    document.status(GetParam().first);
+
+    EXPECT_EQ(document.ReadOnly(), GetParam().second);
+}
+
+INSTANTIATE_TEST_SUITE_P(, Statuses,
+                         testing::Values(std::pair(1, false), std::pair(0, true), std::pair(-1, true),
+                                         std::pair(2, true)));
+
+TEST_F(Versions, AreUpdatedByAnyWriteOfTheStatus) {
+    LoadReport({});
+    ASSERT_FALSE(document.Updated());
+
+    document.status(document.status());
+
+    EXPECT_TRUE(document.Updated());
+}
+
+TEST_F(Versions, CanBeMarkedUpdatedAndBack) {
+    document.Updated(true);
+    EXPECT_TRUE(document.Updated());
+    document.Updated(false);
+    EXPECT_FALSE(document.Updated());
+}
+
+TEST_F(Versions, AreNeverProprietary) {
+    EXPECT_FALSE(document.IsProprietary());
+}
+
+class CompletionFlags : public Versions, public testing::WithParamInterface<std::pair<std::string, int>> {};
+
+TEST_P(CompletionFlags, DecideTheStatus) {
+    LoadReport({.versions = 1, .approved = true});
+    VersionAt(0)->SetValue(attribute::CompletionFlag, "CS", 0, GetParam().first);
+
+    document.GotoVersion(0);
+
+    EXPECT_EQ(document.status(), GetParam().second);
+    EXPECT_EQ(document.LoadedComplete(), GetParam().second == DcmSRDocument::Approved);
+}
+
+INSTANTIATE_TEST_SUITE_P(, CompletionFlags,
+                         testing::Values(std::pair("COMPLETE", 0), std::pair("PARTIAL", 1), std::pair("", 1),
+                                         std::pair("complete", 1), std::pair("COMPLETED", 1)));
+
+struct Physicians {
+    std::vector<std::string> observers; ///< in the order of their saves
+    bool approved;
+    std::string referring; ///< empty for none
+    std::string approver;  ///< empty for none
+};
+
+class ReportPhysicians : public Versions, public testing::WithParamInterface<Physicians> {
+protected:
+    static std::string Name(const ObservationContext* observer) { return observer ? observer->ObserverName : ""; }
+};
+
+TEST_P(ReportPhysicians, ComeFromTheObservers) {
+    document.Series()->AddDataSet(-1);
+    for (const std::string& name : GetParam().observers) {
+        const ObservationContext observer{name, "Orbenta General Hospital", {2026, 11, 15}};
+        const int end = VersionAt(0)->GetSequenceItemCount(attribute::VerifyingObserverSequence);
+        VersionAt(0)->SetSequenceItem(attribute::VerifyingObserverSequence, end, observer.DicomObject(*station.dicom));
+    }
+    VersionAt(0)->SetValue(attribute::CompletionFlag, "CS", 0, GetParam().approved ? "COMPLETE" : "PARTIAL");
+
+    document.GotoVersion(0);
+
+    EXPECT_EQ(Name(document.Referring()), GetParam().referring);
+    EXPECT_EQ(Name(document.Approver()), GetParam().approver);
+}
+
+INSTANTIATE_TEST_SUITE_P(, ReportPhysicians,
+                         testing::Values(Physicians{{}, false, "", ""}, Physicians{{}, true, "", ""},
+                                         Physicians{{"A"}, false, "A", ""}, Physicians{{"A"}, true, "A", "A"},
+                                         Physicians{{"A", "B"}, true, "A", "B"},
+                                         Physicians{{"A", "B", "C"}, false, "C", ""},
+                                         Physicians{{"A", "B", "C"}, true, "B", "C"}));
+
+TEST_F(Versions, ShowTheirNewObserverOnlyWhenReadAgain) {
+    LoadReport({.observer = "Dr. Anna Bianchi", .versions = 1});
+
+    document.Send();
+    EXPECT_EQ(document.Observers().size(), 1U);
+
+    document.GotoVersion(1);
+    ASSERT_EQ(document.Observers().size(), 2U);
+    EXPECT_EQ(document.Referring()->ObserverName, "Dr. Mario Rossi");
+}
+
+TEST_F(Versions, WithoutASecondContentItemKeepTheReadingThatStoodThere) {
+    LoadReport({});
+    document.Reading("stays");
+    document.Series()->AddDataSet(-1);
+
+    document.GotoVersion(1);
+
+    EXPECT_EQ(document.Reading(), "stays");
+    EXPECT_FALSE(document.Updated());
+}
+
+TEST_F(Versions, WithoutContentHaveNoTitle) {
+    LoadReport({.title = "Chest"});
+    document.Series()->AddDataSet(-1);
+
+    document.GotoVersion(1);
+
+    std::string scheme, code, meaning, annotation;
+    document.GetTitle(scheme, code, meaning, annotation);
+    EXPECT_THAT((std::vector{scheme, code, meaning, annotation}), testing::Each(""));
+}
+
+} // namespace
+} // namespace tavrel::test

@@ -1,0 +1,84 @@
+#include "tests/suite/Child.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+
+namespace tavrel {
+namespace {
+
+std::string Contents(const std::filesystem::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+int ExitStatus(int waited) {
+    return WIFEXITED(waited) ? WEXITSTATUS(waited) : 128 + WTERMSIG(waited);
+}
+
+} // namespace
+
+Child::Child(const std::vector<std::string>& command, const std::string& outputFile) : pid_(fork()) {
+    if (pid_ < 0)
+        throw std::runtime_error("fork");
+    if (pid_ > 0)
+        return;
+    prctl(PR_SET_PDEATHSIG, SIGKILL); // it does not outlive a test that crashes
+    const int output = open(outputFile.c_str(), O_WRONLY | O_CREAT | O_APPEND, S_IRUSR | S_IWUSR);
+    dup2(output, STDOUT_FILENO);
+    dup2(output, STDERR_FILENO);
+    std::vector<char*> arguments;
+    for (const std::string& argument : command)
+        arguments.push_back(const_cast<char*>(argument.c_str()));
+    arguments.push_back(nullptr);
+    execvp(arguments.front(), arguments.data());
+    _exit(127);
+}
+
+Child::~Child() {
+    if (!IsRunning())
+        return;
+    Signal(SIGKILL);
+    waitpid(pid_, nullptr, 0);
+}
+
+bool Child::IsRunning() {
+    int waited = 0;
+    if (isRunning_ && waitpid(pid_, &waited, WNOHANG) == pid_) {
+        isRunning_ = false;
+        status_ = ExitStatus(waited);
+    }
+    return isRunning_;
+}
+
+void Child::Signal(int signal) const {
+    if (isRunning_)
+        kill(pid_, signal);
+}
+
+int Child::Wait() {
+    Eventually([this] { return !IsRunning(); });
+    return status_;
+}
+
+Outcome RunShell(const std::string& command) {
+    char folder[] = "/tmp/orbenta-run.XXXXXX";
+    if (!mkdtemp(folder))
+        throw std::runtime_error("mkdtemp");
+    const std::filesystem::path outputs(folder);
+    const std::string line = "(" + command + ") >" + (outputs / "out").string() + " 2>" + (outputs / "err").string();
+    const int waited = std::system(line.c_str());
+    Outcome outcome{ExitStatus(waited), Contents(outputs / "out"), Contents(outputs / "err")};
+    std::filesystem::remove_all(outputs);
+    return outcome;
+}
+
+} // namespace tavrel

@@ -1,0 +1,125 @@
+#include "tests/suite/SuiteRoom.h"
+
+#include "platform/posix/PosixFiles.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <stdlib.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <random>
+#include <stdexcept>
+
+namespace tavrel {
+namespace {
+
+namespace fs = std::filesystem;
+
+fs::path NewFolder() {
+    char folder[] = "/tmp/orbenta-suite.XXXXXX";
+    if (!mkdtemp(folder))
+        throw std::runtime_error("mkdtemp");
+    return folder;
+}
+
+sockaddr_in Loopback(int port) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(static_cast<std::uint16_t>(port));
+    return address;
+}
+
+/// Below the ports that the system gives to outgoing connections, which could take it meanwhile.
+int FreePort() {
+    std::random_device random;
+    for (std::uniform_int_distribution port(20000, 32000);;) {
+        const sockaddr_in address = Loopback(port(random));
+        const int probe = socket(AF_INET, SOCK_STREAM, 0);
+        const bool isFree = bind(probe, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+        close(probe);
+        if (isFree)
+            return ntohs(address.sin_port);
+    }
+}
+
+} // namespace
+
+SuiteRoom::SuiteRoom() : folder_(NewFolder()), dataSource_("DicomFDB"), port_(FreePort()) {
+    // A short wait for locks; all else as the tool writes it.
+    PosixFiles().WriteText((folder_ / "odbc.ini").string(),
+                           "[DicomFDB]\nDriver=SQLite3\nDatabase=" + (folder_ / "catalogue.db").string() +
+                               "\nTimeout=100\nFKSupport=1\nJournalMode=WAL\n");
+    setenv("ODBCINI", (folder_ / "odbc.ini").c_str(), 1);
+    Fill();
+}
+
+SuiteRoom::SuiteRoom(const std::string& dataSource) : folder_(NewFolder()), dataSource_(dataSource), port_(FreePort()) {
+    Fill();
+}
+
+SuiteRoom::~SuiteRoom() {
+    fs::remove_all(folder_);
+}
+
+void SuiteRoom::Fill() {
+    catalogue_ = database_.NewConnection();
+    catalogue_->Open("DSN=" + dataSource_);
+    CreateSchema(*catalogue_, DetectEngine(*catalogue_));
+    for (const std::string_view table : CatalogueTables())
+        Run("DELETE FROM " + std::string(table)); // a server keeps the last test's rows
+    Run("INSERT INTO Port (Port, AETitle) VALUES (" + std::to_string(port_) + ", 'PORVANE')");
+}
+
+std::vector<std::string> SuiteRoom::Column(const std::string& query) {
+    std::vector<std::string> values;
+    for (const auto rows = catalogue_->OpenResultSet(query); !rows->AtEnd(); rows->MoveNext())
+        values.emplace_back(rows->Field(0).value_or("NULL"));
+    return values;
+}
+
+std::string SuiteRoom::Value(const std::string& query) {
+    const auto values = Column(query);
+    if (values.size() != 1)
+        throw std::runtime_error(std::to_string(values.size()) + " rows: " + query);
+    return values.front();
+}
+
+std::vector<std::string> SuiteRoom::ServiceCommand() const {
+    return {PORVANE_PROGRAM, "--dsn", dataSource_, "--studies", Studies().string()};
+}
+
+std::unique_ptr<Child> SuiteRoom::StartService() {
+    auto service = std::make_unique<Child>(ServiceCommand(), (folder_ / "porvane.log").string());
+    Eventually([&] { return Listens(port_) || !service->IsRunning(); });
+    return service;
+}
+
+std::string SuiteRoom::ServiceLog() const {
+    return PosixFiles().ReadText((folder_ / "porvane.log").string());
+}
+
+Outcome SuiteRoom::Tool(const std::string& arguments) const {
+    return RunShell(std::string(TOOL_PROGRAM) + " --dsn " + dataSource_ + " " + arguments);
+}
+
+std::vector<fs::path> SuiteRoom::StoredFiles() const {
+    std::vector<fs::path> files;
+    for (const auto& entry : fs::recursive_directory_iterator(Studies()))
+        if (entry.path().extension() == ".dcm")
+            files.push_back(entry.path());
+    std::ranges::sort(files);
+    return files;
+}
+
+bool Listens(int port) {
+    const int probe = socket(AF_INET, SOCK_STREAM, 0);
+    const sockaddr_in address = Loopback(port);
+    const bool listens = connect(probe, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    close(probe);
+    return listens;
+}
+
+} // namespace tavrel

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "platform/odbc/OdbcDatabase.h"
+#include "suite/catalogue/Schema.h"
+#include "tests/suite/Child.h"
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace tavrel {
+
+/// A folder with a catalogue for the suite's programs, on SQLite, or on an engine's server through an
+/// entry of the ODBC file in force. The process's environment names it; one at a time.
+class SuiteRoom {
+public:
+    SuiteRoom();
+    explicit SuiteRoom(const std::string& dataSource);
+    ~SuiteRoom();
+    SuiteRoom(const SuiteRoom&) = delete;
+    SuiteRoom& operator=(const SuiteRoom&) = delete;
+
+    std::filesystem::path Folder() const { return folder_; }
+    std::filesystem::path Studies() const { return folder_ / "studies"; }
+    std::filesystem::path Incoming() const { return Studies() / ".incoming"; }
+    int Port() const { return port_; }
+
+    Connection& Catalogue() { return *catalogue_; }
+    void Run(const std::string& statement) { catalogue_->OpenResultSet(statement); }
+    /// The first column of every row.
+    std::vector<std::string> Column(const std::string& query);
+    /// The first column of the only row.
+    std::string Value(const std::string& query);
+    std::string Count(const std::string& table) { return Value("SELECT count(*) FROM " + table); }
+
+    /// Starts the service and waits until it listens.
+    std::unique_ptr<Child> StartService();
+    std::vector<std::string> ServiceCommand() const;
+    std::string ServiceLog() const;
+    /// Runs the administration tool; `arguments` as for the shell.
+    Outcome Tool(const std::string& arguments) const;
+
+    /// The object files in the studies' folder.
+    std::vector<std::filesystem::path> StoredFiles() const;
+
+private:
+    void Fill();
+
+    std::filesystem::path folder_;
+    std::string dataSource_;
+    int port_;
+    OdbcDatabase database_;
+    std::unique_ptr<Connection> catalogue_;
+};
+
+/// Whether something listens on the port of this machine.
+bool Listens(int port);
+
+} // namespace tavrel

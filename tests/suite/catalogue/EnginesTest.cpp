@@ -1,0 +1,109 @@
+#include "suite/catalogue/CodeTable.h"
+#include "suite/catalogue/Settings.h"
+#include "tests/suite/SuiteRoom.h"
+#include "tests/suite/TestObject.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace tavrel {
+namespace {
+
+/// Each test on the servers of tests/support/engines.
+class Engines : public testing::TestWithParam<const char*> {
+protected:
+    SuiteRoom room{std::string("DicomFDB_") + GetParam()};
+};
+
+TEST_P(Engines, TheSchemaCanBeMadeAgain) {
+    room.Run("INSERT INTO SiteData (BaseUID, Organization) VALUES ('2.999.1', 'Orbenta')");
+    CreateSchema(room.Catalogue(), DetectEngine(room.Catalogue()));
+    EXPECT_EQ(room.Value("SELECT Organization FROM SiteData"), "Orbenta");
+}
+
+TEST_P(Engines, ACodeIsFoundWithABlankBehindIt) {
+    room.Run("INSERT INTO StdFinding (CodeScheme, CodeValue, CodeMeaning) VALUES ('99SS', 'F1', 'Nodule')");
+    EXPECT_EQ(room.Value("SELECT CodeMeaning FROM StdFinding WHERE CodeValue = 'F1 ' "), "Nodule");
+}
+
+TEST_P(Engines, LetterCaseOfACodeCounts) {
+    room.Run("INSERT INTO StdFinding (CodeScheme, CodeValue, CodeMeaning) VALUES ('99SS', 'f1', 'Nodule')");
+    EXPECT_TRUE(room.Column("SELECT CodeMeaning FROM StdFinding WHERE CodeValue = 'F1 ' ").empty());
+}
+
+TEST_P(Engines, ACodesValueComesBackWithoutPadding) {
+    room.Run("INSERT INTO StdFinding (CodeScheme, CodeValue, CodeMeaning) VALUES ('99SS', 'F1', 'Nodule')");
+    EXPECT_EQ(room.Value("SELECT CodeValue FROM StdFinding"), "F1");
+}
+
+TEST_P(Engines, ImagesComeBackInTheOrderOfTheirStoring) {
+    std::vector<std::string> files;
+    for (int number = 100; number > 0; --number) {
+        files.push_back("img_" + std::to_string(number) + ".dcm");
+        room.Run("INSERT INTO Image (SeriesInstanceUID, ImageFile) VALUES ('2.999." + std::to_string(number % 2) +
+                 "', '" + files.back() + "')");
+    }
+    std::erase_if(files, [n = 0](const auto&) mutable { return n++ % 2 != 0; });
+    std::vector<std::string> found;
+    const auto rows = room.Catalogue().OpenResultSet("SELECT * From Image WHERE SeriesInstanceUID='2.999.0'");
+    for (; !rows->AtEnd(); rows->MoveNext())
+        found.push_back(rows->Text("ImageFile"));
+    EXPECT_EQ(found, files);
+}
+
+TEST_P(Engines, AnAuditRowGetsItsTime) {
+    room.Run("INSERT INTO History (Node, Username, PatientName, PatientID, StudyUID, SeriesUID, ActionVal, Description)"
+             " VALUES ('N','u','p','1','2.999.1','2.999.2','REFERT','View Refert')");
+    EXPECT_TRUE(room.Value("SELECT ActionTime FROM History").starts_with("20"));
+}
+
+TEST_P(Engines, CodesOfManyLettersAreImported) {
+    const auto result = ImportCodes(room.Catalogue(), "StdTitles",
+                                    "CodeScheme,CodeValue,CodeMeaning\n99SS,T1,Röntgen 胸部 \U0001F9B4\n", false);
+    EXPECT_EQ(result.added, 1);
+    EXPECT_EQ(room.Value("SELECT CodeMeaning FROM StdTitles"), "Röntgen 胸部 \U0001F9B4");
+}
+
+TEST_P(Engines, AOneRowTableKeepsOneRow) {
+    OneRowTable port(room.Catalogue(), "Port");
+    port.Set({{"Port", "4242"}});
+    EXPECT_EQ(port.Rows(), 1);
+    EXPECT_EQ(port.Value("Port"), "4242");
+    EXPECT_EQ(port.Value("AETitle"), "PORVANE");
+}
+
+TEST_P(Engines, UsersAreSet) {
+    SetUser(room.Catalogue(), {"anna", "O'Brien^Anna"});
+    SetUser(room.Catalogue(), {"anna", "O'Brien^A"});
+    ASSERT_EQ(ReadUsers(room.Catalogue()).size(), 1U);
+    EXPECT_EQ(ReadUsers(room.Catalogue()).front().signature, "O'Brien^A");
+}
+
+TEST_P(Engines, TheServiceStoresAndKnowsWhatItStored) {
+    auto service = room.StartService();
+    EXPECT_EQ(TestObject().Numbered(1).Send(room), 0) << room.ServiceLog();
+    service.reset();
+    service = room.StartService();
+    EXPECT_EQ(TestObject().Numbered(1).Send(room), 0);
+    EXPECT_EQ(TestObject().Numbered(2).Send(room), 0);
+    EXPECT_EQ(room.Count("Image"), "2");
+    EXPECT_EQ(room.StoredFiles().size(), 2U);
+}
+
+TEST_P(Engines, ARefusedRowTakesTheFileBack) {
+    const auto service = room.StartService();
+    room.Run("ALTER TABLE Image RENAME TO Gone");
+    const int status = TestObject().Send(room);
+    room.Run("ALTER TABLE Gone RENAME TO Image");
+    EXPECT_EQ(status, 0x0110);
+    EXPECT_TRUE(room.StoredFiles().empty());
+    EXPECT_EQ(room.Count("Series"), "0");
+    EXPECT_EQ(TestObject().Send(room), 0) << room.ServiceLog();
+}
+
+INSTANTIATE_TEST_SUITE_P(Suite, Engines, testing::Values("sqlite", "postgresql", "mariadb"),
+                         [](const auto& engine) { return std::string(engine.param); });
+
+} // namespace
+} // namespace tavrel

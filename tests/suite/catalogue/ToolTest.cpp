@@ -1,0 +1,328 @@
+#include "platform/posix/PosixFiles.h"
+#include "tests/suite/SuiteRoom.h"
+#include "tests/suite/TestObject.h"
+
+#include <dcmtk/dcmdata/dcdeftag.h>
+#include <dcmtk/dcmdata/dcuid.h>
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+namespace tavrel {
+namespace {
+
+constexpr int failed = 1;
+constexpr int wrongArguments = 2;
+
+bool Holds(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+class Tool : public testing::Test {
+protected:
+    std::string Write(const std::string& name, const std::string& text) {
+        std::ofstream(room.Folder() / name, std::ios::binary) << text;
+        return (room.Folder() / name).string();
+    }
+    Outcome ImportCodes(const std::string& csv, const std::string& more = {}) {
+        return room.Tool("codes import " + Write("codes.csv", csv) + " --table findings " + more);
+    }
+
+    SuiteRoom room;
+};
+
+TEST_F(Tool, EveryCommandExplainsItself) {
+    const std::vector<std::pair<std::string, std::vector<std::string>>> commands = {
+        {"", {"odbc", "init", "site", "user", "port", "codes", "import", "check", "--dsn", "Exit status"}},
+        {"odbc", {"--engine", "--database", "--server", "--port", "--user", "--password-file", "--file"}},
+        {"init", {"tables"}},
+        {"site", {"--base-uid", "--organization", "--node"}},
+        {"user", {"--signature", "--remove"}},
+        {"port", {"--port", "--ae-title"}},
+        {"codes import", {"--table", "--replace", "CodeMeaning"}},
+        {"import", {"FOLDER"}},
+        {"check", {"missing"}}};
+    for (const auto& [command, words] : commands) {
+        const Outcome help = room.Tool(command + " --help");
+        EXPECT_EQ(help.status, 0) << command;
+        for (const auto& word : words)
+            EXPECT_TRUE(Holds(help.out, word)) << command << " " << word;
+    }
+}
+
+TEST_F(Tool, WrongArgumentsAreSaidOnTheErrorOutput) {
+    for (const char* arguments : {"", "nonsense", "port --port 70000", "site --base-uid 1..2", "import /no/such/folder",
+                                  "port --ae-title A_TITLE_OF_SEVENTEEN", "user \"O'Brien\" --signature X",
+                                  "codes import /dev/null --table nonsense", "odbc --engine oracle --database x"}) {
+        const Outcome outcome = room.Tool(arguments);
+        EXPECT_EQ(outcome.status, wrongArguments) << arguments;
+        EXPECT_FALSE(outcome.err.empty()) << arguments;
+    }
+}
+
+TEST_F(Tool, ACatalogueThatCannotBeOpenedIsAFailure) {
+    const Outcome outcome = RunShell(std::string(TOOL_PROGRAM) + " --dsn NoSuchEntry init");
+    EXPECT_EQ(outcome.status, failed);
+    EXPECT_TRUE(Holds(outcome.err, "Data source name not found")) << outcome.err;
+}
+
+TEST_F(Tool, TheSiteIsSetAndChanged) {
+    EXPECT_EQ(room.Tool("site --base-uid 2.999.1 --organization \"Hôpital d'Or\" --node N1").status, 0);
+    EXPECT_EQ(room.Tool("site --organization New").status, 0);
+    EXPECT_EQ(room.Value("SELECT BaseUID FROM SiteData"), "2.999.1");
+    EXPECT_EQ(room.Value("SELECT Organization FROM SiteData"), "New");
+    EXPECT_EQ(room.Value("SELECT AETitle FROM DicomServer"), "N1");
+}
+
+TEST_F(Tool, AnOrganizationThatReportsCannotHoldIsRefused) {
+    const Outcome outcome = room.Tool("site --base-uid 2.999.1 --organization '山田'");
+    EXPECT_EQ(outcome.status, wrongArguments);
+    EXPECT_TRUE(Holds(outcome.err, "ISO_IR 100"));
+}
+
+TEST_F(Tool, ABaseUidOver42CharactersIsRefused) {
+    const std::string longest = "2.999." + std::string(36, '1');
+    EXPECT_EQ(room.Tool("site --organization X --base-uid " + longest + "1").status, wrongArguments);
+    EXPECT_EQ(room.Tool("site --organization X --base-uid " + longest).status, 0);
+}
+
+TEST_F(Tool, ANewSiteNeedsBothOfItsData) {
+    const Outcome outcome = room.Tool("site --base-uid 2.999.1");
+    EXPECT_EQ(outcome.status, wrongArguments);
+    EXPECT_TRUE(Holds(outcome.err, "both --base-uid and --organization")) << outcome.err;
+}
+
+TEST_F(Tool, SeveralPortRowsBecomeOne) {
+    room.Run("INSERT INTO Port (Port, AETitle) VALUES (1, 'OTHER')");
+    EXPECT_EQ(room.Tool("port --port 4242 --ae-title STORE").status, 0);
+    EXPECT_EQ(room.Value("SELECT Port FROM Port"), "4242");
+}
+
+TEST_F(Tool, AUserIsAddedChangedAndRemoved) {
+    room.Tool("user anna --signature Bianchi^A");
+    room.Tool("user anna --signature Bianchi^Anna");
+    EXPECT_EQ(room.Value("SELECT Signature FROM Users"), "Bianchi^Anna");
+    EXPECT_EQ(room.Tool("user").out, "anna: Bianchi^Anna\n");
+    EXPECT_EQ(room.Tool("user anna --remove").status, 0);
+    EXPECT_EQ(room.Count("Users"), "0");
+    EXPECT_EQ(room.Tool("user anna --remove").status, failed);
+}
+
+TEST_F(Tool, CodesAreImportedWhateverTheirColumnsOrder) {
+    const Outcome outcome = ImportCodes("CodeMeaning,CodeValue,CodeScheme\n\"Nodule, solid\",F1,99SS\nØdème,F2,99SS\n");
+    EXPECT_EQ(outcome.out, "Added 2 codes to StdFinding; 0 were there already\n") << outcome.err;
+    EXPECT_EQ(room.Value("SELECT CodeMeaning FROM StdFinding WHERE CodeValue='F1'"), "Nodule, solid");
+    EXPECT_EQ(room.Value("SELECT CodeMeaning FROM StdFinding WHERE CodeValue='F2'"), "Ødème");
+}
+
+TEST_F(Tool, AnApostropheInACodeBecomesABackQuote) {
+    ImportCodes("CodeScheme,CodeValue,CodeMeaning\n99SS,F1,Crohn's disease\n");
+    EXPECT_EQ(room.Value("SELECT CodeMeaning FROM StdFinding"), "Crohn`s disease");
+}
+
+TEST_F(Tool, WrongCodesAreNamedAndNoneIsImported) {
+    const Outcome outcome = ImportCodes("CodeScheme,CodeValue,CodeMeaning\n99SS,F1,good\n99SS,F2\n99SS,,none\n"
+                                        "99SS,F1,again\n99SS,F3,\xFF\n99SS,F4," +
+                                        std::string(65, 'x') + "\n99SS,F5,\"open\n");
+    EXPECT_EQ(outcome.status, failed);
+    for (const char* words :
+         {"line 3: has 2 fields, not 3", "line 4: CodeValue is empty", "line 5: CodeValue \"F1\" stands in line 2",
+          "line 6: CodeMeaning is not UTF-8", "line 7: CodeMeaning is longer than 64 characters",
+          "line 8: a quote that is not closed", "nothing was imported"})
+        EXPECT_TRUE(Holds(outcome.err, words)) << words << "\n" << outcome.err;
+    EXPECT_EQ(room.Count("StdFinding"), "0");
+}
+
+TEST_F(Tool, CodesWithoutAHeaderAreRefused) {
+    const Outcome outcome = ImportCodes("99SS,F1,Nodule\n");
+    EXPECT_EQ(outcome.status, failed);
+    EXPECT_TRUE(Holds(outcome.err, "line 1: the first row must name the columns"));
+}
+
+TEST_F(Tool, KnownCodesStayUnlessTheyAreReplaced) {
+    ImportCodes("CodeScheme,CodeValue,CodeMeaning\n99SS,F1,old\n");
+    EXPECT_TRUE(Holds(ImportCodes("CodeScheme,CodeValue,CodeMeaning\n99SS,F1,new\n").out, "1 were there already"));
+    EXPECT_EQ(room.Value("SELECT CodeMeaning FROM StdFinding"), "old");
+    ImportCodes("CodeScheme,CodeValue,CodeMeaning\n99SS,F1,new\n", "--replace");
+    EXPECT_EQ(room.Value("SELECT CodeMeaning FROM StdFinding"), "new");
+}
+
+TEST_F(Tool, TheDemonstrationCodesAreAllGood) {
+    for (const auto& [file, table] : {std::pair{"titles", "StdTitles"},
+                                      {"bodyparts", "StdBodyPart"},
+                                      {"findings", "StdFinding"},
+                                      {"diagnoses", "StdDiagnosis"}}) {
+        const Outcome outcome =
+            room.Tool(std::string("codes import ") + DEMONSTRATION_CODES + "/" + file + ".csv --table " + file);
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        EXPECT_GE(std::stoi(room.Count(table)), 30);
+    }
+}
+
+TEST_F(Tool, AnOdbcEntryIsAddedBesideTheOthers) {
+    const std::string file = Write("some.ini", "; mine\n[Other]\nDriver=X\n");
+    room.Tool("odbc --engine sqlite --database /a/b.db --file " + file);
+    EXPECT_EQ(PosixFiles().ReadText(file), "; mine\n[Other]\nDriver=X\n\n[DicomFDB]\nDriver=SQLite3\nDatabase=/a/b.db\n"
+                                           "Timeout=2500\nFKSupport=1\nSyncPragma=NORMAL\nJournalMode=WAL\n");
+}
+
+TEST_F(Tool, AnOdbcEntryOfTheSameNameIsReplaced) {
+    const std::string file = Write("some.ini", "[dicomfdb]\nDriver=Old\n\n[Other]\nDriver=X\n");
+    room.Tool("odbc --engine sqlite --database /a/b.db --file " + file);
+    const std::string text = PosixFiles().ReadText(file);
+    EXPECT_TRUE(text.starts_with("[DicomFDB]\nDriver=SQLite3\n"));
+    EXPECT_TRUE(text.ends_with("\n\n[Other]\nDriver=X\n")) << text;
+    EXPECT_FALSE(Holds(text, "Old"));
+}
+
+TEST_F(Tool, AServersEntryTakesItsPasswordFromAFile) {
+    const std::string password = Write("password", "a secret\n");
+    room.Tool("odbc --engine postgresql --database orbenta --user o --password-file " + password + " --file " +
+              (room.Folder() / "new.ini").string());
+    const std::string text = PosixFiles().ReadText((room.Folder() / "new.ini").string());
+    EXPECT_TRUE(Holds(text, "Driver=PostgreSQL Unicode\nServername=127.0.0.1\nPort=5432\n"));
+    EXPECT_TRUE(Holds(text, "Password=a secret\n"));
+    const auto permissions = std::filesystem::status(room.Folder() / "new.ini").permissions();
+    EXPECT_EQ(permissions & std::filesystem::perms(077), std::filesystem::perms::none);
+}
+
+TEST_F(Tool, AServersEntryNeedsAUser) {
+    EXPECT_EQ(room.Tool("odbc --engine mariadb --database orbenta").status, wrongArguments);
+}
+
+TEST_F(Tool, AFolderIsImportedThroughTheService) {
+    const auto service = room.StartService();
+    std::filesystem::create_directories(room.Folder() / "in/deep");
+    TestObject().Numbered(1).SaveTo(room.Folder() / "in/one.dcm");
+    TestObject(RealImage("JPEG2000.dcm")).SaveTo(room.Folder() / "in/deep/two");
+    Write("in/readme.txt", "no object");
+    const Outcome outcome = room.Tool("import " + (room.Folder() / "in").string());
+    EXPECT_EQ(outcome.out, "Stored 2 objects; 0 failed; 1 files are not DICOM objects\n") << outcome.err;
+    EXPECT_EQ(outcome.err, ""); // no progress bar where there is no terminal
+    EXPECT_EQ(room.Count("Image"), "2");
+}
+
+TEST_F(Tool, AReportThatCouldNotBeSentIsImportedAlthoughItsUidHasPaddedComponents) {
+    const auto service = room.StartService();
+    std::filesystem::create_directories(room.Folder() / "unsent");
+    TestObject().Set(DCM_SOPInstanceUID, "2.999.1.1.2026.11.05.08.05.09").SaveTo(room.Folder() / "unsent/version.dcm");
+    const Outcome outcome = room.Tool("import " + (room.Folder() / "unsent").string());
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(room.Count("Image"), "1");
+}
+
+TEST_F(Tool, WhatCannotBeImportedIsNamed) {
+    const auto service = room.StartService();
+    std::filesystem::create_directories(room.Folder() / "in");
+    TestObject().Remove(DCM_StudyInstanceUID).SaveTo(room.Folder() / "in/refused.dcm");
+    std::filesystem::copy(RealImage("MR_truncated.dcm"), room.Folder() / "in/broken.dcm");
+    TestObject().Numbered(1).SaveTo(room.Folder() / "in/well.dcm");
+    const Outcome outcome = room.Tool("import " + (room.Folder() / "in").string());
+    EXPECT_EQ(outcome.status, failed);
+    EXPECT_TRUE(Holds(outcome.err, "refused.dcm: was refused: ")) << outcome.err;
+    EXPECT_TRUE(Holds(outcome.err, "broken.dcm: cannot be read")) << outcome.err;
+    EXPECT_TRUE(Holds(outcome.out, "Stored 1 objects; 2 failed"));
+}
+
+TEST_F(Tool, AnImportWithoutAServiceFails) {
+    std::filesystem::create_directories(room.Folder() / "in");
+    TestObject().SaveTo(room.Folder() / "in/one.dcm");
+    const Outcome outcome = room.Tool("import " + (room.Folder() / "in").string());
+    EXPECT_EQ(outcome.status, failed);
+    EXPECT_TRUE(Holds(outcome.err, "one.dcm: was not sent: ")) << outcome.err;
+}
+
+class Check : public Tool {
+protected:
+    Check() {
+        room.Tool("site --base-uid 2.999.1 --organization Orbenta --node NODE");
+        room.Tool("user $(id -un) --signature Bianchi^Anna");
+        for (const char* table : {"StdTitles", "StdBodyPart", "StdFinding", "StdDiagnosis"})
+            room.Run(std::string("INSERT INTO ") + table + " VALUES ('99SS', 'A', 'a')");
+    }
+    void ExpectMissing(const std::string& words) {
+        const Outcome outcome = room.Tool("check");
+        EXPECT_EQ(outcome.status, failed);
+        EXPECT_TRUE(Holds(outcome.out, "MISSING  " + words)) << outcome.out;
+    }
+
+    std::unique_ptr<Child> service = room.StartService();
+};
+
+TEST_F(Check, AWholeInstallationIsWell) {
+    const Outcome outcome = room.Tool("check");
+    EXPECT_EQ(outcome.status, 0) << outcome.out;
+    EXPECT_FALSE(Holds(outcome.out, "MISSING"));
+}
+
+TEST_F(Check, AMissingTableIsNamed) {
+    room.Run("DROP TABLE History");
+    ExpectMissing("the catalogue lacks History");
+}
+
+TEST_F(Check, TheSiteMustHaveOneRow) {
+    room.Run("INSERT INTO SiteData (BaseUID, Organization) VALUES ('2.999.2', 'Other')");
+    ExpectMissing("table SiteData has 2 rows and must have one");
+}
+
+TEST_F(Check, ALongBaseUidIsFound) {
+    room.Run("UPDATE SiteData SET BaseUID='2.999." + std::string(37, '1') + "'");
+    ExpectMissing("the site's BaseUID has 43 characters");
+}
+
+TEST_F(Check, AMissingOrganizationIsFound) {
+    room.Run("UPDATE SiteData SET Organization=NULL");
+    ExpectMissing("the site has no Organization");
+}
+
+TEST_F(Check, TheServiceMustHaveOneRow) {
+    room.Run("INSERT INTO Port (Port, AETitle) VALUES (1, 'OTHER')");
+    ExpectMissing("table Port has 2 rows and must have one");
+}
+
+TEST_F(Check, AServiceThatDoesNotAnswerIsFound) {
+    service.reset();
+    ExpectMissing("the storage service does not answer on port " + std::to_string(room.Port()));
+}
+
+TEST_F(Check, ASignatureIsMissed) {
+    room.Run("DELETE FROM Users");
+    ExpectMissing("user ");
+}
+
+TEST_F(Check, AMissingNodeIsFound) {
+    room.Run("DELETE FROM DicomServer");
+    ExpectMissing("table DicomServer names no AE title");
+}
+
+TEST_F(Check, AnEmptyCodeTableIsFound) {
+    room.Run("DELETE FROM StdFinding");
+    ExpectMissing("table StdFinding has no codes");
+}
+
+TEST_F(Check, APatientWithAnApostropheIsFound) {
+    room.Run("INSERT INTO Patient (ID, PatientName) VALUES ('1', 'D''ANGELO')");
+    ExpectMissing("patient D'ANGELO holds an apostrophe");
+}
+
+TEST_F(Check, AMissingStudyFolderIsFound) {
+    room.Run("INSERT INTO Study (StudyInstanceUID, StudyPath) VALUES ('2.999.9', '\\no\\such')");
+    ExpectMissing("the folder of study 2.999.9 is not there: /no/such");
+}
+
+TEST_F(Check, AReportWhoseNewestVersionIsBrokenIsFound) {
+    for (int version = 1; version <= 2; ++version)
+        TestObject().Numbered(version).Set(DCM_SOPClassUID, UID_BasicTextSRStorage).Set(DCM_Modality, "SR").Send(room);
+    std::ofstream(room.StoredFiles().at(1)) << "broken";
+    ExpectMissing("the newest version of report ");
+}
+
+TEST_F(Check, AnOlderBrokenVersionDoesNotHinder) {
+    for (int version = 1; version <= 2; ++version)
+        TestObject().Numbered(version).Set(DCM_SOPClassUID, UID_BasicTextSRStorage).Set(DCM_Modality, "SR").Send(room);
+    std::ofstream(room.StoredFiles().at(0)) << "broken";
+    EXPECT_EQ(room.Tool("check").status, 0);
+}
+
+} // namespace
+} // namespace tavrel

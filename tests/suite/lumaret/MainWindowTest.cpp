@@ -1,0 +1,234 @@
+#include "suite/lumaret/MainWindow.h"
+#include "tests/platform/dbus/PrivateBus.h"
+#include "tests/suite/lumaret/CatalogueRows.h"
+#include "tests/suite/lumaret/FakeTavrel.h"
+#include "tests/suite/lumaret/SampleImage.h"
+
+#include <QAction>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPushButton>
+#include <QTableWidget>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+namespace tavrel::test {
+namespace {
+
+/// The viewer's window with one study: two slices, a file of three frames, and a report.
+class MainWindowTest : public testing::Test {
+protected:
+    MainWindowTest() {
+        QDir(folder.path()).mkpath("SER1");
+        QDir(folder.path()).mkpath("SER2");
+        WriteImage(folder.filePath("SER1/1.dcm"), {.instance = 1});
+        WriteImage(folder.filePath("SER1/2.dcm"), {.instance = 2});
+        WriteImage(folder.filePath("SER2/3.dcm"), {.frames = 3});
+        rows.AddPatient("P1", "ROSSI^MARIA");
+        rows.AddStudy("1.2.3", "P1", "20261114", folder.path().replace('/', '\\'), "Chest");
+        rows.AddSeries("1.2.3.1", "1.2.3", "CT", 1, "SER1");
+        rows.AddSeries("1.2.3.2", "1.2.3", "CT", 2, "SER2");
+        rows.AddSeries("1.2.3.3", "1.2.3", "SR", 3, "REP");
+        rows.AddImage("1.2.3.1", "1.dcm", 1);
+        rows.AddImage("1.2.3.1", "2.dcm", 2);
+        rows.AddImage("1.2.3.2", "3.dcm", 1);
+        window.show();
+        window.Start();
+    }
+
+    template <typename Widget> Widget& Named(const QString& accessibleName) const {
+        for (auto* widget : window.findChildren<Widget*>())
+            if (widget->accessibleName() == accessibleName)
+                return *widget;
+        throw std::runtime_error("there is no " + accessibleName.toStdString());
+    }
+    QAction& Action(const QString& caption) const {
+        for (auto* action : window.findChildren<QAction*>())
+            if (action->text() == caption)
+                return *action;
+        throw std::runtime_error("there is no " + caption.toStdString());
+    }
+    QString Message() const { return Named<QLineEdit>("Message").text(); }
+    ImageView& Image() const { return Named<ImageView>("Image"); }
+    QString File() const { return Image().Path().section('/', -1); }
+    QTableWidget& Series() const { return Named<QTableWidget>("Series"); }
+    QListWidget& ReportImages() const { return Named<QListWidget>("Report images"); }
+    void OpenReport() {
+        Action("Report").trigger();
+        ASSERT_TRUE(WaitUntil([&] { return client.Open() && !client.Opening(); }));
+    }
+
+    PrivateBus bus;
+    QTemporaryDir folder;
+    CatalogueRows rows{SqliteEntry()};
+    OdbcDatabase database;
+    StudyCatalogue catalogue{database};
+    FakeTavrel tavrel{bus.Connect()};
+    TavrelClient client{bus.Connect()};
+    ViewerService service;
+    MainWindow window{catalogue, client, service};
+};
+
+TEST_F(MainWindowTest, TheOnlyStudyIsOpenedAtItsFirstSlice) {
+    EXPECT_EQ(Message(), "One study.");
+    EXPECT_EQ(Series().rowCount(), 3);
+    EXPECT_EQ(Series().item(2, 1)->text(), "Report");
+    EXPECT_EQ(File(), "1.dcm");
+}
+
+TEST_F(MainWindowTest, KeysTurnSlicesAndStopAtTheEnds) {
+    const auto press = [&](Qt::Key key) {
+        QTest::keyClick(&Image(), key);
+        return File();
+    };
+    EXPECT_EQ(press(Qt::Key_Up), "1.dcm");
+    EXPECT_EQ(press(Qt::Key_Down), "2.dcm");
+    EXPECT_EQ(press(Qt::Key_Down), "2.dcm");
+    EXPECT_EQ(press(Qt::Key_Home), "1.dcm");
+    EXPECT_EQ(press(Qt::Key_PageDown), "2.dcm");
+}
+
+TEST_F(MainWindowTest, TheFramesOfAFileAreSlices) {
+    Series().selectRow(1);
+    QTest::keyClick(&Image(), Qt::Key_Down);
+    EXPECT_EQ(Image().View().frame, 1);
+    QTest::keyClick(&Image(), Qt::Key_End);
+    EXPECT_EQ(Image().View().frame, 2);
+    QTest::keyClick(&Image(), Qt::Key_Home);
+    EXPECT_EQ(Image().View().frame, 0);
+}
+
+TEST_F(MainWindowTest, FramesAndFilesFollowOneAnother) {
+    rows.AddSeries("1.2.3.4", "1.2.3", "CT", 4, ".");
+    for (const char* file : {"SER2/3.dcm", "SER1/1.dcm"})
+        rows.AddImage("1.2.3.4", file, file[3] - '0');
+    window.ReportStored(); // reads the series again
+    Series().selectRow(3);
+    EXPECT_EQ(File(), "1.dcm");
+    for (int step = 0; step < 3; ++step)
+        QTest::keyClick(&Image(), Qt::Key_Down);
+    EXPECT_EQ(Image().View().frame, 2);
+    QTest::keyClick(&Image(), Qt::Key_Home);
+    QTest::keyClick(&Image(), Qt::Key_Home);
+    EXPECT_EQ(File(), "1.dcm");
+    QTest::keyClick(&Image(), Qt::Key_Down);
+    EXPECT_EQ(Image().View().frame, 0);
+}
+
+TEST_F(MainWindowTest, SingleLettersActOnTheImageOnly) {
+    auto& name = *window.findChildren<QLineEdit*>().first();
+    window.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    for (QWidget* typedInto : {static_cast<QWidget*>(&name), static_cast<QWidget*>(&Series())}) {
+        typedInto->setFocus();
+        QTest::keyClicks(typedInto, "hvlris");
+        EXPECT_FALSE(Image().View().flipHorizontal);
+        EXPECT_EQ(Image().View().rotation, 0);
+    }
+    EXPECT_EQ(name.text(), "hvlris");
+    Image().setFocus();
+    QTest::keyClicks(&Image(), "hr");
+    EXPECT_TRUE(Image().View().flipHorizontal);
+    EXPECT_EQ(Image().View().rotation, 90);
+}
+
+TEST_F(MainWindowTest, ReportOpensTheReportOfTheSeriesOnScreen) {
+    Series().selectRow(2); // the report's row: the slices are still on screen
+    OpenReport();
+    EXPECT_EQ(tavrel.last.member(), "LoadForImgSeries");
+    EXPECT_EQ(tavrel.last.arguments().value(0).toStringList(),
+              (QStringList{folder.filePath("SER1/1.dcm"), folder.filePath("SER1/2.dcm")}));
+}
+
+TEST_F(MainWindowTest, AReportInTheListOpensByItself) {
+    Series().selectRow(2);
+    emit Series().itemActivated(Series().item(2, 0));
+    ASSERT_TRUE(WaitUntil([&] { return client.Open(); }));
+    EXPECT_EQ(tavrel.last.member(), "LoadSRSeries");
+    EXPECT_EQ(tavrel.last.arguments().value(0), "1.2.3.3");
+}
+
+TEST_F(MainWindowTest, AnotherStudyNeverKeepsTheFormerOnesImages) {
+    rows.AddStudy("1.2.4", "P1", "20261115");
+    rows.AddSeries("1.2.4.1", "1.2.4", "SR");
+    Named<QTableWidget>("Studies");
+    window.Start();
+    Named<QTableWidget>("Studies").selectRow(1);
+    EXPECT_TRUE(Image().HasImage());
+    Named<QTableWidget>("Studies").selectRow(0);
+    EXPECT_FALSE(Image().HasImage());
+    EXPECT_FALSE(Action("Report").isEnabled());
+}
+
+TEST_F(MainWindowTest, AMissingFileIsSaidAndTheSlicesGoOn) {
+    QFile::remove(folder.filePath("SER1/1.dcm"));
+    Series().selectRow(1);
+    Series().selectRow(0);
+    EXPECT_TRUE(Image().Failure().startsWith("1.dcm cannot be shown: the file is not there"));
+    EXPECT_FALSE(Action("Invert").isEnabled());
+    QTest::keyClick(&Image(), Qt::Key_Down);
+    EXPECT_TRUE(Image().HasImage());
+}
+
+TEST_F(MainWindowTest, AddedImagesAreListedUntilTheReportIsClosed) {
+    EXPECT_FALSE(Action("Add to report").isEnabled());
+    OpenReport();
+    Action("Add to report").trigger();
+    ASSERT_TRUE(WaitUntil([&] { return ReportImages().count() == 1; }));
+    EXPECT_EQ(ReportImages().item(0)->text(), "1   1.dcm");
+    tavrel.Die();
+    ASSERT_TRUE(WaitUntil([&] { return ReportImages().count() == 0; }));
+    EXPECT_EQ(Message(), "The report was closed.");
+}
+
+TEST_F(MainWindowTest, ClearReportImagesEmptiesBothLists) {
+    OpenReport();
+    Action("Add to report").trigger();
+    ASSERT_TRUE(WaitUntil([&] { return ReportImages().count() == 1; }));
+    Action("Clear report images").trigger();
+    ASSERT_TRUE(WaitUntil([&] { return ReportImages().count() == 0; }));
+    EXPECT_EQ(tavrel.calls.back(), "RemoveImagesFromSR");
+}
+
+TEST_F(MainWindowTest, AHandedImageIsShownAndTheWheelLeadsBack) {
+    const auto view = std::make_shared<ViewParameters>();
+    view->rotation = 180;
+    view->windowWidth = 77;
+    emit service.ImageHanded({folder.filePath("SER1/2.dcm"), view, "Bone"});
+    EXPECT_EQ(File(), "2.dcm");
+    EXPECT_EQ(Image().View(), *view);
+    QTest::keyClick(&Image(), Qt::Key_Down);
+    EXPECT_EQ(File(), "1.dcm");
+    EXPECT_EQ(Image().View().rotation, 0);
+    EXPECT_EQ(ReportImages().currentRow(), -1);
+}
+
+TEST_F(MainWindowTest, AListThatIsClearedLeavesTheImageOnScreen) {
+    emit service.ImageHanded({folder.filePath("SER1/2.dcm"), std::make_shared<ViewParameters>(), {}});
+    emit service.ListCleared();
+    EXPECT_EQ(ReportImages().count(), 0);
+    EXPECT_EQ(File(), "2.dcm");
+    QTest::keyClick(&Image(), Qt::Key_Down);
+    EXPECT_EQ(File(), "1.dcm");
+}
+
+TEST_F(MainWindowTest, AStoredReportComesIntoTheListAndTheImageStays) {
+    Series().selectRow(1);
+    QTest::keyClick(&Image(), Qt::Key_Down);
+    rows.AddSeries("1.2.3.0", "1.2.3", "SR", 0);
+    window.ReportStored();
+    EXPECT_EQ(Series().rowCount(), 4);
+    EXPECT_EQ(Series().currentRow(), 2);
+    EXPECT_EQ(Image().View().frame, 1);
+}
+
+TEST_F(MainWindowTest, ACatalogueThatCannotBeReadIsSaid) {
+    rows.Run("DROP TABLE Study");
+    window.Start();
+    EXPECT_TRUE(Message().startsWith("The catalogue cannot be read: ")) << Message().toStdString();
+}
+
+} // namespace
+} // namespace tavrel::test

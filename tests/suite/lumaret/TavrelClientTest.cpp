@@ -1,0 +1,190 @@
+#include "suite/lumaret/TavrelClient.h"
+
+#include "platform/dbus/ViewParametersMap.h"
+#include "tests/platform/dbus/PrivateBus.h"
+#include "tests/suite/lumaret/FakeTavrel.h"
+
+#include <QDBusArgument>
+#include <QElapsedTimer>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <optional>
+
+namespace tavrel::test {
+namespace {
+
+using Names = std::vector<std::string>;
+using namespace std::chrono_literals;
+
+const QString StillOpening = "The report program is still opening a report. Answer its window first.";
+
+class TavrelClientTest : public testing::Test {
+protected:
+    TavrelClientTest() {
+        QObject::connect(&client, &TavrelClient::Said, [this](const QString& words) { said = words; });
+    }
+    void StartTavrel() { tavrel.emplace(bus.Connect()); }
+    void OpenReport() {
+        client.LoadForImgSeries({"/studies/a.dcm", "/studies/b.dcm"});
+        ASSERT_TRUE(WaitUntil([this] { return client.Open() && !client.Opening(); }));
+    }
+    bool WaitFor(const QString& words) {
+        return WaitUntil([&] { return said.startsWith(words); });
+    }
+
+    PrivateBus bus;
+    std::optional<FakeTavrel> tavrel;
+    TavrelClient client{bus.Connect()};
+    QString said;
+};
+
+TEST_F(TavrelClientTest, OpensTheReportOfASeries) {
+    StartTavrel();
+    OpenReport();
+    EXPECT_EQ(tavrel->calls, (Names{"CreateInstance", "LoadForImgSeries"}));
+    EXPECT_EQ(tavrel->last.arguments().value(0).toStringList(), (QStringList{"/studies/a.dcm", "/studies/b.dcm"}));
+    EXPECT_EQ(said, "Ready.");
+}
+
+TEST_F(TavrelClientTest, OneObjectServesItsWholeLife) {
+    StartTavrel();
+    OpenReport();
+    client.LoadSRSeries("1.2.3.2.1");
+    ASSERT_TRUE(WaitUntil([&] { return !client.Opening(); }));
+    client.AddImage({"/studies/a.dcm", std::make_shared<ViewParameters>(), "Bone"});
+    ASSERT_TRUE(WaitFor("The image was added"));
+    EXPECT_EQ(tavrel->calls, (Names{"CreateInstance", "LoadForImgSeries", "LoadSRSeries", "AddImageToSR"}));
+}
+
+TEST_F(TavrelClientTest, AnImageGoesWithEveryViewParameter) {
+    StartTavrel();
+    OpenReport();
+    const auto view = std::make_shared<ViewParameters>(ViewParameters{
+        3.5F, true, true, {-1, 2, 300, 32767}, true, true, 7, 270, -1024.5F, 4096, 12.25F, -8, 1.5F, 0.25F});
+    client.AddImage({"/studies/ü.dcm", view, "Bone"});
+    ASSERT_TRUE(WaitFor("The image was added"));
+    const auto arguments = tavrel->last.arguments();
+    EXPECT_EQ(arguments[0], "/studies/ü.dcm");
+    EXPECT_EQ(*ViewParametersOf(qdbus_cast<QVariantMap>(arguments[1])), *view);
+    EXPECT_EQ(arguments[2], "Bone");
+}
+
+TEST_F(TavrelClientTest, AnAbsentProgramIsSaidAtOnce) {
+    QElapsedTimer time;
+    time.start();
+    client.LoadSRSeries("1.2.3.2.1");
+    ASSERT_TRUE(WaitFor("The report program could not be started: "));
+    EXPECT_LT(time.elapsed(), 1000);
+    EXPECT_FALSE(client.Opening());
+}
+
+TEST_F(TavrelClientTest, AProgramThatFailsToStartIsSaid) {
+    bus.AddService("Tavrel.CTavrel", "/bin/false");
+    client.LoadSRSeries("1.2.3.2.1");
+    EXPECT_TRUE(WaitFor("The report program could not be started: "));
+}
+
+TEST_F(TavrelClientTest, ABusyProgramRefusesInWordsAndIsNotAskedTwice) {
+    StartTavrel();
+    tavrel->holding = "LoadForImgSeries";
+    client.LoadForImgSeries({"/studies/a.dcm"});
+    ASSERT_TRUE(WaitUntil([&] { return tavrel->calls.size() == 2; }));
+    client.LoadSRSeries("1.2.3.2.1");
+    EXPECT_EQ(said, StillOpening);
+    said.clear();
+    client.AddImage({"/studies/a.dcm", std::make_shared<ViewParameters>(), {}});
+    EXPECT_EQ(said, StillOpening);
+    Idle();
+    EXPECT_EQ(tavrel->calls, (Names{"CreateInstance", "LoadForImgSeries"}));
+    tavrel->AnswerHeld();
+    EXPECT_TRUE(WaitFor("Ready."));
+}
+
+TEST_F(TavrelClientTest, NothingWaitsForABusyProgram) {
+    StartTavrel();
+    tavrel->holding = "CreateInstance";
+    QElapsedTimer time;
+    time.start();
+    client.LoadForImgSeries({"/studies/a.dcm"});
+    client.AddImage({"/studies/a.dcm", std::make_shared<ViewParameters>(), {}});
+    client.RemoveImages();
+    EXPECT_LT(time.elapsed(), 100);
+    EXPECT_TRUE(client.Opening());
+}
+
+TEST_F(TavrelClientTest, AnImageWaitsForAProgramThatIsStoring) {
+    StartTavrel();
+    OpenReport();
+    tavrel->holding = "AddImageToSR";
+    client.AddImage({"/studies/a.dcm", std::make_shared<ViewParameters>(), {}});
+    EXPECT_EQ(said, "Waiting for the report program ...");
+    Idle();
+    tavrel->AnswerHeld();
+    EXPECT_TRUE(WaitFor("The image was added"));
+}
+
+TEST_F(TavrelClientTest, WithoutAReportNoImageIsSent) {
+    StartTavrel();
+    client.AddImage({"/studies/a.dcm", std::make_shared<ViewParameters>(), {}});
+    EXPECT_EQ(said, "No report is open. Press Report first.");
+    client.RemoveImages();
+    Idle();
+    EXPECT_EQ(tavrel->calls, Names{});
+}
+
+TEST_F(TavrelClientTest, TheEndOfTheProgramIsSeen) {
+    StartTavrel();
+    OpenReport();
+    int closed = 0;
+    QObject::connect(&client, &TavrelClient::Closed, [&] { ++closed; });
+    tavrel->Die();
+    ASSERT_TRUE(WaitFor("The report was closed."));
+    EXPECT_FALSE(client.Open());
+    EXPECT_EQ(closed, 1);
+}
+
+TEST_F(TavrelClientTest, AProgramThatDiesWhileItOpensIsSaidOnce) {
+    StartTavrel();
+    tavrel->holding = "LoadForImgSeries";
+    client.LoadForImgSeries({"/studies/a.dcm"});
+    ASSERT_TRUE(WaitUntil([&] { return tavrel->calls.size() == 2; }));
+    tavrel->Die();
+    ASSERT_TRUE(WaitFor("The report program ended before the report was open."));
+    Idle();
+    EXPECT_EQ(said, "The report program ended before the report was open.");
+    EXPECT_FALSE(client.Opening());
+}
+
+TEST_F(TavrelClientTest, AProgramThatDiesWithAnImageIsSaid) {
+    StartTavrel();
+    OpenReport();
+    tavrel->holding = "AddImageToSR";
+    client.AddImage({"/studies/a.dcm", std::make_shared<ViewParameters>(), {}});
+    ASSERT_TRUE(WaitUntil([&] { return tavrel->calls.size() == 3; }));
+    tavrel->Die();
+    ASSERT_TRUE(WaitFor("The report was closed."));
+    Idle();
+    EXPECT_EQ(said, "The report was closed.");
+}
+
+TEST_F(TavrelClientTest, AfterAnEndTheNextReportStartsANewProgram) {
+    StartTavrel();
+    OpenReport();
+    tavrel->Die();
+    ASSERT_TRUE(WaitUntil([&] { return !client.Open(); }));
+    StartTavrel();
+    OpenReport();
+    EXPECT_EQ(tavrel->calls, (Names{"CreateInstance", "LoadForImgSeries"}));
+}
+
+TEST_F(TavrelClientTest, ALostBusIsSaid) {
+    bus.Kill();
+    Idle();
+    client.LoadSRSeries("1.2.3.2.1");
+    EXPECT_TRUE(WaitFor("The report program could not be started: "));
+}
+
+} // namespace
+} // namespace tavrel::test

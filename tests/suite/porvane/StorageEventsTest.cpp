@@ -1,0 +1,158 @@
+#include "platform/dbus/DbusServiceEvents.h"
+#include "tests/suite/SuiteRoom.h"
+#include "tests/suite/TestObject.h"
+
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <dcmtk/dcmdata/dcdeftag.h>
+#include <dcmtk/dcmdata/dcuid.h>
+#include <gtest/gtest.h>
+
+#include <signal.h>
+
+#include <algorithm>
+
+namespace tavrel {
+namespace {
+
+/// A session bus for one test.
+class Bus {
+public:
+    explicit Bus(const std::filesystem::path& folder)
+        : daemon_({"dbus-daemon", "--session", "--nofork", "--address=unix:path=" + (folder / "bus").string()},
+                  (folder / "bus.log").string()) {
+        setenv("DBUS_SESSION_BUS_ADDRESS", ("unix:path=" + (folder / "bus").string()).c_str(), 1);
+        Eventually([&] { return std::filesystem::exists(folder / "bus"); });
+    }
+    void End() {
+        daemon_.Signal(SIGTERM);
+        daemon_.Wait();
+    }
+    ~Bus() { unsetenv("DBUS_SESSION_BUS_ADDRESS"); }
+    Bus(const Bus&) = delete;
+    Bus& operator=(const Bus&) = delete;
+
+private:
+    Child daemon_;
+};
+
+/// Writes down each event, and what the catalogue knew when it came.
+class Witness : public ServiceEventHandler {
+public:
+    explicit Witness(SuiteRoom& room) : room_(room) {}
+
+    void OnConnection(const std::string& calling, const std::string& called, const std::string&) override {
+        events.push_back("connection " + calling + " " + called);
+    }
+    void OnEndConnection(const std::string& calling, const std::string&, const std::string&) override {
+        events.push_back("end " + calling);
+    }
+    void OnStore(const std::string&, const std::string&, const std::string& sopClass, const std::string& sopInstance,
+                 const std::string& series, const std::string& path) override {
+        events.push_back("store " + sopClass + " " + sopInstance + " " + series);
+        storedPath = path;
+        rowsThen = room_.Value("SELECT count(*) FROM Image WHERE SOPInstanceUID='" + sopInstance + "'");
+    }
+
+    std::vector<std::string> events;
+    std::string storedPath;
+    std::string rowsThen;
+
+private:
+    SuiteRoom& room_;
+};
+
+class StorageEvents : public testing::Test {
+protected:
+    StorageEvents() { attachment = events.Attach(witness); }
+
+    static TestObject Report() {
+        TestObject report;
+        report.Set(DCM_SOPClassUID, UID_BasicTextSRStorage).Set(DCM_Modality, "SR").Set(DCM_SOPInstanceUID, "2.999.4");
+        return report;
+    }
+    std::size_t StoreEvents() {
+        return static_cast<std::size_t>(
+            std::ranges::count_if(witness.events, [](const std::string& event) { return event.starts_with("store"); }));
+    }
+
+    int argc = 1;
+    char name[5] = "test";
+    char* argv = name;
+    QCoreApplication application{argc, &argv};
+    SuiteRoom room;
+    Bus bus{room.Folder()};
+    std::unique_ptr<Child> service = room.StartService();
+    QDBusConnection connection =
+        QDBusConnection::connectToBus(qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"), room.Folder().c_str());
+    DbusServiceEvents events{connection};
+    Witness witness{room};
+    std::unique_ptr<ServiceObject> attachment;
+};
+
+TEST_F(StorageEvents, AReportOfTheWorkstationIsToldBeforeItIsAnswered) {
+    ASSERT_EQ(Report().Send(room, "AE_INTERNAL"), 0);
+    events.AwaitSentEvents(); // every event that was sent before the answer has come now
+    ASSERT_EQ(StoreEvents(), 1U);
+    std::string path = room.StoredFiles().at(0).string();
+    std::ranges::replace(path, '/', '\\');
+    EXPECT_EQ(witness.storedPath, path);
+}
+
+TEST_F(StorageEvents, TheRowsAreThereWhenTheEventComes) {
+    Report().Send(room, "AE_INTERNAL");
+    events.AwaitSentEvents();
+    EXPECT_EQ(witness.rowsThen, "1");
+}
+
+TEST_F(StorageEvents, TheEventNamesTheReport) {
+    TestObject report = Report();
+    report.Send(room, "AE_INTERNAL");
+    events.AwaitSentEvents();
+    ASSERT_GE(witness.events.size(), 2U);
+    EXPECT_EQ(witness.events[0], "connection AE_INTERNAL PORVANE");
+    EXPECT_EQ(witness.events[1],
+              std::string("store ") + UID_BasicTextSRStorage + " 2.999.4 " + report.Get(DCM_SeriesInstanceUID));
+}
+
+TEST_F(StorageEvents, TheEndOfAnAssociationIsTold) {
+    Report().Send(room, "AE_INTERNAL");
+    EXPECT_TRUE(Eventually([this] {
+        events.AwaitSentEvents();
+        return !witness.events.empty() && witness.events.back() == "end AE_INTERNAL";
+    }));
+}
+
+TEST_F(StorageEvents, AnImageIsNotTold) {
+    TestObject().Send(room, "AE_INTERNAL");
+    events.AwaitSentEvents();
+    EXPECT_EQ(StoreEvents(), 0U);
+}
+
+TEST_F(StorageEvents, AReportFromElsewhereIsNotTold) {
+    Report().Send(room, "MODALITY");
+    events.AwaitSentEvents();
+    EXPECT_EQ(StoreEvents(), 0U);
+}
+
+TEST_F(StorageEvents, ARefusedReportIsNotTold) {
+    Report().Remove(DCM_StudyInstanceUID).Send(room, "AE_INTERNAL");
+    events.AwaitSentEvents();
+    EXPECT_EQ(StoreEvents(), 0U);
+}
+
+TEST_F(StorageEvents, AReportThatIsSentAgainIsToldAgain) {
+    Report().Send(room, "AE_INTERNAL");
+    Report().Send(room, "AE_INTERNAL");
+    events.AwaitSentEvents();
+    EXPECT_EQ(StoreEvents(), 2U);
+    EXPECT_EQ(room.Count("Image"), "1");
+}
+
+TEST_F(StorageEvents, AServiceWhoseBusEndsGoesOnStoring) {
+    bus.End();
+    EXPECT_EQ(Report().Send(room, "AE_INTERNAL"), 0);
+}
+
+} // namespace
+} // namespace tavrel

@@ -1,0 +1,227 @@
+#include "tests/suite/SuiteRoom.h"
+#include "tests/suite/TestObject.h"
+
+#include <dcmtk/dcmdata/dcdeftag.h>
+#include <gtest/gtest.h>
+
+#include <netinet/in.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <thread>
+
+namespace tavrel {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int stored = 0x0000;
+constexpr int processingFailure = 0x0110;
+constexpr int outOfResources = 0xA700;
+
+class StorageFailure : public testing::Test {
+protected:
+    /// Nothing of a refused or interrupted object is left, neither on disk nor in the catalogue.
+    void ExpectNothingStored() {
+        EXPECT_TRUE(room.StoredFiles().empty());
+        EXPECT_EQ(room.Count("Image"), "0");
+        EXPECT_EQ(room.Count("Study"), "0");
+        ExpectNothingIncoming();
+    }
+    void ExpectNothingIncoming() {
+        for (const auto& entry : fs::directory_iterator(room.Incoming()))
+            EXPECT_EQ(entry.path().filename(), "lock");
+    }
+
+    /// What a service leaves that is killed after an object has got its name.
+    fs::path LeaveUnfinished(const std::string& imageFile) {
+        const fs::path series = room.Studies() / "2.999.1" / "2.999.2";
+        fs::create_directories(series);
+        fs::create_directories(room.Incoming());
+        std::ofstream(series / imageFile) << "object";
+        std::ofstream(room.Incoming() / "7.part") << "object";
+        std::string studyPath = (room.Studies() / "2.999.1").string();
+        std::ranges::replace(studyPath, '/', '\\');
+        fs::create_symlink(studyPath + "\n2.999.2\n" + imageFile, room.Incoming() / "7.part.note");
+        room.Run("INSERT INTO Study (StudyInstanceUID, StudyPath) VALUES ('2.999.1', '" + studyPath + "')");
+        room.Run("INSERT INTO Series (SeriesInstanceUID, StudyInstanceUID, SeriesDir)"
+                 " VALUES ('2.999.2', '2.999.1', '2.999.2')");
+        return series / imageFile;
+    }
+
+    SuiteRoom room;
+};
+
+TEST_F(StorageFailure, AMissingTableRefusesTheObject) {
+    const auto service = room.StartService();
+    room.Run("ALTER TABLE Series RENAME TO Gone");
+    EXPECT_EQ(TestObject().Send(room), processingFailure);
+    room.Run("ALTER TABLE Gone RENAME TO Series");
+    ExpectNothingStored();
+    EXPECT_EQ(TestObject().Send(room), stored);
+}
+
+TEST_F(StorageFailure, RowsThatCannotBeWrittenTakeTheFileBack) {
+    const auto service = room.StartService();
+    RunShell("sqlite3 " + (room.Folder() / "catalogue.db").string() +
+             " \"CREATE TRIGGER Full BEFORE INSERT ON Image BEGIN SELECT RAISE(ABORT, 'disk is full'); END\"");
+    EXPECT_EQ(TestObject().Send(room), processingFailure);
+    ExpectNothingStored();
+    room.Run("DROP TRIGGER Full");
+    EXPECT_EQ(TestObject().Send(room), stored);
+    EXPECT_EQ(room.StoredFiles().at(0).filename(), "img_000001.dcm");
+}
+
+TEST_F(StorageFailure, ALockedCatalogueRefusesTheObject) {
+    const auto service = room.StartService();
+    room.Catalogue().BeginTransaction();
+    EXPECT_EQ(TestObject().Send(room), processingFailure);
+    room.Catalogue().Commit();
+    ExpectNothingStored();
+    EXPECT_EQ(TestObject().Send(room), stored);
+}
+
+TEST_F(StorageFailure, AFullDiskRefusesTheObjectAndServesTheNext) {
+    // No file of the service can grow beyond 1 MB; the signal for that is ignored.
+    std::string command = "trap '' XFSZ; ulimit -f 1024; exec";
+    for (const std::string& argument : room.ServiceCommand())
+        command += " " + argument;
+    const Child service({"bash", "-c", command}, (room.Folder() / "porvane.log").string());
+    ASSERT_TRUE(Eventually([this] { return Listens(room.Port()); }));
+    TestObject big;
+    big.Set(DCM_TextValue, std::string(2'000'000, 'x'));
+    EXPECT_EQ(big.Send(room), outOfResources);
+    ExpectNothingStored();
+    EXPECT_EQ(TestObject().Send(room), stored);
+}
+
+TEST_F(StorageFailure, AStudyThatCannotHaveAFolderIsRefused) {
+    const auto service = room.StartService();
+    TestObject image;
+    std::ofstream(room.Studies() / image.Get(DCM_StudyInstanceUID)) << "a file in the folder's place";
+    EXPECT_EQ(image.Send(room), outOfResources);
+    ExpectNothingStored();
+}
+
+TEST_F(StorageFailure, AFileWithoutItsRowIsTakenBackAtTheStart) {
+    const fs::path file = LeaveUnfinished("img_000001.dcm");
+    const auto service = room.StartService();
+    EXPECT_FALSE(fs::exists(file));
+    ExpectNothingIncoming();
+}
+
+TEST_F(StorageFailure, AFileWithItsRowStaysAtTheStart) {
+    const fs::path file = LeaveUnfinished("img_000001.dcm");
+    room.Run("INSERT INTO Image (SeriesInstanceUID, ImageFile) VALUES ('2.999.2', 'img_000001.dcm')");
+    const auto service = room.StartService();
+    EXPECT_TRUE(fs::exists(file));
+    ExpectNothingIncoming();
+}
+
+TEST_F(StorageFailure, AServiceKilledAtAnyMomentLosesNothingThatItAnswered) {
+    int number = 0;
+    std::vector<std::string> answered;
+    for (const int milliseconds : {3, 11, 17, 29, 40}) {
+        auto service = room.StartService();
+        std::jthread killer([&] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+            service->Signal(SIGKILL);
+        });
+        while (TestObject().Numbered(++number).Send(room) == stored)
+            answered.push_back("2.999.7." + std::to_string(number));
+    }
+    const auto service = room.StartService();
+    EXPECT_EQ(std::to_string(room.StoredFiles().size()), room.Count("Image"));
+    for (const std::string& uid : answered)
+        EXPECT_EQ(room.Value("SELECT count(*) FROM Image WHERE SOPInstanceUID='" + uid + "'"), "1");
+    ExpectNothingIncoming();
+}
+
+TEST_F(StorageFailure, ASenderThatGoesAwayWithinAnObjectLeavesNothing) {
+    const auto service = room.StartService();
+    TestObject big;
+    big.Set(DCM_TextValue, std::string(50'000'000, 'x')).SaveTo(room.Folder() / "big.dcm");
+    Child sender(
+        {"storescu", "-aec", "PORVANE", "127.0.0.1", std::to_string(room.Port()), (room.Folder() / "big.dcm").string()},
+        (room.Folder() / "sender.log").string());
+    Eventually([this] { return fs::exists(room.Incoming() / "1.part"); });
+    sender.Signal(SIGKILL);
+    EXPECT_TRUE(Eventually([this] { return !fs::exists(room.Incoming() / "1.part"); }));
+    ExpectNothingStored();
+}
+
+TEST_F(StorageFailure, ASilentConnectionHoldsUpNobody) {
+    const auto service = room.StartService();
+    std::vector<int> silent;
+    for (int i = 0; i < 8; ++i) {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        address.sin_port = htons(static_cast<std::uint16_t>(room.Port()));
+        silent.push_back(socket(AF_INET, SOCK_STREAM, 0));
+        ASSERT_EQ(connect(silent.back(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    }
+    EXPECT_EQ(TestObject().Send(room), stored);
+    for (const int connection : silent)
+        close(connection);
+}
+
+TEST_F(StorageFailure, TheServiceListensOnTheLoopbackAddressAlone) {
+    const auto service = room.StartService();
+    char port[8];
+    std::snprintf(port, sizeof port, "%04X", static_cast<unsigned>(room.Port()));
+    // State 0A is listening; the address stands before the port, its bytes in the machine's order.
+    const auto listening = RunShell(std::string("grep -h ':") + port + " 00000000:0000 0A' /proc/net/tcp");
+    EXPECT_NE(listening.out.find(std::string("0100007F:") + port), std::string::npos) << listening.out;
+    EXPECT_EQ(RunShell(std::string("grep -hi ':") + port + " .* 0A ' /proc/net/tcp6").out, "");
+}
+
+TEST_F(StorageFailure, TheServiceEndsCleanlyWhenItIsAsked) {
+    const auto service = room.StartService();
+    TestObject().Send(room);
+    service->Signal(SIGTERM);
+    EXPECT_EQ(service->Wait(), 0);
+}
+
+TEST_F(StorageFailure, ASecondServiceForTheSameStudiesSaysSo) {
+    const auto service = room.StartService();
+    Child second(room.ServiceCommand(), (room.Folder() / "second.log").string());
+    EXPECT_EQ(second.Wait(), 1);
+    EXPECT_NE(RunShell("cat " + (room.Folder() / "second.log").string()).out.find("Another storage service works"),
+              std::string::npos);
+}
+
+TEST_F(StorageFailure, AServiceWithoutAPortRowSaysWhatSetsIt) {
+    room.Run("DELETE FROM Port");
+    Child service(room.ServiceCommand(), (room.Folder() / "porvane.log").string());
+    EXPECT_EQ(service.Wait(), 1);
+    EXPECT_NE(room.ServiceLog().find("\"orbenta-catalogue port\" sets them"), std::string::npos);
+}
+
+TEST_F(StorageFailure, AServiceWithoutACatalogueSaysSo) {
+    const auto outcome =
+        RunShell(std::string(PORVANE_PROGRAM) + " --dsn NoSuchEntry --studies " + room.Studies().string());
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.err.find("Data source name not found"), std::string::npos) << outcome.err;
+}
+
+TEST_F(StorageFailure, AStudiesFolderThatCannotBeMadeIsSaid) {
+    std::ofstream(room.Folder() / "file") << "in the way";
+    const auto outcome =
+        RunShell(std::string(PORVANE_PROGRAM) + " --studies " + (room.Folder() / "file/studies").string());
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.err.find("Cannot write in the studies' folder"), std::string::npos) << outcome.err;
+}
+
+TEST_F(StorageFailure, WrongArgumentsAreSaid) {
+    EXPECT_EQ(RunShell(std::string(PORVANE_PROGRAM) + " --nonsense").status, 2);
+    const auto help = RunShell(std::string(PORVANE_PROGRAM) + " --help");
+    EXPECT_EQ(help.status, 0);
+    for (const char* word : {"--studies", "--dsn", "--version", "Exit status"})
+        EXPECT_NE(help.out.find(word), std::string::npos) << word;
+}
+
+} // namespace
+} // namespace tavrel
