@@ -1,6 +1,8 @@
-// How fast an image is on the screen: a series of 500 slices of 512 x 512 pixels with 16 bits in 500
-// files, against the bare decoding of the same files by the toolkit. `memory` is what the process
+// How fast an image is on the screen: a series of slices of 512 x 512 pixels with 16 bits, each in its
+// file, against the bare decoding of the same files by the toolkit. `memory` is what the process
 // holds after the run, in MB, and `growth` what it holds more than after its first 100 slices.
+//
+//     bench_lumaret [SLICES] [--benchmark_...]    500 slices unless given
 
 #include "suite/lumaret/MainWindow.h"
 #include "tests/suite/lumaret/CatalogueRows.h"
@@ -19,40 +21,35 @@
 #include <unistd.h>
 
 #include <fstream>
+#include <string>
 #include <vector>
 
 namespace tavrel::test {
 namespace {
 
-constexpr int Slices = 500;
-
 /// The series in its files and in a catalogue.
 class Series {
 public:
-    Series() {
+    explicit Series(int slices) {
         QDir(folder_.path()).mkpath("SER1");
         rows_.AddPatient("P1", "ROSSI^MARIA");
         rows_.AddStudy("1.2.3", "P1", "20261114", folder_.path());
         rows_.AddSeries("1.2.3.1", "1.2.3", "CT");
-        for (int i = 1; i <= Slices; ++i) {
+        for (int i = 1; i <= slices; ++i) {
             const QString name = QString::number(i) + ".dcm";
-            files += folder_.filePath("SER1/" + name);
-            WriteImage(files.last(), {.columns = 512, .rows = 512, .instance = i, .center = 4000, .width = 8000});
+            files_ += folder_.filePath("SER1/" + name);
+            WriteImage(files_.last(), {.columns = 512, .rows = 512, .instance = i, .center = 4000, .width = 8000});
             rows_.AddImage("1.2.3.1", name, i);
         }
     }
 
-    QStringList files;
+    const QString& File(qsizetype slice) const { return files_[slice % files_.size()]; }
 
 private:
+    QStringList files_;
     QTemporaryDir folder_;
     CatalogueRows rows_{SqliteEntry()};
 };
-
-Series& TheSeries() {
-    static Series series;
-    return series;
-}
 
 /// Memory of the process that is its own and in use, in MB.
 double OwnMemory() {
@@ -62,12 +59,11 @@ double OwnMemory() {
     return static_cast<double>((resident - shared) * sysconf(_SC_PAGESIZE)) / (1024 * 1024);
 }
 
-void BareDecode(benchmark::State& state) {
-    const QStringList& files = TheSeries().files;
+void BareDecode(benchmark::State& state, const Series& series) {
     std::vector<unsigned char> pixels(512 * 512);
     qsizetype slice = 0;
     for (auto _ : state) {
-        DicomImage image(files[slice++ % Slices].toLocal8Bit().constData());
+        DicomImage image(series.File(slice++).toLocal8Bit().constData());
         image.setWindow(4000, 8000);
         image.getOutputData(pixels.data(), pixels.size(), 8);
         benchmark::DoNotOptimize(pixels.data());
@@ -75,15 +71,14 @@ void BareDecode(benchmark::State& state) {
 }
 
 /// From the turn of the wheel to the drawn window.
-void SliceChange(benchmark::State& state) {
-    const QStringList& files = TheSeries().files;
+void SliceChange(benchmark::State& state, const Series& series) {
     ImageView view;
     view.resize(static_cast<int>(state.range(0)), static_cast<int>(state.range(0)));
     view.show();
     QCoreApplication::processEvents(); // a window is drawn once it is exposed
     qsizetype slice = 0;
     const auto next = [&] {
-        view.Open(files[slice++ % Slices], 0, true);
+        view.Open(series.File(slice++), 0, true);
         view.repaint();
     };
     for (int i = 0; i < 100; ++i)
@@ -97,7 +92,6 @@ void SliceChange(benchmark::State& state) {
 
 /// From the click on a study to its first image in the drawn window, through the catalogue.
 void FirstImage(benchmark::State& state) {
-    TheSeries();
     OdbcDatabase database;
     StudyCatalogue catalogue(database);
     TavrelClient client(QDBusConnection("none"));
@@ -117,9 +111,16 @@ void FirstImage(benchmark::State& state) {
     }
 }
 
-BENCHMARK(BareDecode)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(SliceChange)->Arg(512)->Arg(1000)->Unit(benchmark::kMillisecond)->MinTime(3)->UseRealTime();
-BENCHMARK(FirstImage)->Unit(benchmark::kMillisecond)->UseRealTime();
+void Run(int slices) {
+    const Series series(slices);
+    const auto add = [](const char* name, auto measured) {
+        return benchmark::RegisterBenchmark(name, measured)->Unit(benchmark::kMillisecond)->UseRealTime();
+    };
+    add("BareDecode", [&](benchmark::State& state) { BareDecode(state, series); });
+    add("SliceChange", [&](benchmark::State& state) { SliceChange(state, series); })->Arg(512)->Arg(1000);
+    add("FirstImage", FirstImage);
+    benchmark::RunSpecifiedBenchmarks();
+}
 
 } // namespace
 } // namespace tavrel::test
@@ -129,6 +130,6 @@ int main(int argc, char** argv) {
     const QApplication application(argc, argv);
     tavrel::ImageFile::RegisterDecoders();
     benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
+    tavrel::test::Run(argc > 1 ? std::stoi(argv[1]) : 500);
     return 0;
 }

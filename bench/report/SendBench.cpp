@@ -21,23 +21,23 @@
 namespace tavrel {
 namespace {
 
-constexpr const char* serviceTitle = "STORESCP";
-constexpr int untimedSaves = 1; ///< the first one loads dictionaries
+constexpr const char* ServiceTitle = "STORESCP";
+constexpr int UntimedSaves = 1; ///< the first one loads dictionaries
 
 void SaveWithTavrel(const std::filesystem::path& folder, const std::string& port, int saves) {
     test::Workstation station;
-    station.SetPort(port, serviceTitle);
+    station.SetPort(port, ServiceTitle);
     Global global(station.PortsWith(*station.dicom));
     Init(global);
     global.userSignature = "Dr. Mario Rossi";
-    for (int save = 0; save < saves + untimedSaves; ++save) {
+    for (int save = 0; save < saves + UntimedSaves; ++save) {
         DcmSRDocument document(global);
         document.LoadSeries(InnerPath(folder));
         document.Reading("Normal heart and lungs.");
 
         const Measurement measurement;
         document.Send();
-        if (save >= untimedSaves)
+        if (save >= UntimedSaves)
             measurement.Print("tavrel");
         RequireSilence(station.windows);
     }
@@ -54,7 +54,7 @@ void SaveOnce(DcmDataset& version, const std::string& port) {
     syntaxes.push_back(UID_LittleEndianImplicitTransferSyntax);
     DcmSCU sender;
     sender.setAETitle("AE_INTERNAL");
-    sender.setPeerAETitle(serviceTitle);
+    sender.setPeerAETitle(ServiceTitle);
     sender.setPeerHostName("127.0.0.1");
     sender.setPeerPort(static_cast<Uint16>(std::stoi(port)));
     Require(sender.addPresentationContext(UID_BasicTextSRStorage, syntaxes));
@@ -71,10 +71,10 @@ void SaveWithDcmtk(const std::filesystem::path& file, const std::string& port, i
     OFLog::configure(OFLogger::WARN_LOG_LEVEL);
     DcmFileFormat version;
     Require(version.loadFile(file.c_str()));
-    for (int save = 0; save < saves + untimedSaves; ++save) {
+    for (int save = 0; save < saves + UntimedSaves; ++save) {
         const Measurement measurement;
         SaveOnce(*version.getDataset(), port);
-        if (save >= untimedSaves)
+        if (save >= UntimedSaves)
             measurement.Print("dcmtk");
     }
 }
