@@ -1,0 +1,96 @@
+#include "suite/catalogue/Schema.h"
+#include "tests/support/DocumentTable.h"
+#include "tests/support/ForwardingDatabase.h"
+
+#include <gtest/gtest.h>
+
+namespace tavrel::test {
+namespace {
+
+constexpr std::string_view TableHeading = "### ";
+
+/// Takes the statements down that would make a catalogue, a column a line.
+class MakingNothing : public ForwardingConnection {
+public:
+    MakingNothing() : ForwardingConnection(nullptr) {}
+    void BeginTransaction() override {}
+    void Commit() override {}
+    std::unique_ptr<ResultSet> OpenResultSet(std::string_view statement, Cursor) override {
+        for (const char character : statement)
+            statements += character == ',' ? ",\n" : std::string(1, character);
+        statements += '\n';
+        return nullptr;
+    }
+
+    std::string statements;
+};
+
+std::string Replaced(std::string text, std::string_view what, std::string_view by) {
+    if (const auto found = text.find(what); found != text.npos)
+        text.replace(found, what.size(), by);
+    return text;
+}
+
+/// The page read as the statements of one engine, whose types stand in the column `engineColumn`.
+class Page {
+public:
+    explicit Page(std::size_t engineColumn) : engineColumn_(engineColumn) {}
+
+    std::string Statements() const {
+        std::string statements;
+        for (const auto& table : TablesOf(CATALOGUE_DOCUMENT))
+            if (table.heading.starts_with(TableHeading))
+                statements += Tables(table);
+        for (const auto& index : TableUnder("## Indexes", CATALOGUE_DOCUMENT))
+            statements += "CREATE INDEX IF NOT EXISTS " + index[0] + " ON " + index[1] + " (" + index[2] + ")\n";
+        return statements;
+    }
+
+private:
+    /// Tables with the same columns share a heading: "### One, Two".
+    std::string Tables(const DocumentTable& table) const {
+        std::string columns;
+        for (const auto& row : table.rows)
+            columns += (columns.empty() ? "" : ",\n ") + row[0] + " " + Type(row[1]);
+        const auto end = Type("the table itself");
+        std::string statements;
+        std::string names = table.heading.substr(TableHeading.size()) + ", ";
+        for (; !names.empty(); names.erase(0, names.find(", ") + 2))
+            statements += "CREATE TABLE IF NOT EXISTS " + names.substr(0, names.find(',')) + " (" + columns + ")" +
+                          (end.empty() ? "" : " " + end) + "\n";
+        return statements;
+    }
+
+    /// "text 64" by the row "text N" of the page's types.
+    std::string Type(const std::string& documented) const {
+        const auto digits = documented.find_first_of("0123456789");
+        const auto size = digits == documented.npos ? "" : documented.substr(digits);
+        for (const auto& type : TableUnder("## Types", CATALOGUE_DOCUMENT))
+            if (Replaced(type[0], "N", size) == documented)
+                return Replaced(type[engineColumn_], "(N)", "(" + size + ")");
+        return "a type that the page does not explain: " + documented;
+    }
+
+    std::size_t engineColumn_;
+};
+
+std::string MadeBy(Engine engine) {
+    MakingNothing connection;
+    CreateSchema(connection, engine);
+    return connection.statements;
+}
+
+TEST(CatalogueDocument, SaysWhatIsMadeOnSqlite) {
+    EXPECT_EQ(Page(1).Statements(), MadeBy(Engine::Sqlite));
+}
+
+TEST(CatalogueDocument, SaysWhatIsMadeOnPostgreSql) {
+    EXPECT_EQ(Page(2).Statements(), MadeBy(Engine::PostgreSql));
+}
+
+TEST(CatalogueDocument, SaysWhatIsMadeOnMariaDb) {
+    EXPECT_EQ(Page(3).Statements(), MadeBy(Engine::MariaDb));
+}
+
+} // namespace
+} // namespace tavrel::test
