@@ -1,9 +1,5 @@
-"""The workstation that the tests run on: its catalogue, its studies and its storage service."""
+"""The studies of the workstation, and their reports as another program reads them."""
 
-import os
-import shutil
-import signal
-import sqlite3
 import subprocess
 import tempfile
 from pathlib import Path
@@ -11,33 +7,15 @@ from pathlib import Path
 import pydicom
 from pydicom.uid import generate_uid
 
-from atspi_driver import wait_until
-from bus import ask_bus, connect
+from person.workstation import ask
 
-FOLDER = Path(os.environ["TAVREL_WORKSTATION"])
-STUDIES = FOLDER / "studies"
 SAMPLES = Path(pydicom.__file__).parent / "data"
 CT = "test_files/CT_small.dcm"
-MR = "test_files/MR_small.dcm"
-
-
-def program(name):
-    """The path of a program of the suite."""
-    return Path(shutil.which(name)).resolve()
-
-
-def ask(statement, *values):
-    """The rows that the catalogue answers."""
-    catalogue = sqlite3.connect(FOLDER / "catalogue.db", timeout=10)
-    try:
-        with catalogue:
-            return catalogue.execute(statement, values).fetchall()
-    finally:
-        catalogue.close()
 
 
 class Study:
-    """A study of real images, imported into the catalogue as a person would. Each has UIDs of its own."""
+    """A study of real images, imported into the catalogue as a person would. Each has UIDs of its own, and
+    each image is a little brighter than the one before."""
 
     def __init__(self, source=CT, images=1, **attributes):
         self.uid, self.series_uid = generate_uid(), generate_uid()
@@ -47,10 +25,14 @@ class Study:
                 image.StudyInstanceUID, image.SeriesInstanceUID = self.uid, self.series_uid
                 image.SOPInstanceUID = image.file_meta.MediaStorageSOPInstanceUID = generate_uid()
                 image.InstanceNumber = number
+                if number > 1:
+                    brighter = image.pixel_array + 100 * number
+                    image.PixelData = brighter.astype(image.pixel_array.dtype).tobytes()
                 image.PatientID = self.uid[-16:]
                 for name, value in attributes.items():
                     setattr(image, name, value)
                 image.save_as(f"{folder}/{number}.dcm")
+            self.patient = str(image.PatientName)
             subprocess.run(["orbenta-catalogue", "import", folder], check=True, stdout=subprocess.DEVNULL)
         self.folder = Path(ask("SELECT StudyPath FROM Study WHERE StudyInstanceUID = ?", self.uid)[0][0]
                            .replace("\\", "/"))
@@ -105,37 +87,3 @@ def predecessors_of(version):
         return []
     series = version.PredecessorDocumentsSequence[0].ReferencedSeriesSequence[0]
     return [each.ReferencedSOPInstanceUID for each in series.ReferencedSOPSequence]
-
-
-class StorageService:
-    """The workstation's storage service: where it is called, and its process."""
-
-    @property
-    def port(self):
-        return ask("SELECT Port FROM Port")[0][0]
-
-    def call_at(self, port=None, ae_title=None):
-        """Has the service called elsewhere, or under another title."""
-        if port is not None:
-            ask("UPDATE Port SET Port = ?", port)
-        if ae_title is not None:
-            ask("UPDATE Port SET AETitle = ?", ae_title)
-
-    def send(self, file):
-        """Sends a file as Tavrel would."""
-        [(port, title)] = ask("SELECT Port, AETitle FROM Port")
-        subprocess.run(["storescu", "-aet", "AE_INTERNAL", "-aec", title, "127.0.0.1", str(port), str(file)],
-                       check=True, stdout=subprocess.DEVNULL)
-
-    def kill(self):
-        """Ends the service at once, as a power failure does."""
-        os.kill(ask_bus(connect(), "GetConnectionUnixProcessID", "(s)", "Porvane.Service"), signal.SIGKILL)
-        wait_until(lambda: not self.running(), "the storage service to end")
-
-    def start(self):
-        with open(FOLDER / "logs" / "porvane.log", "a") as log:
-            subprocess.Popen(["porvane", "--studies", str(STUDIES)], stdout=log, stderr=log)
-        wait_until(self.running, "the storage service")
-
-    def running(self):
-        return ask_bus(connect(), "NameHasOwner", "(s)", "Porvane.Service")

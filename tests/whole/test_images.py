@@ -1,12 +1,10 @@
 """The images that viewer and report hand each other."""
 
-import unittest
-
 from gi.repository import GLib
 
-from atspi_driver import wait_until
 from case import SystemTest
-from station import Study
+from person.driver import wait_until
+from person.studies import Study
 
 VIEW = {
     "Zoom": GLib.Variant("d", 1.5),
@@ -109,8 +107,7 @@ class AnUnknownReport(SystemTest):
     def test_is_named_and_not_opened(self):
         client = self.client()
         opening = client.begin("LoadSRSeries", "(s)", "1.2.3")
-        program = self.program(client)
-        program.message("Cannot find SRSeries UID='1.2.3'").press("OK")
+        self.program(client).confirm("Cannot find SRSeries UID='1.2.3'")
         opening.result(10)
 
         self.expect_no_window(client)
@@ -118,14 +115,9 @@ class AnUnknownReport(SystemTest):
     def test_of_unreadable_images_is_told_at_length(self):
         client = self.client()
         opening = client.begin("LoadForImgSeries", "(as)", ["/nowhere/image.dcm"])
-        program = self.program(client)
-        message = program.message("APPLICATION: Quendor --- Function: Esegui --- Error: (")
+        message = self.program(client).message("APPLICATION: Quendor --- Function: Esegui --- Error: (")
         self.assertEqual(message.title, "APPLICATION ERROR")
         message.press("OK")
         opening.result(10)
 
         self.expect_no_window(client)
-
-
-if __name__ == "__main__":
-    unittest.main()

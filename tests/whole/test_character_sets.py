@@ -1,12 +1,11 @@
 """Names in every writing: right on the screen, in the file and in the catalogue, or refused with a clear
 word and not stored."""
 
-import unittest
-
 import pydicom
 
 from case import SystemTest
-from station import Study, ask, reading_of, title_of
+from person.studies import Study, reading_of, title_of
+from person.workstation import ask
 
 
 class CharacterSetTest(SystemTest):
@@ -35,7 +34,7 @@ class CharacterSetTest(SystemTest):
     def refused(self):
         """What was said about a version that could not be written; it has been confirmed then."""
         self.report.press("Save")
-        said = self.report.message("The character ")
+        said = self.report.confirm("The character ")
         self.assertIn("ISO_IR 100", said)
         self.assertEqual(self.study.report_series(), [])
         return said
@@ -148,7 +147,3 @@ class AnApostrophe(SystemTest):
 
         [version] = study.versions()
         self.assertEqual((title_of(version), reading_of(version)), ("Patient's head", "It's normal"))
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -5,35 +5,29 @@ import os
 import signal
 import subprocess
 import time
-import unittest
 
-from atspi_driver import Program, screenshot, wait_until
-from desk import FOLDER, Editor, Viewer, import_study, processes
+from case import ViewerTest
+from person.driver import Program, wait_until
+from person.editor import Editor
+from person.workstation import processes
 
 
-class ViewerTest(unittest.TestCase):
+class BesideTheReport(ViewerTest):
+
     def setUp(self):
-        self.patient = "TEST^" + self._testMethodName.upper()
-        import_study(self.patient)
-        self.viewer = Viewer()
-        self.addCleanup(self._end)
-        self.viewer.choose(self.patient)
-
-    def _end(self):
-        if self._outcome.result.failures or self._outcome.result.errors:
-            screenshot(FOLDER / "logs" / f"{self.id()}.png")
-        for process in processes("tavrel"):
-            os.kill(process, signal.SIGKILL)
-        self.viewer.end()
+        super().setUp()
+        self.viewer.place(0, 0, 1400, 1000)
 
     def open_report(self):
-        self.viewer.press("Report")
-        editor = Editor()
-        self.viewer.wait_said("Ready.")
+        return self.beside(self.viewer.open_report())
+
+    def beside(self, editor):
+        editor.place(1450, 0, 1300, 900)
         return editor
 
 
-class TheWholeJob(ViewerTest):
+class TheWholeJob(BesideTheReport):
+
     def test_images_come_back_as_they_were_shown(self):
         editor = self.open_report()
         for caption in ("Flip horizontally", "Rotate right"):
@@ -50,7 +44,8 @@ class TheWholeJob(ViewerTest):
         self.assertNotEqual(shown[0], shown[1])
         names = self.viewer.report_images.rows()
 
-        editor.save("Chest CT")
+        editor.fill(title="Chest CT")
+        editor.save()
         wait_until(lambda: self.viewer.reports(), "the report in the list")
         self.viewer.report_images.wait_rows(2)
         editor.close()
@@ -59,17 +54,18 @@ class TheWholeJob(ViewerTest):
 
         self.viewer.turn("Home")
         self.viewer.open_listed_report()
-        editor = Editor()
+        editor = self.beside(Editor())
         self.viewer.report_images.wait_rows(2)
-        self.assertEqual(editor.window.read("Report title"), "Chest CT")
+        self.assertEqual(editor.read("Report title"), "Chest CT")
         self.assertEqual(self.viewer.report_images.rows(), names)
         for index, picture in enumerate(shown):
-            self.viewer.raise_window()
+            self.viewer.activate()
             self.viewer.report_images.click(index)
             self.assertTrue(self.viewer.picture() == picture, f"image {index + 1} looks different")
 
 
-class Images(ViewerTest):
+class Images(BesideTheReport):
+
     ROUNDS = 15
 
     def test_stay_in_the_report_whatever_save_it_is_under_load(self):
@@ -86,7 +82,8 @@ class Images(ViewerTest):
             self.viewer.turn(("Down", "Up")[number % 2])
             self.viewer.add()
             names = self.viewer.report_images.rows()
-            editor.save(f"Title {number}")
+            editor.fill(title=f"Title {number}")
+            editor.save()
             wait_until(lambda: self.viewer.report_images.rows() == names, f"the images of save {number}", 20)
             time.sleep(0.2)
             self.assertEqual(self.viewer.report_images.rows(), names)
@@ -98,27 +95,27 @@ def _work():
         sum(range(100000))
 
 
-class TheReportProgram(ViewerTest):
+class TheReportProgram(BesideTheReport):
+
     def saved_report(self, images):
         editor = self.open_report()
         for _ in range(images):
             self.viewer.add()
-        editor.save("Chest CT")
+        editor.fill(title="Chest CT")
+        editor.save()
         self.viewer.report_images.wait_rows(images)
         return editor
 
     def test_is_not_started_twice_while_it_asks_which_report(self):
         editor = self.saved_report(0)
-        time.sleep(1.05)
-        editor.window.press("New")
-        wait_until(lambda: editor.versions.count() == 0, "the new report")
-        editor.save("Second report")
+        editor.new()
+        editor.fill(title="Second report")
+        editor.save()
         editor.close()
         wait_until(lambda: len(self.viewer.reports()) == 2, "both reports in the list")
 
         self.viewer.press("Report")
-        tavrel = Program("Tavrel")
-        chooser = wait_until(lambda: next((each for each in tavrel.windows()), None), "the chooser")
+        chooser = Program("Tavrel").window("Report selection")
         self.assertFalse(self.viewer.enabled("Report"))
         self.viewer.open_listed_report()
         self.viewer.wait_said("The report program is still opening a report. Answer its window first.")
@@ -140,21 +137,22 @@ class TheReportProgram(ViewerTest):
         os.kill(self.viewer.process.pid, signal.SIGSTOP)
         self.addCleanup(os.kill, self.viewer.process.pid, signal.SIGCONT)
         began = time.monotonic()
-        editor.window.press("Last Version")
+        editor.press("Last Version")
         message = editor.program.message("SendFileInfo ", 12)
         waited = time.monotonic() - began
         print(f"a hung viewer cost {waited:.1f} s", flush=True)
         self.assertLess(waited, 7)
         message.press("OK")
         message.wait_closed()
-        editor.program.message("SendFileInfo ", 2).press("OK")
+        editor.confirm("SendFileInfo ", 2)
         os.kill(self.viewer.process.pid, signal.SIGCONT)
         self.viewer.report_images.wait_rows(0)
-        editor.window.press("Last Version")
+        editor.press("Last Version")
         self.viewer.report_images.wait_rows(2)
 
 
-class TheViewer(ViewerTest):
+class TheViewer(BesideTheReport):
+
     def test_is_there_once(self):
         second = subprocess.Popen(["lumaret"])
         self.addCleanup(second.kill)
@@ -167,7 +165,3 @@ class TheViewer(ViewerTest):
 
 def _lumarets():
     return [Program("lumaret", process=process) for process in processes("lumaret")]
-
-
-if __name__ == "__main__":
-    unittest.main(verbosity=2)

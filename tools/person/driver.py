@@ -1,8 +1,8 @@
 """Drives the real windows as a person does, through the accessibility bus.
 
-Needs a display with a window manager, a session bus with the accessibility service, xdotool and
-ImageMagick, and in the program's environment QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1. Runs with Debian's
-/usr/bin/python3 and its python3-pyatspi.
+Needs a display with a window manager, a session bus with the accessibility service, xdotool, and in the
+program's environment QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1. Runs with Debian's /usr/bin/python3 and its
+python3-pyatspi.
 
     program = Program("Tavrel")
     report = program.window("Orbenta General Hospital")
@@ -45,19 +45,19 @@ def wait_until(condition, what, timeout=TIMEOUT):
         time.sleep(0.05)
 
 
-def screenshot(path):
-    """A picture of the whole display as PNG."""
-    subprocess.run(["import", "-window", "root", str(path)], check=True)
+def xdotool(*command):
+    """What xdotool answers."""
+    return subprocess.run(["xdotool", *map(str, command)], check=True, capture_output=True, text=True).stdout
 
 
 def key(name):
     """Presses and releases a key by its X name ("Return", "Escape", "Down", "Tab", "a")."""
-    subprocess.run(["xdotool", "key", "--clearmodifiers", name], check=True)
+    xdotool("key", "--clearmodifiers", name)
 
 
 def keys(text):
     """Types into whatever has the focus."""
-    subprocess.run(["xdotool", "type", "--clearmodifiers", "--delay", "5", text], check=True)
+    xdotool("type", "--clearmodifiers", "--delay", 5, text)
 
 
 def _children(accessible):
@@ -79,13 +79,13 @@ class Program:
     """A running program, known to the accessibility bus by its name, if need be the one of that process."""
 
     def __init__(self, name, timeout=TIMEOUT, process=None):
-        self.name = name
-        self._process = process
+        self.name, self.process = name, process
         self._application = wait_until(self._find, f"the program {name}", timeout)
+        self.process = self._application.get_process_id()
 
     def _find(self):
         found = [each for each in pyatspi.Registry.getDesktop(0) if each is not None and each.name == self.name and
-                 self._process in (None, each.get_process_id())]
+                 self.process in (None, each.get_process_id())]
         return found[-1] if found else None
 
     def windows(self):
@@ -102,6 +102,14 @@ class Program:
         return wait_until(lambda: next((each for each in self.windows()
                                         if any(said.startswith(text) for said in each.labels())), None),
                           f"the message {text!r}", timeout)
+
+    def confirm(self, text, timeout=TIMEOUT):
+        """The whole text of the message that begins with `text`; it has been confirmed then."""
+        box = self.message(text, timeout)
+        said = next(each for each in box.labels() if each.startswith(text))
+        box.press("OK")
+        box.wait_closed()
+        return said
 
 
 class Window:
@@ -122,6 +130,16 @@ class Window:
     def active(self):
         """Whether it is the one that is typed into."""
         return _has(self.accessible, pyatspi.STATE_ACTIVE)
+
+    def activate(self):
+        """Brings it before the other windows."""
+        self._manage("windowactivate", "--sync")
+
+    def place(self, x, y, width, height):
+        self._manage("windowsize", "--sync", width, height, "windowmove", x, y)
+
+    def _manage(self, *command):
+        xdotool("search", "--sync", "--onlyvisible", "--name", f"^{self.title}$", *command)
 
     def wait_closed(self, timeout=TIMEOUT):
         wait_until(lambda: not self.open(), "the window to close", timeout)
@@ -200,9 +218,10 @@ class Window:
         text = _text(self.field(label)).queryText()
         return text.getText(*text.getSelection(0)) if text.getNSelections() else ""
 
-    def box(self):
-        """Left, top, width and height on the display."""
-        return tuple(self.accessible.queryComponent().getExtents(pyatspi.DESKTOP_COORDS))
+    def box(self, name=None):
+        """Left, top, width and height on the display, its own or those of the thing with that name."""
+        thing = self._find(lambda each: each.name == name, f"{name!r}") if name else self.accessible
+        return tuple(thing.queryComponent().getExtents(pyatspi.DESKTOP_COORDS))
 
     def editable(self, label):
         """Whether a person can type into a field."""
@@ -230,6 +249,11 @@ class List:
     def rows(self):
         return [self.row(index) for index in range(self.count())]
 
+    def find(self, text):
+        """The first row with that text in one of its columns, as soon as it is there."""
+        return wait_until(lambda: [index for index, row in enumerate(self.rows()) if text in row],
+                          f"the row of {text!r}")[0]
+
     def selected(self):
         """The selected row, -1 for none."""
         return next((index for index in range(self.count()) if self._table.isRowSelected(index)), -1)
@@ -248,8 +272,8 @@ _places = itertools.cycle((5, 20))
 def _click(accessible, times=1):
     # Not where the last click was: two quick ones would be a double click.
     box = accessible.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
-    subprocess.run(["xdotool", "mousemove", str(box.x + next(_places)), str(box.y + box.height // 2),
-                    "click", "--repeat", str(times), "--delay", "60", "1"], check=True)
+    xdotool("mousemove", box.x + next(_places), box.y + box.height // 2,
+            "click", "--repeat", times, "--delay", 60, 1)
 
 
 def _labelled(label):

@@ -1,12 +1,10 @@
 """The code tables manager, in each of the ways in which the report editor opens it."""
 
-import unittest
-
-from atspi_driver import key, keys, wait_until
 from case import SystemTest
-from station import Study, ask
-
-SEARCH = "Search code meaning"
+from person.driver import key, keys, wait_until
+from person.editor import SEARCH
+from person.studies import Study
+from person.workstation import ask
 
 
 class CodesWindowTest(SystemTest):
@@ -14,77 +12,56 @@ class CodesWindowTest(SystemTest):
     def setUp(self):
         super().setUp()
         self.report = self.open(Study())
-        self.findings = self.report.window.list("Findings")
-        self.diagnoses = self.report.window.list("Diagnoses")
-
-    def manager(self, caption, frame=None):
-        """Opens the manager with a button of the editor."""
-        self.report.press(caption, frame)
-        manager = self.report.program.window("Standard codes")
-        wait_until(manager.active, "the manager to be active")
-        self.codes = manager.list("Codes")
-        return manager
 
     def search(self, manager, text, rows):
         manager.type(SEARCH, text)
-        self.codes.wait_rows(rows)
-
-    def pick(self, manager, row):
-        """Clicks a row of the codes and answers it once the boxes show it."""
-        expected = self.codes.row(row)
-        self.codes.click(row)
-        wait_until(lambda: [manager.read("Code"), manager.read("Meaning")] == expected, f"the code {expected}")
-        return expected
+        manager.found.wait_rows(rows)
 
     def add(self, manager, search, annotation=""):
         """Finds a code and adds it to the report."""
         manager.write(SEARCH, "")
         manager.type(SEARCH, search)
-        wait_until(lambda: 0 < self.codes.count() < 5, f"codes for {search}")
-        row = self.pick(manager, 0)
+        wait_until(lambda: 0 < manager.found.count() < 5, f"codes for {search}")
+        row = manager.pick(0)
         manager.write("Annotation", annotation)
         manager.press("Add")
-        wait_until(lambda: manager.read("Code") == "", "the boxes to be emptied")
+        manager.wait_emptied()
         return row
 
     def add_findings(self, *searches):
-        manager = self.manager("Add", "Finding")
+        manager = self.report.codes("Add", "Finding")
         rows = [self.add(manager, search) for search in searches]
-        self.close(manager)
+        manager.close()
         return rows
-
-    def close(self, manager):
-        manager.press("Close")
-        manager.wait_closed()
 
 
 class TheSearch(CodesWindowTest):
 
     def setUp(self):
         super().setUp()
-        self.manager = self.manager("Add", "Finding")
+        self.manager = self.report.codes("Add", "Finding")
 
     def test_begins_in_the_box_over_an_empty_list(self):
         self.assertEqual(self.manager.focused(), SEARCH)
-        self.assertEqual(self.codes.count(), 0)
+        self.assertEqual(self.manager.found.count(), 0)
 
     def test_narrows_with_each_key_in_capitals(self):
         for typed, shown in (("n", "N"), ("od", "NOD"), ("ule", "NODULE")):
             keys(typed)
             wait_until(lambda: self.manager.read(SEARCH) == shown, f"the text {shown}")
             [(count,)] = ask("SELECT count(*) FROM StdFinding WHERE Upper(CodeMeaning) LIKE ?", f"%{shown}%")
-            self.codes.wait_rows(count)
-        self.assertTrue(all("NODULE" in meaning for _, meaning in self.codes.rows()))
+            self.manager.found.wait_rows(count)
+        self.assertTrue(all("NODULE" in meaning for _, meaning in self.manager.found.rows()))
 
     def test_of_a_hundred_thousand_codes_keeps_up_with_ten_letters(self):
         self.addCleanup(ask, "DELETE FROM StdFinding WHERE CodeScheme = 'MANY'")
         ask("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 100000) "
             "INSERT INTO StdFinding SELECT 'MANY', 'N' || i, 'Ossification number ' || i FROM n")
         keys("ossificati")
-        self.codes.wait_rows(100000)
+        self.manager.found.wait_rows(100000)
         keys("on number 77777")
-        self.codes.wait_rows(1)
-        self.assertEqual(self.codes.row(0), ["N77777", "OSSIFICATION NUMBER 77777"])
+        self.manager.found.wait_rows(1)
+        self.assertEqual(self.manager.found.row(0), ["N77777", "OSSIFICATION NUMBER 77777"])
 
     def test_turns_an_apostrophe_into_a_back_quote(self):
         keys("crohn's")
@@ -96,11 +73,11 @@ class TheSearch(CodesWindowTest):
         self.search(self.manager, "  ", all_codes)
         self.manager.write(SEARCH, "zzz")
         key("End")
-        self.codes.wait_rows(0)
+        self.manager.found.wait_rows(0)
         self.manager.write(SEARCH, "")
         key("Delete")
 
-        self.codes.wait_rows(all_codes)
+        self.manager.found.wait_rows(all_codes)
 
     def test_selects_no_row_on_the_down_arrow(self):
         self.search(self.manager, "part-solid", 1)
@@ -108,7 +85,7 @@ class TheSearch(CodesWindowTest):
         keys(" ")
         wait_until(lambda: self.manager.read(SEARCH) == "PART-SOLID ", "the keys to be taken")
 
-        self.assertEqual(self.codes.selected(), -1)
+        self.assertEqual(self.manager.found.selected(), -1)
         self.assertEqual(self.manager.read("Code"), "")
 
     def test_hands_on_to_the_list_the_annotation_and_the_button_by_tab(self):
@@ -121,50 +98,50 @@ class TheSearch(CodesWindowTest):
 class AddingAFinding(CodesWindowTest):
 
     def test_shows_the_manager_for_findings(self):
-        manager = self.manager("Add", "Finding")
+        manager = self.report.codes("Add", "Finding")
 
         self.assertIn("Finding code", manager.labels())
         self.assertFalse(manager.enabled("Modify"))
 
     def test_puts_the_code_into_the_findings_with_its_annotation(self):
-        manager = self.manager("Add", "Finding")
+        manager = self.report.codes("Add", "Finding")
         row = self.add(manager, "part-solid", "left, 9 mm")
 
-        self.findings.wait_rows(1)
-        self.assertEqual(self.findings.row(0), [*row, "left, 9 mm"])
-        self.assertEqual(self.diagnoses.count(), 0)
+        self.report.findings.wait_rows(1)
+        self.assertEqual(self.report.findings.row(0), [*row, "left, 9 mm"])
+        self.assertEqual(self.report.diagnoses.count(), 0)
         self.assertTrue(manager.open())
 
     def test_adds_several_codes_in_one_visit_but_none_twice(self):
-        manager = self.manager("Add", "Finding")
+        manager = self.report.codes("Add", "Finding")
         first = self.add(manager, "part-solid", "once")
         second = self.add(manager, "normal lungs")
-        self.pick(manager, 0)
+        manager.pick(0)
         manager.press("Add")
-        self.close(manager)
+        manager.close()
 
-        self.assertEqual(self.findings.rows(), [[*first, "once"], [*second, ""]])
+        self.assertEqual(self.report.findings.rows(), [[*first, "once"], [*second, ""]])
 
     def test_forgets_the_annotation_when_another_row_is_clicked(self):
-        manager = self.manager("Add", "Finding")
+        manager = self.report.codes("Add", "Finding")
         self.search(manager, "solid lung nodule", 2)
-        self.pick(manager, 0)
+        manager.pick(0)
         manager.write("Annotation", "of the first")
-        self.pick(manager, 1)
+        manager.pick(1)
 
         self.assertEqual(manager.read("Annotation"), "")
 
     def test_keeps_the_scheme_when_the_boxes_are_cleared(self):
-        manager = self.manager("Add", "Finding")
+        manager = self.report.codes("Add", "Finding")
         self.search(manager, "part-solid", 1)
-        self.pick(manager, 0)
+        manager.pick(0)
         manager.press("Clear")
-        wait_until(lambda: manager.read("Code") == "", "the boxes to be emptied")
+        manager.wait_emptied()
 
         self.assertEqual((manager.read("Scheme"), manager.read("Meaning")), ("99SS", ""))
 
     def test_lets_the_table_be_maintained_on_the_way(self):
-        manager = self.manager("Add", "Finding")
+        manager = self.report.codes("Add", "Finding")
         manager.press("Manage standard codes .....")
         wait_until(lambda: "Standard codes" in manager.labels(), "the table's boxes")
         self.assertNotIn("Report codes", manager.labels())
@@ -177,13 +154,13 @@ class AddingAFinding(CodesWindowTest):
 class AddingADiagnosis(CodesWindowTest):
 
     def test_puts_the_code_into_the_diagnoses(self):
-        manager = self.manager("Add", "Diagnosis")
+        manager = self.report.codes("Add", "Diagnosis")
         self.assertIn("Diagnosis code", manager.labels())
         row = self.add(manager, "viral pneumonia", "typical")
 
-        self.diagnoses.wait_rows(1)
-        self.assertEqual(self.diagnoses.row(0), [*row, "typical"])
-        self.assertEqual(self.findings.count(), 0)
+        self.report.diagnoses.wait_rows(1)
+        self.assertEqual(self.report.diagnoses.row(0), [*row, "typical"])
+        self.assertEqual(self.report.findings.count(), 0)
 
 
 class ModifyingAFinding(CodesWindowTest):
@@ -200,8 +177,8 @@ class ModifyingAFinding(CodesWindowTest):
         self.assertIn("Diagnosis code", manager.labels())
 
     def test_changes_the_annotation_alone(self):
-        self.findings.click(0)
-        manager = self.manager("Modify", "Finding")
+        self.report.findings.click(0)
+        manager = self.report.codes("Modify", "Finding")
         self.assertEqual([manager.read("Code"), manager.read("Meaning")], self.added[0])
         self.assertFalse(manager.editable("Code"))
         self.assertFalse(manager.editable("Meaning"))
@@ -210,14 +187,14 @@ class ModifyingAFinding(CodesWindowTest):
         self.assertFalse(manager.enabled("Clear"))
         manager.write("Annotation", "changed")
         manager.press("Modify")
-        self.close(manager)
+        manager.close()
 
-        self.assertEqual(self.findings.rows(), [[*self.added[0], "changed"], [*self.added[1], ""]])
+        self.assertEqual(self.report.findings.rows(), [[*self.added[0], "changed"], [*self.added[1], ""]])
 
     def test_leaves_no_trace_in_the_next_opening(self):
-        self.findings.click(0)
-        self.close(self.manager("Modify", "Finding"))
-        manager = self.manager("Add", "Finding")
+        self.report.findings.click(0)
+        self.report.codes("Modify", "Finding").close()
+        manager = self.report.codes("Add", "Finding")
 
         self.assertTrue(manager.editable(SEARCH))
         self.assertTrue(manager.editable("Code"))
@@ -230,8 +207,8 @@ class DeletingAFinding(CodesWindowTest):
     def setUp(self):
         super().setUp()
         self.added = self.add_findings("part-solid", "normal lungs", "ground-glass lung nodule")
-        self.findings.click(1)
-        wait_until(lambda: self.findings.selected() == 1, "the second finding to be selected")
+        self.report.findings.click(1)
+        wait_until(lambda: self.report.findings.selected() == 1, "the second finding to be selected")
         self.report.press("Delete", "Finding")
         self.question = self.report.program.message(f"Are you sure you want to delete {self.added[1][0]}?")
 
@@ -246,20 +223,20 @@ class DeletingAFinding(CodesWindowTest):
         self.question.press("OK")
 
         self.expect_buttons_off()
-        self.assertEqual([row[0] for row in self.findings.rows()], [self.added[0][0], self.added[2][0]])
+        self.assertEqual([row[0] for row in self.report.findings.rows()], [self.added[0][0], self.added[2][0]])
 
     def test_leaves_the_row_after_a_cancel(self):
         self.question.press("Cancel")
 
         self.expect_buttons_off()
-        self.assertEqual(self.findings.count(), 3)
+        self.assertEqual(self.report.findings.count(), 3)
 
 
 class MaintainingATable(CodesWindowTest):
 
     def setUp(self):
         super().setUp()
-        self.manager = self.manager("Admin report title")
+        self.manager = self.report.codes("Admin report title")
 
     def done(self, action, **boxes):
         """Arms an action, fills the boxes and carries it out."""
@@ -267,7 +244,7 @@ class MaintainingATable(CodesWindowTest):
         for label, text in boxes.items():
             self.manager.write(label, text)
         self.manager.press("Done")
-        wait_until(lambda: self.manager.read("Code") == "", "the boxes to be emptied")
+        self.manager.wait_emptied()
 
     def row(self, code):
         return ask("SELECT CodeScheme, CodeValue, CodeMeaning FROM StdTitles WHERE Upper(CodeValue) = ?", code)
@@ -276,7 +253,7 @@ class MaintainingATable(CodesWindowTest):
         """Adds a code and picks it."""
         self.done("Add", Code=code, Meaning=meaning)
         self.search(self.manager, meaning, 1)
-        self.pick(self.manager, 0)
+        self.manager.pick(0)
 
     def test_offers_the_tables_boxes_alone(self):
         labels = self.manager.labels()
@@ -291,7 +268,7 @@ class MaintainingATable(CodesWindowTest):
         self.done("Add", Code="own1", Meaning="My own heading")
 
         self.assertEqual(self.row("OWN1"), [("99SS", "own1", "My own heading")])
-        self.assertIn(["OWN1", "MY OWN HEADING"], self.codes.rows())
+        self.assertIn(["OWN1", "MY OWN HEADING"], self.manager.found.rows())
 
     def test_leaves_a_code_that_is_there_alone(self):
         before = self.row("TI01")
@@ -307,7 +284,7 @@ class MaintainingATable(CodesWindowTest):
         self.manager.press("Done")
 
         wait_until(lambda: self.row("OWN2") == [("99SS", "OWN2", "Changed")], "the change")
-        wait_until(lambda: ["OWN2", "CHANGED"] in self.codes.rows(), "the changed row")
+        wait_until(lambda: ["OWN2", "CHANGED"] in self.manager.found.rows(), "the changed row")
 
     def test_deletes_the_code_that_was_picked_without_a_question(self):
         self.pick_own("OWN3", "To be deleted")
@@ -322,9 +299,9 @@ class MaintainingATable(CodesWindowTest):
         self.manager.write("Code", "OWN4")
         self.manager.write("Meaning", "Dropped")
         self.manager.press("Undo")
-        wait_until(lambda: self.manager.read("Code") == "", "the boxes to be emptied")
+        self.manager.wait_emptied()
         self.manager.press("Done")
-        self.close(self.manager)
+        self.manager.close()
 
         self.assertEqual(self.row("OWN4"), [])
 
@@ -333,7 +310,7 @@ class MaintainingATable(CodesWindowTest):
         self.manager.write("Code", "o'wn")
         self.manager.write("Meaning", "With an apostrophe")
         self.manager.press("Done")
-        self.assertIn("syntax error", self.report.message("[SQLite]"))
+        self.assertIn("syntax error", self.report.confirm("[SQLite]"))
 
         self.assertEqual(self.manager.read("Code"), "o'wn")
         self.assertEqual(self.row("O'WN"), [])
@@ -342,13 +319,9 @@ class MaintainingATable(CodesWindowTest):
 class MaintainingTheBodyParts(CodesWindowTest):
 
     def test_works_on_the_table_of_body_parts(self):
-        manager = self.manager("Admin body part")
+        manager = self.report.codes("Admin body part")
         self.assertIn("Body part code", manager.labels())
         self.search(manager, "skull base", 1)
 
-        self.assertEqual(self.pick(manager, 0), ["BO04", "SKULL BASE"])
+        self.assertEqual(manager.pick(0), ["BO04", "SKULL BASE"])
         self.assertEqual(manager.read("Scheme"), "99SS")
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -1,18 +1,14 @@
-"""Every window as it looks: it fits the screen and follows the desktop's colours. The pictures stay in the
-folder that the variable PICTURES names."""
+"""Every window as it looks: it fits the screen and follows the desktop's colours. The pictures stay,
+for whoever changes a layout."""
 
-import os
-import subprocess
-import unittest
-from pathlib import Path
-
-from atspi_driver import keys, screenshot, wait_until
 from bus import DarkDesktop
-from case import SystemTest
-from station import StorageService, Study
-from wire import Wire
+from case import PICTURES, SystemTest, ViewerTest
+from person.driver import keys, wait_until
+from person.editor import SEARCH
+from person.pictures import brightness, display_size, settled_screenshot
+from person.studies import Study
+from storage import StorageService, Wire
 
-PICTURES = Path(os.environ.get("PICTURES", "pictures"))
 READING = """Technique: volumetric acquisition before and after intravenous contrast medium, slices of 1.25 mm.
 
 No focal lesion in either lung. A calcified nodule of 4 mm in the right upper lobe is unchanged. Trachea and main \
@@ -22,56 +18,53 @@ short axis.
 Conclusion: no sign of recent disease. Granuloma of the right upper lobe, stable."""
 
 
-class LooksTest(SystemTest):
+class Looks:
 
-    scheme = None
+    dark = False
 
     def setUp(self):
+        if self.dark:
+            desktop = DarkDesktop()
+            self.addCleanup(desktop.leave)
+        self.scheme = "dark" if self.dark else "light"
+        self.screen = display_size()
         super().setUp()
-        PICTURES.mkdir(parents=True, exist_ok=True)
-        screen = subprocess.run(["xdotool", "getdisplaygeometry"], check=True, capture_output=True, text=True)
-        self.screen = [int(each) for each in screen.stdout.split()]
 
     def picture(self, name, window):
         """Keeps a picture of the display and looks whether the window is all on it, in the right colours."""
         wait_until(window.active, f"{name} to be active")
         path = PICTURES / f"{self.scheme}-{name}.png"
-        _settled_screenshot(path)
+        settled_screenshot(path)
         left, top, width, height = window.box()
         self.assertGreaterEqual(min(left, top), 0, name)
         self.assertLessEqual(left + width, self.screen[0], name)
         self.assertLessEqual(top + height, self.screen[1], name)
-        light = _brightness(path, left, top, width, height=24)  # not the paper in a preview
-        self.assertTrue(light > 0.7 if self.scheme == "light" else light < 0.35, f"{name}: brightness {light}")
+        light = brightness(path, left, top, width, height=24)  # not the paper in a preview
+        self.assertTrue(light < 0.35 if self.dark else light > 0.7, f"{name}: brightness {light}")
+
+
+class OfTheReport(Looks, SystemTest):
 
     def take_codes(self, report):
-        report.press("Add", "Finding")
-        manager = report.program.window("Standard codes")
-        manager.type("Search code meaning", "nodule")
-        codes = manager.list("Codes")
-        wait_until(lambda: codes.count() > 2, "the codes")
-        codes.click(1)
-        wait_until(lambda: manager.read("Code"), "the code to be taken over")
+        manager = report.codes("Add", "Finding")
+        manager.type(SEARCH, "nodule")
+        wait_until(lambda: manager.found.count() > 2, "the codes")
+        manager.pick(1)
         manager.write("Annotation", "right upper lobe, 4 mm")
         self.picture("codes", manager)
         manager.press("Add")
-        wait_until(lambda: manager.read("Code") == "", "the code to be added")
-        manager.press("Close")
-        manager.wait_closed()
-        report.window.list("Findings").click(0)
-        report.press("Modify", "Finding")
-        manager = report.program.window("Standard codes")
+        manager.wait_emptied()
+        manager.close()
+        report.findings.click(0)
+        manager = report.codes("Modify", "Finding")
         self.picture("codes-modify", manager)
-        manager.press("Close")
-        manager.wait_closed()
-        report.press("Admin report title")
-        manager = report.program.window("Standard codes")
+        manager.close()
+        manager = report.codes("Admin report title")
         manager.press("Add")
         keys("ct")
-        wait_until(lambda: manager.list("Codes").count() > 0, "the headings")
+        wait_until(lambda: manager.found.count() > 0, "the headings")
         self.picture("codes-maintain", manager)
-        manager.press("Close")
-        manager.wait_closed()
+        manager.close()
 
     def take_storing(self, report):
         storage = StorageService()
@@ -82,7 +75,7 @@ class LooksTest(SystemTest):
         wire.hold()
         report.press("Save")
         wait_until(report.storing, "the window to say that it stores")
-        self.picture("report-storing", report.window)
+        self.picture("report-storing", report)
         wire.release()
         wait_until(lambda: report.versions.count() == 3, "the version to be shown")
         report.wait_idle()
@@ -90,27 +83,25 @@ class LooksTest(SystemTest):
 
     def take_report(self, study):
         report = self.open(study)
-        self.picture("report-new", report.window)
+        self.picture("report-new", report)
         report.fill(heading="CT of the chest", title="Chest CT, follow-up of a nodule", reading="To be written.")
         report.save()
         report.fill(reading=READING)
         report.save()
         self.take_codes(report)
-        self.picture("report", report.window)
+        self.picture("report", report)
         self.take_storing(report)
         report.versions.click(0)
         wait_until(lambda: not report.enabled("Save"), "the older version")
-        self.picture("report-older", report.window)
+        self.picture("report-older", report)
         report.press("Last Version")
-        report.press("Approve")
-        question = report.program.message("The approved document")
+        question = report.ask_approval()
         self.picture("approve-question", question)
         question.press("No")
         question.wait_closed()
         report.approve()
-        self.picture("report-approved", report.window)
-        report.press("Print ")
-        preview = report.program.window("Printing report")
+        self.picture("report-approved", report)
+        preview = report.preview()
         self.picture("print-preview", preview)
         preview.press("Close")
         preview.wait_closed()
@@ -129,7 +120,7 @@ class LooksTest(SystemTest):
         report.fill(reading="α")
         report.press("Save")
         self.picture("message", report.program.message("The character "))
-        report.message("The character ")
+        report.confirm("The character ")
         report.close()
 
     def take_all(self):
@@ -140,40 +131,44 @@ class LooksTest(SystemTest):
         self.take_chooser(study)
 
 
-class OnALightDesktop(LooksTest):
+class OfTheViewer(Looks, ViewerTest):
 
-    scheme = "light"
+    def take_all(self):
+        report = self.viewer.open_report()
+        self.viewer.add()
+        self.viewer.press("Invert")
+        self.viewer.add()
+        report.fill(title="CT of the abdomen", reading="The liver is of normal size and density.")
+        report.save()
+        self.picture("viewer-and-report", report)
+        report.close()
+        self.viewer.activate()
+        self.picture("viewer", self.viewer)
+
+
+class OnALightDesktop(OfTheReport):
 
     def test_every_window_fits_the_screen_and_is_light(self):
         self.take_all()
 
 
-class OnADarkDesktop(LooksTest):
+class OnADarkDesktop(OfTheReport):
 
-    scheme = "dark"
+    dark = True
 
     def test_every_window_fits_the_screen_and_is_dark(self):
-        desktop = DarkDesktop()
-        self.addCleanup(desktop.leave)
         self.take_all()
 
 
-def _settled_screenshot(path):
-    """A picture that was drawn to the end: the next one is the same. A caret may blink on."""
-    before = None
-    for _ in range(5):
-        screenshot(path)
-        drawn = subprocess.run(["identify", "-format", "%#", path], check=True, capture_output=True).stdout
-        if drawn == before:
-            return
-        before = drawn
+class TheViewerOnALightDesktop(OfTheViewer):
+
+    def test_fits_the_screen_and_is_light(self):
+        self.take_all()
 
 
-def _brightness(path, left, top, width, height):
-    mean = subprocess.run(["convert", path, "-crop", f"{width}x{height}+{left}+{top}", "-colorspace", "gray",
-                           "-format", "%[fx:mean]", "info:"], check=True, capture_output=True, text=True)
-    return float(mean.stdout)
+class TheViewerOnADarkDesktop(OfTheViewer):
 
+    dark = True
 
-if __name__ == "__main__":
-    unittest.main()
+    def test_fits_the_screen_and_is_dark(self):
+        self.take_all()

@@ -4,15 +4,14 @@ import os
 import re
 import stat
 import time
-import unittest
 from pathlib import Path
 
 import pydicom
 
-from atspi_driver import keys, wait_until
 from case import SystemTest
-from station import StorageService, reading_of
-from wire import SilentService, Wire, unused_port
+from person.driver import keys, wait_until
+from person.studies import reading_of
+from storage import SilentService, StorageService, Wire, unused_port
 
 REFUSAL = "The version could not be stored by the storage service"
 
@@ -38,7 +37,7 @@ class AVersionThatCannotBeStored(SystemTest):
 
     def failed(self, timeout=15):
         """What was said about the version, and the file in which it is kept."""
-        said = self.report.message(REFUSAL, timeout)
+        said = self.report.confirm(REFUSAL, timeout)
         kept = re.search(r"It is kept in the file (.+)\.$", said)
         self.assertTrue(kept, said)
         return said, Path(kept[1])
@@ -160,7 +159,7 @@ class WhileAVersionIsBeingStored(SystemTest):
     def test_nothing_can_be_pressed_or_typed_even_for_later(self):
         wait_until(self.report.storing, "the window to say that it stores")
         self.report.click("Close")
-        self.report.window.field("Reading").queryComponent().grabFocus()
+        self.report.field("Reading").queryComponent().grabFocus()
         keys("typed in vain")
         self.wire.release()
         wait_until(lambda: self.report.versions.count() == 2, "the version to be shown")
@@ -168,7 +167,3 @@ class WhileAVersionIsBeingStored(SystemTest):
 
         self.assertEqual(self.report.read("Reading"), "On its way")
         self.assertFalse(self.client_of_report.gone())
-
-
-if __name__ == "__main__":
-    unittest.main()

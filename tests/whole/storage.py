@@ -1,7 +1,48 @@
-"""A wire between Tavrel and the storage service that can be slow, silent or cut."""
+"""The workstation's storage service, and a wire to it that can be slow, silent or cut."""
 
+import os
+import signal
 import socket
+import subprocess
 import threading
+
+from bus import ask_bus, connect
+from person.driver import wait_until
+from person.workstation import FOLDER, STUDIES, ask
+
+
+class StorageService:
+    """The workstation's storage service: where it is called, and its process."""
+
+    @property
+    def port(self):
+        return ask("SELECT Port FROM Port")[0][0]
+
+    def call_at(self, port=None, ae_title=None):
+        """Has the service called elsewhere, or under another title."""
+        if port is not None:
+            ask("UPDATE Port SET Port = ?", port)
+        if ae_title is not None:
+            ask("UPDATE Port SET AETitle = ?", ae_title)
+
+    def send(self, file):
+        """Sends a file as Tavrel would."""
+        [(port, title)] = ask("SELECT Port, AETitle FROM Port")
+        subprocess.run(["storescu", "-aet", "AE_INTERNAL", "-aec", title, "127.0.0.1", str(port), str(file)],
+                       check=True, stdout=subprocess.DEVNULL)
+
+    def kill(self):
+        """Ends the service at once, as a power failure does."""
+        os.kill(ask_bus(connect(), "GetConnectionUnixProcessID", "(s)", "Porvane.Service"), signal.SIGKILL)
+        wait_until(lambda: not self.running(), "the storage service to end")
+
+    def start(self):
+        with open(FOLDER / "logs" / "porvane.log", "a") as log:
+            subprocess.Popen(["porvane", "--studies", str(STUDIES)], stdout=log, stderr=log)
+        wait_until(self.running, "the storage service")
+
+    def running(self):
+        return ask_bus(connect(), "NameHasOwner", "(s)", "Porvane.Service")
 
 
 class Wire:

@@ -1,21 +1,20 @@
 """Two workplaces on one catalogue and one storage service."""
 
-import unittest
-
-from bus import FurtherBus, Viewer
-from case import SystemTest, seconds
-from station import FOLDER, Study, ask, program, reading_of
-
-from atspi_driver import wait_until
+from bus import FurtherBus, RecordingViewer
+from case import SystemTest
+from person.driver import wait_until
+from person.editor import seconds
+from person.studies import Study, reading_of
+from person.workstation import FOLDER, ask
 
 
 class TwoEditors(SystemTest):
 
     def setUp(self):
         super().setUp()
-        self.second_bus = FurtherBus(FOLDER / "second", program("tavrel"), XDG_STATE_HOME=str(FOLDER / "second"))
+        self.second_bus = FurtherBus("second", XDG_STATE_HOME=str(FOLDER / "second"))
         self.addCleanup(self.second_bus.close)
-        second_viewer = Viewer(self.second_bus.address)
+        second_viewer = RecordingViewer(self.second_bus.address)
         self.addCleanup(second_viewer.leave)
 
     def both(self, study):
@@ -69,7 +68,3 @@ class TwoEditors(SystemTest):
 
         self.assertEqual(study.history()[opened:], ["View Refert", "View Refert"])
         self.assertEqual(ask("SELECT DISTINCT Node FROM History"), [("ORBENTA",)])
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -1,11 +1,11 @@
 """The report editor under the physician's hands."""
 
 import subprocess
-import unittest
 
-from atspi_driver import key, keys, wait_until
-from case import HOSPITAL, PHYSICIAN, SystemTest
-from station import Study, ask
+from case import SystemTest
+from person.driver import key, keys, wait_until, xdotool
+from person.studies import Study
+from person.workstation import HOSPITAL, PHYSICIAN, ask
 
 LONG = "\n".join(f"Line {number}" for number in range(1, 120))
 
@@ -99,8 +99,7 @@ class AnEditableReport(ReportWindowTest):
                           "Print ": False})
 
     def test_stays_above_other_windows(self):
-        window = subprocess.run(["xdotool", "search", "--name", f"^{HOSPITAL}$"], check=True, capture_output=True,
-                                text=True).stdout.split()[-1]
+        window = xdotool("search", "--name", f"^{HOSPITAL}$").split()[-1]
         state = subprocess.run(["xprop", "-id", window, "_NET_WM_STATE"], check=True, capture_output=True, text=True)
 
         self.assertIn("_NET_WM_STATE_ABOVE", state.stdout)
@@ -109,7 +108,7 @@ class AnEditableReport(ReportWindowTest):
         self.report.write("Report heading", "Doctor's")
         self.report.press("Save")
 
-        self.assertRegex(self.report.message("Save report - "), r"^Save report - -?\d+-.")
+        self.assertRegex(self.report.confirm("Save report - "), r"^Save report - -?\d+-.")
         self.assertEqual(self.study.report_series(), [])
 
 
@@ -194,9 +193,7 @@ class TheQuestionBeforeAnApproval(ReportWindowTest):
         self.study = Study()
         self.report = self.open(self.study)
         self.report.fill(title="To be approved")
-        self.report.press("Approve")
-        self.question = self.report.program.message(
-            "The approved document will not be editable anymore ... do you want to continue ?")
+        self.question = self.report.ask_approval()
         wait_until(self.question.active, "the question to be active")
 
     def expect_nothing_done(self):
@@ -223,7 +220,3 @@ class TheQuestionBeforeAnApproval(ReportWindowTest):
         [version] = self.study.versions()
         self.assertEqual(version.CompletionFlag, "COMPLETE")
         self.assertEqual(self.study.history(), ["View Refert", "Validate Refert"])
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -1,10 +1,10 @@
 """The choice among the reports of a study."""
 
-import unittest
-
-from atspi_driver import key, wait_until
-from case import HOSPITAL, PHYSICIAN, SystemTest, seconds
-from station import Study
+from case import SystemTest
+from person.driver import key, wait_until
+from person.editor import seconds
+from person.studies import Study
+from person.workstation import HOSPITAL, PHYSICIAN
 
 
 class TheChooser(SystemTest):
@@ -146,7 +146,3 @@ class TheChooser(SystemTest):
 
         self.assertEqual(report.read("Report title"), "Approved one")
         self.assertEqual(report.title, HOSPITAL)
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -2,13 +2,12 @@
 
 import os
 import signal
-import unittest
 
 from gi.repository import GLib
 
-from atspi_driver import key, wait_until
 from case import SystemTest
-from station import Study, reading_of
+from person.driver import key, wait_until
+from person.studies import Study, reading_of
 
 
 class ClosingAReport(SystemTest):
@@ -17,13 +16,11 @@ class ClosingAReport(SystemTest):
         super().setUp()
         self.study = self.reported()
         self.viewers_client = self.client()
-        self.process = self.viewers_client.process()
         self.report = self.open(self.study, self.viewers_client)
         self.report.fill(reading="Not saved")
 
     def expect_the_end(self):
         self.report.wait_gone()
-        wait_until(lambda: not os.path.exists(f"/proc/{self.process}"), "the process to end")
         self.assertEqual([reading_of(each) for each in self.study.versions()], ["Reading 1"])
 
     def test_by_its_button_ends_the_program_without_a_question(self):
@@ -32,7 +29,7 @@ class ClosingAReport(SystemTest):
         self.expect_the_end()
 
     def test_by_the_windows_frame_ends_the_program(self):
-        wait_until(self.report.window.active, "the window to be active")
+        wait_until(self.report.active, "the window to be active")
         key("alt+F4")
 
         self.expect_the_end()
@@ -46,7 +43,7 @@ class ClosingAReport(SystemTest):
         self.viewers_client.begin("CloseReport").result(10)
         again = self.client()
 
-        self.assertNotEqual(again.process(), self.process)
+        self.assertNotEqual(again.process(), self.report.program.process)
         self.assertEqual(self.open(self.study, again).read("Reading"), "Reading 1")
 
     def test_leaves_an_object_that_nobody_serves(self):
@@ -79,18 +76,10 @@ class AKilledProgram(SystemTest):
         study = Study()
         client = self.client()
         self.open(study, client)
-        report = self.editor(client)
-        report.press("Approve")
-        report.program.message("The approved document")
+        self.editor(client).ask_approval()
         waiting = client.begin("LoadForImgSeries", "(as)", study.images())
         os.kill(client.process(), signal.SIGKILL)
 
         with self.assertRaises(GLib.Error) as refusal:
             waiting.result(10)
         self.assertRegex(str(refusal.exception), "NoReply|ServiceUnknown|NameHasNoOwner")
-
-
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -1,10 +1,9 @@
 """The main job: a report is written, saved, approved, opened again."""
 
-import unittest
-
-from atspi_driver import wait_until
-from case import PHYSICIAN, SystemTest
-from station import Study, ask, observers_of, predecessors_of, reading_of, title_of
+from case import SystemTest
+from person.driver import wait_until
+from person.studies import Study, observers_of, predecessors_of, reading_of, title_of
+from person.workstation import PHYSICIAN, ask
 
 
 class ANewReport(SystemTest):
@@ -118,8 +117,7 @@ class AReportOpenedAgain(SystemTest):
         self.assertEqual([title_of(each) for each in versions], ["Title 1", "Title 2", "Title 3", "Title 4"])
 
     def test_is_approved_only_after_a_yes(self):
-        self.report.press("Approve")
-        self.report.program.message("The approved document will not be editable anymore").press("No")
+        self.report.ask_approval().press("No")
 
         wait_until(lambda: self.report.enabled("Approve"), "the editor")
         self.assertEqual(len(self.study.versions()), 2)
@@ -169,7 +167,3 @@ class AnApprovedReport(SystemTest):
         self.assertEqual(len(self.study.report_series()), 2)
         self.assertEqual([title_of(each) for each in self.study.versions(0)], ["Chest", "Chest"])
         self.assertEqual([title_of(each) for each in self.study.versions(1)], ["Second reading"])
-
-
-if __name__ == "__main__":
-    unittest.main()

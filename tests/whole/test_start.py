@@ -1,6 +1,5 @@
 """How the program starts: by a client, by hand, on a workstation that lacks something."""
 
-import os
 import re
 import shutil
 import subprocess
@@ -9,10 +8,11 @@ from pathlib import Path
 
 from gi.repository import GLib
 
-from atspi_driver import wait_until
-from bus import FurtherBus, Viewer, ask_bus, connect
-from case import HOSPITAL, SystemTest
-from station import FOLDER, Study, ask, program, title_of
+from bus import FurtherBus, RecordingViewer, ask_bus, connect
+from case import SystemTest
+from person.driver import wait_until
+from person.studies import Study, title_of
+from person.workstation import FOLDER, HOSPITAL, ask, program, wait_ended
 
 ENTERED = r"^\d\d/\d\d/\d{4} \d\d:\d\d:\d\d - Entering main$"
 
@@ -48,7 +48,7 @@ class AStartByHand(unittest.TestCase):
 class ACreation(SystemTest):
 
     def bus(self, name, executable=None, **environment):
-        bus = FurtherBus(FOLDER / name, executable or program("tavrel"), **environment)
+        bus = FurtherBus(name, executable, **environment)
         self.addCleanup(bus.close)
         return bus.address
 
@@ -56,23 +56,25 @@ class ACreation(SystemTest):
         """What was said about a start that failed; it has been confirmed then."""
         creation = client.begin_creation()
         process = client.process()
-        said = self.confirm(client, "Quendor.Init: ")
+        said = self.program(client).confirm("Quendor.Init: ")
         with self.assertRaises(GLib.Error) as refusal:
             creation.result(10)
         self.assertIn("org.freedesktop.DBus.Error.NoReply", str(refusal.exception))
-        wait_until(lambda: not os.path.exists(f"/proc/{process}"), "the process to end")
+        wait_ended(process)
         return said
 
-    def confirm(self, client, text):
-        box = self.program(client).message(text)
-        [said] = [each for each in box.labels() if each.startswith(text)]
-        box.press("OK")
-        return said
+    def viewerless(self, name):
+        """A client on a bus without a viewer; that this was said has been confirmed."""
+        client = self.new_client(self.bus(name))
+        creation = client.begin_creation()
+        self.assertEqual(self.program(client).confirm("Viewer not loaded"), "Viewer not loaded")
+        creation.result(10)
+        return client
 
     def test_is_logged_each_time_and_shares_one_process(self):
         copy = copied_program(FOLDER / "logged-program")
         address = self.bus("logged", copy)
-        viewer = Viewer(address)
+        viewer = RecordingViewer(address)
         self.addCleanup(viewer.leave)
         first, second = self.client(address), self.client(address)
 
@@ -98,33 +100,22 @@ class ACreation(SystemTest):
         self.assertGreater(len(self.failed_start(self.new_client())), len("Quendor.Init: "))
 
     def test_without_a_viewer_says_so_and_is_answered_then(self):
-        client = self.new_client(self.bus("no-viewer"))
-        creation = client.begin_creation()
-        self.assertEqual(self.confirm(client, "Viewer not loaded"), "Viewer not loaded")
-
-        creation.result(10)
+        self.viewerless("no-viewer")
 
     def test_without_a_viewer_makes_reports_all_the_same(self):
         study = Study()
-        client = self.new_client(self.bus("no-viewer-report"))
-        creation = client.begin_creation()
-        self.confirm(client, "Viewer not loaded")
-        creation.result(10)
-        report = self.open(study, client)
+        report = self.open(study, self.viewerless("no-viewer-report"))
         report.fill(title="Without a viewer")
         report.save()
 
         self.assertEqual([title_of(each) for each in study.versions()], ["Without a viewer"])
 
     def test_without_a_viewer_tells_of_it_when_images_shall_be_shown(self):
-        client = self.new_client(self.bus("no-viewer-images"))
-        creation = client.begin_creation()
-        self.confirm(client, "Viewer not loaded")
-        creation.result(10)
+        client = self.viewerless("no-viewer-images")
         client.begin("RemoveImagesFromRefertList").result(10)
         shown = client.begin("SendFileInfo", "(sa{sv}s)", "a.dcm", {"Zoom": GLib.Variant("d", 2)}, "")
 
-        self.confirm(client, "SendFileInfo ")
+        self.program(client).confirm("SendFileInfo ")
         shown.result(10)
 
     def test_opens_no_window_by_itself(self):
@@ -132,7 +123,3 @@ class ACreation(SystemTest):
 
         self.expect_no_window(client)
         self.assertEqual(self.open(Study(), client).title, HOSPITAL)
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -8,7 +8,8 @@ from concurrent.futures import ThreadPoolExecutor
 
 from gi.repository import Gio, GLib
 
-from atspi_driver import wait_until
+from person.driver import wait_until
+from person.workstation import FOLDER, program
 
 NO_LIMIT = GLib.MAXINT32
 _calls = ThreadPoolExecutor(max_workers=16)
@@ -91,11 +92,11 @@ class Client:
 
     def process(self):
         """The process that serves this bus's name, once it is there."""
-        return wait_until(lambda: self._process_of("Tavrel.CTavrel"), "the process of Tavrel")
+        return wait_until(self.process_now, "the process of Tavrel")
 
-    def _process_of(self, name):
+    def process_now(self):
         try:
-            return ask_bus(self.connection, "GetConnectionUnixProcessID", "(s)", name)
+            return ask_bus(self.connection, "GetConnectionUnixProcessID", "(s)", "Tavrel.CTavrel")
         except GLib.Error:
             return None
 
@@ -141,7 +142,7 @@ class _Served:
         self._thread.join()
 
 
-class Viewer(_Served):
+class RecordingViewer(_Served):
     """Has the viewer's name and keeps what it is told, in order: ("SRFilename", "a.dcm") for a property,
     ("ViewRefertImages",) for a method."""
 
@@ -179,13 +180,15 @@ class _SharedAccessibility(_Served):
 
 
 class FurtherBus:
-    """A session bus of its own that starts Tavrel with other environment variables. Its windows are on the
-    workstation's display and its accessibility bus."""
+    """A session bus of its own that starts Tavrel, or another executable, with other environment variables.
+    Its windows are on the workstation's display and its accessibility bus."""
 
-    def __init__(self, folder, program, **environment):
-        folder.mkdir(parents=True, exist_ok=True)
+    def __init__(self, name, executable=None, **environment):
+        folder = FOLDER / name
+        folder.mkdir(exist_ok=True)
+        executable = executable or program("tavrel")
         (folder / "Tavrel.CTavrel.service").write_text(
-            f'[D-BUS Service]\nName=Tavrel.CTavrel\nExec="{program}" --automation\n')
+            f'[D-BUS Service]\nName=Tavrel.CTavrel\nExec="{executable}" --automation\n')
         configuration = folder / "bus.conf"
         configuration.write_text(f"""<busconfig><type>session</type><listen>unix:tmpdir=/tmp</listen>
             <auth>EXTERNAL</auth><servicedir>{folder}</servicedir><policy context="default">

@@ -1,0 +1,131 @@
+"""The report editor and its code tables manager as the physician works them."""
+
+import time
+
+from person.driver import Program, wait_until
+from person.workstation import HOSPITAL, wait_ended
+
+
+class _Seconds:
+    """Reports and versions are named by the second in which they are made; a person is never so fast that
+    two are made in one."""
+
+    _used = 0
+
+    def wait(self):
+        wait_until(lambda: int(time.time()) > self._used, "the next second")
+
+    def use(self):
+        self._used = int(time.time())
+
+
+seconds = _Seconds()
+
+
+class Editor:
+    """The editor that a program shows, and all that its window can do."""
+
+    def __init__(self, program=None):
+        self.program = program or Program("Tavrel")
+        self.window = self.program.window(HOSPITAL)
+        self.versions = self.window.list("Versions")
+        self.findings = self.window.list("Findings")
+        self.diagnoses = self.window.list("Diagnoses")
+
+    def __getattr__(self, name):
+        return getattr(self.window, name)
+
+    def fill(self, heading=None, title=None, reading=None):
+        for label, text in (("Report heading", heading), ("Report title", title), ("Reading", reading)):
+            if text is not None:
+                self.window.write(label, text)
+
+    def save(self):
+        """Saves and waits until the version is stored and shown."""
+        before = self.versions.rows()
+        seconds.wait()
+        self.window.press("Save")
+        self._wait_version(before)
+        self.wait_idle()
+
+    def _wait_version(self, before):
+        wait_until(lambda: self.versions.rows() != before, "the version to be shown", 30)
+        seconds.use()
+
+    def wait_idle(self):
+        wait_until(lambda: not self.storing(), "the version to be stored")
+
+    def storing(self):
+        return "Storing the version ..." in self.window.labels()
+
+    def new(self):
+        """Makes another report of the study."""
+        seconds.wait()
+        self.window.press("New")
+        wait_until(lambda: self.versions.count() == 0, "the new report")
+        seconds.use()
+
+    def ask_approval(self):
+        """Presses "Approve" and answers the question that comes."""
+        self.window.press("Approve")
+        return self.program.message(
+            "The approved document will not be editable anymore ... do you want to continue ?")
+
+    def approve(self):
+        before = self.versions.rows()
+        seconds.wait()
+        self.ask_approval().press("Yes")
+        self._wait_version(before)
+        wait_until(lambda: not self.window.enabled("Approve"), "the report to be locked")
+
+    def codes(self, button, frame=None):
+        """Opens the code tables manager with a button."""
+        self.window.press(button, frame)
+        return Codes(self.program.window("Standard codes"))
+
+    def preview(self):
+        """Opens the preview of the printed report."""
+        self.window.press("Print ")
+        return self.program.window("Printing report")
+
+    def confirm(self, text, timeout=10):
+        """Confirms the program's message that begins with `text`, and answers its whole text."""
+        return self.program.confirm(text, timeout)
+
+    def close(self):
+        self.window.press("Close")
+        self.wait_gone()
+
+    def wait_gone(self):
+        wait_ended(self.program.process)
+
+
+SEARCH = "Search code meaning"
+
+
+class Codes:
+    """The code tables manager, and all that its window can do."""
+
+    def __init__(self, window):
+        self.window = window
+        wait_until(window.active, "the manager to be active")
+        self.found = window.list("Codes")
+
+    def __getattr__(self, name):
+        return getattr(self.window, name)
+
+    def pick(self, row):
+        """Clicks a row and answers it once the boxes show it."""
+        expected = self.found.row(row)
+        self.found.click(row)
+        wait_until(lambda: [self.window.read("Code"), self.window.read("Meaning")] == expected,
+                   f"the code {expected}")
+        return expected
+
+    def wait_emptied(self):
+        """Until the boxes are empty: what was asked for is done."""
+        wait_until(lambda: self.window.read("Code") == "", "the boxes to be emptied")
+
+    def close(self):
+        self.window.press("Close")
+        self.window.wait_closed()

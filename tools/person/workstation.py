@@ -1,0 +1,45 @@
+"""The workstation itself: its folder, its catalogue, its programs."""
+
+import os
+import shutil
+import sqlite3
+from pathlib import Path
+
+from person.driver import wait_until
+
+FOLDER = Path(os.environ["TAVREL_WORKSTATION"])
+STUDIES = FOLDER / "studies"
+HOSPITAL = "Orbenta General Hospital"
+PHYSICIAN = "Bianchi^Anna"
+
+
+def ask(statement, *values):
+    """The rows that the catalogue answers."""
+    catalogue = sqlite3.connect(FOLDER / "catalogue.db", timeout=10)
+    try:
+        with catalogue:
+            return catalogue.execute(statement, values).fetchall()
+    finally:
+        catalogue.close()
+
+
+def program(name):
+    """The path of a program of the suite."""
+    return Path(shutil.which(name)).resolve()
+
+
+def processes(name):
+    """The workstation's processes of that program."""
+    found = []
+    for folder in Path("/proc").glob("[0-9]*"):
+        try:
+            ours = f"TAVREL_WORKSTATION={FOLDER}".encode() in (folder / "environ").read_bytes().split(b"\0")
+            if ours and (folder / "exe").resolve().name == name:
+                found.append(int(folder.name))
+        except OSError:
+            pass  # it has ended
+    return found
+
+
+def wait_ended(process):
+    wait_until(lambda: not Path(f"/proc/{process}").exists(), f"the process {process} to end")
