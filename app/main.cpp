@@ -2,9 +2,9 @@
 
 #include "codes/frmBase.h"
 #include "editor/frmReport.h"
-#include "host/automation/CTavrel.h"
 #include "host/Global.h"
 #include "host/Startup.h"
+#include "host/automation/CTavrel.h"
 #include "host/chooser/frmSRSeriesChoice.h"
 #include "platform/dbus/DbusAutomation.h"
 #include "platform/dbus/DbusServiceEvents.h"

@@ -20,16 +20,16 @@ namespace tavrel {
 
 namespace {
 
-constexpr auto busName = "Tavrel.CTavrel";
-constexpr auto factoryPath = "/Tavrel/CTavrel";
-constexpr auto factoryInterface = "Tavrel.ClassFactory";
-constexpr auto objectInterface = "Tavrel.CTavrel";
+constexpr auto BusName = "Tavrel.CTavrel";
+constexpr auto FactoryPath = "/Tavrel/CTavrel";
+constexpr auto FactoryInterface = "Tavrel.ClassFactory";
+constexpr auto ObjectInterface = "Tavrel.CTavrel";
 
 // A viewer that answers slowly and sends on could otherwise pile up calls without end, each waiting
 // inside the one before.
-constexpr std::size_t deepestNesting = 32;
+constexpr std::size_t DeepestNesting = 32;
 
-constexpr int lastWordsTimeLimit = 2000; // milliseconds
+constexpr int LastWordsTimeLimit = 2000; // milliseconds
 
 std::string Text(const QVariant& argument) {
     return argument.toString().toStdString();
@@ -96,39 +96,39 @@ DbusAutomation::DbusAutomation(const QDBusConnection& bus, AutomationFactory& fa
                                Program program)
     : bus_(bus), factory_(factory), process_(process), program_(std::move(program)) {
     if (!bus_.isConnected())
-        throw Error(bus_.lastError().type(), busName,
+        throw Error(bus_.lastError().type(), BusName,
                     "There is no session bus to be called on: " + bus_.lastError().message().toStdString());
     connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, this,
             &DbusAutomation::BeforeBlocking);
     bus_.connect(QString(), "/org/freedesktop/DBus/Local", "org.freedesktop.DBus.Local", "Disconnected", this,
                  SLOT(BusLost()));
     // The objects come before the name: whoever waits for the name calls them at once.
-    bus_.registerVirtualObject(factoryPath, this, QDBusConnection::SubPath);
-    const auto reply = bus_.interface()->registerService(busName, QDBusConnectionInterface::DontQueueService,
+    bus_.registerVirtualObject(FactoryPath, this, QDBusConnection::SubPath);
+    const auto reply = bus_.interface()->registerService(BusName, QDBusConnectionInterface::DontQueueService,
                                                          QDBusConnectionInterface::DontAllowReplacement);
     if (reply.value() != QDBusConnectionInterface::ServiceRegistered)
-        throw Error(QDBusError::AddressInUse, busName,
+        throw Error(QDBusError::AddressInUse, BusName,
                     "Another process has the name \"Tavrel.CTavrel\" on the session bus.");
 }
 
 DbusAutomation::~DbusAutomation() {
-    bus_.unregisterObject(factoryPath, QDBusConnection::UnregisterTree);
-    bus_.unregisterService(busName);
+    bus_.unregisterObject(FactoryPath, QDBusConnection::UnregisterTree);
+    bus_.unregisterService(BusName);
 }
 
 void DbusAutomation::Leave() {
     auto release = BusMethod("ReleaseName");
-    release << busName;
-    bus_.call(release, QDBus::Block, lastWordsTimeLimit);
+    release << BusName;
+    bus_.call(release, QDBus::Block, LastWordsTimeLimit);
     for (const auto* call : served_)
         if (call->ClosesReport())
             bus_.send(call->message.createReply());
     // The bus answers in order, so everything sent before has reached it then.
-    bus_.call(BusMethod("GetId"), QDBus::Block, lastWordsTimeLimit);
+    bus_.call(BusMethod("GetId"), QDBus::Block, LastWordsTimeLimit);
 }
 
 QString DbusAutomation::introspect(const QString& path) const {
-    if (path != factoryPath)
+    if (path != FactoryPath)
         return objects_.contains(path) ? introspection::automationObject : QString();
     QString description = introspection::classFactory;
     for (const auto& [child, object] : objects_)
@@ -137,7 +137,7 @@ QString DbusAutomation::introspect(const QString& path) const {
 }
 
 bool DbusAutomation::handleMessage(const QDBusMessage& message, const QDBusConnection&) {
-    const bool known = message.path() == factoryPath || objects_.contains(message.path());
+    const bool known = message.path() == FactoryPath || objects_.contains(message.path());
     const bool standard = message.interface().startsWith(QLatin1String("org.freedesktop.DBus."));
     if (!known || standard)
         return false; // the library answers these
@@ -152,11 +152,11 @@ bool DbusAutomation::handleMessage(const QDBusMessage& message, const QDBusConne
 }
 
 std::optional<DbusAutomation::Call> DbusAutomation::Understand(const QDBusMessage& message) const {
-    const auto isFor = [&](const char* interface) {
+    const auto asksFor = [&](const char* interface) {
         return message.interface().isEmpty() || message.interface() == interface;
     };
-    if (message.path() == factoryPath) {
-        if (isFor(factoryInterface) && message.member() == "CreateInstance" && message.signature().isEmpty())
+    if (message.path() == FactoryPath) {
+        if (asksFor(FactoryInterface) && message.member() == "CreateInstance" && message.signature().isEmpty())
             return Call{message, nullptr, nullptr};
         return {};
     }
@@ -164,7 +164,7 @@ std::optional<DbusAutomation::Call> DbusAutomation::Understand(const QDBusMessag
     const auto member = std::find_if(members.begin(), members.end(), [&](const Member& candidate) {
         return candidate.name == message.member() && candidate.signature == message.signature();
     });
-    if (object == objects_.end() || member == members.end() || !isFor(objectInterface))
+    if (object == objects_.end() || member == members.end() || !asksFor(ObjectInterface))
         return {};
     return Call{message, &*member, object->second.get()};
 }
@@ -174,7 +174,7 @@ std::deque<DbusAutomation::Call>::const_iterator DbusAutomation::NextToServe() c
         return arrived_.end();
     if (served_.empty() && !InNestedEventLoop())
         return arrived_.begin();
-    const auto servable = served_.size() < deepestNesting ? &Call::ServedWhileWaiting : &Call::ClosesReport;
+    const auto servable = served_.size() < DeepestNesting ? &Call::ServedWhileWaiting : &Call::ClosesReport;
     return std::find_if(arrived_.begin(), arrived_.end(), std::mem_fn(servable));
 }
 
@@ -208,7 +208,7 @@ QVariantList DbusAutomation::Run(const Call& call) {
 
 QString DbusAutomation::Create() {
     auto object = factory_.CreateInstance();
-    const QString path = QString("%1/%2").arg(factoryPath).arg(++created_);
+    const QString path = QString("%1/%2").arg(FactoryPath).arg(++created_);
     objects_.emplace(path, std::move(object));
     return path;
 }

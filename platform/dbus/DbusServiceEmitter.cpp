@@ -10,7 +10,7 @@ namespace tavrel {
 
 namespace {
 
-constexpr auto busName = "Porvane.Service";
+constexpr auto BusName = "Porvane.Service";
 
 QString Text(const std::string& text) {
     return QString::fromStdString(text);
@@ -23,20 +23,20 @@ DbusServiceEmitter::DbusServiceEmitter()
 
 DbusServiceEmitter::DbusServiceEmitter(const QDBusConnection& bus) : bus_(bus) {
     if (!bus_.isConnected())
-        throw Error(bus_.lastError().type(), busName,
+        throw Error(bus_.lastError().type(), BusName,
                     "There is no session bus to tell stored reports on: " + bus_.lastError().message().toStdString());
-    const auto reply = bus_.interface()->registerService(busName, QDBusConnectionInterface::DontQueueService,
+    const auto reply = bus_.interface()->registerService(BusName, QDBusConnectionInterface::DontQueueService,
                                                          QDBusConnectionInterface::DontAllowReplacement);
     if (reply.value() == QDBusConnectionInterface::ServiceRegistered)
         return;
     QDBusConnection::disconnectFromBus(bus_.name());
-    throw Error(QDBusError::AddressInUse, busName,
+    throw Error(QDBusError::AddressInUse, BusName,
                 "Another process has the name \"Porvane.Service\" on the session bus.");
 }
 
 DbusServiceEmitter::~DbusServiceEmitter() {
     if (bus_.isConnected())
-        bus_.interface()->unregisterService(busName); // the connection itself is closed some time later
+        bus_.interface()->unregisterService(BusName); // the connection itself is closed some time later
     QDBusConnection::disconnectFromBus(bus_.name());
 }
 
@@ -58,7 +58,7 @@ void DbusServiceEmitter::OnStore(const std::string& callingAe, const std::string
 }
 
 void DbusServiceEmitter::Emit(const QString& signal, const QVariantList& arguments) {
-    auto message = QDBusMessage::createSignal("/Porvane/Service", busName, signal);
+    auto message = QDBusMessage::createSignal("/Porvane/Service", BusName, signal);
     message.setArguments(arguments);
     bus_.send(message);
 }

@@ -13,8 +13,8 @@ namespace tavrel {
 
 namespace {
 
-constexpr auto busName = "Porvane.Service";
-constexpr auto objectPath = "/Porvane/Service";
+constexpr auto BusName = "Porvane.Service";
+constexpr auto ObjectPath = "/Porvane/Service";
 
 } // namespace
 
@@ -37,10 +37,10 @@ private:
 
 DbusServiceEvents::DbusServiceEvents(const QDBusConnection& bus, std::chrono::milliseconds bound)
     : bus_(bus), bound_(bound) {
-    bus_.connect(busName, objectPath, busName, "OnConnection", this, SLOT(OnConnection(QString, QString, QString)));
-    bus_.connect(busName, objectPath, busName, "OnEndConnection", this,
+    bus_.connect(BusName, ObjectPath, BusName, "OnConnection", this, SLOT(OnConnection(QString, QString, QString)));
+    bus_.connect(BusName, ObjectPath, BusName, "OnEndConnection", this,
                  SLOT(OnEndConnection(QString, QString, QString)));
-    bus_.connect(busName, objectPath, busName, "OnStore", this,
+    bus_.connect(BusName, ObjectPath, BusName, "OnStore", this,
                  SLOT(OnStore(QString, QString, QString, QString, QString, QString)));
 }
 
@@ -49,7 +49,7 @@ std::unique_ptr<ServiceObject> DbusServiceEvents::Attach(ServiceEventHandler& ha
 }
 
 void DbusServiceEvents::AwaitSentEvents() {
-    auto ping = QDBusMessage::createMethodCall(busName, objectPath, "org.freedesktop.DBus.Peer", "Ping");
+    auto ping = QDBusMessage::createMethodCall(BusName, ObjectPath, "org.freedesktop.DBus.Peer", "Ping");
     ping.setAutoStartService(false);
     const bool before = std::exchange(awaiting_, true);
     AwaitAnswer(bus_.asyncCall(ping), bound_);

@@ -14,10 +14,10 @@ namespace tavrel {
 
 namespace {
 
-constexpr auto busName = "Lumaret.Viewer";
-constexpr auto objectPath = "/Lumaret/Viewer";
+constexpr auto BusName = "Lumaret.Viewer";
+constexpr auto ObjectPath = "/Lumaret/Viewer";
 // The wait bounds the time; the call itself stays open to tell when a hung viewer answers after all.
-constexpr int noTimeLimit = std::numeric_limits<int>::max();
+constexpr int NoTimeLimit = std::numeric_limits<int>::max();
 
 QDBusMessage BusMethod(const char* name) {
     return QDBusMessage::createMethodCall("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
@@ -25,7 +25,7 @@ QDBusMessage BusMethod(const char* name) {
 }
 
 [[noreturn]] void Fail(QDBusError::ErrorType type, const QString& description) {
-    throw Error(type, busName, description.toStdString());
+    throw Error(type, BusName, description.toStdString());
 }
 
 void RaiseFailureOf(const QDBusPendingCall& call, const QString& name) {
@@ -46,14 +46,14 @@ void RaiseFailureOf(const QDBusPendingCall& call, const QString& name) {
 
 void DbusViewerCalls::Start() {
     // The bus starts only what is registered, and says so even of a viewer that runs unregistered.
-    const QDBusPendingReply<bool> running = AskBus(BusMethod("NameHasOwner") << busName);
+    const QDBusPendingReply<bool> running = AskBus(BusMethod("NameHasOwner") << BusName);
     if (running.value())
         return;
-    AskBus(BusMethod("StartServiceByName") << busName << 0U);
+    AskBus(BusMethod("StartServiceByName") << BusName << 0U);
 }
 
 QDBusPendingCall DbusViewerCalls::AskBus(const QDBusMessage& question) {
-    const auto call = bus_.asyncCall(question, noTimeLimit);
+    const auto call = bus_.asyncCall(question, NoTimeLimit);
     if (!AwaitAnswer(call, bound_))
         Fail(QDBusError::Timeout, "The viewer \"Lumaret.Viewer\" was started and has not come up in time.");
     RaiseFailureOf(call, "its start");
@@ -61,10 +61,10 @@ QDBusPendingCall DbusViewerCalls::AskBus(const QDBusMessage& question) {
 }
 
 void DbusViewerCalls::SetProperty(const QString& name, const QVariant& value) {
-    auto set = QDBusMessage::createMethodCall(busName, objectPath, "org.freedesktop.DBus.Properties", "Set");
-    set << busName << name << QVariant::fromValue(QDBusVariant(value));
+    auto set = QDBusMessage::createMethodCall(BusName, ObjectPath, "org.freedesktop.DBus.Properties", "Set");
+    set << BusName << name << QVariant::fromValue(QDBusVariant(value));
     set.setAutoStartService(false);
-    properties_.insert_or_assign(name, bus_.asyncCall(set, noTimeLimit));
+    properties_.insert_or_assign(name, bus_.asyncCall(set, NoTimeLimit));
 }
 
 void DbusViewerCalls::CallMethod(const QString& name) {
@@ -72,9 +72,9 @@ void DbusViewerCalls::CallMethod(const QString& name) {
     if (overdue_ && !overdue_->isFinished())
         Fail(QDBusError::Timeout, "The viewer still does not answer; " + name + " was not sent.");
     overdue_.reset();
-    auto method = QDBusMessage::createMethodCall(busName, objectPath, busName, name);
+    auto method = QDBusMessage::createMethodCall(BusName, ObjectPath, BusName, name);
     method.setAutoStartService(false);
-    const auto call = bus_.asyncCall(method, noTimeLimit);
+    const auto call = bus_.asyncCall(method, NoTimeLimit);
     Await(call, name);
     for (const auto& [property, set] : properties)
         RaiseFailureOf(set, property);

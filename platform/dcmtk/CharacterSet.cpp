@@ -26,7 +26,7 @@ namespace {
 
 using Form = CodedSet::Form;
 
-constexpr std::array<CodedSet, 19> codedSets{{
+constexpr std::array<CodedSet, 19> CodedSets{{
     {"100", Form::HighSingle, "ISO-8859-1", "\x1B-A", ""},
     {"101", Form::HighSingle, "ISO-8859-2", "\x1B-B", ""},
     {"109", Form::HighSingle, "ISO-8859-3", "\x1B-C", ""},
@@ -48,8 +48,8 @@ constexpr std::array<CodedSet, 19> codedSets{{
     {"GBK", Form::Whole, "GBK", "", ""},
 }};
 
-constexpr std::string_view asciiEscape = "\x1B(B";
-constexpr std::string_view romajiEscape = "\x1B(J"; // read as ASCII: DICOM's delimiters keep their meaning
+constexpr std::string_view AsciiEscape = "\x1B(B";
+constexpr std::string_view RomajiEscape = "\x1B(J"; // read as ASCII: DICOM's delimiters keep their meaning
 
 bool IsHigh(char c) {
     return static_cast<unsigned char>(c) >= 0x80;
@@ -67,8 +67,8 @@ const CodedSet* FindSet(std::string_view term) {
     for (const std::string_view prefix : {"ISO2022IR", "ISOIR"})
         if (plain.starts_with(prefix))
             plain.erase(0, prefix.size());
-    const auto* found = std::ranges::find(codedSets, std::string_view{plain}, &CodedSet::term);
-    return found == codedSets.end() ? nullptr : found;
+    const auto* found = std::ranges::find(CodedSets, std::string_view{plain}, &CodedSet::term);
+    return found == CodedSets.end() ? nullptr : found;
 }
 
 bool IsDelimiter(char c, TextKind kind) {
@@ -91,14 +91,14 @@ Designation Initial(const std::vector<const CodedSet*>& sets) {
 
 /// Takes an escape sequence from the front of `bytes`; false when it is none that DICOM knows.
 bool TakeEscape(std::string_view& bytes, Designation& now) {
-    for (const std::string_view escape : {asciiEscape, romajiEscape}) {
+    for (const std::string_view escape : {AsciiEscape, RomajiEscape}) {
         if (bytes.starts_with(escape)) {
             bytes.remove_prefix(escape.size());
             now.low = nullptr;
             return true;
         }
     }
-    for (const CodedSet& set : codedSets) {
+    for (const CodedSet& set : CodedSets) {
         if (!set.escape.empty() && bytes.starts_with(set.escape)) {
             bytes.remove_prefix(set.escape.size());
             (set.form == Form::LowDouble ? now.low : now.high) = &set;
@@ -159,7 +159,7 @@ public:
     void Finish() {
         const bool romaji = initial_.high != nullptr && initial_.high->term == "13";
         if (now_.low != nullptr)
-            bytes_ += romaji ? romajiEscape : asciiEscape;
+            bytes_ += romaji ? RomajiEscape : AsciiEscape;
         now_.low = nullptr;
     }
 

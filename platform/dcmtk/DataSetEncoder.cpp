@@ -21,9 +21,9 @@
 namespace tavrel {
 namespace {
 
-constexpr std::size_t longestShortValue = 65534; ///< bytes, in a VR whose length has 16 bits
-constexpr std::size_t longestUid = 64;
-constexpr Tag specificCharacterSet{0x0008, 0x0005};
+constexpr std::size_t LongestShortValue = 65534; ///< bytes, in a VR whose length has 16 bits
+constexpr std::size_t LongestUid = 64;
+constexpr Tag SpecificCharacterSet{0x0008, 0x0005};
 
 /// Where in the data set the encoder is, for messages.
 struct Place {
@@ -76,7 +76,7 @@ void CheckValue(std::string_view text, std::string_view vr, const Place& place) 
         return;
     for (std::string_view rest = text; !rest.empty();) {
         const auto end = std::min(rest.find('\\'), rest.size());
-        if (end > longestUid)
+        if (end > LongestUid)
             throw DicomFailure(DicomFault::BadValue, "The UID " + std::string{rest.substr(0, end)} + " of " +
                                                          place.Name() + " is longer than 64 characters.");
         rest.remove_prefix(std::min(end + 1, rest.size()));
@@ -107,8 +107,8 @@ private:
         for (std::size_t index = 0; index < items.size(); ++index) {
             const Place place{holder, tag, index + 1};
             auto item = std::make_unique<DcmItem>();
-            if (items[index]->Elements().contains(specificCharacterSet))
-                Encoder{items[index]->GetString(specificCharacterSet)}.Encode(*items[index], *item, &place);
+            if (items[index]->Elements().contains(SpecificCharacterSet))
+                Encoder{items[index]->GetString(SpecificCharacterSet)}.Encode(*items[index], *item, &place);
             else
                 Encode(*items[index], *item, &place);
             if (sequence->append(item.get()).good())
@@ -129,10 +129,10 @@ private:
         std::string bytes;
         if (const auto lost = (kind ? set_ : ascii).Encode(text, kind.value_or(TextKind::Plain), bytes))
             throw CannotHold(*lost, text, kind.has_value(), place);
-        if (bytes.size() > longestShortValue && vr != "UT" && vr != "UC" && vr != "UR")
+        if (bytes.size() > LongestShortValue && vr != "UT" && vr != "UC" && vr != "UR")
             throw DicomFailure(DicomFault::BadText,
                                "The text of " + place.Name() + " is too long: " + std::to_string(bytes.size()) +
-                                   " bytes, at most " + std::to_string(longestShortValue) + " can be stored.");
+                                   " bytes, at most " + std::to_string(LongestShortValue) + " can be stored.");
         if (bytes != text)
             PutText(*copy, bytes);
         return copy;
@@ -154,7 +154,7 @@ private:
 
 std::unique_ptr<DcmDataset> EncodeDataSet(const DcmtkDataSet& source) {
     auto target = std::make_unique<DcmDataset>();
-    Encoder{source.GetString(specificCharacterSet)}.Encode(source, *target, nullptr);
+    Encoder{source.GetString(SpecificCharacterSet)}.Encode(source, *target, nullptr);
     return target;
 }
 

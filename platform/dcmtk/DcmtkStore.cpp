@@ -147,9 +147,9 @@ private:
     /// The workstation's own service listens on the loopback address only.
     static std::string Address(const StoreTarget& target) {
         constexpr std::string_view local = "localhost";
-        const bool isLocal = std::ranges::equal(
+        const bool loopback = std::ranges::equal(
             target.host, local, [](char a, char b) { return std::tolower(static_cast<unsigned char>(a)) == b; });
-        return (isLocal ? "127.0.0.1" : target.host) + ":" + target.port;
+        return (loopback ? "127.0.0.1" : target.host) + ":" + target.port;
     }
 
     static Error Refused(const OFCondition& outcome, T_ASC_Parameters* parameters) {

@@ -21,11 +21,11 @@ namespace tavrel {
 namespace {
 
 /// More than this is not kept in memory for a file that may never be asked.
-constexpr std::uint64_t mostEarlyBytes = 16 * 1024;
+constexpr std::uint64_t MostEarlyBytes = 16 * 1024;
 
 /// A report is read in one piece mostly; an image's header is a fraction of its file.
-constexpr std::size_t wholePiece = 256 * 1024;
-constexpr std::size_t headerPiece = 16 * 1024;
+constexpr std::size_t WholePiece = 256 * 1024;
+constexpr std::size_t HeaderPiece = 16 * 1024;
 
 E_TransferSyntax ToolkitSyntax(const std::string& declared, bool explicitVr, bool bigEndian) {
     if (!declared.empty())
@@ -70,7 +70,7 @@ public:
 
     DicomLayout Scan(std::uint16_t lastGroup) const {
         try {
-            const auto piece = lastGroup == everyGroup ? wholePiece : headerPiece;
+            const auto piece = lastGroup == EveryGroup ? WholePiece : HeaderPiece;
             ByteWindow window{handle_, identity_.size, piece};
             return ScanDicom(window, lastGroup);
         } catch (const StructureFault& fault) {
@@ -109,7 +109,7 @@ DicomFile DicomFile::Checked(std::string_view path) {
     DicomFile result{path, true};
     const OpenFile file{result.path_};
     result.identity_ = file.FileIdentity();
-    result.KeepEarlyPart(file.Scan(everyGroup), file);
+    result.KeepEarlyPart(file.Scan(EveryGroup), file);
     return result;
 }
 
@@ -118,7 +118,7 @@ std::uint16_t DicomFile::LastEarlyGroup() const {
 }
 
 void DicomFile::KeepEarlyPart(const DicomLayout& layout, const OpenFile& file) {
-    if (layout.earlyEnd - layout.metaBegin > mostEarlyBytes)
+    if (layout.earlyEnd - layout.metaBegin > MostEarlyBytes)
         return;
     early_ = file.Read(layout.metaBegin, layout.earlyEnd);
     earlyMetaLength_ = static_cast<std::uint32_t>(layout.dataBegin - layout.metaBegin);
@@ -137,7 +137,7 @@ ParsedFile DicomFile::ParseEarlyPart() {
 }
 
 ParsedFile DicomFile::Parse() const {
-    return Read(checked_ ? everyGroup : lastHeaderGroup);
+    return Read(checked_ ? EveryGroup : LastHeaderGroup);
 }
 
 ParsedFile DicomFile::Read(std::uint16_t lastGroup) const {

@@ -15,12 +15,12 @@
 namespace tavrel {
 namespace {
 
-constexpr std::size_t deepestNesting = 64;
-constexpr std::size_t mostElements = 500'000;
-constexpr std::uint32_t undefinedLength = 0xFFFFFFFF;
-constexpr std::uint64_t preambleSize = 132;
+constexpr std::size_t DeepestNesting = 64;
+constexpr std::size_t MostElements = 500'000;
+constexpr std::uint32_t UndefinedLength = 0xFFFFFFFF;
+constexpr std::uint64_t PreambleSize = 132;
 
-constexpr std::array<std::string_view, 2> deflatedSyntaxes{"1.2.840.10008.1.2.1.99", "1.2.840.10008.1.2.4.95"};
+constexpr std::array<std::string_view, 2> DeflatedSyntaxes{"1.2.840.10008.1.2.1.99", "1.2.840.10008.1.2.4.95"};
 
 bool IsUpper(std::uint8_t c) {
     return c >= 'A' && c <= 'Z';
@@ -32,7 +32,7 @@ constexpr std::size_t VrIndex(char first, char second) {
 
 /// Whether a VR's length has 16 bits (PS3.5, table 7.1-2); all others, those of later editions too,
 /// have 32 bits after two reserved bytes. A table, since it is asked for every element of a report.
-constexpr auto hasShortLength = [] {
+constexpr auto ShortLength = [] {
     constexpr std::string_view shortVrs = "AEASATCSDADSDTFDFLISLOLTPNSHSLSSSTTMUIULUS";
     std::array<bool, 26 * 26> table{};
     for (std::size_t at = 0; at < shortVrs.size(); at += 2)
@@ -101,7 +101,7 @@ private:
         if (!IsUpper(at[4]) || !IsUpper(at[5]))
             throw StructureFault("an element has no valid type");
         header.vr = {static_cast<char>(at[4]), static_cast<char>(at[5])};
-        if (hasShortLength[VrIndex(header.vr[0], header.vr[1])]) {
+        if (ShortLength[VrIndex(header.vr[0], header.vr[1])]) {
             header.length = Number16(at + 6, encoding.bigEndian);
             return header;
         }
@@ -116,8 +116,8 @@ private:
         const auto size = bytes_.Size();
         if (size == 0)
             throw StructureFault("it is empty");
-        if (size >= preambleSize && std::memcmp(bytes_.At(128, 4), "DICM", 4) == 0)
-            layout_.metaBegin = preambleSize;
+        if (size >= PreambleSize && std::memcmp(bytes_.At(128, 4), "DICM", 4) == 0)
+            layout_.metaBegin = PreambleSize;
         layout_.dataBegin = layout_.metaBegin;
         ReadMeta();
         if (layout_.dataBegin == size)
@@ -148,7 +148,7 @@ private:
     }
 
     void UseDeclaredEncoding() {
-        if (std::ranges::find(deflatedSyntaxes, layout_.transferSyntax) != deflatedSyntaxes.end())
+        if (std::ranges::find(DeflatedSyntaxes, layout_.transferSyntax) != DeflatedSyntaxes.end())
             throw StructureFault("it is compressed as a whole (deflated), which is not supported");
         const DcmXfer syntax{layout_.transferSyntax.c_str()};
         if (syntax.getXfer() == EXS_Unknown)
@@ -229,10 +229,10 @@ private:
     }
 
     void PassElement(const Frame& frame, const Header& header) {
-        const bool isPixels = header.group == 0x7FE0 && header.element == 0x0010;
+        const bool pixels = header.group == 0x7FE0 && header.element == 0x0010;
         const auto vr = header.Vr();
-        if (header.length == undefinedLength) {
-            if (vr == "OB" || vr == "OW" || (isPixels && vr.empty()))
+        if (header.length == UndefinedLength) {
+            if (vr == "OB" || vr == "OW" || (pixels && vr.empty()))
                 Open(Frame::Kind::Fragments, header, frame.limit, frame.encoding);
             else if (vr == "UN") // PS3.5, 6.2.2, note: its items are implicit VR little endian
                 Open(Frame::Kind::Sequence, header, frame.limit, {false, false});
@@ -259,9 +259,9 @@ private:
 
     void Open(Frame::Kind kind, const Header& header, std::uint64_t limit, Encoding encoding) {
         // Sequences and their items take turns.
-        if (frames_.size() > 2 * deepestNesting)
+        if (frames_.size() > 2 * DeepestNesting)
             throw StructureFault("its sequences are nested more than 64 deep");
-        const bool openEnd = header.length == undefinedLength;
+        const bool openEnd = header.length == UndefinedLength;
         if (!openEnd)
             limit = End(header, limit);
         frames_.push_back({kind, openEnd, limit, encoding});
@@ -277,7 +277,7 @@ private:
     }
 
     void Count() {
-        if (++count_ > mostElements)
+        if (++count_ > MostElements)
             throw StructureFault("it holds more than half a million elements");
     }
 

@@ -12,8 +12,8 @@
 namespace tavrel {
 namespace {
 
-constexpr std::string_view textVrs = "AE AS CS DA DS DT IS LO LT PN SH ST TM UC UI UR UT ";
-constexpr std::string_view numberVrs = "AT FD FL SL SS SV UL US UV ";
+constexpr std::string_view TextVrs = "AE AS CS DA DS DT IS LO LT PN SH ST TM UC UI UR UT ";
+constexpr std::string_view NumberVrs = "AT FD FL SL SS SV UL US UV ";
 
 bool Holds(std::string_view vrs, std::string_view vr) {
     const auto at = vrs.find(vr);
@@ -52,11 +52,11 @@ std::optional<TextKind> TextKindOf(std::string_view vr) {
 }
 
 bool IsTextVr(std::string_view vr) {
-    return Holds(textVrs, vr);
+    return Holds(TextVrs, vr);
 }
 
 bool IsNumberVr(std::string_view vr) {
-    return Holds(numberVrs, vr);
+    return Holds(NumberVrs, vr);
 }
 
 std::string NumberText(const DcmElement& element) {
@@ -91,7 +91,7 @@ void PutText(DcmElement& element, std::string_view text) {
 }
 
 std::unique_ptr<DcmElement> NewElement(Tag tag, std::string_view vr, std::string_view text) {
-    if (!Holds(textVrs, vr) && !Holds(numberVrs, vr))
+    if (!Holds(TextVrs, vr) && !Holds(NumberVrs, vr))
         throw DicomFailure(DicomFault::BadValue, "A value of VR \"" + std::string{vr} + "\" cannot be written to " +
                                                      AttributeName(tag) + ".");
     DcmElement* made = nullptr;

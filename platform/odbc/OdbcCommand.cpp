@@ -26,8 +26,8 @@ void RequireThatItFits(const Parameter& parameter) {
 }
 
 BoundText Bound(const Parameter& parameter) {
-    const bool isLong = parameter.type == ParameterType::LongVariableCharacter;
-    return {parameter.value, static_cast<SQLSMALLINT>(isLong ? SQL_LONGVARCHAR : SQL_VARCHAR),
+    const bool longText = parameter.type == ParameterType::LongVariableCharacter;
+    return {parameter.value, static_cast<SQLSMALLINT>(longText ? SQL_LONGVARCHAR : SQL_VARCHAR),
             static_cast<SQLULEN>(parameter.size)};
 }
 

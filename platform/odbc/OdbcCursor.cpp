@@ -15,7 +15,7 @@ namespace {
 
 /// A longer value is read by a call of its own. Room for more would slow every row down: the SQLite
 /// driver fills a buffer to its end.
-constexpr std::size_t columnBufferSize = 256;
+constexpr std::size_t ColumnBufferSize = 256;
 
 std::string_view WithoutPadding(std::string_view text) {
     return text.substr(0, text.find_last_not_of(' ') + 1);
@@ -42,7 +42,7 @@ void OdbcCursor::DescribeColumns() {
                                         static_cast<SQLSMALLINT>(name.size()), &nameLength, &column.sqlType,
                                         &column.size, &digits, &nullable));
         column.name = reinterpret_cast<const char*>(name.data());
-        column.isPadded = IsFixedWidthText(number, column.sqlType);
+        column.padded = IsFixedWidthText(number, column.sqlType);
     }
 }
 
@@ -63,19 +63,19 @@ std::string OdbcCursor::Attribute(SQLUSMALLINT number, SQLUSMALLINT attribute) c
 }
 
 void OdbcCursor::BindColumns() {
-    row_.resize(columns_.size() * columnBufferSize);
+    row_.resize(columns_.size() * ColumnBufferSize);
     char* buffer = row_.data();
     SQLUSMALLINT number = 0;
     for (Column& column : columns_) {
         column.buffer = buffer;
         statement_.Check(SQLBindCol(statement_.Handle(), ++number, SQL_C_CHAR, buffer,
-                                    static_cast<SQLLEN>(columnBufferSize), &column.length));
-        buffer += columnBufferSize;
+                                    static_cast<SQLLEN>(ColumnBufferSize), &column.length));
+        buffer += ColumnBufferSize;
     }
 }
 
 bool OdbcCursor::Next() {
-    hasRow_ = false;
+    onRow_ = false;
     if (columns_.empty())
         return false;
     const SQLRETURN result = SQLFetch(statement_.Handle());
@@ -83,23 +83,23 @@ bool OdbcCursor::Next() {
         Close();
         return false;
     }
-    if (result != SQL_SUCCESS || hasLongValues_) {
+    if (result != SQL_SUCCESS || longValues_) {
         statement_.Check(result);
         ReadLongValues();
     }
-    hasRow_ = true;
+    onRow_ = true;
     return true;
 }
 
 void OdbcCursor::ReadLongValues() {
-    hasLongValues_ = false;
+    longValues_ = false;
     SQLUSMALLINT number = 0;
     for (Column& column : columns_) {
         ++number;
-        column.isLong = column.length == SQL_NO_TOTAL || column.length >= static_cast<SQLLEN>(columnBufferSize);
-        if (column.isLong) {
+        column.overflowing = column.length == SQL_NO_TOTAL || column.length >= static_cast<SQLLEN>(ColumnBufferSize);
+        if (column.overflowing) {
             ReadLongValue(number, column);
-            hasLongValues_ = true;
+            longValues_ = true;
         }
     }
 }
@@ -114,15 +114,15 @@ void OdbcCursor::ReadLongValue(SQLUSMALLINT number, Column& column) {
         if (result == SQL_NO_DATA)
             return;
         statement_.Check(result);
-        const bool isLast = left != SQL_NO_TOTAL && left < static_cast<SQLLEN>(part.size());
-        column.longText.append(part.data(), isLast ? static_cast<std::size_t>(left) : part.size() - 1);
-        if (isLast)
+        const bool last = left != SQL_NO_TOTAL && left < static_cast<SQLLEN>(part.size());
+        column.longText.append(part.data(), last ? static_cast<std::size_t>(left) : part.size() - 1);
+        if (last)
             return;
     }
 }
 
 void OdbcCursor::Close() {
-    hasRow_ = false;
+    onRow_ = false;
     if (statement_.Handle() != nullptr)
         SQLFreeStmt(statement_.Handle(), SQL_CLOSE);
 }
@@ -136,15 +136,15 @@ int OdbcCursor::FieldIndex(std::string_view name) const {
 }
 
 std::optional<std::string_view> OdbcCursor::Field(int index) const {
-    if (!hasRow_)
+    if (!onRow_)
         throw NoCurrentRow();
     const Column& column = columns_.at(static_cast<std::size_t>(index));
     if (column.length == SQL_NULL_DATA)
         return std::nullopt;
-    const std::string_view text = column.isLong
+    const std::string_view text = column.overflowing
                                       ? std::string_view(column.longText)
                                       : std::string_view(column.buffer, static_cast<std::size_t>(column.length));
-    return column.isPadded ? WithoutPadding(text) : text;
+    return column.padded ? WithoutPadding(text) : text;
 }
 
 OdbcCursor::Origin OdbcCursor::OriginOf(int index) const {

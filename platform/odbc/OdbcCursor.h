@@ -23,7 +23,7 @@ public:
 
     /// Fetches the next row; false at the end of data.
     bool Next();
-    bool HasRow() const { return hasRow_; }
+    bool HasRow() const { return onRow_; }
     void Close();
 
     int ColumnCount() const { return static_cast<int>(columns_.size()); }
@@ -48,10 +48,10 @@ private:
         std::string name;
         SQLSMALLINT sqlType = SQL_VARCHAR;
         SQLULEN size = 0;
-        bool isPadded = false;
+        bool padded = false;
         const char* buffer = nullptr;
         SQLLEN length = 0;
-        bool isLong = false; ///< the current row's value did not fit: it is in `longText`
+        bool overflowing = false; ///< the current row's value did not fit: it is in `longText`
         std::string longText;
     };
 
@@ -65,8 +65,8 @@ private:
     OdbcStatement statement_;
     std::vector<Column> columns_;
     std::vector<char> row_;
-    bool hasRow_ = false;
-    bool hasLongValues_ = false;
+    bool onRow_ = false;
+    bool longValues_ = false;
 };
 
 } // namespace tavrel

@@ -34,11 +34,11 @@ std::string OdbcDynamicResultSet::Text(std::string_view name) const {
 
 void OdbcDynamicResultSet::AddNew() {
     changes_.clear();
-    isAdding_ = true;
+    adding_ = true;
 }
 
 void OdbcDynamicResultSet::SetField(std::string_view name, std::string_view value) {
-    if (!isAdding_ && AtEnd())
+    if (!adding_ && AtEnd())
         throw NoCurrentRow();
     changes_[static_cast<std::size_t>(FieldIndex(name))] = value;
 }
@@ -47,7 +47,7 @@ void OdbcDynamicResultSet::Update() {
     if (changes_.empty())
         throw OdbcError(OdbcFailure::NoCurrentRow, "There is nothing to store: no field was set.");
     session_->Guarded([this] {
-        if (isAdding_)
+        if (adding_)
             Insert();
         else
             ChangeCurrent();
@@ -67,7 +67,7 @@ void OdbcDynamicResultSet::Insert() {
 
     ApplyChangesTo(rows_.emplace_back(origins_.size()));
     position_ = rows_.size() - 1;
-    isAdding_ = false;
+    adding_ = false;
 }
 
 void OdbcDynamicResultSet::ChangeCurrent() {
@@ -127,7 +127,7 @@ void OdbcDynamicResultSet::Close() {
     rows_.clear();
     position_ = 0;
     changes_.clear();
-    isAdding_ = false;
+    adding_ = false;
 }
 
 } // namespace tavrel

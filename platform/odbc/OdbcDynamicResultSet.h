@@ -50,7 +50,7 @@ private:
     std::vector<OdbcCursor::Origin> origins_;
     std::vector<Row> rows_;
     std::size_t position_ = 0;
-    bool isAdding_ = false;
+    bool adding_ = false;
     std::map<std::size_t, std::string> changes_; ///< by column, not yet stored
 };
 

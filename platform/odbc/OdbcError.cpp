@@ -9,7 +9,7 @@ namespace tavrel {
 
 namespace {
 
-constexpr const char* source = "Database";
+constexpr const char* Source = "Database";
 
 struct Record {
     std::string state;
@@ -28,8 +28,8 @@ struct Record {
 std::string OneLine(std::string_view text) {
     std::string line;
     for (const char character : text) {
-        const bool isBlank = character == ' ' || (character >= '\t' && character <= '\r');
-        if (!isBlank)
+        const bool blank = character == ' ' || (character >= '\t' && character <= '\r');
+        if (!blank)
             line += character;
         else if (!line.empty() && line.back() != ' ')
             line += ' ';
@@ -59,7 +59,7 @@ std::vector<Record> ReadRecords(SQLSMALLINT handleType, SQLHANDLE handle) {
 } // namespace
 
 Error OdbcError(OdbcFailure failure, std::string description) {
-    return Error(static_cast<int>(failure), source, std::move(description));
+    return Error(static_cast<int>(failure), Source, std::move(description));
 }
 
 Error NoCurrentRow() {
@@ -91,7 +91,7 @@ OdbcDiagnostics OdbcDiagnostics::Read(SQLSMALLINT handleType, SQLHANDLE handle) 
 }
 
 Error OdbcDiagnostics::AsError() const {
-    return Error(number, source, text);
+    return Error(number, Source, text);
 }
 
 } // namespace tavrel

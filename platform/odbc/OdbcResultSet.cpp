@@ -13,7 +13,7 @@ Error ReadOnly() {
 } // namespace
 
 OdbcResultSet::OdbcResultSet(std::shared_ptr<OdbcSession> session, std::string_view statement)
-    : session_(session), cursor_(std::move(session), statement), isEmpty_(!cursor_.Next()) {}
+    : session_(session), cursor_(std::move(session), statement), empty_(!cursor_.Next()) {}
 
 void OdbcResultSet::MoveNext() {
     if (AtEnd())

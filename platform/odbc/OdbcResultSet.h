@@ -16,7 +16,7 @@ public:
     OdbcResultSet(std::shared_ptr<OdbcSession> session, std::string_view statement);
 
     bool AtEnd() const override { return !cursor_.HasRow(); }
-    bool AtBeginning() const override { return isEmpty_; }
+    bool AtBeginning() const override { return empty_; }
     void MoveNext() override;
     int FieldIndex(std::string_view name) const override { return cursor_.FieldIndex(name); }
     using ResultSet::Field;
@@ -32,7 +32,7 @@ public:
 private:
     std::shared_ptr<OdbcSession> session_;
     OdbcCursor cursor_;
-    bool isEmpty_;
+    bool empty_;
 };
 
 } // namespace tavrel

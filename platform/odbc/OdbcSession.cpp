@@ -61,7 +61,7 @@ void OdbcSession::Open(std::string_view connectionText, std::string_view user, s
     environment_ = std::move(environment);
     connection_ = std::move(connection);
     lossReason_.clear();
-    isSqlite_ = Info(SQL_DBMS_NAME) == "SQLite";
+    sqlite_ = Info(SQL_DBMS_NAME) == "SQLite";
     identifierQuote_ = Info(SQL_IDENTIFIER_QUOTE_CHAR);
 }
 
@@ -83,7 +83,7 @@ void OdbcSession::BeginTransaction() {
     DropTransaction();
     // A deferred SQLite transaction that reads before it writes can fail at once when another writer
     // came first; one that is a writer from its start waits for its turn.
-    if (isSqlite_)
+    if (sqlite_)
         RunPlain("BEGIN IMMEDIATE");
     else if (!SetAutocommit(false))
         Fail(SQL_HANDLE_DBC, connection_.Get());
@@ -97,13 +97,13 @@ void OdbcSession::Commit() {
                         "There is no transaction to commit: none was begun, or it was dropped when one of its "
                         "statements failed.");
     Guarded([this] {
-        if (isSqlite_)
+        if (sqlite_)
             RunPlain("COMMIT");
         else if (!SQL_SUCCEEDED(SQLEndTran(SQL_HANDLE_DBC, connection_.Get(), SQL_COMMIT)))
             Fail(SQL_HANDLE_DBC, connection_.Get());
     });
     inTransaction_ = false;
-    if (!isSqlite_ && !SetAutocommit(true))
+    if (!sqlite_ && !SetAutocommit(true))
         Fail(SQL_HANDLE_DBC, connection_.Get());
 }
 
@@ -113,7 +113,7 @@ void OdbcSession::DropTransaction() noexcept {
     inTransaction_ = false;
     // Where this fails, the engine has dropped the transaction itself.
     try {
-        if (isSqlite_) {
+        if (sqlite_) {
             RunPlain("ROLLBACK");
         } else {
             SQLEndTran(SQL_HANDLE_DBC, connection_.Get(), SQL_ROLLBACK);

@@ -61,7 +61,7 @@ private:
     std::vector<std::weak_ptr<OdbcHandle>> statements_;
     std::string identifierQuote_;
     std::string lossReason_;
-    bool isSqlite_ = false;
+    bool sqlite_ = false;
     bool inTransaction_ = false;
 };
 

@@ -8,7 +8,7 @@ namespace tavrel {
 
 namespace {
 
-constexpr auto npos = std::string_view::npos;
+constexpr auto Npos = std::string_view::npos;
 
 bool IsBlank(char c) {
     return c == ' ' || (c >= '\t' && c <= '\r');
@@ -56,7 +56,7 @@ public:
     }
 
 private:
-    void SkipTo(std::size_t found, std::size_t width) { position_ = found == npos ? text_.size() : found + width; }
+    void SkipTo(std::size_t found, std::size_t width) { position_ = found == Npos ? text_.size() : found + width; }
 
     void SkipQuoted() {
         const char quote = text_[position_];
@@ -103,7 +103,7 @@ private:
 } // namespace
 
 void RequireSingleStatement(std::string_view text) {
-    if (text.find('\0') != npos)
+    if (text.find('\0') != Npos)
         throw OdbcError(OdbcFailure::SecondStatement, "A statement that holds a NUL character was refused.");
     bool ended = false;
     for (Scanner scanner(text); !scanner.AtEnd();) {

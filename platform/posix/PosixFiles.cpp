@@ -19,7 +19,7 @@ namespace tavrel {
 
 namespace {
 
-constexpr mode_t ownerOnly = S_IRUSR | S_IWUSR;
+constexpr mode_t OwnerOnly = S_IRUSR | S_IWUSR;
 
 [[noreturn]] void Fail(const char* what, const std::string& path, int number) {
     throw Error(number, "Files", std::string(what) + " \"" + path + "\": " + std::generic_category().message(number));
@@ -124,7 +124,7 @@ void PosixFiles::WriteText(std::string_view path, std::string_view text) {
 
 void PosixFiles::AppendText(std::string_view path, std::string_view text) {
     const auto native = NativePath(std::string(path));
-    const OpenFile file(open(native.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, ownerOnly));
+    const OpenFile file(open(native.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, OwnerOnly));
     if (!file.IsOpen())
         Fail("Cannot append to the file", native, errno);
     ssize_t written = 0;

@@ -64,7 +64,7 @@ bool Binding::InReach() const {
     bool inReach = control_->Enabled();
     for (const QWidget* around = widget_.parentWidget(); inReach && around && !around->isWindow();
          around = around->parentWidget())
-        inReach = !around->property(outOfReachProperty).toBool();
+        inReach = !around->property(OutOfReachProperty).toBool();
     return inReach;
 }
 

@@ -9,11 +9,11 @@
 namespace tavrel {
 namespace {
 
-const QString service = "org.freedesktop.portal.Desktop";
-const QString path = "/org/freedesktop/portal/desktop";
-const QString interface = "org.freedesktop.portal.Settings";
-const QString space = "org.freedesktop.appearance";
-const QString key = "color-scheme";
+const QString Service = "org.freedesktop.portal.Desktop";
+const QString Path = "/org/freedesktop/portal/desktop";
+const QString Interface = "org.freedesktop.portal.Settings";
+const QString Space = "org.freedesktop.appearance";
+const QString Key = "color-scheme";
 
 Scheme PlatformScheme() {
     return QApplication::palette().color(QPalette::Window).lightness() < 128 ? Scheme::Dark : Scheme::Light;
@@ -25,9 +25,9 @@ DesktopLook::DesktopLook(QApplication& application, QDBusConnection bus)
     : application_(application), platformScheme_(PlatformScheme()) {
     Dress(application_, platformScheme_);
     qRegisterMetaType<QDBusVariant>(); // the library knows its own type only after a first use
-    bus.connect(service, path, interface, "SettingChanged", this, SLOT(SettingChanged(QString, QString, QDBusVariant)));
-    auto read = QDBusMessage::createMethodCall(service, path, interface, "Read");
-    read << space << key;
+    bus.connect(Service, Path, Interface, "SettingChanged", this, SLOT(SettingChanged(QString, QString, QDBusVariant)));
+    auto read = QDBusMessage::createMethodCall(Service, Path, Interface, "Read");
+    read << Space << Key;
     // Not waited for: a desktop that is slow to answer must not keep a report from opening.
     auto* answer = new QDBusPendingCallWatcher(bus.asyncCall(read), this);
     connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
@@ -38,7 +38,7 @@ DesktopLook::DesktopLook(QApplication& application, QDBusConnection bus)
 }
 
 void DesktopLook::SettingChanged(const QString& changedSpace, const QString& changedKey, const QDBusVariant& value) {
-    if (changedSpace == space && changedKey == key)
+    if (changedSpace == Space && changedKey == Key)
         Follow(value.variant());
 }
 

@@ -123,9 +123,9 @@ public:
 
 protected:
     void ShowState(bool inReach) override {
-        if (widget_.property(outOfReachProperty) == QVariant(!inReach))
+        if (widget_.property(OutOfReachProperty) == QVariant(!inReach))
             return;
-        widget_.setProperty(outOfReachProperty, !inReach);
+        widget_.setProperty(OutOfReachProperty, !inReach);
         binder_.ShowWithin(widget_);
     }
 
@@ -154,7 +154,7 @@ template <typename Bound, typename Model, typename Widget> constexpr Kind KindOf
             }};
 }
 
-constexpr std::array kinds{
+constexpr std::array Kinds{
     KindOf<LabelBinding, Label, QLabel>(),
     KindOf<TextBoxBinding, TextBox, QLineEdit>(),
     KindOf<TextBoxBinding, TextBox, QPlainTextEdit>(),
@@ -171,8 +171,8 @@ std::pair<QWidget*, const Kind*> Partner(const Control& control, const QWidget& 
     auto* widget = window.findChild<QWidget*>(QString::fromStdString(control.Name()));
     if (!widget)
         return {};
-    const auto* kind = std::ranges::find_if(kinds, [&](const Kind& each) { return each.fits(control, *widget); });
-    return kind == kinds.end() ? std::pair<QWidget*, const Kind*>() : std::pair(widget, kind);
+    const auto* kind = std::ranges::find_if(Kinds, [&](const Kind& each) { return each.fits(control, *widget); });
+    return kind == Kinds.end() ? std::pair<QWidget*, const Kind*>() : std::pair(widget, kind);
 }
 
 bool Decorates(const QString& name) {

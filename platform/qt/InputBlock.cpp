@@ -10,7 +10,7 @@ namespace tavrel {
 namespace {
 
 using namespace std::chrono_literals;
-constexpr auto blink = 150ms;
+constexpr auto Blink = 150ms;
 
 void ForEachFormWindow(const std::function<void(FormWindow&)>& act) {
     for (auto* widget : QApplication::topLevelWidgets())
@@ -28,7 +28,7 @@ InputBlock::InputBlock(std::string_view what) {
         QApplication::setOverrideCursor(Qt::BusyCursor);
         ForEachFormWindow([&](FormWindow& window) { window.Veil(text); });
     });
-    longer_.start(blink);
+    longer_.start(Blink);
 }
 
 InputBlock::~InputBlock() {

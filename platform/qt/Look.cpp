@@ -31,7 +31,7 @@ struct Colours {
     const char* veil;
 };
 
-constexpr Colours light{
+constexpr Colours Light{
     .window = "#eef1f4",
     .card = "#ffffff",
     .field = "#ffffff",
@@ -51,7 +51,7 @@ constexpr Colours light{
     .veil = "rgba(238, 241, 244, 190)",
 };
 
-constexpr Colours dark{
+constexpr Colours Dark{
     .window = "#1c2024",
     .card = "#262b30",
     .field = "#1a1e22",
@@ -157,7 +157,7 @@ QString SheetOf(const Colours& colours) {
 
 void Dress(QApplication& application, Scheme scheme) {
     static const QFont desktopFont = QApplication::font();
-    const Colours& colours = scheme == Scheme::Dark ? dark : light;
+    const Colours& colours = scheme == Scheme::Dark ? Dark : Light;
     QFont font = desktopFont;
     QFont::insertSubstitution("MS Sans Serif", desktopFont.family());
     font.setFamily("MS Sans Serif");

@@ -9,7 +9,7 @@
 namespace tavrel {
 namespace {
 
-constexpr int spaceBetweenRows = 8;
+constexpr int SpaceBetweenRows = 8;
 
 } // namespace
 
@@ -30,7 +30,7 @@ int RowsModel::columnCount(const QModelIndex& parent) const {
 
 QVariant RowsModel::data(const QModelIndex& index, int role) const {
     if (role == Qt::SizeHintRole)
-        return QSize(0, QFontMetrics(QGuiApplication::font()).height() + spaceBetweenRows);
+        return QSize(0, QFontMetrics(QGuiApplication::font()).height() + SpaceBetweenRows);
     const bool shown = role == Qt::DisplayRole || role == Qt::ToolTipRole;
     if (!shown || !index.isValid() || index.row() >= source_.count())
         return {};

@@ -16,16 +16,16 @@ struct Column {
     const char* name;
     std::size_t longest; ///< SH and LO (DICOM PS3.5, 6.2)
 };
-constexpr std::array<Column, 3> columns = {{{"CodeScheme", 16}, {"CodeValue", 16}, {"CodeMeaning", 64}}};
-using Code = std::array<std::string, columns.size()>;
-constexpr std::size_t value = 1;
+constexpr std::array<Column, 3> Columns = {{{"CodeScheme", 16}, {"CodeValue", 16}, {"CodeMeaning", 64}}};
+using Code = std::array<std::string, Columns.size()>;
+constexpr std::size_t Value = 1;
 
 /// Where each column stands in the file; empty when the first row does not say so.
 std::vector<std::size_t> Order(const CsvRow& header) {
     std::vector<std::size_t> order;
-    for (const Column& column : columns) {
+    for (const Column& column : Columns) {
         const auto place = std::ranges::find(header.fields, column.name);
-        if (place == header.fields.end() || header.fields.size() != columns.size() || !header.fault.empty())
+        if (place == header.fields.end() || header.fields.size() != Columns.size() || !header.fault.empty())
             return {};
         order.push_back(static_cast<std::size_t>(place - header.fields.begin()));
     }
@@ -35,8 +35,8 @@ std::vector<std::size_t> Order(const CsvRow& header) {
 std::string RowFault(const CsvRow& row) {
     if (!row.fault.empty())
         return row.fault;
-    if (row.fields.size() != columns.size())
-        return "has " + std::to_string(row.fields.size()) + " fields, not " + std::to_string(columns.size());
+    if (row.fields.size() != Columns.size())
+        return "has " + std::to_string(row.fields.size()) + " fields, not " + std::to_string(Columns.size());
     return {};
 }
 
@@ -60,16 +60,16 @@ private:
     void Read(const CsvRow& row, const std::vector<std::size_t>& order) {
         std::string fault = RowFault(row);
         Code code;
-        for (std::size_t i = 0; fault.empty() && i < columns.size(); ++i) {
+        for (std::size_t i = 0; fault.empty() && i < Columns.size(); ++i) {
             code[i] = ForCatalogue(row.fields[order[i]]);
-            if (const std::string bad = TextFault(code[i], columns[i].longest); !bad.empty())
-                fault = std::string(columns[i].name) + " " + bad;
+            if (const std::string bad = TextFault(code[i], Columns[i].longest); !bad.empty())
+                fault = std::string(Columns[i].name) + " " + bad;
         }
         if (fault.empty()) {
-            const auto [first, isNew] = lines_.try_emplace(code[value], row.line);
+            const auto [first, isNew] = lines_.try_emplace(code[Value], row.line);
             if (!isNew)
                 fault =
-                    "CodeValue \"" + code[value] + "\" stands in line " + std::to_string(first->second) + " already";
+                    "CodeValue \"" + code[Value] + "\" stands in line " + std::to_string(first->second) + " already";
         }
         if (fault.empty())
             codes.push_back(std::move(code));
@@ -89,11 +89,11 @@ std::set<std::string> KnownValues(Connection& connection, const std::string& tab
 }
 
 void Insert(Command& command, const Code& code) {
-    for (std::size_t i = 0; i < columns.size(); ++i)
+    for (std::size_t i = 0; i < Columns.size(); ++i)
         command.Append(
-            {columns[i].name, ParameterType::VariableCharacter, static_cast<int>(columns[i].longest), code[i]});
+            {Columns[i].name, ParameterType::VariableCharacter, static_cast<int>(Columns[i].longest), code[i]});
     command.Execute();
-    for (std::size_t i = 0; i < columns.size(); ++i)
+    for (std::size_t i = 0; i < Columns.size(); ++i)
         command.Delete(0);
 }
 
@@ -120,10 +120,10 @@ CodeImport ImportCodes(Connection& connection, const std::string& table, std::st
     const auto command = connection.NewCommand();
     command->Text("INSERT INTO " + table + " (CodeScheme, CodeValue, CodeMeaning) VALUES (?, ?, ?)");
     for (const Code& code : file.codes) {
-        const bool isKnown = known.contains(code[value]);
-        if (!isKnown)
+        const bool knownCode = known.contains(code[Value]);
+        if (!knownCode)
             Insert(*command, code);
-        ++(isKnown ? result.known : result.added);
+        ++(knownCode ? result.known : result.added);
     }
     connection.Commit();
     return result;

@@ -77,8 +77,8 @@ std::vector<CsvRow> ReadCsv(std::string_view text) {
     std::vector<CsvRow> rows;
     for (Reader reader(text); !reader.AtEnd();) {
         CsvRow row = reader.NextRow();
-        const bool isEmpty = row.fields.size() == 1 && row.fields.front().empty() && row.fault.empty();
-        if (!isEmpty)
+        const bool empty = row.fields.size() == 1 && row.fields.front().empty() && row.fault.empty();
+        if (!empty)
             rows.push_back(std::move(row));
     }
     return rows;

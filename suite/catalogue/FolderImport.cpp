@@ -23,10 +23,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* importAe = "ORBENTA_IMPORT";
-constexpr const char* unsent = "was not sent";
-constexpr Uint32 answerSeconds = 60;
-constexpr Sint32 connectSeconds = 5;
+constexpr const char* ImportAe = "ORBENTA_IMPORT";
+constexpr const char* Unsent = "was not sent";
+constexpr Uint32 AnswerSeconds = 60;
+constexpr Sint32 ConnectSeconds = 5;
 
 /// DICOM PS3.10, 7.1: 128 bytes, then "DICM".
 bool HasDicomPrefix(const fs::path& file) {
@@ -46,14 +46,14 @@ bool IsDirectory(const fs::path& file) {
 
 void Aim(DcmSCU& client, const ServiceAddress& service) {
     setenv("TCP_NODELAY", "1", 0); // the toolkit's switch: objects need not wait for each other's packets
-    dcmConnectionTimeout.set(connectSeconds);
+    dcmConnectionTimeout.set(ConnectSeconds);
     client.setPeerHostName("127.0.0.1");
     client.setPeerPort(static_cast<Uint16>(service.port));
     client.setPeerAETitle(service.aeTitle.c_str());
-    client.setAETitle(importAe);
-    client.setACSETimeout(answerSeconds);
+    client.setAETitle(ImportAe);
+    client.setACSETimeout(AnswerSeconds);
     client.setDIMSEBlockingMode(DIMSE_NONBLOCKING);
-    client.setDIMSETimeout(answerSeconds);
+    client.setDIMSETimeout(AnswerSeconds);
 }
 
 class Importer : public DcmStorageSCU {
@@ -70,7 +70,7 @@ public:
         // Values are not judged: the UIDs of reports have zero-padded components.
         const OFCondition added = addDicomFile(file.c_str(), ERM_fileOnly, OFFalse);
         if (added.good())
-            reasons_[file.string()] = unsent;
+            reasons_[file.string()] = Unsent;
         else if (IsDirectory(file))
             AddNonDicom();
         else
@@ -88,7 +88,7 @@ public:
         while (state.good() && getNumberOfSOPInstancesToBeSent() > 0)
             state = SendOneAssociation();
         for (const auto& [file, reason] : reasons_)
-            AddFailure(file, reason == unsent && state.bad() ? reason + ": " + state.text() : reason);
+            AddFailure(file, reason == Unsent && state.bad() ? reason + ": " + state.text() : reason);
         std::ranges::sort(summary_.failures, {}, &ImportSummary::Failure::file);
         return summary_;
     }
@@ -118,9 +118,9 @@ private:
 
     void notifySOPInstanceSent(const TransferEntry& entry) override {
         const std::string file = entry.Filename.getCharPointer();
-        const bool isStored = entry.RequestSent && (entry.ResponseStatusCode == STATUS_Success ||
-                                                    (entry.ResponseStatusCode & 0xF000U) == 0xB000U);
-        if (isStored) {
+        const bool stored = entry.RequestSent && (entry.ResponseStatusCode == STATUS_Success ||
+                                                  (entry.ResponseStatusCode & 0xF000U) == 0xB000U);
+        if (stored) {
             reasons_.erase(file);
             ++summary_.stored;
         } else {

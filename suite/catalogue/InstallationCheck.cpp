@@ -17,8 +17,8 @@ namespace tavrel {
 namespace {
 
 /// BaseUID + ".1." + a time stamp of 19 characters must stay a UID.
-constexpr std::size_t longestBaseUid = 42;
-constexpr std::size_t longestAeTitle = 16;
+constexpr std::size_t LongestBaseUid = 42;
+constexpr std::size_t LongestAeTitle = 16;
 
 class Check {
 public:
@@ -69,7 +69,7 @@ private:
         const std::string uid = site.Value("BaseUID").value_or("");
         if (!IsUid(uid))
             Missing("the site's BaseUID \"" + uid + "\" is no UID");
-        else if (uid.size() > longestBaseUid)
+        else if (uid.size() > LongestBaseUid)
             Missing("the site's BaseUID has " + std::to_string(uid.size()) +
                     " characters; with more than 42 the UIDs of reports grow too long");
         else
@@ -167,7 +167,7 @@ private:
         std::from_chars(port.data(), port.data() + port.size(), service.port);
         if (service.port < 1 || service.port > 0xFFFF)
             Missing("table Port holds \"" + port + "\", which is no port");
-        else if (service.aeTitle.empty() || service.aeTitle.size() > longestAeTitle)
+        else if (service.aeTitle.empty() || service.aeTitle.size() > LongestAeTitle)
             Missing("the storage service's AE title \"" + service.aeTitle + "\" must have 1 to 16 characters");
         else if (const std::string fault = ServiceFault(service); !fault.empty())
             Missing("the storage service does not answer on port " + port + " of this machine (" + fault +

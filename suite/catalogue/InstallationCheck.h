@@ -10,7 +10,7 @@ namespace tavrel {
 
 /// One thing that was looked at.
 struct CheckResult {
-    bool isWell = true;
+    bool well = true;
     std::string words; ///< what is well, or what is missing and how to mend it
 };
 

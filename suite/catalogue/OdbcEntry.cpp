@@ -68,21 +68,21 @@ std::optional<std::string> OpenedEntry(const std::string& line) {
 std::string WithEntry(const std::string& text, const OdbcEntry& entry) {
     std::istringstream lines(text);
     std::string result;
-    bool isReplacing = false;
-    bool isWritten = false;
+    bool replacing = false;
+    bool written = false;
     for (std::string line; std::getline(lines, line);) {
         if (const auto opened = OpenedEntry(line)) {
-            if (isReplacing)
+            if (replacing)
                 result += "\n";
-            isReplacing = strcasecmp(opened->c_str(), entry.name.c_str()) == 0;
-            if (isReplacing && !isWritten)
+            replacing = strcasecmp(opened->c_str(), entry.name.c_str()) == 0;
+            if (replacing && !written)
                 result += Section(entry);
-            isWritten = isWritten || isReplacing;
+            written = written || replacing;
         }
-        if (!isReplacing)
+        if (!replacing)
             result += line + "\n";
     }
-    if (!isWritten)
+    if (!written)
         result += (result.empty() ? "" : "\n") + Section(entry);
     return result;
 }
@@ -108,12 +108,12 @@ void WriteOdbcEntry(const fs::path& file, const OdbcEntry& entry) {
     RequireOneLine(entry);
     std::error_code ignored;
     const fs::path target = fs::weakly_canonical(file, ignored); // a link stays a link
-    const bool isThere = fs::exists(target, ignored);
+    const bool there = fs::exists(target, ignored);
     const auto permissions = fs::status(target, ignored).permissions();
 
     PosixFiles files;
-    files.WriteText(target.string(), WithEntry(isThere ? files.ReadText(target.string()) : "", entry));
-    if (isThere)
+    files.WriteText(target.string(), WithEntry(there ? files.ReadText(target.string()) : "", entry));
+    if (there)
         fs::permissions(target, permissions, ignored);
 }
 

@@ -30,30 +30,30 @@ struct Index {
 };
 
 // Sizes: a UID and an LO have 64 characters, an AE title and a CS 16 (DICOM PS3.5, 6.2).
-constexpr Column patient[] = {
+constexpr Column Patient[] = {
     {"ID", Type::Key, 64}, {"PatientName", Type::Text, 255}, {"BirthDate", Type::Text, 16}, {"Sex", Type::Text, 16}};
-constexpr Column study[] = {{"StudyInstanceUID", Type::Key, 64},     {"StudyPath", Type::Text, 1024},
+constexpr Column Study[] = {{"StudyInstanceUID", Type::Key, 64},     {"StudyPath", Type::Text, 1024},
                             {"IDPatient", Type::Text, 64},           {"StudyDate", Type::Text, 16},
                             {"StudyTime", Type::Text, 16},           {"StudyDescription", Type::Text, 255},
                             {"ReferringPhysician", Type::Text, 255}, {"AccessionNumber", Type::Text, 16}};
-constexpr Column series[] = {{"SeriesInstanceUID", Type::Key, 64},  {"StudyInstanceUID", Type::Text, 64},
+constexpr Column Series[] = {{"SeriesInstanceUID", Type::Key, 64},  {"StudyInstanceUID", Type::Text, 64},
                              {"SeriesDir", Type::Text, 255},        {"Modality", Type::Text, 16},
                              {"SeriesStatus", Type::Text, 16},      {"SeriesNumber", Type::Integer},
                              {"SeriesDescription", Type::Text, 255}};
 // The counter keeps a series' rows in the order of their storing: the last one is the newest.
-constexpr Column image[] = {{"ImageID", Type::Counter},      {"SeriesInstanceUID", Type::Text, 64},
+constexpr Column Image[] = {{"ImageID", Type::Counter},      {"SeriesInstanceUID", Type::Text, 64},
                             {"ImageFile", Type::Text, 255},  {"SOPInstanceUID", Type::Text, 64},
                             {"SOPClassUID", Type::Text, 64}, {"InstanceNumber", Type::Integer}};
-constexpr Column siteData[] = {{"BaseUID", Type::Text, 64}, {"Organization", Type::Text, 255}};
-constexpr Column users[] = {{"UserName", Type::Key, 255}, {"Signature", Type::Text, 255}};
-constexpr Column dicomServer[] = {{"AETitle", Type::Text, 16}};
-constexpr Column port[] = {{"Port", Type::Integer}, {"AETitle", Type::Text, 16}};
-constexpr Column history[] = {{"HistoryID", Type::Counter},     {"ActionTime", Type::Now},
+constexpr Column SiteData[] = {{"BaseUID", Type::Text, 64}, {"Organization", Type::Text, 255}};
+constexpr Column Users[] = {{"UserName", Type::Key, 255}, {"Signature", Type::Text, 255}};
+constexpr Column DicomServer[] = {{"AETitle", Type::Text, 16}};
+constexpr Column Port[] = {{"Port", Type::Integer}, {"AETitle", Type::Text, 16}};
+constexpr Column History[] = {{"HistoryID", Type::Counter},     {"ActionTime", Type::Now},
                               {"Node", Type::Text, 255},        {"Username", Type::Text, 255},
                               {"PatientName", Type::Text, 255}, {"PatientID", Type::Text, 64},
                               {"StudyUID", Type::Text, 64},     {"SeriesUID", Type::Text, 64},
                               {"ActionVal", Type::Text, 64},    {"Description", Type::Text, 255}};
-constexpr Column report[] = {{"PatientName", Type::Text, 255},
+constexpr Column Report[] = {{"PatientName", Type::Text, 255},
                              {"BirthDate", Type::Text, 255},
                              {"Age", Type::Text, 255},
                              {"Sex", Type::Text, 255},
@@ -68,16 +68,16 @@ constexpr Column report[] = {{"PatientName", Type::Text, 255},
                              {"ApprovingPhysician", Type::Text, 255},
                              {"ApprovingDate", Type::Text, 255},
                              {"Reading", Type::Text, 1024}};
-constexpr Column codes[] = {
+constexpr Column Codes[] = {
     {"CodeScheme", Type::Text, 64}, {"CodeValue", Type::Code, 64}, {"CodeMeaning", Type::Text, 255}};
 
-constexpr std::array<std::string_view, 14> tableNames = {
+constexpr std::array<std::string_view, 14> TableNames = {
     "Patient", "Study",   "Series", "Image",     "SiteData",    "Users",      "DicomServer",
     "Port",    "History", "Report", "StdTitles", "StdBodyPart", "StdFinding", "StdDiagnosis"};
-constexpr std::array<std::span<const Column>, tableNames.size()> tableColumns = {
-    patient, study, series, image, siteData, users, dicomServer, port, history, report, codes, codes, codes, codes};
+constexpr std::array<std::span<const Column>, TableNames.size()> TableColumns = {
+    Patient, Study, Series, Image, SiteData, Users, DicomServer, Port, History, Report, Codes, Codes, Codes, Codes};
 
-constexpr Index indexes[] = {
+constexpr Index Indexes[] = {
     {"StudyByPatient", "Study", "IDPatient"},
     {"SeriesByStudy", "Series", "StudyInstanceUID"},
     {"ImageBySeries", "Image", "SeriesInstanceUID"},
@@ -161,16 +161,16 @@ Engine DetectEngine(Connection& connection) {
 
 void CreateSchema(Connection& connection, Engine engine) {
     connection.BeginTransaction();
-    for (std::size_t table = 0; table < tableNames.size(); ++table)
-        connection.OpenResultSet(CreateTable(tableNames[table], tableColumns[table], engine));
-    for (const Index& index : indexes)
+    for (std::size_t table = 0; table < TableNames.size(); ++table)
+        connection.OpenResultSet(CreateTable(TableNames[table], TableColumns[table], engine));
+    for (const Index& index : Indexes)
         connection.OpenResultSet("CREATE INDEX IF NOT EXISTS " + std::string(index.name) + " ON " +
                                  std::string(index.table) + " (" + std::string(index.columns) + ")");
     connection.Commit();
 }
 
 std::span<const std::string_view> CatalogueTables() {
-    return tableNames;
+    return TableNames;
 }
 
 } // namespace tavrel

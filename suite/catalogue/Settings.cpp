@@ -5,13 +5,13 @@
 namespace tavrel {
 namespace {
 
-constexpr int longestText = 255;
+constexpr int LongestText = 255;
 
 void Run(Connection& connection, const std::string& statement, const std::vector<std::string>& texts) {
     const auto command = connection.NewCommand();
     command->Text(statement);
     for (const std::string& text : texts)
-        command->Append({"value", ParameterType::VariableCharacter, longestText, text});
+        command->Append({"value", ParameterType::VariableCharacter, LongestText, text});
     command->Execute();
 }
 
@@ -33,7 +33,7 @@ std::optional<std::string> OneRowTable::Value(const std::string& column) {
 }
 
 void OneRowTable::Set(const std::vector<std::pair<std::string, std::string>>& values) {
-    const bool hasOneRow = Rows() == 1;
+    const bool oneRow = Rows() == 1;
     std::string changes;
     std::string columns;
     std::string places;
@@ -46,7 +46,7 @@ void OneRowTable::Set(const std::vector<std::pair<std::string, std::string>>& va
         texts.push_back(text);
     }
     connection_.BeginTransaction();
-    if (hasOneRow) {
+    if (oneRow) {
         Run(connection_, "UPDATE " + table_ + " SET " + changes, texts);
     } else {
         connection_.OpenResultSet("DELETE FROM " + table_);
@@ -72,9 +72,9 @@ void SetUser(Connection& connection, const User& user) {
 
 bool RemoveUser(Connection& connection, const std::string& name) {
     const auto users = ReadUsers(connection);
-    const bool isKnown = std::ranges::any_of(users, [&](const User& user) { return user.name == name; });
+    const bool known = std::ranges::any_of(users, [&](const User& user) { return user.name == name; });
     Run(connection, "DELETE FROM Users WHERE UserName=?", {name});
-    return isKnown;
+    return known;
 }
 
 } // namespace tavrel

@@ -24,8 +24,8 @@
 namespace tavrel {
 namespace {
 
-constexpr int usageStatus = 2;
-constexpr std::size_t longestBaseUid = 42; ///< reports add 22 characters to it
+constexpr int UsageStatus = 2;
+constexpr std::size_t LongestBaseUid = 42; ///< reports add 22 characters to it
 
 /// A validator that answers CLI11 with the words of `fault`, or with nothing when all is well.
 CLI::Validator Rule(const std::string& name, std::function<std::string(const std::string&)> fault) {
@@ -42,8 +42,8 @@ CLI::Validator CatalogueText(std::size_t longest) {
 
 CLI::Validator AeTitle() {
     return Rule("AE", [](const std::string& text) {
-        const bool isAscii = std::ranges::all_of(text, [](unsigned char c) { return c < 0x80; });
-        const std::string fault = isAscii ? TextFault(text, 16) : "has characters other than ASCII";
+        const bool ascii = std::ranges::all_of(text, [](unsigned char c) { return c < 0x80; });
+        const std::string fault = ascii ? TextFault(text, 16) : "has characters other than ASCII";
         return fault.empty() ? std::string() : "AE title \"" + text + "\" " + fault;
     });
 }
@@ -52,7 +52,7 @@ CLI::Validator BaseUid() {
     return Rule("UID", [](const std::string& text) {
         if (!IsUid(text))
             return "\"" + text + "\" is no UID";
-        if (text.size() > longestBaseUid)
+        if (text.size() > LongestBaseUid)
             return "\"" + text + "\" has more than 42 characters, so the UIDs of reports would have more than 64";
         return std::string();
     });
@@ -101,7 +101,7 @@ public:
             app_.parse(argc, argv);
             return action_();
         } catch (const CLI::ParseError& error) {
-            return app_.exit(error) == 0 ? EXIT_SUCCESS : usageStatus;
+            return app_.exit(error) == 0 ? EXIT_SUCCESS : UsageStatus;
         } catch (const Error& error) {
             std::cerr << "orbenta-catalogue: " << error.description << "\n";
         } catch (const std::exception& error) {
@@ -221,12 +221,12 @@ private:
                               ->check(CatalogueText(64).description(""))
                               ->type_name("NAME")
                               ->needs(name);
-        command->add_flag("--remove", isRemoving_, "Remove the user")->needs(name)->excludes(signature);
+        command->add_flag("--remove", removing_, "Remove the user")->needs(name)->excludes(signature);
     }
 
     int SetUserRow() {
         Connection& catalogue = Catalogue();
-        if (isRemoving_ && !RemoveUser(catalogue, user_.name))
+        if (removing_ && !RemoveUser(catalogue, user_.name))
             throw Error(1, "Catalogue", "There is no user " + user_.name);
         if (!user_.signature.empty())
             SetUser(catalogue, user_);
@@ -278,14 +278,14 @@ private:
             ->required()
             ->check(CLI::IsMember({"titles", "bodyparts", "findings", "diagnoses"}).description(""))
             ->type_name("TABLE");
-        command->add_flag("--replace", isReplacing_, "Remove the table's present codes first");
+        command->add_flag("--replace", replacing_, "Remove the table's present codes first");
     }
 
     int ImportCodeFile() {
         constexpr std::size_t mostShown = 20;
         const std::string csv = PosixFiles().ReadText(codeFile_);
         const std::string table = CodeTableName(codeKind_);
-        const CodeImport result = ImportCodes(Catalogue(), table, csv, isReplacing_);
+        const CodeImport result = ImportCodes(Catalogue(), table, csv, replacing_);
         for (std::size_t i = 0; i < std::min(mostShown, result.faults.size()); ++i)
             std::cerr << codeFile_ << ", " << result.faults[i] << "\n";
         if (result.faults.size() > mostShown)
@@ -324,13 +324,13 @@ private:
 
     void AddCheck() {
         Command(app_, "check", "Look at the whole installation and say what is missing", [this] {
-            bool isWell = true;
+            bool well = true;
             for (const CheckResult& result :
                  CheckInstallation(Catalogue(), reader_.Library(), PosixUserInformation().UserName())) {
-                std::cout << (result.isWell ? "well     " : "MISSING  ") << result.words << "\n";
-                isWell = isWell && result.isWell;
+                std::cout << (result.well ? "well     " : "MISSING  ") << result.words << "\n";
+                well = well && result.well;
             }
-            return isWell ? EXIT_SUCCESS : EXIT_FAILURE;
+            return well ? EXIT_SUCCESS : EXIT_FAILURE;
         });
     }
 
@@ -351,12 +351,12 @@ private:
     std::string organization_;
     std::string node_;
     User user_;
-    bool isRemoving_ = false;
+    bool removing_ = false;
     int port_ = 0;
     std::string aeTitle_;
     std::string codeFile_;
     std::string codeKind_;
-    bool isReplacing_ = false;
+    bool replacing_ = false;
     std::string folder_;
 };
 

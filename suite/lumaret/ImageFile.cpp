@@ -46,7 +46,7 @@ void CheckStructure(const QString& path) {
     constexpr std::size_t pieceSize = 64 * 1024;
     try {
         ByteWindow bytes(file.handle(), static_cast<std::uint64_t>(file.size()), pieceSize);
-        ScanDicom(bytes, lastHeaderGroup);
+        ScanDicom(bytes, LastHeaderGroup);
     } catch (const StructureFault& fault) {
         Fail(path, std::string("it cannot be read as a DICOM file: ") + fault.what());
     }

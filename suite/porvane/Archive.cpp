@@ -24,8 +24,8 @@ namespace {
 namespace fs = std::filesystem;
 using Status = StoreRefusal::Status;
 
-constexpr std::string_view noteExtension = ".note";
-constexpr std::string_view filePrefix = "img_";
+constexpr std::string_view NoteExtension = ".note";
+constexpr std::string_view FilePrefix = "img_";
 
 fs::path NativeFolder(const ObjectPlace& place) {
     return NativePath(place.studyPath + "\\" + place.seriesDir);
@@ -146,7 +146,7 @@ void Archive::Connect() {
     if (!catalogue_.Open())
         return;
     for (const auto& entry : fs::directory_iterator(incoming_))
-        if (entry.path().extension() == noteExtension)
+        if (entry.path().extension() == NoteExtension)
             Settle(entry.path());
 }
 
@@ -176,7 +176,7 @@ std::string Archive::File(IncomingFile& object, const ObjectHeader& header) {
     place.imageFile = FileName(NextFreeNumber(folder));
     const fs::path file = NativeFile(place);
 
-    const fs::path note = object.Path().string() + std::string(noteExtension);
+    const fs::path note = object.Path().string() + std::string(NoteExtension);
     Undo removeNote([&] { unlink(note.c_str()); });
     LeaveNote(note, place);
     if (!object.FileAs(file))
@@ -228,8 +228,8 @@ int Archive::NextFreeNumber(const fs::path& folder) {
          file.increment(ignored)) {
         const std::string name = file->path().filename().string();
         int number = 0;
-        if (name.starts_with(filePrefix))
-            std::from_chars(name.data() + filePrefix.size(), name.data() + name.size(), number);
+        if (name.starts_with(FilePrefix))
+            std::from_chars(name.data() + FilePrefix.size(), name.data() + name.size(), number);
         last = std::max(last, number);
     }
     // Another program's file keeps its name.

@@ -20,10 +20,10 @@
 namespace tavrel {
 namespace {
 
-constexpr int answerSeconds = 30; ///< for what must follow at once
-constexpr int idleSeconds = 60;   ///< between two requests
-constexpr std::string_view internalAe = "AE_INTERNAL";
-constexpr std::size_t longestComment = 64;
+constexpr int AnswerSeconds = 30; ///< for what must follow at once
+constexpr int IdleSeconds = 60;   ///< between two requests
+constexpr std::string_view InternalAe = "AE_INTERNAL";
+constexpr std::size_t LongestComment = 64;
 
 /// The sender cannot be heard any more; there is nobody to answer.
 class ConnectionLost : public std::runtime_error {
@@ -45,8 +45,8 @@ bool IsStorable(const char* transferSyntax) {
 
 /// The first of the sender's own choices that will do.
 const char* ChooseSyntax(const T_ASC_PresentationContext& proposed) {
-    const bool isStorage = IsStorageClass(proposed.abstractSyntax);
-    if (!isStorage && std::string_view(proposed.abstractSyntax) != UID_VerificationSOPClass)
+    const bool storage = IsStorageClass(proposed.abstractSyntax);
+    if (!storage && std::string_view(proposed.abstractSyntax) != UID_VerificationSOPClass)
         return nullptr;
     for (int i = 0; i < proposed.transferSyntaxCount; ++i)
         if (IsStorable(proposed.proposedTransferSyntaxes[i]))
@@ -58,7 +58,7 @@ const char* ChooseSyntax(const T_ASC_PresentationContext& proposed) {
 std::string Comment(std::string text) {
     std::replace_if(
         text.begin(), text.end(), [](char c) { return c < ' ' || c > '~' || c == '\\'; }, '?');
-    return text.substr(0, longestComment);
+    return text.substr(0, LongestComment);
 }
 
 using NetworkHandle =
@@ -73,14 +73,14 @@ using AssociationHandle = std::unique_ptr<T_ASC_Association, decltype([](T_ASC_A
 void Association::Serve(int socket, const ServiceContext& context, const std::stop_token& stop) noexcept try {
     AcceptedTransport transport(socket);
     T_ASC_Network* network = nullptr;
-    OFCondition done = ASC_initializeNetwork(NET_ACCEPTOR, 0, answerSeconds, &network);
+    OFCondition done = ASC_initializeNetwork(NET_ACCEPTOR, 0, AnswerSeconds, &network);
     const NetworkHandle networkHandle(network);
     if (done.good())
         done = ASC_setTransportLayer(network, &transport, 0);
     T_ASC_Association* association = nullptr;
     if (done.good())
         done = ASC_receiveAssociation(network, &association, ASC_MAXIMUMPDUSIZE, nullptr, nullptr, OFFalse, DUL_NOBLOCK,
-                                      answerSeconds);
+                                      AnswerSeconds);
     const AssociationHandle associationHandle(association);
     if (done.bad() || !association) {
         LogLine(std::string("a connection brought no association: ") + done.text());
@@ -108,11 +108,11 @@ Association::Association(T_ASC_Association* association, const ServiceContext& c
 bool Association::Negotiate() {
     std::array<char, DUL_LEN_NAME + 1> applicationContext{};
     ASC_getApplicationContextName(association_->params, applicationContext.data(), applicationContext.size());
-    const bool isDicom = std::string_view(applicationContext.data()) == UID_StandardApplicationContext;
-    if (!isDicom || calledAe_ != context_.aeTitle) {
+    const bool dicom = std::string_view(applicationContext.data()) == UID_StandardApplicationContext;
+    if (!dicom || calledAe_ != context_.aeTitle) {
         const T_ASC_RejectParameters refusal{ASC_RESULT_REJECTEDPERMANENT, ASC_SOURCE_SERVICEUSER,
-                                             isDicom ? ASC_REASON_SU_CALLEDAETITLENOTRECOGNIZED
-                                                     : ASC_REASON_SU_APPCONTEXTNAMENOTSUPPORTED};
+                                             dicom ? ASC_REASON_SU_CALLEDAETITLENOTRECOGNIZED
+                                                   : ASC_REASON_SU_APPCONTEXTNAMENOTSUPPORTED};
         ASC_rejectAssociation(association_, &refusal);
         LogLine("refused " + callingAe_ + ", which called \"" + calledAe_ + "\" and not \"" + context_.aeTitle + "\"");
         return false;
@@ -155,9 +155,9 @@ OFCondition Association::AwaitCommand(const std::stop_token& stop, T_ASC_Present
                                       T_DIMSE_Message& message) {
     int waited = 0;
     while (!ASC_dataWaiting(association_, 1))
-        if (stop.stop_requested() || ++waited >= idleSeconds)
+        if (stop.stop_requested() || ++waited >= IdleSeconds)
             return DIMSE_NODATAAVAILABLE;
-    return DIMSE_receiveCommand(association_, DIMSE_NONBLOCKING, answerSeconds, &context, &message, nullptr);
+    return DIMSE_receiveCommand(association_, DIMSE_NONBLOCKING, AnswerSeconds, &context, &message, nullptr);
 }
 
 OFCondition Association::Answer(T_ASC_PresentationContextID context, T_DIMSE_Message& message) {
@@ -211,11 +211,11 @@ std::string Association::TakeObject(T_ASC_PresentationContextID context, T_DIMSE
 }
 
 void Association::ReceiveDataSet(T_ASC_PresentationContextID context, IncomingFile& object) {
-    for (bool isLast = false; !isLast;) {
+    for (bool last = false; !last;) {
         DUL_PDV fragment{};
         if (DUL_NextPDV(&association_->DULassociation, &fragment).bad()) {
             const OFCondition arrived =
-                DUL_ReadPDVs(&association_->DULassociation, nullptr, DUL_NOBLOCK, answerSeconds);
+                DUL_ReadPDVs(&association_->DULassociation, nullptr, DUL_NOBLOCK, AnswerSeconds);
             if (arrived != DUL_PDATAPDUARRIVED)
                 throw ConnectionLost(arrived);
             continue;
@@ -223,14 +223,14 @@ void Association::ReceiveDataSet(T_ASC_PresentationContextID context, IncomingFi
         if (fragment.pdvType != DUL_DATASETPDV || fragment.presentationContextID != context)
             throw ConnectionLost(DIMSE_UNEXPECTEDPDVTYPE);
         object.Write({static_cast<const char*>(fragment.data), fragment.fragmentLength});
-        isLast = fragment.lastPDV;
+        last = fragment.lastPDV;
     }
 }
 
 /// Only a report of this workstation's own moves the place that the report editor knows it by.
 void Association::Tell(const Archive::Stored& stored) {
     const ObjectHeader& header = stored.header;
-    if (context_.events && header.IsReport() && callingAe_ == internalAe)
+    if (context_.events && header.IsReport() && callingAe_ == InternalAe)
         context_.events->OnStore(callingAe_, calledAe_, header.sopClassUid, header.sopInstanceUid, header.seriesUid,
                                  stored.path);
 }

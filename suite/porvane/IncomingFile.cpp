@@ -73,11 +73,11 @@ bool IncomingFile::FileAs(const std::filesystem::path& target) {
 
 void SyncFolder(const std::filesystem::path& folder) {
     const int descriptor = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    const bool isSynced = descriptor >= 0 && fsync(descriptor) == 0;
+    const bool synced = descriptor >= 0 && fsync(descriptor) == 0;
     const int failure = errno;
     if (descriptor >= 0)
         close(descriptor);
-    if (!isSynced)
+    if (!synced)
         Refuse("cannot write the folder " + folder.string(), failure);
 }
 

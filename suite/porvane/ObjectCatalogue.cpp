@@ -7,8 +7,8 @@
 namespace tavrel {
 namespace {
 
-constexpr int longestText = 1024;
-constexpr std::size_t longestAeTitle = 16;
+constexpr int LongestText = 1024;
+constexpr std::size_t LongestAeTitle = 16;
 
 /// The values so quoted hold no apostrophe: UIDs, catalogued identifiers, paths of ours.
 std::string Quoted(const std::string& text) {
@@ -41,9 +41,9 @@ std::optional<ObjectCatalogue::Service> ObjectCatalogue::ReadService() {
     const std::string port = TextOrEmpty(*rows, "Port");
     Service service{0, TextOrEmpty(*rows, "AETitle")};
     const auto [stop, failure] = std::from_chars(port.data(), port.data() + port.size(), service.port);
-    const bool isPort =
+    const bool validPort =
         failure == std::errc() && stop == port.data() + port.size() && service.port > 0 && service.port <= 0xFFFF;
-    if (!isPort || service.aeTitle.empty() || service.aeTitle.size() > longestAeTitle)
+    if (!validPort || service.aeTitle.empty() || service.aeTitle.size() > LongestAeTitle)
         return std::nullopt;
     return service;
 }
@@ -92,17 +92,17 @@ std::optional<ObjectCatalogue::SeriesRow> ObjectCatalogue::Series(const std::str
 }
 
 void ObjectCatalogue::Add(const ObjectHeader& header, const ObjectPlace& place) {
-    const bool isNewPatient = !Exists("SELECT ID FROM Patient WHERE ID=" + Quoted(header.patientId));
-    const bool isNewStudy = !StudyPath(header.studyUid);
-    const bool isNewSeries = !Series(header.seriesUid);
+    const bool newPatient = !Exists("SELECT ID FROM Patient WHERE ID=" + Quoted(header.patientId));
+    const bool newStudy = !StudyPath(header.studyUid);
+    const bool newSeries = !Series(header.seriesUid);
 
     connection_->BeginTransaction();
-    if (isNewPatient && isNewStudy)
+    if (newPatient && newStudy)
         Insert("Patient", {{"ID", header.patientId},
                            {"PatientName", header.patientName},
                            {"BirthDate", header.birthDate},
                            {"Sex", header.sex}});
-    if (isNewStudy)
+    if (newStudy)
         Insert("Study", {{"StudyInstanceUID", header.studyUid},
                          {"StudyPath", place.studyPath},
                          {"IDPatient", header.patientId},
@@ -111,7 +111,7 @@ void ObjectCatalogue::Add(const ObjectHeader& header, const ObjectPlace& place) 
                          {"StudyDescription", header.studyDescription},
                          {"ReferringPhysician", header.referringPhysician},
                          {"AccessionNumber", header.accessionNumber}});
-    if (isNewSeries)
+    if (newSeries)
         Insert("Series",
                {{"SeriesInstanceUID", header.seriesUid},
                 {"StudyInstanceUID", header.studyUid},
@@ -140,7 +140,7 @@ void ObjectCatalogue::Insert(const std::string& table, const std::vector<std::pa
     for (const auto& [column, text] : texts) {
         columns += (columns.empty() ? "" : ", ") + column;
         places += places.empty() ? "?" : ", ?";
-        command->Append({column, ParameterType::VariableCharacter, longestText, text});
+        command->Append({column, ParameterType::VariableCharacter, LongestText, text});
     }
     if (integer) {
         columns += ", " + integerColumn;

@@ -14,9 +14,9 @@ namespace {
 
 using Status = StoreRefusal::Status;
 
-constexpr std::string_view basicTextSr = "1.2.840.10008.5.1.4.1.1.88.11";
-constexpr std::size_t longestUid = 64;
-constexpr std::size_t longestId = 64;
+constexpr std::string_view BasicTextSr = "1.2.840.10008.5.1.4.1.1.88.11";
+constexpr std::size_t LongestUid = 64;
+constexpr std::size_t LongestId = 64;
 
 std::string Digits(const DateTime& moment) {
     char text[16];
@@ -63,10 +63,10 @@ public:
 
     /// UIDs name folders and stand in statements: digits and points alone may pass.
     std::string Uid(Tag tag, const char* name) const {
-        const std::string uid = Text(tag, "UI", longestUid + 1);
-        const bool isUid = !uid.empty() && uid.size() <= longestUid && uid.front() != '.' &&
+        const std::string uid = Text(tag, "UI", LongestUid + 1);
+        const bool valid = !uid.empty() && uid.size() <= LongestUid && uid.front() != '.' &&
                            uid.find_first_not_of("0123456789.") == std::string::npos;
-        if (!isUid)
+        if (!valid)
             throw StoreRefusal(Status::CannotUnderstand, std::string("no valid ") + name);
         return uid;
     }
@@ -97,7 +97,7 @@ std::string CataloguedModality(const ObjectHeader& header, const std::string& mo
 std::shared_ptr<DataSetList> OpenObject(DicomLibrary& library, const std::string& path,
                                         const std::string& sopClassUid) {
     // A report is opened whole with its series, so it is proved readable before it joins that folder.
-    if (sopClassUid == basicTextSr) {
+    if (sopClassUid == BasicTextSr) {
         auto report = library.NewDataSetList();
         report->LoadFile(path);
         return report;
@@ -123,9 +123,9 @@ ObjectHeader ReadHeader(const HeaderReader& read) {
     header.referringPhysician = read.Text({0x0008, 0x0090}, "PN", 255);
     header.accessionNumber = read.Text({0x0008, 0x0050}, "SH", 16);
 
-    header.patientId = read.Text({0x0010, 0x0020}, "LO", longestId + 1);
+    header.patientId = read.Text({0x0010, 0x0020}, "LO", LongestId + 1);
     // Cut identifiers could make two people one; so could an empty one.
-    if (FirstCharacters(header.patientId, longestId) != header.patientId)
+    if (FirstCharacters(header.patientId, LongestId) != header.patientId)
         throw StoreRefusal(Status::CannotUnderstand, "Patient ID longer than 64 characters");
     if (header.patientId.empty())
         header.patientId = header.studyUid;
@@ -138,7 +138,7 @@ ObjectHeader ReadHeader(const HeaderReader& read) {
 } // namespace
 
 bool ObjectHeader::IsReport() const {
-    return sopClassUid == basicTextSr;
+    return sopClassUid == BasicTextSr;
 }
 
 ObjectHeader ReadObjectHeader(DicomLibrary& library, const std::string& path, const std::string& sopClassUid) {

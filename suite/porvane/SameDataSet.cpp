@@ -33,14 +33,14 @@ bool SameDataSet(const std::filesystem::path& one, const std::filesystem::path& 
     std::ifstream right = AtDataSet(other);
     std::array<char, 65536> leftBytes;
     std::array<char, 65536> rightBytes;
-    bool isSame = left.good() && right.good();
-    while (isSame && left) {
+    bool same = left.good() && right.good();
+    while (same && left) {
         left.read(leftBytes.data(), leftBytes.size());
         right.read(rightBytes.data(), rightBytes.size());
-        isSame = left.gcount() == right.gcount() &&
-                 std::equal(leftBytes.begin(), leftBytes.begin() + left.gcount(), rightBytes.begin());
+        same = left.gcount() == right.gcount() &&
+               std::equal(leftBytes.begin(), leftBytes.begin() + left.gcount(), rightBytes.begin());
     }
-    return isSame;
+    return same;
 }
 
 } // namespace tavrel

@@ -18,9 +18,9 @@
 namespace tavrel {
 namespace {
 
-constexpr std::size_t mostSenders = 32;
-constexpr int waitingSenders = 64;
-constexpr int roomCheckMilliseconds = 100;
+constexpr std::size_t MostSenders = 32;
+constexpr int WaitingSenders = 64;
+constexpr int RoomCheckMilliseconds = 100;
 
 int ListenOnLoopback(int port) {
     const int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
@@ -31,7 +31,7 @@ int ListenOnLoopback(int port) {
     address.sin_port = htons(static_cast<std::uint16_t>(port));
     if (listener >= 0 && setsockopt(listener, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on) == 0 &&
         bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
-        listen(listener, waitingSenders) == 0)
+        listen(listener, WaitingSenders) == 0)
         return listener;
     const int failure = errno;
     if (listener >= 0)
@@ -60,9 +60,9 @@ StorageService::~StorageService() {
 void StorageService::Run(int stopSignals) {
     for (;;) {
         RemoveFinished();
-        const bool hasRoom = workers_.size() < mostSenders;
+        const bool room = workers_.size() < MostSenders;
         std::array<pollfd, 2> waiting{{{stopSignals, POLLIN, 0}, {listener_, POLLIN, 0}}};
-        poll(waiting.data(), hasRoom ? 2 : 1, hasRoom ? -1 : roomCheckMilliseconds);
+        poll(waiting.data(), room ? 2 : 1, room ? -1 : RoomCheckMilliseconds);
         if (waiting.front().revents != 0)
             break;
         if (waiting.back().revents != 0)

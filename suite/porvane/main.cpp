@@ -18,7 +18,7 @@
 
 namespace {
 
-constexpr int usageStatus = 2;
+constexpr int UsageStatus = 2;
 
 std::string DefaultStudiesFolder() {
     const char* data = std::getenv("XDG_DATA_HOME");
@@ -82,7 +82,7 @@ int main(int argc, char** argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? EXIT_SUCCESS : usageStatus;
+        return app.exit(error) == 0 ? EXIT_SUCCESS : UsageStatus;
     }
     umask(S_IRWXG | S_IRWXO); // what it stores is its owner's alone
     const int stopSignals = StopSignals();

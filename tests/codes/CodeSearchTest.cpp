@@ -4,9 +4,9 @@
 namespace tavrel::test {
 namespace {
 
-constexpr int keyEscape = 27;
-constexpr int keyDown = 40;
-constexpr int keyDelete = 46;
+constexpr int KeyEscape = 27;
+constexpr int KeyDown = 40;
+constexpr int KeyDelete = 46;
 
 class CodeSearchTest : public CodesTest {
 protected:
@@ -103,8 +103,8 @@ TEST_F(CodeSearchTest, AnEmptyBoxListsTheWholeTable) {
 TEST_F(CodeSearchTest, DeleteAndEscapeSearchAgain) {
     Open(ReportCodes);
 
-    manager.txtFind.KeyUp(keyDelete);
-    manager.txtFind.KeyUp(keyEscape);
+    manager.txtFind.KeyUp(KeyDelete);
+    manager.txtFind.KeyUp(KeyEscape);
 
     EXPECT_EQ(statements.size(), 2U);
 }
@@ -114,7 +114,7 @@ TEST_F(CodeSearchTest, DownSearchesAgainAndLeavesNoRowSelected) {
     ListWholeTable();
     manager.lstTable.Select(1);
 
-    manager.txtFind.KeyUp(keyDown);
+    manager.txtFind.KeyUp(KeyDown);
 
     EXPECT_EQ(statements.size(), 2U);
     EXPECT_EQ(manager.lstTable.SelectedIndex(), -1);
@@ -124,7 +124,7 @@ TEST_F(CodeSearchTest, DownSearchesAgainAndLeavesNoRowSelected) {
 TEST_F(CodeSearchTest, DownOnAnEmptyListSearches) {
     Open(ReportCodes);
 
-    manager.txtFind.KeyUp(keyDown);
+    manager.txtFind.KeyUp(KeyDown);
 
     EXPECT_EQ(Listed().size(), 2U);
     EXPECT_EQ(manager.lstTable.SelectedIndex(), -1);

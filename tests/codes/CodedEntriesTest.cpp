@@ -152,9 +152,9 @@ TEST_F(CodedEntriesTest, ModifyingDisablesTheSearchAddAndClear) {
     editor.lstDiagnosis.Select(0);
     WhileManagerIsOpen([this] {
         for (const Control* control : manager.Controls()) {
-            const bool isOff =
+            const bool off =
                 control == &manager.frmSelect || control == &manager.cmdAdd || control == &manager.cmdClear;
-            EXPECT_EQ(control->Enabled(), !isOff) << control->Name();
+            EXPECT_EQ(control->Enabled(), !off) << control->Name();
         }
     });
 
@@ -230,9 +230,9 @@ TEST_F(CodedEntriesTest, TheBodyPartButtonMaintainsTheBodyParts) {
 TEST_F(CodedEntriesTest, MaintenanceShowsNeitherModeOptionNorTheReportCodes) {
     WhileManagerIsOpen([this] {
         for (const Control* control : manager.Controls()) {
-            const bool isHidden = control == &manager.optManage(0) || control == &manager.optManage(1) ||
-                                  control == &manager.frmCodeReport;
-            EXPECT_EQ(control->Visible(), !isHidden) << control->Name();
+            const bool hidden = control == &manager.optManage(0) || control == &manager.optManage(1) ||
+                                control == &manager.frmCodeReport;
+            EXPECT_EQ(control->Visible(), !hidden) << control->Name();
         }
     });
 
@@ -245,9 +245,9 @@ TEST_F(CodedEntriesTest, MaintenanceShowsNeitherModeOptionNorTheReportCodes) {
 TEST_F(CodedEntriesTest, MaintenanceDisablesBothModesAndModify) {
     WhileManagerIsOpen([this] {
         for (const Control* control : manager.Controls()) {
-            const bool isOff =
+            const bool off =
                 control == &manager.optManage(0) || control == &manager.optManage(1) || control == &manager.cmdModify;
-            EXPECT_EQ(control->Enabled(), !isOff) << control->Name();
+            EXPECT_EQ(control->Enabled(), !off) << control->Name();
         }
     });
 

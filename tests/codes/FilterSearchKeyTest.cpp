@@ -19,8 +19,8 @@ TEST(FilterSearchKey, TheApostropheBecomesTheBackQuote) {
 TEST(FilterSearchKey, EveryOtherCodePasses) {
     for (int code = std::numeric_limits<std::int16_t>::min(); code <= std::numeric_limits<std::int16_t>::max();
          ++code) {
-        const bool isChanged = code == '\'' || (code >= 'a' && code <= 'z');
-        EXPECT_EQ(FilterSearchKey(static_cast<std::int16_t>(code)) != code, isChanged) << code;
+        const bool changed = code == '\'' || (code >= 'a' && code <= 'z');
+        EXPECT_EQ(FilterSearchKey(static_cast<std::int16_t>(code)) != code, changed) << code;
     }
 }
 

@@ -1,5 +1,5 @@
-#include "tests/support/DocumentTable.h"
 #include "tests/editor/ReportingStation.h"
+#include "tests/support/DocumentTable.h"
 
 #include <gtest/gtest.h>
 

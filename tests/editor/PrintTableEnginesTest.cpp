@@ -82,7 +82,7 @@ protected:
     }
     using Names = std::vector<std::string>;
 };
-INSTANTIATE_TEST_SUITE_P(Engines, PrintTable, allEngines, engineName);
+INSTANTIATE_TEST_SUITE_P(Engines, PrintTable, AllEngines, engineName);
 
 TEST_P(PrintTable, HoldsEveryTextAsItWas) {
     PrintRow row;
@@ -195,7 +195,7 @@ protected:
     Station second{database};
     const std::string refusal = "Another workstation is printing at this moment. Please print again.";
 };
-INSTANTIATE_TEST_SUITE_P(Engines, TwoAtOnce, allEngines, engineName);
+INSTANTIATE_TEST_SUITE_P(Engines, TwoAtOnce, AllEngines, engineName);
 
 TEST_P(TwoAtOnce, NeitherShowsTheOthersPatient) {
     database.Run("INSERT INTO Report (PatientName) VALUES ('Before')");

@@ -1,6 +1,6 @@
 #include "platform/dcmtk/DcmtkLibrary.h"
-#include "tests/support/StorageNode.h"
 #include "tests/editor/ReportingStation.h"
+#include "tests/support/StorageNode.h"
 
 #include <gtest/gtest.h>
 

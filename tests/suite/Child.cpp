@@ -52,15 +52,15 @@ Child::~Child() {
 
 bool Child::IsRunning() {
     int waited = 0;
-    if (isRunning_ && waitpid(pid_, &waited, WNOHANG) == pid_) {
-        isRunning_ = false;
+    if (running_ && waitpid(pid_, &waited, WNOHANG) == pid_) {
+        running_ = false;
         status_ = ExitStatus(waited);
     }
-    return isRunning_;
+    return running_;
 }
 
 void Child::Signal(int signal) const {
-    if (isRunning_)
+    if (running_)
         kill(pid_, signal);
 }
 

@@ -23,7 +23,7 @@ public:
 private:
     pid_t pid_;
     int status_ = -1;
-    bool isRunning_ = true;
+    bool running_ = true;
 };
 
 struct Outcome {

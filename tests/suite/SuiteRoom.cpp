@@ -38,9 +38,9 @@ int FreePort() {
     for (std::uniform_int_distribution port(20000, 32000);;) {
         const sockaddr_in address = Loopback(port(random));
         const int probe = socket(AF_INET, SOCK_STREAM, 0);
-        const bool isFree = bind(probe, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+        const bool free = bind(probe, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
         close(probe);
-        if (isFree)
+        if (free)
             return ntohs(address.sin_port);
     }
 }

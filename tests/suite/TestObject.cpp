@@ -64,11 +64,11 @@ int TestObject::Send(const SuiteRoom& room, const std::string& callingAe, const 
     syntaxes.push_back(syntax.getXferID());
     sender.addPresentationContext(Get(DCM_SOPClassUID).c_str(), syntaxes);
     Uint16 status = 0;
-    const bool isAnswered = sender.initNetwork().good() && sender.negotiateAssociation().good() &&
-                            sender.sendSTORERequest(0, "", file_.getDataset(), status).good();
+    const bool answered = sender.initNetwork().good() && sender.negotiateAssociation().good() &&
+                          sender.sendSTORERequest(0, "", file_.getDataset(), status).good();
     if (sender.isConnected())
         sender.releaseAssociation();
-    return isAnswered ? status : -1;
+    return answered ? status : -1;
 }
 
 } // namespace tavrel

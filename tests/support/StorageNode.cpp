@@ -20,10 +20,10 @@
 namespace tavrel::test {
 namespace {
 
-constexpr int callerPatienceSeconds = 60;
+constexpr int CallerPatienceSeconds = 60;
 
 /// The toolkit takes a ready connection through one variable of the process.
-std::mutex handOver;
+std::mutex HandOver;
 
 std::filesystem::path NewFolder() {
     std::string name = (std::filesystem::temp_directory_path() / "storage-node-XXXXXX").string();
@@ -37,9 +37,9 @@ std::filesystem::path NewFolder() {
 /// One caller's association, from its request to its end.
 struct StorageNode::Conversation {
     Conversation(StorageNode& owner, int socket) : node(owner), connection(socket) {
-        const std::scoped_lock lock{handOver};
+        const std::scoped_lock lock{HandOver};
         dcmExternalSocketHandle.set(socket);
-        if (ASC_initializeNetwork(NET_ACCEPTOR, 0, callerPatienceSeconds, &network).good())
+        if (ASC_initializeNetwork(NET_ACCEPTOR, 0, CallerPatienceSeconds, &network).good())
             ASC_receiveAssociation(network, &association, ASC_DEFAULTMAXPDU);
         dcmExternalSocketHandle.set(-1);
     }
@@ -73,7 +73,7 @@ struct StorageNode::Conversation {
         for (;;) {
             T_ASC_PresentationContextID context = 0;
             T_DIMSE_Message message{};
-            const OFCondition outcome = DIMSE_receiveCommand(association, DIMSE_NONBLOCKING, callerPatienceSeconds,
+            const OFCondition outcome = DIMSE_receiveCommand(association, DIMSE_NONBLOCKING, CallerPatienceSeconds,
                                                              &context, &message, nullptr);
             if (outcome == DUL_PEERREQUESTEDRELEASE) {
                 ASC_acknowledgeRelease(association);
@@ -100,7 +100,7 @@ struct StorageNode::Conversation {
         answer = {&node, &received};
         // A file name, and no data set, keeps the bytes as they come.
         return DIMSE_storeProvider(association, context, &request, received.file.c_str(), 1, nullptr, Answer, &answer,
-                                   DIMSE_NONBLOCKING, callerPatienceSeconds)
+                                   DIMSE_NONBLOCKING, CallerPatienceSeconds)
                    .good() &&
                !answer.hungUp;
     }

@@ -22,7 +22,7 @@ public:
     }
 
     ~Folder() {
-        if (isOwn_)
+        if (own_)
             std::filesystem::remove_all(path_);
     }
 
@@ -36,14 +36,14 @@ private:
         if (mkdtemp(name.data()) == nullptr)
             throw std::runtime_error("no temporary folder: " + name);
         path_ = name;
-        isOwn_ = true;
+        own_ = true;
         std::ofstream(path_ / "odbc.ini") << "[DicomFDB]\nDriver=SQLite3\nDatabase=" << name
                                           << "/catalogue.db\nTimeout=400\nFKSupport=1\nSyncPragma=OFF\n";
         setenv("ODBCINI", (path_ / "odbc.ini").c_str(), 1);
     }
 
     std::filesystem::path path_;
-    bool isOwn_ = false;
+    bool own_ = false;
 };
 
 /// How an engine declares a code: `WHERE CodeValue = 'X '` finds the code X.

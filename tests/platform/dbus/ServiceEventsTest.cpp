@@ -21,7 +21,7 @@ using Names = std::vector<std::string>;
 using namespace std::chrono_literals;
 
 // What is known at once takes far less than the 2 s of a wait, on a busy machine too.
-constexpr int atOnce = 1000;
+constexpr int AtOnce = 1000;
 
 class Listener final : public ServiceEventHandler {
 public:
@@ -162,13 +162,13 @@ TEST_F(WithService, ALostBusCostsOnlyTheEvents) {
     Store(service, "1");
     time.start();
     events.AwaitSentEvents();
-    EXPECT_LT(time.elapsed(), atOnce);
+    EXPECT_LT(time.elapsed(), AtOnce);
 }
 
 TEST_F(ServiceEventsTest, AnAbsentServiceIsNotWaitedFor) {
     time.start();
     events.AwaitSentEvents();
-    EXPECT_LT(time.elapsed(), atOnce);
+    EXPECT_LT(time.elapsed(), AtOnce);
 }
 
 TEST_F(ServiceEventsTest, AnAbsentServiceIsNotStarted) {
@@ -224,7 +224,7 @@ TEST_F(WithServiceProcess, EventsAndTheWaitNeedNoEventLoopThere) {
     ASSERT_TRUE(WaitUntil([&] { return !listener.events.empty(); }));
     time.start();
     events.AwaitSentEvents();
-    EXPECT_LT(time.elapsed(), atOnce);
+    EXPECT_LT(time.elapsed(), AtOnce);
 }
 
 TEST_F(WithServiceProcess, AHungServiceCostsAtMostTheBound) {

@@ -10,25 +10,25 @@
 namespace tavrel::test {
 namespace {
 
-constexpr Tag content{0x0040, 0xA730};
-constexpr Tag patientName{0x0010, 0x0010};
+constexpr Tag Content{0x0040, 0xA730};
+constexpr Tag PatientName{0x0010, 0x0010};
 
 RawDicom Sample(Encoding encoding) {
     RawDicom item{encoding};
     item.Text({0x0040, 0xA160}, "UT", "reading\r\n");
     RawDicom raw{encoding};
     raw.Text({0x0008, 0x0005}, "CS", "ISO 2022 IR 6\\ISO 2022 IR 87").Text({0x0008, 0x0023}, "DA", "20261115");
-    return raw.Text(patientName, "PN", "Y=\x1B$B;3ED\x1B(B").Items(content, {item, item});
+    return raw.Text(PatientName, "PN", "Y=\x1B$B;3ED\x1B(B").Items(Content, {item, item});
 }
 
 std::vector<std::string> Seeds() {
     TestLibrary library;
     MakeReport(library.dicom, 3)->SaveToFile(library.folder.File("report.dcm"));
     std::vector<std::string> seeds{ReadBytes(library.folder.path / "report.dcm")};
-    for (const Encoding encoding : {explicitLittle, implicitLittle, explicitBig}) {
+    for (const Encoding encoding : {ExplicitLittle, ImplicitLittle, ExplicitBig}) {
         seeds.push_back(Sample(encoding).File());
         seeds.push_back(Sample(encoding).Bytes());
-        seeds.push_back(Sample(encoding).OpenSequence(content).OpenSequence(content).File());
+        seeds.push_back(Sample(encoding).OpenSequence(Content).OpenSequence(Content).File());
     }
     return seeds;
 }

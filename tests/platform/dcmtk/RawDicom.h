@@ -16,14 +16,14 @@ struct Encoding {
     std::string_view transferSyntax;
 };
 
-inline constexpr Encoding explicitLittle{true, false, "1.2.840.10008.1.2.1"};
-inline constexpr Encoding implicitLittle{false, false, "1.2.840.10008.1.2"};
-inline constexpr Encoding explicitBig{true, true, "1.2.840.10008.1.2.2"};
+inline constexpr Encoding ExplicitLittle{true, false, "1.2.840.10008.1.2.1"};
+inline constexpr Encoding ImplicitLittle{false, false, "1.2.840.10008.1.2"};
+inline constexpr Encoding ExplicitBig{true, true, "1.2.840.10008.1.2.2"};
 
 /// Bytes of a DICOM file put together by hand, sound or not.
 class RawDicom {
 public:
-    explicit RawDicom(Encoding encoding = explicitLittle) : encoding_(encoding) {}
+    explicit RawDicom(Encoding encoding = ExplicitLittle) : encoding_(encoding) {}
 
     RawDicom& Text(Tag tag, std::string_view vr, std::string value) {
         if (value.size() % 2 == 1)
@@ -63,7 +63,7 @@ public:
 
     /// With preamble and meta information.
     std::string File(std::string_view transferSyntax = {}) const {
-        RawDicom meta{explicitLittle};
+        RawDicom meta{ExplicitLittle};
         meta.Text({0x0002, 0x0010}, "UI",
                   std::string{transferSyntax.empty() ? encoding_.transferSyntax : transferSyntax});
         return std::string(128, '\0') + "DICM" + meta.bytes_ + bytes_;

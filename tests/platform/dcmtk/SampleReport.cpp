@@ -10,8 +10,8 @@
 namespace tavrel::test {
 namespace {
 
-constexpr DateTime saved{2026, 11, 15, 8, 5, 12};
-const std::string basicTextSr = "1.2.840.10008.5.1.4.1.1.88.11";
+constexpr DateTime Saved{2026, 11, 15, 8, 5, 12};
+const std::string BasicTextSr = "1.2.840.10008.5.1.4.1.1.88.11";
 
 struct Attribute {
     Tag tag;
@@ -119,12 +119,12 @@ DataSetHandle MakeReport(DicomLibrary& library, int version) {
                     {{0x0008, 0x1090}, "LO", "Orbenta/Refert"},
                     {{0x0018, 0x1020}, "LO", "1.4"},
                     {{0x0002, 0x0010}, "UI", "1.2.840.10008.1.2.1"},
-                    {{0x0008, 0x0016}, "UI", basicTextSr},
+                    {{0x0008, 0x0016}, "UI", BasicTextSr},
                     {{0x0008, 0x0018}, "UI", InstanceUid(version)},
                     {{0x0008, 0x103E}, "LO", "Abdomen"},
                     {{0x0020, 0x0013}, "IS", std::int16_t{1}},
-                    {{0x0008, 0x0023}, "DA", saved},
-                    {{0x0008, 0x0033}, "TM", saved},
+                    {{0x0008, 0x0023}, "DA", Saved},
+                    {{0x0008, 0x0033}, "TM", Saved},
                     {{0x0008, 0x0070}, "LO", "Mervanti"},
                     {{0x0008, 0x0005}, "CS", "ISO_IR 100"},
                     {{0x0040, 0xA040}, "CS", "CONTAINER"},
@@ -135,7 +135,7 @@ DataSetHandle MakeReport(DicomLibrary& library, int version) {
     for (int observer = 1; observer <= version; ++observer)
         Write(*Append(library, *report, {0x0040, 0xA073}), {{{0x0040, 0xA075}, "PN", "Dr. Weber"},
                                                             {{0x0040, 0xA027}, "LO", "Orbenta General Hospital"},
-                                                            {{0x0040, 0xA030}, "DT", saved}});
+                                                            {{0x0040, 0xA030}, "DT", Saved}});
     if (version > 1) {
         const auto study = Append(library, *report, {0x0040, 0xA360});
         study->SetValue({0x0020, 0x000D}, "UI", 0, report->GetValue({0x0020, 0x000D}, "UI"));
@@ -143,7 +143,7 @@ DataSetHandle MakeReport(DicomLibrary& library, int version) {
         series->SetValue({0x0020, 0x000E}, "UI", 0, report->GetValue({0x0020, 0x000E}, "UI"));
         for (int earlier = 1; earlier < version; ++earlier)
             Write(*Append(library, *series, {0x0008, 0x1199}),
-                  {{{0x0008, 0x1150}, "UI", basicTextSr}, {{0x0008, 0x1155}, "UI", InstanceUid(earlier)}});
+                  {{{0x0008, 0x1150}, "UI", BasicTextSr}, {{0x0008, 0x1155}, "UI", InstanceUid(earlier)}});
     }
     AppendText(library, *report, "99SS", "SR.TITLE", "Title", "Abdomen");
     AppendText(library, *report, "DCM", "121073", "Impression", "Liver: homogeneous.\r\nNo stones.");

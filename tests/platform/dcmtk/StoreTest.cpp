@@ -20,10 +20,10 @@ namespace {
 using Behaviour = StorageNode::Behaviour;
 using std::chrono::steady_clock;
 
-constexpr Tag sopInstanceUid{0x0008, 0x0018};
-constexpr Tag studyUid{0x0020, 0x000D};
-constexpr Tag characterSet{0x0008, 0x0005};
-constexpr Tag seriesDescription{0x0008, 0x103E};
+constexpr Tag SopInstanceUid{0x0008, 0x0018};
+constexpr Tag StudyUid{0x0020, 0x000D};
+constexpr Tag CharacterSet{0x0008, 0x0005};
+constexpr Tag SeriesDescription{0x0008, 0x103E};
 
 /// A port whose queue of callers is full: who calls it gets no answer at all.
 class DeafPort {
@@ -77,7 +77,7 @@ protected:
         ASSERT_EQ(Unsent().size(), 1U) << failure;
         const std::string file = Unsent().front().string();
         EXPECT_NE(failure.find(file), std::string::npos) << failure;
-        EXPECT_EQ(library.Load(file)->GetElementString(0, sopInstanceUid), Text(*report, sopInstanceUid));
+        EXPECT_EQ(library.Load(file)->GetElementString(0, SopInstanceUid), Text(*report, SopInstanceUid));
     }
 
     /// A failure that is raised before the service is asked: nothing is kept.
@@ -96,12 +96,12 @@ protected:
 
 TEST_F(Storing, AVersionArrivesWhole) {
     StorageNode node;
-    report->SetValue(seriesDescription, "LO", 0, "Übersicht");
+    report->SetValue(SeriesDescription, "LO", 0, "Übersicht");
     Store(node);
     const auto objects = node.Objects();
     ASSERT_EQ(objects.size(), 1U);
     const auto arrived = library.Load(objects[0].file.string());
-    EXPECT_EQ(arrived->GetElementString(0, seriesDescription), "Übersicht");
+    EXPECT_EQ(arrived->GetElementString(0, SeriesDescription), "Übersicht");
     EXPECT_EQ(arrived->Item(0)->GetSequenceItemCount({0x0040, 0xA730}), 2);
     EXPECT_EQ(objects[0].callingAe, "AE_INTERNAL");
     EXPECT_EQ(objects[0].calledAe, "PORVANE");
@@ -110,7 +110,7 @@ TEST_F(Storing, AVersionArrivesWhole) {
 
 TEST_F(Storing, TheBytesAreInTheDeclaredCharacterSet) {
     StorageNode node;
-    report->SetValue(seriesDescription, "LO", 0, "Übersicht");
+    report->SetValue(SeriesDescription, "LO", 0, "Übersicht");
     Store(node);
     EXPECT_NE(ReadBytes(node.Objects()[0].file)
                   .find("\xDC"
@@ -218,7 +218,7 @@ TEST_F(Storing, AVersionThatCannotBeKeptEitherSaysBoth) {
 }
 
 TEST_F(Storing, AVersionWithoutStudyIsRefusedAtOnce) {
-    report->SetValue(studyUid, "UI", 0, Value{});
+    report->SetValue(StudyUid, "UI", 0, Value{});
     EXPECT_EQ(RefusedAtOnce(), "The version cannot be sent: it has no Study Instance UID (0020,000D).");
 }
 
@@ -228,12 +228,12 @@ TEST_F(Storing, AVersionWithoutSeriesIsRefusedAtOnce) {
 }
 
 TEST_F(Storing, AUidOver64CharactersIsRefusedAtOnce) {
-    report->SetValue(sopInstanceUid, "UI", 0, "1." + std::string(63, '2'));
+    report->SetValue(SopInstanceUid, "UI", 0, "1." + std::string(63, '2'));
     EXPECT_NE(RefusedAtOnce().find("longer than 64 characters"), std::string::npos);
 }
 
 TEST_F(Storing, ACharacterOutsideTheSetIsRefusedAtOnce) {
-    report->SetValue(seriesDescription, "LO", 0, "αβ");
+    report->SetValue(SeriesDescription, "LO", 0, "αβ");
     EXPECT_EQ(RefusedAtOnce(), "The character \"α\" (U+03B1) at position 1 of Series Description (0008,103E) cannot "
                                "be written in the character set ISO_IR 100.");
 }

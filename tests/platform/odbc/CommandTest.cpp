@@ -23,9 +23,9 @@ protected:
         return database.Value("SELECT Reading FROM Report");
     }
 };
-INSTANTIATE_TEST_SUITE_P(Engines, Commands, allEngines, engineName);
+INSTANTIATE_TEST_SUITE_P(Engines, Commands, AllEngines, engineName);
 
-constexpr std::array columns = {
+constexpr std::array Columns = {
     "PatientName",        "BirthDate",      "Age",           "Sex",         "PatientID",        "StudyDate",
     "StudyDescription",   "StudyPhysician", "ReportHeading", "ReportTitle", "ReadingPhysician", "LastUpdated",
     "ApprovingPhysician", "ApprovingDate",  "Reading"};
@@ -45,7 +45,7 @@ TEST_P(Commands, ThePrintTableIsFilledInOneTransaction) {
                   "                               ReadingPhysician=?, LastUpdated=?, "
                   "                               ApprovingPhysician=?, ApprovingDate=?, Reading=? ");
     TestDatabase::Row expected;
-    for (const std::string name : columns) {
+    for (const std::string name : Columns) {
         command->Append(name == "Reading" ? LongText(name, "Età: '€' 😀\r\n?") : Text(name, name + " è"));
         expected.emplace_back(name == "Reading" ? "Età: '€' 😀\r\n?" : name + " è");
     }

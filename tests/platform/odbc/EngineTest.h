@@ -31,7 +31,7 @@ protected:
     std::unique_ptr<Connection> connection = database.Connect();
 };
 
-inline const auto allEngines =
+inline const auto AllEngines =
     testing::Values(TestDatabase::Engine::Sqlite, TestDatabase::Engine::Postgresql, TestDatabase::Engine::Mariadb);
 inline const auto engineName = [](const auto& test) { return EngineName(test.param); };
 

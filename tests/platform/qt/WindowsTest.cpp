@@ -31,7 +31,7 @@ protected:
     int lastGone_ = 0;
 };
 
-const MessageBox approval{"Do you want to continue ?", "Approving document ... ", Buttons::YesNo, Icon::Exclamation,
+const MessageBox Approval{"Do you want to continue ?", "Approving document ... ", Buttons::YesNo, Icon::Exclamation,
                           Answer::No};
 
 TEST_F(WindowsOnScreen, AShownFormHasAWindowWithItsCaption) {
@@ -184,7 +184,7 @@ TEST_F(WindowsOnScreen, AWindowThatIsMadeTopMostBeforeItIsShownIsSoThen) {
 }
 
 TEST_F(WindowsOnScreen, AMessageBoxSaysWhatItIsTold) {
-    AskAndThen(approval, [](QMessageBox& box) {
+    AskAndThen(Approval, [](QMessageBox& box) {
         EXPECT_EQ(box.text(), "Do you want to continue ?");
         EXPECT_EQ(box.textFormat(), Qt::PlainText);
         EXPECT_EQ(box.windowTitle(), "Approving document ... ");
@@ -195,15 +195,15 @@ TEST_F(WindowsOnScreen, AMessageBoxSaysWhatItIsTold) {
 }
 
 TEST_F(WindowsOnScreen, EnterPressesTheDefaultButtonOfAMessageBox) {
-    EXPECT_EQ(AskAndThen(approval, [](QMessageBox& box) { QTest::keyClick(&box, Qt::Key_Return); }), Answer::No);
+    EXPECT_EQ(AskAndThen(Approval, [](QMessageBox& box) { QTest::keyClick(&box, Qt::Key_Return); }), Answer::No);
 }
 
 TEST_F(WindowsOnScreen, APressedButtonIsTheAnswer) {
-    EXPECT_EQ(AskAndThen(approval, [](QMessageBox& box) { box.button(QMessageBox::Yes)->click(); }), Answer::Yes);
+    EXPECT_EQ(AskAndThen(Approval, [](QMessageBox& box) { box.button(QMessageBox::Yes)->click(); }), Answer::Yes);
 }
 
 TEST_F(WindowsOnScreen, EscapeAnswersNo) {
-    EXPECT_EQ(AskAndThen(approval, [](QMessageBox& box) { QTest::keyClick(&box, Qt::Key_Escape); }), Answer::No);
+    EXPECT_EQ(AskAndThen(Approval, [](QMessageBox& box) { QTest::keyClick(&box, Qt::Key_Escape); }), Answer::No);
 }
 
 TEST_F(WindowsOnScreen, ClosingTheFrameAnswersCancel) {

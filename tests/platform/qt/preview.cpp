@@ -15,7 +15,7 @@ namespace {
 using namespace tavrel;
 using namespace tavrel::test;
 
-constexpr auto reading =
+constexpr auto Reading =
     "Technique: volumetric acquisition before and after intravenous contrast medium, 1.25 mm slices.\r\n\r\n"
     "No focal parenchymal lesions in either lung. A calcified nodule of 4 mm in the right upper lobe is unchanged "
     "against the examination of 12/03/2025. Trachea and main bronchi are patent.\r\n\r\n"
@@ -34,7 +34,7 @@ public:
         AddCode("StdFinding", "SRT", "M-55450", "Calcified lymph node");
         OpenReport({.patientName = "ROSSINI^ANNA MARIA",
                     .title = "Chest CT, follow-up of pulmonary nodule",
-                    .reading = reading,
+                    .reading = Reading,
                     .observer = "Dr. Elena Marchetti",
                     .versions = 3});
         editor.cmbBodyPart.Text("Chest");
@@ -75,7 +75,7 @@ private:
                     .seriesDir = "report2",
                     .patientName = "ROSSINI^ANNA MARIA",
                     .title = "Chest CT, second opinion",
-                    .reading = reading,
+                    .reading = Reading,
                     .observer = "Dr. Giulio Ferrante",
                     .approved = true});
         Picture(editor, "report-approved", {1280, 800});

@@ -11,8 +11,8 @@
 namespace tavrel {
 namespace {
 
-constexpr int failed = 1;
-constexpr int wrongArguments = 2;
+constexpr int Failed = 1;
+constexpr int WrongArguments = 2;
 
 bool Holds(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
@@ -55,14 +55,14 @@ TEST_F(Tool, WrongArgumentsAreSaidOnTheErrorOutput) {
                                   "port --ae-title A_TITLE_OF_SEVENTEEN", "user \"O'Brien\" --signature X",
                                   "codes import /dev/null --table nonsense", "odbc --engine oracle --database x"}) {
         const Outcome outcome = room.Tool(arguments);
-        EXPECT_EQ(outcome.status, wrongArguments) << arguments;
+        EXPECT_EQ(outcome.status, WrongArguments) << arguments;
         EXPECT_FALSE(outcome.err.empty()) << arguments;
     }
 }
 
 TEST_F(Tool, ACatalogueThatCannotBeOpenedIsAFailure) {
     const Outcome outcome = RunShell(std::string(TOOL_PROGRAM) + " --dsn NoSuchEntry init");
-    EXPECT_EQ(outcome.status, failed);
+    EXPECT_EQ(outcome.status, Failed);
     EXPECT_TRUE(Holds(outcome.err, "Data source name not found")) << outcome.err;
 }
 
@@ -76,19 +76,19 @@ TEST_F(Tool, TheSiteIsSetAndChanged) {
 
 TEST_F(Tool, AnOrganizationThatReportsCannotHoldIsRefused) {
     const Outcome outcome = room.Tool("site --base-uid 2.999.1 --organization '山田'");
-    EXPECT_EQ(outcome.status, wrongArguments);
+    EXPECT_EQ(outcome.status, WrongArguments);
     EXPECT_TRUE(Holds(outcome.err, "ISO_IR 100"));
 }
 
 TEST_F(Tool, ABaseUidOver42CharactersIsRefused) {
     const std::string longest = "2.999." + std::string(36, '1');
-    EXPECT_EQ(room.Tool("site --organization X --base-uid " + longest + "1").status, wrongArguments);
+    EXPECT_EQ(room.Tool("site --organization X --base-uid " + longest + "1").status, WrongArguments);
     EXPECT_EQ(room.Tool("site --organization X --base-uid " + longest).status, 0);
 }
 
 TEST_F(Tool, ANewSiteNeedsBothOfItsData) {
     const Outcome outcome = room.Tool("site --base-uid 2.999.1");
-    EXPECT_EQ(outcome.status, wrongArguments);
+    EXPECT_EQ(outcome.status, WrongArguments);
     EXPECT_TRUE(Holds(outcome.err, "both --base-uid and --organization")) << outcome.err;
 }
 
@@ -105,7 +105,7 @@ TEST_F(Tool, AUserIsAddedChangedAndRemoved) {
     EXPECT_EQ(room.Tool("user").out, "anna: Bianchi^Anna\n");
     EXPECT_EQ(room.Tool("user anna --remove").status, 0);
     EXPECT_EQ(room.Count("Users"), "0");
-    EXPECT_EQ(room.Tool("user anna --remove").status, failed);
+    EXPECT_EQ(room.Tool("user anna --remove").status, Failed);
 }
 
 TEST_F(Tool, CodesAreImportedWhateverTheirColumnsOrder) {
@@ -124,7 +124,7 @@ TEST_F(Tool, WrongCodesAreNamedAndNoneIsImported) {
     const Outcome outcome = ImportCodes("CodeScheme,CodeValue,CodeMeaning\n99SS,F1,good\n99SS,F2\n99SS,,none\n"
                                         "99SS,F1,again\n99SS,F3,\xFF\n99SS,F4," +
                                         std::string(65, 'x') + "\n99SS,F5,\"open\n");
-    EXPECT_EQ(outcome.status, failed);
+    EXPECT_EQ(outcome.status, Failed);
     for (const char* words :
          {"line 3: has 2 fields, not 3", "line 4: CodeValue is empty", "line 5: CodeValue \"F1\" stands in line 2",
           "line 6: CodeMeaning is not UTF-8", "line 7: CodeMeaning is longer than 64 characters",
@@ -135,7 +135,7 @@ TEST_F(Tool, WrongCodesAreNamedAndNoneIsImported) {
 
 TEST_F(Tool, CodesWithoutAHeaderAreRefused) {
     const Outcome outcome = ImportCodes("99SS,F1,Nodule\n");
-    EXPECT_EQ(outcome.status, failed);
+    EXPECT_EQ(outcome.status, Failed);
     EXPECT_TRUE(Holds(outcome.err, "line 1: the first row must name the columns"));
 }
 
@@ -187,7 +187,7 @@ TEST_F(Tool, AServersEntryTakesItsPasswordFromAFile) {
 }
 
 TEST_F(Tool, AServersEntryNeedsAUser) {
-    EXPECT_EQ(room.Tool("odbc --engine mariadb --database orbenta").status, wrongArguments);
+    EXPECT_EQ(room.Tool("odbc --engine mariadb --database orbenta").status, WrongArguments);
 }
 
 TEST_F(Tool, AFolderIsImportedThroughTheService) {
@@ -218,7 +218,7 @@ TEST_F(Tool, WhatCannotBeImportedIsNamed) {
     std::filesystem::copy(RealImage("MR_truncated.dcm"), room.Folder() / "in/broken.dcm");
     TestObject().Numbered(1).SaveTo(room.Folder() / "in/well.dcm");
     const Outcome outcome = room.Tool("import " + (room.Folder() / "in").string());
-    EXPECT_EQ(outcome.status, failed);
+    EXPECT_EQ(outcome.status, Failed);
     EXPECT_TRUE(Holds(outcome.err, "refused.dcm: was refused: ")) << outcome.err;
     EXPECT_TRUE(Holds(outcome.err, "broken.dcm: cannot be read")) << outcome.err;
     EXPECT_TRUE(Holds(outcome.out, "Stored 1 objects; 2 failed"));
@@ -228,7 +228,7 @@ TEST_F(Tool, AnImportWithoutAServiceFails) {
     std::filesystem::create_directories(room.Folder() / "in");
     TestObject().SaveTo(room.Folder() / "in/one.dcm");
     const Outcome outcome = room.Tool("import " + (room.Folder() / "in").string());
-    EXPECT_EQ(outcome.status, failed);
+    EXPECT_EQ(outcome.status, Failed);
     EXPECT_TRUE(Holds(outcome.err, "one.dcm: was not sent: ")) << outcome.err;
 }
 
@@ -242,7 +242,7 @@ protected:
     }
     void ExpectMissing(const std::string& words) {
         const Outcome outcome = room.Tool("check");
-        EXPECT_EQ(outcome.status, failed);
+        EXPECT_EQ(outcome.status, Failed);
         EXPECT_TRUE(Holds(outcome.out, "MISSING  " + words)) << outcome.out;
     }
 

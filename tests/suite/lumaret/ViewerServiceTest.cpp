@@ -7,9 +7,9 @@
 #include "suite/lumaret/ImageView.h"
 #include "suite/lumaret/TavrelClient.h"
 #include "tests/platform/dbus/PrivateBus.h"
-#include "tests/support/Workstation.h"
 #include "tests/suite/lumaret/FakeTavrel.h"
 #include "tests/suite/lumaret/SampleImage.h"
+#include "tests/support/Workstation.h"
 
 #include <QDBusArgument>
 #include <QDBusConnectionInterface>

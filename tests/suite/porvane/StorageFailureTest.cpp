@@ -17,9 +17,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int stored = 0x0000;
-constexpr int processingFailure = 0x0110;
-constexpr int outOfResources = 0xA700;
+constexpr int Stored = 0x0000;
+constexpr int ProcessingFailure = 0x0110;
+constexpr int OutOfResources = 0xA700;
 
 class StorageFailure : public testing::Test {
 protected:
@@ -57,30 +57,30 @@ protected:
 TEST_F(StorageFailure, AMissingTableRefusesTheObject) {
     const auto service = room.StartService();
     room.Run("ALTER TABLE Series RENAME TO Gone");
-    EXPECT_EQ(TestObject().Send(room), processingFailure);
+    EXPECT_EQ(TestObject().Send(room), ProcessingFailure);
     room.Run("ALTER TABLE Gone RENAME TO Series");
     ExpectNothingStored();
-    EXPECT_EQ(TestObject().Send(room), stored);
+    EXPECT_EQ(TestObject().Send(room), Stored);
 }
 
 TEST_F(StorageFailure, RowsThatCannotBeWrittenTakeTheFileBack) {
     const auto service = room.StartService();
     RunShell("sqlite3 " + (room.Folder() / "catalogue.db").string() +
              " \"CREATE TRIGGER Full BEFORE INSERT ON Image BEGIN SELECT RAISE(ABORT, 'disk is full'); END\"");
-    EXPECT_EQ(TestObject().Send(room), processingFailure);
+    EXPECT_EQ(TestObject().Send(room), ProcessingFailure);
     ExpectNothingStored();
     room.Run("DROP TRIGGER Full");
-    EXPECT_EQ(TestObject().Send(room), stored);
+    EXPECT_EQ(TestObject().Send(room), Stored);
     EXPECT_EQ(room.StoredFiles().at(0).filename(), "img_000001.dcm");
 }
 
 TEST_F(StorageFailure, ALockedCatalogueRefusesTheObject) {
     const auto service = room.StartService();
     room.Catalogue().BeginTransaction();
-    EXPECT_EQ(TestObject().Send(room), processingFailure);
+    EXPECT_EQ(TestObject().Send(room), ProcessingFailure);
     room.Catalogue().Commit();
     ExpectNothingStored();
-    EXPECT_EQ(TestObject().Send(room), stored);
+    EXPECT_EQ(TestObject().Send(room), Stored);
 }
 
 TEST_F(StorageFailure, AFullDiskRefusesTheObjectAndServesTheNext) {
@@ -92,16 +92,16 @@ TEST_F(StorageFailure, AFullDiskRefusesTheObjectAndServesTheNext) {
     ASSERT_TRUE(Eventually([this] { return Listens(room.Port()); }));
     TestObject big;
     big.Set(DCM_TextValue, std::string(2'000'000, 'x'));
-    EXPECT_EQ(big.Send(room), outOfResources);
+    EXPECT_EQ(big.Send(room), OutOfResources);
     ExpectNothingStored();
-    EXPECT_EQ(TestObject().Send(room), stored);
+    EXPECT_EQ(TestObject().Send(room), Stored);
 }
 
 TEST_F(StorageFailure, AStudyThatCannotHaveAFolderIsRefused) {
     const auto service = room.StartService();
     TestObject image;
     std::ofstream(room.Studies() / image.Get(DCM_StudyInstanceUID)) << "a file in the folder's place";
-    EXPECT_EQ(image.Send(room), outOfResources);
+    EXPECT_EQ(image.Send(room), OutOfResources);
     ExpectNothingStored();
 }
 
@@ -129,7 +129,7 @@ TEST_F(StorageFailure, AServiceKilledAtAnyMomentLosesNothingThatItAnswered) {
             std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
             service->Signal(SIGKILL);
         });
-        while (TestObject().Numbered(++number).Send(room) == stored)
+        while (TestObject().Numbered(++number).Send(room) == Stored)
             answered.push_back("2.999.7." + std::to_string(number));
     }
     const auto service = room.StartService();
@@ -163,7 +163,7 @@ TEST_F(StorageFailure, ASilentConnectionHoldsUpNobody) {
         silent.push_back(socket(AF_INET, SOCK_STREAM, 0));
         ASSERT_EQ(connect(silent.back(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
     }
-    EXPECT_EQ(TestObject().Send(room), stored);
+    EXPECT_EQ(TestObject().Send(room), Stored);
     for (const int connection : silent)
         close(connection);
 }

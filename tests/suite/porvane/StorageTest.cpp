@@ -15,9 +15,9 @@
 namespace tavrel {
 namespace {
 
-constexpr int stored = 0x0000;
-constexpr int doesNotMatch = 0xA900;
-constexpr int cannotUnderstand = 0xC000;
+constexpr int Stored = 0x0000;
+constexpr int DoesNotMatch = 0xA900;
+constexpr int CannotUnderstand = 0xC000;
 
 class Storage : public testing::Test {
 protected:
@@ -31,7 +31,7 @@ protected:
 };
 
 TEST_F(Storage, AnImageIsFiledAsItsSeriesFirstFile) {
-    ASSERT_EQ(TestObject().Send(room), stored);
+    ASSERT_EQ(TestObject().Send(room), Stored);
     ASSERT_EQ(room.StoredFiles().size(), 1U);
     EXPECT_EQ(room.StoredFiles().front().filename(), "img_000001.dcm");
 }
@@ -45,7 +45,7 @@ TEST_F(Storage, AnImageKeepsItsBytes) {
 TEST_F(Storage, CompressedImagesKeepTheirBytesAndTheirSyntax) {
     for (const char* name : {"JPEG2000.dcm", "JPEG-lossy.dcm", "MR_small_jpeg_ls_lossless.dcm", "MR_small_RLE.dcm"}) {
         const auto sent = TestObject(RealImage(name)).SaveTo(room.Folder() / "sent.dcm");
-        ASSERT_EQ(TestObject(sent).Send(room), stored) << name;
+        ASSERT_EQ(TestObject(sent).Send(room), Stored) << name;
         EXPECT_TRUE(std::ranges::any_of(room.StoredFiles(), [&](const auto& file) { return SameDataSet(sent, file); }))
             << name;
     }
@@ -99,16 +99,16 @@ TEST_F(Storage, NumbersGoOnAfterARestart) {
 }
 
 TEST_F(Storage, TheSameObjectTwiceIsStoredOnce) {
-    EXPECT_EQ(TestObject().Send(room), stored);
-    EXPECT_EQ(TestObject().Send(room, "ANOTHER"), stored);
+    EXPECT_EQ(TestObject().Send(room), Stored);
+    EXPECT_EQ(TestObject().Send(room, "ANOTHER"), Stored);
     EXPECT_EQ(room.Count("Image"), "1");
     EXPECT_EQ(room.StoredFiles().size(), 1U);
 }
 
 TEST_F(Storage, AKnownUidWithOtherBytesIsKeptBesideTheFirst) {
     const auto first = TestObject().SaveTo(room.Folder() / "first.dcm");
-    EXPECT_EQ(TestObject(first).Send(room), stored);
-    EXPECT_EQ(TestObject().Set(DCM_ImageComments, "changed").Send(room), stored);
+    EXPECT_EQ(TestObject(first).Send(room), Stored);
+    EXPECT_EQ(TestObject().Set(DCM_ImageComments, "changed").Send(room), Stored);
     ASSERT_EQ(room.StoredFiles().size(), 2U);
     EXPECT_EQ(room.Count("Image"), "2");
     EXPECT_TRUE(SameDataSet(first, room.StoredFiles().front()));
@@ -121,7 +121,7 @@ TEST_F(Storage, TenSendersAtOnceLoseNothing) {
     for (int sender = 0; sender < 10; ++sender)
         senders.emplace_back([&, sender] {
             for (int object = 0; object < 5; ++object)
-                if (TestObject().Numbered(object == 0 ? 999 : sender * 10 + object).Send(room) != stored)
+                if (TestObject().Numbered(object == 0 ? 999 : sender * 10 + object).Send(room) != Stored)
                     ++failures;
         });
     for (auto& sender : senders)
@@ -181,19 +181,19 @@ TEST_F(Storage, PatientsWithoutAnIdentifierStayApart) {
 }
 
 TEST_F(Storage, AnObjectWithoutAStudyIsRefused) {
-    EXPECT_EQ(TestObject().Remove(DCM_StudyInstanceUID).Send(room), cannotUnderstand);
+    EXPECT_EQ(TestObject().Remove(DCM_StudyInstanceUID).Send(room), CannotUnderstand);
     EXPECT_EQ(room.Count("Image"), "0");
     EXPECT_TRUE(room.StoredFiles().empty());
 }
 
 TEST_F(Storage, AUidThatWouldLeaveTheStudiesFolderIsRefused) {
-    EXPECT_EQ(TestObject().Set(DCM_StudyInstanceUID, "../../2.999").Send(room), cannotUnderstand);
+    EXPECT_EQ(TestObject().Set(DCM_StudyInstanceUID, "../../2.999").Send(room), CannotUnderstand);
     EXPECT_TRUE(room.StoredFiles().empty());
 }
 
 TEST_F(Storage, ASeriesOfAnotherStudyIsRefused) {
     TestObject().Numbered(1).Send(room);
-    EXPECT_EQ(TestObject().Numbered(2).Set(DCM_StudyInstanceUID, "2.999.5").Send(room), doesNotMatch);
+    EXPECT_EQ(TestObject().Numbered(2).Set(DCM_StudyInstanceUID, "2.999.5").Send(room), DoesNotMatch);
     EXPECT_EQ(room.Count("Image"), "1");
 }
 
