@@ -1,7 +1,7 @@
 #include "host/Catalogue.h"
 
-#include "host/Attributes.h"
 #include "host/Text.h"
+#include "platform/attributes.h"
 
 namespace tavrel {
 
@@ -66,9 +66,9 @@ void AppendCodeItem(DicomLibrary& dicom, DicomDataSet& dataSet, Tag sequence, st
         itemIndex = static_cast<std::int16_t>(dataSet.GetSequenceItemCount(sequence));
     const DataSetHandle item = dicom.NewDataSet();
     dataSet.SetSequenceItem(sequence, itemIndex, item);
-    item->SetValue(attribute::CodeValue, "SH", 0, std::string(codeValue));
-    item->SetValue(attribute::CodingSchemeDesignator, "SH", 0, std::string(codeScheme));
-    item->SetValue(attribute::CodeMeaning, "LO", 0, std::string(codeMeaning));
+    item->SetValue(attribute::CodeValue, 0, std::string(codeValue));
+    item->SetValue(attribute::CodingSchemeDesignator, 0, std::string(codeScheme));
+    item->SetValue(attribute::CodeMeaning, 0, std::string(codeMeaning));
 }
 
 } // namespace tavrel

@@ -19,6 +19,11 @@ struct Tag {
     auto operator<=>(const Tag&) const = default;
 };
 
+/// A data element's address with the value representation by which it is read and written.
+struct Attribute : Tag {
+    std::string_view vr;
+};
+
 /// The value of an element: nothing (the element is absent or empty), text in UTF-8 with line ends
 /// CR LF, a date-time (VR DA, TM, DT), or an integer.
 using Value = std::variant<std::monostate, std::string, DateTime, std::int16_t>;
@@ -33,13 +38,13 @@ class DicomDataSet {
 public:
     virtual ~DicomDataSet() = default;
 
-    /// The value at `valueIndex`. Reading never fails for an odd `vr`: the element's own VR counts.
+    /// The value at `valueIndex`. Reading never fails for an odd VR: the element's own counts.
     /// Index 0 of an LO, SH, PN or UT answers the whole text.
-    virtual Value GetValue(Tag tag, std::string_view vr, int valueIndex = 0) const = 0;
+    virtual Value GetValue(const Attribute& attribute, int valueIndex = 0) const = 0;
 
     /// Creates or replaces the element. Text is not judged here but when the data set is saved or
     /// sent. An unknown VR, and a value that is no IS or UI where one is asked for, are errors.
-    virtual void SetValue(Tag tag, std::string_view vr, int valueIndex, const Value& value) = 0;
+    virtual void SetValue(const Attribute& attribute, int valueIndex, const Value& value) = 0;
 
     /// Writes a DICOM file (PS3.10), explicit VR little endian, in the character set that the data
     /// set declares; whole or not at all. A character that the set lacks is an error that names it.
@@ -76,18 +81,30 @@ public:
     virtual void Arrange(int order) = 0;
 
     virtual int Count() const = 0;
-    /// The same as Count, asked right after loading.
-    virtual int ItemCount() const = 0;
 
     /// Appends a new empty data set (`source` -1) or a copy of the one at `source`, which shares
     /// nothing with it.
     virtual void AddDataSet(int source) = 0;
     virtual DataSetHandle Item(int index) const = 0;
 
-    virtual Value GetElementValue(int index, Tag tag, std::string_view vr, int valueIndex = 0) const = 0;
-    virtual void SetElementValue(int index, Tag tag, std::string_view vr, int valueIndex, const Value& value) = 0;
-    virtual std::string GetElementString(int index, Tag tag) const = 0;
-    virtual void SetElementString(int index, Tag tag, std::string_view vr, std::string_view text) = 0;
+    /// The same as Count, asked right after loading.
+    int ItemCount() const { return Count(); }
+
+    Value GetElementValue(int index, const Attribute& attribute, int valueIndex = 0) const {
+        return Item(index)->GetValue(attribute, valueIndex);
+    }
+    void SetElementValue(int index, const Attribute& attribute, int valueIndex, const Value& value) {
+        Item(index)->SetValue(attribute, valueIndex, value);
+    }
+    /// The element's text; empty when it is absent or no text.
+    std::string GetElementString(int index, const Attribute& attribute) const {
+        const Value value = GetElementValue(index, attribute);
+        const auto* text = std::get_if<std::string>(&value);
+        return text ? *text : std::string();
+    }
+    void SetElementString(int index, const Attribute& attribute, std::string_view text) {
+        SetElementValue(index, attribute, 0, std::string(text));
+    }
 };
 
 /// Makes the objects of the DICOM data-object library.

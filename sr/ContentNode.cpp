@@ -1,27 +1,27 @@
 #include "sr/ContentNode.h"
 
-#include "host/Attributes.h"
 #include "host/Catalogue.h"
 #include "host/Text.h"
+#include "platform/attributes.h"
 
 namespace tavrel {
 
 void ContentNode::DicomObject(const DataSetHandle& codeItem) {
-    const auto read = [&](Tag tag, std::string_view vr) {
-        return codeItem ? TextOf(codeItem->GetValue(tag, vr)) : std::string();
+    const auto read = [&](const Attribute& attribute) {
+        return codeItem ? TextOf(codeItem->GetValue(attribute)) : std::string();
     };
-    Code = read(attribute::CodeValue, "SH");
-    CodeScheme = read(attribute::CodingSchemeDesignator, "SH");
-    CodeMeaning = read(attribute::CodeMeaning, "LO");
+    Code = read(attribute::CodeValue);
+    CodeScheme = read(attribute::CodingSchemeDesignator);
+    CodeMeaning = read(attribute::CodeMeaning);
 }
 
 DataSetHandle ContentNode::DicomObject(DicomLibrary& dicom) const {
     const DataSetHandle item = dicom.NewDataSet();
-    item->SetValue(attribute::ValueType, "CS", 0, "TEXT");
+    item->SetValue(attribute::ValueType, 0, "TEXT");
     std::int16_t position = -1;
     ConceptMacroAppend(dicom, *item, position);
     // LO in this form of an item; the items of a document's own content have UT.
-    item->SetValue(attribute::TextValue, "LO", 0, Annotation);
+    item->SetValue({attribute::TextValue, "LO"}, 0, Annotation);
     return item;
 }
 

@@ -1,9 +1,9 @@
 #include "sr/DcmSRDocument.h"
 
-#include "host/Attributes.h"
 #include "host/Catalogue.h"
 #include "host/ErrorReport.h"
 #include "host/Text.h"
+#include "platform/attributes.h"
 
 #include <array>
 
@@ -14,25 +14,24 @@ namespace {
 enum class Copy { Value, Text };
 
 struct CopiedAttribute {
-    Tag tag;
-    std::string_view vr;
+    Attribute attribute;
     Copy how;
 };
 
 /// What a new report takes from an image of its study.
 constexpr std::array CopiedAttributes = {
-    CopiedAttribute{attribute::PatientName, "PN", Copy::Text},
-    CopiedAttribute{attribute::PatientId, "LO", Copy::Value},
-    CopiedAttribute{attribute::PatientBirthDate, "DA", Copy::Value},
-    CopiedAttribute{attribute::PatientSex, "CS", Copy::Value},
-    CopiedAttribute{attribute::StudyDate, "DA", Copy::Value},
-    CopiedAttribute{attribute::StudyTime, "TM", Copy::Value},
-    CopiedAttribute{attribute::ReferringPhysicianName, "PN", Copy::Value},
-    CopiedAttribute{attribute::ReferringPhysicianName, "PN", Copy::Text},
-    CopiedAttribute{attribute::AccessionNumber, "SH", Copy::Value},
-    CopiedAttribute{attribute::StudyDescription, "LO", Copy::Value},
-    CopiedAttribute{attribute::StudyInstanceUid, "UI", Copy::Value},
-    CopiedAttribute{Tag{0x0020, 0x0008}, "SH", Copy::Value}, // this very element, not the Study ID (0020,0010)
+    CopiedAttribute{attribute::PatientName, Copy::Text},
+    CopiedAttribute{attribute::PatientId, Copy::Value},
+    CopiedAttribute{attribute::PatientBirthDate, Copy::Value},
+    CopiedAttribute{attribute::PatientSex, Copy::Value},
+    CopiedAttribute{attribute::StudyDate, Copy::Value},
+    CopiedAttribute{attribute::StudyTime, Copy::Value},
+    CopiedAttribute{attribute::ReferringPhysicianName, Copy::Value},
+    CopiedAttribute{attribute::ReferringPhysicianName, Copy::Text},
+    CopiedAttribute{attribute::AccessionNumber, Copy::Value},
+    CopiedAttribute{attribute::StudyDescription, Copy::Value},
+    CopiedAttribute{attribute::StudyInstanceUid, Copy::Value},
+    CopiedAttribute{attribute::FormerStudyElement, Copy::Value},
 };
 
 /// One more than the highest series number of the study, whatever the modality.
@@ -77,24 +76,24 @@ void DcmSRDocument::CreateFromDDO(const DataSetList& images, std::int16_t imageI
     const int version = series_->Count() - 1;
     versionIndex_ = 0;
 
-    for (const auto& [tag, vr, how] : CopiedAttributes) {
+    for (const auto& [attribute, how] : CopiedAttributes) {
         if (how == Copy::Text)
-            series_->SetElementString(version, tag, vr, images.GetElementString(imageIndex, tag));
+            series_->SetElementString(version, attribute, images.GetElementString(imageIndex, attribute));
         else
-            series_->SetElementValue(version, tag, vr, 0, images.GetElementValue(imageIndex, tag, vr));
+            series_->SetElementValue(version, attribute, 0, images.GetElementValue(imageIndex, attribute));
     }
 
-    const auto make = [&](Tag tag, std::string_view vr, const std::string& value) {
-        series_->SetElementValue(version, tag, vr, 0, value);
+    const auto make = [&](const Attribute& attribute, const std::string& value) {
+        series_->SetElementValue(version, attribute, 0, value);
     };
     // The study is asked of the first image, whichever image the report is made from.
-    const auto studyUid = [&] { return TextOf(images.GetElementValue(version, attribute::StudyInstanceUid, "UI")); };
-    make(attribute::Modality, "CS", "SR");
-    make(attribute::SeriesInstanceUid, "UI", global_.baseUid + ".2." + TimeStamp(global_.ports.clock));
-    make(attribute::SeriesNumber, "IS", NextSeriesNumber(Catalogue(global_), studyUid()));
-    make(attribute::InstitutionName, "LO", global_.organization);
-    make(attribute::ManufacturerModelName, "LO", "Orbenta/Refert");
-    make(attribute::SoftwareVersions, "LO", TAVREL_VERSION);
+    const auto studyUid = [&] { return TextOf(images.GetElementValue(version, attribute::StudyInstanceUid)); };
+    make(attribute::Modality, "SR");
+    make(attribute::SeriesInstanceUid, global_.baseUid + ".2." + TimeStamp(global_.ports.clock));
+    make(attribute::SeriesNumber, NextSeriesNumber(Catalogue(global_), studyUid()));
+    make(attribute::InstitutionName, global_.organization);
+    make(attribute::ManufacturerModelName, "Orbenta/Refert");
+    make(attribute::SoftwareVersions, TAVREL_VERSION);
 
     updated_ = true;
     freshVersion_ = true;
@@ -175,15 +174,15 @@ void DcmSRDocument::ReadContent(const DicomDataSet& dataSet) {
         observers_.emplace_back().DicomObject(dataSet.GetSequenceItem(attribute::VerifyingObserverSequence, index));
 
     // "SC" is no VR; the library answers by the element's own.
-    loadedComplete_ = TextOf(dataSet.GetValue(attribute::CompletionFlag, "SC")) == "COMPLETE";
+    loadedComplete_ = TextOf(dataSet.GetValue({attribute::CompletionFlag, "SC"})) == "COMPLETE";
     status_ = loadedComplete_ ? Approved : Pending;
 
     titleNode_.DicomObject(dataSet.GetSequenceItem(attribute::ConceptNameCodeSequence, 0));
     const DataSetHandle title = dataSet.GetSequenceItem(attribute::ContentSequence, 0);
-    titleNode_.Annotation = title ? TextOf(title->GetValue(attribute::TextValue, "UT")) : "";
+    titleNode_.Annotation = title ? TextOf(title->GetValue(attribute::TextValue)) : "";
     // A version without a reading leaves the one that stood there.
     if (const DataSetHandle reading = dataSet.GetSequenceItem(attribute::ContentSequence, 1))
-        reading_ = TextOf(reading->GetValue(attribute::TextValue, "UT"));
+        reading_ = TextOf(reading->GetValue(attribute::TextValue));
 
     freshVersion_ = false;
     updated_ = false;
@@ -194,8 +193,8 @@ void DcmSRDocument::BuildVersionLabels() {
     if (!series_)
         return;
     for (int index = 0; index < series_->Count(); ++index) {
-        const Value date = series_->GetElementValue(index, attribute::ContentDate, "DA");
-        const Value time = series_->GetElementValue(index, attribute::ContentTime, "TM");
+        const Value date = series_->GetElementValue(index, attribute::ContentDate);
+        const Value time = series_->GetElementValue(index, attribute::ContentTime);
         versionLabels_.push_back(LabelPart(date, DateText) + " " + LabelPart(time, TimeText));
     }
 }

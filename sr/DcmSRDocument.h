@@ -112,7 +112,7 @@ private:
     /// The versions. An error when `Series` has been set to no object.
     DataSetList& Versions() const;
     std::int16_t LastVersion() const;
-    Value CurrentValue(Tag tag, std::string_view vr) const;
+    Value CurrentValue(const Attribute& attribute) const;
 
     Global& global_;
     std::int16_t versionIndex_ = -1;

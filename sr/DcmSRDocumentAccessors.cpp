@@ -1,5 +1,5 @@
-#include "host/Attributes.h"
 #include "host/Text.h"
+#include "platform/attributes.h"
 #include "platform/error.h"
 #include "sr/DcmSRDocument.h"
 
@@ -62,36 +62,36 @@ const std::string& DcmSRDocument::Version(std::int16_t index) const {
     return Entry(versionLabels_, index);
 }
 
-Value DcmSRDocument::CurrentValue(Tag tag, std::string_view vr) const {
-    return versionIndex_ < 0 ? Value() : Versions().GetElementValue(versionIndex_, tag, vr);
+Value DcmSRDocument::CurrentValue(const Attribute& attribute) const {
+    return versionIndex_ < 0 ? Value() : Versions().GetElementValue(versionIndex_, attribute);
 }
 
 std::string DcmSRDocument::PatientName() const {
-    return TextOf(CurrentValue(attribute::PatientName, "PN"));
+    return TextOf(CurrentValue(attribute::PatientName));
 }
 
 std::string DcmSRDocument::PatientSex() const {
-    return TextOf(CurrentValue(attribute::PatientSex, "CS"));
+    return TextOf(CurrentValue(attribute::PatientSex));
 }
 
 DateTime DcmSRDocument::PatientBirthday() const {
-    return DateTimeOf(CurrentValue(attribute::PatientBirthDate, "DA"));
+    return DateTimeOf(CurrentValue(attribute::PatientBirthDate));
 }
 
 std::string DcmSRDocument::PatientID() const {
-    return TextOf(CurrentValue(attribute::PatientId, "LO"));
+    return TextOf(CurrentValue(attribute::PatientId));
 }
 
 DateTime DcmSRDocument::StudyDate() const {
-    return DateTimeOf(CurrentValue(attribute::StudyDate, "DA"));
+    return DateTimeOf(CurrentValue(attribute::StudyDate));
 }
 
 std::string DcmSRDocument::StudyDescription() const {
-    return TextOf(CurrentValue(attribute::StudyDescription, "LO"));
+    return TextOf(CurrentValue(attribute::StudyDescription));
 }
 
 std::string DcmSRDocument::ReferringPhysician() const {
-    return TextOf(CurrentValue(attribute::ReferringPhysicianName, "PN"));
+    return TextOf(CurrentValue(attribute::ReferringPhysicianName));
 }
 
 void DcmSRDocument::GetTitle(std::string& scheme, std::string& code, std::string& meaning,

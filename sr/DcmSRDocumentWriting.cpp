@@ -1,6 +1,6 @@
-#include "host/Attributes.h"
 #include "host/Catalogue.h"
 #include "host/ErrorReport.h"
+#include "platform/attributes.h"
 #include "sr/DcmSRDocument.h"
 
 namespace tavrel {
@@ -24,25 +24,25 @@ void DcmSRDocument::WriteVersion() {
         const DataSetHandle version = versions.Item(versions.Count() - 1);
         const bool approved = status_ == Approved;
         const DateTime now = global_.ports.clock.Now();
-        const auto write = [&](Tag tag, std::string_view vr, const Value& value) {
-            version->SetValue(tag, vr, 0, value);
+        const auto write = [&](const Attribute& attribute, const Value& value) {
+            version->SetValue(attribute, 0, value);
         };
 
-        write(attribute::TransferSyntaxUid, "UI", "1.2.840.10008.1.2.1");     // explicit VR little endian
-        write(attribute::SopClassUid, "UI", "1.2.840.10008.5.1.4.1.1.88.11"); // Basic Text SR
-        write(attribute::SopInstanceUid, "UI", global_.baseUid + ".1." + TimeStamp(global_.ports.clock));
-        write(attribute::SeriesDescription, "LO", titleNode_.Annotation);
-        write(attribute::InstanceNumber, "IS", std::int16_t{1});
-        write(attribute::ContentDate, "DA", now);
-        write(attribute::ContentTime, "TM", now);
-        write(attribute::Manufacturer, "LO", "Mervanti");
-        write(attribute::SpecificCharacterSet, "CS", "ISO_IR 100");
-        write(attribute::ValueType, "CS", "CONTAINER");
-        write(attribute::ContinuityOfContent, "CS", "SEPARATE");
+        write(attribute::TransferSyntaxUid, "1.2.840.10008.1.2.1");     // explicit VR little endian
+        write(attribute::SopClassUid, "1.2.840.10008.5.1.4.1.1.88.11"); // Basic Text SR
+        write(attribute::SopInstanceUid, global_.baseUid + ".1." + TimeStamp(global_.ports.clock));
+        write(attribute::SeriesDescription, titleNode_.Annotation);
+        write(attribute::InstanceNumber, std::int16_t{1});
+        write(attribute::ContentDate, now);
+        write(attribute::ContentTime, now);
+        write(attribute::Manufacturer, "Mervanti");
+        write(attribute::SpecificCharacterSet, "ISO_IR 100");
+        write(attribute::ValueType, "CONTAINER");
+        write(attribute::ContinuityOfContent, "SEPARATE");
         std::int16_t root = 0;
         titleNode_.ConceptMacroAppend(global_.ports.dicom, *version, root);
-        write(attribute::CompletionFlag, "CS", approved ? "COMPLETE" : "PARTIAL");
-        write(attribute::VerificationFlag, "CS", approved ? "VERIFIED" : "UNVERIFIED");
+        write(attribute::CompletionFlag, approved ? "COMPLETE" : "PARTIAL");
+        write(attribute::VerificationFlag, approved ? "VERIFIED" : "UNVERIFIED");
         WriteObserver(*version, now);
         WritePredecessors(*version);
         WriteTextItem(*version, 0, {"99SS", "SR.TITLE", "Title", titleNode_.Annotation});
@@ -64,26 +64,26 @@ void DcmSRDocument::WritePredecessors(DicomDataSet& version) const {
         return;
     DicomLibrary& dicom = global_.ports.dicom;
     const DataSetHandle study = NewItem(dicom, version, attribute::PredecessorDocumentsSequence, 0);
-    study->SetValue(attribute::StudyInstanceUid, "UI", 0, version.GetValue(attribute::StudyInstanceUid, "UI"));
+    study->SetValue(attribute::StudyInstanceUid, 0, version.GetValue(attribute::StudyInstanceUid));
     const DataSetHandle series = NewItem(dicom, *study, attribute::ReferencedSeriesSequence, 0);
-    series->SetValue(attribute::SeriesInstanceUid, "UI", 0, version.GetValue(attribute::SeriesInstanceUid, "UI"));
+    series->SetValue(attribute::SeriesInstanceUid, 0, version.GetValue(attribute::SeriesInstanceUid));
     for (int index = 0; index < earlierVersions; ++index) {
         const DataSetHandle document = NewItem(dicom, *series, attribute::ReferencedSopSequence, index);
-        document->SetValue(attribute::ReferencedSopClassUid, "UI", 0,
-                           Versions().GetElementValue(index, attribute::SopClassUid, "UI"));
-        document->SetValue(attribute::ReferencedSopInstanceUid, "UI", 0,
-                           Versions().GetElementValue(index, attribute::SopInstanceUid, "UI"));
+        document->SetValue(attribute::ReferencedSopClassUid, 0,
+                           Versions().GetElementValue(index, attribute::SopClassUid));
+        document->SetValue(attribute::ReferencedSopInstanceUid, 0,
+                           Versions().GetElementValue(index, attribute::SopInstanceUid));
     }
 }
 
 void DcmSRDocument::WriteTextItem(DicomDataSet& version, int index, const ContentNode& content) const {
     DicomLibrary& dicom = global_.ports.dicom;
     const DataSetHandle item = NewItem(dicom, version, attribute::ContentSequence, index);
-    item->SetValue(attribute::RelationshipType, "CS", 0, "CONTAINS");
-    item->SetValue(attribute::ValueType, "CS", 0, "TEXT");
+    item->SetValue(attribute::RelationshipType, 0, "CONTAINS");
+    item->SetValue(attribute::ValueType, 0, "TEXT");
     std::int16_t appended = -1;
     content.ConceptMacroAppend(dicom, *item, appended);
-    item->SetValue(attribute::TextValue, "UT", 0, content.Annotation);
+    item->SetValue(attribute::TextValue, 0, content.Annotation);
 }
 
 void DcmSRDocument::Save(std::string_view path) {

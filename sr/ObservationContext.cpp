@@ -1,21 +1,21 @@
 #include "sr/ObservationContext.h"
 
-#include "host/Attributes.h"
 #include "host/Text.h"
+#include "platform/attributes.h"
 
 namespace tavrel {
 
 void ObservationContext::DicomObject(const DataSetHandle& item) {
-    ObserverName = TextOf(item->GetValue(attribute::VerifyingObserverName, "PN"));
-    ObserverOrganization = TextOf(item->GetValue(attribute::VerifyingOrganization, "LO"));
-    ObservationDateTime = DateTimeOf(item->GetValue(attribute::VerificationDateTime, "DT"));
+    ObserverName = TextOf(item->GetValue(attribute::VerifyingObserverName));
+    ObserverOrganization = TextOf(item->GetValue(attribute::VerifyingOrganization));
+    ObservationDateTime = DateTimeOf(item->GetValue(attribute::VerificationDateTime));
 }
 
 DataSetHandle ObservationContext::DicomObject(DicomLibrary& dicom) const {
     const DataSetHandle item = dicom.NewDataSet();
-    item->SetValue(attribute::VerifyingObserverName, "PN", 0, ObserverName);
-    item->SetValue(attribute::VerifyingOrganization, "LO", 0, ObserverOrganization);
-    item->SetValue(attribute::VerificationDateTime, "DT", 0, ObservationDateTime);
+    item->SetValue(attribute::VerifyingObserverName, 0, ObserverName);
+    item->SetValue(attribute::VerifyingOrganization, 0, ObserverOrganization);
+    item->SetValue(attribute::VerificationDateTime, 0, ObservationDateTime);
     return item;
 }
 

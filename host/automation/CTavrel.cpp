@@ -1,12 +1,12 @@
 #include "host/automation/CTavrel.h"
 
 #include "editor/frmReport.h"
-#include "host/Attributes.h"
 #include "host/Catalogue.h"
 #include "host/ErrorReport.h"
 #include "host/Startup.h"
 #include "host/Text.h"
 #include "host/chooser/frmSRSeriesChoice.h"
+#include "platform/attributes.h"
 #include "sr/DcmSRDocument.h"
 #include "sr/ImagePresentationContext.h"
 
@@ -15,8 +15,8 @@
 namespace tavrel {
 namespace {
 
-std::string UidOfFirst(const DataSetList& series, Tag tag) {
-    return TextOf(series.GetElementValue(0, tag, "UI"));
+std::string UidOfFirst(const DataSetList& series, const Attribute& uid) {
+    return TextOf(series.GetElementValue(0, uid));
 }
 
 std::string StudyUidOf(const DataSetList& series) {

@@ -1,8 +1,8 @@
 #include "host/chooser/frmSRSeriesChoice.h"
 
-#include "host/Attributes.h"
 #include "host/ErrorReport.h"
 #include "host/Text.h"
+#include "platform/attributes.h"
 #include "sr/DcmSRDocument.h"
 
 namespace tavrel {
@@ -129,7 +129,7 @@ void frmSRSeriesChoice::cmdOk_Click() {
         const auto folder = DDO();
         document->LoadSeries(folder);
         global_.currentSRFilePath = folder + "\\img_001.dcm";
-        chosenSeriesUid_ = TextOf(document->Series()->GetElementValue(0, attribute::SeriesInstanceUid, "UI"));
+        chosenSeriesUid_ = TextOf(document->Series()->GetElementValue(0, attribute::SeriesInstanceUid));
         global_.ports.windows.Hide(*this);
     });
 }

@@ -1,5 +1,6 @@
 #include "platform/dcmtk/DataSetEncoder.h"
 
+#include "platform/attributes.h"
 #include "platform/dcmtk/CharacterSet.h"
 #include "platform/dcmtk/DcmtkDataSet.h"
 #include "platform/dcmtk/DicomFailure.h"
@@ -23,7 +24,6 @@ namespace {
 
 constexpr std::size_t LongestShortValue = 65534; ///< bytes, in a VR whose length has 16 bits
 constexpr std::size_t LongestUid = 64;
-constexpr Tag SpecificCharacterSet{0x0008, 0x0005};
 
 /// Where in the data set the encoder is, for messages.
 struct Place {
@@ -107,8 +107,8 @@ private:
         for (std::size_t index = 0; index < items.size(); ++index) {
             const Place place{holder, tag, index + 1};
             auto item = std::make_unique<DcmItem>();
-            if (items[index]->Elements().contains(SpecificCharacterSet))
-                Encoder{items[index]->GetString(SpecificCharacterSet)}.Encode(*items[index], *item, &place);
+            if (items[index]->Elements().contains(attribute::SpecificCharacterSet))
+                Encoder{items[index]->GetString(attribute::SpecificCharacterSet)}.Encode(*items[index], *item, &place);
             else
                 Encode(*items[index], *item, &place);
             if (sequence->append(item.get()).good())
@@ -154,7 +154,7 @@ private:
 
 std::unique_ptr<DcmDataset> EncodeDataSet(const DcmtkDataSet& source) {
     auto target = std::make_unique<DcmDataset>();
-    Encoder{source.GetString(SpecificCharacterSet)}.Encode(source, *target, nullptr);
+    Encoder{source.GetString(attribute::SpecificCharacterSet)}.Encode(source, *target, nullptr);
     return target;
 }
 

@@ -1,5 +1,6 @@
 #include "platform/dcmtk/DcmtkDataSet.h"
 
+#include "platform/attributes.h"
 #include "platform/dcmtk/CharacterSet.h"
 #include "platform/dcmtk/DataSetDecoder.h"
 #include "platform/dcmtk/DataSetEncoder.h"
@@ -129,8 +130,8 @@ std::string DcmtkDataSet::TextOf(const DcmElement& element) const {
     return text;
 }
 
-Value DcmtkDataSet::GetValue(Tag tag, std::string_view, int valueIndex) const {
-    const DcmElement* element = Find(tag);
+Value DcmtkDataSet::GetValue(const Attribute& attribute, int valueIndex) const {
+    const DcmElement* element = Find(attribute);
     if (element == nullptr)
         return {};
     const std::string text = TextOf(*element);
@@ -152,9 +153,10 @@ std::string DcmtkDataSet::GetString(Tag tag) const {
     return element == nullptr ? std::string{} : TextOf(*element);
 }
 
-void DcmtkDataSet::SetValue(Tag tag, std::string_view vr, int valueIndex, const Value& value) {
+void DcmtkDataSet::SetValue(const Attribute& attribute, int valueIndex, const Value& value) {
+    const Tag tag = attribute;
     CheckValueIndex(valueIndex, tag);
-    auto element = NewElement(tag, vr, DicomText(value, vr, tag));
+    auto element = NewElement(tag, attribute.vr, DicomText(value, attribute.vr, tag));
     ParseAll();
     elements_.insert_or_assign(tag, std::move(element));
 }
@@ -234,7 +236,8 @@ std::shared_ptr<DcmtkDataSet> DcmtkDataSet::Copy() const {
 }
 
 void DcmtkDataSet::CheckUids() const {
-    constexpr std::array needed{Tag{0x0008, 0x0016}, Tag{0x0008, 0x0018}, Tag{0x0020, 0x000D}, Tag{0x0020, 0x000E}};
+    constexpr std::array needed{attribute::SopClassUid, attribute::SopInstanceUid, attribute::StudyInstanceUid,
+                                attribute::SeriesInstanceUid};
     for (const Tag tag : needed)
         if (GetString(tag).empty())
             throw DicomFailure(DicomFault::NotSendable,
@@ -251,7 +254,8 @@ void DcmtkDataSet::StoreToNode(std::string_view host, std::string_view port, std
         services_->background.Run("Storing the version ...",
                                   [&] { StoreDataSet(*encoded, target, services_->timeouts); });
     } catch (const std::exception& failure) {
-        throw KeepUnsent(services_->unsentFolder, GetString({0x0008, 0x0018}), std::move(encoded), target, failure);
+        throw KeepUnsent(services_->unsentFolder, GetString(attribute::SopInstanceUid), std::move(encoded), target,
+                         failure);
     }
     if (wait)
         services_->events.AwaitSentEvents();

@@ -32,8 +32,8 @@ public:
     DcmtkDataSet(std::shared_ptr<const DcmtkServices> services, DicomFile file);
     ~DcmtkDataSet() override;
 
-    Value GetValue(Tag tag, std::string_view vr, int valueIndex = 0) const override;
-    void SetValue(Tag tag, std::string_view vr, int valueIndex, const Value& value) override;
+    Value GetValue(const Attribute& attribute, int valueIndex = 0) const override;
+    void SetValue(const Attribute& attribute, int valueIndex, const Value& value) override;
     void SaveToFile(std::string_view path) const override;
     int GetSequenceItemCount(Tag sequence) const override;
     DataSetHandle GetSequenceItem(Tag sequence, int index) const override;

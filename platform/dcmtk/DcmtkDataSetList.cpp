@@ -15,14 +15,8 @@ void DcmtkDataSetList::LoadFile(std::string_view path, int, int) {
     dataSets_.push_back(std::make_shared<DcmtkDataSet>(services_, DicomFile::Checked(path)));
 }
 
-void DcmtkDataSetList::Arrange(int) {}
-
 int DcmtkDataSetList::Count() const {
     return static_cast<int>(dataSets_.size());
-}
-
-int DcmtkDataSetList::ItemCount() const {
-    return Count();
 }
 
 void DcmtkDataSetList::AddDataSet(int source) {
@@ -31,22 +25,6 @@ void DcmtkDataSetList::AddDataSet(int source) {
 
 DataSetHandle DcmtkDataSetList::Item(int index) const {
     return At(index).shared_from_this();
-}
-
-Value DcmtkDataSetList::GetElementValue(int index, Tag tag, std::string_view vr, int valueIndex) const {
-    return At(index).GetValue(tag, vr, valueIndex);
-}
-
-void DcmtkDataSetList::SetElementValue(int index, Tag tag, std::string_view vr, int valueIndex, const Value& value) {
-    At(index).SetValue(tag, vr, valueIndex, value);
-}
-
-std::string DcmtkDataSetList::GetElementString(int index, Tag tag) const {
-    return At(index).GetString(tag);
-}
-
-void DcmtkDataSetList::SetElementString(int index, Tag tag, std::string_view vr, std::string_view text) {
-    At(index).SetValue(tag, vr, 0, std::string{text});
 }
 
 DcmtkDataSet& DcmtkDataSetList::At(int index) const {

@@ -16,15 +16,10 @@ public:
     DcmtkDataSetList(std::shared_ptr<const DcmtkServices> services, std::span<const std::string> headerPaths);
 
     void LoadFile(std::string_view path, int flag = -1, int reserved = 0) override;
-    void Arrange(int order) override;
+    void Arrange(int) override {}
     int Count() const override;
-    int ItemCount() const override;
     void AddDataSet(int source) override;
     DataSetHandle Item(int index) const override;
-    Value GetElementValue(int index, Tag tag, std::string_view vr, int valueIndex = 0) const override;
-    void SetElementValue(int index, Tag tag, std::string_view vr, int valueIndex, const Value& value) override;
-    std::string GetElementString(int index, Tag tag) const override;
-    void SetElementString(int index, Tag tag, std::string_view vr, std::string_view text) override;
 
 private:
     DcmtkDataSet& At(int index) const;

@@ -1,5 +1,6 @@
 #include "suite/porvane/ObjectHeader.h"
 
+#include "platform/attributes.h"
 #include "platform/error.h"
 #include "suite/catalogue/TextRules.h"
 #include "suite/porvane/StoreRefusal.h"
@@ -51,8 +52,8 @@ class HeaderReader {
 public:
     explicit HeaderReader(const DataSetList& object) : object_(object) {}
 
-    std::string Text(Tag tag, std::string_view vr, std::size_t longest) const {
-        const Value value = object_.GetElementValue(0, tag, vr);
+    std::string Text(const Attribute& attribute, std::size_t longest) const {
+        const Value value = object_.GetElementValue(0, attribute);
         if (const auto* moment = std::get_if<DateTime>(&value))
             return Digits(*moment);
         if (const auto* number = std::get_if<std::int16_t>(&value))
@@ -62,8 +63,8 @@ public:
     }
 
     /// UIDs name folders and stand in statements: digits and points alone may pass.
-    std::string Uid(Tag tag, const char* name) const {
-        const std::string uid = Text(tag, "UI", LongestUid + 1);
+    std::string Uid(const Attribute& attribute, const char* name) const {
+        const std::string uid = Text(attribute, LongestUid + 1);
         const bool valid = !uid.empty() && uid.size() <= LongestUid && uid.front() != '.' &&
                            uid.find_first_not_of("0123456789.") == std::string::npos;
         if (!valid)
@@ -71,8 +72,8 @@ public:
         return uid;
     }
 
-    std::optional<int> Integer(Tag tag) const {
-        const std::string text = Text(tag, "IS", 16);
+    std::optional<int> Integer(const Attribute& attribute) const {
+        const std::string text = Text(attribute, 16);
         const char* begin = text.data() + (text.starts_with('+') ? 1 : 0);
         const char* end = text.data() + text.size();
         int number = 0;
@@ -107,31 +108,31 @@ std::shared_ptr<DataSetList> OpenObject(DicomLibrary& library, const std::string
 
 ObjectHeader ReadHeader(const HeaderReader& read) {
     ObjectHeader header;
-    header.sopClassUid = read.Uid({0x0008, 0x0016}, "SOP Class UID");
-    header.sopInstanceUid = read.Uid({0x0008, 0x0018}, "SOP Instance UID");
-    header.instanceNumber = read.Integer({0x0020, 0x0013});
+    header.sopClassUid = read.Uid(attribute::SopClassUid, "SOP Class UID");
+    header.sopInstanceUid = read.Uid(attribute::SopInstanceUid, "SOP Instance UID");
+    header.instanceNumber = read.Integer(attribute::InstanceNumber);
 
-    header.seriesUid = read.Uid({0x0020, 0x000E}, "Series Instance UID");
-    header.modality = CataloguedModality(header, read.Text({0x0008, 0x0060}, "CS", 16));
-    header.seriesNumber = read.Integer({0x0020, 0x0011});
-    header.seriesDescription = read.Text({0x0008, 0x103E}, "LO", 255);
+    header.seriesUid = read.Uid(attribute::SeriesInstanceUid, "Series Instance UID");
+    header.modality = CataloguedModality(header, read.Text(attribute::Modality, 16));
+    header.seriesNumber = read.Integer(attribute::SeriesNumber);
+    header.seriesDescription = read.Text(attribute::SeriesDescription, 255);
 
-    header.studyUid = read.Uid({0x0020, 0x000D}, "Study Instance UID");
-    header.studyDate = read.Text({0x0008, 0x0020}, "DA", 16);
-    header.studyTime = read.Text({0x0008, 0x0030}, "TM", 16);
-    header.studyDescription = read.Text({0x0008, 0x1030}, "LO", 255);
-    header.referringPhysician = read.Text({0x0008, 0x0090}, "PN", 255);
-    header.accessionNumber = read.Text({0x0008, 0x0050}, "SH", 16);
+    header.studyUid = read.Uid(attribute::StudyInstanceUid, "Study Instance UID");
+    header.studyDate = read.Text(attribute::StudyDate, 16);
+    header.studyTime = read.Text(attribute::StudyTime, 16);
+    header.studyDescription = read.Text(attribute::StudyDescription, 255);
+    header.referringPhysician = read.Text(attribute::ReferringPhysicianName, 255);
+    header.accessionNumber = read.Text(attribute::AccessionNumber, 16);
 
-    header.patientId = read.Text({0x0010, 0x0020}, "LO", LongestId + 1);
+    header.patientId = read.Text(attribute::PatientId, LongestId + 1);
     // Cut identifiers could make two people one; so could an empty one.
     if (FirstCharacters(header.patientId, LongestId) != header.patientId)
         throw StoreRefusal(Status::CannotUnderstand, "Patient ID longer than 64 characters");
     if (header.patientId.empty())
         header.patientId = header.studyUid;
-    header.patientName = read.Text({0x0010, 0x0010}, "PN", 255);
-    header.birthDate = read.Text({0x0010, 0x0030}, "DA", 16);
-    header.sex = read.Text({0x0010, 0x0040}, "CS", 16);
+    header.patientName = read.Text(attribute::PatientName, 255);
+    header.birthDate = read.Text(attribute::PatientBirthDate, 16);
+    header.sex = read.Text(attribute::PatientSex, 16);
     return header;
 }
 

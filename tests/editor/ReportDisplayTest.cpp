@@ -1,3 +1,4 @@
+#include "platform/attributes.h"
 #include "tests/editor/ReportingStation.h"
 
 #include <gtest/gtest.h>
@@ -9,7 +10,7 @@ namespace {
 void ShowBirthDate(ReportingStation& station, const Value& birthDate, const DateTime& today) {
     station.clock.now = today;
     const auto images = station.ImageSeries();
-    images->SetElementValue(0, {0x0010, 0x0030}, "DA", 0, birthDate);
+    images->SetElementValue(0, attribute::PatientBirthDate, 0, birthDate);
     station.automation.LoadForImgSeries(images);
 }
 

@@ -1,3 +1,4 @@
+#include "platform/attributes.h"
 #include "tests/editor/ReportingStation.h"
 
 #include <gtest/gtest.h>
@@ -17,8 +18,8 @@ Title TitleOf(const DcmSRDocument& document) {
 }
 
 std::string ReadingSent(const SentVersion& version) {
-    const auto item = version.dataSet->GetSequenceItem({0x0040, 0xA730}, 1);
-    return std::get<std::string>(item->GetValue({0x0040, 0xA160}, "UT"));
+    const auto item = version.dataSet->GetSequenceItem(attribute::ContentSequence, 1);
+    return std::get<std::string>(item->GetValue(attribute::TextValue));
 }
 
 /// A station with one report of one version open, its storage service at work.
@@ -152,7 +153,7 @@ TEST(Approve, YesSavesACompleteVersion) {
     station.editor.txtReportAnnotation.Typed("Final.");
     station.editor.cmdApprove.Press();
     ASSERT_EQ(station.store.sent.size(), 1U);
-    EXPECT_EQ(std::get<std::string>(station.store.sent[0].dataSet->GetValue({0x0040, 0xA491}, "CS")), "COMPLETE");
+    EXPECT_EQ(std::get<std::string>(station.store.sent[0].dataSet->GetValue(attribute::CompletionFlag)), "COMPLETE");
     EXPECT_EQ(ReadingSent(station.store.sent[0]), "Final.");
 }
 

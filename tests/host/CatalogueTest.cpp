@@ -1,6 +1,6 @@
 #include "host/Catalogue.h"
-#include "host/Attributes.h"
 #include "host/Text.h"
+#include "platform/attributes.h"
 #include "platform/error.h"
 #include "tests/support/Workstation.h"
 
@@ -222,9 +222,9 @@ TEST_P(CodeItems, AreAppendedOrReplaced) {
     EXPECT_EQ(itemIndex, GetParam().answered);
     EXPECT_EQ(dataSet->GetSequenceItemCount(sequence), GetParam().after);
     const DataSetHandle item = dataSet->GetSequenceItem(sequence, itemIndex);
-    EXPECT_EQ(TextOf(item->GetValue({0x0008, 0x0100}, "SH")), "121073");
-    EXPECT_EQ(TextOf(item->GetValue({0x0008, 0x0102}, "SH")), "DCM");
-    EXPECT_EQ(TextOf(item->GetValue({0x0008, 0x0104}, "LO")), "Impression");
+    EXPECT_EQ(TextOf(item->GetValue(attribute::CodeValue)), "121073");
+    EXPECT_EQ(TextOf(item->GetValue(attribute::CodingSchemeDesignator)), "DCM");
+    EXPECT_EQ(TextOf(item->GetValue(attribute::CodeMeaning)), "Impression");
 }
 
 INSTANTIATE_TEST_SUITE_P(, CodeItems,

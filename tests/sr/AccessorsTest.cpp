@@ -31,7 +31,7 @@ TEST_F(Accessors, AnswerPatientAndStudyOfTheCurrentVersion) {
 
 TEST_F(Accessors, FollowTheVersionIndex) {
     LoadReport({.versions = 2});
-    VersionAt(0)->SetValue(attribute::PatientName, "PN", 0, "FORMER^NAME");
+    VersionAt(0)->SetValue(attribute::PatientName, 0, "FORMER^NAME");
 
     document.VersionIndex(0);
 

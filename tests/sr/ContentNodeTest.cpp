@@ -1,6 +1,6 @@
 #include "sr/ContentNode.h"
-#include "host/Attributes.h"
 #include "host/Text.h"
+#include "platform/attributes.h"
 #include "sr/ObservationContext.h"
 #include "tests/support/Workstation.h"
 
@@ -18,9 +18,9 @@ protected:
 
 TEST_F(CodedContent, ReadsItsConceptFromACodeItemAndKeepsItsAnnotation) {
     const DataSetHandle item = dicom.NewDataSet();
-    item->SetValue(attribute::CodeValue, "SH", 0, "121073");
-    item->SetValue(attribute::CodingSchemeDesignator, "SH", 0, "DCM");
-    item->SetValue(attribute::CodeMeaning, "LO", 0, "Impression");
+    item->SetValue(attribute::CodeValue, 0, "121073");
+    item->SetValue(attribute::CodingSchemeDesignator, 0, "DCM");
+    item->SetValue(attribute::CodeMeaning, 0, "Impression");
 
     finding.DicomObject(item);
 
@@ -42,21 +42,21 @@ TEST_F(CodedContent, OfAnEmptyItemIsEmpty) {
 TEST_F(CodedContent, BecomesATextItemWithOneConceptName) {
     const DataSetHandle item = std::as_const(finding).DicomObject(dicom);
 
-    EXPECT_EQ(TextOf(item->GetValue({0x0040, 0xA040}, "CS")), "TEXT");
-    EXPECT_EQ(TextOf(item->GetValue({0x0040, 0xA160}, "LO")), "small, on the left");
-    ASSERT_EQ(item->GetSequenceItemCount({0x0040, 0xA043}), 1);
+    EXPECT_EQ(TextOf(item->GetValue(attribute::ValueType)), "TEXT");
+    EXPECT_EQ(TextOf(item->GetValue(Attribute{attribute::TextValue, "LO"})), "small, on the left");
+    ASSERT_EQ(item->GetSequenceItemCount(attribute::ConceptNameCodeSequence), 1);
     ContentNode read;
-    read.DicomObject(item->GetSequenceItem({0x0040, 0xA043}, 0));
+    read.DicomObject(item->GetSequenceItem(attribute::ConceptNameCodeSequence, 0));
     EXPECT_EQ(read, (ContentNode{"99SS", "F1", "Pleural effusion", ""}));
 }
 
 TEST_F(CodedContent, WritesItsTextValueAsALongString) {
     struct Watching : ForwardingDataSet {
         Watching(const DataSetHandle& target, std::string& written) : ForwardingDataSet(target), vr(written) {}
-        void SetValue(Tag tag, std::string_view asked, int valueIndex, const Value& value) override {
-            if (tag == attribute::TextValue)
-                vr = asked;
-            ForwardingDataSet::SetValue(tag, asked, valueIndex, value);
+        void SetValue(const Attribute& attribute, int valueIndex, const Value& value) override {
+            if (attribute == attribute::TextValue)
+                vr = attribute.vr;
+            ForwardingDataSet::SetValue(attribute, valueIndex, value);
         }
         std::string& vr;
     };

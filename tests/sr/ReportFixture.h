@@ -1,7 +1,7 @@
 #pragma once
 
-#include "host/Attributes.h"
 #include "host/Text.h"
+#include "platform/attributes.h"
 #include "platform/error.h"
 #include "sr/DcmSRDocument.h"
 #include "tests/support/Workstation.h"
@@ -27,10 +27,10 @@ protected:
 
     DataSetHandle VersionAt(int index) const { return document.Series()->Item(index); }
     DataSetHandle LastVersion() const { return VersionAt(document.NumVersions() - 1); }
-    static std::string Text(const DataSetHandle& dataSet, Tag tag, std::string_view vr) {
-        return TextOf(dataSet->GetValue(tag, vr));
+    static std::string Text(const DataSetHandle& dataSet, const Attribute& attribute) {
+        return TextOf(dataSet->GetValue(attribute));
     }
-    std::string LastText(Tag tag, std::string_view vr) const { return Text(LastVersion(), tag, vr); }
+    std::string LastText(const Attribute& attribute) const { return Text(LastVersion(), attribute); }
 
     std::vector<std::string> Labels() const {
         std::vector<std::string> labels;

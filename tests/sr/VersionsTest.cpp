@@ -31,8 +31,8 @@ TEST_F(Versions, SavedAtMidnightCarryTheirTimeInTheLabel) {
 
 TEST_F(Versions, WithoutContentDateAndTimeHaveTheBlankAsTheirLabel) {
     LoadReport({});
-    VersionAt(0)->SetValue(attribute::ContentDate, "DA", 0, Value());
-    VersionAt(0)->SetValue(attribute::ContentTime, "TM", 0, Value());
+    VersionAt(0)->SetValue(attribute::ContentDate, 0, Value());
+    VersionAt(0)->SetValue(attribute::ContentTime, 0, Value());
 
     document.Send();
 
@@ -78,7 +78,7 @@ TEST_F(Versions, IndexDoesNotReloadTheContent) {
 TEST_F(Versions, AreGoneToWithTheirContentAndKeepTheLabels) {
     LoadReport({.versions = 3});
     document.Reading("typed");
-    VersionAt(0)->SetValue(attribute::ContentDate, "DA", 0, DateTime{2020, 1, 1});
+    VersionAt(0)->SetValue(attribute::ContentDate, 0, DateTime{2020, 1, 1});
 
     document.GotoVersion(0);
 
@@ -171,7 +171,7 @@ class CompletionFlags : public Versions, public testing::WithParamInterface<std:
 
 TEST_P(CompletionFlags, DecideTheStatus) {
     LoadReport({.versions = 1, .approved = true});
-    VersionAt(0)->SetValue(attribute::CompletionFlag, "CS", 0, GetParam().first);
+    VersionAt(0)->SetValue(attribute::CompletionFlag, 0, GetParam().first);
 
     document.GotoVersion(0);
 
@@ -202,7 +202,7 @@ TEST_P(ReportPhysicians, ComeFromTheObservers) {
         const int end = VersionAt(0)->GetSequenceItemCount(attribute::VerifyingObserverSequence);
         VersionAt(0)->SetSequenceItem(attribute::VerifyingObserverSequence, end, observer.DicomObject(*station.dicom));
     }
-    VersionAt(0)->SetValue(attribute::CompletionFlag, "CS", 0, GetParam().approved ? "COMPLETE" : "PARTIAL");
+    VersionAt(0)->SetValue(attribute::CompletionFlag, 0, GetParam().approved ? "COMPLETE" : "PARTIAL");
 
     document.GotoVersion(0);
 

@@ -24,12 +24,12 @@ TEST_F(Writing, MakesABasicTextDocument) {
 
     document.Send();
 
-    EXPECT_EQ(LastText({0x0008, 0x0016}, "UI"), "1.2.840.10008.5.1.4.1.1.88.11");
-    EXPECT_EQ(LastText({0x0002, 0x0010}, "UI"), "1.2.840.10008.1.2.1");
-    EXPECT_EQ(LastText({0x0008, 0x0070}, "LO"), "Mervanti");
-    EXPECT_EQ(LastText({0x0008, 0x0005}, "CS"), "ISO_IR 100");
-    EXPECT_EQ(LastText({0x0040, 0xA040}, "CS"), "CONTAINER");
-    EXPECT_EQ(LastText({0x0040, 0xA050}, "CS"), "SEPARATE");
+    EXPECT_EQ(LastText(attribute::SopClassUid), "1.2.840.10008.5.1.4.1.1.88.11");
+    EXPECT_EQ(LastText(attribute::TransferSyntaxUid), "1.2.840.10008.1.2.1");
+    EXPECT_EQ(LastText(attribute::Manufacturer), "Mervanti");
+    EXPECT_EQ(LastText(attribute::SpecificCharacterSet), "ISO_IR 100");
+    EXPECT_EQ(LastText(attribute::ValueType), "CONTAINER");
+    EXPECT_EQ(LastText(attribute::ContinuityOfContent), "SEPARATE");
 }
 
 TEST_F(Writing, NamesTheInstanceByTheTimeStamp) {
@@ -37,7 +37,7 @@ TEST_F(Writing, NamesTheInstanceByTheTimeStamp) {
 
     document.Send();
 
-    EXPECT_EQ(LastText({0x0008, 0x0018}, "UI"), "1.2.999.1.2026.11.15.08.05.09");
+    EXPECT_EQ(LastText(attribute::SopInstanceUid), "1.2.999.1.2026.11.15.08.05.09");
 }
 
 TEST_F(Writing, TwiceInASecondGivesOneUid) {
@@ -47,7 +47,7 @@ TEST_F(Writing, TwiceInASecondGivesOneUid) {
     document.Send();
 
     EXPECT_EQ(document.NumVersions(), 3);
-    EXPECT_EQ(Text(VersionAt(1), attribute::SopInstanceUid, "UI"), Text(VersionAt(2), attribute::SopInstanceUid, "UI"));
+    EXPECT_EQ(Text(VersionAt(1), attribute::SopInstanceUid), Text(VersionAt(2), attribute::SopInstanceUid));
 }
 
 TEST_F(Writing, DatesTheContent) {
@@ -55,8 +55,8 @@ TEST_F(Writing, DatesTheContent) {
 
     document.Send();
 
-    EXPECT_EQ(DateTimeOf(LastVersion()->GetValue({0x0008, 0x0023}, "DA")), (DateTime{2026, 11, 15}));
-    EXPECT_EQ(TimeText(DateTimeOf(LastVersion()->GetValue({0x0008, 0x0033}, "TM"))), "08:05:09");
+    EXPECT_EQ(DateTimeOf(LastVersion()->GetValue(attribute::ContentDate)), (DateTime{2026, 11, 15}));
+    EXPECT_EQ(TimeText(DateTimeOf(LastVersion()->GetValue(attribute::ContentTime))), "08:05:09");
 }
 
 TEST_F(Writing, NumbersEveryVersionWithOne) {
@@ -64,7 +64,7 @@ TEST_F(Writing, NumbersEveryVersionWithOne) {
 
     document.Send();
 
-    EXPECT_EQ(LastText(attribute::InstanceNumber, "IS"), "1");
+    EXPECT_EQ(LastText(attribute::InstanceNumber), "1");
 }
 
 TEST_F(Writing, DescribesTheSeriesByTheTitle) {
@@ -73,7 +73,7 @@ TEST_F(Writing, DescribesTheSeriesByTheTitle) {
 
     document.Send();
 
-    EXPECT_EQ(LastText({0x0008, 0x103E}, "LO"), "Chest, two views");
+    EXPECT_EQ(LastText(attribute::SeriesDescription), "Chest, two views");
     EXPECT_THAT(Concept(LastVersion()), ElementsAre("99SS", "T1", "Radiograph"));
 }
 
@@ -95,15 +95,15 @@ TEST_F(Writing, PutsTitleAndReadingIntoTheContent) {
     document.Send();
 
     ASSERT_EQ(LastCount(attribute::ContentSequence), 2);
-    const DataSetHandle title = LastVersion()->GetSequenceItem({0x0040, 0xA730}, 0);
+    const DataSetHandle title = LastVersion()->GetSequenceItem(attribute::ContentSequence, 0);
     EXPECT_THAT(Concept(title), ElementsAre("99SS", "SR.TITLE", "Title"));
-    EXPECT_EQ(Text(title, {0x0040, 0xA160}, "UT"), "Chest");
-    const DataSetHandle reading = LastVersion()->GetSequenceItem({0x0040, 0xA730}, 1);
+    EXPECT_EQ(Text(title, attribute::TextValue), "Chest");
+    const DataSetHandle reading = LastVersion()->GetSequenceItem(attribute::ContentSequence, 1);
     EXPECT_THAT(Concept(reading), ElementsAre("DCM", "121073", "Impression"));
-    EXPECT_EQ(Text(reading, {0x0040, 0xA160}, "UT"), "Normal.\r\nNo effusion.");
+    EXPECT_EQ(Text(reading, attribute::TextValue), "Normal.\r\nNo effusion.");
     for (const DataSetHandle& item : {title, reading}) {
-        EXPECT_EQ(Text(item, {0x0040, 0xA010}, "CS"), "CONTAINS");
-        EXPECT_EQ(Text(item, {0x0040, 0xA040}, "CS"), "TEXT");
+        EXPECT_EQ(Text(item, attribute::RelationshipType), "CONTAINS");
+        EXPECT_EQ(Text(item, attribute::ValueType), "TEXT");
     }
 }
 
@@ -114,9 +114,8 @@ TEST_F(Writing, ReplacesTheInheritedContent) {
     document.Send();
 
     ASSERT_EQ(LastCount(attribute::ContentSequence), 2);
-    EXPECT_EQ(Text(LastVersion()->GetSequenceItem(attribute::ContentSequence, 1), attribute::TextValue, "UT"),
-              "second");
-    EXPECT_EQ(Text(VersionAt(1)->GetSequenceItem(attribute::ContentSequence, 1), attribute::TextValue, "UT"), "first");
+    EXPECT_EQ(Text(LastVersion()->GetSequenceItem(attribute::ContentSequence, 1), attribute::TextValue), "second");
+    EXPECT_EQ(Text(VersionAt(1)->GetSequenceItem(attribute::ContentSequence, 1), attribute::TextValue), "first");
 }
 
 TEST_F(Writing, WithoutHeadingAndTextsWritesThemEmpty) {
@@ -127,7 +126,7 @@ TEST_F(Writing, WithoutHeadingAndTextsWritesThemEmpty) {
     EXPECT_THAT(Shown(), IsEmpty());
     EXPECT_THAT(Concept(LastVersion()), ElementsAre("", "", ""));
     ASSERT_EQ(LastCount(attribute::ContentSequence), 2);
-    EXPECT_EQ(Text(LastVersion()->GetSequenceItem(attribute::ContentSequence, 1), attribute::TextValue, "UT"), "");
+    EXPECT_EQ(Text(LastVersion()->GetSequenceItem(attribute::ContentSequence, 1), attribute::TextValue), "");
 }
 
 TEST_F(Writing, LeavesBodyPartFindingsAndDiagnosesOut) {
@@ -156,8 +155,8 @@ TEST_P(StatusFlags, SayWhetherTheReportIsApproved) {
 
     document.Send();
 
-    EXPECT_EQ(LastText({0x0040, 0xA491}, "CS"), GetParam().completion);
-    EXPECT_EQ(LastText({0x0040, 0xA493}, "CS"), GetParam().verification);
+    EXPECT_EQ(LastText(attribute::CompletionFlag), GetParam().completion);
+    EXPECT_EQ(LastText(attribute::VerificationFlag), GetParam().verification);
 }
 
 INSTANTIATE_TEST_SUITE_P(, StatusFlags,
@@ -169,11 +168,11 @@ TEST_F(Writing, RecordsWhoSavedWhereAndWhen) {
 
     document.Send();
 
-    ASSERT_EQ(LastCount({0x0040, 0xA073}), 1);
-    const DataSetHandle observer = LastVersion()->GetSequenceItem({0x0040, 0xA073}, 0);
-    EXPECT_EQ(Text(observer, {0x0040, 0xA075}, "PN"), "Dr. Mario Rossi");
-    EXPECT_EQ(Text(observer, {0x0040, 0xA027}, "LO"), "Orbenta General Hospital");
-    EXPECT_EQ(Text(observer, {0x0040, 0xA030}, "DT"), "15/11/2026 08:05:09");
+    ASSERT_EQ(LastCount(attribute::VerifyingObserverSequence), 1);
+    const DataSetHandle observer = LastVersion()->GetSequenceItem(attribute::VerifyingObserverSequence, 0);
+    EXPECT_EQ(Text(observer, attribute::VerifyingObserverName), "Dr. Mario Rossi");
+    EXPECT_EQ(Text(observer, attribute::VerifyingOrganization), "Orbenta General Hospital");
+    EXPECT_EQ(Text(observer, attribute::VerificationDateTime), "15/11/2026 08:05:09");
 }
 
 TEST_F(Writing, AddsAnObserverToThoseOfTheFormerVersion) {
@@ -182,9 +181,9 @@ TEST_F(Writing, AddsAnObserverToThoseOfTheFormerVersion) {
     document.Send();
 
     ASSERT_EQ(LastCount(attribute::VerifyingObserverSequence), 3);
-    EXPECT_EQ(Text(LastVersion()->GetSequenceItem(attribute::VerifyingObserverSequence, 0),
-                   attribute::VerifyingObserverName, "PN"),
-              "Dr. Anna Bianchi");
+    EXPECT_EQ(
+        Text(LastVersion()->GetSequenceItem(attribute::VerifyingObserverSequence, 0), attribute::VerifyingObserverName),
+        "Dr. Anna Bianchi");
     EXPECT_EQ(VersionAt(1)->GetSequenceItemCount(attribute::VerifyingObserverSequence), 2);
     EXPECT_EQ(document.Observers().size(), 2U);
 }
@@ -202,17 +201,18 @@ TEST_F(Writing, NamesAllEarlierVersionsAsPredecessorsUnderOneSeries) {
 
     document.Send();
 
-    ASSERT_EQ(LastCount({0x0040, 0xA360}), 1);
-    const DataSetHandle study = LastVersion()->GetSequenceItem({0x0040, 0xA360}, 0);
-    EXPECT_EQ(Text(study, {0x0020, 0x000D}, "UI"), "1.2.3");
-    ASSERT_EQ(study->GetSequenceItemCount({0x0008, 0x1115}), 1);
-    const DataSetHandle series = study->GetSequenceItem({0x0008, 0x1115}, 0);
-    EXPECT_EQ(Text(series, {0x0020, 0x000E}, "UI"), "1.2.3.2.1");
-    ASSERT_EQ(series->GetSequenceItemCount({0x0008, 0x1199}), 2);
+    ASSERT_EQ(LastCount(attribute::PredecessorDocumentsSequence), 1);
+    const DataSetHandle study = LastVersion()->GetSequenceItem(attribute::PredecessorDocumentsSequence, 0);
+    EXPECT_EQ(Text(study, attribute::StudyInstanceUid), "1.2.3");
+    ASSERT_EQ(study->GetSequenceItemCount(attribute::ReferencedSeriesSequence), 1);
+    const DataSetHandle series = study->GetSequenceItem(attribute::ReferencedSeriesSequence, 0);
+    EXPECT_EQ(Text(series, attribute::SeriesInstanceUid), "1.2.3.2.1");
+    ASSERT_EQ(series->GetSequenceItemCount(attribute::ReferencedSopSequence), 2);
     for (const int index : {0, 1}) {
-        const DataSetHandle version = series->GetSequenceItem({0x0008, 0x1199}, index);
-        EXPECT_EQ(Text(version, {0x0008, 0x1150}, "UI"), "1.2.840.10008.5.1.4.1.1.88.11");
-        EXPECT_EQ(Text(version, {0x0008, 0x1155}, "UI"), Text(VersionAt(index), attribute::SopInstanceUid, "UI"));
+        const DataSetHandle version = series->GetSequenceItem(attribute::ReferencedSopSequence, index);
+        EXPECT_EQ(Text(version, attribute::ReferencedSopClassUid), "1.2.840.10008.5.1.4.1.1.88.11");
+        EXPECT_EQ(Text(version, attribute::ReferencedSopInstanceUid),
+                  Text(VersionAt(index), attribute::SopInstanceUid));
     }
 }
 
@@ -229,9 +229,9 @@ TEST_F(Writing, KeepsTheSeriesAndTheStudy) {
 
     document.Send();
 
-    EXPECT_EQ(LastText(attribute::SeriesInstanceUid, "UI"), "1.2.3.2.1");
-    EXPECT_EQ(LastText(attribute::StudyInstanceUid, "UI"), "1.2.3");
-    EXPECT_EQ(LastText(attribute::PatientName, "PN"), "ROSSI^MARIA");
+    EXPECT_EQ(LastText(attribute::SeriesInstanceUid), "1.2.3.2.1");
+    EXPECT_EQ(LastText(attribute::StudyInstanceUid), "1.2.3");
+    EXPECT_EQ(LastText(attribute::PatientName), "ROSSI^MARIA");
 }
 
 TEST_F(Writing, ANewReportTwiceKeepsOneVersionWithANewUidAndTwoObservers) {
@@ -242,7 +242,7 @@ TEST_F(Writing, ANewReportTwiceKeepsOneVersionWithANewUidAndTwoObservers) {
     document.Send();
 
     EXPECT_EQ(document.NumVersions(), 1);
-    EXPECT_EQ(LastText(attribute::SopInstanceUid, "UI"), "1.2.999.1.2026.11.15.08.05.10");
+    EXPECT_EQ(LastText(attribute::SopInstanceUid), "1.2.999.1.2026.11.15.08.05.10");
     EXPECT_EQ(LastCount(attribute::VerifyingObserverSequence), 2);
     EXPECT_THAT(Labels(), ElementsAre("15/11/2026 08:05:10"));
 }
@@ -285,11 +285,10 @@ TEST_F(Writing, ReadsTheClockOnceForContentAndObserver) {
     ticked.Send();
 
     const DataSetHandle version = ticked.Series()->Item(0);
-    EXPECT_EQ(DateTimeOf(version->GetValue(attribute::ContentDate, "DA")), (DateTime{2026, 11, 15}));
-    EXPECT_EQ(TimeText(DateTimeOf(version->GetValue(attribute::ContentTime, "TM"))), "23:59:58");
-    EXPECT_EQ(
-        Text(version->GetSequenceItem(attribute::VerifyingObserverSequence, 0), attribute::VerificationDateTime, "DT"),
-        "15/11/2026 23:59:58");
+    EXPECT_EQ(DateTimeOf(version->GetValue(attribute::ContentDate)), (DateTime{2026, 11, 15}));
+    EXPECT_EQ(TimeText(DateTimeOf(version->GetValue(attribute::ContentTime))), "23:59:58");
+    EXPECT_EQ(Text(version->GetSequenceItem(attribute::VerifyingObserverSequence, 0), attribute::VerificationDateTime),
+              "15/11/2026 23:59:58");
 }
 
 /// Writes down, or refuses, what is set on a version.
@@ -301,9 +300,9 @@ struct WatchedDataSet : ForwardingDataSet {
             throw Error(7, "DICOM", "Refused");
         written.push_back(tag);
     }
-    void SetValue(Tag tag, std::string_view vr, int valueIndex, const Value& value) override {
-        Note(tag);
-        ForwardingDataSet::SetValue(tag, vr, valueIndex, value);
+    void SetValue(const Attribute& attribute, int valueIndex, const Value& value) override {
+        Note(attribute);
+        ForwardingDataSet::SetValue(attribute, valueIndex, value);
     }
     void SetSequenceItem(Tag sequence, int index, const DataSetHandle& item) override {
         if (written.empty() || written.back() != sequence)
@@ -331,11 +330,13 @@ TEST_F(Writing, WritesItsAttributesInOrder) {
 
     document.Send();
 
-    EXPECT_THAT(written, ElementsAre(Tag{0x0002, 0x0010}, Tag{0x0008, 0x0016}, Tag{0x0008, 0x0018}, Tag{0x0008, 0x103E},
-                                     Tag{0x0020, 0x0013}, Tag{0x0008, 0x0023}, Tag{0x0008, 0x0033}, Tag{0x0008, 0x0070},
-                                     Tag{0x0008, 0x0005}, Tag{0x0040, 0xA040}, Tag{0x0040, 0xA050}, Tag{0x0040, 0xA043},
-                                     Tag{0x0040, 0xA491}, Tag{0x0040, 0xA493}, Tag{0x0040, 0xA073}, Tag{0x0040, 0xA360},
-                                     Tag{0x0040, 0xA730}));
+    EXPECT_THAT(written, ElementsAre(attribute::TransferSyntaxUid, attribute::SopClassUid, attribute::SopInstanceUid,
+                                     attribute::SeriesDescription, attribute::InstanceNumber, attribute::ContentDate,
+                                     attribute::ContentTime, attribute::Manufacturer, attribute::SpecificCharacterSet,
+                                     attribute::ValueType, attribute::ContinuityOfContent,
+                                     attribute::ConceptNameCodeSequence, attribute::CompletionFlag,
+                                     attribute::VerificationFlag, attribute::VerifyingObserverSequence,
+                                     attribute::PredecessorDocumentsSequence, attribute::ContentSequence));
 }
 
 TEST_F(Writing, ThatFailsKeepsWhatWasWrittenShowsWhyAndIsSentAllTheSame) {
@@ -348,7 +349,7 @@ TEST_F(Writing, ThatFailsKeepsWhatWasWrittenShowsWhyAndIsSentAllTheSame) {
     document.Send();
 
     EXPECT_THAT(Shown(), ElementsAre("Refused"));
-    EXPECT_EQ(Text(versions->Item(1), attribute::SeriesDescription, "LO"), "Abdomen");
+    EXPECT_EQ(Text(versions->Item(1), attribute::SeriesDescription), "Abdomen");
     EXPECT_EQ(document.VersionCount(), 1);
     EXPECT_EQ(station.store.sent.size(), 1U);
 }

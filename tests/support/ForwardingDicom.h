@@ -12,11 +12,11 @@ class ForwardingDataSet : public DicomDataSet {
 public:
     explicit ForwardingDataSet(DataSetHandle target) : target_(std::move(target)) {}
 
-    Value GetValue(Tag tag, std::string_view vr, int valueIndex) const override {
-        return target_->GetValue(tag, vr, valueIndex);
+    Value GetValue(const Attribute& attribute, int valueIndex) const override {
+        return target_->GetValue(attribute, valueIndex);
     }
-    void SetValue(Tag tag, std::string_view vr, int valueIndex, const Value& value) override {
-        target_->SetValue(tag, vr, valueIndex, value);
+    void SetValue(const Attribute& attribute, int valueIndex, const Value& value) override {
+        target_->SetValue(attribute, valueIndex, value);
     }
     void SaveToFile(std::string_view path) const override { target_->SaveToFile(path); }
     int GetSequenceItemCount(Tag sequence) const override { return target_->GetSequenceItemCount(sequence); }
@@ -44,19 +44,8 @@ public:
     void LoadFile(std::string_view path, int flag, int reserved) override { target_->LoadFile(path, flag, reserved); }
     void Arrange(int order) override { target_->Arrange(order); }
     int Count() const override { return target_->Count(); }
-    int ItemCount() const override { return target_->ItemCount(); }
     void AddDataSet(int source) override { target_->AddDataSet(source); }
     DataSetHandle Item(int index) const override { return target_->Item(index); }
-    Value GetElementValue(int index, Tag tag, std::string_view vr, int valueIndex) const override {
-        return target_->GetElementValue(index, tag, vr, valueIndex);
-    }
-    void SetElementValue(int index, Tag tag, std::string_view vr, int valueIndex, const Value& value) override {
-        target_->SetElementValue(index, tag, vr, valueIndex, value);
-    }
-    std::string GetElementString(int index, Tag tag) const override { return target_->GetElementString(index, tag); }
-    void SetElementString(int index, Tag tag, std::string_view vr, std::string_view text) override {
-        target_->SetElementString(index, tag, vr, text);
-    }
 
 private:
     std::shared_ptr<DataSetList> target_;

@@ -1,7 +1,7 @@
 #include "tests/support/Workstation.h"
 
-#include "host/Attributes.h"
 #include "host/Startup.h"
+#include "platform/attributes.h"
 #include "platform/dcmtk/DcmtkLibrary.h"
 #include "platform/odbc/OdbcDatabase.h"
 #include "platform/posix/PosixFiles.h"
@@ -183,22 +183,22 @@ std::shared_ptr<DataSetList> Workstation::ImageSeries(int count) {
     const auto images = dicom->NewDataSetList();
     for (int index = 0; index < count; ++index) {
         images->AddDataSet(-1);
-        const auto set = [&](Tag tag, std::string_view vr, const Value& value) {
-            images->SetElementValue(index, tag, vr, 0, value);
+        const auto set = [&](const Attribute& attribute, const Value& value) {
+            images->SetElementValue(index, attribute, 0, value);
         };
-        set(attribute::StudyDate, "DA", DateTime{2026, 11, 14});
-        set(attribute::StudyTime, "TM", DateTime{.hour = 7, .minute = 30});
-        set(attribute::AccessionNumber, "SH", "A1");
-        set(attribute::Modality, "CS", "CT");
-        set(attribute::ReferringPhysicianName, "PN", "BIANCHI^ANNA");
-        set(attribute::StudyDescription, "LO", "Chest");
-        set(attribute::PatientName, "PN", "ROSSI^MARIA");
-        set(attribute::PatientId, "LO", "P1");
-        set(attribute::PatientBirthDate, "DA", DateTime{1960, 5, 20});
-        set(attribute::PatientSex, "CS", "F");
-        set(attribute::StudyInstanceUid, "UI", "1.2.3");
-        set(attribute::SeriesInstanceUid, "UI", "1.2.3.1");
-        set(attribute::SopInstanceUid, "UI", "1.2.3.1." + std::to_string(index + 1));
+        set(attribute::StudyDate, DateTime{2026, 11, 14});
+        set(attribute::StudyTime, DateTime{.hour = 7, .minute = 30});
+        set(attribute::AccessionNumber, "A1");
+        set(attribute::Modality, "CT");
+        set(attribute::ReferringPhysicianName, "BIANCHI^ANNA");
+        set(attribute::StudyDescription, "Chest");
+        set(attribute::PatientName, "ROSSI^MARIA");
+        set(attribute::PatientId, "P1");
+        set(attribute::PatientBirthDate, DateTime{1960, 5, 20});
+        set(attribute::PatientSex, "F");
+        set(attribute::StudyInstanceUid, "1.2.3");
+        set(attribute::SeriesInstanceUid, "1.2.3.1");
+        set(attribute::SopInstanceUid, "1.2.3.1." + std::to_string(index + 1));
     }
     return images;
 }
@@ -221,11 +221,11 @@ std::string Workstation::AddReport(const ReportSeed& seed) {
     writer.userSignature = seed.observer;
 
     const auto images = ImageSeries();
-    images->SetElementString(0, attribute::PatientName, "PN", seed.patientName);
-    images->SetElementString(0, attribute::StudyInstanceUid, "UI", seed.studyUid);
+    images->SetElementString(0, attribute::PatientName, seed.patientName);
+    images->SetElementString(0, attribute::StudyInstanceUid, seed.studyUid);
     DcmSRDocument document(writer);
     document.CreateFromDDO(*images, 0);
-    document.Series()->SetElementString(0, attribute::SeriesInstanceUid, "UI", seed.seriesUid);
+    document.Series()->SetElementString(0, attribute::SeriesInstanceUid, seed.seriesUid);
     document.SetTitle("99SS", "T1", "Heading", seed.title);
     document.Reading(seed.reading);
     for (int version = 0; version < seed.versions; ++version) {

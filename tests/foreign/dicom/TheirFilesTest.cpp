@@ -25,7 +25,7 @@ class ForeignNames : public testing::TestWithParam<Sample> {};
 TEST_P(ForeignNames, ReadRight) {
     TestLibrary library;
     const auto list = library.Load(PydicomFile(std::string{"charset_files/"} + GetParam().file + ".dcm"));
-    EXPECT_EQ(list->GetElementString(0, {0x0010, 0x0010}), GetParam().patientName);
+    EXPECT_EQ(list->GetElementString(0, attribute::PatientName), GetParam().patientName);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -45,7 +45,7 @@ TEST(TheirFiles, AnItemUsesItsOwnCharacterSetOrTheDataSets) {
     for (const char* file : {"chrSQEncoding", "chrSQEncoding1"}) {
         const auto list = library.Load(PydicomFile(std::string{"charset_files/"} + file + ".dcm"));
         const auto item = list->Item(0)->GetSequenceItem({0x0032, 0x1064}, 0);
-        EXPECT_EQ(Text(*item, {0x0010, 0x0010}), "ﾔﾏﾀﾞ^ﾀﾛｳ=山田^太郎=やまだ^たろう") << file;
+        EXPECT_EQ(Text(*item, attribute::PatientName), "ﾔﾏﾀﾞ^ﾀﾛｳ=山田^太郎=やまだ^たろう") << file;
     }
 }
 
@@ -106,9 +106,9 @@ private:
     }
 
     void CompareText(const DicomDataSet& dataSet, const DumpLine& line) {
-        const Value value = dataSet.GetValue(line.tag, "LO");
+        const Value value = dataSet.GetValue({line.tag, "LO"});
         ++compared_;
-        if (std::holds_alternative<DateTime>(value) || line.tag == Tag{0x0008, 0x0005})
+        if (std::holds_alternative<DateTime>(value) || line.tag == attribute::SpecificCharacterSet)
             return; // dates have another form, and the dump is converted to UTF-8
         const auto close = line.rest.rfind(']', line.rest.rfind('#'));
         auto shown = WithCrLf(line.rest.substr(4, close - 4));

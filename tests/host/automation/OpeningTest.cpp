@@ -1,3 +1,4 @@
+#include "platform/attributes.h"
 #include "tests/editor/ReportingStation.h"
 
 #include <gtest/gtest.h>
@@ -257,7 +258,7 @@ TEST(OpeningAReport, OfAStudyWhoseImagesWereCancelledForgetsTheImagesOfTheFirst)
     station.AddReport({.seriesUid = "1.9.3", .studyUid = "1.9", .seriesDir = "verdi2"});
     station.OpenImages();
     const auto otherImages = station.ImageSeries();
-    otherImages->SetElementString(0, {0x0020, 0x000D}, "UI", "1.9");
+    otherImages->SetElementString(0, attribute::StudyInstanceUid, "1.9");
     station.InChooser([&] { station.chooser.cmdCancel.Press(); });
     station.automation.LoadForImgSeries(otherImages);
     station.automation.LoadSRSeries("1.9.2");

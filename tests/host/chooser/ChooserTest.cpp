@@ -1,4 +1,4 @@
-#include "host/Attributes.h"
+#include "platform/attributes.h"
 #include "tests/editor/ReportingStation.h"
 
 #include <gtest/gtest.h>
@@ -73,8 +73,8 @@ TEST(Chooser, AReportThatNobodySavedHasNeitherDateNorObserver) {
     ReportingStation station;
     station.AddReport(FirstReport);
     const auto foreign = station.dicom->NewDataSet();
-    foreign->SetValue(attribute::SopClassUid, "UI", 0, "1.2.840.10008.5.1.4.1.1.88.11");
-    foreign->SetValue(attribute::SopInstanceUid, "UI", 0, "1.2.3.4.5");
+    foreign->SetValue(attribute::SopClassUid, 0, "1.2.840.10008.5.1.4.1.1.88.11");
+    foreign->SetValue(attribute::SopInstanceUid, 0, "1.2.3.4.5");
     std::filesystem::create_directories(station.NativePath("study\\foreign"));
     foreign->SaveToFile(station.Path("study\\foreign\\a.dcm"));
     station.AddSeries("1.2.3.2.2", "1.2.3", "SR", "foreign");

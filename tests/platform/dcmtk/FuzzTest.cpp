@@ -10,15 +10,12 @@
 namespace tavrel::test {
 namespace {
 
-constexpr Tag Content{0x0040, 0xA730};
-constexpr Tag PatientName{0x0010, 0x0010};
-
 RawDicom Sample(Encoding encoding) {
     RawDicom item{encoding};
-    item.Text({0x0040, 0xA160}, "UT", "reading\r\n");
+    item.Text(attribute::TextValue, "reading\r\n");
     RawDicom raw{encoding};
-    raw.Text({0x0008, 0x0005}, "CS", "ISO 2022 IR 6\\ISO 2022 IR 87").Text({0x0008, 0x0023}, "DA", "20261115");
-    return raw.Text(PatientName, "PN", "Y=\x1B$B;3ED\x1B(B").Items(Content, {item, item});
+    raw.Text(attribute::SpecificCharacterSet, "ISO 2022 IR 6\\ISO 2022 IR 87").Text(attribute::ContentDate, "20261115");
+    return raw.Text(attribute::PatientName, "Y=\x1B$B;3ED\x1B(B").Items(attribute::ContentSequence, {item, item});
 }
 
 std::vector<std::string> Seeds() {
@@ -28,7 +25,8 @@ std::vector<std::string> Seeds() {
     for (const Encoding encoding : {ExplicitLittle, ImplicitLittle, ExplicitBig}) {
         seeds.push_back(Sample(encoding).File());
         seeds.push_back(Sample(encoding).Bytes());
-        seeds.push_back(Sample(encoding).OpenSequence(Content).OpenSequence(Content).File());
+        seeds.push_back(
+            Sample(encoding).OpenSequence(attribute::ContentSequence).OpenSequence(attribute::ContentSequence).File());
     }
     return seeds;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/dicom.h"
+#include "platform/attributes.h"
 
 #include <cstdint>
 #include <string>
@@ -25,10 +25,10 @@ class RawDicom {
 public:
     explicit RawDicom(Encoding encoding = ExplicitLittle) : encoding_(encoding) {}
 
-    RawDicom& Text(Tag tag, std::string_view vr, std::string value) {
+    RawDicom& Text(const Attribute& attribute, std::string value) {
         if (value.size() % 2 == 1)
-            value += vr == "UI" ? '\0' : ' ';
-        Header(tag, vr, static_cast<std::uint32_t>(value.size()));
+            value += attribute.vr == "UI" ? '\0' : ' ';
+        Header(attribute, static_cast<std::uint32_t>(value.size()));
         return Raw(value);
     }
 
@@ -38,19 +38,19 @@ public:
             inside.ItemTag(0xE000, static_cast<std::uint32_t>(item.bytes_.size()));
             inside.Raw(item.bytes_);
         }
-        Header(tag, "SQ", static_cast<std::uint32_t>(inside.bytes_.size()));
+        Header({tag, "SQ"}, static_cast<std::uint32_t>(inside.bytes_.size()));
         return Raw(inside.bytes_);
     }
 
     /// A sequence and an item without end.
     RawDicom& OpenSequence(Tag tag) {
-        Header(tag, "SQ", 0xFFFFFFFF);
+        Header({tag, "SQ"}, 0xFFFFFFFF);
         ItemTag(0xE000, 0xFFFFFFFF);
         return *this;
     }
 
     RawDicom& Pixels(std::string_view bytes) {
-        Header({0x7FE0, 0x0010}, "OW", static_cast<std::uint32_t>(bytes.size()));
+        Header(attribute::PixelData, static_cast<std::uint32_t>(bytes.size()));
         return Raw(bytes);
     }
 
@@ -64,7 +64,7 @@ public:
     /// With preamble and meta information.
     std::string File(std::string_view transferSyntax = {}) const {
         RawDicom meta{ExplicitLittle};
-        meta.Text({0x0002, 0x0010}, "UI",
+        meta.Text(attribute::TransferSyntaxUid,
                   std::string{transferSyntax.empty() ? encoding_.transferSyntax : transferSyntax});
         return std::string(128, '\0') + "DICM" + meta.bytes_ + bytes_;
     }
@@ -83,13 +83,13 @@ private:
         Number(length, 4);
     }
 
-    void Header(Tag tag, std::string_view vr, std::uint32_t length) {
-        Number(tag.group, 2);
-        Number(tag.element, 2);
+    void Header(const Attribute& attribute, std::uint32_t length) {
+        Number(attribute.group, 2);
+        Number(attribute.element, 2);
         if (!encoding_.explicitVr)
             return Number(length, 4);
-        bytes_ += vr;
-        if (vr != "SQ" && vr != "UT" && vr != "OW")
+        bytes_ += attribute.vr;
+        if (attribute.vr != "SQ" && attribute.vr != "UT" && attribute.vr != "OW")
             return Number(length, 2);
         Number(0, 2);
         Number(length, 4);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/attributes.h"
 #include "platform/dcmtk/DcmtkLibrary.h"
 #include "platform/error.h"
 #include "tests/support/FakeServiceEvents.h"
@@ -37,7 +38,7 @@ struct TestLibrary {
 };
 
 std::string Text(const Value& value);
-std::string Text(const DicomDataSet& dataSet, Tag tag);
+std::string Text(const DicomDataSet& dataSet, const Attribute& attribute);
 /// The description of the error that `call` raises, empty when it raises none.
 std::string FailureOf(const std::function<void()>& call);
 

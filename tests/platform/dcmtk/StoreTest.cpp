@@ -20,11 +20,6 @@ namespace {
 using Behaviour = StorageNode::Behaviour;
 using std::chrono::steady_clock;
 
-constexpr Tag SopInstanceUid{0x0008, 0x0018};
-constexpr Tag StudyUid{0x0020, 0x000D};
-constexpr Tag CharacterSet{0x0008, 0x0005};
-constexpr Tag SeriesDescription{0x0008, 0x103E};
-
 /// A port whose queue of callers is full: who calls it gets no answer at all.
 class DeafPort {
 public:
@@ -77,7 +72,8 @@ protected:
         ASSERT_EQ(Unsent().size(), 1U) << failure;
         const std::string file = Unsent().front().string();
         EXPECT_NE(failure.find(file), std::string::npos) << failure;
-        EXPECT_EQ(library.Load(file)->GetElementString(0, SopInstanceUid), Text(*report, SopInstanceUid));
+        EXPECT_EQ(library.Load(file)->GetElementString(0, attribute::SopInstanceUid),
+                  Text(*report, attribute::SopInstanceUid));
     }
 
     /// A failure that is raised before the service is asked: nothing is kept.
@@ -96,13 +92,13 @@ protected:
 
 TEST_F(Storing, AVersionArrivesWhole) {
     StorageNode node;
-    report->SetValue(SeriesDescription, "LO", 0, "Übersicht");
+    report->SetValue(attribute::SeriesDescription, 0, "Übersicht");
     Store(node);
     const auto objects = node.Objects();
     ASSERT_EQ(objects.size(), 1U);
     const auto arrived = library.Load(objects[0].file.string());
-    EXPECT_EQ(arrived->GetElementString(0, SeriesDescription), "Übersicht");
-    EXPECT_EQ(arrived->Item(0)->GetSequenceItemCount({0x0040, 0xA730}), 2);
+    EXPECT_EQ(arrived->GetElementString(0, attribute::SeriesDescription), "Übersicht");
+    EXPECT_EQ(arrived->Item(0)->GetSequenceItemCount(attribute::ContentSequence), 2);
     EXPECT_EQ(objects[0].callingAe, "AE_INTERNAL");
     EXPECT_EQ(objects[0].calledAe, "PORVANE");
     EXPECT_TRUE(Unsent().empty());
@@ -110,7 +106,7 @@ TEST_F(Storing, AVersionArrivesWhole) {
 
 TEST_F(Storing, TheBytesAreInTheDeclaredCharacterSet) {
     StorageNode node;
-    report->SetValue(SeriesDescription, "LO", 0, "Übersicht");
+    report->SetValue(attribute::SeriesDescription, 0, "Übersicht");
     Store(node);
     EXPECT_NE(ReadBytes(node.Objects()[0].file)
                   .find("\xDC"
@@ -218,22 +214,22 @@ TEST_F(Storing, AVersionThatCannotBeKeptEitherSaysBoth) {
 }
 
 TEST_F(Storing, AVersionWithoutStudyIsRefusedAtOnce) {
-    report->SetValue(StudyUid, "UI", 0, Value{});
+    report->SetValue(attribute::StudyInstanceUid, 0, Value{});
     EXPECT_EQ(RefusedAtOnce(), "The version cannot be sent: it has no Study Instance UID (0020,000D).");
 }
 
 TEST_F(Storing, AVersionWithoutSeriesIsRefusedAtOnce) {
-    report->SetValue({0x0020, 0x000E}, "UI", 0, "");
+    report->SetValue(attribute::SeriesInstanceUid, 0, "");
     EXPECT_EQ(RefusedAtOnce(), "The version cannot be sent: it has no Series Instance UID (0020,000E).");
 }
 
 TEST_F(Storing, AUidOver64CharactersIsRefusedAtOnce) {
-    report->SetValue(SopInstanceUid, "UI", 0, "1." + std::string(63, '2'));
+    report->SetValue(attribute::SopInstanceUid, 0, "1." + std::string(63, '2'));
     EXPECT_NE(RefusedAtOnce().find("longer than 64 characters"), std::string::npos);
 }
 
 TEST_F(Storing, ACharacterOutsideTheSetIsRefusedAtOnce) {
-    report->SetValue(SeriesDescription, "LO", 0, "αβ");
+    report->SetValue(attribute::SeriesDescription, 0, "αβ");
     EXPECT_EQ(RefusedAtOnce(), "The character \"α\" (U+03B1) at position 1 of Series Description (0008,103E) cannot "
                                "be written in the character set ISO_IR 100.");
 }

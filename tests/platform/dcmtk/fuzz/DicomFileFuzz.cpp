@@ -1,5 +1,6 @@
 #include "DicomFileFuzz.h"
 
+#include "platform/attributes.h"
 #include "platform/dcmtk/DcmtkLibrary.h"
 #include "platform/error.h"
 #include "tests/support/FakeServiceEvents.h"
@@ -34,10 +35,12 @@ private:
 };
 
 void ReadItems(const DicomDataSet& dataSet, int depth) {
-    constexpr std::array sequences{Tag{0x0040, 0xA730}, Tag{0x0040, 0xA073}, Tag{0x0040, 0xA043}, Tag{0x0008, 0x1115}};
-    constexpr std::array values{Tag{0x0040, 0xA160}, Tag{0x0040, 0xA030}, Tag{0x0010, 0x0010}, Tag{0x0020, 0x0008}};
+    constexpr std::array sequences{attribute::ContentSequence, attribute::VerifyingObserverSequence,
+                                   attribute::ConceptNameCodeSequence, attribute::ReferencedSeriesSequence};
+    constexpr std::array values{attribute::TextValue, attribute::VerificationDateTime, attribute::PatientName,
+                                attribute::FormerStudyElement};
     for (const Tag tag : values)
-        dataSet.GetValue(tag, "LO");
+        dataSet.GetValue({tag, "LO"});
     if (depth == 0)
         return;
     for (const Tag tag : sequences)
@@ -54,13 +57,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     const MemoryFile file{bytes, size};
     const std::array paths{file.Path()};
     try {
-        library.OpenImageSeries(paths)->GetElementString(0, {0x0010, 0x0010});
+        library.OpenImageSeries(paths)->GetElementString(0, attribute::PatientName);
     } catch (const Error&) {
     }
     try {
         const auto list = library.NewDataSetList();
         list->LoadFile(file.Path());
-        list->GetElementValue(0, {0x0008, 0x0023}, "DA");
+        list->GetElementValue(0, attribute::ContentDate);
         ReadItems(*list->Item(0), 6);
         list->AddDataSet(0);
         list->Item(1)->SaveToFile("/dev/null/nowhere");

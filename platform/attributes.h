@@ -1,0 +1,67 @@
+#pragma once
+
+#include "platform/dicom.h"
+
+/// The data elements that the program names, after their keywords and with their VRs (DICOM PS3.6,
+/// chapter 6). Where an element is read or written by another VR, it stands there: `{TextValue, "LO"}`.
+namespace tavrel::attribute {
+
+inline constexpr Attribute TransferSyntaxUid{{0x0002, 0x0010}, "UI"};
+
+inline constexpr Attribute SpecificCharacterSet{{0x0008, 0x0005}, "CS"};
+inline constexpr Attribute ImageType{{0x0008, 0x0008}, "CS"};
+inline constexpr Attribute SopClassUid{{0x0008, 0x0016}, "UI"};
+inline constexpr Attribute SopInstanceUid{{0x0008, 0x0018}, "UI"};
+inline constexpr Attribute StudyDate{{0x0008, 0x0020}, "DA"};
+inline constexpr Attribute ContentDate{{0x0008, 0x0023}, "DA"};
+inline constexpr Attribute StudyTime{{0x0008, 0x0030}, "TM"};
+inline constexpr Attribute ContentTime{{0x0008, 0x0033}, "TM"};
+inline constexpr Attribute AccessionNumber{{0x0008, 0x0050}, "SH"};
+inline constexpr Attribute Modality{{0x0008, 0x0060}, "CS"};
+inline constexpr Attribute Manufacturer{{0x0008, 0x0070}, "LO"};
+inline constexpr Attribute InstitutionName{{0x0008, 0x0080}, "LO"};
+inline constexpr Attribute ReferringPhysicianName{{0x0008, 0x0090}, "PN"};
+inline constexpr Attribute CodeValue{{0x0008, 0x0100}, "SH"};
+inline constexpr Attribute CodingSchemeDesignator{{0x0008, 0x0102}, "SH"};
+inline constexpr Attribute CodeMeaning{{0x0008, 0x0104}, "LO"};
+inline constexpr Attribute StudyDescription{{0x0008, 0x1030}, "LO"};
+inline constexpr Attribute SeriesDescription{{0x0008, 0x103E}, "LO"};
+inline constexpr Attribute ManufacturerModelName{{0x0008, 0x1090}, "LO"};
+inline constexpr Attribute ReferencedSeriesSequence{{0x0008, 0x1115}, "SQ"};
+inline constexpr Attribute ReferencedSopClassUid{{0x0008, 0x1150}, "UI"};
+inline constexpr Attribute ReferencedSopInstanceUid{{0x0008, 0x1155}, "UI"};
+inline constexpr Attribute ReferencedSopSequence{{0x0008, 0x1199}, "SQ"};
+
+inline constexpr Attribute PatientName{{0x0010, 0x0010}, "PN"};
+inline constexpr Attribute PatientId{{0x0010, 0x0020}, "LO"};
+inline constexpr Attribute PatientBirthDate{{0x0010, 0x0030}, "DA"};
+inline constexpr Attribute PatientSex{{0x0010, 0x0040}, "CS"};
+
+inline constexpr Attribute SoftwareVersions{{0x0018, 0x1020}, "LO"};
+
+/// This very element, not the Study ID (0020,0010): reports have always taken it along.
+inline constexpr Attribute FormerStudyElement{{0x0020, 0x0008}, "SH"};
+inline constexpr Attribute StudyInstanceUid{{0x0020, 0x000D}, "UI"};
+inline constexpr Attribute SeriesInstanceUid{{0x0020, 0x000E}, "UI"};
+inline constexpr Attribute SeriesNumber{{0x0020, 0x0011}, "IS"};
+inline constexpr Attribute InstanceNumber{{0x0020, 0x0013}, "IS"};
+
+inline constexpr Attribute PhotometricInterpretation{{0x0028, 0x0004}, "CS"};
+
+inline constexpr Attribute RelationshipType{{0x0040, 0xA010}, "CS"};
+inline constexpr Attribute VerifyingOrganization{{0x0040, 0xA027}, "LO"};
+inline constexpr Attribute VerificationDateTime{{0x0040, 0xA030}, "DT"};
+inline constexpr Attribute ValueType{{0x0040, 0xA040}, "CS"};
+inline constexpr Attribute ConceptNameCodeSequence{{0x0040, 0xA043}, "SQ"};
+inline constexpr Attribute ContinuityOfContent{{0x0040, 0xA050}, "CS"};
+inline constexpr Attribute VerifyingObserverSequence{{0x0040, 0xA073}, "SQ"};
+inline constexpr Attribute VerifyingObserverName{{0x0040, 0xA075}, "PN"};
+inline constexpr Attribute TextValue{{0x0040, 0xA160}, "UT"};
+inline constexpr Attribute PredecessorDocumentsSequence{{0x0040, 0xA360}, "SQ"};
+inline constexpr Attribute CompletionFlag{{0x0040, 0xA491}, "CS"};
+inline constexpr Attribute VerificationFlag{{0x0040, 0xA493}, "CS"};
+inline constexpr Attribute ContentSequence{{0x0040, 0xA730}, "SQ"};
+
+inline constexpr Attribute PixelData{{0x7FE0, 0x0010}, "OW"};
+
+} // namespace tavrel::attribute
