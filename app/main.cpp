@@ -15,7 +15,6 @@
 #include "platform/posix/PosixFiles.h"
 #include "platform/posix/PosixProcess.h"
 #include "platform/posix/PosixUserInformation.h"
-#include "platform/posix/StateFolder.h"
 #include "platform/posix/SystemClock.h"
 #include "platform/qt/DesktopLook.h"
 #include "platform/qt/QtBackground.h"
@@ -39,12 +38,11 @@ int Run(PosixProcess& process) {
     QtBackground background;
     DbusServiceEvents serviceEvents(bus);
     DbusViewerLink viewers(bus);
-    DcmtkLibrary dicom(background, serviceEvents, StateFolder("unsent"));
+    DcmtkLibrary dicom(background, serviceEvents);
     OdbcDatabase database;
     PosixFiles files;
-    PosixUserInformationFactory userInformation;
     SystemClock clock;
-    Global global({dicom, database, windows, files, process, userInformation, clock});
+    Global global({dicom, database, windows, files, process, std::make_unique<PosixUserInformation>, clock});
 
     frmBase codeTables(global);
     QtReportPrinter printer(windows);

@@ -225,9 +225,10 @@ void frmBase::cmdModify_Click() {
             return;
         ListView* list = ReportList();
         if (!list)
-            throw Error(91, Name(), "The report keeps no list of codes for the table key \"" + TableKey + "\"");
+            throw Error(Fault::Missing, Name(),
+                        "The report keeps no list of codes for the table key \"" + TableKey + "\"");
         if (list->SelectedIndex() < 0)
-            throw Error(91, Name(), "No row of the report's list is selected");
+            throw Error(Fault::Missing, Name(), "No row of the report's list is selected");
         list->Replace(list->SelectedIndex(), ReportRow());
     });
 }

@@ -9,8 +9,6 @@
 namespace tavrel {
 namespace {
 
-constexpr int TypeMismatch = 13;
-
 template <typename Number, typename... Format> std::string Decimal(Number value, Format... format) {
     std::array<char, 128> digits{}; // the longest float without an exponent takes 49
     const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value, format...).ptr;
@@ -48,7 +46,7 @@ void DelimitedWriter::Field(std::int32_t value) {
 
 void DelimitedWriter::Field(float value) {
     if (!std::isfinite(value))
-        throw Error(TypeMismatch, "DelimitedText", "A value is infinite or no number and cannot be written");
+        throw Error(Fault::TypeMismatch, "DelimitedText", "A value is infinite or no number and cannot be written");
     Append(Decimal(value, std::chars_format::fixed));
 }
 
@@ -62,7 +60,7 @@ void DelimitedWriter::EndLine() {
 }
 
 void DelimitedReader::Fail(const std::string& reason) const {
-    throw Error(TypeMismatch, "DelimitedText",
+    throw Error(Fault::TypeMismatch, "DelimitedText",
                 name_ + ", line " + std::to_string(line_) + ", field " + std::to_string(field_) + ": " + reason);
 }
 

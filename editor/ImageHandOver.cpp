@@ -1,8 +1,8 @@
 #include "editor/ImageHandOver.h"
 
 #include "editor/DelimitedText.h"
-#include "host/Catalogue.h"
 #include "host/ErrorReport.h"
+#include "platform/paths.h"
 #include "sr/ImagePresentationContext.h"
 
 namespace tavrel {
@@ -35,14 +35,14 @@ template <typename Line, typename Image, typename View> void ForEachField(Line& 
 } // namespace
 
 std::string ImageHandOver::HandOverFile() const {
-    return FolderOf(global_.currentSRFilePath) + "SR.dat";
+    return FolderOf(global_.report.filePath) + "SR.dat";
 }
 
 void ImageHandOver::AddImage(const std::string& fileName, const ViewParametersHandle& viewPars,
                              const std::string& lutName) {
-    if (!global_.pendingImages)
-        throw Error(91, "Tavrel", "The report's list of images has not been made yet");
-    global_.pendingImages->push_back({fileName, viewPars, lutName});
+    if (!global_.report.pendingImages)
+        throw Error(Fault::Missing, "Tavrel", "The report's list of images has not been made yet");
+    global_.report.pendingImages->push_back({fileName, viewPars, lutName});
 }
 
 void ImageHandOver::RemoveImage(const std::string&) const {}
@@ -51,13 +51,13 @@ void ImageHandOver::Load(ReportOwner* owner) {
     TrapNumbered(global_.ports.windows, "LoadSRDat ", [&] {
         const auto theOwner = [&]() -> ReportOwner& {
             if (!owner)
-                throw Error(91, "Tavrel", "The report has no automation object to hand its images to");
+                throw Error(Fault::Missing, "Tavrel", "The report has no automation object to hand its images to");
             return *owner;
         };
-        if (global_.pendingImages && !global_.pendingImages->empty())
+        if (global_.report.pendingImages && !global_.report.pendingImages->empty())
             theOwner().RemoveImagesFromRefertList();
-        global_.pendingImages = std::make_shared<ImageList>();
-        if (global_.currentSRFilePath.empty())
+        global_.report.pendingImages = std::make_shared<ImageList>();
+        if (global_.report.filePath.empty())
             return;
         const auto file = HandOverFile();
         if (!global_.ports.files.Exists(file))
@@ -71,18 +71,19 @@ void ImageHandOver::Load(ReportOwner* owner) {
             ForEachField(line, image, *image.ViewPars);
             line.EndLine();
             theOwner().SendFileInfo(image.Filename, image.ViewPars, image.LUTName);
-            global_.pendingImages->push_back(std::move(image)); // the viewer may have replaced the list meanwhile
+            global_.report.pendingImages->push_back(
+                std::move(image)); // the viewer may have replaced the list meanwhile
         }
     });
 }
 
 void ImageHandOver::Write() const {
     const auto file = HandOverFile();
-    if (!global_.pendingImages || global_.pendingImages->empty())
+    if (!global_.report.pendingImages || global_.report.pendingImages->empty())
         return;
     static const ViewParameters neutral; // for an image that was added without parameters
     DelimitedWriter line;
-    for (const auto& image : *global_.pendingImages) {
+    for (const auto& image : *global_.report.pendingImages) {
         ForEachField(line, image, image.ViewPars ? *image.ViewPars : neutral);
         line.EndLine();
     }

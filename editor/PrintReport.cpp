@@ -101,9 +101,14 @@ PrintLayout PrintReportLayout() {
     return layout;
 }
 
+void DataReport_Initialize(PrintLayout& layout) {
+    layout.topMost = true;
+}
+
 void ShowPrintReport(Global& global, ReportPrinter& printer, const PrintRow& row) {
     DicomDB dicomDB(global.ports.database);
     PrintLayout layout = PrintReportLayout();
+    DataReport_Initialize(layout);
 
     const std::string logo = global.ports.process.ApplicationFolder() + "\\Logo.bmp";
     if (global.ports.files.Exists(logo)) {

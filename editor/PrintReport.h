@@ -10,6 +10,9 @@ namespace tavrel {
 /// when. Its labels are Italian; the title stands in its header, no logo.
 PrintLayout PrintReportLayout();
 
+/// The layout's start: its window goes above the others.
+void DataReport_Initialize(PrintLayout& layout);
+
 /// Shows the print table, which holds `row`: with "Logo.bmp" of the program's folder in the page header
 /// where there is one, the title in its place otherwise. A failure is the caller's.
 void ShowPrintReport(Global& global, ReportPrinter& printer, const PrintRow& row);

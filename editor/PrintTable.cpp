@@ -83,7 +83,8 @@ void RequirePrintRow(const ResultSet& rows, const PrintRow& row) {
     for (std::size_t i = 0; same && i < row.size(); ++i)
         same = WithoutTrailingBlanks(rows.Field(Columns[i].name).value_or("")) == WithoutTrailingBlanks(row[i]);
     if (!same)
-        throw Error(7, "PrintReport", "Another workstation is printing at this moment. Please print again.");
+        throw Error(Fault::PrintedElsewhere, "PrintReport",
+                    "Another workstation is printing at this moment. Please print again.");
 }
 
 } // namespace tavrel

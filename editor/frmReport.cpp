@@ -37,7 +37,6 @@ frmReport::frmReport(Global& global, ServiceEvents& serviceEvents, frmSRSeriesCh
       codedEntries_(global, codeTables, *this, {lstFinding, cmdFnAdd, cmdFnModify, cmdFnDelete},
                     {lstDiagnosis, cmdDxAdd, cmdDxModify, cmdDxDelete}, cmdTitle, cmdBaseBody),
       images_(global) {
-    codeTables.ReportLists(lstFinding, lstDiagnosis);
     lstHistory.Click = [this] { lstHistory_Click(); };
     cmdSave.Click = [this] { cmdSave_Click(); };
     cmdApprove.Click = [this] { cmdApprove_Click(); };
@@ -66,7 +65,7 @@ void frmReport::Leave(const ReportOwner& owner) {
 
 ReportOwner& frmReport::Owner() const {
     if (!owner_)
-        throw Error(91, "Tavrel", "The report's automation object has gone");
+        throw Error(Fault::Missing, "Tavrel", "The report's automation object has gone");
     return *owner_;
 }
 
@@ -96,7 +95,7 @@ void frmReport::ShowSiteCaption() {
 
 void frmReport::LoadDocs() {
     TrapNumbered(global_.ports.windows, "frmReport.LoadDocs:", [&] {
-        cmdNew.Enabled(global_.currentImageSeries != nullptr);
+        cmdNew.Enabled(global_.report.imageSeries != nullptr);
         FillHistory();
         WriteLog(global_, "History initialized");
         if (CurrentDocument(global_).VersionCount() > 0)
@@ -242,18 +241,9 @@ void frmReport::RemoveImage(const std::string& fileName) {
     TrapShort(global_.ports.windows, "frmReport ", [&] { images_.RemoveImage(fileName); });
 }
 
-void frmReport::OnConnection(const std::string&, const std::string&, const std::string&) {
-    connected_ = true;
-}
-
-void frmReport::OnEndConnection(const std::string&, const std::string&, const std::string&) {
-    connected_ = false;
-}
-
-void frmReport::OnStore(const std::string&, const std::string&, const std::string&, const std::string&,
-                        const std::string&, const std::string& path) {
+void frmReport::Porvane_OnStore(const std::string& path) {
     TrapNumbered(global_.ports.windows, "frmReport.Porvane_OnStore:", [&] {
-        global_.currentSRFilePath = path;
+        global_.report.filePath = path;
         images_.Write();
     });
 }

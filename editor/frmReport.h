@@ -47,6 +47,11 @@ public:
     /// Whether a sender is connected to the storage service.
     bool Connected() const { return connected_; }
 
+    void Porvane_OnConnection() { connected_ = true; }
+    void Porvane_OnEndConnection() { connected_ = false; }
+    /// A file was stored: the pending images are written beside it.
+    void Porvane_OnStore(const std::string& path);
+
     void lstHistory_Click();
     void cmdSave_Click();
     void cmdApprove_Click();
@@ -112,10 +117,14 @@ private:
     void PutTitleAndReading(DcmSRDocument& document);
     PrintRow PrintedRow() const;
 
-    void OnConnection(const std::string&, const std::string&, const std::string&) override;
-    void OnEndConnection(const std::string&, const std::string&, const std::string&) override;
+    void OnConnection(const std::string&, const std::string&, const std::string&) override { Porvane_OnConnection(); }
+    void OnEndConnection(const std::string&, const std::string&, const std::string&) override {
+        Porvane_OnEndConnection();
+    }
     void OnStore(const std::string&, const std::string&, const std::string&, const std::string&, const std::string&,
-                 const std::string& path) override;
+                 const std::string& path) override {
+        Porvane_OnStore(path);
+    }
 
     Global& global_;
     ServiceEvents& serviceEvents_;

@@ -53,17 +53,17 @@ void frmReport::cmdApprove_Click() {
         Lock(readOnly);
         cmdPrint.Enabled(true);
         ShowState();
-        WriteHistory(global_, global_.currentSeriesUid, "REFERT", "Validate Refert");
+        WriteHistory(global_, global_.report.seriesUid, "REFERT", "Validate Refert");
     });
 }
 
 void frmReport::cmdNew_Click() {
     TrapNumbered(global_.ports.windows, "frmReport.cmdNew_Click:", [&] {
-        if (!global_.currentImageSeries) {
+        if (!global_.report.imageSeries) {
             global_.ports.windows.Ask({.text = "No referenced Series", .title = {}});
             return;
         }
-        CurrentDocument(global_).CreateFromDDO(*global_.currentImageSeries, 0);
+        CurrentDocument(global_).CreateFromDDO(*global_.report.imageSeries, 0);
         Form_Load();
     });
 }
@@ -74,7 +74,7 @@ void frmReport::cmdLastVersion_Click() {
 
 void frmReport::cmdOthers_Click() {
     TrapNumbered(global_.ports.windows, "frmReport.cmdOthers_Click:", [&] {
-        chooser_.ShowSRDocuments(global_.currentStudyUid);
+        chooser_.ShowSRDocuments(global_.report.studyUid);
         if (chooser_.cancelled() != 0)
             return;
         const auto seriesUid = chooser_.ChosenSeriesUid();

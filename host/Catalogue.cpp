@@ -1,8 +1,5 @@
 #include "host/Catalogue.h"
 
-#include "host/Text.h"
-#include "platform/attributes.h"
-
 namespace tavrel {
 
 void WriteHistory(Global& global, std::string_view seriesUid, std::string_view actionVal,
@@ -44,31 +41,6 @@ bool SetSeriesStatus(Global& global, std::string_view seriesUid, std::string_vie
     } catch (...) {
         return false;
     }
-}
-
-std::string TimeStamp(const Clock& clock) {
-    const DateTime now = clock.Now();
-    return Padded(now.year, 4) + "." + Padded(now.month, 2) + "." + Padded(now.day, 2) + "." + Padded(now.hour, 2) +
-           "." + Padded(now.minute, 2) + "." + Padded(now.second, 2);
-}
-
-std::string FolderOf(std::string_view path) {
-    const std::size_t separator = path.rfind('\\');
-    if (separator == std::string_view::npos)
-        return ".";
-    const std::size_t start = path.find_first_not_of(' ');
-    return std::string(path.substr(start, separator + 1 - start));
-}
-
-void AppendCodeItem(DicomLibrary& dicom, DicomDataSet& dataSet, Tag sequence, std::string_view codeScheme,
-                    std::string_view codeValue, std::string_view codeMeaning, std::int16_t& itemIndex) {
-    if (itemIndex < 0)
-        itemIndex = static_cast<std::int16_t>(dataSet.GetSequenceItemCount(sequence));
-    const DataSetHandle item = dicom.NewDataSet();
-    dataSet.SetSequenceItem(sequence, itemIndex, item);
-    item->SetValue(attribute::CodeValue, 0, std::string(codeValue));
-    item->SetValue(attribute::CodingSchemeDesignator, 0, std::string(codeScheme));
-    item->SetValue(attribute::CodeMeaning, 0, std::string(codeMeaning));
 }
 
 } // namespace tavrel

@@ -3,15 +3,14 @@
 namespace tavrel {
 
 Error CurrentError() {
-    constexpr int unexpected = 5;
     try {
         throw;
     } catch (const Error& error) {
         return error;
     } catch (const std::exception& failure) {
-        return Error(unexpected, "Tavrel", failure.what());
+        return Error(Fault::NoError, "Tavrel", failure.what());
     } catch (...) {
-        return Error(unexpected, "Tavrel", "A failure without a description");
+        return Error(Fault::NoError, "Tavrel", "A failure without a description");
     }
 }
 
@@ -25,7 +24,7 @@ void ShowNumberedError(Windows& windows, std::string_view label, const Error& er
 
 void ShowApplicationError(Global& global, std::string_view applicationName, std::string_view functionName,
                           const Error& error) {
-    global.currentDocument.reset();
+    global.report.document.reset();
     // A connection that cannot even be closed must not hide the failure that is being told.
     Trap(
         [&] {

@@ -6,14 +6,14 @@ namespace tavrel {
 
 Connection& Catalogue(const Global& global) {
     if (!global.catalogue)
-        throw Error(91, "Tavrel", "The catalogue has not been opened");
+        throw Error(Fault::Missing, "Tavrel", "The catalogue has not been opened");
     return *global.catalogue;
 }
 
 DcmSRDocument& CurrentDocument(const Global& global) {
-    if (!global.currentDocument)
-        throw Error(91, "Tavrel", "No report is open");
-    return *global.currentDocument;
+    if (!global.report.document)
+        throw Error(Fault::Missing, "Tavrel", "No report is open");
+    return *global.report.document;
 }
 
 } // namespace tavrel

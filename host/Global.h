@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/OpenedReport.h"
 #include "platform/clock.h"
 #include "platform/database.h"
 #include "platform/dicom.h"
@@ -7,18 +8,11 @@
 #include "platform/process.h"
 #include "platform/windows.h"
 
+#include <functional>
 #include <memory>
 #include <string>
-#include <vector>
 
 namespace tavrel {
-
-class DcmSRDocument;
-struct ImagePresentationContext;
-
-/// The pending image references, in the order added. The list is one object for all who hold it; it
-/// exists from the first time that it is emptied.
-using ImageList = std::vector<ImagePresentationContext>;
 
 /// Everything outside the program that the rooms of the core reach.
 struct Ports {
@@ -27,7 +21,7 @@ struct Ports {
     Windows& windows;
     Files& files;
     Process& process;
-    UserInformationFactory& userInformation;
+    std::function<std::unique_ptr<UserInformation>()> newUserInformation;
     Clock& clock;
 };
 
@@ -44,12 +38,7 @@ struct Global {
     std::string currentUserName; ///< empty until a first document has been loaded
     std::string userSignature;   ///< the current user's, as it stands in reports
 
-    std::string currentStudyUid;
-    std::string currentSeriesUid;
-    std::shared_ptr<DataSetList> currentImageSeries; ///< none when a report series was opened by itself
-    std::shared_ptr<DcmSRDocument> currentDocument;  ///< none after a failed opening
-    std::shared_ptr<ImageList> pendingImages;
-    std::string currentSRFilePath; ///< the SR file last loaded, chosen or stored; "\" separates
+    OpenedReport report; ///< the current one
 };
 
 /// The shared connection. An error when start-up has not made it, or a failed opening closed it.

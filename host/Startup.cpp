@@ -22,7 +22,7 @@ void StartUp(Global& global) {
     global.baseUid = site->Text("BaseUID");
     global.organization = site->Text("Organization");
     site->Close();
-    global.userInformation = global.ports.userInformation.NewUserInformation();
+    global.userInformation = global.ports.newUserInformation();
 }
 
 } // namespace

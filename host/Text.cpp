@@ -32,6 +32,12 @@ std::string FullDateTimeText(const DateTime& dateTime) {
     return DateText(dateTime) + " " + TimeText(dateTime);
 }
 
+std::string TimeStamp(const Clock& clock) {
+    const DateTime now = clock.Now();
+    return Padded(now.year, 4) + "." + Padded(now.month, 2) + "." + Padded(now.day, 2) + "." + Padded(now.hour, 2) +
+           "." + Padded(now.minute, 2) + "." + Padded(now.second, 2);
+}
+
 namespace {
 
 /// In a shape a "0" stands for any digit, every other character for itself.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/clock.h"
 #include "platform/datetime.h"
 #include "platform/dicom.h"
 
@@ -21,6 +22,8 @@ std::string TimeText(const DateTime& time);
 std::string DateTimeText(const DateTime& dateTime);
 /// "dd/mm/yyyy hh:mm:ss", midnight included.
 std::string FullDateTimeText(const DateTime& dateTime);
+/// The present local time as "yyyy.mm.dd.hh.MM.ss", leading zeros kept, from which UIDs are made.
+std::string TimeStamp(const Clock& clock);
 /// Reads "dd/mm/yyyy" or "yyyy-mm-dd", with or without a time; nothing when it is no date of the calendar.
 std::optional<DateTime> ParseDate(std::string_view text);
 

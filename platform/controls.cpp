@@ -7,7 +7,7 @@ namespace {
 
 void RequirePosition(const Control& list, int index, std::size_t count) {
     if (index < 0 || static_cast<std::size_t>(index) >= count)
-        throw Error(380, list.Name(), list.Name() + " has no line " + std::to_string(index));
+        throw Error(Fault::NoSuchLine, list.Name(), list.Name() + " has no line " + std::to_string(index));
 }
 
 } // namespace

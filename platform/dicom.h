@@ -28,6 +28,20 @@ struct Attribute : Tag {
 /// CR LF, a date-time (VR DA, TM, DT), or an integer.
 using Value = std::variant<std::monostate, std::string, DateTime, std::int16_t>;
 
+/// The numbers of the errors of the objects below; their source is "DICOM".
+enum class DicomFault : int {
+    FileUnreadable = 101, ///< the file cannot be opened, or is none
+    NotDicom,             ///< its structure is no DICOM file's
+    FileChanged,          ///< it was replaced between the check and the reading
+    NoSuchDataSet,
+    NoSuchItem,
+    BadValue,    ///< the value does not fit the VR
+    BadText,     ///< the declared character set cannot hold the text
+    FileUnsaved, ///< the file could not be written
+    NotSendable, ///< refused before anything was sent: the data set or its address cannot go out
+    NotStored,   ///< the service could not be reached, refused or did not answer
+};
+
 class DicomDataSet;
 using DataSetHandle = std::shared_ptr<DicomDataSet>;
 
@@ -61,9 +75,9 @@ public:
 
     /// Sends the data set to a storage service (C-STORE, PS3.4 annex B) in one association and
     /// returns when the service has answered with success and its store event has been handled.
-    /// Bounded: 5 s to connect, 30 s for each answer. A version that could not be sent is kept as a
-    /// file, which the error's description names. Errors before connecting: no study or series UID,
-    /// a UID over 64 characters, an AE title over 16, text that the declared set cannot hold.
+    /// Bounded: 5 s to connect, 30 s for each answer. `DicomFault::NotSendable`, before connecting: no
+    /// study or series UID, a UID over 64 characters, an AE title over 16, text that the declared set
+    /// cannot hold. Any other error: the service may not have the data set.
     virtual void StoreToNode(std::string_view host, std::string_view port, std::string_view callingAe,
                              std::string_view calledAe, bool wait) = 0;
 };

@@ -17,6 +17,12 @@ public:
     /// ascending byte order. A folder that cannot be read is an error.
     virtual std::vector<std::string> List(std::string_view folder, std::string_view extension) const = 0;
 
+    /// Makes an empty file in `folder` that nobody else has, `name` and `extension`, or `name`-2 and on
+    /// where that exists, and answers its path. A missing folder is made.
+    virtual std::string CreateNew(std::string_view folder, std::string_view name, std::string_view extension) = 0;
+    /// Removes a file; one that is not there, or cannot go, is no error.
+    virtual void Remove(std::string_view path) = 0;
+
     virtual std::string ReadText(std::string_view path) const = 0;
     /// Replaces the contents, whole or not at all.
     virtual void WriteText(std::string_view path, std::string_view text) = 0;

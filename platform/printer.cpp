@@ -9,7 +9,7 @@ PrintControl& PrintLayout::Control(std::string_view controlName) {
         for (auto& control : section.controls)
             if (control.name == controlName)
                 return control;
-    throw Error(424, name, name + " has no control " + std::string(controlName));
+    throw Error(Fault::NoSuchControl, name, name + " has no control " + std::string(controlName));
 }
 
 } // namespace tavrel

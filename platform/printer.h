@@ -49,6 +49,7 @@ struct PrintLayout {
     std::string caption; ///< of the preview's window
     std::string title;   ///< what "%i" stands for
     std::string fontFamily;
+    bool topMost = false; ///< the preview stays above the other windows
     double marginLeft = 20, marginTop = 15, marginRight = 20, marginBottom = 15; ///< millimetres
     std::vector<PrintSection> sections;
 
@@ -59,7 +60,7 @@ struct PrintLayout {
 class ReportPrinter {
 public:
     virtual ~ReportPrinter() = default;
-    /// Shows the layout filled from `rows` in a top-most preview window, from which the person prints
+    /// Shows the layout filled from `rows` in a preview window, from which the person prints
     /// or saves a PDF, and returns when it is closed. A picture that cannot be read is an error.
     virtual void ShowModal(const PrintLayout& layout, ResultSet& rows, const DateTime& today) = 0;
 };

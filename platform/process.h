@@ -1,6 +1,5 @@
 #pragma once
 
-#include <memory>
 #include <string>
 
 namespace tavrel {
@@ -13,6 +12,9 @@ public:
     virtual bool StartedByAutomation() const = 0;
     /// The folder of the executable, without a separator at its end.
     virtual std::string ApplicationFolder() const = 0;
+    /// The folder of this user for what must outlast the process (XDG base directories, "state"),
+    /// without a separator at its end. It need not exist.
+    virtual std::string StateFolder() const = 0;
     /// Ends the process at once: clients see it go, nothing is asked or saved. Callers return right
     /// after it all the same, so that a test can watch it.
     virtual void End() = 0;
@@ -23,13 +25,6 @@ class UserInformation {
 public:
     virtual ~UserInformation() = default;
     virtual std::string UserName() const = 0;
-};
-
-/// Makes user-information objects; every start-up takes a fresh one.
-class UserInformationFactory {
-public:
-    virtual ~UserInformationFactory() = default;
-    virtual std::unique_ptr<UserInformation> NewUserInformation() = 0;
 };
 
 } // namespace tavrel

@@ -1,10 +1,20 @@
 #include "sr/ContentNode.h"
 
-#include "host/Catalogue.h"
 #include "host/Text.h"
 #include "platform/attributes.h"
 
 namespace tavrel {
+
+void AppendCodeItem(DicomLibrary& dicom, DicomDataSet& dataSet, Tag sequence, std::string_view codeScheme,
+                    std::string_view codeValue, std::string_view codeMeaning, std::int16_t& itemIndex) {
+    if (itemIndex < 0)
+        itemIndex = static_cast<std::int16_t>(dataSet.GetSequenceItemCount(sequence));
+    const DataSetHandle item = dicom.NewDataSet();
+    dataSet.SetSequenceItem(sequence, itemIndex, item);
+    item->SetValue(attribute::CodeValue, 0, std::string(codeValue));
+    item->SetValue(attribute::CodingSchemeDesignator, 0, std::string(codeScheme));
+    item->SetValue(attribute::CodeMeaning, 0, std::string(codeMeaning));
+}
 
 void ContentNode::DicomObject(const DataSetHandle& codeItem) {
     const auto read = [&](const Attribute& attribute) {

@@ -4,8 +4,14 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace tavrel {
+
+/// Writes a coded concept (DICOM PS3.3, 8.8) into a code sequence. A negative `itemIndex` appends
+/// and becomes the new item's index; an existing item at that index is replaced.
+void AppendCodeItem(DicomLibrary& dicom, DicomDataSet& dataSet, Tag sequence, std::string_view codeScheme,
+                    std::string_view codeValue, std::string_view codeMeaning, std::int16_t& itemIndex);
 
 /// One coded content item: a coded concept (DICOM PS3.3, 8.8) and the free text that goes with it.
 class ContentNode {

@@ -1,6 +1,5 @@
 #include "sr/DcmSRDocument.h"
 
-#include "host/Catalogue.h"
 #include "host/ErrorReport.h"
 #include "host/Text.h"
 #include "platform/attributes.h"
@@ -124,7 +123,7 @@ void DcmSRDocument::LoadSeries(std::string_view folder) {
             const std::string path = std::string(folder) + "\\" + name;
             series_->LoadFile(path);
             series_->Arrange(0);
-            global_.currentSRFilePath = path;
+            global_.report.filePath = path;
         }
         versionIndex_ = LastVersion();
         ReadContent(*series_->Item(versionIndex_));
@@ -138,7 +137,7 @@ std::int16_t DcmSRDocument::NumVersions() const {
 
 void DcmSRDocument::VersionIndex(std::int16_t index) {
     if (index < 0 || index >= Versions().Count())
-        throw Error(1, "DcmSRDocument", "Bad IOD index");
+        throw Error(Fault::BadVersionIndex, "DcmSRDocument", "Bad IOD index");
     versionIndex_ = index;
 }
 
@@ -201,7 +200,7 @@ void DcmSRDocument::BuildVersionLabels() {
 
 DataSetList& DcmSRDocument::Versions() const {
     if (!series_)
-        throw Error(91, "DcmSRDocument", "The report holds no list of versions");
+        throw Error(Fault::Missing, "DcmSRDocument", "The report holds no list of versions");
     return *series_;
 }
 

@@ -10,7 +10,7 @@ namespace {
 /// The entry at `index`, counted from 1.
 template <typename List> auto& Entry(List& list, std::int16_t index) {
     if (index < 1 || static_cast<std::size_t>(index) > list.size())
-        throw Error(9, "DcmSRDocument",
+        throw Error(Fault::NoSuchEntry, "DcmSRDocument",
                     "No entry " + std::to_string(index) + " in a list of " + std::to_string(list.size()));
     return list[static_cast<std::size_t>(index) - 1];
 }

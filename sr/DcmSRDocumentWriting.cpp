@@ -1,7 +1,8 @@
-#include "host/Catalogue.h"
 #include "host/ErrorReport.h"
+#include "host/Text.h"
 #include "platform/attributes.h"
 #include "sr/DcmSRDocument.h"
+#include "sr/UnsentVersion.h"
 
 namespace tavrel {
 
@@ -104,7 +105,7 @@ void DcmSRDocument::Send() {
         const std::string port = service->Text("Port");
         const std::string aeTitle = service->Text("AETitle");
         service->Close();
-        Versions().Item(Versions().ItemCount() - 1)->StoreToNode("Localhost", port, "AE_INTERNAL", aeTitle, true);
+        StoreOrKeep(global_.ports, *Versions().Item(Versions().ItemCount() - 1), port, aeTitle);
     });
 }
 

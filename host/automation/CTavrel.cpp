@@ -73,7 +73,7 @@ void CTavrel::ConnectViewer() {
 
 Viewer& CTavrel::ConnectedViewer() const {
     if (!viewer_)
-        throw Error(91, "Tavrel", "The viewer is not connected");
+        throw Error(Fault::Missing, "Tavrel", "The viewer is not connected");
     return *viewer_;
 }
 
@@ -89,20 +89,20 @@ void CTavrel::LoadForImgSeries(std::span<const std::string> imageFiles) {
 
 void CTavrel::OpenForImgSeries(const std::shared_ptr<DataSetList>& series) {
     chooser_.ShowSRDocuments(StudyUidOf(*series));
-    global_.currentStudyUid = StudyUidOf(*series);
+    global_.report.studyUid = StudyUidOf(*series);
     const auto document = std::make_shared<DcmSRDocument>(global_);
-    global_.currentDocument = document;
+    global_.report.document = document;
     if (chooser_.cancelled() == -1)
         return;
 
-    global_.currentImageSeries = series;
+    global_.report.imageSeries = series;
     if (const auto folder = chooser_.DDO(); !folder.empty())
         document->LoadSeries(folder);
     else
         document->CreateFromDDO(*series, 0);
 
-    global_.currentSeriesUid = UidOfFirst(*series, attribute::SeriesInstanceUid);
-    MarkViewed(global_.currentSeriesUid);
+    global_.report.seriesUid = UidOfFirst(*series, attribute::SeriesInstanceUid);
+    MarkViewed(global_.report.seriesUid);
     editor_.Open(*this);
 }
 
@@ -114,13 +114,13 @@ void CTavrel::LoadSRSeries(const std::string& seriesUid) {
             return;
         }
         const auto document = std::make_shared<DcmSRDocument>(global_);
-        global_.currentDocument = document;
+        global_.report.document = document;
         document->LoadSeries(series->folder);
-        global_.currentStudyUid = series->studyUid;
-        global_.currentSeriesUid = seriesUid;
+        global_.report.studyUid = series->studyUid;
+        global_.report.seriesUid = seriesUid;
         // The study of the images themselves counts: New must never make a report for another patient.
-        if (global_.currentImageSeries && StudyUidOf(*global_.currentImageSeries) != series->studyUid)
-            global_.currentImageSeries.reset();
+        if (global_.report.imageSeries && StudyUidOf(*global_.report.imageSeries) != series->studyUid)
+            global_.report.imageSeries.reset();
 
         MarkViewed(seriesUid);
         editor_.Open(*this);
@@ -139,7 +139,7 @@ void CTavrel::AddImageToSR(const std::string& filename, const ViewParametersHand
 
 void CTavrel::RemoveImagesFromSR() {
     TrapShort(global_.ports.windows, "RemoveImageFromSR ",
-              [&] { global_.pendingImages = std::make_shared<ImageList>(); });
+              [&] { global_.report.pendingImages = std::make_shared<ImageList>(); });
 }
 
 void CTavrel::RemoveImagesFromRefertList() {

@@ -125,10 +125,10 @@ void frmSRSeriesChoice::lstSRSeries_ItemClick() {
 void frmSRSeriesChoice::cmdOk_Click() {
     TrapShort(global_.ports.windows, ErrorPrefix, [&] {
         const auto document = std::make_shared<DcmSRDocument>(global_);
-        global_.currentDocument = document;
+        global_.report.document = document;
         const auto folder = DDO();
         document->LoadSeries(folder);
-        global_.currentSRFilePath = folder + "\\img_001.dcm";
+        global_.report.filePath = folder + "\\img_001.dcm";
         chosenSeriesUid_ = TextOf(document->Series()->GetElementValue(0, attribute::SeriesInstanceUid));
         global_.ports.windows.Hide(*this);
     });

@@ -27,8 +27,7 @@ void DecodeText(DcmElement& element, const CharacterSet& set) {
 /// Decodes an item and those in it that declare no character set of their own.
 class Decoder {
 public:
-    Decoder(std::string declared, const std::shared_ptr<const DcmtkServices>& services)
-        : declared_(std::move(declared)), set_(declared_), services_(services) {}
+    explicit Decoder(std::string declared) : declared_(std::move(declared)), set_(declared_) {}
 
     DcmtkElements Decode(DcmItem& source) const {
         DcmtkElements elements;
@@ -52,16 +51,14 @@ private:
         items.reserve(source.card());
         while (const std::unique_ptr<DcmItem> item{source.remove(0UL)}) {
             const std::string declared = DeclaredCharacterSet(*item, declared_);
-            items.push_back(std::make_shared<DcmtkDataSet>(services_));
-            items.back()->Adopt(declared == declared_ ? Decode(*item) : Decoder{declared, services_}.Decode(*item),
-                                declared);
+            items.push_back(std::make_shared<DcmtkDataSet>());
+            items.back()->Adopt(declared == declared_ ? Decode(*item) : Decoder{declared}.Decode(*item), declared);
         }
         return items;
     }
 
     std::string declared_;
     CharacterSet set_;
-    const std::shared_ptr<const DcmtkServices>& services_;
 };
 
 } // namespace
@@ -73,9 +70,8 @@ std::string DeclaredCharacterSet(DcmItem& source, const std::string& inheritedSe
     return declared.c_str();
 }
 
-DcmtkElements DecodeElements(DcmItem& source, const std::string& declaredSet,
-                             const std::shared_ptr<const DcmtkServices>& services) {
-    return Decoder{declaredSet, services}.Decode(source);
+DcmtkElements DecodeElements(DcmItem& source, const std::string& declaredSet) {
+    return Decoder{declaredSet}.Decode(source);
 }
 
 } // namespace tavrel

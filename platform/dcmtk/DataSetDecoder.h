@@ -11,7 +11,6 @@ std::string DeclaredCharacterSet(DcmItem& source, const std::string& inheritedSe
 
 /// Takes the elements out of the toolkit's item `source` and decodes their text to UTF-8 from
 /// `declaredSet`, or from the set that a nested item declares.
-DcmtkElements DecodeElements(DcmItem& source, const std::string& declaredSet,
-                             const std::shared_ptr<const DcmtkServices>& services);
+DcmtkElements DecodeElements(DcmItem& source, const std::string& declaredSet);
 
 } // namespace tavrel

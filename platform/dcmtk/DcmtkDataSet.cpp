@@ -8,7 +8,6 @@
 #include "platform/dcmtk/DicomFailure.h"
 #include "platform/dcmtk/DicomValues.h"
 #include "platform/dcmtk/TextElements.h"
-#include "platform/dcmtk/UnsentVersion.h"
 #include "platform/dcmtk/WholeFile.h"
 #include "platform/paths.h"
 
@@ -60,20 +59,20 @@ void CheckValueIndex(int valueIndex, Tag tag) {
 
 } // namespace
 
-DcmtkDataSet::DcmtkDataSet(std::shared_ptr<const DcmtkServices> services)
-    : services_(std::move(services)), earlyPartParsed_(true) {}
+DcmtkDataSet::DcmtkDataSet(std::shared_ptr<const DcmtkNetwork> network)
+    : network_(std::move(network)), earlyPartParsed_(true) {}
 
-DcmtkDataSet::DcmtkDataSet(std::shared_ptr<const DcmtkServices> services, DicomFile file)
-    : services_(std::move(services)), file_(std::move(file)) {}
+DcmtkDataSet::DcmtkDataSet(std::shared_ptr<const DcmtkNetwork> network, DicomFile file)
+    : network_(std::move(network)), file_(std::move(file)) {}
 
 DcmtkDataSet::~DcmtkDataSet() = default;
 
 void DcmtkDataSet::ReadInto(const ParsedFile& file) const {
     DcmtkElements elements;
     if (file.meta)
-        elements = DecodeElements(*file.meta, {}, services_);
+        elements = DecodeElements(*file.meta, {});
     characterSet_ = DeclaredCharacterSet(*file.data);
-    elements.merge(DecodeElements(*file.data, characterSet_, services_));
+    elements.merge(DecodeElements(*file.data, characterSet_));
     elements_ = std::move(elements);
 }
 
@@ -218,7 +217,7 @@ bool DcmtkDataSet::Contains(const DcmtkDataSet& other) const {
 }
 
 std::shared_ptr<DcmtkDataSet> DcmtkDataSet::Copy() const {
-    auto copy = std::make_shared<DcmtkDataSet>(services_);
+    auto copy = std::make_shared<DcmtkDataSet>(network_);
     DcmtkElements elements;
     for (const auto& [tag, element] : Elements()) {
         if (const auto* sequence = std::get_if<DcmtkSequence>(&element)) {
@@ -244,21 +243,31 @@ void DcmtkDataSet::CheckUids() const {
                                "The version cannot be sent: it has no " + AttributeName(tag) + ".");
 }
 
+std::unique_ptr<DcmDataset> DcmtkDataSet::Sendable(const StoreTarget& target) const {
+    try {
+        if (network_ == nullptr)
+            throw DicomFailure(DicomFault::NotSendable, "A data set of a program that only reads cannot be sent.");
+        CheckTarget(target);
+        CheckUids();
+        return EncodeDataSet(*this);
+    } catch (const Error& refused) {
+        throw DicomFailure(DicomFault::NotSendable, refused.description);
+    }
+}
+
 void DcmtkDataSet::StoreToNode(std::string_view host, std::string_view port, std::string_view callingAe,
                                std::string_view calledAe, bool wait) {
     const StoreTarget target{std::string{host}, std::string{port}, std::string{callingAe}, std::string{calledAe}};
-    CheckTarget(target);
-    CheckUids();
-    auto encoded = EncodeDataSet(*this);
+    const auto encoded = Sendable(target);
     try {
-        services_->background.Run("Storing the version ...",
-                                  [&] { StoreDataSet(*encoded, target, services_->timeouts); });
+        network_->background.Run("Storing the version ...",
+                                 [&] { StoreDataSet(*encoded, target, network_->timeouts); });
     } catch (const std::exception& failure) {
-        throw KeepUnsent(services_->unsentFolder, GetString(attribute::SopInstanceUid), std::move(encoded), target,
-                         failure);
+        throw DicomFailure(DicomFault::NotStored, "The version could not be stored by the storage service " +
+                                                      target.Name() + ": " + failure.what() + ".");
     }
     if (wait)
-        services_->events.AwaitSentEvents();
+        network_->events.AwaitSentEvents();
 }
 
 } // namespace tavrel

@@ -10,12 +10,14 @@
 #include <variant>
 #include <vector>
 
+class DcmDataset;
 class DcmElement;
 
 namespace tavrel {
 
 class DcmtkDataSet;
-struct DcmtkServices;
+struct DcmtkNetwork;
+struct StoreTarget;
 
 using DcmtkSequence = std::vector<std::shared_ptr<DcmtkDataSet>>;
 using DcmtkElement = std::variant<std::unique_ptr<DcmElement>, DcmtkSequence>;
@@ -27,9 +29,10 @@ using DcmtkElements = std::map<Tag, DcmtkElement>;
 /// Elements of group 0002 are kept beside the others and never written into the data set.
 class DcmtkDataSet final : public DicomDataSet, public std::enable_shared_from_this<DcmtkDataSet> {
 public:
-    explicit DcmtkDataSet(std::shared_ptr<const DcmtkServices> services);
+    /// Without a network it can be a sequence item, and be read and saved, but not be sent.
+    explicit DcmtkDataSet(std::shared_ptr<const DcmtkNetwork> network = nullptr);
     /// A data set whose elements are parsed when something asks for them.
-    DcmtkDataSet(std::shared_ptr<const DcmtkServices> services, DicomFile file);
+    DcmtkDataSet(std::shared_ptr<const DcmtkNetwork> network, DicomFile file);
     ~DcmtkDataSet() override;
 
     Value GetValue(const Attribute& attribute, int valueIndex = 0) const override;
@@ -62,8 +65,10 @@ private:
     bool Contains(const DcmtkDataSet& other) const;
     std::string TextOf(const DcmElement& element) const;
     void CheckUids() const;
+    /// A data set that cannot go out as it stands is an error.
+    std::unique_ptr<DcmDataset> Sendable(const StoreTarget& target) const;
 
-    std::shared_ptr<const DcmtkServices> services_;
+    std::shared_ptr<const DcmtkNetwork> network_;
     std::weak_ptr<const DcmtkDataSet> holder_; ///< the data set whose sequence holds this item
 
     // Reading parses on demand, which changes nothing that a caller can see.

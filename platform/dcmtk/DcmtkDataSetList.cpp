@@ -4,15 +4,15 @@
 
 namespace tavrel {
 
-DcmtkDataSetList::DcmtkDataSetList(std::shared_ptr<const DcmtkServices> services) : services_(std::move(services)) {}
+DcmtkDataSetList::DcmtkDataSetList(std::shared_ptr<const DcmtkNetwork> network) : network_(std::move(network)) {}
 
-DcmtkDataSetList::DcmtkDataSetList(std::shared_ptr<const DcmtkServices> services,
+DcmtkDataSetList::DcmtkDataSetList(std::shared_ptr<const DcmtkNetwork> network,
                                    std::span<const std::string> headerPaths)
-    : services_(std::move(services)), headerPaths_(headerPaths.begin(), headerPaths.end()),
+    : network_(std::move(network)), headerPaths_(headerPaths.begin(), headerPaths.end()),
       dataSets_(headerPaths.size()) {}
 
 void DcmtkDataSetList::LoadFile(std::string_view path, int, int) {
-    dataSets_.push_back(std::make_shared<DcmtkDataSet>(services_, DicomFile::Checked(path)));
+    dataSets_.push_back(std::make_shared<DcmtkDataSet>(network_, DicomFile::Checked(path)));
 }
 
 int DcmtkDataSetList::Count() const {
@@ -20,7 +20,7 @@ int DcmtkDataSetList::Count() const {
 }
 
 void DcmtkDataSetList::AddDataSet(int source) {
-    dataSets_.push_back(source == -1 ? std::make_shared<DcmtkDataSet>(services_) : At(source).Copy());
+    dataSets_.push_back(source == -1 ? std::make_shared<DcmtkDataSet>(network_) : At(source).Copy());
 }
 
 DataSetHandle DcmtkDataSetList::Item(int index) const {
@@ -32,7 +32,7 @@ DcmtkDataSet& DcmtkDataSetList::At(int index) const {
         throw DicomFailure(DicomFault::NoSuchDataSet, "No data set at index " + std::to_string(index));
     auto& dataSet = dataSets_[static_cast<std::size_t>(index)];
     if (!dataSet)
-        dataSet = std::make_shared<DcmtkDataSet>(services_,
+        dataSet = std::make_shared<DcmtkDataSet>(network_,
                                                  DicomFile::Unopened(headerPaths_[static_cast<std::size_t>(index)]));
     return *dataSet;
 }

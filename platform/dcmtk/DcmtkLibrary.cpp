@@ -8,24 +8,25 @@
 
 namespace tavrel {
 
-DcmtkLibrary::DcmtkLibrary(Background& background, ServiceEvents& events, std::string unsentFolder,
-                           StoreTimeouts timeouts)
-    : services_(
-          std::make_shared<const DcmtkServices>(DcmtkServices{background, events, std::move(unsentFolder), timeouts})) {
+DcmtkLibrary::DcmtkLibrary() {
     // What goes wrong is told through errors; the toolkit's remarks on the console help nobody.
     OFLog::configure(OFLogger::OFF_LOG_LEVEL);
 }
 
+DcmtkLibrary::DcmtkLibrary(Background& background, ServiceEvents& events, StoreTimeouts timeouts) : DcmtkLibrary() {
+    network_ = std::make_shared<const DcmtkNetwork>(DcmtkNetwork{background, events, timeouts});
+}
+
 DataSetHandle DcmtkLibrary::NewDataSet() {
-    return std::make_shared<DcmtkDataSet>(services_);
+    return std::make_shared<DcmtkDataSet>(network_);
 }
 
 std::shared_ptr<DataSetList> DcmtkLibrary::NewDataSetList() {
-    return std::make_shared<DcmtkDataSetList>(services_);
+    return std::make_shared<DcmtkDataSetList>(network_);
 }
 
 std::shared_ptr<DataSetList> DcmtkLibrary::OpenImageSeries(std::span<const std::string> paths) {
-    return std::make_shared<DcmtkDataSetList>(services_, paths);
+    return std::make_shared<DcmtkDataSetList>(network_, paths);
 }
 
 } // namespace tavrel

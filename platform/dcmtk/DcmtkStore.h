@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/dcmtk/DcmtkServices.h"
+#include "platform/dcmtk/DcmtkNetwork.h"
 
 #include <string>
 

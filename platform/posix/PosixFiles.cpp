@@ -83,6 +83,26 @@ std::vector<std::string> PosixFiles::List(std::string_view folder, std::string_v
     return names;
 }
 
+std::string PosixFiles::CreateNew(std::string_view folder, std::string_view name, std::string_view extension) {
+    const auto native = NativePath(std::string(folder));
+    std::error_code failure;
+    if (std::filesystem::create_directories(native, failure))
+        chmod(native.c_str(), S_IRWXU);
+    for (int copy = 1;; ++copy) {
+        auto path =
+            native + "/" + std::string(name) + (copy > 1 ? "-" + std::to_string(copy) : "") + std::string(extension);
+        const OpenFile file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, OwnerOnly));
+        if (file.IsOpen())
+            return InsidePath(std::move(path));
+        if (errno != EEXIST)
+            Fail("Cannot make the file", path, errno);
+    }
+}
+
+void PosixFiles::Remove(std::string_view path) {
+    unlink(NativePath(std::string(path)).c_str());
+}
+
 std::string PosixFiles::ReadText(std::string_view path) const {
     const auto native = NativePath(std::string(path));
     const OpenFile file(open(native.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));

@@ -2,6 +2,7 @@
 
 #include "platform/error.h"
 #include "platform/paths.h"
+#include "platform/posix/StateFolder.h"
 
 #include <unistd.h>
 
@@ -25,6 +26,10 @@ std::string PosixProcess::ApplicationFolder() const {
     if (folder.ends_with('\\'))
         folder.pop_back();
     return folder;
+}
+
+std::string PosixProcess::StateFolder() const {
+    return InsidePath(tavrel::StateFolder());
 }
 
 void PosixProcess::End() {

@@ -15,6 +15,7 @@ public:
 
     bool StartedByAutomation() const override { return startedByAutomation_; }
     std::string ApplicationFolder() const override;
+    std::string StateFolder() const override;
     /// Runs the end hooks in the order of their registration and leaves with status 0; no destructor
     /// runs.
     void End() override;

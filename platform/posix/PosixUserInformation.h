@@ -10,9 +10,4 @@ public:
     std::string UserName() const override;
 };
 
-class PosixUserInformationFactory final : public UserInformationFactory {
-public:
-    std::unique_ptr<UserInformation> NewUserInformation() override { return std::make_unique<PosixUserInformation>(); }
-};
-
 } // namespace tavrel

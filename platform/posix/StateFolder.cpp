@@ -5,7 +5,7 @@
 
 namespace tavrel {
 
-std::string StateFolder(const std::string& name) {
+std::string StateFolder() {
     const auto pathIn = [](const char* variable) {
         const char* value = std::getenv(variable);
         return std::filesystem::path(value ? value : "");
@@ -13,7 +13,7 @@ std::string StateFolder(const std::string& name) {
     auto state = pathIn("XDG_STATE_HOME");
     if (!state.is_absolute()) // the convention: anything else is as if it were not set
         state = pathIn("HOME") / ".local" / "state";
-    return state / "tavrel" / name;
+    return state / "tavrel";
 }
 
 } // namespace tavrel

@@ -38,7 +38,8 @@ PrintPreview::PrintPreview(const PrintPages& pages)
     : pages_(pages), paper_(QPrinter::HighResolution), preview_(new QPrintPreviewWidget(&paper_, this)),
       position_(new QLabel(this)) {
     setWindowTitle(ToQt(pages.Layout().caption));
-    setWindowFlags(windowFlags() | Qt::WindowMaximizeButtonHint | Qt::WindowStaysOnTopHint);
+    setWindowFlags(windowFlags() | Qt::WindowMaximizeButtonHint);
+    setWindowFlag(Qt::WindowStaysOnTopHint, pages.Layout().topMost);
     resize(QSize(940, 740).boundedTo(screen()->availableSize()));
     SetPage(paper_, pages.Layout());
 

@@ -1,9 +1,9 @@
+#include "platform/dcmtk/DcmtkLibrary.h"
 #include "platform/error.h"
 #include "platform/odbc/OdbcDatabase.h"
 #include "platform/posix/PosixFiles.h"
 #include "platform/posix/PosixUserInformation.h"
 #include "suite/catalogue/CodeTable.h"
-#include "suite/catalogue/DicomReader.h"
 #include "suite/catalogue/FolderImport.h"
 #include "suite/catalogue/InstallationCheck.h"
 #include "suite/catalogue/OdbcEntry.h"
@@ -326,7 +326,7 @@ private:
         Command(app_, "check", "Look at the whole installation and say what is missing", [this] {
             bool well = true;
             for (const CheckResult& result :
-                 CheckInstallation(Catalogue(), reader_.Library(), PosixUserInformation().UserName())) {
+                 CheckInstallation(Catalogue(), reader_, PosixUserInformation().UserName())) {
                 std::cout << (result.well ? "well     " : "MISSING  ") << result.words << "\n";
                 well = well && result.well;
             }
@@ -339,7 +339,7 @@ private:
                   "Exit status: 0 done, 1 failed, 2 wrong arguments.",
                   "orbenta-catalogue"};
     OdbcDatabase database_;
-    DicomReader reader_;
+    DcmtkLibrary reader_;
     std::unique_ptr<Connection> connection_ = database_.NewConnection();
     std::function<int()> action_;
 

@@ -1,7 +1,7 @@
 #include "platform/dbus/DbusServiceEmitter.h"
+#include "platform/dcmtk/DcmtkLibrary.h"
 #include "platform/error.h"
 #include "platform/odbc/OdbcDatabase.h"
-#include "suite/catalogue/DicomReader.h"
 #include "suite/porvane/Archive.h"
 #include "suite/porvane/ServiceLog.h"
 #include "suite/porvane/StorageService.h"
@@ -49,8 +49,8 @@ std::unique_ptr<tavrel::DbusServiceEmitter> Events() try {
 void Serve(const std::string& studies, const std::string& dataSource, int stopSignals) {
     tavrel::OdbcDatabase database;
     tavrel::ObjectCatalogue catalogue(database, dataSource);
-    tavrel::DicomReader reader;
-    tavrel::Archive archive(studies, catalogue, reader.Library());
+    tavrel::DcmtkLibrary reader;
+    tavrel::Archive archive(studies, catalogue, reader);
     archive.Open();
     const auto service = catalogue.ReadService();
     if (!service)

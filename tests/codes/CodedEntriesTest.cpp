@@ -82,7 +82,7 @@ TEST_F(CodedEntriesTest, SeveralCodesArePickedInOneVisit) {
 }
 
 TEST_F(CodedEntriesTest, AddingTellsTheReportNothing) {
-    global.currentDocument = std::make_shared<DcmSRDocument>(global);
+    global.report.document = std::make_shared<DcmSRDocument>(global);
     workstation.AddCode("StdFinding", "SRT", "C1", "Cyst");
     WhileManagerIsOpen([this] {
         ListWholeTable();
@@ -93,7 +93,7 @@ TEST_F(CodedEntriesTest, AddingTellsTheReportNothing) {
     editor.cmdFnAdd.Press();
 
     EXPECT_EQ(editor.lstFinding.Count(), 1);
-    EXPECT_EQ(global.currentDocument->GetFindingCount(), 0);
+    EXPECT_EQ(global.report.document->GetFindingCount(), 0);
 }
 
 TEST_F(CodedEntriesTest, ModifyingCopiesTheSelectedFindingAsItIs) {

@@ -16,7 +16,7 @@ std::string LineOf(const std::string& fileName) {
 
 Texts FileNames(const ReportingStation& station) {
     Texts names;
-    for (const auto& image : *station.global.pendingImages)
+    for (const auto& image : *station.global.report.pendingImages)
         names.push_back(image.Filename);
     return names;
 }
@@ -47,9 +47,9 @@ TEST(ImageList, RemovingOneImageLeavesTheListAsItIs) {
 
 TEST(ImageList, ExistsFromTheFirstScreenFillOn) {
     ReportingStation station;
-    EXPECT_EQ(station.global.pendingImages, nullptr);
+    EXPECT_EQ(station.global.report.pendingImages, nullptr);
     station.OpenImages();
-    ASSERT_NE(station.global.pendingImages, nullptr);
+    ASSERT_NE(station.global.report.pendingImages, nullptr);
     station.automation.AddImageToSR("a.dcm", SomeView(), "");
     EXPECT_EQ(FileNames(station), Texts{"a.dcm"});
 }
@@ -58,7 +58,7 @@ TEST(ImageList, AScreenFillBeforeAnyStoredFileEmptiesIt) {
     ReportingStation station;
     AddImages(station, {"a.dcm"});
     station.OpenImages();
-    EXPECT_TRUE(station.global.pendingImages->empty());
+    EXPECT_TRUE(station.global.report.pendingImages->empty());
 }
 
 TEST(HandOverWrite, AStoreWritesTheImagesBesideTheStoredFile) {
@@ -71,7 +71,7 @@ TEST(HandOverWrite, AStoreWritesTheImagesBesideTheStoredFile) {
         R"(,1.5,#TRUE#,#FALSE#,"Bone",10,20,500,400,#FALSE#,#TRUE#,#NULL#,3,90,40,400,0.1,-2.25,1,0)"
         "\r\n";
     EXPECT_EQ(station.ReadFile("data\\SR.dat"), "\"C:\\img\\1.dcm\"" + line + "\"C:\\img\\2.dcm\"" + line);
-    EXPECT_EQ(station.global.currentSRFilePath, station.Path("data\\F1.dcm"));
+    EXPECT_EQ(station.global.report.filePath, station.Path("data\\F1.dcm"));
 }
 
 TEST(HandOverWrite, AStoredFileWithoutAFolderIsHandedOverInTheCurrentOne) {
@@ -86,8 +86,8 @@ TEST(HandOverWrite, AStoredFileWithoutAFolderIsHandedOverInTheCurrentOne) {
     } files;
     ReportingStation station;
     Global global(station.PortsWith(files));
-    global.pendingImages = std::make_shared<ImageList>(1, ImagePresentationContext{"a.dcm", SomeView(), ""});
-    global.currentSRFilePath = " F1.dcm ";
+    global.report.pendingImages = std::make_shared<ImageList>(1, ImagePresentationContext{"a.dcm", SomeView(), ""});
+    global.report.filePath = " F1.dcm ";
     ImageHandOver(global).Write();
     EXPECT_EQ(files.written, ".SR.dat");
 }
@@ -106,8 +106,8 @@ TEST(HandOverWrite, ItReplacesTheFormerContents) {
     station.WriteFile("data\\SR.dat", "something much longer than one line of fields, something much longer, "
                                       "something much longer than one line of fields, something much longer\r\n");
     AddImages(station, {"a.dcm"});
-    station.global.pendingImages->front().ViewPars = nullptr;
-    station.global.pendingImages->front().LUTName = "";
+    station.global.report.pendingImages->front().ViewPars = nullptr;
+    station.global.report.pendingImages->front().LUTName = "";
     station.serviceEvents.RaiseStore("1.2.3.2.1", station.Path("data\\F1.dcm"));
     EXPECT_EQ(station.ReadFile("data\\SR.dat"), LineOf("a.dcm"));
 }
@@ -119,7 +119,7 @@ TEST(HandOverWrite, AFailureIsToldAndTheStoredFileIsKnown) {
     station.serviceEvents.RaiseStore("1.2.3.2.1", station.Path("nowhere\\F1.dcm"));
     ASSERT_EQ(station.windows.messages.size(), 1U);
     EXPECT_TRUE(station.windows.messages[0].text.starts_with("frmReport.Porvane_OnStore:"));
-    EXPECT_EQ(station.global.currentSRFilePath, station.Path("nowhere\\F1.dcm"));
+    EXPECT_EQ(station.global.report.filePath, station.Path("nowhere\\F1.dcm"));
 }
 
 TEST(HandOverWrite, AParameterThatIsNoNumberIsToldAndTheFileStays) {
@@ -127,7 +127,7 @@ TEST(HandOverWrite, AParameterThatIsNoNumberIsToldAndTheFileStays) {
     station.OpenImages();
     station.WriteFile("data\\SR.dat", "as it was");
     AddImages(station, {"a.dcm"});
-    station.global.pendingImages->front().ViewPars->zoom = std::numeric_limits<float>::quiet_NaN();
+    station.global.report.pendingImages->front().ViewPars->zoom = std::numeric_limits<float>::quiet_NaN();
     station.serviceEvents.RaiseStore("1.2.3.2.1", station.Path("data\\F1.dcm"));
     EXPECT_EQ(station.windows.messages.size(), 1U);
     EXPECT_EQ(station.ReadFile("data\\SR.dat"), "as it was");
@@ -137,8 +137,8 @@ TEST(HandOverLoad, EveryImageGoesToTheListAndToTheViewer) {
     const HandOverStation station(
         R"("C:\img\1.dcm",1.5,#TRUE#,#FALSE#,"Bone",10,20,500,400,#FALSE#,#TRUE#,#NULL#,3,90,40,400,0.1,-2.25,1,0)"
         "\r\n");
-    ASSERT_EQ(station.global.pendingImages->size(), 1U);
-    const auto& image = station.global.pendingImages->front();
+    ASSERT_EQ(station.global.report.pendingImages->size(), 1U);
+    const auto& image = station.global.report.pendingImages->front();
     EXPECT_EQ(image.Filename, "C:\\img\\1.dcm");
     EXPECT_EQ(image.LUTName, "Bone");
     EXPECT_EQ(*image.ViewPars, *SomeView());
@@ -150,7 +150,7 @@ TEST(HandOverLoad, EveryImageGoesToTheListAndToTheViewer) {
 TEST(HandOverLoad, WithoutAFileTheListIsEmptyAndNothingIsSaid) {
     ReportingStation station;
     station.OpenReport();
-    EXPECT_TRUE(station.global.pendingImages->empty());
+    EXPECT_TRUE(station.global.report.pendingImages->empty());
     EXPECT_TRUE(station.windows.messages.empty());
 }
 
@@ -210,7 +210,7 @@ TEST(HandOver, ImagesOfANewReportSurviveItsFirstSave) {
     station.viewers.calls.clear();
     station.editor.cmdSave.Press();
     EXPECT_EQ(FileNames(station), (Texts{"a.dcm", "b.dcm"}));
-    EXPECT_EQ(*station.global.pendingImages->back().ViewPars, *SomeView());
+    EXPECT_EQ(*station.global.report.pendingImages->back().ViewPars, *SomeView());
     EXPECT_EQ(std::ranges::count(station.viewers.calls, "ViewRefertImages"), 2);
 }
 

@@ -89,7 +89,7 @@ TEST(OtherReports, TheChosenOneIsOpenedAndShown) {
     station.Choose("Second");
     station.editor.cmdOthers.Press();
     EXPECT_EQ(station.editor.txtReportTitle.Text(), "Second");
-    EXPECT_EQ(station.global.currentSeriesUid, "1.2.3.2.2");
+    EXPECT_EQ(station.global.report.seriesUid, "1.2.3.2.2");
     EXPECT_TRUE(station.windows.messages.empty());
 }
 
@@ -115,7 +115,7 @@ TEST(OtherReports, CancelChangesNothing) {
     station.InChooser([&] { station.chooser.cmdCancel.Press(); });
     station.editor.cmdOthers.Press();
     EXPECT_EQ(station.editor.txtReportAnnotation.Text(), "being written");
-    EXPECT_EQ(station.global.currentSeriesUid, "1.2.3.2.1");
+    EXPECT_EQ(station.global.report.seriesUid, "1.2.3.2.1");
     EXPECT_EQ(station.Document().NumVersions(), 1);
 }
 
@@ -126,7 +126,7 @@ TEST(OtherReports, ACancelSticksSoThatALaterChoiceIsNotShown) {
     station.Choose("Second");
     station.editor.cmdOthers.Press();
     EXPECT_EQ(station.editor.txtReportTitle.Text(), "First");
-    EXPECT_EQ(station.global.currentSeriesUid, "1.2.3.2.1");
+    EXPECT_EQ(station.global.report.seriesUid, "1.2.3.2.1");
 }
 
 TEST(OtherReports, AStudyWithOneReportKeepsItAsItIs) {
@@ -140,7 +140,7 @@ TEST(OtherReports, AStudyWithOneReportKeepsItAsItIs) {
 
 TEST(OtherReports, NewInTheChooserMakesANewReport) {
     TwoReportsOpen station;
-    station.global.currentImageSeries = station.ImageSeries();
+    station.global.report.imageSeries = station.ImageSeries();
     station.InChooser([&] { station.chooser.cmdNew.Press(); });
     station.editor.cmdOthers.Press();
     EXPECT_EQ(station.editor.lstHistory.ListCount(), 0);

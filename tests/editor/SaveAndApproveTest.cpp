@@ -113,7 +113,7 @@ TEST(Save, AVersionThatTheServiceRefusesIsToldAndStaysInTheHistory) {
 
 TEST(Save, AnEmptyDocumentIsToldWithoutAnEnd) {
     ReportingStation station;
-    station.global.currentDocument = std::make_shared<DcmSRDocument>(station.global);
+    station.global.report.document = std::make_shared<DcmSRDocument>(station.global);
     station.editor.cmdSave_Click();
     EXPECT_FALSE(station.windows.messages.empty());
     EXPECT_TRUE(station.store.sent.empty());

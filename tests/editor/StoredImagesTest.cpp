@@ -37,7 +37,7 @@ private:
 TEST(StoredImages, AreNeverLostInTwoHundredSavesToARealService) {
     ReportingStation station;
     QueuedServiceEvents events;
-    DcmtkLibrary library(station.background, events, station.NativePath("unsent").string());
+    DcmtkLibrary library(station.background, events);
     StorageNode node;
     node.BeforeAnswering([&](const StorageNode::Received& received) { events.Arrive(received.file); });
     station.SetPort(node.Port(), "PORVANE");
@@ -56,8 +56,8 @@ TEST(StoredImages, AreNeverLostInTwoHundredSavesToARealService) {
         automation.AddImageToSR(fileName, SomeView(), "");
         editor.cmdSave.Press();
         ASSERT_EQ(station.windows.Texts(), Texts{});
-        ASSERT_EQ(global.pendingImages->size(), 2U);
-        ASSERT_EQ(global.pendingImages->back().Filename, fileName);
+        ASSERT_EQ(global.report.pendingImages->size(), 2U);
+        ASSERT_EQ(global.report.pendingImages->back().Filename, fileName);
     }
     EXPECT_EQ(node.Objects().size(), 200U);
     EXPECT_EQ(editor.lstHistory.ListCount(), 200);

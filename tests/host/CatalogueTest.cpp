@@ -1,6 +1,4 @@
 #include "host/Catalogue.h"
-#include "host/Text.h"
-#include "platform/attributes.h"
 #include "platform/error.h"
 #include "tests/support/Workstation.h"
 
@@ -156,80 +154,6 @@ TEST_F(SeriesStatus, AnswersFalseWithoutAConnection) {
 
     EXPECT_FALSE(SetSeriesStatus(global, "1.2.3.1", "VIEWED"));
 }
-
-struct Stamped {
-    DateTime now;
-    std::string_view stamp;
-};
-
-class TimeStamps : public testing::TestWithParam<Stamped> {};
-
-TEST_P(TimeStamps, KeepTheirLeadingZeros) {
-    FakeClock clock;
-    clock.now = GetParam().now;
-
-    EXPECT_EQ(TimeStamp(clock), GetParam().stamp);
-}
-
-INSTANTIATE_TEST_SUITE_P(, TimeStamps,
-                         testing::Values(Stamped{{2026, 11, 15, 8, 5, 9}, "2026.11.15.08.05.09"},
-                                         Stamped{{2026, 1, 2, 0, 0, 0}, "2026.01.02.00.00.00"},
-                                         Stamped{{2026, 12, 31, 23, 59, 59}, "2026.12.31.23.59.59"}));
-
-struct PathAndFolder {
-    std::string_view path;
-    std::string_view folder;
-};
-
-class Folders : public testing::TestWithParam<PathAndFolder> {};
-
-TEST_P(Folders, EndAtTheLastSeparator) {
-    EXPECT_EQ(FolderOf(GetParam().path), GetParam().folder);
-}
-
-INSTANTIATE_TEST_SUITE_P(, Folders,
-                         testing::Values(PathAndFolder{"C:\\a\\b.dcm", "C:\\a\\"},     //
-                                         PathAndFolder{"b.dcm", "."},                  //
-                                         PathAndFolder{"", "."},                       //
-                                         PathAndFolder{"   ", "."},                    //
-                                         PathAndFolder{"  C:\\a\\b.dcm  ", "C:\\a\\"}, //
-                                         PathAndFolder{"C:\\a b\\c d.dcm", "C:\\a b\\"},
-                                         PathAndFolder{"\\b.dcm", "\\"},      //
-                                         PathAndFolder{"C:\\a\\", "C:\\a\\"}, //
-                                         PathAndFolder{"a/b.dcm", "."}));
-
-struct Appended {
-    int present;
-    std::int16_t asked;
-    std::int16_t answered;
-    int after;
-};
-
-class CodeItems : public testing::TestWithParam<Appended> {
-protected:
-    Workstation station{Workstation::NotStarted};
-};
-
-TEST_P(CodeItems, AreAppendedOrReplaced) {
-    const DataSetHandle dataSet = station.dicom->NewDataSet();
-    const Tag sequence = attribute::ConceptNameCodeSequence;
-    for (int index = 0; index < GetParam().present; ++index)
-        dataSet->SetSequenceItem(sequence, index, station.dicom->NewDataSet());
-    std::int16_t itemIndex = GetParam().asked;
-
-    AppendCodeItem(*station.dicom, *dataSet, sequence, "DCM", "121073", "Impression", itemIndex);
-
-    EXPECT_EQ(itemIndex, GetParam().answered);
-    EXPECT_EQ(dataSet->GetSequenceItemCount(sequence), GetParam().after);
-    const DataSetHandle item = dataSet->GetSequenceItem(sequence, itemIndex);
-    EXPECT_EQ(TextOf(item->GetValue(attribute::CodeValue)), "121073");
-    EXPECT_EQ(TextOf(item->GetValue(attribute::CodingSchemeDesignator)), "DCM");
-    EXPECT_EQ(TextOf(item->GetValue(attribute::CodeMeaning)), "Impression");
-}
-
-INSTANTIATE_TEST_SUITE_P(, CodeItems,
-                         testing::Values(Appended{0, -1, 0, 1}, Appended{2, -1, 2, 3}, Appended{2, -300, 2, 3},
-                                         Appended{0, 0, 0, 1}, Appended{1, 0, 0, 1}, Appended{3, 1, 1, 3}));
 
 } // namespace
 } // namespace tavrel::test

@@ -60,10 +60,10 @@ TEST_F(LongErrorReport, HasABlankBeforeZeroAndASignBeforeANegativeNumber) {
 }
 
 TEST_F(LongErrorReport, DropsTheDocumentAndClosesTheCatalogueFirst) {
-    global.currentDocument = std::make_shared<DcmSRDocument>(global);
+    global.report.document = std::make_shared<DcmSRDocument>(global);
     bool gone = false;
     station.windows.onMessage = [&](const MessageBox&) {
-        gone = !global.currentDocument && !global.catalogue->IsOpen();
+        gone = !global.report.document && !global.catalogue->IsOpen();
     };
 
     ShowApplicationError(global, "Quendor", "Esegui", TypeMismatch);

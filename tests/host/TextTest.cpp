@@ -1,4 +1,5 @@
 #include "host/Text.h"
+#include "tests/support/FakeClock.h"
 
 #include <gtest/gtest.h>
 
@@ -109,6 +110,25 @@ TEST(Numbers, ArePaddedButNeverCut) {
     EXPECT_EQ(Padded(7, 2), "07");
     EXPECT_EQ(Padded(12345, 4), "12345");
 }
+
+struct Stamped {
+    DateTime now;
+    std::string_view stamp;
+};
+
+class TimeStamps : public testing::TestWithParam<Stamped> {};
+
+TEST_P(TimeStamps, KeepTheirLeadingZeros) {
+    test::FakeClock clock;
+    clock.now = GetParam().now;
+
+    EXPECT_EQ(TimeStamp(clock), GetParam().stamp);
+}
+
+INSTANTIATE_TEST_SUITE_P(, TimeStamps,
+                         testing::Values(Stamped{{2026, 11, 15, 8, 5, 9}, "2026.11.15.08.05.09"},
+                                         Stamped{{2026, 1, 2, 0, 0, 0}, "2026.01.02.00.00.00"},
+                                         Stamped{{2026, 12, 31, 23, 59, 59}, "2026.12.31.23.59.59"}));
 
 } // namespace
 } // namespace tavrel

@@ -107,5 +107,38 @@ TEST_F(Observers, OfAnEmptyItemAreEmpty) {
     EXPECT_EQ(read.ObservationDateTime, DateTime{});
 }
 
+struct Appended {
+    int present;
+    std::int16_t asked;
+    std::int16_t answered;
+    int after;
+};
+
+class CodeItems : public testing::TestWithParam<Appended> {
+protected:
+    Workstation station{Workstation::NotStarted};
+};
+
+TEST_P(CodeItems, AreAppendedOrReplaced) {
+    const DataSetHandle dataSet = station.dicom->NewDataSet();
+    const Tag sequence = attribute::ConceptNameCodeSequence;
+    for (int index = 0; index < GetParam().present; ++index)
+        dataSet->SetSequenceItem(sequence, index, station.dicom->NewDataSet());
+    std::int16_t itemIndex = GetParam().asked;
+
+    AppendCodeItem(*station.dicom, *dataSet, sequence, "DCM", "121073", "Impression", itemIndex);
+
+    EXPECT_EQ(itemIndex, GetParam().answered);
+    EXPECT_EQ(dataSet->GetSequenceItemCount(sequence), GetParam().after);
+    const DataSetHandle item = dataSet->GetSequenceItem(sequence, itemIndex);
+    EXPECT_EQ(TextOf(item->GetValue(attribute::CodeValue)), "121073");
+    EXPECT_EQ(TextOf(item->GetValue(attribute::CodingSchemeDesignator)), "DCM");
+    EXPECT_EQ(TextOf(item->GetValue(attribute::CodeMeaning)), "Impression");
+}
+
+INSTANTIATE_TEST_SUITE_P(, CodeItems,
+                         testing::Values(Appended{0, -1, 0, 1}, Appended{2, -1, 2, 3}, Appended{2, -300, 2, 3},
+                                         Appended{0, 0, 0, 1}, Appended{1, 0, 0, 1}, Appended{3, 1, 1, 3}));
+
 } // namespace
 } // namespace tavrel::test

@@ -35,11 +35,11 @@ TEST_F(Loading, OfAFileKeepsWhatAFileDoesNotHold) {
 }
 
 TEST_F(Loading, OfAFileDoesNotMoveTheCurrentFile) {
-    global.currentSRFilePath = "before";
+    global.report.filePath = "before";
 
     document.LoadFile(station.AddReport({}) + "\\img_000001.dcm");
 
-    EXPECT_EQ(global.currentSRFilePath, "before");
+    EXPECT_EQ(global.report.filePath, "before");
 }
 
 TEST_F(Loading, OfAMissingFileNamesItAndWhy) {
@@ -138,7 +138,7 @@ TEST_F(Loading, OfASeriesMovesTheCurrentFileToTheLastOne) {
 
     document.LoadSeries(folder);
 
-    EXPECT_EQ(global.currentSRFilePath, folder + "\\img_000002.dcm");
+    EXPECT_EQ(global.report.filePath, folder + "\\img_000002.dcm");
 }
 
 TEST_F(Loading, OfASeriesForgetsTheFormerReport) {
@@ -178,7 +178,7 @@ TEST_F(Loading, ThatMeetsABrokenFileKeepsTheVersionsBeforeIt) {
 
     EXPECT_THAT(Shown(), ElementsAre(StartsWith("SRDocument.LoadSeries(" + folder + ") : ")));
     EXPECT_EQ(document.NumVersions(), 1);
-    EXPECT_EQ(global.currentSRFilePath, folder + "\\img_000001.dcm");
+    EXPECT_EQ(global.report.filePath, folder + "\\img_000001.dcm");
 }
 
 TEST_F(Loading, ArrangesAfterEveryFile) {

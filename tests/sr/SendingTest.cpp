@@ -55,13 +55,15 @@ TEST_F(Sending, LeavesTheDocumentUpdatedAndItsFirstVersionFresh) {
     EXPECT_EQ(document.NumVersions(), 1);
 }
 
-TEST_F(Sending, ShowsTheServicesRefusalAlone) {
-    station.store.answer = [](const SentVersion&) { throw Error(0xA700, "Porvane", "Out of resources"); };
+TEST_F(Sending, ShowsARefusalAlone) {
+    station.store.answer = [](const SentVersion&) {
+        throw Error(static_cast<int>(DicomFault::NotSendable), "DICOM", "It has no study.");
+    };
     CreateReport();
 
     document.Send();
 
-    ASSERT_THAT(Shown(), ElementsAre("Out of resources"));
+    ASSERT_THAT(Shown(), ElementsAre("It has no study."));
     EXPECT_EQ(station.windows.messages[0].title, "");
     EXPECT_EQ(station.windows.messages[0].buttons, Buttons::Ok);
 }

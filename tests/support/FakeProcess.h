@@ -2,37 +2,42 @@
 
 #include "platform/process.h"
 
+#include <memory>
+
 namespace tavrel::test {
 
 class FakeProcess : public Process {
 public:
     bool startedByAutomation = false;
-    std::string applicationFolder; ///< no separator at its end
-    int ended = 0;                 ///< how often the process was ended
+    std::string applicationFolder; ///< no separator at its end, as in the next
+    std::string stateFolder;
+    int ended = 0; ///< how often the process was ended
 
     bool StartedByAutomation() const override { return startedByAutomation; }
     std::string ApplicationFolder() const override { return applicationFolder; }
+    std::string StateFolder() const override { return stateFolder; }
     void End() override { ++ended; }
 };
 
-class FakeUserInformationFactory : public UserInformationFactory {
+/// Who works at the workstation; every start-up takes a fresh object.
+class FakeUsers {
 public:
-    std::string userName = "mrossi"; ///< who works at the workstation
+    std::string userName = "mrossi";
     int made = 0;
 
-    std::unique_ptr<UserInformation> NewUserInformation() override {
+    std::unique_ptr<UserInformation> operator()() {
         ++made;
-        return std::make_unique<FakeUserInformation>(*this);
+        return std::make_unique<Information>(*this);
     }
 
 private:
-    class FakeUserInformation : public UserInformation {
+    class Information : public UserInformation {
     public:
-        explicit FakeUserInformation(const FakeUserInformationFactory& factory) : factory_(factory) {}
-        std::string UserName() const override { return factory_.userName; }
+        explicit Information(const FakeUsers& users) : users_(users) {}
+        std::string UserName() const override { return users_.userName; }
 
     private:
-        const FakeUserInformationFactory& factory_;
+        const FakeUsers& users_;
     };
 };
 

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <functional>
 #include <stdexcept>
 
 namespace tavrel::test {
@@ -63,8 +64,8 @@ std::string Quoted(std::string_view text) {
 Workstation::Workstation(State state)
     : folder(MakeFolder()), files(std::make_unique<PosixFiles>()),
       database(std::make_unique<OwnCatalogue>(folder / "catalogue.db", connectionTexts)),
-      dicom(std::make_unique<DcmtkLibrary>(background, serviceEvents, (folder / "unsent").string())), store(*dicom),
-      global(PortsWith(*database)), beside_(database->NewConnection()) {
+      dicom(std::make_unique<DcmtkLibrary>(background, serviceEvents)), store(*dicom), global(PortsWith(*database)),
+      beside_(database->NewConnection()) {
     beside_->Open({}, {}, {});
     CreateSchema(*beside_, Engine::Sqlite);
     Insert("SiteData", {{"BaseUID", "1.2.999"}, {"Organization", "Orbenta General Hospital"}});
@@ -73,6 +74,7 @@ Workstation::Workstation(State state)
     AddUser("mrossi", "Dr. Mario Rossi");
     connectionTexts.clear();
     process.applicationFolder = Path();
+    process.stateFolder = Path("state");
     if (state == Started)
         Init(global);
 }
@@ -83,15 +85,15 @@ Workstation::~Workstation() {
 }
 
 Ports Workstation::PortsWith(Database& other) {
-    return {store, other, windows, *files, process, users, clock};
+    return {store, other, windows, *files, process, std::ref(users), clock};
 }
 
 Ports Workstation::PortsWith(DicomLibrary& other) {
-    return {other, *database, windows, *files, process, users, clock};
+    return {other, *database, windows, *files, process, std::ref(users), clock};
 }
 
 Ports Workstation::PortsWith(Files& other) {
-    return {store, *database, windows, other, process, users, clock};
+    return {store, *database, windows, other, process, std::ref(users), clock};
 }
 
 std::string Workstation::Path(std::string_view below) const {
@@ -213,7 +215,7 @@ std::string Workstation::AddReport(const ReportSeed& seed) {
     RecordingStore service(*dicom);
     std::string file;
     service.answer = [&](const SentVersion& sent) { sent.dataSet->SaveToFile(Path(below) + "\\" + file); };
-    Global writer(Ports{service, *database, screen, *files, process, users, past});
+    Global writer(Ports{service, *database, screen, *files, process, std::ref(users), past});
     writer.catalogue = database->NewConnection();
     writer.catalogue->Open({}, {}, {});
     writer.baseUid = "1.2.999";

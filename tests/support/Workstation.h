@@ -89,7 +89,7 @@ public:
     FakeClock clock;
     FakeWindows windows;
     FakeProcess process;
-    FakeUserInformationFactory users;
+    FakeUsers users;
     FakeViewerLink viewers;
     FakeServiceEvents serviceEvents;
     InlineBackground background;

@@ -60,7 +60,7 @@ TEST(HandingImagesOver, ImagesAreKeptInTheOrderAddedWithTheViewersOwnObject) {
     station.automation.RemoveImagesFromSR();
     station.automation.AddImageToSR("b.dcm", view, "Bone");
     station.automation.AddImageToSR("a.dcm", nullptr, "");
-    const auto& images = *station.global.pendingImages;
+    const auto& images = *station.global.report.pendingImages;
     ASSERT_EQ(images.size(), 2U);
     EXPECT_EQ(images[0].Filename, "b.dcm");
     EXPECT_EQ(images[0].LUTName, "Bone");
@@ -72,9 +72,9 @@ TEST(HandingImagesOver, RemovingPutsANewEmptyListInPlace) {
     ReportingStation station;
     station.automation.RemoveImagesFromSR();
     station.automation.AddImageToSR("a.dcm", SomeView(), "");
-    const auto before = station.global.pendingImages;
+    const auto before = station.global.report.pendingImages;
     station.automation.RemoveImagesFromSR();
-    EXPECT_TRUE(station.global.pendingImages->empty());
+    EXPECT_TRUE(station.global.report.pendingImages->empty());
     EXPECT_EQ(before->size(), 1U);
 }
 

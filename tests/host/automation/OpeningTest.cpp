@@ -48,9 +48,9 @@ TEST(OpeningImages, TheStudyTheSeriesAndTheImagesBecomeTheCurrentOnes) {
     ReportingStation station;
     const auto images = station.ImageSeries();
     station.automation.LoadForImgSeries(images);
-    EXPECT_EQ(station.global.currentStudyUid, "1.2.3");
-    EXPECT_EQ(station.global.currentSeriesUid, "1.2.3.1");
-    EXPECT_EQ(station.global.currentImageSeries, images);
+    EXPECT_EQ(station.global.report.studyUid, "1.2.3");
+    EXPECT_EQ(station.global.report.seriesUid, "1.2.3.1");
+    EXPECT_EQ(station.global.report.imageSeries, images);
 }
 
 TEST(OpeningImages, TheImageSeriesIsMarkedViewedAlsoWhenAnExistingReportIsOpened) {
@@ -71,7 +71,7 @@ TEST(OpeningImages, FilesAreOpenedAsTheSeries) {
     station.ImageSeries()->Item(0)->SaveToFile(files[0]);
     station.automation.LoadForImgSeries(files);
     EXPECT_TRUE(station.windows.messages.empty());
-    EXPECT_EQ(station.global.currentSeriesUid, "1.2.3.1");
+    EXPECT_EQ(station.global.report.seriesUid, "1.2.3.1");
 }
 
 TEST(OpeningImages, CancelOpensNothingButReplacesTheDocument) {
@@ -85,7 +85,7 @@ TEST(OpeningImages, CancelOpensNothingButReplacesTheDocument) {
     EXPECT_EQ(std::ranges::count(station.windows.calls, "Show frmReport"), 0);
     EXPECT_EQ(station.HistoryCount(), before);
     EXPECT_EQ(station.Document().NumVersions(), 0);
-    EXPECT_EQ(station.global.currentImageSeries, nullptr);
+    EXPECT_EQ(station.global.report.imageSeries, nullptr);
 }
 
 TEST(OpeningImages, CancelLeavesTheSeriesStatusAlone) {
@@ -158,7 +158,7 @@ TEST(OpeningImages, AFailureDropsTheDocumentAndClosesTheCatalogue) {
     ReportingStation station;
     station.OpenReport();
     station.automation.LoadForImgSeries(std::span<const std::string>{});
-    EXPECT_EQ(station.global.currentDocument, nullptr);
+    EXPECT_EQ(station.global.report.document, nullptr);
     EXPECT_FALSE(station.global.catalogue->IsOpen());
 }
 
@@ -166,7 +166,7 @@ TEST(OpeningImages, AfterAFailureEveryHandlerAnswersWithAMessage) {
     ReportingStation station;
     station.OpenReport();
     station.automation.LoadForImgSeries(std::span<const std::string>{});
-    station.global.currentImageSeries = station.ImageSeries();
+    station.global.report.imageSeries = station.ImageSeries();
     auto& editor = station.editor;
     using Handler = void (frmReport::*)();
     for (const Handler handler : {&frmReport::lstHistory_Click, &frmReport::cmdLastVersion_Click,
@@ -194,8 +194,8 @@ TEST(OpeningAReport, ItIsLoadedFromItsFolderAndShown) {
     ReportingStation station;
     station.OpenReport({.versions = 3});
     EXPECT_EQ(station.Document().NumVersions(), 3);
-    EXPECT_EQ(station.global.currentStudyUid, "1.2.3");
-    EXPECT_EQ(station.global.currentSeriesUid, "1.2.3.2.1");
+    EXPECT_EQ(station.global.report.studyUid, "1.2.3");
+    EXPECT_EQ(station.global.report.seriesUid, "1.2.3.2.1");
     EXPECT_TRUE(station.windows.IsShown(station.editor));
     EXPECT_TRUE(station.windows.messages.empty());
 }
@@ -223,7 +223,7 @@ TEST(OpeningAReport, AnUnknownSeriesIsToldAndOpensNothing) {
     station.automation.LoadSRSeries("9.9");
     EXPECT_EQ(station.windows.Texts(), Texts{"Cannot find SRSeries UID='9.9'"});
     EXPECT_EQ(station.windows.messages[0].title, "");
-    EXPECT_EQ(station.global.currentDocument, nullptr);
+    EXPECT_EQ(station.global.report.document, nullptr);
     EXPECT_FALSE(station.windows.IsShown(station.editor));
 }
 
@@ -239,7 +239,7 @@ TEST(OpeningAReport, OfTheSameStudyKeepsTheImagesForANewOne) {
     ReportingStation station;
     station.OpenImages();
     station.OpenReport();
-    EXPECT_NE(station.global.currentImageSeries, nullptr);
+    EXPECT_NE(station.global.report.imageSeries, nullptr);
     EXPECT_TRUE(station.editor.cmdNew.Enabled());
 }
 
@@ -248,7 +248,7 @@ TEST(OpeningAReport, OfAnotherStudyForgetsTheImagesOfTheFirst) {
     AddOtherPatientsReport(station);
     station.OpenImages();
     station.automation.LoadSRSeries("1.9.2");
-    EXPECT_EQ(station.global.currentImageSeries, nullptr);
+    EXPECT_EQ(station.global.report.imageSeries, nullptr);
     EXPECT_FALSE(station.editor.cmdNew.Enabled());
 }
 
@@ -262,7 +262,7 @@ TEST(OpeningAReport, OfAStudyWhoseImagesWereCancelledForgetsTheImagesOfTheFirst)
     station.InChooser([&] { station.chooser.cmdCancel.Press(); });
     station.automation.LoadForImgSeries(otherImages);
     station.automation.LoadSRSeries("1.9.2");
-    EXPECT_EQ(station.global.currentImageSeries, nullptr);
+    EXPECT_EQ(station.global.report.imageSeries, nullptr);
 }
 
 } // namespace

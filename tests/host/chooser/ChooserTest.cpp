@@ -139,7 +139,7 @@ TEST(Chooser, OkNotesTheFirstFileOfTheFolderAsTheCurrentOne) {
     TwoReports station;
     station.InChooser([&] { station.chooser.cmdOk.Press(); });
     station.chooser.ShowSRDocuments("1.2.3");
-    EXPECT_EQ(station.global.currentSRFilePath, station.Path("study\\report1") + "\\img_001.dcm");
+    EXPECT_EQ(station.global.report.filePath, station.Path("study\\report1") + "\\img_001.dcm");
 }
 
 TEST(Chooser, ADoubleClickOpensAsOkDoes) {

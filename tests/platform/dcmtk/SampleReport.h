@@ -31,7 +31,7 @@ struct TestLibrary {
     TestFolder folder;
     InlineBackground background;
     FakeServiceEvents events;
-    DcmtkLibrary dicom{background, events, folder.File("unsent"), {std::chrono::seconds{1}, std::chrono::seconds{1}}};
+    DcmtkLibrary dicom{background, events, {std::chrono::seconds{1}, std::chrono::seconds{1}}};
 
     /// The file as the only data set of a list.
     std::shared_ptr<DataSetList> Load(const std::string& path);

@@ -50,8 +50,7 @@ TEST(UserInformation, TheUserIsTheOneWhomTheSystemNames) {
     std::array<char, 256> line{};
     const std::unique_ptr<FILE, int (*)(FILE*)> id(popen("id -un", "r"), pclose);
     ASSERT_TRUE(fgets(line.data(), line.size(), id.get()));
-    PosixUserInformationFactory factory;
-    EXPECT_EQ(factory.NewUserInformation()->UserName() + "\n", line.data());
+    EXPECT_EQ(PosixUserInformation().UserName() + "\n", line.data());
 }
 
 } // namespace

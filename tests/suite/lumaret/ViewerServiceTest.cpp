@@ -143,8 +143,8 @@ TEST_F(ViewerServiceTest, ViewParametersComeBackEqualThroughFileBusAndViewer) {
     ASSERT_TRUE(WaitUntil([&] { return client.Open(); }));
     ImageView screen;
     for (const ViewParameters& parameters : ExtremeViews()) {
-        station.global.currentSRFilePath = station.Path("img_000001.dcm");
-        station.global.pendingImages = std::make_shared<ImageList>();
+        station.global.report.filePath = station.Path("img_000001.dcm");
+        station.global.report.pendingImages = std::make_shared<ImageList>();
         ImageHandOver handOver(station.global);
         handOver.AddImage(image.toStdString(), std::make_shared<ViewParameters>(parameters), "Bone");
         handOver.Write();

@@ -3,8 +3,6 @@
 #include "platform/attributes.h"
 #include "platform/dcmtk/DcmtkLibrary.h"
 #include "platform/error.h"
-#include "tests/support/FakeServiceEvents.h"
-#include "tests/support/InlineBackground.h"
 
 #include <array>
 #include <cstdlib>
@@ -51,9 +49,7 @@ void ReadItems(const DicomDataSet& dataSet, int depth) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
-    static test::InlineBackground background;
-    static test::FakeServiceEvents events;
-    static DcmtkLibrary library{background, events, "/nonexistent"};
+    static DcmtkLibrary library;
     const MemoryFile file{bytes, size};
     const std::array paths{file.Path()};
     try {

@@ -4,7 +4,6 @@
 #include "platform/service_events.h"
 
 #include <chrono>
-#include <string>
 
 namespace tavrel {
 
@@ -13,11 +12,10 @@ struct StoreTimeouts {
     std::chrono::seconds answer{30}; ///< each answer of the service
 };
 
-/// What every data set of a library uses to be sent.
-struct DcmtkServices {
+/// What a data set is sent with. Sequence items, and the data sets of a library that only reads, have none.
+struct DcmtkNetwork {
     Background& background;
     ServiceEvents& events;
-    std::string unsentFolder; ///< native
     StoreTimeouts timeouts;
 };
 
