@@ -30,11 +30,17 @@ function(tavrel_test room)
     endif()
     target_link_libraries(${program} PRIVATE ${test_LIBRARIES} GTest::gmock ${main})
     target_compile_definitions(${program} PRIVATE ${test_DEFINITIONS})
+    # Libraries leak and race in their own way. A race of ours ends the program that it is in, so that a test
+    # notices it in the programs that it starts too.
+    set(support ${PROJECT_SOURCE_DIR}/tests/support)
+    set(properties
+        TIMEOUT ${test_TIMEOUT}
+        ENVIRONMENT LSAN_OPTIONS=suppressions=${support}/lsan.supp
+        ENVIRONMENT_MODIFICATION "TSAN_OPTIONS=set:suppressions=${support}/tsan.supp halt_on_error=1")
     if(test_RUNNER)
         add_test(NAME ${room}.${test_PART} COMMAND ${test_RUNNER} $<TARGET_FILE:${program}>)
-        set_tests_properties(${room}.${test_PART} PROPERTIES TIMEOUT ${test_TIMEOUT}
-            ENVIRONMENT LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/lsan.supp)
+        set_tests_properties(${room}.${test_PART} PROPERTIES ${properties})
     else()
-        gtest_discover_tests(${program} TEST_PREFIX ${room}. DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT ${test_TIMEOUT})
+        gtest_discover_tests(${program} TEST_PREFIX ${room}. DISCOVERY_MODE PRE_TEST PROPERTIES ${properties})
     endif()
 endfunction()
