@@ -1,0 +1,69 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <string_view>
+
+/// What is asked of texts in many places. Letter case is ASCII's alone.
+namespace tavrel {
+
+inline bool IsDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+inline bool IsUpper(char c) {
+    return c >= 'A' && c <= 'Z';
+}
+
+inline bool IsLower(char c) {
+    return c >= 'a' && c <= 'z';
+}
+
+inline char ToLower(char c) {
+    return IsUpper(c) ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+inline char ToUpper(char c) {
+    return IsLower(c) ? static_cast<char>(c - 'a' + 'A') : c;
+}
+
+/// A blank, a tab or what ends a line.
+inline bool IsBlank(char c) {
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+/// Whether two texts are one but for letter case.
+inline bool SameInAnyCase(std::string_view left, std::string_view right) {
+    return std::ranges::equal(left, right, {}, ToLower, ToLower);
+}
+
+/// Without the characters `blanks` at its end.
+inline std::string_view TrimmedRight(std::string_view text, std::string_view blanks = " ") {
+    return text.substr(0, text.find_last_not_of(blanks) + 1);
+}
+
+/// Without the characters `blanks` at either end.
+inline std::string_view Trimmed(std::string_view text, std::string_view blanks = " ") {
+    text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
+    return TrimmedRight(text, blanks);
+}
+
+/// Whether the byte of a UTF-8 text belongs to the character before it.
+inline bool IsContinuation(char byte) {
+    return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
+}
+
+/// The number of characters (code points) of a UTF-8 text.
+inline std::size_t CountCharacters(std::string_view text) {
+    return text.size() - static_cast<std::size_t>(std::ranges::count_if(text, IsContinuation));
+}
+
+/// The first `count` characters of a UTF-8 text.
+inline std::string_view FirstCharacters(std::string_view text, std::size_t count) {
+    for (std::size_t at = 0; at < text.size(); ++at)
+        if (!IsContinuation(text[at]) && count-- == 0)
+            return text.substr(0, at);
+    return text;
+}
+
+} // namespace tavrel

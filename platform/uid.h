@@ -1,0 +1,33 @@
+#pragma once
+
+#include "platform/limits.h"
+#include "platform/text.h"
+
+#include <string_view>
+
+namespace tavrel {
+
+/// Whether `text` can stand as a UID (DICOM PS3.5, 9.1): digits and points that begin with a digit. Components that
+/// the standard forbids pass: zero-padded ones stand in every report's own UIDs, and neither these nor an empty one
+/// are a reason to lose another maker's object.
+inline bool IsUid(std::string_view text) {
+    const auto digitOrPoint = [](char c) { return IsDigit(c) || c == '.'; };
+    return !text.empty() && text.size() <= longest::Uid && text.front() != '.' &&
+           std::ranges::all_of(text, digitOrPoint);
+}
+
+/// Whether `text` is a UID with each component as the standard has it: a number without a needless 0.
+inline bool IsStandardUid(std::string_view text) {
+    if (!IsUid(text))
+        return false;
+    for (std::string_view rest = text;;) {
+        const std::string_view component = rest.substr(0, rest.find('.'));
+        if (component.empty() || (component.size() > 1 && component.front() == '0'))
+            return false;
+        if (component.size() == rest.size())
+            return true;
+        rest.remove_prefix(component.size() + 1);
+    }
+}
+
+} // namespace tavrel
