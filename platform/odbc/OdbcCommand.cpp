@@ -2,24 +2,20 @@
 
 #include "platform/odbc/OdbcError.h"
 #include "platform/odbc/OdbcStatement.h"
+#include "platform/text.h"
 
 #include <sqlext.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace tavrel {
 
 namespace {
 
-/// Code points of a UTF-8 text: every byte but the continuation bytes.
-int CountCharacters(std::string_view text) {
-    return static_cast<int>(
-        std::ranges::count_if(text, [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U; }));
-}
-
 void RequireThatItFits(const Parameter& parameter) {
-    const int characters = CountCharacters(parameter.value);
-    if (characters > parameter.size)
+    const std::size_t characters = CountCharacters(parameter.value);
+    if (std::cmp_greater(characters, parameter.size))
         throw OdbcError(OdbcFailure::ParameterTooLong, "\"" + parameter.name + "\" has " + std::to_string(characters) +
                                                            " characters; at most " + std::to_string(parameter.size) +
                                                            " can be stored.");

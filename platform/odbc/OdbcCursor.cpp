@@ -1,7 +1,7 @@
 #include "platform/odbc/OdbcCursor.h"
 
 #include "platform/odbc/OdbcError.h"
-#include "platform/odbc/OdbcNames.h"
+#include "platform/text.h"
 
 #include <sqlext.h>
 #include <sqlucode.h>
@@ -16,10 +16,6 @@ namespace {
 /// A longer value is read by a call of its own. Room for more would slow every row down: the SQLite
 /// driver fills a buffer to its end.
 constexpr std::size_t ColumnBufferSize = 256;
-
-std::string_view WithoutPadding(std::string_view text) {
-    return text.substr(0, text.find_last_not_of(' ') + 1);
-}
 
 } // namespace
 
@@ -51,7 +47,7 @@ bool OdbcCursor::IsFixedWidthText(SQLUSMALLINT number, SQLSMALLINT sqlType) cons
     if (sqlType != SQL_VARCHAR)
         return sqlType == SQL_CHAR || sqlType == SQL_WCHAR;
     const std::string type = Attribute(number, SQL_DESC_TYPE_NAME);
-    return SameName(type, "CHAR") || SameName(type, "CHARACTER") || SameName(type, "NCHAR");
+    return SameInAnyCase(type, "CHAR") || SameInAnyCase(type, "CHARACTER") || SameInAnyCase(type, "NCHAR");
 }
 
 std::string OdbcCursor::Attribute(SQLUSMALLINT number, SQLUSMALLINT attribute) const {
@@ -128,8 +124,9 @@ void OdbcCursor::Close() {
 }
 
 int OdbcCursor::FieldIndex(std::string_view name) const {
+    // Engines fold letter case each in their own way.
     const auto found =
-        std::ranges::find_if(columns_, [&](const Column& column) { return SameName(column.name, name); });
+        std::ranges::find_if(columns_, [&](const Column& column) { return SameInAnyCase(column.name, name); });
     if (found == columns_.end())
         throw OdbcError(OdbcFailure::UnknownField, "The result has no field \"" + std::string(name) + "\".");
     return static_cast<int>(found - columns_.begin());
@@ -144,7 +141,7 @@ std::optional<std::string_view> OdbcCursor::Field(int index) const {
     const std::string_view text = column.overflowing
                                       ? std::string_view(column.longText)
                                       : std::string_view(column.buffer, static_cast<std::size_t>(column.length));
-    return column.padded ? WithoutPadding(text) : text;
+    return column.padded ? TrimmedRight(text) : text;
 }
 
 OdbcCursor::Origin OdbcCursor::OriginOf(int index) const {

@@ -1,6 +1,7 @@
 #include "platform/odbc/OdbcDynamicResultSet.h"
 
 #include "platform/odbc/OdbcError.h"
+#include "platform/sql.h"
 
 namespace tavrel {
 
@@ -55,15 +56,13 @@ void OdbcDynamicResultSet::Update() {
 }
 
 void OdbcDynamicResultSet::Insert() {
-    std::string columns;
-    std::string marks;
+    std::vector<std::string> columns;
     std::vector<BoundText> values;
     for (const auto& [index, value] : changes_) {
-        columns += (columns.empty() ? "" : ", ") + ColumnName(index);
-        marks += marks.empty() ? "?" : ", ?";
+        columns.push_back(ColumnName(index));
         values.push_back(Bound(index, value));
     }
-    Run("INSERT INTO " + Table() + " (" + columns + ") VALUES (" + marks + ")", values);
+    Run(InsertStatement(Table(), columns), values);
 
     ApplyChangesTo(rows_.emplace_back(origins_.size()));
     position_ = rows_.size() - 1;
@@ -72,11 +71,11 @@ void OdbcDynamicResultSet::Insert() {
 
 void OdbcDynamicResultSet::ChangeCurrent() {
     Row& row = rows_[position_];
-    std::string assignments;
+    std::vector<std::string> assignments;
     std::string condition;
     std::vector<BoundText> values;
     for (const auto& [index, value] : changes_) {
-        assignments += (assignments.empty() ? "" : ", ") + ColumnName(index) + " = ?";
+        assignments.push_back(ColumnName(index) + " = ?");
         values.push_back(Bound(index, value));
     }
     for (std::size_t index = 0; index < row.size(); ++index) {
@@ -84,7 +83,7 @@ void OdbcDynamicResultSet::ChangeCurrent() {
         if (row[index])
             values.push_back(Bound(index, *row[index]));
     }
-    if (Run("UPDATE " + Table() + " SET " + assignments + " WHERE " + condition, values) < 1)
+    if (Run("UPDATE " + Table() + " SET " + Listed(assignments) + " WHERE " + condition, values) < 1)
         throw OdbcError(OdbcFailure::RowChangedMeanwhile,
                         "The row was not stored: someone else has changed or deleted it in the meantime.");
     ApplyChangesTo(row);
@@ -101,18 +100,18 @@ std::string OdbcDynamicResultSet::Table() const {
         if (origin.table.empty() || origin.table != origins_.front().table)
             throw OdbcError(OdbcFailure::ReadOnly,
                             "The row cannot be stored: its fields are not the columns of one table.");
-    return Quoted(origins_.front().table);
+    return Identifier(origins_.front().table);
 }
 
 std::string OdbcDynamicResultSet::ColumnName(std::size_t index) const {
-    return Quoted(origins_[index].column);
+    return Identifier(origins_[index].column);
 }
 
 BoundText OdbcDynamicResultSet::Bound(std::size_t index, std::string_view value) const {
     return {value, origins_[index].sqlType, origins_[index].size};
 }
 
-std::string OdbcDynamicResultSet::Quoted(std::string_view name) const {
+std::string OdbcDynamicResultSet::Identifier(std::string_view name) const {
     const std::string& quote = session_->IdentifierQuote();
     return quote + std::string(name) + quote;
 }

@@ -42,7 +42,7 @@ private:
     std::string Table() const;
     std::string ColumnName(std::size_t index) const;
     BoundText Bound(std::size_t index, std::string_view value) const;
-    std::string Quoted(std::string_view name) const;
+    std::string Identifier(std::string_view name) const;
     void ApplyChangesTo(Row& row);
 
     std::shared_ptr<OdbcSession> session_;

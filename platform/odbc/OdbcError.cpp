@@ -1,5 +1,7 @@
 #include "platform/odbc/OdbcError.h"
 
+#include "platform/text.h"
+
 #include <array>
 #include <string_view>
 #include <utility>
@@ -28,13 +30,12 @@ struct Record {
 std::string OneLine(std::string_view text) {
     std::string line;
     for (const char character : text) {
-        const bool blank = character == ' ' || (character >= '\t' && character <= '\r');
-        if (!blank)
+        if (!IsBlank(character))
             line += character;
         else if (!line.empty() && line.back() != ' ')
             line += ' ';
     }
-    return line.substr(0, line.find_last_not_of(' ') + 1);
+    return std::string(TrimmedRight(line));
 }
 
 std::vector<Record> ReadRecords(SQLSMALLINT handleType, SQLHANDLE handle) {

@@ -1,6 +1,7 @@
 #include "platform/odbc/SingleStatement.h"
 
 #include "platform/odbc/OdbcError.h"
+#include "platform/text.h"
 
 #include <cstddef>
 
@@ -10,14 +11,8 @@ namespace {
 
 constexpr auto Npos = std::string_view::npos;
 
-bool IsBlank(char c) {
-    return c == ' ' || (c >= '\t' && c <= '\r');
-}
 bool IsLetter(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || static_cast<unsigned char>(c) >= 0x80;
-}
-bool IsDigit(char c) {
-    return c >= '0' && c <= '9';
+    return IsLower(c) || IsUpper(c) || c == '_' || static_cast<unsigned char>(c) >= 0x80;
 }
 
 /// Walks over a statement's text, one token a step.
