@@ -1,7 +1,9 @@
 #include "suite/catalogue/CodeTable.h"
 
-#include "platform/error.h"
+#include "platform/limits.h"
+#include "platform/text.h"
 #include "suite/catalogue/CsvReader.h"
+#include "suite/catalogue/Rows.h"
 #include "suite/catalogue/TextRules.h"
 
 #include <algorithm>
@@ -14,9 +16,10 @@ namespace {
 
 struct Column {
     const char* name;
-    std::size_t longest; ///< SH and LO (DICOM PS3.5, 6.2)
+    std::size_t longest;
 };
-constexpr std::array<Column, 3> Columns = {{{"CodeScheme", 16}, {"CodeValue", 16}, {"CodeMeaning", 64}}};
+constexpr std::array Columns{Column{"CodeScheme", longest::CodeScheme}, Column{"CodeValue", longest::CodeValue},
+                             Column{"CodeMeaning", longest::CodeMeaning}};
 using Code = std::array<std::string, Columns.size()>;
 constexpr std::size_t Value = 1;
 
@@ -65,6 +68,8 @@ private:
             if (const std::string bad = TextFault(code[i], Columns[i].longest); !bad.empty())
                 fault = std::string(Columns[i].name) + " " + bad;
         }
+        // Blanks behind a code do not tell it from another one.
+        code[Value] = TrimmedRight(code[Value]);
         if (fault.empty()) {
             const auto [first, isNew] = lines_.try_emplace(code[Value], row.line);
             if (!isNew)
@@ -84,28 +89,18 @@ std::set<std::string> KnownValues(Connection& connection, const std::string& tab
     std::set<std::string> known;
     const auto rows = connection.OpenResultSet("SELECT CodeValue FROM " + table);
     for (; !rows->AtEnd(); rows->MoveNext())
-        known.emplace(rows->Field("CodeValue").value_or(""));
+        known.emplace(TrimmedRight(rows->Field("CodeValue").value_or("")));
     return known;
 }
 
-void Insert(Command& command, const Code& code) {
+void Insert(Connection& connection, const std::string& table, const Code& code) {
+    ColumnTexts row;
     for (std::size_t i = 0; i < Columns.size(); ++i)
-        command.Append(
-            {Columns[i].name, ParameterType::VariableCharacter, static_cast<int>(Columns[i].longest), code[i]});
-    command.Execute();
-    for (std::size_t i = 0; i < Columns.size(); ++i)
-        command.Delete(0);
+        row.emplace_back(Columns[i].name, code[i]);
+    InsertRow(connection, table, row);
 }
 
 } // namespace
-
-std::string CodeTableName(const std::string& kind) {
-    static const std::map<std::string, std::string> tables = {{"titles", "StdTitles"},
-                                                              {"bodyparts", "StdBodyPart"},
-                                                              {"findings", "StdFinding"},
-                                                              {"diagnoses", "StdDiagnosis"}};
-    return tables.at(kind);
-}
 
 CodeImport ImportCodes(Connection& connection, const std::string& table, std::string_view csv, bool replace) {
     const CodeFile file(csv);
@@ -117,12 +112,10 @@ CodeImport ImportCodes(Connection& connection, const std::string& table, std::st
     if (replace)
         connection.OpenResultSet("DELETE FROM " + table);
     const std::set<std::string> known = KnownValues(connection, table);
-    const auto command = connection.NewCommand();
-    command->Text("INSERT INTO " + table + " (CodeScheme, CodeValue, CodeMeaning) VALUES (?, ?, ?)");
     for (const Code& code : file.codes) {
         const bool knownCode = known.contains(code[Value]);
         if (!knownCode)
-            Insert(*command, code);
+            Insert(connection, table, code);
         ++(knownCode ? result.known : result.added);
     }
     connection.Commit();

@@ -1,15 +1,26 @@
 #pragma once
 
+#include "platform/code_tables.h"
 #include "platform/database.h"
 
+#include <array>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace tavrel {
 
-/// The catalogue's table of a kind of codes: "titles", "bodyparts", "findings", "diagnoses".
-std::string CodeTableName(const std::string& kind);
+/// What a person calls a table of codes.
+struct CodeKind {
+    std::string_view name;
+    std::string_view table;
+};
+inline constexpr std::array CodeKinds{
+    CodeKind{"titles", code_table::Titles},
+    CodeKind{"bodyparts", code_table::BodyParts},
+    CodeKind{"findings", code_table::Findings},
+    CodeKind{"diagnoses", code_table::Diagnoses},
+};
 
 struct CodeImport {
     std::vector<std::string> faults; ///< "line 7: CodeMeaning is empty"; nothing was imported then

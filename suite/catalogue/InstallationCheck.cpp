@@ -1,7 +1,10 @@
 #include "suite/catalogue/InstallationCheck.h"
 
+#include "platform/code_tables.h"
 #include "platform/error.h"
+#include "platform/limits.h"
 #include "platform/paths.h"
+#include "platform/uid.h"
 #include "suite/catalogue/FolderImport.h"
 #include "suite/catalogue/Schema.h"
 #include "suite/catalogue/Settings.h"
@@ -15,10 +18,6 @@
 
 namespace tavrel {
 namespace {
-
-/// BaseUID + ".1." + a time stamp of 19 characters must stay a UID.
-constexpr std::size_t LongestBaseUid = 42;
-constexpr std::size_t LongestAeTitle = 16;
 
 class Check {
 public:
@@ -67,11 +66,11 @@ private:
         OneRowTable site(catalogue_, "SiteData");
         OneRow(site, "SiteData", "\"orbenta-catalogue site --base-uid UID --organization NAME\" sets it");
         const std::string uid = site.Value("BaseUID").value_or("");
-        if (!IsUid(uid))
+        if (!IsStandardUid(uid))
             Missing("the site's BaseUID \"" + uid + "\" is no UID");
-        else if (uid.size() > LongestBaseUid)
-            Missing("the site's BaseUID has " + std::to_string(uid.size()) +
-                    " characters; with more than 42 the UIDs of reports grow too long");
+        else if (uid.size() > longest::BaseUid)
+            Missing("the site's BaseUID has " + std::to_string(uid.size()) + " characters; with more than " +
+                    std::to_string(longest::BaseUid) + " the UIDs of reports grow too long");
         else
             Well("reports get UIDs under " + uid);
         const auto organization = site.Value("Organization");
@@ -102,7 +101,7 @@ private:
     }
 
     void Codes() {
-        for (const char* table : {"StdTitles", "StdBodyPart", "StdFinding", "StdDiagnosis"})
+        for (const std::string_view table : code_table::All)
             if (catalogue_.OpenResultSet("SELECT CodeValue FROM " + std::string(table))->AtEnd())
                 Missing("table " + std::string(table) + " has no codes; \"orbenta-catalogue codes import\" fills it");
             else
@@ -167,8 +166,9 @@ private:
         std::from_chars(port.data(), port.data() + port.size(), service.port);
         if (service.port < 1 || service.port > 0xFFFF)
             Missing("table Port holds \"" + port + "\", which is no port");
-        else if (service.aeTitle.empty() || service.aeTitle.size() > LongestAeTitle)
-            Missing("the storage service's AE title \"" + service.aeTitle + "\" must have 1 to 16 characters");
+        else if (service.aeTitle.empty() || service.aeTitle.size() > longest::AeTitle)
+            Missing("the storage service's AE title \"" + service.aeTitle + "\" must have 1 to " +
+                    std::to_string(longest::AeTitle) + " characters");
         else if (const std::string fault = ServiceFault(service); !fault.empty())
             Missing("the storage service does not answer on port " + port + " of this machine (" + fault +
                     "); start porvane");

@@ -2,58 +2,65 @@
 
 #include "platform/error.h"
 #include "platform/posix/PosixFiles.h"
+#include "platform/text.h"
 
 #include <pwd.h>
-#include <strings.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <optional>
 #include <sstream>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 namespace tavrel {
 namespace {
 
 namespace fs = std::filesystem;
 
-std::string Section(const OdbcEntry& entry) {
-    std::ostringstream text;
-    text << "[" << entry.name << "]\n";
+using Settings = std::vector<std::pair<std::string_view, std::string>>;
+
+Settings SettingsOf(const OdbcEntry& entry) {
     switch (entry.engine) {
     case Engine::Sqlite:
-        text << "Driver=SQLite3\n"
-             << "Database=" << entry.database << "\n"
-             << "Timeout=2500\n"
-             << "FKSupport=1\n"
-             << "SyncPragma=NORMAL\n"
-             << "JournalMode=WAL\n";
-        break;
+        return {{"Driver", "SQLite3"}, {"Database", entry.database}, {"Timeout", "2500"},
+                {"FKSupport", "1"},    {"SyncPragma", "NORMAL"},     {"JournalMode", "WAL"}};
     case Engine::PostgreSql:
-        text << "Driver=PostgreSQL Unicode\n"
-             << "Servername=" << entry.server << "\n"
-             << "Port=" << entry.port << "\n"
-             << "Database=" << entry.database << "\n"
-             << "Username=" << entry.user << "\n"
-             << "Password=" << entry.password << "\n"
-             << "pqopt=connect_timeout=5 tcp_user_timeout=10000 keepalives_idle=15\n";
-        break;
+        return {{"Driver", "PostgreSQL Unicode"},
+                {"Servername", entry.server},
+                {"Port", std::to_string(entry.port)},
+                {"Database", entry.database},
+                {"Username", entry.user},
+                {"Password", entry.password},
+                {"pqopt", "connect_timeout=5 tcp_user_timeout=10000 keepalives_idle=15"}};
     case Engine::MariaDb:
-        text << "Driver=MariaDB Unicode\n"
-             << "SERVER=" << entry.server << "\n"
-             << "PORT=" << entry.port << "\n"
-             << "DATABASE=" << entry.database << "\n"
-             << "USER=" << entry.user << "\n"
-             << "PASSWORD=" << entry.password << "\n"
-             << "CHARSET=utf8mb4\n"
-             << "OPTION=2\n" // a change that meets a row counts it, also when it changes nothing
-             << "CONN_TIMEOUT=5\n"
-             << "READ_TIMEOUT=60\n"
-             << "INITSTMT=SET SESSION "
-                "sql_mode='STRICT_ALL_TABLES,NO_BACKSLASH_ESCAPES,PIPES_AS_CONCAT,ANSI_QUOTES'\n";
         break;
     }
-    return text.str();
+    return {{"Driver", "MariaDB Unicode"},
+            {"SERVER", entry.server},
+            {"PORT", std::to_string(entry.port)},
+            {"DATABASE", entry.database},
+            {"USER", entry.user},
+            {"PASSWORD", entry.password},
+            {"CHARSET", "utf8mb4"},
+            {"OPTION", "2"}, // a change that meets a row counts it, also when it changes nothing
+            {"CONN_TIMEOUT", "5"},
+            {"READ_TIMEOUT", "60"},
+            {"INITSTMT", "SET SESSION sql_mode='STRICT_ALL_TABLES,NO_BACKSLASH_ESCAPES,PIPES_AS_CONCAT,ANSI_QUOTES'"}};
+}
+
+/// "name=value" for each setting, each with `end` behind it.
+std::string Written(const OdbcEntry& entry, char end) {
+    std::string text;
+    for (const auto& [name, value] : SettingsOf(entry))
+        text.append(name).append("=").append(value) += end;
+    return text;
+}
+
+std::string Section(const OdbcEntry& entry) {
+    return "[" + entry.name + "]\n" + Written(entry, '\n');
 }
 
 /// The name of the entry that a line opens.
@@ -74,7 +81,7 @@ std::string WithEntry(const std::string& text, const OdbcEntry& entry) {
         if (const auto opened = OpenedEntry(line)) {
             if (replacing)
                 result += "\n";
-            replacing = strcasecmp(opened->c_str(), entry.name.c_str()) == 0;
+            replacing = SameInAnyCase(*opened, entry.name);
             if (replacing && !written)
                 result += Section(entry);
             written = written || replacing;
@@ -96,6 +103,10 @@ void RequireOneLine(const OdbcEntry& entry) {
 }
 
 } // namespace
+
+std::string ConnectionText(const OdbcEntry& entry) {
+    return Written(entry, ';');
+}
 
 fs::path UserOdbcFile() {
     if (const char* file = std::getenv("ODBCINI"); file && *file)

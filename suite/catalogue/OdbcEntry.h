@@ -18,6 +18,9 @@ struct OdbcEntry {
     std::string password;
 };
 
+/// What a program opens that leads to the entry's catalogue without an entry in a file.
+std::string ConnectionText(const OdbcEntry& entry);
+
 /// The ODBC file in force for this account: $ODBCINI, or ".odbc.ini" in the account's home.
 std::filesystem::path UserOdbcFile();
 

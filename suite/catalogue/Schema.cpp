@@ -1,6 +1,8 @@
 #include "suite/catalogue/Schema.h"
 
+#include "platform/code_tables.h"
 #include "platform/error.h"
+#include "platform/limits.h"
 
 #include <array>
 #include <string>
@@ -20,7 +22,7 @@ enum class Type {
 struct Column {
     std::string_view name;
     Type type;
-    int size = 0;
+    std::size_t size = 0; ///< in characters
 };
 
 struct Index {
@@ -29,64 +31,79 @@ struct Index {
     std::string_view columns;
 };
 
-// Sizes: a UID and an LO have 64 characters, an AE title and a CS 16 (DICOM PS3.5, 6.2).
-constexpr Column Patient[] = {
-    {"ID", Type::Key, 64}, {"PatientName", Type::Text, 255}, {"BirthDate", Type::Text, 16}, {"Sex", Type::Text, 16}};
-constexpr Column Study[] = {{"StudyInstanceUID", Type::Key, 64},     {"StudyPath", Type::Text, 1024},
-                            {"IDPatient", Type::Text, 64},           {"StudyDate", Type::Text, 16},
-                            {"StudyTime", Type::Text, 16},           {"StudyDescription", Type::Text, 255},
-                            {"ReferringPhysician", Type::Text, 255}, {"AccessionNumber", Type::Text, 16}};
-constexpr Column Series[] = {{"SeriesInstanceUID", Type::Key, 64},  {"StudyInstanceUID", Type::Text, 64},
-                             {"SeriesDir", Type::Text, 255},        {"Modality", Type::Text, 16},
-                             {"SeriesStatus", Type::Text, 16},      {"SeriesNumber", Type::Integer},
-                             {"SeriesDescription", Type::Text, 255}};
-// The counter keeps a series' rows in the order of their storing: the last one is the newest.
-constexpr Column Image[] = {{"ImageID", Type::Counter},      {"SeriesInstanceUID", Type::Text, 64},
-                            {"ImageFile", Type::Text, 255},  {"SOPInstanceUID", Type::Text, 64},
-                            {"SOPClassUID", Type::Text, 64}, {"InstanceNumber", Type::Integer}};
-constexpr Column SiteData[] = {{"BaseUID", Type::Text, 64}, {"Organization", Type::Text, 255}};
-constexpr Column Users[] = {{"UserName", Type::Key, 255}, {"Signature", Type::Text, 255}};
-constexpr Column DicomServer[] = {{"AETitle", Type::Text, 16}};
-constexpr Column Port[] = {{"Port", Type::Integer}, {"AETitle", Type::Text, 16}};
-constexpr Column History[] = {{"HistoryID", Type::Counter},     {"ActionTime", Type::Now},
-                              {"Node", Type::Text, 255},        {"Username", Type::Text, 255},
-                              {"PatientName", Type::Text, 255}, {"PatientID", Type::Text, 64},
-                              {"StudyUID", Type::Text, 64},     {"SeriesUID", Type::Text, 64},
-                              {"ActionVal", Type::Text, 64},    {"Description", Type::Text, 255}};
-constexpr Column Report[] = {{"PatientName", Type::Text, 255},
-                             {"BirthDate", Type::Text, 255},
-                             {"Age", Type::Text, 255},
-                             {"Sex", Type::Text, 255},
-                             {"PatientID", Type::Text, 255},
-                             {"StudyDate", Type::Text, 255},
-                             {"StudyDescription", Type::Text, 255},
-                             {"StudyPhysician", Type::Text, 255},
-                             {"ReportHeading", Type::Text, 255},
-                             {"ReportTitle", Type::Text, 255},
-                             {"ReadingPhysician", Type::Text, 255},
-                             {"LastUpdated", Type::Text, 255},
-                             {"ApprovingPhysician", Type::Text, 255},
-                             {"ApprovingDate", Type::Text, 255},
-                             {"Reading", Type::Text, 1024}};
-constexpr Column Codes[] = {
-    {"CodeScheme", Type::Text, 64}, {"CodeValue", Type::Code, 64}, {"CodeMeaning", Type::Text, 255}};
+using namespace longest;
 
-constexpr std::array<std::string_view, 14> TableNames = {
-    "Patient", "Study",   "Series", "Image",     "SiteData",    "Users",      "DicomServer",
-    "Port",    "History", "Report", "StdTitles", "StdBodyPart", "StdFinding", "StdDiagnosis"};
+constexpr Column Patient[] = {{"ID", Type::Key, LongString},
+                              {"PatientName", Type::Text, TextColumn},
+                              {"BirthDate", Type::Text, ShortColumn},
+                              {"Sex", Type::Text, ShortColumn}};
+constexpr Column Study[] = {
+    {"StudyInstanceUID", Type::Key, Uid},           {"StudyPath", Type::Text, LongColumn},
+    {"IDPatient", Type::Text, LongString},          {"StudyDate", Type::Text, ShortColumn},
+    {"StudyTime", Type::Text, ShortColumn},         {"StudyDescription", Type::Text, TextColumn},
+    {"ReferringPhysician", Type::Text, TextColumn}, {"AccessionNumber", Type::Text, ShortColumn}};
+constexpr Column Series[] = {{"SeriesInstanceUID", Type::Key, Uid},        {"StudyInstanceUID", Type::Text, Uid},
+                             {"SeriesDir", Type::Text, TextColumn},        {"Modality", Type::Text, ShortColumn},
+                             {"SeriesStatus", Type::Text, ShortColumn},    {"SeriesNumber", Type::Integer},
+                             {"SeriesDescription", Type::Text, TextColumn}};
+// The counter keeps a series' rows in the order of their storing: the last one is the newest.
+constexpr Column Image[] = {
+    {"ImageID", Type::Counter},          {"SeriesInstanceUID", Type::Text, Uid}, {"ImageFile", Type::Text, TextColumn},
+    {"SOPInstanceUID", Type::Text, Uid}, {"SOPClassUID", Type::Text, Uid},       {"InstanceNumber", Type::Integer}};
+constexpr Column SiteData[] = {{"BaseUID", Type::Text, Uid}, {"Organization", Type::Text, TextColumn}};
+constexpr Column Users[] = {{"UserName", Type::Key, TextColumn}, {"Signature", Type::Text, TextColumn}};
+constexpr Column DicomServer[] = {{"AETitle", Type::Text, AeTitle}};
+constexpr Column Port[] = {{"Port", Type::Integer}, {"AETitle", Type::Text, AeTitle}};
+constexpr Column History[] = {{"HistoryID", Type::Counter},
+                              {"ActionTime", Type::Now},
+                              {"Node", Type::Text, TextColumn},
+                              {"Username", Type::Text, TextColumn},
+                              {"PatientName", Type::Text, TextColumn},
+                              {"PatientID", Type::Text, LongString},
+                              {"StudyUID", Type::Text, Uid},
+                              {"SeriesUID", Type::Text, Uid},
+                              {"ActionVal", Type::Text, LongString},
+                              {"Description", Type::Text, TextColumn}};
+constexpr Column Report[] = {{"PatientName", Type::Text, TextColumn},
+                             {"BirthDate", Type::Text, TextColumn},
+                             {"Age", Type::Text, TextColumn},
+                             {"Sex", Type::Text, TextColumn},
+                             {"PatientID", Type::Text, TextColumn},
+                             {"StudyDate", Type::Text, TextColumn},
+                             {"StudyDescription", Type::Text, TextColumn},
+                             {"StudyPhysician", Type::Text, TextColumn},
+                             {"ReportHeading", Type::Text, TextColumn},
+                             {"ReportTitle", Type::Text, TextColumn},
+                             {"ReadingPhysician", Type::Text, TextColumn},
+                             {"LastUpdated", Type::Text, TextColumn},
+                             {"ApprovingPhysician", Type::Text, TextColumn},
+                             {"ApprovingDate", Type::Text, TextColumn},
+                             {"Reading", Type::Text, LongColumn}};
+constexpr Column Codes[] = {{"CodeScheme", Type::Text, LongString},
+                            {"CodeValue", Type::Code, LongString},
+                            {"CodeMeaning", Type::Text, TextColumn}};
+
+constexpr std::array<std::string_view, 14> TableNames = {"Patient",
+                                                         "Study",
+                                                         "Series",
+                                                         "Image",
+                                                         "SiteData",
+                                                         "Users",
+                                                         "DicomServer",
+                                                         "Port",
+                                                         "History",
+                                                         "Report",
+                                                         code_table::Titles,
+                                                         code_table::BodyParts,
+                                                         code_table::Findings,
+                                                         code_table::Diagnoses};
 constexpr std::array<std::span<const Column>, TableNames.size()> TableColumns = {
     Patient, Study, Series, Image, SiteData, Users, DicomServer, Port, History, Report, Codes, Codes, Codes, Codes};
 
 constexpr Index Indexes[] = {
-    {"StudyByPatient", "Study", "IDPatient"},
-    {"SeriesByStudy", "Series", "StudyInstanceUID"},
-    {"ImageBySeries", "Image", "SeriesInstanceUID"},
-    {"ImageByInstance", "Image", "SOPInstanceUID"},
+    {"StudyByPatient", "Study", "IDPatient"},        {"SeriesByStudy", "Series", "StudyInstanceUID"},
+    {"ImageBySeries", "Image", "SeriesInstanceUID"}, {"ImageByInstance", "Image", "SOPInstanceUID"},
     {"HistoryBySeries", "History", "SeriesUID"},
-    {"StdTitlesByValue", "StdTitles", "CodeValue"},
-    {"StdBodyPartByValue", "StdBodyPart", "CodeValue"},
-    {"StdFindingByValue", "StdFinding", "CodeValue"},
-    {"StdDiagnosisByValue", "StdDiagnosis", "CodeValue"},
 };
 
 std::string CounterType(Engine engine) {
@@ -137,6 +154,11 @@ std::string CreateTable(std::string_view name, std::span<const Column> columns, 
     return statement;
 }
 
+std::string CreateIndex(const Index& index) {
+    return "CREATE INDEX IF NOT EXISTS " + std::string(index.name) + " ON " + std::string(index.table) + " (" +
+           std::string(index.columns) + ")";
+}
+
 std::optional<std::string> Answer(Connection& connection, std::string_view query) {
     try {
         return connection.OpenResultSet(query)->Text("Version");
@@ -164,8 +186,9 @@ void CreateSchema(Connection& connection, Engine engine) {
     for (std::size_t table = 0; table < TableNames.size(); ++table)
         connection.OpenResultSet(CreateTable(TableNames[table], TableColumns[table], engine));
     for (const Index& index : Indexes)
-        connection.OpenResultSet("CREATE INDEX IF NOT EXISTS " + std::string(index.name) + " ON " +
-                                 std::string(index.table) + " (" + std::string(index.columns) + ")");
+        connection.OpenResultSet(CreateIndex(index));
+    for (const std::string_view table : code_table::All)
+        connection.OpenResultSet(CreateIndex({std::string(table) + "ByValue", table, "CodeValue"}));
     connection.Commit();
 }
 

@@ -1,22 +1,11 @@
 #include "suite/catalogue/Settings.h"
 
+#include "platform/sql.h"
+
 #include <algorithm>
+#include <array>
 
 namespace tavrel {
-namespace {
-
-constexpr int LongestText = 255;
-
-void Run(Connection& connection, const std::string& statement, const std::vector<std::string>& texts) {
-    const auto command = connection.NewCommand();
-    command->Text(statement);
-    for (const std::string& text : texts)
-        command->Append({"value", ParameterType::VariableCharacter, LongestText, text});
-    command->Execute();
-}
-
-} // namespace
-
 int OneRowTable::Rows() {
     int count = 0;
     for (const auto rows = connection_.OpenResultSet("SELECT * FROM " + table_); !rows->AtEnd(); rows->MoveNext())
@@ -34,23 +23,18 @@ std::optional<std::string> OneRowTable::Value(const std::string& column) {
 
 void OneRowTable::Set(const std::vector<std::pair<std::string, std::string>>& values) {
     const bool oneRow = Rows() == 1;
-    std::string changes;
-    std::string columns;
-    std::string places;
-    std::vector<std::string> texts;
-    for (const auto& [column, text] : values) {
-        const std::string separator = texts.empty() ? "" : ", ";
-        changes += separator + column + "=?";
-        columns += separator + column;
-        places += separator + "?";
-        texts.push_back(text);
-    }
     connection_.BeginTransaction();
     if (oneRow) {
-        Run(connection_, "UPDATE " + table_ + " SET " + changes, texts);
+        std::vector<std::string> changes;
+        std::vector<std::string> texts;
+        for (const auto& [column, text] : values) {
+            changes.push_back(column + "=?");
+            texts.push_back(text);
+        }
+        RunChange(connection_, "UPDATE " + table_ + " SET " + Listed(changes), texts);
     } else {
         connection_.OpenResultSet("DELETE FROM " + table_);
-        Run(connection_, "INSERT INTO " + table_ + " (" + columns + ") VALUES (" + places + ")", texts);
+        InsertRow(connection_, table_, values);
     }
     connection_.Commit();
 }
@@ -63,17 +47,25 @@ std::vector<User> ReadUsers(Connection& connection) {
     return users;
 }
 
+namespace {
+
+void Delete(Connection& connection, const std::string& userName) {
+    RunChange(connection, "DELETE FROM Users WHERE UserName=?", std::array{userName});
+}
+
+} // namespace
+
 void SetUser(Connection& connection, const User& user) {
     connection.BeginTransaction();
-    Run(connection, "DELETE FROM Users WHERE UserName=?", {user.name});
-    Run(connection, "INSERT INTO Users (UserName, Signature) VALUES (?, ?)", {user.name, user.signature});
+    Delete(connection, user.name);
+    InsertRow(connection, "Users", {{"UserName", user.name}, {"Signature", user.signature}});
     connection.Commit();
 }
 
 bool RemoveUser(Connection& connection, const std::string& name) {
     const auto users = ReadUsers(connection);
     const bool known = std::ranges::any_of(users, [&](const User& user) { return user.name == name; });
-    Run(connection, "DELETE FROM Users WHERE UserName=?", {name});
+    Delete(connection, name);
     return known;
 }
 

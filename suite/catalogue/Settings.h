@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/database.h"
+#include "suite/catalogue/Rows.h"
 
 #include <optional>
 #include <string>
@@ -17,9 +17,9 @@ public:
     int Rows();
     /// A column of the first row; nothing when there is no row or no value.
     std::optional<std::string> Value(const std::string& column);
-    /// Makes `values` (column, text) the table's one row. Columns that are not named keep what a
+    /// Makes `values` the table's one row. Columns that are not named keep what a
     /// single row holds.
-    void Set(const std::vector<std::pair<std::string, std::string>>& values);
+    void Set(const ColumnTexts& values);
 
 private:
     Connection& connection_;

@@ -1,9 +1,10 @@
 #include "suite/catalogue/TextRules.h"
 
+#include "platform/text.h"
+
 #include <unicode/ustring.h>
 
 #include <algorithm>
-#include <regex>
 
 namespace tavrel {
 
@@ -18,14 +19,13 @@ bool IsUtf8(std::string_view text) {
 } // namespace
 
 std::string TextFault(std::string_view text, std::size_t longest) {
-    const auto isContinuation = [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U; };
     if (!IsUtf8(text))
         return "is not UTF-8";
-    if (text.find_first_not_of(' ') == std::string_view::npos)
+    if (Trimmed(text).empty())
         return "is empty";
     if (std::ranges::any_of(text, [](unsigned char c) { return c < ' ' || c == 0x7F || c == '\\'; }))
         return "holds a control character or a backslash";
-    if (text.size() - static_cast<std::size_t>(std::ranges::count_if(text, isContinuation)) > longest)
+    if (CountCharacters(text) > longest)
         return "is longer than " + std::to_string(longest) + " characters";
     return {};
 }
@@ -33,12 +33,6 @@ std::string TextFault(std::string_view text, std::size_t longest) {
 bool FitsReports(std::string_view text) {
     // U+00FF, the last character of ISO_IR 100, is C3 BF in UTF-8.
     return std::ranges::all_of(text, [](unsigned char c) { return c <= 0xC3; });
-}
-
-bool IsUid(std::string_view text) {
-    static const std::regex uid("(0|[1-9][0-9]*)(\\.(0|[1-9][0-9]*))*");
-    constexpr std::size_t longest = 64;
-    return text.size() <= longest && std::regex_match(text.begin(), text.end(), uid);
 }
 
 std::string ForCatalogue(std::string text) {

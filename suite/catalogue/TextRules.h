@@ -12,9 +12,6 @@ std::string TextFault(std::string_view text, std::size_t longest);
 /// Whether reports, which are written in ISO_IR 100, can hold the text.
 bool FitsReports(std::string_view text);
 
-/// Whether `text` is a UID (PS3.5, 9.1).
-bool IsUid(std::string_view text);
-
 /// Statements put values between single quotes as they are: an apostrophe becomes a back-quote.
 std::string ForCatalogue(std::string text);
 

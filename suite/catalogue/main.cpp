@@ -1,8 +1,10 @@
 #include "platform/dcmtk/DcmtkLibrary.h"
 #include "platform/error.h"
+#include "platform/limits.h"
 #include "platform/odbc/OdbcDatabase.h"
 #include "platform/posix/PosixFiles.h"
 #include "platform/posix/PosixUserInformation.h"
+#include "platform/uid.h"
 #include "suite/catalogue/CodeTable.h"
 #include "suite/catalogue/FolderImport.h"
 #include "suite/catalogue/InstallationCheck.h"
@@ -16,6 +18,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <functional>
 #include <iostream>
@@ -25,7 +28,6 @@ namespace tavrel {
 namespace {
 
 constexpr int UsageStatus = 2;
-constexpr std::size_t LongestBaseUid = 42; ///< reports add 22 characters to it
 
 /// A validator that answers CLI11 with the words of `fault`, or with nothing when all is well.
 CLI::Validator Rule(const std::string& name, std::function<std::string(const std::string&)> fault) {
@@ -43,17 +45,18 @@ CLI::Validator CatalogueText(std::size_t longest) {
 CLI::Validator AeTitle() {
     return Rule("AE", [](const std::string& text) {
         const bool ascii = std::ranges::all_of(text, [](unsigned char c) { return c < 0x80; });
-        const std::string fault = ascii ? TextFault(text, 16) : "has characters other than ASCII";
+        const std::string fault = ascii ? TextFault(text, longest::AeTitle) : "has characters other than ASCII";
         return fault.empty() ? std::string() : "AE title \"" + text + "\" " + fault;
     });
 }
 
 CLI::Validator BaseUid() {
     return Rule("UID", [](const std::string& text) {
-        if (!IsUid(text))
+        if (!IsStandardUid(text))
             return "\"" + text + "\" is no UID";
-        if (text.size() > LongestBaseUid)
-            return "\"" + text + "\" has more than 42 characters, so the UIDs of reports would have more than 64";
+        if (text.size() > longest::BaseUid)
+            return "\"" + text + "\" has more than " + std::to_string(longest::BaseUid) +
+                   " characters, so the UIDs of reports would have more than " + std::to_string(longest::Uid);
         return std::string();
     });
 }
@@ -62,7 +65,7 @@ CLI::Validator UserName() {
     return Rule("NAME", [](const std::string& text) {
         if (text.find('\'') != std::string::npos)
             return std::string("a user's name must hold no apostrophe: reports could not be opened");
-        const std::string fault = TextFault(text, 255);
+        const std::string fault = TextFault(text, longest::TextColumn);
         return fault.empty() ? fault : "\"" + text + "\" " + fault;
     });
 }
@@ -81,7 +84,7 @@ class Tool {
 public:
     Tool() {
         app_.require_subcommand(1);
-        app_.set_version_flag("--version", "orbenta-catalogue 1.4");
+        app_.set_version_flag("--version", "orbenta-catalogue " TAVREL_VERSION);
         app_.add_option("--dsn", dataSource_, "ODBC data source of the catalogue")
             ->type_name("NAME")
             ->capture_default_str();
@@ -178,11 +181,13 @@ private:
     void AddSite() {
         CLI::App* command = Command(app_, "site", "Set what identifies the site; without options show it",
                                     [this] { return SetSite(); });
-        command->add_option("--base-uid", baseUid_, "UID root of the site's reports, at most 42 characters")
+        command
+            ->add_option("--base-uid", baseUid_,
+                         "UID root of the site's reports, at most " + std::to_string(longest::BaseUid) + " characters")
             ->check(BaseUid().description(""))
             ->type_name("UID");
         command->add_option("--organization", organization_, "The institution's name")
-            ->check(CatalogueText(64).description(""))
+            ->check(CatalogueText(longest::LongString).description(""))
             ->type_name("NAME");
         command->add_option("--node", node_, "AE title of this node in the audit trail")
             ->check(AeTitle().description(""))
@@ -218,7 +223,7 @@ private:
                          ->check(UserName().description(""))
                          ->type_name("NAME");
         auto* signature = command->add_option("--signature", user_.signature, "The name that reports are signed with")
-                              ->check(CatalogueText(64).description(""))
+                              ->check(CatalogueText(longest::LongString).description(""))
                               ->type_name("NAME")
                               ->needs(name);
         command->add_flag("--remove", removing_, "Remove the user")->needs(name)->excludes(signature);
@@ -266,6 +271,9 @@ private:
     void AddCodes() {
         CLI::App* codes = app_.add_subcommand("codes", "Work on the code tables");
         codes->require_subcommand(1);
+        std::vector<std::string> kinds;
+        for (const CodeKind& kind : CodeKinds)
+            kinds.emplace_back(kind.name);
         CLI::App* command = Command(*codes, "import",
                                     "Import codes from a CSV file (UTF-8; columns CodeScheme, CodeValue, CodeMeaning "
                                     "named in the first row), all of them or, when one row is wrong, none",
@@ -276,7 +284,7 @@ private:
             ->type_name("FILE.csv");
         command->add_option("--table", codeKind_, "titles, bodyparts, findings or diagnoses")
             ->required()
-            ->check(CLI::IsMember({"titles", "bodyparts", "findings", "diagnoses"}).description(""))
+            ->check(CLI::IsMember(kinds).description(""))
             ->type_name("TABLE");
         command->add_flag("--replace", replacing_, "Remove the table's present codes first");
     }
@@ -284,7 +292,7 @@ private:
     int ImportCodeFile() {
         constexpr std::size_t mostShown = 20;
         const std::string csv = PosixFiles().ReadText(codeFile_);
-        const std::string table = CodeTableName(codeKind_);
+        const std::string table(std::ranges::find(CodeKinds, codeKind_, &CodeKind::name)->table);
         const CodeImport result = ImportCodes(Catalogue(), table, csv, replacing_);
         for (std::size_t i = 0; i < std::min(mostShown, result.faults.size()); ++i)
             std::cerr << codeFile_ << ", " << result.faults[i] << "\n";

@@ -1,6 +1,7 @@
 #include "suite/porvane/Association.h"
 
 #include "platform/dbus/DbusServiceEmitter.h"
+#include "platform/limits.h"
 #include "suite/porvane/AcceptedTransport.h"
 #include "suite/porvane/ServiceLog.h"
 #include "suite/porvane/StoreRefusal.h"
@@ -23,7 +24,6 @@ namespace {
 constexpr int AnswerSeconds = 30; ///< for what must follow at once
 constexpr int IdleSeconds = 60;   ///< between two requests
 constexpr std::string_view InternalAe = "AE_INTERNAL";
-constexpr std::size_t LongestComment = 64;
 
 /// The sender cannot be heard any more; there is nobody to answer.
 class ConnectionLost : public std::runtime_error {
@@ -58,7 +58,7 @@ const char* ChooseSyntax(const T_ASC_PresentationContext& proposed) {
 std::string Comment(std::string text) {
     std::replace_if(
         text.begin(), text.end(), [](char c) { return c < ' ' || c > '~' || c == '\\'; }, '?');
-    return text.substr(0, LongestComment);
+    return text.substr(0, longest::LongString);
 }
 
 using NetworkHandle =

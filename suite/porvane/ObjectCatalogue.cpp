@@ -1,5 +1,8 @@
 #include "suite/porvane/ObjectCatalogue.h"
 
+#include "platform/limits.h"
+#include "platform/sql.h"
+#include "suite/catalogue/Rows.h"
 #include "suite/catalogue/Schema.h"
 
 #include <charconv>
@@ -7,16 +10,15 @@
 namespace tavrel {
 namespace {
 
-constexpr int LongestText = 1024;
-constexpr std::size_t LongestAeTitle = 16;
-
-/// The values so quoted hold no apostrophe: UIDs, catalogued identifiers, paths of ours.
-std::string Quoted(const std::string& text) {
-    return "'" + text + "'";
-}
-
 std::string TextOrEmpty(const ResultSet& rows, std::string_view column) {
     return std::string(rows.Field(column).value_or(""));
+}
+
+/// A number that an object does not have is left out.
+ColumnTexts With(ColumnTexts row, const char* column, std::optional<int> number) {
+    if (number)
+        row.emplace_back(column, std::to_string(*number));
+    return row;
 }
 
 } // namespace
@@ -43,7 +45,7 @@ std::optional<ObjectCatalogue::Service> ObjectCatalogue::ReadService() {
     const auto [stop, failure] = std::from_chars(port.data(), port.data() + port.size(), service.port);
     const bool validPort =
         failure == std::errc() && stop == port.data() + port.size() && service.port > 0 && service.port <= 0xFFFF;
-    if (!validPort || service.aeTitle.empty() || service.aeTitle.size() > LongestAeTitle)
+    if (!validPort || service.aeTitle.empty() || service.aeTitle.size() > longest::AeTitle)
         return std::nullopt;
     return service;
 }
@@ -98,56 +100,40 @@ void ObjectCatalogue::Add(const ObjectHeader& header, const ObjectPlace& place) 
 
     connection_->BeginTransaction();
     if (newPatient && newStudy)
-        Insert("Patient", {{"ID", header.patientId},
-                           {"PatientName", header.patientName},
-                           {"BirthDate", header.birthDate},
-                           {"Sex", header.sex}});
+        InsertRow(*connection_, "Patient",
+                  {{"ID", header.patientId},
+                   {"PatientName", header.patientName},
+                   {"BirthDate", header.birthDate},
+                   {"Sex", header.sex}});
     if (newStudy)
-        Insert("Study", {{"StudyInstanceUID", header.studyUid},
-                         {"StudyPath", place.studyPath},
-                         {"IDPatient", header.patientId},
-                         {"StudyDate", header.studyDate},
-                         {"StudyTime", header.studyTime},
-                         {"StudyDescription", header.studyDescription},
-                         {"ReferringPhysician", header.referringPhysician},
-                         {"AccessionNumber", header.accessionNumber}});
+        InsertRow(*connection_, "Study",
+                  {{"StudyInstanceUID", header.studyUid},
+                   {"StudyPath", place.studyPath},
+                   {"IDPatient", header.patientId},
+                   {"StudyDate", header.studyDate},
+                   {"StudyTime", header.studyTime},
+                   {"StudyDescription", header.studyDescription},
+                   {"ReferringPhysician", header.referringPhysician},
+                   {"AccessionNumber", header.accessionNumber}});
     if (newSeries)
-        Insert("Series",
-               {{"SeriesInstanceUID", header.seriesUid},
-                {"StudyInstanceUID", header.studyUid},
-                {"SeriesDir", place.seriesDir},
-                {"Modality", header.modality},
-                {"SeriesStatus", ""},
-                {"SeriesDescription", header.seriesDescription}},
-               "SeriesNumber", header.seriesNumber);
-    Insert("Image",
-           {{"SeriesInstanceUID", header.seriesUid},
-            {"ImageFile", place.imageFile},
-            {"SOPInstanceUID", header.sopInstanceUid},
-            {"SOPClassUID", header.sopClassUid}},
-           "InstanceNumber", header.instanceNumber);
+        InsertRow(*connection_, "Series",
+                  With({{"SeriesInstanceUID", header.seriesUid},
+                        {"StudyInstanceUID", header.studyUid},
+                        {"SeriesDir", place.seriesDir},
+                        {"Modality", header.modality},
+                        {"SeriesStatus", ""},
+                        {"SeriesDescription", header.seriesDescription}},
+                       "SeriesNumber", header.seriesNumber));
+    InsertRow(*connection_, "Image",
+              With({{"SeriesInstanceUID", header.seriesUid},
+                    {"ImageFile", place.imageFile},
+                    {"SOPInstanceUID", header.sopInstanceUid},
+                    {"SOPClassUID", header.sopClassUid}},
+                   "InstanceNumber", header.instanceNumber));
 }
 
 bool ObjectCatalogue::Exists(const std::string& query) {
     return !connection_->OpenResultSet(query)->AtEnd();
-}
-
-void ObjectCatalogue::Insert(const std::string& table, const std::vector<std::pair<std::string, std::string>>& texts,
-                             const std::string& integerColumn, std::optional<int> integer) {
-    const auto command = connection_->NewCommand();
-    std::string columns;
-    std::string places;
-    for (const auto& [column, text] : texts) {
-        columns += (columns.empty() ? "" : ", ") + column;
-        places += places.empty() ? "?" : ", ?";
-        command->Append({column, ParameterType::VariableCharacter, LongestText, text});
-    }
-    if (integer) {
-        columns += ", " + integerColumn;
-        places += ", " + std::to_string(*integer);
-    }
-    command->Text("INSERT INTO " + table + " (" + columns + ") VALUES (" + places + ")");
-    command->Execute();
 }
 
 } // namespace tavrel

@@ -60,8 +60,6 @@ public:
 private:
     bool Exists(const std::string& query);
     std::optional<std::string> StudyColumn(const std::string& column, const std::string& studyUid);
-    void Insert(const std::string& table, const std::vector<std::pair<std::string, std::string>>& texts,
-                const std::string& integerColumn = {}, std::optional<int> integer = {});
 
     std::unique_ptr<Connection> connection_;
     std::string dataSource_;

@@ -2,6 +2,9 @@
 
 #include "platform/attributes.h"
 #include "platform/error.h"
+#include "platform/limits.h"
+#include "platform/text.h"
+#include "platform/uid.h"
 #include "suite/catalogue/TextRules.h"
 #include "suite/porvane/StoreRefusal.h"
 
@@ -16,8 +19,6 @@ namespace {
 using Status = StoreRefusal::Status;
 
 constexpr std::string_view BasicTextSr = "1.2.840.10008.5.1.4.1.1.88.11";
-constexpr std::size_t LongestUid = 64;
-constexpr std::size_t LongestId = 64;
 
 std::string Digits(const DateTime& moment) {
     char text[16];
@@ -28,24 +29,12 @@ std::string Digits(const DateTime& moment) {
     return text;
 }
 
-/// The first `count` characters of a UTF-8 text.
-std::string_view FirstCharacters(std::string_view text, std::size_t count) {
-    for (std::size_t at = 0; at < text.size(); ++at)
-        if ((static_cast<unsigned char>(text[at]) & 0xC0U) != 0x80U && count-- == 0)
-            return text.substr(0, at);
-    return text;
-}
-
 /// Without blanks around it, and no longer than its column.
 std::string Catalogued(std::string text, std::size_t longest) {
     text = ForCatalogue(std::move(text));
     std::replace_if(
         text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; }, ' ');
-    const auto first = text.find_first_not_of(' ');
-    if (first == std::string::npos)
-        return {};
-    text = text.substr(first, text.find_last_not_of(' ') - first + 1);
-    return std::string(FirstCharacters(text, longest));
+    return std::string(FirstCharacters(Trimmed(text), longest));
 }
 
 class HeaderReader {
@@ -64,16 +53,14 @@ public:
 
     /// UIDs name folders and stand in statements: digits and points alone may pass.
     std::string Uid(const Attribute& attribute, const char* name) const {
-        const std::string uid = Text(attribute, LongestUid + 1);
-        const bool valid = !uid.empty() && uid.size() <= LongestUid && uid.front() != '.' &&
-                           uid.find_first_not_of("0123456789.") == std::string::npos;
-        if (!valid)
+        const std::string uid = Text(attribute, longest::Uid + 1);
+        if (!IsUid(uid))
             throw StoreRefusal(Status::CannotUnderstand, std::string("no valid ") + name);
         return uid;
     }
 
     std::optional<int> Integer(const Attribute& attribute) const {
-        const std::string text = Text(attribute, 16);
+        const std::string text = Text(attribute, longest::ShortColumn);
         const char* begin = text.data() + (text.starts_with('+') ? 1 : 0);
         const char* end = text.data() + text.size();
         int number = 0;
@@ -113,26 +100,27 @@ ObjectHeader ReadHeader(const HeaderReader& read) {
     header.instanceNumber = read.Integer(attribute::InstanceNumber);
 
     header.seriesUid = read.Uid(attribute::SeriesInstanceUid, "Series Instance UID");
-    header.modality = CataloguedModality(header, read.Text(attribute::Modality, 16));
+    header.modality = CataloguedModality(header, read.Text(attribute::Modality, longest::ShortColumn));
     header.seriesNumber = read.Integer(attribute::SeriesNumber);
-    header.seriesDescription = read.Text(attribute::SeriesDescription, 255);
+    header.seriesDescription = read.Text(attribute::SeriesDescription, longest::TextColumn);
 
     header.studyUid = read.Uid(attribute::StudyInstanceUid, "Study Instance UID");
-    header.studyDate = read.Text(attribute::StudyDate, 16);
-    header.studyTime = read.Text(attribute::StudyTime, 16);
-    header.studyDescription = read.Text(attribute::StudyDescription, 255);
-    header.referringPhysician = read.Text(attribute::ReferringPhysicianName, 255);
-    header.accessionNumber = read.Text(attribute::AccessionNumber, 16);
+    header.studyDate = read.Text(attribute::StudyDate, longest::ShortColumn);
+    header.studyTime = read.Text(attribute::StudyTime, longest::ShortColumn);
+    header.studyDescription = read.Text(attribute::StudyDescription, longest::TextColumn);
+    header.referringPhysician = read.Text(attribute::ReferringPhysicianName, longest::TextColumn);
+    header.accessionNumber = read.Text(attribute::AccessionNumber, longest::ShortColumn);
 
-    header.patientId = read.Text(attribute::PatientId, LongestId + 1);
+    header.patientId = read.Text(attribute::PatientId, longest::LongString + 1);
     // Cut identifiers could make two people one; so could an empty one.
-    if (FirstCharacters(header.patientId, LongestId) != header.patientId)
-        throw StoreRefusal(Status::CannotUnderstand, "Patient ID longer than 64 characters");
+    if (FirstCharacters(header.patientId, longest::LongString) != header.patientId)
+        throw StoreRefusal(Status::CannotUnderstand,
+                           "Patient ID longer than " + std::to_string(longest::LongString) + " characters");
     if (header.patientId.empty())
         header.patientId = header.studyUid;
-    header.patientName = read.Text(attribute::PatientName, 255);
-    header.birthDate = read.Text(attribute::PatientBirthDate, 16);
-    header.sex = read.Text(attribute::PatientSex, 16);
+    header.patientName = read.Text(attribute::PatientName, longest::TextColumn);
+    header.birthDate = read.Text(attribute::PatientBirthDate, longest::ShortColumn);
+    header.sex = read.Text(attribute::PatientSex, longest::ShortColumn);
     return header;
 }
 

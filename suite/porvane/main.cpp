@@ -78,7 +78,7 @@ int main(int argc, char** argv) {
         ->type_name("FOLDER")
         ->capture_default_str();
     app.add_option("--dsn", dataSource, "ODBC data source of the catalogue")->type_name("NAME")->capture_default_str();
-    app.set_version_flag("--version", "porvane 1.4");
+    app.set_version_flag("--version", "porvane " TAVREL_VERSION);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -1,6 +1,7 @@
 #include "tests/suite/SuiteRoom.h"
 
 #include "platform/posix/PosixFiles.h"
+#include "suite/catalogue/OdbcEntry.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -48,10 +49,7 @@ int FreePort() {
 } // namespace
 
 SuiteRoom::SuiteRoom() : folder_(NewFolder()), dataSource_("DicomFDB"), port_(FreePort()) {
-    // A short wait for locks; all else as the tool writes it.
-    PosixFiles().WriteText((folder_ / "odbc.ini").string(),
-                           "[DicomFDB]\nDriver=SQLite3\nDatabase=" + (folder_ / "catalogue.db").string() +
-                               "\nTimeout=100\nFKSupport=1\nJournalMode=WAL\n");
+    WriteOdbcEntry(folder_ / "odbc.ini", {.name = dataSource_, .database = (folder_ / "catalogue.db").string()});
     setenv("ODBCINI", (folder_ / "odbc.ini").c_str(), 1);
     Fill();
 }
@@ -70,7 +68,7 @@ void SuiteRoom::Fill() {
     CreateSchema(*catalogue_, DetectEngine(*catalogue_));
     for (const std::string_view table : CatalogueTables())
         Run("DELETE FROM " + std::string(table)); // a server keeps the last test's rows
-    Run("INSERT INTO Port (Port, AETitle) VALUES (" + std::to_string(port_) + ", 'PORVANE')");
+    Insert("Port", {{"Port", std::to_string(port_)}, {"AETitle", "PORVANE"}});
 }
 
 std::vector<std::string> SuiteRoom::Column(const std::string& query) {
@@ -102,7 +100,7 @@ std::string SuiteRoom::ServiceLog() const {
 }
 
 Outcome SuiteRoom::Tool(const std::string& arguments) const {
-    return RunShell(std::string(TOOL_PROGRAM) + " --dsn " + dataSource_ + " " + arguments);
+    return RunShell(std::string(TOOL_PROGRAM) + " --dsn '" + dataSource_ + "' " + arguments);
 }
 
 std::vector<fs::path> SuiteRoom::StoredFiles() const {

@@ -1,9 +1,11 @@
 #pragma once
 
 #include "platform/odbc/OdbcDatabase.h"
+#include "suite/catalogue/Rows.h"
 #include "suite/catalogue/Schema.h"
 #include "tests/suite/Child.h"
 
+#include <chrono>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -28,12 +30,15 @@ public:
 
     Connection& Catalogue() { return *catalogue_; }
     void Run(const std::string& statement) { catalogue_->OpenResultSet(statement); }
+    void Insert(const std::string& table, const ColumnTexts& row) { InsertRow(*catalogue_, table, row); }
     /// The first column of every row.
     std::vector<std::string> Column(const std::string& query);
     /// The first column of the only row.
     std::string Value(const std::string& query);
     std::string Count(const std::string& table) { return Value("SELECT count(*) FROM " + table); }
 
+    /// How long the driver of SQLite lets the programs wait for another writer, instead of its entry's time.
+    void WaitForLocks(std::chrono::milliseconds time) { dataSource_ += ";Timeout=" + std::to_string(time.count()); }
     /// Starts the service and waits until it listens.
     std::unique_ptr<Child> StartService();
     std::vector<std::string> ServiceCommand() const;

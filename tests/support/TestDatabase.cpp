@@ -1,11 +1,11 @@
 #include "tests/support/TestDatabase.h"
 
 #include "platform/odbc/OdbcDatabase.h"
+#include "suite/catalogue/OdbcEntry.h"
 
 #include <array>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <stdexcept>
 
 namespace tavrel {
@@ -37,8 +37,7 @@ private:
             throw std::runtime_error("no temporary folder: " + name);
         path_ = name;
         own_ = true;
-        std::ofstream(path_ / "odbc.ini") << "[DicomFDB]\nDriver=SQLite3\nDatabase=" << name
-                                          << "/catalogue.db\nTimeout=400\nFKSupport=1\nSyncPragma=OFF\n";
+        WriteOdbcEntry(path_ / "odbc.ini", {.name = "DicomFDB", .database = (path_ / "catalogue.db").string()});
         setenv("ODBCINI", (path_ / "odbc.ini").c_str(), 1);
     }
 
@@ -69,7 +68,8 @@ TestDatabase::TestDatabase(Engine engine) : engine_(engine), adapter_(std::make_
 }
 
 std::string TestDatabase::ConnectionText() const {
-    constexpr std::array entries = {"DSN=DicomFDB", "DSN=DicomFDB_postgresql", "DSN=DicomFDB_mariadb"};
+    // SQLite's driver waits twice this long for another writer; with the entry's own time a test would take 5 s.
+    constexpr std::array entries = {"DSN=DicomFDB;Timeout=400", "DSN=DicomFDB_postgresql", "DSN=DicomFDB_mariadb"};
     return entries.at(static_cast<std::size_t>(engine_));
 }
 

@@ -40,17 +40,24 @@ TEST(Csv, AByteOrderMarkIsNoData) {
     EXPECT_EQ(ReadCsv("\xEF\xBB\xBFx").at(0).fields, Fields({"x"}));
 }
 
-TEST(Csv, AnOpenQuoteIsAFault) {
-    EXPECT_EQ(ReadCsv("a,\"b\nc\n").at(0).fault, "a quote that is not closed");
+struct Faulty {
+    const char* name;
+    const char* text;
+    const char* fault;
+};
+
+class FaultyCsv : public testing::TestWithParam<Faulty> {};
+
+TEST_P(FaultyCsv, SaysWhatIsWrong) {
+    EXPECT_EQ(ReadCsv(GetParam().text).at(0).fault, GetParam().fault);
 }
 
-TEST(Csv, TextAfterAClosingQuoteIsAFault) {
-    EXPECT_EQ(ReadCsv("\"a\"b,c\nd\n").at(0).fault, "text after a closing quote");
-}
-
-TEST(Csv, AQuoteWithinAPlainFieldIsAFault) {
-    EXPECT_EQ(ReadCsv("a\"b,c").at(0).fault, "a quote within a field that does not start with one");
-}
+INSTANTIATE_TEST_SUITE_P(Csv, FaultyCsv,
+                         testing::Values(Faulty{"AnOpenQuote", "a,\"b\nc\n", "a quote that is not closed"},
+                                         Faulty{"TextAfterAQuote", "\"a\"b,c\nd\n", "text after a closing quote"},
+                                         Faulty{"AQuoteWithinAField", "a\"b,c",
+                                                "a quote within a field that does not start with one"}),
+                         [](const auto& test) { return test.param.name; });
 
 TEST(Csv, AnEmptyTextHasNoRows) {
     EXPECT_TRUE(ReadCsv("").empty());

@@ -1,3 +1,4 @@
+#include "platform/error.h"
 #include "suite/catalogue/CodeTable.h"
 #include "suite/catalogue/Settings.h"
 #include "tests/suite/SuiteRoom.h"
@@ -13,27 +14,34 @@ namespace {
 /// Each test on the servers of tests/support/engines.
 class Engines : public testing::TestWithParam<const char*> {
 protected:
+    void AddFinding(const std::string& code, const std::string& meaning = "Nodule") {
+        room.Insert("StdFinding", {{"CodeScheme", "99SS"}, {"CodeValue", code}, {"CodeMeaning", meaning}});
+    }
+    CodeImport Import(const std::string& rows) {
+        return ImportCodes(room.Catalogue(), "StdFinding", "CodeScheme,CodeValue,CodeMeaning\n" + rows, false);
+    }
+
     SuiteRoom room{std::string("DicomFDB_") + GetParam()};
 };
 
 TEST_P(Engines, TheSchemaCanBeMadeAgain) {
-    room.Run("INSERT INTO SiteData (BaseUID, Organization) VALUES ('2.999.1', 'Orbenta')");
+    room.Insert("SiteData", {{"BaseUID", "2.999.1"}, {"Organization", "Orbenta"}});
     CreateSchema(room.Catalogue(), DetectEngine(room.Catalogue()));
     EXPECT_EQ(room.Value("SELECT Organization FROM SiteData"), "Orbenta");
 }
 
 TEST_P(Engines, ACodeIsFoundWithABlankBehindIt) {
-    room.Run("INSERT INTO StdFinding (CodeScheme, CodeValue, CodeMeaning) VALUES ('99SS', 'F1', 'Nodule')");
+    AddFinding("F1");
     EXPECT_EQ(room.Value("SELECT CodeMeaning FROM StdFinding WHERE CodeValue = 'F1 ' "), "Nodule");
 }
 
 TEST_P(Engines, LetterCaseOfACodeCounts) {
-    room.Run("INSERT INTO StdFinding (CodeScheme, CodeValue, CodeMeaning) VALUES ('99SS', 'f1', 'Nodule')");
+    AddFinding("f1");
     EXPECT_TRUE(room.Column("SELECT CodeMeaning FROM StdFinding WHERE CodeValue = 'F1 ' ").empty());
 }
 
 TEST_P(Engines, ACodesValueComesBackWithoutPadding) {
-    room.Run("INSERT INTO StdFinding (CodeScheme, CodeValue, CodeMeaning) VALUES ('99SS', 'F1', 'Nodule')");
+    AddFinding("F1");
     EXPECT_EQ(room.Value("SELECT CodeValue FROM StdFinding"), "F1");
 }
 
@@ -41,8 +49,8 @@ TEST_P(Engines, ImagesComeBackInTheOrderOfTheirStoring) {
     std::vector<std::string> files;
     for (int number = 100; number > 0; --number) {
         files.push_back("img_" + std::to_string(number) + ".dcm");
-        room.Run("INSERT INTO Image (SeriesInstanceUID, ImageFile) VALUES ('2.999." + std::to_string(number % 2) +
-                 "', '" + files.back() + "')");
+        room.Insert("Image",
+                    {{"SeriesInstanceUID", "2.999." + std::to_string(number % 2)}, {"ImageFile", files.back()}});
     }
     std::erase_if(files, [n = 0](const auto&) mutable { return n++ % 2 != 0; });
     std::vector<std::string> found;
@@ -59,10 +67,51 @@ TEST_P(Engines, AnAuditRowGetsItsTime) {
 }
 
 TEST_P(Engines, CodesOfManyLettersAreImported) {
-    const auto result = ImportCodes(room.Catalogue(), "StdTitles",
-                                    "CodeScheme,CodeValue,CodeMeaning\n99SS,T1,Röntgen 胸部 \U0001F9B4\n", false);
-    EXPECT_EQ(result.added, 1);
-    EXPECT_EQ(room.Value("SELECT CodeMeaning FROM StdTitles"), "Röntgen 胸部 \U0001F9B4");
+    EXPECT_EQ(Import("99SS,F1,Röntgen 胸部 \U0001F9B4\n").added, 1);
+    EXPECT_EQ(room.Value("SELECT CodeMeaning FROM StdFinding"), "Röntgen 胸部 \U0001F9B4");
+}
+
+TEST_P(Engines, AMicroSignStaysOne) {
+    Import("99SS,µ1,Nodule of 10 µm\n");
+    EXPECT_EQ(room.Value("SELECT CodeMeaning FROM StdFinding WHERE CodeValue = 'µ1 ' "), "Nodule of 10 µm");
+}
+
+TEST_P(Engines, ACodeOf16CharactersIsImportedAndOneOf17Refused) {
+    EXPECT_EQ(Import("99SS,F123456789012345,Nodule\n").added, 1);
+    EXPECT_EQ(Import("99SS,F1234567890123456,Nodule\n").faults,
+              std::vector<std::string>{"line 2: CodeValue is longer than 16 characters"});
+    EXPECT_EQ(room.Column("SELECT CodeValue FROM StdFinding"), std::vector<std::string>{"F123456789012345"});
+}
+
+TEST_P(Engines, ACodeOf17CharactersFromElsewhereComesBack) {
+    AddFinding("F1234567890123456");
+    EXPECT_EQ(room.Value("SELECT CodeValue FROM StdFinding WHERE CodeValue = 'F1234567890123456 ' "),
+              "F1234567890123456");
+}
+
+TEST_P(Engines, ACodeOf65CharactersIsNeverCut) {
+    const std::string code(65, 'F');
+    try {
+        AddFinding(code);
+        EXPECT_EQ(room.Value("SELECT CodeValue FROM StdFinding"), code); // SQLite holds columns to no size
+    } catch (const Error&) {
+        EXPECT_EQ(room.Count("StdFinding"), "0");
+    }
+}
+
+TEST_P(Engines, BlanksBehindACodeMakeNoOtherCode) {
+    AddFinding("F1  ");
+    EXPECT_EQ(Import("99SS,F1,Nodule\n99SS,F2 ,Cyst\n").known, 1);
+    EXPECT_EQ(Import("99SS,F2,Cyst\n99SS,F1 ,Nodule\n").known, 2);
+    EXPECT_EQ(room.Count("StdFinding"), "2");
+}
+
+TEST_P(Engines, TwinRowsStayWhenTheirCodeIsImported) {
+    AddFinding("F1", "Nodule");
+    AddFinding("F1", "Cyst");
+    EXPECT_EQ(Import("99SS,F1,Effusion\n").known, 1);
+    const std::vector<std::string> twins = {"Cyst", "Nodule"};
+    EXPECT_EQ(room.Column("SELECT CodeMeaning FROM StdFinding ORDER BY CodeMeaning"), twins);
 }
 
 TEST_P(Engines, AOneRowTableKeepsOneRow) {

@@ -1,4 +1,5 @@
 #include "platform/posix/PosixFiles.h"
+#include "suite/catalogue/CodeTable.h"
 #include "tests/suite/SuiteRoom.h"
 #include "tests/suite/TestObject.h"
 
@@ -66,6 +67,10 @@ TEST_F(Tool, ACatalogueThatCannotBeOpenedIsAFailure) {
     EXPECT_TRUE(Holds(outcome.err, "Data source name not found")) << outcome.err;
 }
 
+TEST_F(Tool, ItsVersionIsTheProjects) {
+    EXPECT_EQ(room.Tool("--version").out, "orbenta-catalogue " PROJECT_VERSION "\n");
+}
+
 TEST_F(Tool, TheSiteIsSetAndChanged) {
     EXPECT_EQ(room.Tool("site --base-uid 2.999.1 --organization \"Hôpital d'Or\" --node N1").status, 0);
     EXPECT_EQ(room.Tool("site --organization New").status, 0);
@@ -93,7 +98,7 @@ TEST_F(Tool, ANewSiteNeedsBothOfItsData) {
 }
 
 TEST_F(Tool, SeveralPortRowsBecomeOne) {
-    room.Run("INSERT INTO Port (Port, AETitle) VALUES (1, 'OTHER')");
+    room.Insert("Port", {{"Port", "1"}, {"AETitle", "OTHER"}});
     EXPECT_EQ(room.Tool("port --port 4242 --ae-title STORE").status, 0);
     EXPECT_EQ(room.Value("SELECT Port FROM Port"), "4242");
 }
@@ -148,14 +153,11 @@ TEST_F(Tool, KnownCodesStayUnlessTheyAreReplaced) {
 }
 
 TEST_F(Tool, TheDemonstrationCodesAreAllGood) {
-    for (const auto& [file, table] : {std::pair{"titles", "StdTitles"},
-                                      {"bodyparts", "StdBodyPart"},
-                                      {"findings", "StdFinding"},
-                                      {"diagnoses", "StdDiagnosis"}}) {
-        const Outcome outcome =
-            room.Tool(std::string("codes import ") + DEMONSTRATION_CODES + "/" + file + ".csv --table " + file);
+    for (const CodeKind& kind : CodeKinds) {
+        const std::string name(kind.name);
+        const Outcome outcome = room.Tool("codes import " DEMONSTRATION_CODES "/" + name + ".csv --table " + name);
         EXPECT_EQ(outcome.status, 0) << outcome.err;
-        EXPECT_GE(std::stoi(room.Count(table)), 30);
+        EXPECT_GE(std::stoi(room.Count(std::string(kind.table))), 30);
     }
 }
 
@@ -237,8 +239,8 @@ protected:
     Check() {
         room.Tool("site --base-uid 2.999.1 --organization Orbenta --node NODE");
         room.Tool("user $(id -un) --signature Bianchi^Anna");
-        for (const char* table : {"StdTitles", "StdBodyPart", "StdFinding", "StdDiagnosis"})
-            room.Run(std::string("INSERT INTO ") + table + " VALUES ('99SS', 'A', 'a')");
+        for (const std::string_view table : code_table::All)
+            room.Insert(std::string(table), {{"CodeScheme", "99SS"}, {"CodeValue", "A"}, {"CodeMeaning", "a"}});
     }
     void ExpectMissing(const std::string& words) {
         const Outcome outcome = room.Tool("check");
@@ -255,60 +257,47 @@ TEST_F(Check, AWholeInstallationIsWell) {
     EXPECT_FALSE(Holds(outcome.out, "MISSING"));
 }
 
-TEST_F(Check, AMissingTableIsNamed) {
-    room.Run("DROP TABLE History");
-    ExpectMissing("the catalogue lacks History");
-}
-
-TEST_F(Check, TheSiteMustHaveOneRow) {
-    room.Run("INSERT INTO SiteData (BaseUID, Organization) VALUES ('2.999.2', 'Other')");
-    ExpectMissing("table SiteData has 2 rows and must have one");
-}
-
-TEST_F(Check, ALongBaseUidIsFound) {
-    room.Run("UPDATE SiteData SET BaseUID='2.999." + std::string(37, '1') + "'");
-    ExpectMissing("the site's BaseUID has 43 characters");
-}
-
-TEST_F(Check, AMissingOrganizationIsFound) {
-    room.Run("UPDATE SiteData SET Organization=NULL");
-    ExpectMissing("the site has no Organization");
-}
-
-TEST_F(Check, TheServiceMustHaveOneRow) {
-    room.Run("INSERT INTO Port (Port, AETitle) VALUES (1, 'OTHER')");
-    ExpectMissing("table Port has 2 rows and must have one");
-}
-
 TEST_F(Check, AServiceThatDoesNotAnswerIsFound) {
     service.reset();
     ExpectMissing("the storage service does not answer on port " + std::to_string(room.Port()));
 }
 
-TEST_F(Check, ASignatureIsMissed) {
-    room.Run("DELETE FROM Users");
-    ExpectMissing("user ");
+struct Lack {
+    const char* name;
+    std::string statement; ///< brings it about
+    const char* words;
+};
+
+class CheckOfACatalogue : public Check, public testing::WithParamInterface<Lack> {};
+
+TEST_P(CheckOfACatalogue, FindsWhatIsWrong) {
+    room.Run(GetParam().statement);
+    ExpectMissing(GetParam().words);
 }
 
-TEST_F(Check, AMissingNodeIsFound) {
-    room.Run("DELETE FROM DicomServer");
-    ExpectMissing("table DicomServer names no AE title");
-}
-
-TEST_F(Check, AnEmptyCodeTableIsFound) {
-    room.Run("DELETE FROM StdFinding");
-    ExpectMissing("table StdFinding has no codes");
-}
-
-TEST_F(Check, APatientWithAnApostropheIsFound) {
-    room.Run("INSERT INTO Patient (ID, PatientName) VALUES ('1', 'D''ANGELO')");
-    ExpectMissing("patient D'ANGELO holds an apostrophe");
-}
-
-TEST_F(Check, AMissingStudyFolderIsFound) {
-    room.Run("INSERT INTO Study (StudyInstanceUID, StudyPath) VALUES ('2.999.9', '\\no\\such')");
-    ExpectMissing("the folder of study 2.999.9 is not there: /no/such");
-}
+INSTANTIATE_TEST_SUITE_P(
+    Tool, CheckOfACatalogue,
+    testing::Values(Lack{"NoTable", "DROP TABLE History", "the catalogue lacks History"},
+                    Lack{"TwoSites", "INSERT INTO SiteData (BaseUID, Organization) VALUES ('2.999.2', 'Other')",
+                         "table SiteData has 2 rows and must have one"},
+                    Lack{"ALongBaseUid", "UPDATE SiteData SET BaseUID='2.999." + std::string(37, '1') + "'",
+                         "the site's BaseUID has 43 characters; with more than 42 the UIDs of reports grow too long"},
+                    Lack{"AZeroPaddedBaseUid", "UPDATE SiteData SET BaseUID='2.999.01'",
+                         "the site's BaseUID \"2.999.01\" is no UID"},
+                    Lack{"NoOrganization", "UPDATE SiteData SET Organization=NULL", "the site has no Organization"},
+                    Lack{"TwoServices", "INSERT INTO Port (Port, AETitle) VALUES (1, 'OTHER')",
+                         "table Port has 2 rows and must have one"},
+                    Lack{"ALongAeTitle", "UPDATE Port SET AETitle='A_TITLE_OF_SEVENTEEN'",
+                         "the storage service's AE title \"A_TITLE_OF_SEVENTEEN\" must have 1 to 16 characters"},
+                    Lack{"NoSignature", "DELETE FROM Users", "user "},
+                    Lack{"NoNode", "DELETE FROM DicomServer", "table DicomServer names no AE title"},
+                    Lack{"NoCodes", "DELETE FROM StdFinding", "table StdFinding has no codes"},
+                    Lack{"AnApostrophe", "INSERT INTO Patient (ID, PatientName) VALUES ('1', 'D''ANGELO')",
+                         "patient D'ANGELO holds an apostrophe"},
+                    Lack{"NoStudyFolder",
+                         "INSERT INTO Study (StudyInstanceUID, StudyPath) VALUES ('2.999.9', '\\no\\such')",
+                         "the folder of study 2.999.9 is not there: /no/such"}),
+    [](const auto& test) { return test.param.name; });
 
 TEST_F(Check, AReportWhoseNewestVersionIsBrokenIsFound) {
     for (int version = 1; version <= 2; ++version)

@@ -45,9 +45,9 @@ protected:
         std::string studyPath = (room.Studies() / "2.999.1").string();
         std::ranges::replace(studyPath, '/', '\\');
         fs::create_symlink(studyPath + "\n2.999.2\n" + imageFile, room.Incoming() / "7.part.note");
-        room.Run("INSERT INTO Study (StudyInstanceUID, StudyPath) VALUES ('2.999.1', '" + studyPath + "')");
-        room.Run("INSERT INTO Series (SeriesInstanceUID, StudyInstanceUID, SeriesDir)"
-                 " VALUES ('2.999.2', '2.999.1', '2.999.2')");
+        room.Insert("Study", {{"StudyInstanceUID", "2.999.1"}, {"StudyPath", studyPath}});
+        room.Insert("Series",
+                    {{"SeriesInstanceUID", "2.999.2"}, {"StudyInstanceUID", "2.999.1"}, {"SeriesDir", "2.999.2"}});
         return series / imageFile;
     }
 
@@ -75,6 +75,7 @@ TEST_F(StorageFailure, RowsThatCannotBeWrittenTakeTheFileBack) {
 }
 
 TEST_F(StorageFailure, ALockedCatalogueRefusesTheObject) {
+    room.WaitForLocks(std::chrono::milliseconds(100));
     const auto service = room.StartService();
     room.Catalogue().BeginTransaction();
     EXPECT_EQ(TestObject().Send(room), ProcessingFailure);
@@ -114,7 +115,7 @@ TEST_F(StorageFailure, AFileWithoutItsRowIsTakenBackAtTheStart) {
 
 TEST_F(StorageFailure, AFileWithItsRowStaysAtTheStart) {
     const fs::path file = LeaveUnfinished("img_000001.dcm");
-    room.Run("INSERT INTO Image (SeriesInstanceUID, ImageFile) VALUES ('2.999.2', 'img_000001.dcm')");
+    room.Insert("Image", {{"SeriesInstanceUID", "2.999.2"}, {"ImageFile", "img_000001.dcm"}});
     const auto service = room.StartService();
     EXPECT_TRUE(fs::exists(file));
     ExpectNothingIncoming();

@@ -137,22 +137,27 @@ TEST_F(Storage, AnApostropheBecomesABackQuoteInTheCatalogueAlone) {
     EXPECT_EQ(TestObject(room.StoredFiles().at(0)).Get(DCM_PatientName), "D'ANGELO^ANNA");
 }
 
-TEST_F(Storage, WesternNamesAreCataloguedInUtf8) {
-    EXPECT_EQ(StoreUtf8("ISO_IR 100", "M\xFCller"), "Müller");
+struct Name {
+    const char* letters;
+    const char* characterSet;
+    const char* sent;
+    const char* catalogued;
+};
+
+class StorageOfNames : public Storage, public testing::WithParamInterface<Name> {};
+
+TEST_P(StorageOfNames, CataloguesThemInUtf8) {
+    EXPECT_EQ(StoreUtf8(GetParam().characterSet, GetParam().sent), GetParam().catalogued);
 }
 
-TEST_F(Storage, CyrillicNamesAreCataloguedInUtf8) {
-    EXPECT_EQ(StoreUtf8("ISO_IR 144", "\xBB\xEE\xDA"), "Люк");
-}
-
-TEST_F(Storage, Utf8NamesAreCataloguedAsTheyAre) {
-    EXPECT_EQ(StoreUtf8("ISO_IR 192", "山田^太郎"), "山田^太郎");
-}
-
-TEST_F(Storage, JapaneseNamesAreCataloguedInUtf8) {
-    EXPECT_EQ(StoreUtf8("\\ISO 2022 IR 87", "Yamada^Tarou=\x1B$B;3ED\x1B(B^\x1B$BB@O:\x1B(B"),
-              "Yamada^Tarou=山田^太郎");
-}
+INSTANTIATE_TEST_SUITE_P(Storage, StorageOfNames,
+                         testing::Values(Name{"Western", "ISO_IR 100", "M\xFCller", "Müller"},
+                                         Name{"Cyrillic", "ISO_IR 144", "\xBB\xEE\xDA", "Люк"},
+                                         Name{"Utf8", "ISO_IR 192", "山田^太郎", "山田^太郎"},
+                                         Name{"Japanese", "\\ISO 2022 IR 87",
+                                              "Yamada^Tarou=\x1B$B;3ED\x1B(B^\x1B$BB@O:\x1B(B",
+                                              "Yamada^Tarou=山田^太郎"}),
+                         [](const auto& test) { return test.param.letters; });
 
 TEST_F(Storage, WhatCannotBeDecodedInANameIsMarkedInTheCatalogueAlone) {
     EXPECT_EQ(StoreUtf8("ISO_IR 192", "M\xFFller"), "M\uFFFDller");
