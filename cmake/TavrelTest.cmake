@@ -16,7 +16,7 @@ function(tavrel_test room)
         set(test_TIMEOUT 60)
     endif()
     if(test_ENGINES)
-        set(test_RUNNER ${PROJECT_SOURCE_DIR}/tests/support/engines)
+        set(test_RUNNER env TAVREL_BIN=${CMAKE_RUNTIME_OUTPUT_DIRECTORY} ${PROJECT_SOURCE_DIR}/tests/support/engines)
     endif()
     string(REPLACE . _ program test_${room})
     if(test_PART)
@@ -30,6 +30,10 @@ function(tavrel_test room)
     endif()
     target_link_libraries(${program} PRIVATE ${test_LIBRARIES} GTest::gmock ${main})
     target_compile_definitions(${program} PRIVATE ${test_DEFINITIONS})
+    if(test_ENGINES)
+        add_dependencies(${program} orbenta-catalogue) # writes the engines' entries
+    endif()
+
     # Libraries leak and race in their own way. A race of ours ends the program that it is in, so that a test
     # notices it in the programs that it starts too.
     set(support ${PROJECT_SOURCE_DIR}/tests/support)

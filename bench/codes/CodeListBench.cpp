@@ -10,6 +10,7 @@
 #include "bench/codes/EngineReader.h"
 #include "codes/FillCodeList.h"
 #include "platform/odbc/OdbcDatabase.h"
+#include "suite/catalogue/OdbcEntry.h"
 #include "suite/catalogue/Schema.h"
 #include "tests/support/Workstation.h"
 
@@ -201,8 +202,8 @@ public:
         if (!mkdtemp(name.data()))
             throw std::runtime_error("No temporary folder " + name);
         folder_ = name;
-        std::ofstream(folder_ / "odbc.ini") << "[DicomFDB_sqlite]\nDriver=SQLite3\nDatabase=" << name
-                                            << "/catalogue.db\nJournalMode=WAL\nSyncPragma=NORMAL\n";
+        WriteOdbcEntry(folder_ / "odbc.ini",
+                       {.name = "DicomFDB_sqlite", .database = (folder_ / "catalogue.db").string()});
         setenv("ODBCINI", (folder_ / "odbc.ini").c_str(), 1);
     }
     ~OwnEntry() {
