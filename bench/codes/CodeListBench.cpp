@@ -219,8 +219,8 @@ private:
 
 void Measure(std::vector<char*> arguments) {
     const auto own = std::getenv("ODBCINI") ? nullptr : std::make_unique<OwnEntry>();
-    char inTurns[] = "--benchmark_enable_random_interleaving=true";
-    arguments.insert(arguments.begin() + 1, inTurns);
+    std::string inTurns = "--benchmark_enable_random_interleaving=true";
+    arguments.insert(arguments.begin() + 1, inTurns.data());
     int count = static_cast<int>(arguments.size());
     benchmark::Initialize(&count, arguments.data());
     const int codes = count > 1 ? std::stoi(arguments[1]) : 100'000;

@@ -60,7 +60,7 @@ std::vector<Record> ReadRecords(SQLSMALLINT handleType, SQLHANDLE handle) {
 } // namespace
 
 Error OdbcError(OdbcFailure failure, std::string description) {
-    return Error(static_cast<int>(failure), Source, std::move(description));
+    return {static_cast<int>(failure), Source, std::move(description)};
 }
 
 Error NoCurrentRow() {
@@ -92,7 +92,7 @@ OdbcDiagnostics OdbcDiagnostics::Read(SQLSMALLINT handleType, SQLHANDLE handle) 
 }
 
 Error OdbcDiagnostics::AsError() const {
-    return Error(number, Source, text);
+    return {number, Source, text};
 }
 
 } // namespace tavrel

@@ -49,7 +49,7 @@ public:
         const std::vector<CsvRow> rows = ReadCsv(csv);
         const auto order = rows.empty() ? std::vector<std::size_t>() : Order(rows.front());
         if (order.empty()) {
-            faults.push_back("line 1: the first row must name the columns CodeScheme, CodeValue, CodeMeaning");
+            faults.emplace_back("line 1: the first row must name the columns CodeScheme, CodeValue, CodeMeaning");
             return;
         }
         for (std::size_t i = 1; i < rows.size(); ++i)

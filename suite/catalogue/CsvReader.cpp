@@ -31,7 +31,7 @@ private:
     std::string NextField(CsvRow& row) { return Take('"') ? QuotedField(row) : PlainField(row); }
 
     std::string PlainField(CsvRow& row) {
-        const std::string field(rest_.substr(0, rest_.find_first_of(",\r\n")));
+        std::string field(rest_.substr(0, rest_.find_first_of(",\r\n")));
         rest_.remove_prefix(field.size());
         if (field.find('"') != std::string::npos)
             row.fault = "a quote within a field that does not start with one";

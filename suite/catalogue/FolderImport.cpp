@@ -49,7 +49,7 @@ void Aim(DcmSCU& client, const ServiceAddress& service) {
     dcmConnectionTimeout.set(ConnectSeconds);
     client.setPeerHostName("127.0.0.1");
     client.setPeerPort(static_cast<Uint16>(service.port));
-    client.setPeerAETitle(service.aeTitle.c_str());
+    client.setPeerAETitle(service.aeTitle);
     client.setAETitle(ImportAe);
     client.setACSETimeout(AnswerSeconds);
     client.setDIMSEBlockingMode(DIMSE_NONBLOCKING);
@@ -163,7 +163,7 @@ std::string ServiceFault(const ServiceAddress& service) {
     DcmSCU client;
     Aim(client, service);
     OFList<OFString> syntaxes;
-    syntaxes.push_back(UID_LittleEndianImplicitTransferSyntax);
+    syntaxes.emplace_back(UID_LittleEndianImplicitTransferSyntax);
     client.addPresentationContext(UID_VerificationSOPClass, syntaxes);
     OFCondition state = client.initNetwork();
     if (state.good())

@@ -31,79 +31,105 @@ struct Index {
     std::string_view columns;
 };
 
+using enum Type;
 using namespace longest;
 
-constexpr Column Patient[] = {{"ID", Type::Key, LongString},
-                              {"PatientName", Type::Text, TextColumn},
-                              {"BirthDate", Type::Text, ShortColumn},
-                              {"Sex", Type::Text, ShortColumn}};
-constexpr Column Study[] = {
-    {"StudyInstanceUID", Type::Key, Uid},           {"StudyPath", Type::Text, LongColumn},
-    {"IDPatient", Type::Text, LongString},          {"StudyDate", Type::Text, ShortColumn},
-    {"StudyTime", Type::Text, ShortColumn},         {"StudyDescription", Type::Text, TextColumn},
-    {"ReferringPhysician", Type::Text, TextColumn}, {"AccessionNumber", Type::Text, ShortColumn}};
-constexpr Column Series[] = {{"SeriesInstanceUID", Type::Key, Uid},        {"StudyInstanceUID", Type::Text, Uid},
-                             {"SeriesDir", Type::Text, TextColumn},        {"Modality", Type::Text, ShortColumn},
-                             {"SeriesStatus", Type::Text, ShortColumn},    {"SeriesNumber", Type::Integer},
-                             {"SeriesDescription", Type::Text, TextColumn}};
+constexpr std::array Patient{
+    Column{"ID", Key, LongString},
+    Column{"PatientName", Text, TextColumn},
+    Column{"BirthDate", Text, ShortColumn},
+    Column{"Sex", Text, ShortColumn},
+};
+constexpr std::array Study{
+    Column{"StudyInstanceUID", Key, Uid},           Column{"StudyPath", Text, LongColumn},
+    Column{"IDPatient", Text, LongString},          Column{"StudyDate", Text, ShortColumn},
+    Column{"StudyTime", Text, ShortColumn},         Column{"StudyDescription", Text, TextColumn},
+    Column{"ReferringPhysician", Text, TextColumn}, Column{"AccessionNumber", Text, ShortColumn},
+};
+constexpr std::array Series{
+    Column{"SeriesInstanceUID", Key, Uid},         Column{"StudyInstanceUID", Text, Uid},
+    Column{"SeriesDir", Text, TextColumn},         Column{"Modality", Text, ShortColumn},
+    Column{"SeriesStatus", Text, ShortColumn},     Column{"SeriesNumber", Integer},
+    Column{"SeriesDescription", Text, TextColumn},
+};
 // The counter keeps a series' rows in the order of their storing: the last one is the newest.
-constexpr Column Image[] = {
-    {"ImageID", Type::Counter},          {"SeriesInstanceUID", Type::Text, Uid}, {"ImageFile", Type::Text, TextColumn},
-    {"SOPInstanceUID", Type::Text, Uid}, {"SOPClassUID", Type::Text, Uid},       {"InstanceNumber", Type::Integer}};
-constexpr Column SiteData[] = {{"BaseUID", Type::Text, Uid}, {"Organization", Type::Text, TextColumn}};
-constexpr Column Users[] = {{"UserName", Type::Key, TextColumn}, {"Signature", Type::Text, TextColumn}};
-constexpr Column DicomServer[] = {{"AETitle", Type::Text, AeTitle}};
-constexpr Column Port[] = {{"Port", Type::Integer}, {"AETitle", Type::Text, AeTitle}};
-constexpr Column History[] = {{"HistoryID", Type::Counter},
-                              {"ActionTime", Type::Now},
-                              {"Node", Type::Text, TextColumn},
-                              {"Username", Type::Text, TextColumn},
-                              {"PatientName", Type::Text, TextColumn},
-                              {"PatientID", Type::Text, LongString},
-                              {"StudyUID", Type::Text, Uid},
-                              {"SeriesUID", Type::Text, Uid},
-                              {"ActionVal", Type::Text, LongString},
-                              {"Description", Type::Text, TextColumn}};
-constexpr Column Report[] = {{"PatientName", Type::Text, TextColumn},
-                             {"BirthDate", Type::Text, TextColumn},
-                             {"Age", Type::Text, TextColumn},
-                             {"Sex", Type::Text, TextColumn},
-                             {"PatientID", Type::Text, TextColumn},
-                             {"StudyDate", Type::Text, TextColumn},
-                             {"StudyDescription", Type::Text, TextColumn},
-                             {"StudyPhysician", Type::Text, TextColumn},
-                             {"ReportHeading", Type::Text, TextColumn},
-                             {"ReportTitle", Type::Text, TextColumn},
-                             {"ReadingPhysician", Type::Text, TextColumn},
-                             {"LastUpdated", Type::Text, TextColumn},
-                             {"ApprovingPhysician", Type::Text, TextColumn},
-                             {"ApprovingDate", Type::Text, TextColumn},
-                             {"Reading", Type::Text, LongColumn}};
-constexpr Column Codes[] = {{"CodeScheme", Type::Text, LongString},
-                            {"CodeValue", Type::Code, LongString},
-                            {"CodeMeaning", Type::Text, TextColumn}};
+constexpr std::array Image{
+    Column{"ImageID", Counter},          Column{"SeriesInstanceUID", Text, Uid}, Column{"ImageFile", Text, TextColumn},
+    Column{"SOPInstanceUID", Text, Uid}, Column{"SOPClassUID", Text, Uid},       Column{"InstanceNumber", Integer},
+};
+constexpr std::array SiteData{
+    Column{"BaseUID", Text, Uid},
+    Column{"Organization", Text, TextColumn},
+};
+constexpr std::array Users{
+    Column{"UserName", Key, TextColumn},
+    Column{"Signature", Text, TextColumn},
+};
+constexpr std::array DicomServer{
+    Column{"AETitle", Text, AeTitle},
+};
+constexpr std::array Port{
+    Column{"Port", Integer},
+    Column{"AETitle", Text, AeTitle},
+};
+constexpr std::array History{
+    Column{"HistoryID", Counter},
+    Column{"ActionTime", Now},
+    Column{"Node", Text, TextColumn},
+    Column{"Username", Text, TextColumn},
+    Column{"PatientName", Text, TextColumn},
+    Column{"PatientID", Text, LongString},
+    Column{"StudyUID", Text, Uid},
+    Column{"SeriesUID", Text, Uid},
+    Column{"ActionVal", Text, LongString},
+    Column{"Description", Text, TextColumn},
+};
+constexpr std::array Report{
+    Column{"PatientName", Text, TextColumn},
+    Column{"BirthDate", Text, TextColumn},
+    Column{"Age", Text, TextColumn},
+    Column{"Sex", Text, TextColumn},
+    Column{"PatientID", Text, TextColumn},
+    Column{"StudyDate", Text, TextColumn},
+    Column{"StudyDescription", Text, TextColumn},
+    Column{"StudyPhysician", Text, TextColumn},
+    Column{"ReportHeading", Text, TextColumn},
+    Column{"ReportTitle", Text, TextColumn},
+    Column{"ReadingPhysician", Text, TextColumn},
+    Column{"LastUpdated", Text, TextColumn},
+    Column{"ApprovingPhysician", Text, TextColumn},
+    Column{"ApprovingDate", Text, TextColumn},
+    Column{"Reading", Text, LongColumn},
+};
+constexpr std::array Codes{
+    Column{"CodeScheme", Text, LongString},
+    Column{"CodeValue", Code, LongString},
+    Column{"CodeMeaning", Text, TextColumn},
+};
 
-constexpr std::array<std::string_view, 14> TableNames = {"Patient",
-                                                         "Study",
-                                                         "Series",
-                                                         "Image",
-                                                         "SiteData",
-                                                         "Users",
-                                                         "DicomServer",
-                                                         "Port",
-                                                         "History",
-                                                         "Report",
-                                                         code_table::Titles,
-                                                         code_table::BodyParts,
-                                                         code_table::Findings,
-                                                         code_table::Diagnoses};
+constexpr std::array<std::string_view, 14> TableNames = {
+    "Patient",
+    "Study",
+    "Series",
+    "Image",
+    "SiteData",
+    "Users",
+    "DicomServer",
+    "Port",
+    "History",
+    "Report",
+    code_table::Titles,
+    code_table::BodyParts,
+    code_table::Findings,
+    code_table::Diagnoses,
+};
 constexpr std::array<std::span<const Column>, TableNames.size()> TableColumns = {
     Patient, Study, Series, Image, SiteData, Users, DicomServer, Port, History, Report, Codes, Codes, Codes, Codes};
 
-constexpr Index Indexes[] = {
-    {"StudyByPatient", "Study", "IDPatient"},        {"SeriesByStudy", "Series", "StudyInstanceUID"},
-    {"ImageBySeries", "Image", "SeriesInstanceUID"}, {"ImageByInstance", "Image", "SOPInstanceUID"},
-    {"HistoryBySeries", "History", "SeriesUID"},
+constexpr std::array Indexes{
+    Index{"StudyByPatient", "Study", "IDPatient"},        Index{"SeriesByStudy", "Series", "StudyInstanceUID"},
+    Index{"ImageBySeries", "Image", "SeriesInstanceUID"}, Index{"ImageByInstance", "Image", "SOPInstanceUID"},
+    Index{"HistoryBySeries", "History", "SeriesUID"},
 };
 
 std::string CounterType(Engine engine) {
@@ -121,21 +147,21 @@ std::string CounterType(Engine engine) {
 std::string TypeText(const Column& column, Engine engine) {
     const std::string size = std::string("(").append(std::to_string(column.size)).append(")");
     switch (column.type) {
-    case Type::Key:
+    case Key:
         return "VARCHAR" + size + " NOT NULL PRIMARY KEY";
-    case Type::Code:
+    case Code:
         // PostgreSQL pads fixed-width columns only, SQLite needs the collation, MariaDB always pads.
         if (engine == Engine::PostgreSql)
             return "CHAR" + size;
         return "VARCHAR" + size + (engine == Engine::Sqlite ? " COLLATE RTRIM" : "");
-    case Type::Integer:
+    case Integer:
         return "INTEGER";
-    case Type::Counter:
+    case Counter:
         return CounterType(engine);
-    case Type::Now:
+    case Now:
         // MariaDB would renew a TIMESTAMP with every change of the row.
         return std::string(engine == Engine::MariaDb ? "DATETIME" : "TIMESTAMP") + " DEFAULT CURRENT_TIMESTAMP";
-    case Type::Text:
+    case Text:
         break;
     }
     return "VARCHAR" + size;

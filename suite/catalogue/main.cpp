@@ -31,7 +31,7 @@ constexpr int UsageStatus = 2;
 
 /// A validator that answers CLI11 with the words of `fault`, or with nothing when all is well.
 CLI::Validator Rule(const std::string& name, std::function<std::string(const std::string&)> fault) {
-    return CLI::Validator([fault = std::move(fault)](const std::string& text) { return fault(text); }, name);
+    return {[fault = std::move(fault)](const std::string& text) { return fault(text); }, name};
 }
 
 CLI::Validator CatalogueText(std::size_t longest) {
@@ -271,9 +271,8 @@ private:
     void AddCodes() {
         CLI::App* codes = app_.add_subcommand("codes", "Work on the code tables");
         codes->require_subcommand(1);
-        std::vector<std::string> kinds;
-        for (const CodeKind& kind : CodeKinds)
-            kinds.emplace_back(kind.name);
+        std::vector<std::string> kinds(CodeKinds.size());
+        std::ranges::transform(CodeKinds, kinds.begin(), [](const CodeKind& kind) { return std::string(kind.name); });
         CLI::App* command = Command(*codes, "import",
                                     "Import codes from a CSV file (UTF-8; columns CodeScheme, CodeValue, CodeMeaning "
                                     "named in the first row), all of them or, when one row is wrong, none",

@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
@@ -36,9 +37,9 @@ fs::path NativeFile(const ObjectPlace& place) {
 }
 
 std::string FileName(int number) {
-    char name[32];
-    std::snprintf(name, sizeof name, "img_%06d.dcm", number);
-    return name;
+    std::array<char, 32> name{};
+    std::snprintf(name.data(), name.size(), "img_%06d.dcm", number);
+    return name.data();
 }
 
 /// Makes a folder in an existing one.
@@ -91,7 +92,7 @@ ObjectPlace ReadNote(const fs::path& note) {
 
 } // namespace
 
-Archive::Archive(fs::path root, ObjectCatalogue& catalogue, DicomLibrary& library)
+Archive::Archive(const fs::path& root, ObjectCatalogue& catalogue, DicomLibrary& library)
     : root_(fs::absolute(root).lexically_normal()), incoming_(root_ / ".incoming"), catalogue_(catalogue),
       library_(library) {
     if (root_.string().find_first_of("'\\\n") != std::string::npos)
@@ -211,9 +212,9 @@ ObjectPlace Archive::FolderFor(const ObjectHeader& header) {
                 header.patientId);
 
     const auto studyPath = catalogue_.StudyPath(header.studyUid);
-    const ObjectPlace place{studyPath.value_or(InsidePath((root_ / header.studyUid).string())),
-                            series ? series->seriesDir : header.seriesUid,
-                            {}};
+    ObjectPlace place{studyPath.value_or(InsidePath((root_ / header.studyUid).string())),
+                      series ? series->seriesDir : header.seriesUid,
+                      {}};
     if (!studyPath)
         MakeFolder(NativePath(place.studyPath));
     MakeFolder(NativeFolder(place));

@@ -25,7 +25,7 @@ class Archive {
 public:
     /// Makes the folder `root` where it is missing and keeps other services out of it. Throws
     /// std::runtime_error with words for the person who started the service.
-    Archive(std::filesystem::path root, ObjectCatalogue& catalogue, DicomLibrary& library);
+    Archive(const std::filesystem::path& root, ObjectCatalogue& catalogue, DicomLibrary& library);
     ~Archive();
     Archive(const Archive&) = delete;
     Archive& operator=(const Archive&) = delete;

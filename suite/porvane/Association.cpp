@@ -235,7 +235,7 @@ void Association::Tell(const Archive::Stored& stored) {
                                  stored.path);
 }
 
-void Association::End(OFCondition why) {
+void Association::End(const OFCondition& why) {
     if (why == DUL_PEERREQUESTEDRELEASE) {
         ASC_acknowledgeRelease(association_);
         return;

@@ -44,7 +44,7 @@ private:
     std::string TakeObject(T_ASC_PresentationContextID context, T_DIMSE_C_StoreRQ& request, std::uint16_t& status);
     void ReceiveDataSet(T_ASC_PresentationContextID context, IncomingFile& object);
     void Tell(const Archive::Stored& stored);
-    void End(OFCondition why);
+    void End(const OFCondition& why);
 
     T_ASC_Association* association_;
     const ServiceContext& context_;

@@ -17,7 +17,7 @@ namespace {
 
 /// A copy in the target's folder, under a name that no reader of the folder takes for an object.
 std::filesystem::path CopyBeside(const std::filesystem::path& file, const std::filesystem::path& target) {
-    const auto copy = target.parent_path() / ("." + target.filename().string() + ".part");
+    auto copy = target.parent_path() / ("." + target.filename().string() + ".part");
     std::error_code failure;
     std::filesystem::copy_file(file, copy, std::filesystem::copy_options::overwrite_existing, failure);
     if (failure) {

@@ -21,12 +21,12 @@ using Status = StoreRefusal::Status;
 constexpr std::string_view BasicTextSr = "1.2.840.10008.5.1.4.1.1.88.11";
 
 std::string Digits(const DateTime& moment) {
-    char text[16];
+    std::array<char, 16> text{};
     if (moment.HasDate())
-        std::snprintf(text, sizeof text, "%04d%02d%02d", moment.year, moment.month, moment.day);
+        std::snprintf(text.data(), text.size(), "%04d%02d%02d", moment.year, moment.month, moment.day);
     else
-        std::snprintf(text, sizeof text, "%02d%02d%02d", moment.hour, moment.minute, moment.second);
-    return text;
+        std::snprintf(text.data(), text.size(), "%02d%02d%02d", moment.hour, moment.minute, moment.second);
+    return text.data();
 }
 
 /// Without blanks around it, and no longer than its column.
@@ -53,7 +53,7 @@ public:
 
     /// UIDs name folders and stand in statements: digits and points alone may pass.
     std::string Uid(const Attribute& attribute, const char* name) const {
-        const std::string uid = Text(attribute, longest::Uid + 1);
+        std::string uid = Text(attribute, longest::Uid + 1);
         if (!IsUid(uid))
             throw StoreRefusal(Status::CannotUnderstand, std::string("no valid ") + name);
         return uid;

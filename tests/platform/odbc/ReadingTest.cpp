@@ -133,7 +133,7 @@ TEST_P(Reading, TwentyThousandCharactersComeWhole) {
 }
 
 TEST_P(Reading, ValuesAroundTheBuffersSizeComeWhole) {
-    for (std::size_t size : {253, 254, 255, 256, 257, 32767, 32768, 65535}) {
+    for (const std::size_t size : {253U, 254U, 255U, 256U, 257U, 32767U, 32768U, 65535U}) {
         database.Run("DELETE FROM Report");
         const std::string text = std::string(size - 2, 'x') + "é";
         EXPECT_EQ(Returned(text), text) << size;
