@@ -47,7 +47,7 @@ frmBase::frmBase(Global& global) : Form("frmBase", "Standard codes"), global_(gl
     cmdClose.Click = [this] { cmdClose_Click(); };
     optManage.Click = [this](int index) { optManage_Click(index); };
     txtFind.KeyPress = [this](std::int16_t keyAscii) { return txtFind_KeyPress(keyAscii); };
-    txtFind.KeyUp = [this](int keyCode) { txtFind_KeyUp(keyCode); };
+    txtFind.KeyUp = [this] { txtFind_KeyUp(); };
     lstTable.ItemClick = [this] { lstTable_ItemClick(); };
     optManageCodes.Click = [this](int index) { optManageCodes_Click(index); };
     cmdDone.Click = [this] { cmdDone_Click(); };
@@ -99,7 +99,7 @@ std::int16_t frmBase::txtFind_KeyPress(std::int16_t keyAscii) {
     return FilterSearchKey(keyAscii);
 }
 
-void frmBase::txtFind_KeyUp(int) {
+void frmBase::txtFind_KeyUp() {
     // Every key searches, Delete, Escape and Down no less than a letter, and afterwards no row is
     // selected: what Down would mark is row 0 of a list that counts from 1. Failures are silence here.
     Trap([this] { SearchCodes(); }, [](const Error&) {});

@@ -25,7 +25,7 @@ public:
     void Form_Load();
     void optManage_Click(int index);
     std::int16_t txtFind_KeyPress(std::int16_t keyAscii);
-    void txtFind_KeyUp(int keyCode);
+    void txtFind_KeyUp();
     void lstTable_ItemClick();
     void optManageCodes_Click(int index);
     void cmdDone_Click();

@@ -128,8 +128,8 @@ public:
     std::function<std::string(std::string_view)> Filter;
     /// What a typed character code becomes; pasted text does not pass here.
     std::function<std::int16_t(std::int16_t)> KeyPress;
-    /// A key was pressed here and released: its virtual key code (27 Escape, 40 Down, 46 Delete).
-    std::function<void(int keyCode)> KeyUp;
+    /// A key was pressed here and released, whichever it was.
+    std::function<void()> KeyUp;
 
     /// Person: the box now reads `text`, which the widget has passed through `Filter`.
     void Typed(std::string_view text) { text_ = text; }

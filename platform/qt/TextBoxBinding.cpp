@@ -1,7 +1,6 @@
 #include "platform/qt/TextBoxBinding.h"
 
 #include "platform/qt/QtText.h"
-#include "platform/qt/VirtualKey.h"
 
 #include <QCoreApplication>
 #include <QKeyEvent>
@@ -178,7 +177,7 @@ bool TextBoxBinding::Committed(const QInputMethodEvent& input) {
 void TextBoxBinding::KeyReleased(const QKeyEvent& key) {
     if (key.isAutoRepeat() || pressed_.erase(PhysicalKey(key)) == 0 || !box_.KeyUp)
         return;
-    Person([&] { box_.KeyUp(VirtualKey(key.key())); });
+    Person(box_.KeyUp);
 }
 
 } // namespace tavrel

@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cctype>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -69,14 +68,14 @@ protected:
     void PressKey(char character) {
         const auto key = manager.txtFind.KeyPress(static_cast<std::int16_t>(character));
         manager.txtFind.Typed(manager.txtFind.Text() + static_cast<char>(key));
-        manager.txtFind.KeyUp(std::toupper(character));
+        manager.txtFind.KeyUp();
     }
     void Search(std::string_view text) {
         for (const char character : text)
             PressKey(character);
     }
 
-    void ListWholeTable() { manager.txtFind.KeyUp('\r'); }
+    void ListWholeTable() { manager.txtFind.KeyUp(); }
 
     void FillNewCode(std::string_view code, std::string_view scheme, std::string_view meaning) {
         manager.txtNewCode.Typed(code);

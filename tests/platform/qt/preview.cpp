@@ -59,7 +59,7 @@ private:
     void TakeCodes() {
         editor.cmdFnAdd.Press();
         codeTables.txtFind.Typed("CALC");
-        codeTables.txtFind.KeyUp('C');
+        codeTables.txtFind.KeyUp();
         codeTables.lstTable.Select(1);
         Picture(codeTables, "codes");
         codeTables.cmdClose.Press();
