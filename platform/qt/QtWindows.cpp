@@ -134,7 +134,8 @@ void QtWindows::Hide(Form& form) {
     if (!window || !window->isVisible())
         return;
     window->hide();
-    Gone(form);
+    const auto [first, last] = waiting_.equal_range(&form);
+    std::for_each(first, last, [](const auto& wait) { wait.second->quit(); });
 }
 
 void QtWindows::Unload(Form& form) {
@@ -143,12 +144,6 @@ void QtWindows::Unload(Form& form) {
         windows_.erase(&form);
         window->Dismiss();
     }
-}
-
-void QtWindows::Gone(const Form& form) {
-    const auto [first, last] = waiting_.equal_range(&form);
-    std::for_each(first, last, [](const auto& wait) { wait.second->quit(); });
-    TellIfLast();
 }
 
 void QtWindows::MakeTopMost(Form& form) {
@@ -179,7 +174,6 @@ int QtWindows::RunDialog(QDialog& dialog) {
     ++dialogs_;
     const int result = dialog.exec();
     --dialogs_;
-    TellIfLast();
     return result;
 }
 
@@ -192,11 +186,6 @@ bool QtWindows::AnyTopMost() const {
 
 bool QtWindows::AnyWindowOpen() const {
     return dialogs_ > 0 || std::ranges::any_of(windows_, [](const auto& entry) { return entry.second->isVisible(); });
-}
-
-void QtWindows::TellIfLast() const {
-    if (LastWindowGone && !AnyWindowOpen())
-        LastWindowGone();
 }
 
 std::vector<std::string> MissingNames(const Form& form, const Layouts& layouts) {

@@ -33,8 +33,6 @@ public:
 
     /// A form, a message box or another dialog stands on the screen.
     bool AnyWindowOpen() const;
-    /// Called whenever the last window has gone.
-    std::function<void()> LastWindowGone;
 
     /// The form's window, or none before it is first shown.
     FormWindow* WindowOf(const Form& form) const;
@@ -42,8 +40,6 @@ public:
 private:
     FormWindow& Make(Form& form);
     void Present(FormWindow& window);
-    void Gone(const Form& form);
-    void TellIfLast() const;
     bool AnyTopMost() const;
 
     const Layouts& layouts_;
