@@ -3,102 +3,82 @@
 #include <QApplication>
 #include <QFont>
 #include <QPalette>
+#include <QRegularExpression>
 #include <QStyleFactory>
 
+#include <algorithm>
 #include <array>
+#include <string_view>
 
 namespace tavrel {
 namespace {
 
-/// The colours of a scheme, as "#rrggbb".
-struct Colours {
-    const char* window;
-    const char* card;   ///< the face of a frame
-    const char* field;  ///< where one types
-    const char* locked; ///< where one does not
-    const char* stripe; ///< every second row
-    const char* button;
-    const char* line;
-    const char* text;
-    const char* faint; ///< captions
-    const char* off;   ///< what is disabled
-    const char* accent;
-    const char* onAccent;
-    const char* attention;
-    const char* onAttention;
-    const char* settled;
-    const char* onSettled;
-    const char* veil;
+struct Colour {
+    const char* name;
+    const char* light;
+    const char* dark;
+
+    constexpr const char* In(Scheme scheme) const { return scheme == Scheme::Dark ? dark : light; }
 };
 
-constexpr Colours Light{
-    .window = "#eef1f4",
-    .card = "#ffffff",
-    .field = "#ffffff",
-    .locked = "#eff1f3",
-    .stripe = "#f6f8fa",
-    .button = "#f7f8fa",
-    .line = "#cfd6dc",
-    .text = "#1b2229",
-    .faint = "#56626d",
-    .off = "#5f6a74",
-    .accent = "#1c679f",
-    .onAccent = "#ffffff",
-    .attention = "#fdf0cf",
-    .onAttention = "#5b4100",
-    .settled = "#dcefe2",
-    .onSettled = "#17492a",
-    .veil = "rgba(238, 241, 244, 190)",
+constexpr std::array Colours{
+    Colour{"window", "#eef1f4", "#1c2024"},
+    Colour{"card", "#ffffff", "#262b30"},   // the face of a frame
+    Colour{"field", "#ffffff", "#1a1e22"},  // where one types
+    Colour{"locked", "#eff1f3", "#2d3339"}, // where one does not
+    Colour{"stripe", "#f6f8fa", "#1f2429"}, // every second row
+    Colour{"button", "#f7f8fa", "#343b42"},
+    Colour{"line", "#cfd6dc", "#424a52"},
+    Colour{"text", "#1b2229", "#e3e7eb"},
+    Colour{"faint", "#56626d", "#a3aeb8"}, // captions
+    Colour{"off", "#5f6a74", "#98a2ac"},   // what is disabled
+    Colour{"accent", "#1c679f", "#4c9bd8"},
+    Colour{"onAccent", "#ffffff", "#0d1317"},
+    Colour{"attention", "#fdf0cf", "#4a3a12"},
+    Colour{"onAttention", "#5b4100", "#f6dfa3"},
+    Colour{"settled", "#dcefe2", "#1d4029"},
+    Colour{"onSettled", "#17492a", "#bfe6cb"},
+    Colour{"veil", "rgba(238, 241, 244, 190)", "rgba(28, 32, 36, 190)"},
 };
 
-constexpr Colours Dark{
-    .window = "#1c2024",
-    .card = "#262b30",
-    .field = "#1a1e22",
-    .locked = "#2d3339",
-    .stripe = "#1f2429",
-    .button = "#343b42",
-    .line = "#424a52",
-    .text = "#e3e7eb",
-    .faint = "#a3aeb8",
-    .off = "#98a2ac",
-    .accent = "#4c9bd8",
-    .onAccent = "#0d1317",
-    .attention = "#4a3a12",
-    .onAttention = "#f6dfa3",
-    .settled = "#1d4029",
-    .onSettled = "#bfe6cb",
-    .veil = "rgba(28, 32, 36, 190)",
-};
+consteval Colour Named(std::string_view name) {
+    return *std::ranges::find(Colours, name, &Colour::name);
+}
 
-QPalette PaletteOf(const Colours& colours) {
-    QPalette palette(QColor(colours.button), QColor(colours.window));
-    const std::array<std::pair<QPalette::ColorRole, const char*>, 12> roles{{
-        {QPalette::Window, colours.window},
-        {QPalette::WindowText, colours.text},
-        {QPalette::Base, colours.field},
-        {QPalette::AlternateBase, colours.stripe},
-        {QPalette::Text, colours.text},
-        {QPalette::Button, colours.button},
-        {QPalette::ButtonText, colours.text},
-        {QPalette::Highlight, colours.accent},
-        {QPalette::HighlightedText, colours.onAccent},
-        {QPalette::PlaceholderText, colours.faint},
-        {QPalette::ToolTipBase, colours.card},
-        {QPalette::ToolTipText, colours.text},
+QPalette PaletteOf(Scheme scheme) {
+    constexpr std::array<std::pair<QPalette::ColorRole, Colour>, 12> roles{{
+        {QPalette::Window, Named("window")},
+        {QPalette::WindowText, Named("text")},
+        {QPalette::Base, Named("field")},
+        {QPalette::AlternateBase, Named("stripe")},
+        {QPalette::Text, Named("text")},
+        {QPalette::Button, Named("button")},
+        {QPalette::ButtonText, Named("text")},
+        {QPalette::Highlight, Named("accent")},
+        {QPalette::HighlightedText, Named("onAccent")},
+        {QPalette::PlaceholderText, Named("faint")},
+        {QPalette::ToolTipBase, Named("card")},
+        {QPalette::ToolTipText, Named("text")},
     }};
+    constexpr std::array<std::pair<QPalette::ColorRole, Colour>, 8> disabled{{
+        {QPalette::WindowText, Named("off")},
+        {QPalette::Text, Named("off")},
+        {QPalette::ButtonText, Named("off")},
+        {QPalette::Base, Named("locked")},
+        {QPalette::AlternateBase, Named("locked")},
+        {QPalette::Button, Named("locked")},
+        {QPalette::Highlight, Named("line")},
+        {QPalette::HighlightedText, Named("text")},
+    }};
+    QPalette palette(Named("button").In(scheme), Named("window").In(scheme));
     for (const auto& [role, colour] : roles)
-        palette.setColor(role, QColor(colour));
-    for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
-        palette.setColor(QPalette::Disabled, role, QColor(colours.off));
-    for (const auto role : {QPalette::Base, QPalette::AlternateBase, QPalette::Button})
-        palette.setColor(QPalette::Disabled, role, QColor(colours.locked));
-    palette.setColor(QPalette::Disabled, QPalette::Highlight, QColor(colours.line));
-    palette.setColor(QPalette::Disabled, QPalette::HighlightedText, QColor(colours.text));
+        palette.setColor(role, colour.In(scheme));
+    for (const auto& [role, colour] : disabled)
+        palette.setColor(QPalette::Disabled, role, colour.In(scheme));
     return palette;
 }
 
-QString SheetOf(const Colours& colours) {
+QString SheetOf(Scheme scheme) {
     QString sheet = R"(
         QGroupBox { background: @card; border: 1px solid @line; border-radius: 6px; margin-top: 0;
                     padding-top: 24px; font-weight: bold; }
@@ -129,27 +109,8 @@ QString SheetOf(const Colours& colours) {
         #paneVeil { background: @veil; }
         #paneVeilBoard { background: @card; border: 1px solid @line; border-radius: 8px; padding: 16px 24px; }
     )";
-    // The longer names first: "@onAccent" holds no "@accent", but a shorter name may begin a longer one.
-    const std::array<std::pair<const char*, const char*>, 16> names{{
-        {"@onAttention", colours.onAttention},
-        {"@attention", colours.attention},
-        {"@onSettled", colours.onSettled},
-        {"@settled", colours.settled},
-        {"@onAccent", colours.onAccent},
-        {"@accent", colours.accent},
-        {"@window", colours.window},
-        {"@button", colours.button},
-        {"@locked", colours.locked},
-        {"@field", colours.field},
-        {"@faint", colours.faint},
-        {"@card", colours.card},
-        {"@line", colours.line},
-        {"@text", colours.text},
-        {"@veil", colours.veil},
-        {"@off", colours.off},
-    }};
-    for (const auto& [name, colour] : names)
-        sheet.replace(name, colour);
+    for (const Colour& colour : Colours)
+        sheet.replace(QRegularExpression(QString("@%1\\b").arg(colour.name)), colour.In(scheme));
     return sheet;
 }
 
@@ -157,14 +118,13 @@ QString SheetOf(const Colours& colours) {
 
 void Dress(QApplication& application, Scheme scheme) {
     static const QFont desktopFont = QApplication::font();
-    const Colours& colours = scheme == Scheme::Dark ? Dark : Light;
     QFont font = desktopFont;
     QFont::insertSubstitution("MS Sans Serif", desktopFont.family());
     font.setFamily("MS Sans Serif");
     QApplication::setFont(font);
     QApplication::setStyle(QStyleFactory::create("Fusion"));
-    QApplication::setPalette(PaletteOf(colours));
-    application.setStyleSheet(SheetOf(colours));
+    QApplication::setPalette(PaletteOf(scheme));
+    application.setStyleSheet(SheetOf(scheme));
 }
 
 } // namespace tavrel

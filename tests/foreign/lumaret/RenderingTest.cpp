@@ -118,7 +118,7 @@ TEST(TheContactSheet, IsDrawn) {
     QImage sheet(across * cell.width(), down * cell.height(), QImage::Format_RGB32);
     sheet.fill(Qt::black);
     QPainter painter(&sheet);
-    painter.setPen(QColor(240, 240, 205));
+    painter.setPen(Qt::white);
     QFont font = painter.font();
     font.setPixelSize(9);
     painter.setFont(font);
