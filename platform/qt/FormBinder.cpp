@@ -156,8 +156,8 @@ template <typename Bound, typename Model, typename Widget> constexpr Kind KindOf
 
 constexpr std::array Kinds{
     KindOf<LabelBinding, Label, QLabel>(),
-    KindOf<TextBoxBinding, TextBox, QLineEdit>(),
-    KindOf<TextBoxBinding, TextBox, QPlainTextEdit>(),
+    KindOf<LineBinding, TextBox, QLineEdit>(),
+    KindOf<ParagraphsBinding, TextBox, QPlainTextEdit>(),
     KindOf<ComboBoxBinding, ComboBox, QComboBox>(),
     KindOf<ListBinding, ListBox, QListView>(),
     KindOf<ListBinding, ListView, QTreeView>(),

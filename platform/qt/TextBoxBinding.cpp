@@ -6,7 +6,6 @@
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QPlainTextEdit>
-#include <QRegularExpression>
 #include <QScopedValueRollback>
 #include <QTextDocument>
 
@@ -16,9 +15,12 @@ namespace tavrel {
 namespace {
 
 /// A pasted line break would stand in a single line unseen.
-QString OneLine(QString text) {
-    static const QRegularExpression breaks("[\\r\\n\\t\\x{2028}\\x{2029}]+");
-    return text.replace(breaks, " ");
+std::string OneLine(std::string text) {
+    const auto breaks = [](char c) { return c == '\r' || c == '\n' || c == '\t'; };
+    const auto [first, last] = std::ranges::unique(text, [&](char a, char b) { return breaks(a) && breaks(b); });
+    text.erase(first, last);
+    std::ranges::replace_if(text, breaks, ' ');
+    return text;
 }
 
 /// Replaces what differs and joins it to the edit that caused it, so that one undo takes back both.
@@ -49,81 +51,39 @@ bool TypesText(const QKeyEvent& key) {
 
 } // namespace
 
-TextBoxBinding::TextBoxBinding(TextBox& box, QLineEdit& line) : TextBoxBinding(box, line, &line, nullptr) {
-    connect(&line, &QLineEdit::textChanged, this, [this] { Person([this] { LineEdited(); }); });
-}
-
-TextBoxBinding::TextBoxBinding(TextBox& box, QPlainTextEdit& paragraphs)
-    : TextBoxBinding(box, paragraphs, nullptr, &paragraphs) {
-    paragraphs.document()->setDocumentMargin(8);
-    connect(&paragraphs, &QPlainTextEdit::textChanged, this, [this] { Person([this] { ParagraphsEdited(); }); });
-}
-
-TextBoxBinding::TextBoxBinding(TextBox& box, QWidget& widget, QLineEdit* line, QPlainTextEdit* paragraphs)
-    : Binding(box, widget), box_(box), line_(line), paragraphs_(paragraphs) {
+TextBoxBinding::TextBoxBinding(TextBox& box, QWidget& widget, QWidget& ground)
+    : Binding(box, widget), box_(box), ground_(ground) {
     widget.installEventFilter(this);
 }
 
-QString TextBoxBinding::Shown() const {
-    // The raw text keeps non-breaking blanks, which the plain one turns into blanks.
-    return line_ ? line_->text() : paragraphs_->document()->toRawText();
-}
-
 void TextBoxBinding::ShowState(bool inReach) {
-    const bool locked = box_.Locked() || !inReach;
-    QWidget& ground = line_ ? static_cast<QWidget&>(*line_) : *paragraphs_->viewport();
     QPalette palette;
-    if (locked || box_.ButtonFace())
+    if (box_.Locked() || !inReach || box_.ButtonFace())
         palette.setBrush(QPalette::Base, palette.brush(QPalette::Disabled, QPalette::Base));
-    ground.setPalette(palette);
-
-    const bool stale = FromQt(Shown()) != box_.Text();
-    if (line_) {
-        line_->setReadOnly(box_.Locked());
-        line_->setEnabled(inReach);
-        if (stale) {
-            line_->setText(ToQt(box_.Text()));
-            line_->setCursorPosition(0);
-        }
-        return;
-    }
-    paragraphs_->setTextInteractionFlags(locked ? Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard
-                                                : Qt::TextEditorInteraction);
-    if (stale)
-        paragraphs_->setPlainText(ToQt(box_.Text()));
+    ground_.setPalette(palette);
+    Lock(box_.Locked(), inReach);
+    if (FromQt(Shown()) != box_.Text())
+        Write(ToQt(box_.Text()));
 }
 
-QString TextBoxBinding::Filtered(const QString& text) const {
-    const QString kept = line_ ? OneLine(text) : text;
-    return box_.Filter ? ToQt(box_.Filter(FromQt(kept))) : ToQt(FromQt(kept));
+void TextBoxBinding::Edited() {
+    Person([this] {
+        if (box_.Locked())
+            return Show(Change::State);
+        const QString shown = Shown();
+        const std::string typed = FromQt(shown);
+        const std::string filtered = Filtered(typed);
+        box_.Typed(filtered);
+        if (filtered == typed)
+            return;
+        const auto caret = ToQt(Filtered(FromQt(shown.left(Caret())))).size();
+        Quietly([&] { Correct(ToQt(typed), ToQt(filtered)); });
+        Caret(static_cast<int>(caret));
+    });
 }
 
-void TextBoxBinding::LineEdited() {
-    if (box_.Locked())
-        return Show(Change::State);
-    const QString text = line_->text();
-    const QString filtered = Filtered(text);
-    box_.Typed(FromQt(filtered));
-    if (filtered == text)
-        return;
-    const auto cursor = Filtered(text.left(line_->cursorPosition())).size();
-    Show(Change::State);
-    line_->setCursorPosition(static_cast<int>(cursor));
-}
-
-void TextBoxBinding::ParagraphsEdited() {
-    if (box_.Locked())
-        return Show(Change::State);
-    const QString text = ToQt(FromQt(Shown()));
-    const QString filtered = Filtered(text);
-    box_.Typed(FromQt(filtered));
-    if (filtered == text)
-        return;
-    const auto position = Filtered(text.left(paragraphs_->textCursor().position())).size();
-    Quietly([&] { Rewrite(*paragraphs_, text, filtered); });
-    auto cursor = paragraphs_->textCursor();
-    cursor.setPosition(static_cast<int>(position));
-    paragraphs_->setTextCursor(cursor);
+std::string TextBoxBinding::Filtered(std::string text) const {
+    return box_.Filter ? box_.Filter(text) : text;
 }
 
 bool TextBoxBinding::eventFilter(QObject* watched, QEvent* event) {
@@ -178,6 +138,75 @@ void TextBoxBinding::KeyReleased(const QKeyEvent& key) {
     if (key.isAutoRepeat() || pressed_.erase(PhysicalKey(key)) == 0 || !box_.KeyUp)
         return;
     Person(box_.KeyUp);
+}
+
+LineBinding::LineBinding(TextBox& box, QLineEdit& line) : TextBoxBinding(box, line, line), line_(line) {
+    connect(&line, &QLineEdit::textChanged, this, [this] { Edited(); });
+}
+
+QString LineBinding::Shown() const {
+    return line_.text();
+}
+
+void LineBinding::Write(const QString& text) {
+    line_.setText(text);
+    line_.setCursorPosition(0);
+}
+
+void LineBinding::Lock(bool locked, bool inReach) {
+    line_.setReadOnly(locked);
+    line_.setEnabled(inReach);
+}
+
+void LineBinding::Correct(const QString&, const QString& to) {
+    line_.setText(to);
+}
+
+int LineBinding::Caret() const {
+    return line_.cursorPosition();
+}
+
+void LineBinding::Caret(int position) {
+    line_.setCursorPosition(position);
+}
+
+std::string LineBinding::Filtered(std::string text) const {
+    return TextBoxBinding::Filtered(OneLine(std::move(text)));
+}
+
+ParagraphsBinding::ParagraphsBinding(TextBox& box, QPlainTextEdit& paragraphs)
+    : TextBoxBinding(box, paragraphs, *paragraphs.viewport()), paragraphs_(paragraphs) {
+    paragraphs.document()->setDocumentMargin(8);
+    connect(&paragraphs, &QPlainTextEdit::textChanged, this, [this] { Edited(); });
+}
+
+QString ParagraphsBinding::Shown() const {
+    // The raw text keeps non-breaking blanks, which the plain one turns into blanks.
+    return paragraphs_.document()->toRawText();
+}
+
+void ParagraphsBinding::Write(const QString& text) {
+    paragraphs_.setPlainText(text);
+}
+
+void ParagraphsBinding::Lock(bool locked, bool inReach) {
+    // A text that is out of reach can still be scrolled and copied.
+    paragraphs_.setTextInteractionFlags(locked || !inReach ? Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard
+                                                           : Qt::TextEditorInteraction);
+}
+
+void ParagraphsBinding::Correct(const QString& from, const QString& to) {
+    Rewrite(paragraphs_, from, to);
+}
+
+int ParagraphsBinding::Caret() const {
+    return paragraphs_.textCursor().position();
+}
+
+void ParagraphsBinding::Caret(int position) {
+    auto cursor = paragraphs_.textCursor();
+    cursor.setPosition(position);
+    paragraphs_.setTextCursor(cursor);
 }
 
 } // namespace tavrel

@@ -13,36 +13,71 @@ class QPlainTextEdit;
 
 namespace tavrel {
 
-/// A text box: a line or, for a reading, paragraphs. What is typed or pasted passes through the box's
-/// filters before the box has it.
+/// A text box. What is typed or pasted passes through the box's filters before the box has it.
 class TextBoxBinding : public Binding {
-public:
-    TextBoxBinding(TextBox& box, QLineEdit& line);
-    TextBoxBinding(TextBox& box, QPlainTextEdit& paragraphs);
-
 protected:
+    /// `ground`: the part of the widget that the text stands on.
+    TextBoxBinding(TextBox& box, QWidget& widget, QWidget& ground);
+
+    /// To be called when the widget's text has changed.
+    void Edited();
     void ShowState(bool inReach) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
+    virtual QString Shown() const = 0;
+    virtual void Write(const QString& text) = 0;
+    virtual void Lock(bool locked, bool inReach) = 0;
+    /// Writes what the filters have made of an edit.
+    virtual void Correct(const QString& from, const QString& to) = 0;
+    virtual int Caret() const = 0;
+    virtual void Caret(int position) = 0;
+    /// What the widget's text becomes on its way into the box.
+    virtual std::string Filtered(std::string text) const;
+
 private:
-    TextBoxBinding(TextBox& box, QWidget& widget, QLineEdit* line, QPlainTextEdit* paragraphs);
-
-    QString Shown() const;
-    void LineEdited();
-    void ParagraphsEdited();
-    /// What the text of the widget becomes on its way into the box.
-    QString Filtered(const QString& text) const;
-
     QString Typed(const QString& text) const;
     bool KeyPressed(const QKeyEvent& key);
     void KeyReleased(const QKeyEvent& key);
     bool Committed(const QInputMethodEvent& input);
 
     TextBox& box_;
-    QLineEdit* line_;
-    QPlainTextEdit* paragraphs_;
+    QWidget& ground_;
     bool resending_ = false;
     std::set<quint32> pressed_; ///< keys that went down here and are not up yet
+};
+
+class LineBinding : public TextBoxBinding {
+public:
+    LineBinding(TextBox& box, QLineEdit& line);
+
+protected:
+    QString Shown() const override;
+    void Write(const QString& text) override;
+    void Lock(bool locked, bool inReach) override;
+    void Correct(const QString& from, const QString& to) override;
+    int Caret() const override;
+    void Caret(int position) override;
+    std::string Filtered(std::string text) const override;
+
+private:
+    QLineEdit& line_;
+};
+
+/// A box for a reading.
+class ParagraphsBinding : public TextBoxBinding {
+public:
+    ParagraphsBinding(TextBox& box, QPlainTextEdit& paragraphs);
+
+protected:
+    QString Shown() const override;
+    void Write(const QString& text) override;
+    void Lock(bool locked, bool inReach) override;
+    void Correct(const QString& from, const QString& to) override;
+    int Caret() const override;
+    void Caret(int position) override;
+
+private:
+    QPlainTextEdit& paragraphs_;
 };
 
 } // namespace tavrel
