@@ -144,15 +144,17 @@ constexpr std::array Foldings = {
 } // namespace
 
 std::string PlainText(std::string_view text) {
+    const auto startsThreeBytes = [](char c) { return (static_cast<unsigned char>(c) & 0xF0) == 0xE0; };
     std::string plain;
     plain.reserve(text.size());
     while (!text.empty()) {
-        const bool threeBytes = (static_cast<unsigned char>(text.front()) & 0xF0) == 0xE0;
-        const std::string_view character = text.substr(0, threeBytes ? 3 : 1);
+        const auto run = static_cast<std::size_t>(std::ranges::find_if(text, startsThreeBytes) - text.begin());
+        plain += text.substr(0, run); // no row of the table: nearly every text, whole
+        text.remove_prefix(run);
+        const std::string_view character = text.substr(0, 3);
         // UTF-8 sorts as its code points do.
-        const auto folding = std::find_if(Foldings.begin(), Foldings.end(), [character](const Folding& row) {
-            return row.first <= character && character <= row.last;
-        });
+        const auto folding = std::ranges::find_if(
+            Foldings, [character](const Folding& row) { return row.first <= character && character <= row.last; });
         plain += folding == Foldings.end() ? character : folding->plain;
         text.remove_prefix(character.size());
     }
