@@ -8,8 +8,8 @@
 #include "platform/dcmtk/DicomFailure.h"
 #include "platform/dcmtk/DicomValues.h"
 #include "platform/dcmtk/TextElements.h"
-#include "platform/dcmtk/WholeFile.h"
 #include "platform/paths.h"
+#include "platform/posix/WholeFile.h"
 
 #include <dcmtk/config/osconfig.h>
 

@@ -2,6 +2,7 @@
 
 #include "platform/error.h"
 #include "platform/paths.h"
+#include "platform/posix/WholeFile.h"
 
 #include <fcntl.h>
 #include <strings.h>
@@ -10,8 +11,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <system_error>
 
@@ -41,18 +40,6 @@ public:
 private:
     int descriptor_;
 };
-
-bool WriteAll(int descriptor, std::string_view text) {
-    while (!text.empty()) {
-        const auto written = write(descriptor, text.data(), text.size());
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written < 0)
-            return false;
-        text.remove_prefix(static_cast<std::size_t>(written));
-    }
-    return true;
-}
 
 bool EndsWithIgnoringCase(const std::string& name, std::string_view extension) {
     return name.size() >= extension.size() &&
@@ -129,17 +116,7 @@ std::string PosixFiles::ReadText(std::string_view path) const {
 }
 
 void PosixFiles::WriteText(std::string_view path, std::string_view text) {
-    const auto native = NativePath(std::string(path));
-    auto temporary = native + ".XXXXXX"; // mkostemp makes it readable by its owner only
-    const OpenFile file(mkostemp(temporary.data(), O_CLOEXEC));
-    if (!file.IsOpen())
-        Fail("Cannot write the file", native, errno);
-    if (WriteAll(file.Descriptor(), text) && fsync(file.Descriptor()) == 0 &&
-        rename(temporary.c_str(), native.c_str()) == 0)
-        return;
-    const int number = errno;
-    unlink(temporary.c_str());
-    Fail("Cannot write the file", native, number);
+    WriteWholeFile(NativePath(std::string(path)), text);
 }
 
 void PosixFiles::AppendText(std::string_view path, std::string_view text) {

@@ -46,7 +46,7 @@ std::string FileName(int number) {
 void MakeFolder(const fs::path& folder) {
     std::error_code failure;
     if (fs::create_directory(folder, failure))
-        SyncFolder(folder.parent_path());
+        KeepNames(folder.parent_path());
     if (failure)
         throw StoreRefusal(Status::OutOfResources,
                            "cannot make the folder " + folder.string() + ": " + failure.message());
@@ -80,7 +80,7 @@ void LeaveNote(const fs::path& note, const ObjectPlace& place) {
     const std::string text = place.studyPath + "\n" + place.seriesDir + "\n" + place.imageFile;
     if (symlink(text.c_str(), note.c_str()) != 0)
         throw StoreRefusal(Status::OutOfResources, "cannot file the object: " + std::generic_category().message(errno));
-    SyncFolder(note.parent_path());
+    KeepNames(note.parent_path());
 }
 
 ObjectPlace ReadNote(const fs::path& note) {
@@ -186,7 +186,7 @@ std::string Archive::File(IncomingFile& object, const ObjectHeader& header) {
         Forget(place);
         lastNumbers_.erase(folder);
     });
-    SyncFolder(folder);
+    KeepNames(folder);
     catalogue_.Add(header, place);
 
     // From here on only the catalogue knows whether the object is stored.

@@ -1,5 +1,6 @@
 #include "suite/porvane/IncomingFile.h"
 
+#include "platform/posix/WholeFile.h"
 #include "suite/porvane/StoreRefusal.h"
 
 #include <fcntl.h>
@@ -42,13 +43,8 @@ IncomingFile::~IncomingFile() {
 }
 
 void IncomingFile::Write(std::span<const char> bytes) {
-    while (!bytes.empty() && failure_ == 0) {
-        const auto written = write(descriptor_, bytes.data(), bytes.size());
-        if (written >= 0)
-            bytes = bytes.subspan(static_cast<std::size_t>(written));
-        else if (errno != EINTR)
-            failure_ = errno;
-    }
+    if (failure_ == 0 && !WriteAll(descriptor_, {bytes.data(), bytes.size()}))
+        failure_ = errno;
 }
 
 void IncomingFile::Finish() {
@@ -71,14 +67,9 @@ bool IncomingFile::FileAs(const std::filesystem::path& target) {
     return copy.FileAs(target);
 }
 
-void SyncFolder(const std::filesystem::path& folder) {
-    const int descriptor = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    const bool synced = descriptor >= 0 && fsync(descriptor) == 0;
-    const int failure = errno;
-    if (descriptor >= 0)
-        close(descriptor);
-    if (!synced)
-        Refuse("cannot write the folder " + folder.string(), failure);
+void KeepNames(const std::filesystem::path& folder) {
+    if (!SyncFolder(folder.string()))
+        Refuse("cannot write the folder " + folder.string(), errno);
 }
 
 } // namespace tavrel

@@ -31,6 +31,6 @@ private:
 };
 
 /// Makes the names in `folder` durable. Throws a StoreRefusal.
-void SyncFolder(const std::filesystem::path& folder);
+void KeepNames(const std::filesystem::path& folder);
 
 } // namespace tavrel

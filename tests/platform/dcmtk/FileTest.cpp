@@ -70,7 +70,7 @@ TEST_F(Files, SavingLeavesNothingBesideTheFile) {
 
 TEST_F(Files, AFolderThatIsMissingIsNamed) {
     const auto failure = FailureOf([&] { report->SaveToFile(Path("absent/report.dcm")); });
-    EXPECT_EQ(failure, "The file " + Path("absent/report.dcm") + " cannot be written: No such file or directory.");
+    EXPECT_EQ(failure, "Cannot write the file \"" + Path("absent/report.dcm") + "\": No such file or directory");
 }
 
 TEST_F(Files, ACharacterOutsideTheSetLeavesTheFileAsItWas) {

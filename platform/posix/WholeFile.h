@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+/// How a file gets to the disk. Paths are native.
+namespace tavrel {
+
+/// Writes a file whole or not at all: beside its place, synced, then moved there, and the folder
+/// synced. Owner only; an existing file is replaced. A failure is an Error of the source "Files"
+/// with the path and the system's reason; its number is errno.
+void WriteWholeFile(const std::string& path, std::string_view bytes);
+
+/// Writes all of `bytes`; false leaves the reason in errno.
+bool WriteAll(int descriptor, std::string_view bytes);
+
+/// Makes the names in a folder durable; false leaves the reason in errno. A file system that knows
+/// no such thing (EINVAL) keeps them in its own way.
+bool SyncFolder(const std::string& folder);
+
+} // namespace tavrel

@@ -1,0 +1,95 @@
+#include "platform/posix/WholeFile.h"
+
+#include "platform/error.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// What the program has synced, and how syncing fails.
+struct Disk {
+    std::vector<fs::path> synced;
+    int fileFailure = 0;
+    int folderFailure = 0;
+} disk;
+
+} // namespace
+
+/// Stands before the C library's.
+extern "C" int fsync(int descriptor) {
+    const auto path = fs::read_symlink("/proc/self/fd/" + std::to_string(descriptor));
+    disk.synced.push_back(path);
+    errno = fs::is_directory(path) ? disk.folderFailure : disk.fileFailure;
+    return errno == 0 ? static_cast<int>(syscall(SYS_fsync, descriptor)) : -1;
+}
+
+namespace tavrel::test {
+namespace {
+
+class WholeFiles : public testing::Test {
+protected:
+    WholeFiles() {
+        std::string name = fs::temp_directory_path() / "tavrel-XXXXXX";
+        folder = mkdtemp(name.data());
+        disk = {};
+    }
+    ~WholeFiles() override { fs::remove_all(folder); }
+
+    std::string Path() const { return folder / "version.dcm"; }
+    std::string Contents(const fs::path& path) const {
+        std::ifstream file(path);
+        return {std::istreambuf_iterator(file), {}};
+    }
+    template <typename Work> static std::string FailureOf(Work work) {
+        try {
+            work();
+            return {};
+        } catch (const Error& error) {
+            return error.description;
+        }
+    }
+
+    fs::path folder;
+};
+
+TEST_F(WholeFiles, AFileIsSyncedBesideItsPlaceAndThenItsFolder) {
+    WriteWholeFile(Path(), "text");
+    ASSERT_EQ(disk.synced.size(), 2U);
+    EXPECT_EQ(disk.synced[0].parent_path(), folder);
+    EXPECT_NE(disk.synced[0], Path());
+    EXPECT_EQ(disk.synced[1], folder);
+}
+
+TEST_F(WholeFiles, AFileThatDidNotReachTheDiskTakesNobodysPlace) {
+    WriteWholeFile(Path(), "before");
+    disk.fileFailure = EIO;
+    EXPECT_EQ(FailureOf([&] { WriteWholeFile(Path(), "after"); }),
+              "Cannot write the file \"" + Path() + "\": Input/output error");
+    EXPECT_EQ(Contents(Path()), "before");
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 1);
+}
+
+TEST_F(WholeFiles, AFolderThatDidNotReachTheDiskIsAnError) {
+    disk.folderFailure = EIO;
+    EXPECT_EQ(FailureOf([&] { WriteWholeFile(Path(), "text"); }),
+              "Cannot write the file \"" + Path() + "\": Input/output error");
+}
+
+TEST_F(WholeFiles, AFileSystemThatSyncsNoFoldersIsGoodEnough) {
+    disk.folderFailure = EINVAL;
+    EXPECT_EQ(FailureOf([&] { WriteWholeFile(Path(), "text"); }), "");
+}
+
+} // namespace
+} // namespace tavrel::test
