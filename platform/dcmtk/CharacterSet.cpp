@@ -118,79 +118,14 @@ std::string TakeCoded(std::string_view& bytes, const CodedSet& set) {
     return ConvertText(coded, set.encoding, "UTF-8").value_or("\uFFFD");
 }
 
-/// The bytes of one UTF-8 character in `set`, with their high bits as DICOM wants them.
-std::optional<std::string> Coded(std::string_view character, const CodedSet& set) {
-    auto coded = ConvertText(character, "UTF-8", set.encoding);
-    if (!coded || set.form == Form::Whole)
-        return coded;
-    if (!coded->starts_with(set.prefix))
+/// The bytes of one character, which is `utf8` too; `set` is none for ASCII.
+std::optional<std::string> Coded(char32_t character, std::string_view utf8, const CodedSet* set) {
+    if (character < 0x80)
+        return std::string{utf8};
+    if (set == nullptr || character == U'\uFFFD')
         return std::nullopt;
-    coded->erase(0, set.prefix.size());
-    const std::size_t length = set.form == Form::HighSingle ? 1 : 2;
-    if (coded->size() != length || !std::ranges::all_of(*coded, IsHigh))
-        return std::nullopt;
-    if (set.form == Form::LowDouble)
-        for (char& c : *coded)
-            c = static_cast<char>(static_cast<unsigned char>(c) & 0x7FU);
-    return coded;
+    return ConvertText(utf8, "UTF-8", set->encoding);
 }
-
-/// Writes characters one after the other, with the escape sequences that they need.
-class RunEncoder {
-public:
-    RunEncoder(const std::vector<const CodedSet*>& sets, TextKind kind, std::string& bytes)
-        : sets_(sets), kind_(kind), initial_(Initial(sets)), now_(initial_), bytes_(bytes) {}
-
-    /// False for a character that no declared set holds.
-    bool Put(char32_t character, std::string_view utf8) {
-        if (character == U'\uFFFD')
-            return false;
-        if (character < 0x80) {
-            PutAscii(static_cast<char>(character));
-            return true;
-        }
-        // The sets that are designated already come first: they need no escape sequence.
-        if (PutIn(now_.high, utf8) || PutIn(now_.low, utf8))
-            return true;
-        return std::ranges::any_of(sets_, [&](const CodedSet* set) { return PutIn(set, utf8); });
-    }
-
-    /// Back to ASCII, as every value ends.
-    void Finish() {
-        const bool romaji = initial_.high != nullptr && initial_.high->term == "13";
-        if (now_.low != nullptr)
-            bytes_ += romaji ? RomajiEscape : AsciiEscape;
-        now_.low = nullptr;
-    }
-
-private:
-    void PutAscii(char c) {
-        Finish();
-        if (IsDelimiter(c, kind_))
-            now_ = initial_;
-        bytes_ += c;
-    }
-
-    bool PutIn(const CodedSet* set, std::string_view utf8) {
-        const auto coded = set == nullptr ? std::nullopt : Coded(utf8, *set);
-        if (!coded)
-            return false;
-        if (set->form != Form::Whole) {
-            auto& half = set->form == Form::LowDouble ? now_.low : now_.high;
-            if (half != set)
-                bytes_ += set->escape;
-            half = set;
-        }
-        bytes_ += *coded;
-        return true;
-    }
-
-    const std::vector<const CodedSet*>& sets_;
-    TextKind kind_;
-    Designation initial_;
-    Designation now_;
-    std::string& bytes_;
-};
 
 } // namespace
 
@@ -234,6 +169,12 @@ std::string CharacterSet::Decode(std::string_view bytes, TextKind kind) const {
     return text;
 }
 
+bool CharacterSet::IsWritable() const {
+    const auto* set = sets_.front();
+    return sets_.size() == 1 &&
+           (set == nullptr || set->form == Form::Whole || (set->form == Form::HighSingle && set->prefix.empty()));
+}
+
 std::optional<LostCharacter> CharacterSet::Encode(std::string_view utf8, TextKind kind, std::string& bytes) const {
     if (IsAscii(utf8)) {
         bytes = utf8;
@@ -241,7 +182,8 @@ std::optional<LostCharacter> CharacterSet::Encode(std::string_view utf8, TextKin
     }
     const std::string composed = Composed(utf8);
     bytes.clear();
-    return kind == TextKind::PersonName ? EncodeName(composed, bytes) : EncodeRun(composed, kind, bytes);
+    // Nothing is left out of a name for a set that might hold it.
+    return kind == TextKind::PersonName && IsWritable() ? EncodeName(composed, bytes) : EncodeRun(composed, bytes);
 }
 
 std::optional<LostCharacter> CharacterSet::EncodeName(std::string_view utf8, std::string& bytes) const {
@@ -252,7 +194,7 @@ std::optional<LostCharacter> CharacterSet::EncodeName(std::string_view utf8, std
         const auto end = rest.find_first_of("\\=");
         const auto part = rest.substr(0, end);
         std::string coded;
-        const auto lost = EncodeRun(part, TextKind::PersonName, coded);
+        const auto lost = EncodeRun(part, coded);
         if (lost && group == 0)
             return LostCharacter{lost->character, lost->position + passed};
         if (!lost)
@@ -270,16 +212,17 @@ std::optional<LostCharacter> CharacterSet::EncodeName(std::string_view utf8, std
     }
 }
 
-std::optional<LostCharacter> CharacterSet::EncodeRun(std::string_view utf8, TextKind kind, std::string& bytes) const {
-    RunEncoder encoder{sets_, kind, bytes};
+std::optional<LostCharacter> CharacterSet::EncodeRun(std::string_view utf8, std::string& bytes) const {
+    const auto* set = IsWritable() ? sets_.front() : nullptr;
     for (std::size_t position = 1; !utf8.empty(); ++position) {
         std::string_view rest = utf8;
         const char32_t character = TakeCharacter(rest);
-        if (!encoder.Put(character, utf8.substr(0, utf8.size() - rest.size())))
+        const auto coded = Coded(character, utf8.substr(0, utf8.size() - rest.size()), set);
+        if (!coded)
             return LostCharacter{character, position};
+        bytes += *coded;
         utf8 = rest;
     }
-    encoder.Finish();
     return std::nullopt;
 }
 

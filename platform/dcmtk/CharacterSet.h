@@ -35,13 +35,17 @@ public:
     /// declares no set, or one that is not known, as ISO 8859-1, which most of them are.
     std::string Decode(std::string_view bytes, TextKind kind) const;
 
+    /// Whether text beyond ASCII can be encoded. Sets with code extensions (ISO 2022), and the Japanese
+    /// ones, are only read: every version is written in ISO_IR 100.
+    bool IsWritable() const;
+
     /// Composes and encodes a UTF-8 text into `bytes`, or answers the first character that cannot
     /// be. The ideographic and phonetic forms of a person name that cannot be held are left out
     /// when the alphabetic one can.
     std::optional<LostCharacter> Encode(std::string_view utf8, TextKind kind, std::string& bytes) const;
 
 private:
-    std::optional<LostCharacter> EncodeRun(std::string_view utf8, TextKind kind, std::string& bytes) const;
+    std::optional<LostCharacter> EncodeRun(std::string_view utf8, std::string& bytes) const;
     std::optional<LostCharacter> EncodeName(std::string_view utf8, std::string& bytes) const;
 
     std::vector<const CodedSet*> sets_; ///< empty: the default repertoire

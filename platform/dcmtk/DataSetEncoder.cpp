@@ -139,7 +139,8 @@ private:
     }
 
     Error CannotHold(const LostCharacter& lost, std::string_view text, bool usesSet, const Place& place) const {
-        const std::string set = usesSet && !declared_.empty() ? declared_ : "ASCII (no character set is declared)";
+        const std::string declared = declared_ + (set_.IsWritable() ? "" : ", which is only read");
+        const std::string set = usesSet && !declared_.empty() ? declared : "ASCII (no character set is declared)";
         return DicomFailure(DicomFault::BadText, "The character \"" + Shown(Composed(text), lost.position) + "\" (" +
                                                      CharacterName(lost.character) + ") at position " +
                                                      std::to_string(lost.position) + " of " + place.Name() +

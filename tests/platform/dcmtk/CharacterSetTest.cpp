@@ -32,20 +32,55 @@ TEST_P(EverySet, GivesBackWhatItWasGiven) {
         EXPECT_EQ(CharacterSet{declared}.Decode(Encoded(declared, text, kind), kind), text);
 }
 
+INSTANTIATE_TEST_SUITE_P(CharacterSets, EverySet,
+                         testing::Values(Sample{"", "plain"}, Sample{"ISO_IR 100", "Äneas^Rüdiger"},
+                                         Sample{"ISO_IR 101", "Łódź"}, Sample{"ISO_IR 109", "Ħamrun"},
+                                         Sample{"ISO_IR 110", "Ģirts"}, Sample{"ISO_IR 144", "Люксембург"},
+                                         Sample{"ISO_IR 127", "قباني^لنزار"}, Sample{"ISO_IR 126", "Διονυσιος"},
+                                         Sample{"ISO_IR 138", "שרון^דבורה"}, Sample{"ISO_IR 148", "Çavuşoğlu"},
+                                         Sample{"ISO_IR 203", "Œuvre 5 €"}, Sample{"ISO_IR 166", "นามสกุล"},
+                                         Sample{"ISO_IR 192", "Wang^XiaoDong=王^小東"}, Sample{"GB18030", "王^小东𠀀"},
+                                         Sample{"GBK", "王^小东"}));
+
+struct Foreign {
+    const char* declared;
+    std::string_view bytes;
+    const char* text;
+};
+
+class SetOfOthers : public testing::TestWithParam<Foreign> {};
+
+TEST_P(SetOfOthers, IsRead) {
+    const auto& [declared, bytes, text] = GetParam();
+    EXPECT_EQ(CharacterSet{declared}.Decode(bytes, TextKind::PersonName), text);
+}
+
+TEST_P(SetOfOthers, IsNotWritten) {
+    const auto& [declared, bytes, text] = GetParam();
+    EXPECT_FALSE(CharacterSet{declared}.IsWritable());
+    EXPECT_NE(Lost(declared, text, TextKind::PersonName).second, 0U);
+}
+
+// PS3.5, annexes H, I and K, and like them.
 INSTANTIATE_TEST_SUITE_P(
-    CharacterSets, EverySet,
-    testing::Values(Sample{"", "plain"}, Sample{"ISO_IR 100", "Äneas^Rüdiger"}, Sample{"ISO_IR 101", "Łódź"},
-                    Sample{"ISO_IR 109", "Ħamrun"}, Sample{"ISO_IR 110", "Ģirts"}, Sample{"ISO_IR 144", "Люксембург"},
-                    Sample{"ISO_IR 127", "قباني^لنزار"}, Sample{"ISO_IR 126", "Διονυσιος"},
-                    Sample{"ISO_IR 138", "שרון^דבורה"}, Sample{"ISO_IR 148", "Çavuşoğlu"},
-                    Sample{"ISO_IR 203", "Œuvre 5 €"}, Sample{"ISO_IR 166", "นามสกุล"}, Sample{"ISO_IR 13", "ﾔﾏﾀﾞ^ﾀﾛｳ"},
-                    Sample{"ISO_IR 192", "Wang^XiaoDong=王^小東"}, Sample{"GB18030", "王^小东𠀀"},
-                    Sample{"GBK", "王^小东"}, Sample{"\\ISO 2022 IR 87", "Yamada^Tarou=山田^太郎=やまだ^たろう"},
-                    Sample{"ISO 2022 IR 13\\ISO 2022 IR 87", "ﾔﾏﾀﾞ^ﾀﾛｳ=山田^太郎"},
-                    Sample{"\\ISO 2022 IR 87\\ISO 2022 IR 159", "丂山丄a丂"},
-                    Sample{"\\ISO 2022 IR 149", "Hong^Gildong=洪^吉洞=홍^길동"},
-                    Sample{"\\ISO 2022 IR 58", "Zhang^XiaoDong=张^小东"},
-                    Sample{"ISO 2022 IR 100\\ISO 2022 IR 144\\ISO 2022 IR 126", "Müller\\Люк\\Διο"}));
+    CharacterSets, SetOfOthers,
+    testing::Values(Foreign{"ISO_IR 13", "\xD4\xCF\xC0\xDE^\xC0\xDB\xB3", "ﾔﾏﾀﾞ^ﾀﾛｳ"},
+                    Foreign{"\\ISO 2022 IR 87", "Yamada^Tarou=\x1B$B;3ED\x1B(B^\x1B$BB@O:\x1B(B",
+                            "Yamada^Tarou=山田^太郎"},
+                    Foreign{"ISO 2022 IR 13\\ISO 2022 IR 87", "\xD4\xCF\xC0\xDE=\x1B$B;3ED\x1B(J", "ﾔﾏﾀﾞ=山田"},
+                    Foreign{"\\ISO 2022 IR 87\\ISO 2022 IR 159", "\x1B$(D0!\x1B$B;3\x1B$(D0\"\x1B(Ba", "丂山丄a"},
+                    Foreign{"\\ISO 2022 IR 149", "Hong=\x1B$)C\xFB\xF3^\x1B$)C\xD1\xCE\xD4\xD7", "Hong=洪^吉洞"},
+                    Foreign{"\\ISO 2022 IR 58", "Zhang=\x1B$)A\xD5\xC5^\x1B$)A\xD0\xA1\xB6\xAB", "Zhang=张^小东"},
+                    Foreign{"ISO 2022 IR 100\\ISO 2022 IR 144", "M\xFCller=\x1B-L\xBB\xEE\xDA", "Müller=Люк"}));
+
+TEST(CharacterSets, NothingIsLeftOutOfANameForASetThatMightHoldIt) {
+    EXPECT_EQ(Lost("\\ISO 2022 IR 87", "Yamada=山田", TextKind::PersonName),
+              (std::pair<char32_t, std::size_t>{U'山', 8}));
+}
+
+TEST(CharacterSets, AsciiIsWrittenInAnySet) {
+    EXPECT_EQ(Encoded("\\ISO 2022 IR 87", "Yamada^Tarou", TextKind::PersonName), "Yamada^Tarou");
+}
 
 TEST(CharacterSets, ATextIsComposedBeforeItIsEncoded) {
     EXPECT_EQ(Encoded("ISO_IR 100", "Mu\u0308ller"), "M\xFC"
@@ -61,7 +96,8 @@ TEST(CharacterSets, WithoutADeclaredSetOnlyAsciiFits) {
 }
 
 TEST(CharacterSets, MalformedTextDoesNotFitAnywhere) {
-    EXPECT_EQ(Lost("ISO_IR 192", "ab\xFF", TextKind::Plain), (std::pair<char32_t, std::size_t>{U'\uFFFD', 3}));
+    for (const char* text : {"ab\xFF", "ab\uFFFD"})
+        EXPECT_EQ(Lost("ISO_IR 192", text, TextKind::Plain), (std::pair<char32_t, std::size_t>{U'\uFFFD', 3}));
 }
 
 TEST(CharacterSets, IdeographsThatDoNotFitAreLeftOutOfAName) {
