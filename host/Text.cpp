@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 
 namespace tavrel {
 
@@ -55,13 +54,6 @@ template <typename Integer> Integer NumberAt(std::string_view text, std::size_t 
     return static_cast<Integer>(number);
 }
 
-bool IsOfTheCalendar(const DateTime& date) {
-    using namespace std::chrono;
-    return date.HasDate() && year_month_day{year{date.year}, month{static_cast<unsigned>(date.month)},
-                                            day{static_cast<unsigned>(date.day)}}
-                                 .ok();
-}
-
 } // namespace
 
 std::optional<DateTime> ParseDate(std::string_view text) {
@@ -79,8 +71,7 @@ std::optional<DateTime> ParseDate(std::string_view text) {
         date.minute = NumberAt<std::int8_t>(text, 14, 2);
         date.second = NumberAt<std::int8_t>(text, 17, 2);
     }
-    const bool timeOfDay = date.hour < 24 && date.minute < 60 && date.second < 60;
-    return IsOfTheCalendar(date) && timeOfDay ? std::optional(date) : std::nullopt;
+    return IsCalendarDate(date) && IsTimeOfDay(date) ? std::optional(date) : std::nullopt;
 }
 
 std::string TextOf(const Value& value) {

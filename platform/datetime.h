@@ -19,4 +19,10 @@ struct DateTime {
     bool HasDate() const { return year != 0; }
 };
 
+/// Whether the calendar has the date, whatever the time of day.
+bool IsCalendarDate(const DateTime& moment);
+
+/// Whether the day has the time of day, whatever the date. A leap second has no place in it.
+bool IsTimeOfDay(const DateTime& moment);
+
 } // namespace tavrel

@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <chrono>
 #include <cstdio>
 #include <ctime>
 
@@ -38,14 +37,18 @@ std::optional<int> TakeNumber(std::string_view& text, std::size_t digits) {
 }
 
 bool SetDate(DateTime& moment, int year, int month, int day) {
-    const std::chrono::year_month_day date{std::chrono::year{year}, std::chrono::month{static_cast<unsigned>(month)},
-                                           std::chrono::day{static_cast<unsigned>(day)}};
-    if (year < 1 || !date.ok())
-        return false;
     moment.year = static_cast<std::int16_t>(year);
     moment.month = static_cast<std::int8_t>(month);
     moment.day = static_cast<std::int8_t>(day);
-    return true;
+    return IsCalendarDate(moment);
+}
+
+/// A leap second is the one before it.
+bool SetTime(DateTime& moment, int hour, int minute, int second) {
+    moment.hour = static_cast<std::int8_t>(hour);
+    moment.minute = static_cast<std::int8_t>(minute);
+    moment.second = static_cast<std::int8_t>(second == 60 ? 59 : second);
+    return IsTimeOfDay(moment);
 }
 
 /// Reads HH[MM[SS[.FFFFFF]]] from the front of `text` into `moment`.
@@ -57,13 +60,7 @@ bool TakeTime(std::string_view& text, DateTime& moment) {
         const auto end = text.find_first_not_of("0123456789", 1);
         text.remove_prefix(end == std::string_view::npos ? text.size() : end);
     }
-    // A leap second has no place in a local time of day.
-    if (!hour || *hour > 23 || minute.value_or(0) > 59 || second.value_or(0) > 60)
-        return false;
-    moment.hour = static_cast<std::int8_t>(*hour);
-    moment.minute = static_cast<std::int8_t>(minute.value_or(0));
-    moment.second = static_cast<std::int8_t>(std::min(second.value_or(0), 59));
-    return true;
+    return hour && SetTime(moment, *hour, minute.value_or(0), second.value_or(0));
 }
 
 std::string Without(std::string_view text, char separator) {
@@ -86,20 +83,15 @@ std::optional<DateTime> Local(const DateTime& moment, int offsetMinutes) {
     if (localtime_r(&instant, &here) == nullptr)
         return std::nullopt;
     DateTime local;
-    if (!SetDate(local, here.tm_year + 1900, here.tm_mon + 1, here.tm_mday))
+    if (!SetDate(local, here.tm_year + 1900, here.tm_mon + 1, here.tm_mday) ||
+        !SetTime(local, here.tm_hour, here.tm_min, here.tm_sec))
         return std::nullopt;
-    local.hour = static_cast<std::int8_t>(here.tm_hour);
-    local.minute = static_cast<std::int8_t>(here.tm_min);
-    local.second = static_cast<std::int8_t>(std::min(here.tm_sec, 59));
     return local;
 }
 
 bool IsValid(const DateTime& moment) {
-    DateTime date;
-    const bool dateFits =
-        moment.HasDate() ? SetDate(date, moment.year, moment.month, moment.day) : moment.month == 0 && moment.day == 0;
-    const auto within = [](int value, int most) { return value >= 0 && value <= most; };
-    return dateFits && within(moment.hour, 23) && within(moment.minute, 59) && within(moment.second, 59);
+    const bool dateFits = moment.HasDate() ? IsCalendarDate(moment) : moment.month == 0 && moment.day == 0;
+    return dateFits && IsTimeOfDay(moment);
 }
 
 Error BadValue(std::string_view text, std::string_view vr, Tag tag) {

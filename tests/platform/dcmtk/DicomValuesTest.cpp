@@ -1,0 +1,27 @@
+#include "platform/dcmtk/DicomValues.h"
+
+#include "platform/error.h"
+
+#include <gtest/gtest.h>
+
+namespace tavrel::test {
+namespace {
+
+constexpr Tag VerificationTime{0x0040, 0xA030};
+
+TEST(DicomValues, ALeapSecondReadsAsTheSecondBefore) {
+    EXPECT_EQ(ParseDicomTime("235960"), (DateTime{0, 0, 0, 23, 59, 59}));
+}
+
+TEST(DicomValues, ATimeThatTheDayLacksReadsAsNone) {
+    for (const char* text : {"24", "0860", "080561"})
+        EXPECT_EQ(ParseDicomTime(text), std::nullopt) << text;
+}
+
+TEST(DicomValues, AMomentThatNoClockShowsCannotBeWritten) {
+    for (const DateTime moment : {DateTime{2026, 11, 15, 24}, DateTime{2026, 11, 15, -1}, DateTime{0, 11, 15, 8}})
+        EXPECT_THROW(DicomText(moment, "DT", VerificationTime), Error);
+}
+
+} // namespace
+} // namespace tavrel::test
