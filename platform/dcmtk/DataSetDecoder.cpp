@@ -67,7 +67,7 @@ std::string DeclaredCharacterSet(DcmItem& source, const std::string& inheritedSe
     OFString declared;
     if (source.findAndGetOFStringArray(DCM_SpecificCharacterSet, declared).bad())
         return inheritedSet;
-    return declared.c_str();
+    return declared;
 }
 
 DcmtkElements DecodeElements(DcmItem& source, const std::string& declaredSet) {

@@ -165,7 +165,7 @@ std::string EncodeFile(std::unique_ptr<DcmDataset> dataSet) {
     if (!file.getDataset()->canWriteXfer(syntax))
         throw DicomFailure(DicomFault::FileUnsaved,
                            "The data set holds compressed images, which cannot be saved uncompressed.");
-    std::array<char, 64 * 1024> block{};
+    std::array<char, 64UL * 1024> block{};
     DcmOutputBufferStream stream{block.data(), static_cast<offile_off_t>(block.size())};
     DcmWriteCache cache;
     std::string bytes;

@@ -21,11 +21,11 @@ namespace tavrel {
 namespace {
 
 /// More than this is not kept in memory for a file that may never be asked.
-constexpr std::uint64_t MostEarlyBytes = 16 * 1024;
+constexpr std::uint64_t MostEarlyBytes = 16UL * 1024;
 
 /// A report is read in one piece mostly; an image's header is a fraction of its file.
-constexpr std::size_t WholePiece = 256 * 1024;
-constexpr std::size_t HeaderPiece = 16 * 1024;
+constexpr std::size_t WholePiece = 256UL * 1024;
+constexpr std::size_t HeaderPiece = 16UL * 1024;
 
 E_TransferSyntax ToolkitSyntax(const std::string& declared, bool explicitVr, bool bigEndian) {
     if (!declared.empty())

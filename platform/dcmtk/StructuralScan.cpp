@@ -26,15 +26,17 @@ bool IsUpper(std::uint8_t c) {
     return c >= 'A' && c <= 'Z';
 }
 
+constexpr std::size_t Letters = 26;
+
 constexpr std::size_t VrIndex(char first, char second) {
-    return static_cast<std::size_t>(first - 'A') * 26 + static_cast<std::size_t>(second - 'A');
+    return static_cast<std::size_t>(first - 'A') * Letters + static_cast<std::size_t>(second - 'A');
 }
 
 /// Whether a VR's length has 16 bits (PS3.5, table 7.1-2); all others, those of later editions too,
 /// have 32 bits after two reserved bytes. A table, since it is asked for every element of a report.
 constexpr auto ShortLength = [] {
     constexpr std::string_view shortVrs = "AEASATCSDADSDTFDFLISLOLTPNSHSLSSSTTMUIULUS";
-    std::array<bool, 26 * 26> table{};
+    std::array<bool, Letters * Letters> table{};
     for (std::size_t at = 0; at < shortVrs.size(); at += 2)
         table[VrIndex(shortVrs[at], shortVrs[at + 1])] = true;
     return table;

@@ -15,7 +15,8 @@ namespace {
 class Converter {
 public:
     Converter(const char* from, const char* to) : handle_(iconv_open(to, from)) {
-        if (handle_ == invalid)
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): the answer that POSIX names for a failure
+        if (handle_ == reinterpret_cast<iconv_t>(-1))
             throw std::runtime_error(std::string{"The system cannot convert text from "} + from + " to " + to);
     }
     Converter(const Converter&) = delete;
@@ -38,7 +39,6 @@ public:
     }
 
 private:
-    inline static const iconv_t invalid = reinterpret_cast<iconv_t>(-1);
     iconv_t handle_;
 };
 

@@ -63,7 +63,7 @@ std::string NumberText(const DcmElement& element) {
     OFString text;
     if (Accessible(element).getOFStringArray(text).bad())
         return {};
-    return text.c_str();
+    return text;
 }
 
 std::string_view RawText(const DcmElement& element) {

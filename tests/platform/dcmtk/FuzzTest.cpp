@@ -37,7 +37,7 @@ std::string Mutated(std::string bytes, std::mt19937& random) {
                                                  std::string(4, '\0'),
                                                  "\xFE\xFF\xDD\xE0",
                                                  "\xFE\xFF\x0D\xE0",
-                                                 "\xFE\xFF\x00\xE0",
+                                                 std::string{"\xFE\xFF\0\xE0", 4},
                                                  "SQ",
                                                  std::string{"UN\0\0", 4},
                                                  "OB",

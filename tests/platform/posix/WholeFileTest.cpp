@@ -18,19 +18,19 @@ namespace {
 namespace fs = std::filesystem;
 
 /// What the program has synced, and how syncing fails.
-struct Disk {
+struct DiskState {
     std::vector<fs::path> synced;
     int fileFailure = 0;
     int folderFailure = 0;
-} disk;
+} Disk;
 
 } // namespace
 
 /// Stands before the C library's.
 extern "C" int fsync(int descriptor) {
     const auto path = fs::read_symlink("/proc/self/fd/" + std::to_string(descriptor));
-    disk.synced.push_back(path);
-    errno = fs::is_directory(path) ? disk.folderFailure : disk.fileFailure;
+    Disk.synced.push_back(path);
+    errno = fs::is_directory(path) ? Disk.folderFailure : Disk.fileFailure;
     return errno == 0 ? static_cast<int>(syscall(SYS_fsync, descriptor)) : -1;
 }
 
@@ -42,7 +42,7 @@ protected:
     WholeFiles() {
         std::string name = fs::temp_directory_path() / "tavrel-XXXXXX";
         folder = mkdtemp(name.data());
-        disk = {};
+        Disk = {};
     }
     ~WholeFiles() override { fs::remove_all(folder); }
 
@@ -65,15 +65,15 @@ protected:
 
 TEST_F(WholeFiles, AFileIsSyncedBesideItsPlaceAndThenItsFolder) {
     WriteWholeFile(Path(), "text");
-    ASSERT_EQ(disk.synced.size(), 2U);
-    EXPECT_EQ(disk.synced[0].parent_path(), folder);
-    EXPECT_NE(disk.synced[0], Path());
-    EXPECT_EQ(disk.synced[1], folder);
+    ASSERT_EQ(Disk.synced.size(), 2U);
+    EXPECT_EQ(Disk.synced[0].parent_path(), folder);
+    EXPECT_NE(Disk.synced[0], Path());
+    EXPECT_EQ(Disk.synced[1], folder);
 }
 
 TEST_F(WholeFiles, AFileThatDidNotReachTheDiskTakesNobodysPlace) {
     WriteWholeFile(Path(), "before");
-    disk.fileFailure = EIO;
+    Disk.fileFailure = EIO;
     EXPECT_EQ(FailureOf([&] { WriteWholeFile(Path(), "after"); }),
               "Cannot write the file \"" + Path() + "\": Input/output error");
     EXPECT_EQ(Contents(Path()), "before");
@@ -81,13 +81,13 @@ TEST_F(WholeFiles, AFileThatDidNotReachTheDiskTakesNobodysPlace) {
 }
 
 TEST_F(WholeFiles, AFolderThatDidNotReachTheDiskIsAnError) {
-    disk.folderFailure = EIO;
+    Disk.folderFailure = EIO;
     EXPECT_EQ(FailureOf([&] { WriteWholeFile(Path(), "text"); }),
               "Cannot write the file \"" + Path() + "\": Input/output error");
 }
 
 TEST_F(WholeFiles, AFileSystemThatSyncsNoFoldersIsGoodEnough) {
-    disk.folderFailure = EINVAL;
+    Disk.folderFailure = EINVAL;
     EXPECT_EQ(FailureOf([&] { WriteWholeFile(Path(), "text"); }), "");
 }
 
