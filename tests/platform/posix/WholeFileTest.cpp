@@ -26,8 +26,10 @@ struct DiskState {
 
 } // namespace
 
-/// Stands before the C library's.
-extern "C" int fsync(int descriptor) {
+/// Stands before the C library's fsync.
+extern "C" int SyncSeen(int descriptor) asm("fsync");
+
+int SyncSeen(int descriptor) {
     const auto path = fs::read_symlink("/proc/self/fd/" + std::to_string(descriptor));
     Disk.synced.push_back(path);
     errno = fs::is_directory(path) ? Disk.folderFailure : Disk.fileFailure;
