@@ -153,11 +153,10 @@ std::string DcmtkDataSet::GetString(Tag tag) const {
 }
 
 void DcmtkDataSet::SetValue(const Attribute& attribute, int valueIndex, const Value& value) {
-    const Tag tag = attribute;
-    CheckValueIndex(valueIndex, tag);
-    auto element = NewElement(tag, attribute.vr, DicomText(value, attribute.vr, tag));
+    CheckValueIndex(valueIndex, attribute);
+    auto element = NewElement(attribute, DicomText(value, attribute));
     ParseAll();
-    elements_.insert_or_assign(tag, std::move(element));
+    elements_.insert_or_assign(attribute, std::move(element));
 }
 
 void DcmtkDataSet::SaveToFile(std::string_view path) const {

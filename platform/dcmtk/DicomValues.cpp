@@ -94,15 +94,20 @@ bool IsValid(const DateTime& moment) {
     return dateFits && IsTimeOfDay(moment);
 }
 
-Error BadValue(std::string_view text, std::string_view vr, Tag tag) {
+Error BadValue(std::string_view text, const Attribute& attribute) {
     std::string description{text};
-    description.append(" is no value of VR ").append(vr).append(" for ").append(AttributeName(tag)).append(".");
+    description.append(" is no value of VR ")
+        .append(attribute.vr)
+        .append(" for ")
+        .append(AttributeName(attribute))
+        .append(".");
     return DicomFailure(DicomFault::BadValue, std::move(description));
 }
 
-std::string MomentText(const DateTime& moment, std::string_view vr, Tag tag) {
+std::string MomentText(const DateTime& moment, const Attribute& attribute) {
+    const auto vr = attribute.vr;
     if (!IsValid(moment))
-        throw BadValue("A date that the calendar does not have", vr, tag);
+        throw BadValue("A date that the calendar does not have", attribute);
     if (vr != "TM" && !moment.HasDate())
         return {};
     std::array<char, 32> text{};
@@ -207,21 +212,22 @@ std::optional<DateTime> ParseDicomMoment(std::string_view text, std::string_view
     return vr == "TM" ? ParseDicomTime(text) : ParseDicomDateTime(text);
 }
 
-std::string DicomText(const Value& value, std::string_view vr, Tag tag) {
+std::string DicomText(const Value& value, const Attribute& attribute) {
+    const auto vr = attribute.vr;
     if (const auto* moment = std::get_if<DateTime>(&value)) {
         if (!IsDateTimeVr(vr))
-            throw BadValue("A date", vr, tag);
-        return MomentText(*moment, vr, tag);
+            throw BadValue("A date", attribute);
+        return MomentText(*moment, attribute);
     }
     if (const auto* number = std::get_if<std::int16_t>(&value)) {
         std::string text = std::to_string(*number);
         if (!FitsVr(text, vr))
-            throw BadValue(text, vr, tag);
+            throw BadValue(text, attribute);
         return text;
     }
     if (const auto* text = std::get_if<std::string>(&value); text != nullptr && !text->empty()) {
         if (!FitsVr(*text, vr))
-            throw BadValue(*text, vr, tag);
+            throw BadValue(*text, attribute);
         return WithCrLf(*text);
     }
     return {};

@@ -20,9 +20,9 @@ bool IsDateTimeVr(std::string_view vr);
 /// `text` as a date-time of this VR, nothing when it is none.
 std::optional<DateTime> ParseDicomMoment(std::string_view text, std::string_view vr);
 
-/// `value` as the text of an element of this VR, for messages about `tag`. Values that are no valid
-/// IS, UI, DA, TM or DT are errors. Text keeps its words; its line ends become CR LF.
-std::string DicomText(const Value& value, std::string_view vr, Tag tag);
+/// `value` as the text of an element. Values that are no valid IS, UI, DA, TM or DT are errors. Text keeps
+/// its words; its line ends become CR LF.
+std::string DicomText(const Value& value, const Attribute& attribute);
 
 /// Every line end as CR LF.
 std::string WithCrLf(std::string_view text);

@@ -90,17 +90,18 @@ void PutText(DcmElement& element, std::string_view text) {
     }
 }
 
-std::unique_ptr<DcmElement> NewElement(Tag tag, std::string_view vr, std::string_view text) {
+std::unique_ptr<DcmElement> NewElement(const Attribute& attribute, std::string_view text) {
+    const std::string vr{attribute.vr};
     if (!Holds(TextVrs, vr) && !Holds(NumberVrs, vr))
-        throw DicomFailure(DicomFault::BadValue, "A value of VR \"" + std::string{vr} + "\" cannot be written to " +
-                                                     AttributeName(tag) + ".");
+        throw DicomFailure(DicomFault::BadValue,
+                           "A value of VR \"" + vr + "\" cannot be written to " + AttributeName(attribute) + ".");
     DcmElement* made = nullptr;
     const OFCondition outcome =
-        DcmItem::newDicomElementWithVR(made, DcmTag{tag.group, tag.element, DcmVR{std::string{vr}.c_str()}});
+        DcmItem::newDicomElementWithVR(made, DcmTag{attribute.group, attribute.element, DcmVR{vr.c_str()}});
     std::unique_ptr<DcmElement> element{made};
     if (outcome.bad() || !element)
         throw DicomFailure(DicomFault::BadValue,
-                           "The element " + AttributeName(tag) + " cannot be made: " + outcome.text() + ".");
+                           "The element " + AttributeName(attribute) + " cannot be made: " + outcome.text() + ".");
     if (!text.empty())
         PutText(*element, text);
     return element;

@@ -40,7 +40,7 @@ std::string_view RawBytes(const DcmElement& element);
 void PutText(DcmElement& element, std::string_view text);
 
 /// A new element; an unknown VR, or one whose value is no text or number, is an error.
-std::unique_ptr<DcmElement> NewElement(Tag tag, std::string_view vr, std::string_view text);
+std::unique_ptr<DcmElement> NewElement(const Attribute& attribute, std::string_view text);
 
 std::unique_ptr<DcmElement> CopyOf(const DcmElement& element);
 

@@ -117,7 +117,7 @@ TEST_F(DataSets, AnItemIsFoundAtItsIndex) {
     EXPECT_EQ(Text(*report->GetSequenceItem(attribute::ContentSequence, 0), attribute::TextValue), "Abdomen");
     EXPECT_EQ(report->GetSequenceItem(attribute::ContentSequence, 2), nullptr);
     EXPECT_EQ(report->GetSequenceItem(attribute::ContentSequence, -1), nullptr);
-    EXPECT_EQ(report->GetSequenceItemCount({0x0040, 0xA375}), 0);
+    EXPECT_EQ(report->GetSequenceItemCount(attribute::ReferencedSopSequence), 0);
 }
 
 TEST_F(DataSets, AWriteToAnItemShowsInTheDataSetThatHoldsIt) {

@@ -1,13 +1,12 @@
 #include "platform/dcmtk/DicomValues.h"
 
+#include "platform/attributes.h"
 #include "platform/error.h"
 
 #include <gtest/gtest.h>
 
 namespace tavrel::test {
 namespace {
-
-constexpr Tag VerificationTime{0x0040, 0xA030};
 
 TEST(DicomValues, ALeapSecondReadsAsTheSecondBefore) {
     EXPECT_EQ(ParseDicomTime("235960"), (DateTime{0, 0, 0, 23, 59, 59}));
@@ -20,7 +19,7 @@ TEST(DicomValues, ATimeThatTheDayLacksReadsAsNone) {
 
 TEST(DicomValues, AMomentThatNoClockShowsCannotBeWritten) {
     for (const DateTime moment : {DateTime{2026, 11, 15, 24}, DateTime{2026, 11, 15, -1}, DateTime{0, 11, 15, 8}})
-        EXPECT_THROW(DicomText(moment, "DT", VerificationTime), Error);
+        EXPECT_THROW(DicomText(moment, attribute::VerificationDateTime), Error);
 }
 
 } // namespace

@@ -77,10 +77,17 @@ TEST_F(Files, ACharacterOutsideTheSetLeavesTheFileAsItWas) {
     WriteBytes(Path(), "before");
     report->GetSequenceItem(attribute::ContentSequence, 1)->SetValue(attribute::TextValue, 0, "size 3→4");
     const auto failure = FailureOf([&] { report->SaveToFile(Path()); });
-    EXPECT_EQ(failure, "The character \"→\" (U+2192) at position 7 of attribute::ContentSequence Sequence (0040,A730) "
-                       "item 2, Text Value "
+    EXPECT_EQ(failure, "The character \"→\" (U+2192) at position 7 of Content Sequence (0040,A730) item 2, Text Value "
                        "(0040,A160) cannot be written in the character set ISO_IR 100.");
     EXPECT_EQ(ReadBytes(Path()), "before");
+}
+
+TEST_F(Files, ACharacterOfASetThatIsOnlyReadIsNotWritten) {
+    report->SetValue(attribute::SpecificCharacterSet, 0, "\\ISO 2022 IR 87");
+    report->SetValue(attribute::PatientName, 0, "Yamada=山田");
+    EXPECT_EQ(FailureOf([&] { report->SaveToFile(Path()); }),
+              "The character \"山\" (U+5C71) at position 8 of Patient Name (0010,0010) cannot be written in the "
+              "character set \\ISO 2022 IR 87, which is only read.");
 }
 
 TEST_F(Files, AControlCharacterIsNamed) {
