@@ -11,6 +11,7 @@
 #include "platform/dbus/DbusViewerLink.h"
 #include "platform/dcmtk/DcmtkLibrary.h"
 #include "platform/error.h"
+#include "platform/icu/IcuLetters.h"
 #include "platform/odbc/OdbcDatabase.h"
 #include "platform/posix/PosixFiles.h"
 #include "platform/posix/PosixProcess.h"
@@ -42,7 +43,8 @@ int Run(PosixProcess& process) {
     OdbcDatabase database;
     PosixFiles files;
     SystemClock clock;
-    Global global({dicom, database, windows, files, process, std::make_unique<PosixUserInformation>, clock});
+    IcuLetters letters;
+    Global global({dicom, database, windows, files, process, std::make_unique<PosixUserInformation>, clock, letters});
 
     frmBase codeTables(global);
     QtReportPrinter printer(windows);

@@ -1,6 +1,5 @@
 #include "codes/FillCodeList.h"
 
-#include "codes/UpperCase.h"
 #include "host/ErrorReport.h"
 
 namespace tavrel {
@@ -17,17 +16,18 @@ std::string Statement(std::string_view table, std::string_view filter) {
 /// A column of the rows, found by its name once for all of them.
 class UpperCasedColumn {
 public:
-    UpperCasedColumn(const ResultSet& rows, std::string_view name)
-        : rows_(rows), name_(name), index_(rows.FieldIndex(name)) {}
+    UpperCasedColumn(const Letters& letters, const ResultSet& rows, std::string_view name)
+        : letters_(letters), rows_(rows), name_(name), index_(rows.FieldIndex(name)) {}
 
     void Read(std::string& text) const {
         if (const auto field = rows_.Field(index_))
-            UpperCase(*field, text);
+            letters_.UpperCase(*field, text);
         else
             text = rows_.Text(name_); // null fails there, by the column's name
     }
 
 private:
+    const Letters& letters_;
     const ResultSet& rows_;
     std::string_view name_;
     int index_;
@@ -57,9 +57,10 @@ void FillCodeList(const Global& global, ListView& list, std::string_view table, 
         list.Fill([&](std::vector<ListItem>& items) {
             RowWriter writer(items);
             const auto rows = Catalogue(global).OpenResultSet(Statement(table, filter));
-            const UpperCasedColumn code(*rows, "CodeValue");
-            const UpperCasedColumn scheme(*rows, "CodeScheme");
-            const UpperCasedColumn meaning(*rows, "CodeMeaning");
+            const Letters& letters = global.ports.letters;
+            const UpperCasedColumn code(letters, *rows, "CodeValue");
+            const UpperCasedColumn scheme(letters, *rows, "CodeScheme");
+            const UpperCasedColumn meaning(letters, *rows, "CodeMeaning");
             for (; !rows->AtEnd(); rows->MoveNext()) {
                 ListItem& row = writer.Next();
                 code.Read(row.text);

@@ -2,8 +2,9 @@
 
 #include "codes/FillCodeList.h"
 #include "codes/FilterSearchKey.h"
-#include "codes/UpperCase.h"
 #include "host/ErrorReport.h"
+#include "platform/code_tables.h"
+#include "platform/text.h"
 
 #include <algorithm>
 #include <array>
@@ -15,30 +16,26 @@ namespace {
 std::string TableOf(std::string_view key) {
     struct KeyAndTable {
         std::string_view key;
-        const char* table;
+        std::string_view table;
     };
     static constexpr std::array tables{
-        KeyAndTable{"Dx", "StdDiagnosis"},
-        KeyAndTable{"Fn", "StdFinding"},
-        KeyAndTable{"Bo", "StdBodyPart"},
-        KeyAndTable{"Ti", "StdTitles"},
+        KeyAndTable{"Dx", code_table::Diagnoses},
+        KeyAndTable{"Fn", code_table::Findings},
+        KeyAndTable{"Bo", code_table::BodyParts},
+        KeyAndTable{"Ti", code_table::Titles},
     };
     const auto found = std::ranges::find(tables, key, &KeyAndTable::key);
-    return found == tables.end() ? "" : found->table;
-}
-
-std::string_view Trimmed(std::string_view text) {
-    const auto first = text.find_first_not_of(' ');
-    return first == text.npos ? "" : text.substr(first, text.find_last_not_of(' ') - first + 1);
+    return found == tables.end() ? "" : std::string(found->table);
 }
 
 /// The blank before the closing quote is the catalogue's way: its code columns compare blank-padded.
-std::string WhereCode(const TextBox& code) {
-    return " WHERE CodeValue = '" + UpperCase(code.Text()) + " ' ";
+std::string WhereCode(const Letters& letters, const TextBox& code) {
+    return " WHERE CodeValue = '" + letters.UpperCase(code.Text()) + " ' ";
 }
 
 std::unique_ptr<ResultSet> FindCode(const Global& global, const std::string& table, const TextBox& code) {
-    return Catalogue(global).OpenResultSet(" SELECT * from " + table + WhereCode(code), Cursor::Dynamic);
+    return Catalogue(global).OpenResultSet(" SELECT * from " + table + WhereCode(global.ports.letters, code),
+                                           Cursor::Dynamic);
 }
 
 } // namespace
@@ -106,7 +103,7 @@ void frmBase::txtFind_KeyUp() {
 }
 
 void frmBase::SearchCodes() {
-    FillCodeList(global_, lstTable, TableOf(TableKey), UpperCase(Trimmed(txtFind.Text())));
+    FillCodeList(global_, lstTable, TableOf(TableKey), global_.ports.letters.UpperCase(Trimmed(txtFind.Text())));
 }
 
 void frmBase::lstTable_ItemClick() {
@@ -122,9 +119,9 @@ void frmBase::lstTable_ItemClick() {
         return;
     }
     const ListItem& row = lstTable.Item(lstTable.SelectedIndex());
-    txtCode.Text(UpperCase(row.text));
-    txtCodeScheme.Text(UpperCase(row.tag));
-    txtMeaning.Text(UpperCase(row.subItems[0]));
+    txtCode.Text(global_.ports.letters.UpperCase(row.text));
+    txtCodeScheme.Text(global_.ports.letters.UpperCase(row.tag));
+    txtMeaning.Text(global_.ports.letters.UpperCase(row.subItems[0]));
 }
 
 void frmBase::optManageCodes_Click(int index) {
@@ -143,9 +140,9 @@ void frmBase::EmptyNewCode() {
 
 void frmBase::CopySelectedToNewCode() {
     const ListItem& row = lstTable.Item(lstTable.SelectedIndex());
-    txtNewCode.Text(UpperCase(row.text));
-    txtNewCodeScheme.Text(UpperCase(row.tag));
-    txtNewMeaning.Text(UpperCase(row.subItems[0]));
+    txtNewCode.Text(global_.ports.letters.UpperCase(row.text));
+    txtNewCodeScheme.Text(global_.ports.letters.UpperCase(row.tag));
+    txtNewMeaning.Text(global_.ports.letters.UpperCase(row.subItems[0]));
 }
 
 void frmBase::cmdDone_Click() {
@@ -197,7 +194,8 @@ void frmBase::UpdateStandardCode() {
 }
 
 void frmBase::DeleteStandardCode() {
-    Catalogue(global_).OpenResultSet(" DELETE from " + TableOf(TableKey) + WhereCode(txtNewCode), Cursor::Dynamic);
+    Catalogue(global_).OpenResultSet(" DELETE from " + TableOf(TableKey) + WhereCode(global_.ports.letters, txtNewCode),
+                                     Cursor::Dynamic);
     ShowWholeTable();
 }
 

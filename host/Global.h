@@ -5,6 +5,7 @@
 #include "platform/database.h"
 #include "platform/dicom.h"
 #include "platform/files.h"
+#include "platform/letters.h"
 #include "platform/process.h"
 #include "platform/windows.h"
 
@@ -23,6 +24,7 @@ struct Ports {
     Process& process;
     std::function<std::unique_ptr<UserInformation>()> newUserInformation;
     Clock& clock;
+    Letters& letters;
 };
 
 /// The state that lives for the whole process; every automation object shares it.

@@ -67,7 +67,8 @@ QImage ReadPicture(const std::string& file, QSizeF place) {
     const QString path = ToQt(NativePath(file));
     QImageReader reader(path);
     const auto fail = [&](const QString& why) {
-        throw Error(481, "PrintReport", "The picture " + file + " cannot be printed: " + why.toStdString());
+        throw Error(Fault::PictureUnusable, "PrintReport",
+                    "The picture " + file + " cannot be printed: " + why.toStdString());
     };
     if (!QFileInfo(path).isFile())
         fail(QStringLiteral("it is no file"));
@@ -202,7 +203,8 @@ double PrintPages::BodyHeight() const {
 void PrintPages::Paint(QPagedPaintDevice& device) const {
     const auto require = [](bool done) {
         if (!done)
-            throw Error(482, "PrintReport", "The page cannot be printed: the printer or the file does not take it");
+            throw Error(Fault::NotPrinted, "PrintReport",
+                        "The page cannot be printed: the printer or the file does not take it");
     };
     const QPageRanges ranges = device.pageRanges();
     std::vector<const Lines*> asked;

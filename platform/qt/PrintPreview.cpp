@@ -103,7 +103,8 @@ void PrintPreview::Turn(int pages) {
 void PrintPreview::Print() {
     Attempt([this] {
         if (QPrinterInfo::availablePrinterNames().isEmpty())
-            throw Error(484, "PrintReport", "This workstation has no printer. The report can be saved as a PDF.");
+            throw Error(Fault::NoPrinter, "PrintReport",
+                        "This workstation has no printer. The report can be saved as a PDF.");
         QPrinter printer(QPrinter::HighResolution);
         SetPage(printer, pages_.Layout());
         QPrintDialog dialog(&printer, this);
@@ -135,7 +136,7 @@ void PrintPreview::SavePdf(const PrintPages& pages, const QString& path) {
     QSaveFile file(path);
     const auto require = [&](bool done) {
         if (!done)
-            throw Error(483, "PrintReport",
+            throw Error(Fault::PdfUnsaved, "PrintReport",
                         "The PDF " + path.toStdString() + " cannot be written: " + file.errorString().toStdString());
     };
     require(file.open(QIODevice::WriteOnly) && file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner));

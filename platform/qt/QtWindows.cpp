@@ -17,7 +17,7 @@ namespace {
 const std::function<void(QWidget&)>& LayoutOf(const Form& form, const Layouts& layouts) {
     const auto layout = layouts.find(form.Name());
     if (layout == layouts.end())
-        throw Error(372, form.Name(), "There is no layout for the window " + form.Name());
+        throw Error(Fault::NoLayout, form.Name(), "There is no layout for the window " + form.Name());
     return layout->second;
 }
 

@@ -145,7 +145,7 @@ ImportSummary ImportFolder(const fs::path& folder, const ServiceAddress& service
             if (entry.is_regular_file())
                 files.push_back(entry.path());
     } catch (const fs::filesystem_error& failure) {
-        throw Error(1, "Catalogue", failure.path1().string() + ": " + failure.code().message());
+        throw Error(Fault::OfTheSuite, "Catalogue", failure.path1().string() + ": " + failure.code().message());
     }
     std::ranges::sort(files);
     for (const fs::path& file : files) {

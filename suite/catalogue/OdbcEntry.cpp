@@ -97,9 +97,9 @@ std::string WithEntry(const std::string& text, const OdbcEntry& entry) {
 void RequireOneLine(const OdbcEntry& entry) {
     for (const std::string* value : {&entry.name, &entry.database, &entry.server, &entry.user, &entry.password})
         if (std::ranges::any_of(*value, [](unsigned char c) { return c < ' '; }))
-            throw Error(1, "Catalogue", "An ODBC entry's values must hold no line ends");
+            throw Error(Fault::OfTheSuite, "Catalogue", "An ODBC entry's values must hold no line ends");
     if (entry.name.empty() || entry.name.find_first_of("[]{}(),;?*=!@\\") != std::string::npos)
-        throw Error(1, "Catalogue", "\"" + entry.name + "\" cannot be the name of an ODBC entry");
+        throw Error(Fault::OfTheSuite, "Catalogue", "\"" + entry.name + "\" cannot be the name of an ODBC entry");
 }
 
 } // namespace

@@ -203,7 +203,7 @@ Engine DetectEngine(Connection& connection) {
         return Engine::PostgreSql;
     if (version.find("MariaDB") != std::string::npos)
         return Engine::MariaDb;
-    throw Error(1, "Catalogue",
+    throw Error(Fault::OfTheSuite, "Catalogue",
                 "The catalogue must be on SQLite, PostgreSQL or MariaDB; this data source leads to " + version);
 }
 

@@ -232,7 +232,7 @@ private:
     int SetUserRow() {
         Connection& catalogue = Catalogue();
         if (removing_ && !RemoveUser(catalogue, user_.name))
-            throw Error(1, "Catalogue", "There is no user " + user_.name);
+            throw Error(Fault::OfTheSuite, "Catalogue", "There is no user " + user_.name);
         if (!user_.signature.empty())
             SetUser(catalogue, user_);
         for (const User& user : ReadUsers(catalogue))
@@ -320,7 +320,8 @@ private:
         const ServiceAddress service{std::atoi(port.Value("Port").value_or("0").c_str()),
                                      port.Value("AETitle").value_or("")};
         if (service.port == 0 || service.aeTitle.empty())
-            throw Error(1, "Catalogue", "The storage service is not set; \"orbenta-catalogue port\" sets it");
+            throw Error(Fault::OfTheSuite, "Catalogue",
+                        "The storage service is not set; \"orbenta-catalogue port\" sets it");
         const ImportSummary summary = ImportFolder(folder_, service, ShowProgress);
         for (const auto& [file, reason] : summary.failures)
             std::cerr << file << ": " << reason << "\n";

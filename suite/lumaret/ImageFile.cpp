@@ -27,7 +27,7 @@ namespace {
 constexpr double LargestFrameBytes = 1024.0 * 1024 * 1024;
 
 [[noreturn]] void Fail(const QString& path, const std::string& why) {
-    throw Error(1, "Lumaret", QFileInfo(path).fileName().toStdString() + " cannot be shown: " + why);
+    throw Error(Fault::OfTheSuite, "Lumaret", QFileInfo(path).fileName().toStdString() + " cannot be shown: " + why);
 }
 
 long IntegerOf(DcmDataset& dataSet, const DcmTagKey& tag, long absent) {

@@ -307,8 +307,8 @@ public:
 TEST_F(CodedEntriesTest, TheManagerIsOwnedByTheEditor) {
     OwnerNote noted;
     const Ports& ports = global.ports;
-    Global other(
-        Ports{ports.dicom, ports.database, noted, ports.files, ports.process, ports.userInformation, ports.clock});
+    Global other(Ports{ports.dicom, ports.database, noted, ports.files, ports.process, ports.newUserInformation,
+                       ports.clock, ports.letters});
     frmBase otherManager(other);
     CodedEntries otherEntries(other, otherManager, editor,
                               {editor.lstFinding, editor.cmdFnAdd, editor.cmdFnModify, editor.cmdFnDelete},

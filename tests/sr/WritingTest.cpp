@@ -277,7 +277,7 @@ TEST_F(Writing, ReadsTheClockOnceForContentAndObserver) {
         }
     } clock;
     Global ticking(Ports{station.store, *station.database, station.windows, *station.files, station.process,
-                         station.users, clock});
+                         std::ref(station.users), clock, station.letters});
     ticking.catalogue = std::move(global.catalogue);
     DcmSRDocument ticked(ticking);
     ticked.Series()->AddDataSet(-1);

@@ -85,15 +85,15 @@ Workstation::~Workstation() {
 }
 
 Ports Workstation::PortsWith(Database& other) {
-    return {store, other, windows, *files, process, std::ref(users), clock};
+    return {store, other, windows, *files, process, std::ref(users), clock, letters};
 }
 
 Ports Workstation::PortsWith(DicomLibrary& other) {
-    return {other, *database, windows, *files, process, std::ref(users), clock};
+    return {other, *database, windows, *files, process, std::ref(users), clock, letters};
 }
 
 Ports Workstation::PortsWith(Files& other) {
-    return {store, *database, windows, other, process, std::ref(users), clock};
+    return {store, *database, windows, other, process, std::ref(users), clock, letters};
 }
 
 std::string Workstation::Path(std::string_view below) const {
@@ -215,7 +215,7 @@ std::string Workstation::AddReport(const ReportSeed& seed) {
     RecordingStore service(*dicom);
     std::string file;
     service.answer = [&](const SentVersion& sent) { sent.dataSet->SaveToFile(Path(below) + "\\" + file); };
-    Global writer(Ports{service, *database, screen, *files, process, std::ref(users), past});
+    Global writer(Ports{service, *database, screen, *files, process, std::ref(users), past, letters});
     writer.catalogue = database->NewConnection();
     writer.catalogue->Open({}, {}, {});
     writer.baseUid = "1.2.999";

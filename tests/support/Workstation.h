@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/Global.h"
+#include "platform/icu/IcuLetters.h"
 #include "tests/support/FakeClock.h"
 #include "tests/support/FakeProcess.h"
 #include "tests/support/FakeServiceEvents.h"
@@ -87,6 +88,7 @@ public:
 
     std::filesystem::path folder;
     FakeClock clock;
+    IcuLetters letters;
     FakeWindows windows;
     FakeProcess process;
     FakeUsers users;
