@@ -2,6 +2,7 @@
 
 #include "codes/CodedEntries.h"
 #include "codes/frmBase.h"
+#include "tests/support/RecordingDatabase.h"
 #include "tests/support/Workstation.h"
 
 #include <gtest/gtest.h>
@@ -30,31 +31,10 @@ public:
     Button cmdBaseBody{*this, "cmdBaseBody"};
 };
 
-/// What was run on the catalogue, and with which cursor.
-struct RanStatement {
-    std::string text;
-    Cursor cursor;
-    bool operator==(const RanStatement&) const = default;
-};
-
-class StatementLog : public ForwardingConnection {
-public:
-    StatementLog(std::unique_ptr<Connection> target, std::vector<RanStatement>& log)
-        : ForwardingConnection(std::move(target)), log_(log) {}
-
-    std::unique_ptr<ResultSet> OpenResultSet(std::string_view statement, Cursor cursor) override {
-        log_.push_back({std::string(statement), cursor});
-        return ForwardingConnection::OpenResultSet(statement, cursor);
-    }
-
-private:
-    std::vector<RanStatement>& log_;
-};
-
 /// The manager over a real catalogue, with the editor's lists beside it.
 class CodesTest : public testing::Test {
 protected:
-    CodesTest() { global.catalogue = std::make_unique<StatementLog>(std::move(global.catalogue), statements); }
+    CodesTest() { global.catalogue = std::make_unique<RecordingConnection>(std::move(global.catalogue), statements); }
 
     enum Mode { ReportCodes, StandardCodes };
     /// As the editor's buttons do it, but without waiting for the manager to close.

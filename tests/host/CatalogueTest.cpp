@@ -1,5 +1,6 @@
 #include "host/Catalogue.h"
 #include "platform/error.h"
+#include "tests/support/RecordingDatabase.h"
 #include "tests/support/Workstation.h"
 
 #include <gmock/gmock.h>
@@ -95,18 +96,8 @@ TEST_F(Audit, FailsWithoutAConnection) {
 
 class Statements : public Audit {
 protected:
-    struct Recording : ForwardingConnection {
-        Recording(std::unique_ptr<Connection> target, std::vector<std::string>& texts)
-            : ForwardingConnection(std::move(target)), statements(texts) {}
-        std::unique_ptr<ResultSet> OpenResultSet(std::string_view statement, Cursor cursor) override {
-            EXPECT_EQ(cursor, Cursor::ForwardOnly);
-            statements.emplace_back(statement);
-            return ForwardingConnection::OpenResultSet(statement, cursor);
-        }
-        std::vector<std::string>& statements;
-    };
-    void SetUp() override { global.catalogue = std::make_unique<Recording>(std::move(global.catalogue), statements); }
-    std::vector<std::string> statements;
+    Statements() { global.catalogue = std::make_unique<RecordingConnection>(std::move(global.catalogue), statements); }
+    std::vector<RanStatement> statements;
 };
 
 TEST_F(Statements, OfTheAuditHaveTheirExactWords) {
@@ -114,18 +105,20 @@ TEST_F(Statements, OfTheAuditHaveTheirExactWords) {
 
     EXPECT_THAT(
         statements,
-        ElementsAre("SELECT AETitle FROM DicomServer",
-                    "SELECT Patient.ID, Patient.PatientName, Study.StudyInstanceUID, Series.SeriesInstanceUID  FROM "
-                    "Patient, Study, Series  WHERE Series.SeriesInstanceUID ='1.9.9' AND Patient.ID = Study.IDPatient "
-                    "AND Study.StudyInstanceUID = Series.StudyInstanceUID",
-                    "INSERT INTO History (Node, Username, PatientName, PatientID, StudyUID, SeriesUID, ActionVal, "
-                    "Description)  VALUES ('ORBENTA','','','1.9.9','1.9.9','1.9.9','REFERT','View Refert')"));
+        ElementsAre(
+            RanStatement{"SELECT AETitle FROM DicomServer"},
+            RanStatement{"SELECT Patient.ID, Patient.PatientName, Study.StudyInstanceUID, Series.SeriesInstanceUID  "
+                         "FROM Patient, Study, Series  WHERE Series.SeriesInstanceUID ='1.9.9' AND Patient.ID = "
+                         "Study.IDPatient AND Study.StudyInstanceUID = Series.StudyInstanceUID"},
+            RanStatement{"INSERT INTO History (Node, Username, PatientName, PatientID, StudyUID, SeriesUID, ActionVal, "
+                         "Description)  VALUES ('ORBENTA','','','1.9.9','1.9.9','1.9.9','REFERT','View Refert')"}));
 }
 
 TEST_F(Statements, OfTheSeriesStatusHaveTheirExactWords) {
     SetSeriesStatus(global, "1.2.3.1", "VIEWED");
 
-    EXPECT_THAT(statements, ElementsAre("UPDATE Series SET SeriesStatus='VIEWED' WHERE SeriesInstanceUID='1.2.3.1'"));
+    EXPECT_THAT(statements,
+                ElementsAre(RanStatement{"UPDATE Series SET SeriesStatus='VIEWED' WHERE SeriesInstanceUID='1.2.3.1'"}));
 }
 
 using SeriesStatus = Audit;

@@ -1,4 +1,5 @@
 #include "tests/sr/ReportFixture.h"
+#include "tests/support/RecordingDatabase.h"
 
 namespace tavrel::test {
 namespace {
@@ -140,22 +141,13 @@ TEST_F(Creation, CopiesFromTheImageAtTheIndexButAsksForTheStudyOfTheFirst) {
 }
 
 TEST_F(Creation, AsksTheCatalogueInItsExactWords) {
-    struct Recording : ForwardingConnection {
-        Recording(std::unique_ptr<Connection> target, std::vector<std::string>& texts)
-            : ForwardingConnection(std::move(target)), statements(texts) {}
-        std::unique_ptr<ResultSet> OpenResultSet(std::string_view statement, Cursor cursor) override {
-            statements.emplace_back(statement);
-            return ForwardingConnection::OpenResultSet(statement, cursor);
-        }
-        std::vector<std::string>& statements;
-    };
-    std::vector<std::string> statements;
-    global.catalogue = std::make_unique<Recording>(std::move(global.catalogue), statements);
+    std::vector<RanStatement> statements;
+    global.catalogue = std::make_unique<RecordingConnection>(std::move(global.catalogue), statements);
 
     CreateReport();
 
-    EXPECT_THAT(statements,
-                ElementsAre("SELECT Max(SeriesNumber) as SRCount From Series WHERE StudyInstanceUID='1.2.3'"));
+    EXPECT_THAT(statements, ElementsAre(RanStatement{
+                                "SELECT Max(SeriesNumber) as SRCount From Series WHERE StudyInstanceUID='1.2.3'"}));
 }
 
 TEST_F(Creation, WritesItsAttributesInOrder) {

@@ -1,4 +1,5 @@
 #include "tests/sr/ReportFixture.h"
+#include "tests/support/RecordingDatabase.h"
 
 namespace tavrel::test {
 namespace {
@@ -101,25 +102,15 @@ TEST_F(Sending, ShowsAPortWithoutATitle) {
 }
 
 TEST_F(Sending, AsksForThePortInItsExactWordsAndLetsItGoFirst) {
-    struct Recording : ForwardingConnection {
-        Recording(std::unique_ptr<Connection> target, std::vector<std::string>& texts)
-            : ForwardingConnection(std::move(target)), statements(texts) {}
-        std::unique_ptr<ResultSet> OpenResultSet(std::string_view statement, Cursor cursor) override {
-            EXPECT_EQ(cursor, Cursor::ForwardOnly);
-            statements.emplace_back(statement);
-            return ForwardingConnection::OpenResultSet(statement, cursor);
-        }
-        std::vector<std::string>& statements;
-    };
     CreateReport();
-    std::vector<std::string> statements;
-    global.catalogue = std::make_unique<Recording>(std::move(global.catalogue), statements);
+    std::vector<RanStatement> statements;
+    global.catalogue = std::make_unique<RecordingConnection>(std::move(global.catalogue), statements);
     // The service writes the catalogue while the version is on its way.
     station.store.answer = [&](const SentVersion&) { station.Execute("DROP TABLE Port"); };
 
     document.Send();
 
-    EXPECT_THAT(statements, ElementsAre("SELECT * FROM Port"));
+    EXPECT_THAT(statements, ElementsAre(RanStatement{"SELECT * FROM Port"}));
     EXPECT_THAT(Shown(), IsEmpty());
 }
 

@@ -8,7 +8,6 @@
 #include <dcmtk/dcmnet/dimse.h>
 
 #include <array>
-#include <cstdlib>
 #include <cstring>
 #include <stdexcept>
 
@@ -24,13 +23,6 @@ constexpr int CallerPatienceSeconds = 60;
 
 /// The toolkit takes a ready connection through one variable of the process.
 std::mutex HandOver;
-
-std::filesystem::path NewFolder() {
-    std::string name = (std::filesystem::temp_directory_path() / "storage-node-XXXXXX").string();
-    if (::mkdtemp(name.data()) == nullptr)
-        throw std::runtime_error("no folder for the storage node");
-    return name;
-}
 
 } // namespace
 
@@ -96,7 +88,7 @@ struct StorageNode::Conversation {
         received.calledAe = association->params->DULparams.calledAPTitle;
         received.sopClassUid = request.AffectedSOPClassUID;
         received.sopInstanceUid = request.AffectedSOPInstanceUID;
-        received.file = node.folder_ / (std::to_string(++node.fileCount_) + ".dcm");
+        received.file = node.folder_.Path() / (std::to_string(++node.fileCount_) + ".dcm");
         answer = {&node, &received};
         // A file name, and no data set, keeps the bytes as they come.
         return DIMSE_storeProvider(association, context, &request, received.file.c_str(), 1, nullptr, Answer, &answer,
@@ -136,7 +128,7 @@ struct StorageNode::Conversation {
     Answering answer;
 };
 
-StorageNode::StorageNode(Behaviour behaviour) : folder_(NewFolder()), behaviour_(behaviour) {
+StorageNode::StorageNode(Behaviour behaviour) : behaviour_(behaviour) {
     listener_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_in address{};
     address.sin_family = AF_INET;
@@ -164,8 +156,6 @@ StorageNode::~StorageNode() {
     ::close(listener_);
     for (auto& caller : callers_)
         caller.join();
-    std::error_code ignored;
-    std::filesystem::remove_all(folder_, ignored);
 }
 
 void StorageNode::Listen() {

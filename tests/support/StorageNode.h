@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tests/support/TemporaryFolder.h"
+
 #include <atomic>
 #include <condition_variable>
 #include <filesystem>
@@ -55,7 +57,7 @@ private:
     void WaitForEnd();
     struct Conversation;
 
-    std::filesystem::path folder_;
+    TemporaryFolder folder_;
     int listener_ = -1;
     int port_ = 0;
     std::atomic<Behaviour> behaviour_;

@@ -9,20 +9,12 @@
 #include "suite/catalogue/Schema.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <functional>
 #include <stdexcept>
 
 namespace tavrel::test {
 
 namespace {
-
-std::filesystem::path MakeFolder() {
-    std::string name = (std::filesystem::temp_directory_path() / "tavrel-XXXXXX").string();
-    if (!mkdtemp(name.data()))
-        throw std::runtime_error("No temporary folder " + name);
-    return name;
-}
 
 /// Opens the workstation's own catalogue, whatever entry is asked for, and notes what was asked.
 class OwnCatalogue : public Database {
@@ -62,8 +54,8 @@ std::string Quoted(std::string_view text) {
 } // namespace
 
 Workstation::Workstation(State state)
-    : folder(MakeFolder()), files(std::make_unique<PosixFiles>()),
-      database(std::make_unique<OwnCatalogue>(folder / "catalogue.db", connectionTexts)),
+    : files(std::make_unique<PosixFiles>()),
+      database(std::make_unique<OwnCatalogue>(folder.Path() / "catalogue.db", connectionTexts)),
       dicom(std::make_unique<DcmtkLibrary>(background, serviceEvents)), store(*dicom), global(PortsWith(*database)),
       beside_(database->NewConnection()) {
     beside_->Open({}, {}, {});
@@ -77,11 +69,6 @@ Workstation::Workstation(State state)
     process.stateFolder = Path("state");
     if (state == Started)
         Init(global);
-}
-
-Workstation::~Workstation() {
-    std::error_code ignored;
-    std::filesystem::remove_all(folder, ignored);
 }
 
 Ports Workstation::PortsWith(Database& other) {
@@ -105,7 +92,7 @@ std::string Workstation::Path(std::string_view below) const {
 std::filesystem::path Workstation::NativePath(std::string_view below) const {
     std::string name(below);
     std::ranges::replace(name, '\\', '/');
-    return name.empty() ? folder : folder / name;
+    return name.empty() ? folder.Path() : folder.Path() / name;
 }
 
 void Workstation::Execute(std::string_view statement) {

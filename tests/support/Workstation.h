@@ -10,6 +10,7 @@
 #include "tests/support/ForwardingDatabase.h"
 #include "tests/support/InlineBackground.h"
 #include "tests/support/RecordingStore.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <filesystem>
 #include <memory>
@@ -45,7 +46,6 @@ public:
         NotStarted, ///< `global` is as the process finds it
     };
     explicit Workstation(State state = Started);
-    ~Workstation();
     Workstation(const Workstation&) = delete;
     Workstation& operator=(const Workstation&) = delete;
 
@@ -86,7 +86,7 @@ public:
     /// `count` images of the example study's series, as the viewer hands them over.
     std::shared_ptr<DataSetList> ImageSeries(int count = 1);
 
-    std::filesystem::path folder;
+    TemporaryFolder folder; ///< first, so that all that lies in it is closed before it goes
     FakeClock clock;
     IcuLetters letters;
     FakeWindows windows;

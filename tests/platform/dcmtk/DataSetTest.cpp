@@ -23,9 +23,9 @@ TEST_F(DataSets, NothingIsWrittenAsAnEmptyElement) {
     dataSet->SetValue(attribute::PatientName, 0, Value{});
     dataSet->SetValue(attribute::SopClassUid, 0, "1.2.840.10008.5.1.4.1.1.88.11");
     dataSet->SetValue(attribute::SopInstanceUid, 0, "1.2.3");
-    dataSet->SaveToFile(library.folder.File("empty.dcm"));
+    dataSet->SaveToFile(library.File("empty.dcm"));
     const std::string emptyName{"\x10\x00\x10\x00PN\x00\x00", 8};
-    EXPECT_NE(ReadBytes(library.folder.path / "empty.dcm").find(emptyName), std::string::npos);
+    EXPECT_NE(ReadBytes(library.folder.Path() / "empty.dcm").find(emptyName), std::string::npos);
     EXPECT_EQ(dataSet->GetValue(attribute::PatientName), Value{});
 }
 
@@ -179,8 +179,8 @@ TEST_F(DataSets, AnItemBeyondTheEndHasNoPlace) {
 
 TEST_F(DataSets, MetaInformationIsKeptBesideTheDataSet) {
     const auto report = MakeReport(library.dicom);
-    report->SaveToFile(library.folder.File("report.dcm"));
-    const auto bytes = ReadBytes(library.folder.path / "report.dcm");
+    report->SaveToFile(library.File("report.dcm"));
+    const auto bytes = ReadBytes(library.folder.Path() / "report.dcm");
     const std::string transferSyntax{"\x02\x00\x10\x00UI", 6};
     EXPECT_EQ(Text(*report, attribute::TransferSyntaxUid), "1.2.840.10008.1.2.1");
     EXPECT_EQ(bytes.find(transferSyntax), bytes.rfind(transferSyntax));

@@ -13,7 +13,7 @@ namespace {
 
 class Files : public testing::Test {
 protected:
-    std::string Path(std::string_view name = "report.dcm") const { return library.folder.File(name); }
+    std::string Path(std::string_view name = "report.dcm") const { return library.File(name); }
 
     DataSetHandle SavedAndLoaded(const DataSetHandle& dataSet) {
         dataSet->SaveToFile(Path());
@@ -65,7 +65,7 @@ TEST_F(Files, ASavedFileIsTheOwnersAlone) {
 
 TEST_F(Files, SavingLeavesNothingBesideTheFile) {
     report->SaveToFile(Path());
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator{library.folder.path}, {}), 1);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator{library.folder.Path()}, {}), 1);
 }
 
 TEST_F(Files, AFolderThatIsMissingIsNamed) {
@@ -256,7 +256,8 @@ TEST_F(Files, AFileThatIsAbsentIsNamed) {
 }
 
 TEST_F(Files, AFolderIsNoFile) {
-    EXPECT_NE(FailureOf([&] { library.Load(library.folder.path.string()); }).find("it is a folder"), std::string::npos);
+    EXPECT_NE(FailureOf([&] { library.Load(library.folder.Path().string()); }).find("it is a folder"),
+              std::string::npos);
 }
 
 TEST_F(Files, AFifoIsNoFileAndHangsNobody) {

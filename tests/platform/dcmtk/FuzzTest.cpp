@@ -20,8 +20,8 @@ RawDicom Sample(Encoding encoding) {
 
 std::vector<std::string> Seeds() {
     TestLibrary library;
-    MakeReport(library.dicom, 3)->SaveToFile(library.folder.File("report.dcm"));
-    std::vector<std::string> seeds{ReadBytes(library.folder.path / "report.dcm")};
+    MakeReport(library.dicom, 3)->SaveToFile(library.File("report.dcm"));
+    std::vector<std::string> seeds{ReadBytes(library.folder.Path() / "report.dcm")};
     for (const Encoding encoding : {ExplicitLittle, ImplicitLittle, ExplicitBig}) {
         seeds.push_back(Sample(encoding).File());
         seeds.push_back(Sample(encoding).Bytes());

@@ -1,10 +1,8 @@
 #include "SampleReport.h"
 
 #include <array>
-#include <cstdlib>
 #include <fstream>
 #include <sstream>
-#include <stdexcept>
 #include <utility>
 
 namespace tavrel::test {
@@ -50,18 +48,6 @@ std::string InstanceUid(int version) {
 }
 
 } // namespace
-
-TestFolder::TestFolder() {
-    std::string name = (std::filesystem::temp_directory_path() / "dicom-test-XXXXXX").string();
-    if (::mkdtemp(name.data()) == nullptr)
-        throw std::runtime_error("no folder for the test");
-    path = name;
-}
-
-TestFolder::~TestFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path, ignored);
-}
 
 std::shared_ptr<DataSetList> TestLibrary::Load(const std::string& path) {
     auto list = dicom.NewDataSetList();

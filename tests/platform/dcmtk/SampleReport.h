@@ -5,6 +5,7 @@
 #include "platform/error.h"
 #include "tests/support/FakeServiceEvents.h"
 #include "tests/support/InlineBackground.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <filesystem>
 #include <functional>
@@ -13,26 +14,15 @@
 
 namespace tavrel::test {
 
-/// A folder of the test's own, removed in the end.
-class TestFolder {
-public:
-    TestFolder();
-    TestFolder(const TestFolder&) = delete;
-    TestFolder& operator=(const TestFolder&) = delete;
-    ~TestFolder();
-
-    std::string File(std::string_view name) const { return (path / name).string(); }
-
-    std::filesystem::path path;
-};
-
 /// The library under test with what it needs.
 struct TestLibrary {
-    TestFolder folder;
+    TemporaryFolder folder;
     InlineBackground background;
     FakeServiceEvents events;
     DcmtkLibrary dicom{background, events, {std::chrono::seconds{1}, std::chrono::seconds{1}}};
 
+    /// The path of a file in the folder.
+    std::string File(std::string_view name) const { return (folder.Path() / name).string(); }
     /// The file as the only data set of a list.
     std::shared_ptr<DataSetList> Load(const std::string& path);
 };

@@ -198,8 +198,8 @@ TEST_F(Storing, ADataSetOfAProgramThatOnlyReadsIsRefused) {
 }
 
 TEST_F(Storing, ASequenceItemIsRefused) {
-    report->SaveToFile(library.folder.File("report.dcm"));
-    const auto loaded = library.Load(library.folder.File("report.dcm"));
+    report->SaveToFile(library.File("report.dcm"));
+    const auto loaded = library.Load(library.File("report.dcm"));
     report = loaded->Item(0)->GetSequenceItem(attribute::ContentSequence, 0);
     EXPECT_EQ(RefusedAtOnce(), "A data set of a program that only reads cannot be sent.");
 }

@@ -1,5 +1,6 @@
 #include "platform/error.h"
 #include "platform/posix/PosixFiles.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -18,12 +19,6 @@ using Names = std::vector<std::string>;
 
 class FilesTest : public testing::Test {
 protected:
-    FilesTest() {
-        std::string name = fs::temp_directory_path() / "tavrel-XXXXXX";
-        folder = mkdtemp(name.data());
-    }
-    ~FilesTest() override { fs::remove_all(folder); }
-
     /// The path of `name` as the program writes it.
     std::string Inside(const std::string& name) const {
         auto path = (folder / name).string();
@@ -45,7 +40,8 @@ protected:
         }
     }
 
-    fs::path folder;
+    TemporaryFolder room;
+    const fs::path& folder = room.Path();
     PosixFiles files;
 };
 
