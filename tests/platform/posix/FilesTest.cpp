@@ -79,6 +79,32 @@ TEST_F(FilesTest, AFolderThatIsNotThereIsAnErrorThatNamesIt) {
               "Cannot read the folder \"" + (folder / "none").string() + "\": No such file or directory");
 }
 
+TEST_F(FilesTest, ANewFileTakesANameThatNobodyHas) {
+    fs::create_directory(folder / "unsent");
+    Make("unsent/version.dcm", "before");
+    EXPECT_EQ(files.CreateNew(Inside("unsent"), "version", ".dcm"), Inside("unsent\\version-2.dcm"));
+    EXPECT_EQ(files.CreateNew(Inside("unsent"), "version", ".dcm"), Inside("unsent\\version-3.dcm"));
+    EXPECT_EQ(files.ReadText(Inside("unsent\\version.dcm")), "before");
+}
+
+TEST_F(FilesTest, AFolderThatIsMissingIsMadeForItsOwnerOnly) {
+    files.CreateNew(Inside("state\\unsent"), "version", ".dcm");
+    EXPECT_EQ(ModeOf("state/unsent"), 0700U);
+    EXPECT_EQ(ModeOf("state/unsent/version.dcm"), 0600U);
+}
+
+TEST_F(FilesTest, ANewFileInNoFolderIsAnErrorThatNamesIt) {
+    Make("taken");
+    EXPECT_EQ(FailureOf([&] { files.CreateNew(Inside("taken"), "version", ".dcm"); }),
+              "Cannot make the file \"" + (folder / "taken/version.dcm").string() + "\": Not a directory");
+}
+
+TEST_F(FilesTest, ARemovedFileIsGone) {
+    Make("version.dcm");
+    files.Remove(Inside("version.dcm"));
+    EXPECT_FALSE(files.Exists(Inside("version.dcm")));
+}
+
 TEST_F(FilesTest, AWrittenFileIsItsOwnersOnly) {
     files.WriteText(Inside("SR.dat"), "text");
     EXPECT_EQ(ModeOf("SR.dat"), 0600U);
