@@ -1,9 +1,9 @@
 #include "platform/dcmtk/CharacterSet.h"
 
 #include "platform/dcmtk/TextConverter.h"
+#include "platform/text.h"
 
 #include <algorithm>
-#include <cctype>
 
 namespace tavrel {
 
@@ -62,8 +62,8 @@ bool IsAscii(std::string_view text) {
 const CodedSet* FindSet(std::string_view term) {
     std::string plain;
     for (const char c : term)
-        if (std::isalnum(static_cast<unsigned char>(c)) != 0)
-            plain += static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+        if (IsDigit(c) || IsUpper(ToUpper(c)))
+            plain += ToUpper(c);
     for (const std::string_view prefix : {"ISO2022IR", "ISOIR"})
         if (plain.starts_with(prefix))
             plain.erase(0, prefix.size());
@@ -200,7 +200,7 @@ std::optional<LostCharacter> CharacterSet::EncodeName(std::string_view utf8, std
         if (!lost)
             bytes += coded;
         leftOut = leftOut || lost;
-        passed += static_cast<std::size_t>(std::ranges::count_if(part, [](char c) { return (c & 0xC0) != 0x80; })) + 1;
+        passed += CountCharacters(part) + 1;
         const bool valueEnds = end == std::string_view::npos || rest[end] == '\\';
         if (valueEnds && leftOut)
             bytes.erase(bytes.find_last_not_of('=') + 1);

@@ -7,6 +7,7 @@
 #include "platform/dcmtk/DicomValues.h"
 #include "platform/dcmtk/TextConverter.h"
 #include "platform/dcmtk/TextElements.h"
+#include "platform/limits.h"
 
 #include <dcmtk/config/osconfig.h>
 
@@ -23,7 +24,6 @@ namespace tavrel {
 namespace {
 
 constexpr std::size_t LongestShortValue = 65534; ///< bytes, in a VR whose length has 16 bits
-constexpr std::size_t LongestUid = 64;
 
 /// Where in the data set the encoder is, for messages.
 struct Place {
@@ -76,7 +76,7 @@ void CheckValue(std::string_view text, std::string_view vr, const Place& place) 
         return;
     for (std::string_view rest = text; !rest.empty();) {
         const auto end = std::min(rest.find('\\'), rest.size());
-        if (end > LongestUid)
+        if (end > longest::Uid)
             throw DicomFailure(DicomFault::BadValue, "The UID " + std::string{rest.substr(0, end)} + " of " +
                                                          place.Name() + " is longer than 64 characters.");
         rest.remove_prefix(std::min(end + 1, rest.size()));

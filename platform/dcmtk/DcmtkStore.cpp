@@ -1,6 +1,8 @@
 #include "platform/dcmtk/DcmtkStore.h"
 
 #include "platform/dcmtk/DicomFailure.h"
+#include "platform/limits.h"
+#include "platform/text.h"
 
 #include <dcmtk/config/osconfig.h>
 
@@ -15,7 +17,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <charconv>
 #include <cstring>
 #include <memory>
@@ -146,10 +147,7 @@ private:
 
     /// The workstation's own service listens on the loopback address only.
     static std::string Address(const StoreTarget& target) {
-        constexpr std::string_view local = "localhost";
-        const bool loopback = std::ranges::equal(
-            target.host, local, [](char a, char b) { return std::tolower(static_cast<unsigned char>(a)) == b; });
-        return (loopback ? "127.0.0.1" : target.host) + ":" + target.port;
+        return (SameInAnyCase(target.host, "localhost") ? "127.0.0.1" : target.host) + ":" + target.port;
     }
 
     static Error Refused(const OFCondition& outcome, T_ASC_Parameters* parameters) {
@@ -195,9 +193,8 @@ std::string StoreTarget::Name() const {
 }
 
 void CheckTarget(const StoreTarget& target) {
-    constexpr std::size_t longestTitle = 16;
     for (const auto& title : {target.callingAe, target.calledAe})
-        if (title.empty() || title.size() > longestTitle)
+        if (title.empty() || title.size() > longest::AeTitle)
             throw DicomFailure(DicomFault::NotSendable, "The AE title \"" + title + "\" must have 1 to 16 characters.");
     int port = 0;
     const auto* end = target.port.data() + target.port.size();

@@ -1,6 +1,8 @@
 #include "platform/dcmtk/DicomValues.h"
 
 #include "platform/dcmtk/DicomFailure.h"
+#include "platform/text.h"
+#include "platform/uid.h"
 
 #include <dcmtk/config/osconfig.h>
 
@@ -15,20 +17,9 @@
 namespace tavrel {
 namespace {
 
-bool IsDigit(char c) {
-    return c >= '0' && c <= '9';
-}
-
-std::string_view Trimmed(std::string_view text) {
-    const auto first = text.find_first_not_of(' ');
-    if (first == std::string_view::npos)
-        return {};
-    return text.substr(first, text.find_last_not_of(' ') - first + 1);
-}
-
 /// Takes `digits` digits from the front of `text`.
 std::optional<int> TakeNumber(std::string_view& text, std::size_t digits) {
-    if (text.size() < digits || !std::all_of(text.begin(), text.begin() + static_cast<long>(digits), IsDigit))
+    if (text.size() < digits || !std::ranges::all_of(text.substr(0, digits), IsDigit))
         return std::nullopt;
     int number = 0;
     std::from_chars(text.data(), text.data() + digits, number);
@@ -141,15 +132,16 @@ bool IsIntegerString(std::string_view text) {
     return failure == std::errc{} && end == text.data() + text.size() && text.size() <= 12;
 }
 
-bool IsUid(std::string_view text) {
-    return text.find_first_not_of("0123456789.") == std::string_view::npos;
+/// Its length is judged with that of all values, when they are saved or sent.
+bool IsUidOfAnyLength(std::string_view text) {
+    return text.empty() || IsUid(text.substr(0, longest::Uid));
 }
 
 bool FitsVr(std::string_view text, std::string_view vr) {
     if (vr == "IS")
         return EachValue(text, IsIntegerString);
     if (vr == "UI")
-        return EachValue(text, IsUid);
+        return EachValue(text, IsUidOfAnyLength);
     if (IsDateTimeVr(vr))
         return EachValue(text, [vr](std::string_view value) { return ParseDicomMoment(value, vr).has_value(); });
     return true;
@@ -251,12 +243,10 @@ std::string WithCrLf(std::string_view text) {
 std::string AttributeName(Tag tag) {
     DcmTag dictionaryTag{tag.group, tag.element};
     const std::string_view keyword = dictionaryTag.getTagName();
-    const auto upper = [](char c) { return c >= 'A' && c <= 'Z'; };
-    const auto lower = [](char c) { return c >= 'a' && c <= 'z'; };
     std::string name;
     for (std::size_t at = 0; at < keyword.size(); ++at) {
-        const bool wordStarts = at > 0 && upper(keyword[at]) &&
-                                (lower(keyword[at - 1]) || (at + 1 < keyword.size() && lower(keyword[at + 1])));
+        const bool wordStarts = at > 0 && IsUpper(keyword[at]) &&
+                                (IsLower(keyword[at - 1]) || (at + 1 < keyword.size() && IsLower(keyword[at + 1])));
         if (wordStarts && name.back() != ' ')
             name += ' ';
         name += keyword[at];

@@ -1,5 +1,7 @@
 #include "platform/dcmtk/StructuralScan.h"
 
+#include "platform/text.h"
+
 #include <dcmtk/config/osconfig.h>
 
 #include <dcmtk/dcmdata/dctag.h>
@@ -22,10 +24,6 @@ constexpr std::uint64_t PreambleSize = 132;
 
 constexpr std::array<std::string_view, 2> DeflatedSyntaxes{"1.2.840.10008.1.2.1.99", "1.2.840.10008.1.2.4.95"};
 
-bool IsUpper(std::uint8_t c) {
-    return c >= 'A' && c <= 'Z';
-}
-
 constexpr std::size_t Letters = 26;
 
 constexpr std::size_t VrIndex(char first, char second) {
@@ -41,6 +39,15 @@ constexpr auto ShortLength = [] {
         table[VrIndex(shortVrs[at], shortVrs[at + 1])] = true;
     return table;
 }();
+
+/// What stands at the VR's place in the element header `at`.
+std::array<char, 2> VrAt(const std::uint8_t* at) {
+    return {static_cast<char>(at[4]), static_cast<char>(at[5])};
+}
+
+bool IsVr(std::array<char, 2> vr) {
+    return IsUpper(vr[0]) && IsUpper(vr[1]);
+}
 
 struct Encoding {
     bool explicitVr = true;
@@ -100,9 +107,9 @@ private:
             header.length = Number32(at + 4, encoding.bigEndian);
             return header;
         }
-        if (!IsUpper(at[4]) || !IsUpper(at[5]))
+        header.vr = VrAt(at);
+        if (!IsVr(header.vr))
             throw StructureFault("an element has no valid type");
-        header.vr = {static_cast<char>(at[4]), static_cast<char>(at[5])};
         if (ShortLength[VrIndex(header.vr[0], header.vr[1])]) {
             header.length = Number16(at + 6, encoding.bigEndian);
             return header;
@@ -165,7 +172,7 @@ private:
             throw StructureFault("it is too short");
         const auto* at = bytes_.At(layout_.dataBegin, 8);
         layout_.bigEndian = at[0] == 0 && at[1] != 0;
-        layout_.explicitVr = IsUpper(at[4]) && IsUpper(at[5]);
+        layout_.explicitVr = IsVr(VrAt(at));
         const auto group = Number16(at, layout_.bigEndian);
         if (group > 0x0020)
             throw StructureFault("it does not begin like one");

@@ -1,5 +1,7 @@
 #include "platform/dcmtk/TextConverter.h"
 
+#include "platform/text.h"
+
 #include <algorithm>
 #include <map>
 #include <stdexcept>
@@ -92,7 +94,7 @@ char32_t TakeCharacter(std::string_view& utf8) {
     bool sound = length > 0 && utf8.size() >= length;
     char32_t character = length < 2 ? lead : lead & (0x7FU >> length);
     for (std::size_t at = 1; sound && at < length; ++at) {
-        sound = (byte(at) & 0xC0) == 0x80;
+        sound = IsContinuation(utf8[at]);
         character = character << 6 | (byte(at) & 0x3FU);
     }
     utf8.remove_prefix(sound ? length : 1);

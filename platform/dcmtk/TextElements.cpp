@@ -2,6 +2,7 @@
 
 #include "platform/dcmtk/DicomFailure.h"
 #include "platform/dcmtk/DicomValues.h"
+#include "platform/text.h"
 
 #include <dcmtk/config/osconfig.h>
 
@@ -21,8 +22,7 @@ bool Holds(std::string_view vrs, std::string_view vr) {
 }
 
 std::string_view WithoutPadding(std::string_view text) {
-    const auto last = text.find_last_not_of(std::string_view{" \0", 2});
-    return last == std::string_view::npos ? std::string_view{} : text.substr(0, last + 1);
+    return TrimmedRight(text, std::string_view{" \0", 2});
 }
 
 /// The toolkit's read accessors load values on demand and so are not const.

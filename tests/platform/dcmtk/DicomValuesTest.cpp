@@ -22,5 +22,9 @@ TEST(DicomValues, AMomentThatNoClockShowsCannotBeWritten) {
         EXPECT_THROW(DicomText(moment, attribute::VerificationDateTime), Error);
 }
 
+TEST(DicomValues, BlanksAreAnEmptyUid) {
+    EXPECT_EQ(DicomText(" ", attribute::SopInstanceUid), " ");
+}
+
 } // namespace
 } // namespace tavrel::test
