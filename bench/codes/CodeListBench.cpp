@@ -12,6 +12,7 @@
 #include "platform/odbc/OdbcDatabase.h"
 #include "suite/catalogue/OdbcEntry.h"
 #include "suite/catalogue/Schema.h"
+#include "tests/support/TemporaryFolder.h"
 #include "tests/support/Workstation.h"
 
 #include <benchmark/benchmark.h>
@@ -20,7 +21,6 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <malloc.h>
 #include <map>
 
@@ -198,23 +198,13 @@ void PrintRatios(const ShortestRuns& runs) {
 class OwnEntry {
 public:
     OwnEntry() {
-        std::string name = (std::filesystem::temp_directory_path() / "tavrel-bench-XXXXXX").string();
-        if (!mkdtemp(name.data()))
-            throw std::runtime_error("No temporary folder " + name);
-        folder_ = name;
-        WriteOdbcEntry(folder_ / "odbc.ini",
-                       {.name = "DicomFDB_sqlite", .database = (folder_ / "catalogue.db").string()});
-        setenv("ODBCINI", (folder_ / "odbc.ini").c_str(), 1);
+        const auto file = folder_.Path() / "odbc.ini";
+        WriteOdbcEntry(file, SqliteEntry("DicomFDB_sqlite", folder_.Path() / "catalogue.db"));
+        setenv("ODBCINI", file.c_str(), 1);
     }
-    ~OwnEntry() {
-        std::error_code ignored;
-        std::filesystem::remove_all(folder_, ignored);
-    }
-    OwnEntry(const OwnEntry&) = delete;
-    OwnEntry& operator=(const OwnEntry&) = delete;
 
 private:
-    std::filesystem::path folder_;
+    TemporaryFolder folder_;
 };
 
 void Measure(std::vector<char*> arguments) {

@@ -104,6 +104,13 @@ void RequireOneLine(const OdbcEntry& entry) {
 
 } // namespace
 
+OdbcEntry SqliteEntry(const std::string& name, const fs::path& file) {
+    OdbcEntry entry;
+    entry.name = name;
+    entry.database = file.string();
+    return entry;
+}
+
 std::string ConnectionText(const OdbcEntry& entry) {
     return Written(entry, ';');
 }

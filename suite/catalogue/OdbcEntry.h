@@ -18,6 +18,9 @@ struct OdbcEntry {
     std::string password;
 };
 
+/// The entry of a catalogue in a SQLite file.
+OdbcEntry SqliteEntry(const std::string& name, const std::filesystem::path& file);
+
 /// What a program opens that leads to the entry's catalogue without an entry in a file.
 std::string ConnectionText(const OdbcEntry& entry);
 

@@ -82,7 +82,7 @@ protected:
     }
     using Names = std::vector<std::string>;
 };
-INSTANTIATE_TEST_SUITE_P(Engines, PrintTable, AllEngines, engineName);
+INSTANTIATE_TEST_SUITE_P(Engines, PrintTable, AllEngines, EngineName);
 
 TEST_P(PrintTable, HoldsEveryTextAsItWas) {
     PrintRow row;
@@ -195,7 +195,7 @@ protected:
     Station second{database};
     const std::string refusal = "Another workstation is printing at this moment. Please print again.";
 };
-INSTANTIATE_TEST_SUITE_P(Engines, TwoAtOnce, AllEngines, engineName);
+INSTANTIATE_TEST_SUITE_P(Engines, TwoAtOnce, AllEngines, EngineName);
 
 TEST_P(TwoAtOnce, NeitherShowsTheOthersPatient) {
     database.Run("INSERT INTO Report (PatientName) VALUES ('Before')");
@@ -221,7 +221,7 @@ TEST_P(TwoAtOnce, ThePrintAfterwardsLeavesOneRowAgain) {
 
 /// What an engine without a lock on the whole table makes of it.
 class TwoOnPostgresql : public TwoAtOnce {};
-INSTANTIATE_TEST_SUITE_P(Engines, TwoOnPostgresql, testing::Values(TestDatabase::Engine::Postgresql), engineName);
+INSTANTIATE_TEST_SUITE_P(Engines, TwoOnPostgresql, testing::Values(TestDatabase::Engine::Postgresql), EngineName);
 
 TEST_P(TwoOnPostgresql, TheSecondFillWaitsAndTakesBothRows) {
     database.Run("INSERT INTO Report (PatientName) VALUES ('Before')");

@@ -1,11 +1,13 @@
 #include "tests/suite/Child.h"
 
+#include "tests/support/TemporaryFolder.h"
+
 #include <fcntl.h>
-#include <signal.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -70,15 +72,11 @@ int Child::Wait() {
 }
 
 Outcome RunShell(const std::string& command) {
-    char folder[] = "/tmp/orbenta-run.XXXXXX";
-    if (!mkdtemp(folder))
-        throw std::runtime_error("mkdtemp");
-    const std::filesystem::path outputs(folder);
-    const std::string line = "(" + command + ") >" + (outputs / "out").string() + " 2>" + (outputs / "err").string();
-    const int waited = std::system(line.c_str());
-    Outcome outcome{ExitStatus(waited), Contents(outputs / "out"), Contents(outputs / "err")};
-    std::filesystem::remove_all(outputs);
-    return outcome;
+    const TemporaryFolder outputs;
+    const auto out = outputs.Path() / "out";
+    const auto err = outputs.Path() / "err";
+    const int waited = std::system(("(" + command + ") >" + out.string() + " 2>" + err.string()).c_str());
+    return {ExitStatus(waited), Contents(out), Contents(err)};
 }
 
 } // namespace tavrel

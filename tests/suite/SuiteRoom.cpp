@@ -5,7 +5,6 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
-#include <stdlib.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -17,13 +16,6 @@ namespace tavrel {
 namespace {
 
 namespace fs = std::filesystem;
-
-fs::path NewFolder() {
-    char folder[] = "/tmp/orbenta-suite.XXXXXX";
-    if (!mkdtemp(folder))
-        throw std::runtime_error("mkdtemp");
-    return folder;
-}
 
 sockaddr_in Loopback(int port) {
     sockaddr_in address{};
@@ -48,18 +40,14 @@ int FreePort() {
 
 } // namespace
 
-SuiteRoom::SuiteRoom() : folder_(NewFolder()), dataSource_("DicomFDB"), port_(FreePort()) {
-    WriteOdbcEntry(folder_ / "odbc.ini", {.name = dataSource_, .database = (folder_ / "catalogue.db").string()});
-    setenv("ODBCINI", (folder_ / "odbc.ini").c_str(), 1);
+SuiteRoom::SuiteRoom() : dataSource_("DicomFDB"), port_(FreePort()) {
+    WriteOdbcEntry(Folder() / "odbc.ini", SqliteEntry(dataSource_, Folder() / "catalogue.db"));
+    setenv("ODBCINI", (Folder() / "odbc.ini").c_str(), 1);
     Fill();
 }
 
-SuiteRoom::SuiteRoom(const std::string& dataSource) : folder_(NewFolder()), dataSource_(dataSource), port_(FreePort()) {
+SuiteRoom::SuiteRoom(const std::string& dataSource) : dataSource_(dataSource), port_(FreePort()) {
     Fill();
-}
-
-SuiteRoom::~SuiteRoom() {
-    fs::remove_all(folder_);
 }
 
 void SuiteRoom::Fill() {
@@ -90,13 +78,13 @@ std::vector<std::string> SuiteRoom::ServiceCommand() const {
 }
 
 std::unique_ptr<Child> SuiteRoom::StartService() {
-    auto service = std::make_unique<Child>(ServiceCommand(), (folder_ / "porvane.log").string());
+    auto service = std::make_unique<Child>(ServiceCommand(), (Folder() / "porvane.log").string());
     Eventually([&] { return Listens(port_) || !service->IsRunning(); });
     return service;
 }
 
 std::string SuiteRoom::ServiceLog() const {
-    return PosixFiles().ReadText((folder_ / "porvane.log").string());
+    return PosixFiles().ReadText((Folder() / "porvane.log").string());
 }
 
 Outcome SuiteRoom::Tool(const std::string& arguments) const {

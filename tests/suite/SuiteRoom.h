@@ -4,6 +4,7 @@
 #include "suite/catalogue/Rows.h"
 #include "suite/catalogue/Schema.h"
 #include "tests/suite/Child.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <chrono>
 #include <filesystem>
@@ -19,12 +20,9 @@ class SuiteRoom {
 public:
     SuiteRoom();
     explicit SuiteRoom(const std::string& dataSource);
-    ~SuiteRoom();
-    SuiteRoom(const SuiteRoom&) = delete;
-    SuiteRoom& operator=(const SuiteRoom&) = delete;
 
-    std::filesystem::path Folder() const { return folder_; }
-    std::filesystem::path Studies() const { return folder_ / "studies"; }
+    std::filesystem::path Folder() const { return folder_.Path(); }
+    std::filesystem::path Studies() const { return Folder() / "studies"; }
     std::filesystem::path Incoming() const { return Studies() / ".incoming"; }
     int Port() const { return port_; }
 
@@ -52,7 +50,7 @@ public:
 private:
     void Fill();
 
-    std::filesystem::path folder_;
+    TemporaryFolder folder_;
     std::string dataSource_;
     int port_;
     OdbcDatabase database_;

@@ -2,6 +2,7 @@
 
 #include "platform/odbc/OdbcDatabase.h"
 #include "suite/catalogue/OdbcEntry.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <array>
 #include <cstdlib>
@@ -21,28 +22,19 @@ public:
         return folder.path_;
     }
 
-    ~Folder() {
-        if (own_)
-            std::filesystem::remove_all(path_);
-    }
-
 private:
     Folder() {
         if (const char* engines = std::getenv("ENGINES_FOLDER")) {
             path_ = engines;
             return;
         }
-        std::string name = (std::filesystem::temp_directory_path() / "tavrel-database.XXXXXX").string();
-        if (mkdtemp(name.data()) == nullptr)
-            throw std::runtime_error("no temporary folder: " + name);
-        path_ = name;
-        own_ = true;
-        WriteOdbcEntry(path_ / "odbc.ini", {.name = "DicomFDB", .database = (path_ / "catalogue.db").string()});
+        path_ = own_.emplace().Path();
+        WriteOdbcEntry(path_ / "odbc.ini", SqliteEntry("DicomFDB", path_ / "catalogue.db"));
         setenv("ODBCINI", (path_ / "odbc.ini").c_str(), 1);
     }
 
+    std::optional<TemporaryFolder> own_;
     std::filesystem::path path_;
-    bool own_ = false;
 };
 
 /// How an engine declares a code: `WHERE CodeValue = 'X '` finds the code X.

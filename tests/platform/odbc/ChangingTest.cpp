@@ -14,7 +14,7 @@ protected:
         return database.Value("SELECT CodeMeaning FROM StdTitles WHERE CodeValue = '" + code + "'");
     }
 };
-INSTANTIATE_TEST_SUITE_P(Engines, Changing, AllEngines, engineName);
+INSTANTIATE_TEST_SUITE_P(Engines, Changing, AllEngines, EngineName);
 
 TEST_P(Changing, AChangeStatementYieldsAResultAtItsEnd) {
     const auto result = connection->OpenResultSet("UPDATE StdTitles SET CodeMeaning='New' WHERE CodeValue='X'");

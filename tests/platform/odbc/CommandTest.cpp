@@ -23,7 +23,7 @@ protected:
         return database.Value("SELECT Reading FROM Report");
     }
 };
-INSTANTIATE_TEST_SUITE_P(Engines, Commands, AllEngines, engineName);
+INSTANTIATE_TEST_SUITE_P(Engines, Commands, AllEngines, EngineName);
 
 constexpr std::array Columns = {
     "PatientName",        "BirthDate",      "Age",           "Sex",         "PatientID",        "StudyDate",

@@ -7,7 +7,7 @@ namespace tavrel {
 namespace {
 
 class Connections : public EngineTest {};
-INSTANTIATE_TEST_SUITE_P(Engines, Connections, AllEngines, engineName);
+INSTANTIATE_TEST_SUITE_P(Engines, Connections, AllEngines, EngineName);
 
 TEST_P(Connections, AnOpenConnectionSaysSo) {
     EXPECT_TRUE(connection->IsOpen());

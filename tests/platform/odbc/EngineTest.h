@@ -12,8 +12,8 @@
 
 namespace tavrel {
 
-inline std::string EngineName(TestDatabase::Engine engine) {
-    switch (engine) {
+inline std::string EngineName(const testing::TestParamInfo<TestDatabase::Engine>& test) {
+    switch (test.param) {
     case TestDatabase::Engine::Sqlite:
         return "Sqlite";
     case TestDatabase::Engine::Postgresql:
@@ -33,7 +33,6 @@ protected:
 
 inline const auto AllEngines =
     testing::Values(TestDatabase::Engine::Sqlite, TestDatabase::Engine::Postgresql, TestDatabase::Engine::Mariadb);
-inline const auto engineName = [](const auto& test) { return EngineName(test.param); };
 
 /// The error that `work` ends with.
 template <class Work> Error FailureOf(Work work) {
@@ -43,7 +42,7 @@ template <class Work> Error FailureOf(Work work) {
         return error;
     }
     ADD_FAILURE() << "no error was raised";
-    return Error(0, "", "");
+    return {0, "", ""};
 }
 
 template <class Work> void ExpectFailure(OdbcFailure failure, Work work) {

@@ -17,7 +17,7 @@ void Stop(TestDatabase::Engine engine) {
 
 class Outage : public EngineTest {};
 INSTANTIATE_TEST_SUITE_P(Engines, Outage,
-                         testing::Values(TestDatabase::Engine::Postgresql, TestDatabase::Engine::Mariadb), engineName);
+                         testing::Values(TestDatabase::Engine::Postgresql, TestDatabase::Engine::Mariadb), EngineName);
 
 TEST_P(Outage, EveryCallIsAClearErrorAndTheConnectionIsClosed) {
     database.Run("INSERT INTO Patient VALUES ('1', 'A')");

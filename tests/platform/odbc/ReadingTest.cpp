@@ -17,7 +17,7 @@ protected:
         return connection->OpenResultSet("SELECT Reading FROM Report")->Text("Reading");
     }
 };
-INSTANTIATE_TEST_SUITE_P(Engines, Reading, AllEngines, engineName);
+INSTANTIATE_TEST_SUITE_P(Engines, Reading, AllEngines, EngineName);
 
 TEST_P(Reading, RowsComeInTheirOrderUntilTheEnd) {
     AddTitle("99SS", "A", "First");

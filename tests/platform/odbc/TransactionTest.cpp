@@ -13,7 +13,7 @@ protected:
     /// As every other connection sees it.
     std::string Name() { return database.Value("SELECT PatientName FROM Patient"); }
 };
-INSTANTIATE_TEST_SUITE_P(Engines, Transactions, AllEngines, engineName);
+INSTANTIATE_TEST_SUITE_P(Engines, Transactions, AllEngines, EngineName);
 
 TEST_P(Transactions, OthersSeeTheChangesAfterTheCommit) {
     connection->BeginTransaction();

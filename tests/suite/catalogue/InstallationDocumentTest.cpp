@@ -22,7 +22,9 @@ bool StandsForEverySite(const std::string& setting) {
 
 TEST_P(InstallationDocument, NamesTheSettingsThatAreWritten) {
     const std::string page = PosixFiles().ReadText(INSTALLATION_DOCUMENT);
-    std::istringstream settings(ConnectionText({.engine = GetParam().engine}));
+    OdbcEntry entry;
+    entry.engine = GetParam().engine;
+    std::istringstream settings(ConnectionText(entry));
     for (std::string setting; std::getline(settings, setting, ';');)
         if (StandsForEverySite(setting))
             EXPECT_NE(page.find("`" + setting + "`"), std::string::npos) << setting;

@@ -8,9 +8,8 @@
 #include <dcmtk/dcmdata/dcuid.h>
 #include <gtest/gtest.h>
 
-#include <signal.h>
-
 #include <algorithm>
+#include <csignal>
 
 namespace tavrel {
 namespace {
@@ -77,8 +76,8 @@ protected:
     }
 
     int argc = 1;
-    char name[5] = "test";
-    char* argv = name;
+    std::string name = "test";
+    char* argv = name.data();
     QCoreApplication application{argc, &argv};
     SuiteRoom room;
     Bus bus{room.Folder()};

@@ -5,10 +5,11 @@
 #include <gtest/gtest.h>
 
 #include <netinet/in.h>
-#include <signal.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <array>
+#include <csignal>
 #include <fstream>
 #include <thread>
 
@@ -171,12 +172,13 @@ TEST_F(StorageFailure, ASilentConnectionHoldsUpNobody) {
 
 TEST_F(StorageFailure, TheServiceListensOnTheLoopbackAddressAlone) {
     const auto service = room.StartService();
-    char port[8];
-    std::snprintf(port, sizeof port, "%04X", static_cast<unsigned>(room.Port()));
+    std::array<char, 8> digits{};
+    std::snprintf(digits.data(), digits.size(), "%04X", static_cast<unsigned>(room.Port()));
+    const std::string port = digits.data();
     // State 0A is listening; the address stands before the port, its bytes in the machine's order.
-    const auto listening = RunShell(std::string("grep -h ':") + port + " 00000000:0000 0A' /proc/net/tcp");
-    EXPECT_NE(listening.out.find(std::string("0100007F:") + port), std::string::npos) << listening.out;
-    EXPECT_EQ(RunShell(std::string("grep -hi ':") + port + " .* 0A ' /proc/net/tcp6").out, "");
+    const auto listening = RunShell("grep -h ':" + port + " 00000000:0000 0A' /proc/net/tcp");
+    EXPECT_NE(listening.out.find("0100007F:" + port), std::string::npos) << listening.out;
+    EXPECT_EQ(RunShell("grep -hi ':" + port + " .* 0A ' /proc/net/tcp6").out, "");
 }
 
 TEST_F(StorageFailure, TheServiceEndsCleanlyWhenItIsAsked) {
