@@ -4,7 +4,6 @@
 
 #include <clocale>
 #include <cwctype>
-#include <locale.h>
 
 namespace tavrel {
 namespace {
