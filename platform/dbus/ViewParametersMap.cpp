@@ -4,8 +4,11 @@
 #include <QDBusMetaType>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
+#include <utility>
+#include <variant>
 
 Q_DECLARE_METATYPE(tavrel::ViewParameters::Area)
 
@@ -28,23 +31,26 @@ static const QDBusArgument& operator>>(const QDBusArgument& argument, ViewParame
 
 namespace {
 
-/// The fields in the order of the image hand-over file.
-template <typename Parameters, typename Visitor> void ForEachField(Parameters& parameters, Visitor visit) {
-    visit("Zoom", parameters.zoom);
-    visit("FlipHorizontal", parameters.flipHorizontal);
-    visit("FlipVertical", parameters.flipVertical);
-    visit("DisplayedArea", parameters.displayedArea);
-    visit("Inverted", parameters.inverted);
-    visit("Smoothed", parameters.smoothed);
-    visit("Frame", parameters.frame);
-    visit("Rotation", parameters.rotation);
-    visit("WindowCenter", parameters.windowCenter);
-    visit("WindowWidth", parameters.windowWidth);
-    visit("PanX", parameters.panX);
-    visit("PanY", parameters.panY);
-    visit("Gamma", parameters.gamma);
-    visit("Sharpness", parameters.sharpness);
-}
+using Member = std::variant<float ViewParameters::*, bool ViewParameters::*, std::int32_t ViewParameters::*,
+                            ViewParameters::Area ViewParameters::*>;
+
+/// The parameters by their keys, in the order of the image hand-over file.
+constexpr std::array<std::pair<const char*, Member>, 14> Parameters{{
+    {"Zoom", &ViewParameters::zoom},
+    {"FlipHorizontal", &ViewParameters::flipHorizontal},
+    {"FlipVertical", &ViewParameters::flipVertical},
+    {"DisplayedArea", &ViewParameters::displayedArea},
+    {"Inverted", &ViewParameters::inverted},
+    {"Smoothed", &ViewParameters::smoothed},
+    {"Frame", &ViewParameters::frame},
+    {"Rotation", &ViewParameters::rotation},
+    {"WindowCenter", &ViewParameters::windowCenter},
+    {"WindowWidth", &ViewParameters::windowWidth},
+    {"PanX", &ViewParameters::panX},
+    {"PanY", &ViewParameters::panY},
+    {"Gamma", &ViewParameters::gamma},
+    {"Sharpness", &ViewParameters::sharpness},
+}};
 
 bool IsNumber(const QVariant& value) {
     switch (value.typeId()) {
@@ -111,18 +117,18 @@ ViewParametersHandle ViewParametersOf(const QVariantMap& map) {
     if (map.isEmpty())
         return nullptr;
     auto parameters = std::make_shared<ViewParameters>();
-    ForEachField(*parameters, [&](const char* name, auto& field) {
-        if (const auto value = map.constFind(name); value != map.constEnd())
-            Read(*value, field);
-    });
+    for (const auto& [key, member] : Parameters)
+        if (const auto value = map.constFind(key); value != map.constEnd())
+            std::visit([&](auto field) { Read(*value, (*parameters).*field); }, member);
     return parameters;
 }
 
 QVariantMap ViewParametersMap(const ViewParametersHandle& parameters) {
     QVariantMap map;
-    if (parameters)
-        ForEachField(std::as_const(*parameters),
-                     [&](const char* name, const auto& field) { map.insert(name, Written(field)); });
+    if (!parameters)
+        return map;
+    for (const auto& [key, member] : Parameters)
+        map.insert(key, std::visit([&](auto field) { return Written((*parameters).*field); }, member));
     return map;
 }
 
