@@ -1,5 +1,6 @@
 #include "platform/dbus/DbusAutomation.h"
 
+#include "platform/dbus/BusNames.h"
 #include "platform/dbus/ViewParametersMap.h"
 #include "platform/error.h"
 #include "platform/paths.h"
@@ -19,11 +20,6 @@
 namespace tavrel {
 
 namespace {
-
-constexpr auto BusName = "Tavrel.CTavrel";
-constexpr auto FactoryPath = "/Tavrel/CTavrel";
-constexpr auto FactoryInterface = "Tavrel.ClassFactory";
-constexpr auto ObjectInterface = "Tavrel.CTavrel";
 
 // A viewer that answers slowly and sends on could otherwise pile up calls without end, each waiting
 // inside the one before.
@@ -48,11 +44,6 @@ std::vector<std::string> Paths(const QVariant& argument) {
 
 bool InNestedEventLoop() {
     return QThread::currentThread()->loopLevel() > 1;
-}
-
-QDBusMessage BusMethod(const char* name) {
-    return QDBusMessage::createMethodCall("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-                                          name);
 }
 
 } // namespace
@@ -96,39 +87,40 @@ DbusAutomation::DbusAutomation(const QDBusConnection& bus, AutomationFactory& fa
                                Program program)
     : bus_(bus), factory_(factory), process_(process), program_(std::move(program)) {
     if (!bus_.isConnected())
-        throw Error(bus_.lastError().type(), BusName,
+        throw Error(bus_.lastError().type(), TavrelFactory.service,
                     "There is no session bus to be called on: " + bus_.lastError().message().toStdString());
     connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, this,
             &DbusAutomation::BeforeBlocking);
     bus_.connect(QString(), "/org/freedesktop/DBus/Local", "org.freedesktop.DBus.Local", "Disconnected", this,
                  SLOT(BusLost()));
     // The objects come before the name: whoever waits for the name calls them at once.
-    bus_.registerVirtualObject(FactoryPath, this, QDBusConnection::SubPath);
-    const auto reply = bus_.interface()->registerService(BusName, QDBusConnectionInterface::DontQueueService,
-                                                         QDBusConnectionInterface::DontAllowReplacement);
+    bus_.registerVirtualObject(TavrelFactory.path, this, QDBusConnection::SubPath);
+    const auto reply =
+        bus_.interface()->registerService(TavrelFactory.service, QDBusConnectionInterface::DontQueueService,
+                                          QDBusConnectionInterface::DontAllowReplacement);
     if (reply.value() != QDBusConnectionInterface::ServiceRegistered)
-        throw Error(QDBusError::AddressInUse, BusName,
+        throw Error(QDBusError::AddressInUse, TavrelFactory.service,
                     "Another process has the name \"Tavrel.CTavrel\" on the session bus.");
 }
 
 DbusAutomation::~DbusAutomation() {
-    bus_.unregisterObject(FactoryPath, QDBusConnection::UnregisterTree);
-    bus_.unregisterService(BusName);
+    bus_.unregisterObject(TavrelFactory.path, QDBusConnection::UnregisterTree);
+    bus_.unregisterService(TavrelFactory.service);
 }
 
 void DbusAutomation::Leave() {
-    auto release = BusMethod("ReleaseName");
-    release << BusName;
+    auto release = MethodCall(MessageBus, "ReleaseName");
+    release << TavrelFactory.service;
     bus_.call(release, QDBus::Block, LastWordsTimeLimit);
     for (const auto* call : served_)
         if (call->ClosesReport())
             bus_.send(call->message.createReply());
     // The bus answers in order, so everything sent before has reached it then.
-    bus_.call(BusMethod("GetId"), QDBus::Block, LastWordsTimeLimit);
+    bus_.call(MethodCall(MessageBus, "GetId"), QDBus::Block, LastWordsTimeLimit);
 }
 
 QString DbusAutomation::introspect(const QString& path) const {
-    if (path != FactoryPath)
+    if (path != TavrelFactory.path)
         return objects_.contains(path) ? introspection::automationObject : QString();
     QString description = introspection::classFactory;
     for (const auto& [child, object] : objects_)
@@ -137,7 +129,7 @@ QString DbusAutomation::introspect(const QString& path) const {
 }
 
 bool DbusAutomation::handleMessage(const QDBusMessage& message, const QDBusConnection&) {
-    const bool known = message.path() == FactoryPath || objects_.contains(message.path());
+    const bool known = message.path() == TavrelFactory.path || objects_.contains(message.path());
     const bool standard = message.interface().startsWith(QLatin1String("org.freedesktop.DBus."));
     if (!known || standard)
         return false; // the library answers these
@@ -155,8 +147,8 @@ std::optional<DbusAutomation::Call> DbusAutomation::Understand(const QDBusMessag
     const auto asksFor = [&](const char* interface) {
         return message.interface().isEmpty() || message.interface() == interface;
     };
-    if (message.path() == FactoryPath) {
-        if (asksFor(FactoryInterface) && message.member() == "CreateInstance" && message.signature().isEmpty())
+    if (message.path() == TavrelFactory.path) {
+        if (asksFor(TavrelFactory.interface) && message.member() == "CreateInstance" && message.signature().isEmpty())
             return Call{message, nullptr, nullptr};
         return {};
     }
@@ -164,7 +156,7 @@ std::optional<DbusAutomation::Call> DbusAutomation::Understand(const QDBusMessag
     const auto member = std::find_if(members.begin(), members.end(), [&](const Member& candidate) {
         return candidate.name == message.member() && candidate.signature == message.signature();
     });
-    if (object == objects_.end() || member == members.end() || !asksFor(ObjectInterface))
+    if (object == objects_.end() || member == members.end() || !asksFor(TavrelObjectInterface))
         return {};
     return Call{message, &*member, object->second.get()};
 }
@@ -208,7 +200,7 @@ QVariantList DbusAutomation::Run(const Call& call) {
 
 QString DbusAutomation::Create() {
     auto object = factory_.CreateInstance();
-    const QString path = QString("%1/%2").arg(FactoryPath).arg(++created_);
+    const QString path = QString("%1/%2").arg(TavrelFactory.path).arg(++created_);
     objects_.emplace(path, std::move(object));
     return path;
 }

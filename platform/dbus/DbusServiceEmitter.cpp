@@ -1,5 +1,6 @@
 #include "platform/dbus/DbusServiceEmitter.h"
 
+#include "platform/dbus/BusNames.h"
 #include "platform/error.h"
 
 #include <QDBusConnectionInterface>
@@ -9,8 +10,6 @@
 namespace tavrel {
 
 namespace {
-
-constexpr auto BusName = "Porvane.Service";
 
 QString Text(const std::string& text) {
     return QString::fromStdString(text);
@@ -23,20 +22,21 @@ DbusServiceEmitter::DbusServiceEmitter()
 
 DbusServiceEmitter::DbusServiceEmitter(const QDBusConnection& bus) : bus_(bus) {
     if (!bus_.isConnected())
-        throw Error(bus_.lastError().type(), BusName,
+        throw Error(bus_.lastError().type(), PorvaneService.service,
                     "There is no session bus to tell stored reports on: " + bus_.lastError().message().toStdString());
-    const auto reply = bus_.interface()->registerService(BusName, QDBusConnectionInterface::DontQueueService,
-                                                         QDBusConnectionInterface::DontAllowReplacement);
+    const auto reply =
+        bus_.interface()->registerService(PorvaneService.service, QDBusConnectionInterface::DontQueueService,
+                                          QDBusConnectionInterface::DontAllowReplacement);
     if (reply.value() == QDBusConnectionInterface::ServiceRegistered)
         return;
     QDBusConnection::disconnectFromBus(bus_.name());
-    throw Error(QDBusError::AddressInUse, BusName,
+    throw Error(QDBusError::AddressInUse, PorvaneService.service,
                 "Another process has the name \"Porvane.Service\" on the session bus.");
 }
 
 DbusServiceEmitter::~DbusServiceEmitter() {
     if (bus_.isConnected())
-        bus_.interface()->unregisterService(BusName); // the connection itself is closed some time later
+        bus_.interface()->unregisterService(PorvaneService.service); // the connection itself is closed some time later
     QDBusConnection::disconnectFromBus(bus_.name());
 }
 
@@ -58,7 +58,7 @@ void DbusServiceEmitter::OnStore(const std::string& callingAe, const std::string
 }
 
 void DbusServiceEmitter::Emit(const QString& signal, const QVariantList& arguments) {
-    auto message = QDBusMessage::createSignal("/Porvane/Service", BusName, signal);
+    auto message = QDBusMessage::createSignal(PorvaneService.path, PorvaneService.interface, signal);
     message.setArguments(arguments);
     bus_.send(message);
 }

@@ -1,47 +1,38 @@
 #include "platform/dbus/DbusServiceEvents.h"
 
 #include "platform/dbus/AwaitAnswer.h"
+#include "platform/dbus/BusNames.h"
 #include "platform/paths.h"
 
 #include <QDBusMessage>
-#include <QPointer>
 
 #include <algorithm>
 #include <utility>
 
 namespace tavrel {
 
-namespace {
-
-constexpr auto BusName = "Porvane.Service";
-constexpr auto ObjectPath = "/Porvane/Service";
-
-} // namespace
-
 /// One attached handler; leaves the list with its end.
 class DbusServiceEvents::Attachment final : public ServiceObject {
 public:
-    Attachment(DbusServiceEvents& events, ServiceEventHandler& told) : handler(told), events_(&events) {
+    Attachment(DbusServiceEvents& events, ServiceEventHandler& told) : handler(told), events_(events) {
         events.attachments_.push_back(this);
     }
-    ~Attachment() override {
-        if (events_)
-            std::erase(events_->attachments_, this);
-    }
+    ~Attachment() override { std::erase(events_.attachments_, this); }
 
     ServiceEventHandler& handler;
 
 private:
-    QPointer<DbusServiceEvents> events_;
+    DbusServiceEvents& events_;
 };
 
 DbusServiceEvents::DbusServiceEvents(const QDBusConnection& bus, std::chrono::milliseconds bound)
     : bus_(bus), bound_(bound) {
-    bus_.connect(BusName, ObjectPath, BusName, "OnConnection", this, SLOT(OnConnection(QString, QString, QString)));
-    bus_.connect(BusName, ObjectPath, BusName, "OnEndConnection", this,
-                 SLOT(OnEndConnection(QString, QString, QString)));
-    bus_.connect(BusName, ObjectPath, BusName, "OnStore", this,
-                 SLOT(OnStore(QString, QString, QString, QString, QString, QString)));
+    const auto listen = [this](const char* event, const char* slot) {
+        bus_.connect(PorvaneService.service, PorvaneService.path, PorvaneService.interface, event, this, slot);
+    };
+    listen("OnConnection", SLOT(OnConnection(QString, QString, QString)));
+    listen("OnEndConnection", SLOT(OnEndConnection(QString, QString, QString)));
+    listen("OnStore", SLOT(OnStore(QString, QString, QString, QString, QString, QString)));
 }
 
 std::unique_ptr<ServiceObject> DbusServiceEvents::Attach(ServiceEventHandler& handler) {
@@ -49,7 +40,8 @@ std::unique_ptr<ServiceObject> DbusServiceEvents::Attach(ServiceEventHandler& ha
 }
 
 void DbusServiceEvents::AwaitSentEvents() {
-    auto ping = QDBusMessage::createMethodCall(BusName, ObjectPath, "org.freedesktop.DBus.Peer", "Ping");
+    auto ping = QDBusMessage::createMethodCall(PorvaneService.service, PorvaneService.path, "org.freedesktop.DBus.Peer",
+                                               "Ping");
     ping.setAutoStartService(false);
     const bool before = std::exchange(awaiting_, true);
     AwaitAnswer(bus_.asyncCall(ping), bound_);

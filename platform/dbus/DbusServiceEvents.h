@@ -18,6 +18,7 @@ public:
     /// `bound`: how long `AwaitSentEvents` waits for a service that does not answer.
     explicit DbusServiceEvents(const QDBusConnection& bus, std::chrono::milliseconds bound = std::chrono::seconds(2));
 
+    /// The object must not outlive this one.
     std::unique_ptr<ServiceObject> Attach(ServiceEventHandler& handler) override;
     void AwaitSentEvents() override;
     /// Whether a store is waiting in `AwaitSentEvents` at this moment.

@@ -1,6 +1,7 @@
 #include "platform/dbus/DbusViewerCalls.h"
 
 #include "platform/dbus/AwaitAnswer.h"
+#include "platform/dbus/BusNames.h"
 #include "platform/error.h"
 
 #include <QDBusMessage>
@@ -14,18 +15,11 @@ namespace tavrel {
 
 namespace {
 
-constexpr auto BusName = "Lumaret.Viewer";
-constexpr auto ObjectPath = "/Lumaret/Viewer";
 // The wait bounds the time; the call itself stays open to tell when a hung viewer answers after all.
 constexpr int NoTimeLimit = std::numeric_limits<int>::max();
 
-QDBusMessage BusMethod(const char* name) {
-    return QDBusMessage::createMethodCall("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-                                          name);
-}
-
 [[noreturn]] void Fail(QDBusError::ErrorType type, const QString& description) {
-    throw Error(type, BusName, description.toStdString());
+    throw Error(type, LumaretViewer.service, description.toStdString());
 }
 
 void RaiseFailureOf(const QDBusPendingCall& call, const QString& name) {
@@ -46,10 +40,10 @@ void RaiseFailureOf(const QDBusPendingCall& call, const QString& name) {
 
 void DbusViewerCalls::Start() {
     // The bus starts only what is registered, and says so even of a viewer that runs unregistered.
-    const QDBusPendingReply<bool> running = AskBus(BusMethod("NameHasOwner") << BusName);
+    const QDBusPendingReply<bool> running = AskBus(MethodCall(MessageBus, "NameHasOwner") << LumaretViewer.service);
     if (running.value())
         return;
-    AskBus(BusMethod("StartServiceByName") << BusName << 0U);
+    AskBus(MethodCall(MessageBus, "StartServiceByName") << LumaretViewer.service << 0U);
 }
 
 QDBusPendingCall DbusViewerCalls::AskBus(const QDBusMessage& question) {
@@ -61,8 +55,9 @@ QDBusPendingCall DbusViewerCalls::AskBus(const QDBusMessage& question) {
 }
 
 void DbusViewerCalls::SetProperty(const QString& name, const QVariant& value) {
-    auto set = QDBusMessage::createMethodCall(BusName, ObjectPath, "org.freedesktop.DBus.Properties", "Set");
-    set << BusName << name << QVariant::fromValue(QDBusVariant(value));
+    auto set = QDBusMessage::createMethodCall(LumaretViewer.service, LumaretViewer.path,
+                                              "org.freedesktop.DBus.Properties", "Set");
+    set << LumaretViewer.interface << name << QVariant::fromValue(QDBusVariant(value));
     set.setAutoStartService(false);
     properties_.insert_or_assign(name, bus_.asyncCall(set, NoTimeLimit));
 }
@@ -72,7 +67,7 @@ void DbusViewerCalls::CallMethod(const QString& name) {
     if (overdue_ && !overdue_->isFinished())
         Fail(QDBusError::Timeout, "The viewer still does not answer; " + name + " was not sent.");
     overdue_.reset();
-    auto method = QDBusMessage::createMethodCall(BusName, ObjectPath, BusName, name);
+    auto method = MethodCall(LumaretViewer, name);
     method.setAutoStartService(false);
     const auto call = bus_.asyncCall(method, NoTimeLimit);
     Await(call, name);

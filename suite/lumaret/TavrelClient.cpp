@@ -1,5 +1,6 @@
 #include "suite/lumaret/TavrelClient.h"
 
+#include "platform/dbus/BusNames.h"
 #include "platform/dbus/ViewParametersMap.h"
 
 #include <QDBusMessage>
@@ -13,14 +14,14 @@
 namespace tavrel {
 namespace {
 
-const QString ServiceName = QStringLiteral("Tavrel.CTavrel");
 // A person answers a chooser or a message in his own time, and an end of the program is seen.
 constexpr int WithoutLimit = std::numeric_limits<int>::max();
 
 } // namespace
 
 TavrelClient::TavrelClient(const QDBusConnection& bus, QObject* parent) : QObject(parent), bus_(bus) {
-    auto* watcher = new QDBusServiceWatcher(ServiceName, bus_, QDBusServiceWatcher::WatchForOwnerChange, this);
+    auto* watcher =
+        new QDBusServiceWatcher(TavrelFactory.service, bus_, QDBusServiceWatcher::WatchForOwnerChange, this);
     connect(watcher, &QDBusServiceWatcher::serviceOwnerChanged, this, &TavrelClient::OwnerChanged);
 }
 
@@ -44,7 +45,7 @@ void TavrelClient::Call(const QString& path, const QString& interface, const QSt
                         const QVariantList& arguments, const Answered& answered) {
     // An object is called at the program that made it: no other one is ever started for the call.
     QDBusMessage message =
-        QDBusMessage::createMethodCall(owner_.isEmpty() ? ServiceName : owner_, path, interface, member);
+        QDBusMessage::createMethodCall(owner_.isEmpty() ? TavrelFactory.service : owner_, path, interface, member);
     message.setArguments(arguments);
     auto* watcher = new QDBusPendingCallWatcher(bus_.asyncCall(message, WithoutLimit), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, answered, owner = owner_] {
@@ -74,7 +75,7 @@ void TavrelClient::OpenWith(const QString& member, const QVariant& argument) {
         CallOpen(member, argument);
         return;
     }
-    Call("/Tavrel/CTavrel", "Tavrel.ClassFactory", "CreateInstance", {},
+    Call(TavrelFactory.path, TavrelFactory.interface, "CreateInstance", {},
          [this, member, argument](const QDBusPendingCall& call) {
              if (call.isError()) {
                  Forget();
@@ -88,7 +89,7 @@ void TavrelClient::OpenWith(const QString& member, const QVariant& argument) {
 }
 
 void TavrelClient::CallOpen(const QString& member, const QVariant& argument) {
-    Call(path_, ServiceName, member, {argument}, [this](const QDBusPendingCall& call) {
+    Call(path_, TavrelObjectInterface, member, {argument}, [this](const QDBusPendingCall& call) {
         opening_ = false;
         if (call.isError()) {
             Forget();
@@ -108,7 +109,7 @@ void TavrelClient::CallImages(const QString& member, const QVariantList& argumen
         return;
     }
     emit Said(tr("Waiting for the report program ..."));
-    Call(path_, ServiceName, member, arguments, [this, done](const QDBusPendingCall& call) {
+    Call(path_, TavrelObjectInterface, member, arguments, [this, done](const QDBusPendingCall& call) {
         if (call.isError())
             emit Said(tr("The report program failed: %1").arg(call.error().message()));
         else

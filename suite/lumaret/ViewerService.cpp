@@ -1,13 +1,14 @@
 #include "suite/lumaret/ViewerService.h"
 
+#include "platform/dbus/BusNames.h"
 #include "platform/dbus/ViewParametersMap.h"
 
 namespace tavrel {
 
 bool ViewerService::Register(QDBusConnection bus) {
-    return bus.registerObject("/Lumaret/Viewer", this,
+    return bus.registerObject(LumaretViewer.path, this,
                               QDBusConnection::ExportScriptableSlots | QDBusConnection::ExportAllProperties) &&
-           bus.registerService("Lumaret.Viewer");
+           bus.registerService(LumaretViewer.service);
 }
 
 QVariantMap ViewerService::ViewPars() const {

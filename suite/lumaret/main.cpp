@@ -1,5 +1,6 @@
 // Builds the viewer and runs it.
 
+#include "platform/dbus/BusNames.h"
 #include "platform/odbc/OdbcDatabase.h"
 #include "platform/qt/DesktopLook.h"
 #include "suite/lumaret/MainWindow.h"
@@ -26,7 +27,8 @@ int main(int argumentCount, char** arguments) {
     StudyCatalogue catalogue(database);
     TavrelClient tavrel(bus);
     MainWindow window(catalogue, tavrel, service);
-    bus.connect("Porvane.Service", "/Porvane/Service", "Porvane.Service", "OnStore", &window, SLOT(ReportStored()));
+    bus.connect(PorvaneService.service, PorvaneService.path, PorvaneService.interface, "OnStore", &window,
+                SLOT(ReportStored()));
     window.show();
     window.Start();
     return QApplication::exec();

@@ -5,6 +5,7 @@
 #include "tests/platform/dbus/RecordingObject.h"
 #include "tests/platform/dbus/SignalCount.h"
 #include "tests/support/FakeProcess.h"
+#include "tests/support/SampleView.h"
 
 #include <gtest/gtest.h>
 
@@ -30,14 +31,14 @@ class Automation : public Test {
 protected:
     /// An object as a client gets it.
     QString NewObject() {
-        const auto call = Ask(client, "Tavrel.CTavrel", "/Tavrel/CTavrel", "Tavrel.ClassFactory", "CreateInstance");
+        const auto call = Ask(client, TavrelFactory, "CreateInstance");
         EXPECT_TRUE(WaitForAnswer(call));
         record.begun.clear();
         record.ended.clear();
         return QDBusReply<QDBusObjectPath>(call).value().path();
     }
     QDBusPendingCall Call(const QString& member, const QVariantList& arguments = {}) {
-        return Ask(client, "Tavrel.CTavrel", object, "Tavrel.CTavrel", member, arguments);
+        return Ask(client, TavrelFactory.service, object, TavrelObjectInterface, member, arguments);
     }
     QDBusPendingCall AddImage(const QVariantMap& viewPars) { return Call("AddImageToSR", {"1.dcm", viewPars, "bone"}); }
     /// While `call` runs, a modal window is waited for and `meanwhile` happens.
@@ -48,7 +49,7 @@ protected:
         };
     }
     QString Introspect(const QString& path) {
-        const auto call = Ask(client, "Tavrel.CTavrel", path, "org.freedesktop.DBus.Introspectable", "Introspect");
+        const auto call = Ask(client, TavrelFactory.service, path, "org.freedesktop.DBus.Introspectable", "Introspect");
         EXPECT_TRUE(WaitForAnswer(call));
         return QDBusReply<QString>(call).value();
     }
@@ -153,7 +154,7 @@ TEST_F(Automation, WhileAWindowIsWaitedForOpeningCallsWaitTheirTurn) {
     std::optional<QDBusPendingCall> last;
     ShowsWindow("LoadSRSeries 1", [&] {
         Call("LoadSRSeries", {"2"});
-        Ask(client, "Tavrel.CTavrel", "/Tavrel/CTavrel", "Tavrel.ClassFactory", "CreateInstance");
+        Ask(client, TavrelFactory, "CreateInstance");
         last = Call("LoadForImgSeries", {QStringList{"/1.dcm"}});
         EXPECT_TRUE(WaitForAnswer(Call("RemoveImagesFromSR")));
         Idle();
@@ -229,7 +230,7 @@ TEST_F(Automation, CloseReportIsServedAtAnyDepth) {
 }
 
 TEST_F(Automation, TheFactoryIntrospectsAsItsReferenceSays) {
-    EXPECT_EQ(MembersOf("Tavrel.ClassFactory", Introspect("/Tavrel/CTavrel")),
+    EXPECT_EQ(MembersOf("Tavrel.ClassFactory", Introspect(TavrelFactory.path)),
               MembersOf("Tavrel.ClassFactory", ReferenceFile("Tavrel.ClassFactory")));
 }
 
@@ -240,7 +241,7 @@ TEST_F(Automation, AnObjectIntrospectsAsItsReferenceSays) {
 }
 
 TEST_F(Automation, TheFactoryNamesItsObjects) {
-    EXPECT_TRUE(Introspect("/Tavrel/CTavrel").contains("<node name=\"1\"/>"));
+    EXPECT_TRUE(Introspect(TavrelFactory.path).contains("<node name=\"1\"/>"));
 }
 
 TEST_F(Automation, EveryMemberOfTheReferenceIsServedWithItsArguments) {
@@ -279,25 +280,26 @@ TEST_F(Automation, AnObjectThatWasNeverMadeIsUnknown) {
 }
 
 TEST_F(Automation, ACallWithoutAnInterfaceIsUnderstood) {
-    const auto call = Ask(client, "Tavrel.CTavrel", object, "", "LoadSRSeries", {"1"});
+    const auto call = Ask(client, TavrelFactory.service, object, "", "LoadSRSeries", {"1"});
     ASSERT_TRUE(WaitForAnswer(call));
     EXPECT_EQ(record.ended, Names{"LoadSRSeries 1"});
 }
 
 TEST_F(Automation, AClientThatWantsNoAnswerGetsNone) {
-    client.send(QDBusMessage::createMethodCall("Tavrel.CTavrel", object, "Tavrel.CTavrel", "RemoveImagesFromSR"));
+    client.send(
+        QDBusMessage::createMethodCall(TavrelFactory.service, object, TavrelObjectInterface, "RemoveImagesFromSR"));
     EXPECT_TRUE(WaitUntil([&] { return record.ended == Names{"RemoveImagesFromSR"}; }));
 }
 
 TEST_F(Automation, TheUniqueNameAndTheWellKnownOneLeadToTheSameObject) {
-    const auto call = Ask(client, serverBus.baseService(), object, "Tavrel.CTavrel", "LoadSRSeries", {"1"});
+    const auto call = Ask(client, serverBus.baseService(), object, TavrelObjectInterface, "LoadSRSeries", {"1"});
     ASSERT_TRUE(WaitForAnswer(call));
     EXPECT_EQ(record.ended, Names{"LoadSRSeries 1"});
 }
 
 TEST_F(Automation, ClosedIsNeverRaised) {
     SignalCount closed;
-    client.connect("", "", "Tavrel.CTavrel", "Closed", &closed, SLOT(Count()));
+    client.connect("", "", TavrelObjectInterface, "Closed", &closed, SLOT(Count()));
     ASSERT_TRUE(WaitForAnswer(Call("CloseReport")));
     Idle();
     EXPECT_EQ(closed.count, 0);
@@ -330,11 +332,7 @@ TEST_F(Automation, AProgramThatLosesItsBusEndsOnceNoWindowIsOpen) {
 }
 
 TEST_F(Automation, ViewParametersArrive) {
-    auto sent = std::make_shared<ViewParameters>();
-    sent->zoom = 1.5F;
-    sent->flipVertical = true;
-    sent->displayedArea = {1, -2, 300, 400};
-    sent->rotation = 270;
+    const auto sent = std::make_shared<ViewParameters>(SampleView());
     ASSERT_TRUE(WaitForAnswer(AddImage(ViewParametersMap(sent))));
     ASSERT_TRUE(record.viewPars);
     EXPECT_EQ(*record.viewPars, *sent);

@@ -53,8 +53,7 @@ QDBusConnection PrivateBus::Connect() {
 void PrivateBus::AddService(const QString& name, const QString& command) {
     WriteFile(Folder() + "/" + name + ".service", QString("[D-BUS Service]\nName=%1\nExec=%2\n").arg(name, command));
     auto bus = Connect();
-    bus.call(QDBusMessage::createMethodCall("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-                                            "ReloadConfig"));
+    bus.call(MethodCall(MessageBus, "ReloadConfig"));
 }
 
 void PrivateBus::Kill() {
@@ -102,6 +101,10 @@ QDBusPendingCall Ask(const QDBusConnection& from, const QString& service, const 
     auto call = QDBusMessage::createMethodCall(service, path, interface, member);
     call.setArguments(arguments);
     return from.asyncCall(call, std::numeric_limits<int>::max());
+}
+
+QDBusPendingCall Ask(const QDBusConnection& from, const BusObject& object, const QString& member) {
+    return Ask(from, object.service, object.path, object.interface, member);
 }
 
 bool WaitForAnswer(const QDBusPendingCall& call) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/dbus/BusNames.h"
+
 #include <QDBusConnection>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -46,6 +48,8 @@ void Idle(std::chrono::milliseconds time = std::chrono::milliseconds(50));
 /// Asks without waiting and without a time limit.
 QDBusPendingCall Ask(const QDBusConnection& from, const QString& service, const QString& path, const QString& interface,
                      const QString& member, const QVariantList& arguments = {});
+
+QDBusPendingCall Ask(const QDBusConnection& from, const BusObject& object, const QString& member);
 
 bool WaitForAnswer(const QDBusPendingCall& call);
 

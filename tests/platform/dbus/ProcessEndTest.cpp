@@ -16,17 +16,17 @@ namespace {
 /// The program as a process of its own, which the bus starts.
 class ProcessEnd : public testing::Test {
 protected:
-    ProcessEnd() { bus.AddService("Tavrel.CTavrel", DBUS_TEST_PEER " automation --automation"); }
+    ProcessEnd() { bus.AddService(TavrelFactory.service, DBUS_TEST_PEER " automation --automation"); }
 
     /// The unique name and the path of a new object.
     std::pair<QString, QString> Create() {
-        const auto call = Ask(client, "Tavrel.CTavrel", "/Tavrel/CTavrel", "Tavrel.ClassFactory", "CreateInstance");
+        const auto call = Ask(client, TavrelFactory, "CreateInstance");
         EXPECT_TRUE(WaitForAnswer(call));
         EXPECT_FALSE(call.isError()) << call.error().message().toStdString();
         return {call.reply().service(), QDBusReply<QDBusObjectPath>(call).value().path()};
     }
     QDBusPendingCall CloseReport(const std::pair<QString, QString>& object) {
-        return Ask(client, object.first, object.second, "Tavrel.CTavrel", "CloseReport");
+        return Ask(client, object.first, object.second, TavrelObjectInterface, "CloseReport");
     }
     qint64 ProcessOf(const QString& name) { return client.interface()->servicePid(name).value(); }
 
@@ -49,7 +49,7 @@ TEST_F(ProcessEnd, CloseReportIsAnsweredAndTheNamesGoAway) {
     ASSERT_TRUE(WaitForAnswer(close));
     EXPECT_FALSE(close.isError()) << close.error().message().toStdString();
     EXPECT_TRUE(WaitUntil([&] { return gone; }));
-    EXPECT_FALSE(bus.HasOwner("Tavrel.CTavrel"));
+    EXPECT_FALSE(bus.HasOwner(TavrelFactory.service));
 }
 
 TEST_F(ProcessEnd, ACreationRightAfterTheEndStartsAnotherProcess) {

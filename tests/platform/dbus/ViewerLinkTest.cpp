@@ -26,8 +26,8 @@ using namespace std::chrono_literals;
 class TestViewer final : public QDBusVirtualObject {
 public:
     explicit TestViewer(QDBusConnection bus) : bus_(std::move(bus)) {
-        bus_.registerVirtualObject("/Lumaret/Viewer", this);
-        bus_.interface()->registerService("Lumaret.Viewer");
+        bus_.registerVirtualObject(LumaretViewer.path, this);
+        bus_.interface()->registerService(LumaretViewer.service);
     }
     QString introspect(const QString&) const override { return {}; }
     bool handleMessage(const QDBusMessage& message, const QDBusConnection&) override {
@@ -47,7 +47,7 @@ public:
         for (const auto& message : held_)
             bus_.send(message.createReply());
     }
-    void Leave() { bus_.interface()->unregisterService("Lumaret.Viewer"); }
+    void Leave() { bus_.interface()->unregisterService(LumaretViewer.service); }
 
     Names calls;
     QVariantMap properties;
@@ -103,19 +103,19 @@ TEST_F(ViewerLinkTest, AViewerThatIsNotThereIsKnownAtOnce) {
 }
 
 TEST_F(ViewerLinkTest, ARegisteredViewerIsStarted) {
-    bus.AddService("Lumaret.Viewer", DBUS_TEST_PEER " viewer");
+    bus.AddService(LumaretViewer.service, DBUS_TEST_PEER " viewer");
     EXPECT_TRUE(link.Create());
-    EXPECT_TRUE(bus.HasOwner("Lumaret.Viewer"));
+    EXPECT_TRUE(bus.HasOwner(LumaretViewer.service));
 }
 
 TEST_F(ViewerLinkTest, AViewerWhoseStartFailsIsAnError) {
-    bus.AddService("Lumaret.Viewer", "/bin/false");
+    bus.AddService(LumaretViewer.service, "/bin/false");
     const auto failure = FailureOf([&] { link.Create(); });
     EXPECT_TRUE(failure.starts_with("The viewer failed in its start: ")) << failure;
 }
 
 TEST_F(ViewerLinkTest, AViewerThatStartsAndNeverComesUpCostsTheBound) {
-    bus.AddService("Lumaret.Viewer", "/bin/sleep 5");
+    bus.AddService(LumaretViewer.service, "/bin/sleep 5");
     DbusViewerLink impatient(program, 500ms);
     time.start();
     EXPECT_EQ(FailureOf([&] { impatient.Create(); }),
@@ -193,7 +193,7 @@ TEST_F(WithViewer, AViewerThatGoesIsKnownAtOnce) {
 TEST_F(ViewerLinkTest, AViewerThatEndsInsideACallIsAnError) {
     QProcess process;
     process.start(DBUS_TEST_PEER, {"viewer"});
-    ASSERT_TRUE(bus.WaitForOwner("Lumaret.Viewer"));
+    ASSERT_TRUE(bus.WaitForOwner(LumaretViewer.service));
     const auto viewer = link.Create();
     Stop(process);
     QTimer::singleShot(50ms, &process, [&] { process.kill(); });
@@ -234,15 +234,14 @@ TEST_F(WithViewer, HandOversThatAreServedInsideEachOtherDoNotMix) {
 }
 
 TEST_F(ViewerLinkTest, MutualCallsNeverStall) {
-    bus.AddService("Lumaret.Viewer", DBUS_TEST_PEER " viewer");
+    bus.AddService(LumaretViewer.service, DBUS_TEST_PEER " viewer");
     const auto viewer = link.Create();
     Record record;
     RecordingFactory factory(record);
     FakeProcess process;
     DbusAutomation server(program, factory, process,
                           {.storing = [] { return false; }, .windowOpen = [] { return false; }});
-    ASSERT_TRUE(WaitForAnswer(
-        Ask(bus.Connect(), "Tavrel.CTavrel", "/Tavrel/CTavrel", "Tavrel.ClassFactory", "CreateInstance")));
+    ASSERT_TRUE(WaitForAnswer(Ask(bus.Connect(), TavrelFactory, "CreateInstance")));
     for (int i = 0; i < 2000; ++i)
         ASSERT_EQ(FailureOf([&] { viewer->ViewRefertImages(); }), "") << i;
     EXPECT_EQ(record.ended.size(), 2001U);

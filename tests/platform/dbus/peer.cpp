@@ -1,5 +1,6 @@
 // A process at the other end of the bus, in the role that its first argument names.
 
+#include "platform/dbus/BusNames.h"
 #include "platform/dbus/DbusAutomation.h"
 #include "platform/dbus/DbusServiceEmitter.h"
 #include "platform/error.h"
@@ -39,8 +40,8 @@ public:
     QString introspect(const QString&) const override { return {}; }
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& bus) override {
         if (message.member() == "ViewRefertImages") {
-            auto image = QDBusMessage::createMethodCall("Tavrel.CTavrel", "/Tavrel/CTavrel/1", "Tavrel.CTavrel",
-                                                        "RemoveImagesFromSR");
+            auto image = QDBusMessage::createMethodCall(TavrelFactory.service, "/Tavrel/CTavrel/1",
+                                                        TavrelObjectInterface, "RemoveImagesFromSR");
             const auto answer = bus.call(image, QDBus::Block, 2000);
             if (answer.type() == QDBusMessage::ErrorMessage)
                 return bus.send(message.createErrorReply(answer.errorName(), answer.errorMessage()));
@@ -55,8 +56,8 @@ int ShowImages(int argumentCount, char** arguments) {
     bus.connect({}, "/org/freedesktop/DBus/Local", "org.freedesktop.DBus.Local", "Disconnected", &application,
                 SLOT(quit()));
     CallingBack viewer;
-    bus.registerVirtualObject("/Lumaret/Viewer", &viewer);
-    bus.interface()->registerService("Lumaret.Viewer");
+    bus.registerVirtualObject(LumaretViewer.path, &viewer);
+    bus.interface()->registerService(LumaretViewer.service);
     return QCoreApplication::exec();
 }
 

@@ -1,5 +1,7 @@
 #include "tests/suite/lumaret/FakeTavrel.h"
 
+#include "platform/dbus/BusNames.h"
+
 #include <QDBusObjectPath>
 
 #include <utility>
@@ -7,8 +9,8 @@
 namespace tavrel::test {
 
 FakeTavrel::FakeTavrel(QDBusConnection bus) : bus_(std::move(bus)) {
-    bus_.registerVirtualObject("/Tavrel/CTavrel", this, QDBusConnection::SubPath);
-    bus_.registerService("Tavrel.CTavrel");
+    bus_.registerVirtualObject(TavrelFactory.path, this, QDBusConnection::SubPath);
+    bus_.registerService(TavrelFactory.service);
 }
 
 bool FakeTavrel::handleMessage(const QDBusMessage& message, const QDBusConnection&) {

@@ -14,7 +14,7 @@ namespace {
 TEST(MutualCalls, OfViewerAndReportNeverStall) {
     constexpr int rounds = 2000;
     PrivateBus bus;
-    bus.AddService("Tavrel.CTavrel", LUMARET_REPORT_PEER);
+    bus.AddService(TavrelFactory.service, LUMARET_REPORT_PEER);
     QDBusConnection viewersBus = bus.Connect();
     ViewerService service;
     ASSERT_TRUE(service.Register(viewersBus));

@@ -3,6 +3,7 @@
 #include "platform/dbus/ViewParametersMap.h"
 #include "tests/platform/dbus/PrivateBus.h"
 #include "tests/suite/lumaret/FakeTavrel.h"
+#include "tests/support/SampleView.h"
 
 #include <QDBusArgument>
 #include <QElapsedTimer>
@@ -61,8 +62,7 @@ TEST_F(TavrelClientTest, OneObjectServesItsWholeLife) {
 TEST_F(TavrelClientTest, AnImageGoesWithEveryViewParameter) {
     StartTavrel();
     OpenReport();
-    const auto view = std::make_shared<ViewParameters>(ViewParameters{
-        3.5F, true, true, {-1, 2, 300, 32767}, true, true, 7, 270, -1024.5F, 4096, 12.25F, -8, 1.5F, 0.25F});
+    const auto view = std::make_shared<ViewParameters>(SampleView());
     client.AddImage({"/studies/ü.dcm", view, "Bone"});
     ASSERT_TRUE(WaitFor("The image was added"));
     const auto arguments = tavrel->last.arguments();
@@ -81,7 +81,7 @@ TEST_F(TavrelClientTest, AnAbsentProgramIsSaidAtOnce) {
 }
 
 TEST_F(TavrelClientTest, AProgramThatFailsToStartIsSaid) {
-    bus.AddService("Tavrel.CTavrel", "/bin/false");
+    bus.AddService(TavrelFactory.service, "/bin/false");
     client.LoadSRSeries("1.2.3.2.1");
     EXPECT_TRUE(WaitFor("The report program could not be started: "));
 }

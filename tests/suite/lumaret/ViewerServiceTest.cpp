@@ -75,8 +75,8 @@ TEST_F(ViewerServiceTest, AnImageWithoutViewParametersHasNone) {
 
 TEST_F(ViewerServiceTest, ThePropertiesCanBeRead) {
     link.Create()->LUTName("Bone");
-    const auto call = Ask(bus.Connect(), "Lumaret.Viewer", "/Lumaret/Viewer", "org.freedesktop.DBus.Properties", "Get",
-                          {"Lumaret.Viewer", "LUTName"});
+    const auto call = Ask(bus.Connect(), LumaretViewer.service, LumaretViewer.path, "org.freedesktop.DBus.Properties",
+                          "Get", {LumaretViewer.interface, "LUTName"});
     ASSERT_TRUE(WaitForAnswer(call));
     EXPECT_EQ(call.reply().arguments().value(0).value<QDBusVariant>().variant(), "Bone");
 }
@@ -114,20 +114,20 @@ std::vector<ViewParameters> ExtremeViews() {
     std::vector<ViewParameters> views;
     for (const float value : {Float::max(), Float::lowest(), Float::min(), Float::denorm_min(), 0.1F, 16777217.0F})
         for (const bool flag : {false, true})
-            views.push_back({value,
-                             flag,
-                             !flag,
-                             {Short::min(), Short::max(), Short::max(), Short::min()},
-                             flag,
-                             !flag,
-                             0,
-                             flag ? Long::min() : Long::max(),
-                             value,
-                             -value,
-                             value,
-                             -value,
-                             value,
-                             -value});
+            views.push_back({.zoom = value,
+                             .flipHorizontal = flag,
+                             .flipVertical = !flag,
+                             .displayedArea = {Short::min(), Short::max(), Short::max(), Short::min()},
+                             .inverted = flag,
+                             .smoothed = !flag,
+                             .frame = 0,
+                             .rotation = flag ? Long::min() : Long::max(),
+                             .windowCenter = value,
+                             .windowWidth = -value,
+                             .panX = value,
+                             .panY = -value,
+                             .gamma = value,
+                             .sharpness = -value});
     return views;
 }
 

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QDBusMessage>
+
+namespace tavrel {
+
+/// An object on the session bus that other programs call: the name of its process, its path and its
+/// interface. The introspection files and the registrations of the programs say the same.
+struct BusObject {
+    const char* service;
+    const char* path;
+    const char* interface;
+};
+
+/// The objects that it makes lie below it.
+inline constexpr BusObject TavrelFactory{"Tavrel.CTavrel", "/Tavrel/CTavrel", "Tavrel.ClassFactory"};
+inline constexpr auto TavrelObjectInterface = "Tavrel.CTavrel";
+inline constexpr BusObject LumaretViewer{"Lumaret.Viewer", "/Lumaret/Viewer", "Lumaret.Viewer"};
+inline constexpr BusObject PorvaneService{"Porvane.Service", "/Porvane/Service", "Porvane.Service"};
+
+/// The bus itself.
+inline constexpr BusObject MessageBus{"org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus"};
+
+inline QDBusMessage MethodCall(const BusObject& object, const QString& method) {
+    return QDBusMessage::createMethodCall(object.service, object.path, object.interface, method);
+}
+
+} // namespace tavrel
