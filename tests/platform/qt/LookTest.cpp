@@ -1,34 +1,15 @@
 #include "platform/qt/DesktopLook.h"
+#include "tests/platform/dbus/PrivateBus.h"
 
 #include <QApplication>
 #include <QDBusMessage>
 #include <QDBusVirtualObject>
+#include <QFont>
 #include <QPalette>
-#include <QProcess>
-#include <QTest>
 #include <gtest/gtest.h>
 
-namespace tavrel {
+namespace tavrel::test {
 namespace {
-
-/// A session bus of its own.
-class PrivateBus {
-public:
-    PrivateBus() {
-        daemon_.start("dbus-daemon", {"--session", "--nofork", "--nopidfile", "--print-address"});
-        daemon_.waitForReadyRead();
-        address_ = QString::fromLocal8Bit(daemon_.readLine()).trimmed();
-    }
-    ~PrivateBus() {
-        daemon_.terminate();
-        daemon_.waitForFinished();
-    }
-    QDBusConnection Connect(const QString& name) const { return QDBusConnection::connectToBus(address_, name); }
-
-private:
-    QProcess daemon_;
-    QString address_;
-};
 
 /// A desktop's portal that answers every question with its one setting.
 class Portal : public QDBusVirtualObject {
@@ -49,11 +30,7 @@ bool Dark() {
 
 class DesktopLooks : public testing::Test {
 protected:
-    ~DesktopLooks() override {
-        Dress(application_, Scheme::Light);
-        QDBusConnection::disconnectFromBus("desktop");
-        QDBusConnection::disconnectFromBus("program");
-    }
+    ~DesktopLooks() override { Dress(application_, Scheme::Light); }
     void Publish(Portal& portal) {
         desktop_.registerVirtualObject("/org/freedesktop/portal/desktop", &portal);
         desktop_.registerService("org.freedesktop.portal.Desktop");
@@ -71,8 +48,8 @@ protected:
 
     QApplication& application_ = dynamic_cast<QApplication&>(*QCoreApplication::instance());
     PrivateBus bus_;
-    QDBusConnection desktop_ = bus_.Connect("desktop");
-    QDBusConnection program_ = bus_.Connect("program");
+    QDBusConnection desktop_ = bus_.Connect();
+    QDBusConnection program_ = bus_.Connect();
 };
 
 TEST_F(DesktopLooks, AreDarkOnADarkDesktop) {
@@ -81,12 +58,12 @@ TEST_F(DesktopLooks, AreDarkOnADarkDesktop) {
 
     const DesktopLook look(application_, program_);
 
-    EXPECT_TRUE(QTest::qWaitFor(Dark));
+    EXPECT_TRUE(WaitUntil(Dark));
 }
 
 TEST_F(DesktopLooks, AreThePlatformsOwnWhereNoDesktopAnswers) {
     const DesktopLook look(application_, program_);
-    QTest::qWait(50);
+    Idle();
 
     EXPECT_FALSE(Dark());
 }
@@ -98,10 +75,10 @@ TEST_F(DesktopLooks, ChangeWithTheDesktop) {
 
     Change("accent-color", 1);
     ChangeColourScheme(portal, 1);
-    EXPECT_TRUE(QTest::qWaitFor(Dark));
+    EXPECT_TRUE(WaitUntil(Dark));
     ChangeColourScheme(portal, 0);
 
-    EXPECT_TRUE(QTest::qWaitFor([] { return !Dark(); }));
+    EXPECT_TRUE(WaitUntil([] { return !Dark(); }));
 }
 
 TEST_F(DesktopLooks, AskForTheFontOfOldAndTakeTheDesktopsInItsPlace) {
@@ -112,4 +89,4 @@ TEST_F(DesktopLooks, AskForTheFontOfOldAndTakeTheDesktopsInItsPlace) {
 }
 
 } // namespace
-} // namespace tavrel
+} // namespace tavrel::test

@@ -168,14 +168,12 @@ TEST_P(PageBreaks, NeverPartACaptionFromItsValueOrASignatureFromTheReading) {
     ExpectWithinTheMargins(station.file);
 }
 
-INSTANTIATE_TEST_SUITE_P(, PageBreaks, testing::Range(24, 40));
+INSTANTIATE_TEST_SUITE_P(After, PageBreaks, testing::Range(24, 40),
+                         [](const auto& lines) { return std::to_string(lines.param) + "Lines"; });
 
 TEST(Pages, OnlyThePagesAskedForAreDrawn) {
     PrintingStation station;
-    station.PrintReading(ShortLines(120));
-    const auto rows = station.database->NewConnection();
-    rows->Open({}, {}, {});
-    const PrintPages pages(PrintReportLayout(), *rows->OpenResultSet("SELECT * FROM Report"), {2026, 11, 15});
+    const PrintPages pages = PagesOf(station, ShortLines(120));
     ASSERT_EQ(pages.Count(), 4);
     const std::string file = PAGES_FOLDER "/PageRange.pdf";
     {
@@ -189,10 +187,7 @@ TEST(Pages, OnlyThePagesAskedForAreDrawn) {
 
 TEST(Pages, ASmallerSheetTakesTheWholePage) {
     PrintingStation station;
-    station.PrintReading("Normal.");
-    const auto rows = station.database->NewConnection();
-    rows->Open({}, {}, {});
-    const PrintPages pages(PrintReportLayout(), *rows->OpenResultSet("SELECT * FROM Report"), {2026, 11, 15});
+    const PrintPages pages = PagesOf(station);
     const std::string file = PAGES_FOLDER "/A5.pdf";
     {
         QPdfWriter writer(QString::fromStdString(file));

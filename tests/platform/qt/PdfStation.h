@@ -86,4 +86,12 @@ public:
     frmReport pdfEditor{global, serviceEvents, chooser, codeTables, pdf}; ///< the one that prints
 };
 
+/// The pages of a report with this reading, as the editor prints it.
+inline PrintPages PagesOf(PrintingStation& station, const std::string& reading = "Normal.") {
+    station.PrintReading(reading);
+    const auto connection = station.database->NewConnection();
+    connection->Open({}, {}, {});
+    return {PrintReportLayout(), *connection->OpenResultSet("SELECT * FROM Report"), {2026, 11, 15}};
+}
+
 } // namespace tavrel::test

@@ -7,18 +7,12 @@ namespace {
 /// The pages of a printed report.
 class SavedPdf : public testing::Test {
 protected:
-    SavedPdf() {
-        station.PrintReading("Normal.");
-        connection->Open({}, {}, {});
-        pages.emplace(PrintReportLayout(), *connection->OpenResultSet("SELECT * FROM Report"), DateTime{2026, 11, 15});
-    }
     void SaveAs(const std::string& below) const {
-        PrintPreview::SavePdf(*pages, QString::fromStdString(station.NativePath(below).string()));
+        PrintPreview::SavePdf(pages, QString::fromStdString(station.NativePath(below).string()));
     }
 
     PrintingStation station;
-    std::unique_ptr<Connection> connection = station.database->NewConnection();
-    std::optional<PrintPages> pages;
+    PrintPages pages = PagesOf(station);
 };
 
 TEST_F(SavedPdf, IsReadableByItsOwnerOnly) {

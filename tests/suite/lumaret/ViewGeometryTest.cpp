@@ -85,11 +85,11 @@ TEST(ViewGeometry, AnEmptyAreaChangesNothing) {
     EXPECT_EQ(Square.Showing({40, 10, 20, 30}, Zoomed(3)), Zoomed(3));
 }
 
-class OddNumbers : public testing::TestWithParam<float> {};
+class OddNumbers : public testing::TestWithParam<std::pair<const char*, float>> {};
 
 TEST_P(OddNumbers, AreDrawnAsSomethingThatCanBeSeen) {
     ViewParameters odd;
-    odd.zoom = odd.panX = odd.panY = odd.windowCenter = odd.windowWidth = GetParam();
+    odd.zoom = odd.panX = odd.panY = odd.windowCenter = odd.windowWidth = GetParam().second;
     odd.rotation = std::numeric_limits<std::int32_t>::min();
     const ViewParameters drawn = Square.Drawable(odd);
     EXPECT_GE(drawn.zoom, SmallestZoom);
@@ -100,8 +100,12 @@ TEST_P(OddNumbers, AreDrawnAsSomethingThatCanBeSeen) {
 
 using Float = std::numeric_limits<float>;
 INSTANTIATE_TEST_SUITE_P(ViewGeometry, OddNumbers,
-                         testing::Values(0.0F, -1.0F, Float::max(), Float::lowest(), Float::denorm_min(),
-                                         Float::infinity(), Float::quiet_NaN()));
+                         testing::Values(std::pair("Zero", 0.0F), std::pair("Negative", -1.0F),
+                                         std::pair("Largest", Float::max()), std::pair("Lowest", Float::lowest()),
+                                         std::pair("Smallest", Float::denorm_min()),
+                                         std::pair("Infinite", Float::infinity()),
+                                         std::pair("NoNumber", Float::quiet_NaN())),
+                         [](const auto& number) { return number.param.first; });
 
 } // namespace
 } // namespace tavrel
