@@ -42,6 +42,6 @@ private:
 
 /// A widget with this property is out of reach, and so is everything in it. It is not disabled as a
 /// whole: a long text within must still be scrolled and copied.
-inline constexpr char OutOfReachProperty[] = "outOfReach";
+inline constexpr auto OutOfReachProperty = "outOfReach";
 
 } // namespace tavrel

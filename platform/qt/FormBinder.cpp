@@ -193,8 +193,7 @@ FormBinder::FormBinder(Form& form, QWidget& window) {
 
 FormBinder::~FormBinder() {
     for (const auto& [widget, binding] : bindings_)
-        if (binding)
-            binding->Release();
+        binding->Release();
 }
 
 void FormBinder::ShowWithin(const QWidget& frame) const {

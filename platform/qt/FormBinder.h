@@ -2,8 +2,6 @@
 
 #include "platform/controls.h"
 
-#include <QPointer>
-
 #include <string>
 #include <vector>
 
@@ -26,7 +24,7 @@ public:
     void ShowWithin(const QWidget& frame) const;
 
 private:
-    std::vector<std::pair<QWidget*, QPointer<Binding>>> bindings_;
+    std::vector<std::pair<QWidget*, Binding*>> bindings_;
 };
 
 /// What does not pair, one line for each: a control without a fitting widget and a widget without a

@@ -12,6 +12,8 @@ namespace {
 using namespace std::chrono_literals;
 constexpr auto Blink = 150ms;
 
+int Living = 0;
+
 void ForEachFormWindow(const std::function<void(FormWindow&)>& act) {
     for (auto* widget : QApplication::topLevelWidgets())
         if (auto* window = dynamic_cast<FormWindow*>(widget); window && window->isVisible())
@@ -21,7 +23,7 @@ void ForEachFormWindow(const std::function<void(FormWindow&)>& act) {
 } // namespace
 
 InputBlock::InputBlock(std::string_view what) {
-    ++living_;
+    ++Living;
     qApp->installEventFilter(this);
     longer_.setSingleShot(true);
     longer_.callOnTimeout([text = ToQt(what)] {
@@ -39,7 +41,11 @@ InputBlock::~InputBlock() {
         ForEachFormWindow([](FormWindow& window) { window.Unveil(); });
     }
     qApp->removeEventFilter(this);
-    --living_;
+    --Living;
+}
+
+bool InputBlock::On() {
+    return Living > 0;
 }
 
 bool InputBlock::eventFilter(QObject*, QEvent* event) {

@@ -14,13 +14,12 @@ public:
     explicit InputBlock(std::string_view what);
     ~InputBlock() override;
 
-    static bool On() { return living_ > 0; }
+    static bool On();
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    static inline int living_ = 0;
     QTimer longer_;
 };
 

@@ -188,10 +188,4 @@ bool QtWindows::AnyWindowOpen() const {
     return dialogs_ > 0 || std::ranges::any_of(windows_, [](const auto& entry) { return entry.second->isVisible(); });
 }
 
-std::vector<std::string> MissingNames(const Form& form, const Layouts& layouts) {
-    QWidget window;
-    LayoutOf(form, layouts)(window);
-    return MissingNames(form, window);
-}
-
 } // namespace tavrel

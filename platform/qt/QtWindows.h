@@ -48,7 +48,4 @@ private:
     int dialogs_ = 0;                                 ///< dialogs on the screen
 };
 
-/// What does not pair between a form and its layout, one line for each name.
-std::vector<std::string> MissingNames(const Form& form, const Layouts& layouts = DesignedLayouts());
-
 } // namespace tavrel

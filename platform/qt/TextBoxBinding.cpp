@@ -17,8 +17,8 @@ namespace {
 /// A pasted line break would stand in a single line unseen.
 std::string OneLine(std::string text) {
     const auto breaks = [](char c) { return c == '\r' || c == '\n' || c == '\t'; };
-    const auto [first, last] = std::ranges::unique(text, [&](char a, char b) { return breaks(a) && breaks(b); });
-    text.erase(first, last);
+    const auto end = std::unique(text.begin(), text.end(), [&](char a, char b) { return breaks(a) && breaks(b); });
+    text.erase(end, text.end());
     std::ranges::replace_if(text, breaks, ' ');
     return text;
 }
@@ -82,7 +82,7 @@ void TextBoxBinding::Edited() {
     });
 }
 
-std::string TextBoxBinding::Filtered(std::string text) const {
+std::string TextBoxBinding::Filtered(const std::string& text) const {
     return box_.Filter ? box_.Filter(text) : text;
 }
 
@@ -170,8 +170,8 @@ void LineBinding::Caret(int position) {
     line_.setCursorPosition(position);
 }
 
-std::string LineBinding::Filtered(std::string text) const {
-    return TextBoxBinding::Filtered(OneLine(std::move(text)));
+std::string LineBinding::Filtered(const std::string& text) const {
+    return TextBoxBinding::Filtered(OneLine(text));
 }
 
 ParagraphsBinding::ParagraphsBinding(TextBox& box, QPlainTextEdit& paragraphs)

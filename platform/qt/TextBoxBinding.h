@@ -32,7 +32,7 @@ protected:
     virtual int Caret() const = 0;
     virtual void Caret(int position) = 0;
     /// What the widget's text becomes on its way into the box.
-    virtual std::string Filtered(std::string text) const;
+    virtual std::string Filtered(const std::string& text) const;
 
 private:
     QString Typed(const QString& text) const;
@@ -57,7 +57,7 @@ protected:
     void Correct(const QString& from, const QString& to) override;
     int Caret() const override;
     void Caret(int position) override;
-    std::string Filtered(std::string text) const override;
+    std::string Filtered(const std::string& text) const override;
 
 private:
     QLineEdit& line_;

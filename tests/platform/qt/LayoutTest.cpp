@@ -1,4 +1,3 @@
-#include "platform/qt/QtWindows.h"
 #include "tests/platform/qt/OneOfEach.h"
 
 #include <gmock/gmock.h>
@@ -11,8 +10,11 @@ struct EmptyForm : Form {
     void FrameClosed() override {}
 };
 
-Layouts LaidOut(std::function<void(QWidget&)> layOut) {
-    return {{"frmSmall", std::move(layOut)}};
+/// What does not pair between a form and its layout.
+std::vector<std::string> Missing(const Form& form, const std::function<void(QWidget&)>& layOut) {
+    QWidget window;
+    layOut(window);
+    return MissingNames(form, window);
 }
 
 template <typename Widget> void Put(QWidget& window, const char* name) {
@@ -20,38 +22,39 @@ template <typename Widget> void Put(QWidget& window, const char* name) {
 }
 
 TEST(MissingNames, AreNoneWhereEveryControlHasItsWidget) {
-    EXPECT_THAT(MissingNames(OneOfEach(), OneOfEachLayouts()), testing::IsEmpty());
+    EXPECT_THAT(Missing(OneOfEach(), LayOutOneOfEach), testing::IsEmpty());
 }
 
 TEST(MissingNames, NameAControlWithoutAWidget) {
     EmptyForm form("frmSmall");
     const Label label(form, "lblFind");
 
-    EXPECT_THAT(MissingNames(form, LaidOut([](QWidget&) {})), testing::ElementsAre("no fitting widget: lblFind"));
+    EXPECT_THAT(Missing(form, [](QWidget&) {}), testing::ElementsAre("no fitting widget: lblFind"));
 }
 
 TEST(MissingNames, NameAControlWhoseWidgetIsOfAnotherKind) {
     EmptyForm form("frmSmall");
     const Button button(form, "cmdSave");
 
-    EXPECT_THAT(MissingNames(form, LaidOut([](QWidget& window) { Put<QLabel>(window, "cmdSave"); })),
+    EXPECT_THAT(Missing(form, [](QWidget& window) { Put<QLabel>(window, "cmdSave"); }),
                 testing::ElementsAre("no fitting widget: cmdSave"));
 }
 
 TEST(MissingNames, NameAWidgetWithoutAControl) {
     const EmptyForm form("frmSmall");
 
-    EXPECT_THAT(MissingNames(form, LaidOut([](QWidget& window) { Put<QPushButton>(window, "cmdSave"); })),
+    EXPECT_THAT(Missing(form, [](QWidget& window) { Put<QPushButton>(window, "cmdSave"); }),
                 testing::ElementsAre("no control: cmdSave"));
 }
 
 TEST(MissingNames, LeaveOutWhatOnlyDecorates) {
     const EmptyForm form("frmSmall");
 
-    EXPECT_THAT(MissingNames(form, LaidOut([](QWidget& window) {
-                                 Put<QLabel>(window, "captionName");
-                                 Put<QGroupBox>(window, "paneVersions");
-                             })),
+    EXPECT_THAT(Missing(form,
+                        [](QWidget& window) {
+                            Put<QLabel>(window, "captionName");
+                            Put<QGroupBox>(window, "paneVersions");
+                        }),
                 testing::IsEmpty());
 }
 

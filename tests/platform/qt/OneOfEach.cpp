@@ -34,10 +34,6 @@ void LayOutOneOfEach(QWidget& window) {
     inside->addWidget(Named<QLabel>("lblInside"));
 }
 
-Layouts OneOfEachLayouts() {
-    return {{"frmOneOfEach", LayOutOneOfEach}};
-}
-
 OneOfEachShown::OneOfEachShown()
     : window_(form_, LayOutOneOfEach), line_(Find<QLineEdit>("txtLine")),
       paragraphs_(Find<QPlainTextEdit>("txtParagraphs")) {

@@ -36,7 +36,6 @@ struct OneOfEach : Form {
 
 /// Its layout, without a place for anything: every widget stands at a size at which it can be clicked.
 void LayOutOneOfEach(QWidget& window);
-Layouts OneOfEachLayouts();
 
 /// The form in its window, shown.
 class OneOfEachShown : public testing::Test {

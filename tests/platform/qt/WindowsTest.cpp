@@ -24,7 +24,7 @@ protected:
         return windows_.Ask(message);
     }
 
-    Layouts layouts_ = OneOfEachLayouts();
+    Layouts layouts_{{"frmOneOfEach", LayOutOneOfEach}};
     OneOfEach form_;
     OneOfEach other_;
     QtWindows windows_{layouts_};
