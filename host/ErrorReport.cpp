@@ -8,9 +8,9 @@ Error CurrentError() {
     } catch (const Error& error) {
         return error;
     } catch (const std::exception& failure) {
-        return Error(Fault::NoError, "Tavrel", failure.what());
+        return {Fault::NoError, "Tavrel", failure.what()};
     } catch (...) {
-        return Error(Fault::NoError, "Tavrel", "A failure without a description");
+        return {Fault::NoError, "Tavrel", "A failure without a description"};
     }
 }
 

@@ -12,6 +12,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 
 namespace tavrel {
 
@@ -29,7 +30,7 @@ struct Ports {
 
 /// The state that lives for the whole process; every automation object shares it.
 struct Global {
-    explicit Global(const Ports& outside) : ports(outside) {}
+    explicit Global(Ports outside) : ports(std::move(outside)) {}
 
     Ports ports;
 

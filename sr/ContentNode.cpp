@@ -26,7 +26,7 @@ void ContentNode::DicomObject(const DataSetHandle& codeItem) {
 }
 
 DataSetHandle ContentNode::DicomObject(DicomLibrary& dicom) const {
-    const DataSetHandle item = dicom.NewDataSet();
+    DataSetHandle item = dicom.NewDataSet();
     item->SetValue(attribute::ValueType, 0, "TEXT");
     std::int16_t position = -1;
     ConceptMacroAppend(dicom, *item, position);

@@ -10,7 +10,7 @@ namespace {
 
 /// A new item at `index` of a sequence.
 DataSetHandle NewItem(DicomLibrary& dicom, DicomDataSet& dataSet, Tag sequence, int index) {
-    const DataSetHandle item = dicom.NewDataSet();
+    DataSetHandle item = dicom.NewDataSet();
     dataSet.SetSequenceItem(sequence, index, item);
     return item;
 }

@@ -12,7 +12,7 @@ void ObservationContext::DicomObject(const DataSetHandle& item) {
 }
 
 DataSetHandle ObservationContext::DicomObject(DicomLibrary& dicom) const {
-    const DataSetHandle item = dicom.NewDataSet();
+    DataSetHandle item = dicom.NewDataSet();
     item->SetValue(attribute::VerifyingObserverName, 0, ObserverName);
     item->SetValue(attribute::VerifyingOrganization, 0, ObserverOrganization);
     item->SetValue(attribute::VerificationDateTime, 0, ObservationDateTime);
