@@ -1,5 +1,6 @@
 #include "tests/suite/lumaret/CatalogueRows.h"
 
+#include "suite/catalogue/Rows.h"
 #include "suite/catalogue/Schema.h"
 
 #include <QFile>
@@ -19,24 +20,38 @@ void CatalogueRows::Run(const QString& statement) {
 }
 
 void CatalogueRows::AddPatient(const QString& id, const QString& name) {
-    Run("INSERT INTO Patient (ID, PatientName) VALUES ('" + id + "', '" + name + "')");
+    Insert("Patient", {{"ID", id}, {"PatientName", name}});
 }
 
 void CatalogueRows::AddStudy(const QString& uid, const QString& patientId, const QString& date, const QString& path,
                              const QString& description) {
-    Run("INSERT INTO Study (StudyInstanceUID, StudyPath, IDPatient, StudyDate, StudyTime, StudyDescription) VALUES ('" +
-        QStringList{uid, path, patientId, date, "120000", description}.join("', '") + "')");
+    Insert("Study", {{"StudyInstanceUID", uid},
+                     {"StudyPath", path},
+                     {"IDPatient", patientId},
+                     {"StudyDate", date},
+                     {"StudyTime", "120000"},
+                     {"StudyDescription", description}});
 }
 
 void CatalogueRows::AddSeries(const QString& uid, const QString& studyUid, const QString& modality, int number,
                               const QString& folder) {
-    Run("INSERT INTO Series (SeriesInstanceUID, StudyInstanceUID, SeriesDir, Modality, SeriesNumber) VALUES ('" +
-        QStringList{uid, studyUid, folder, modality}.join("', '") + "', " + QString::number(number) + ")");
+    Insert("Series", {{"SeriesInstanceUID", uid},
+                      {"StudyInstanceUID", studyUid},
+                      {"SeriesDir", folder},
+                      {"Modality", modality},
+                      {"SeriesNumber", QString::number(number)}});
 }
 
 void CatalogueRows::AddImage(const QString& seriesUid, const QString& file, int instance) {
-    Run("INSERT INTO Image (SeriesInstanceUID, ImageFile, InstanceNumber) VALUES ('" + seriesUid + "', '" + file +
-        "', " + QString::number(instance) + ")");
+    Insert("Image",
+           {{"SeriesInstanceUID", seriesUid}, {"ImageFile", file}, {"InstanceNumber", QString::number(instance)}});
+}
+
+void CatalogueRows::Insert(const char* table, std::initializer_list<std::pair<const char*, QString>> row) {
+    ColumnTexts texts;
+    for (const auto& [column, text] : row)
+        texts.emplace_back(column, text.toStdString());
+    InsertRow(*connection_, table, texts);
 }
 
 std::string SqliteEntry() {

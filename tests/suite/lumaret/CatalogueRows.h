@@ -4,13 +4,14 @@
 
 #include <QString>
 
+#include <initializer_list>
 #include <memory>
 #include <string>
+#include <utility>
 
 namespace tavrel::test {
 
-/// An empty catalogue of one of the ODBC entries in force, to be filled with rows. Texts go between
-/// single quotes as they are.
+/// An empty catalogue of one of the ODBC entries in force, to be filled with rows.
 class CatalogueRows {
 public:
     explicit CatalogueRows(const std::string& dataSource);
@@ -24,6 +25,8 @@ public:
     void Run(const QString& statement);
 
 private:
+    void Insert(const char* table, std::initializer_list<std::pair<const char*, QString>> row);
+
     OdbcDatabase database_;
     std::unique_ptr<Connection> connection_;
 };
