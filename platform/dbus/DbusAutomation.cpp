@@ -55,7 +55,7 @@ struct DbusAutomation::Member {
     std::function<void(AutomationObject&, const QVariantList&)> run;
 };
 
-const std::vector<DbusAutomation::Member> DbusAutomation::members = {
+const std::vector<DbusAutomation::Member> DbusAutomation::Members = {
     {"LoadForImgSeries", "as", false,
      [](AutomationObject& object, const QVariantList& in) { object.LoadForImgSeries(Paths(in[0])); }},
     {"CloseReport", "", true, [](AutomationObject& object, const QVariantList&) { object.CloseReport(); }},
@@ -83,9 +83,8 @@ bool DbusAutomation::Call::ClosesReport() const {
     return member && member->name == QLatin1String("CloseReport");
 }
 
-DbusAutomation::DbusAutomation(const QDBusConnection& bus, AutomationFactory& factory, Process& process,
-                               Program program)
-    : bus_(bus), factory_(factory), process_(process), program_(std::move(program)) {
+DbusAutomation::DbusAutomation(QDBusConnection bus, AutomationFactory& factory, Process& process, Program program)
+    : bus_(std::move(bus)), factory_(factory), process_(process), program_(std::move(program)) {
     if (!bus_.isConnected())
         throw Error(bus_.lastError().type(), TavrelFactory.service,
                     "There is no session bus to be called on: " + bus_.lastError().message().toStdString());
@@ -121,8 +120,8 @@ void DbusAutomation::Leave() {
 
 QString DbusAutomation::introspect(const QString& path) const {
     if (path != TavrelFactory.path)
-        return objects_.contains(path) ? introspection::automationObject : QString();
-    QString description = introspection::classFactory;
+        return objects_.contains(path) ? introspection::AutomationObject : QString();
+    QString description = introspection::ClassFactory;
     for (const auto& [child, object] : objects_)
         description += "  <node name=\"" + child.section('/', -1) + "\"/>\n";
     return description;
@@ -153,10 +152,10 @@ std::optional<DbusAutomation::Call> DbusAutomation::Understand(const QDBusMessag
         return {};
     }
     const auto object = objects_.find(message.path());
-    const auto member = std::find_if(members.begin(), members.end(), [&](const Member& candidate) {
+    const auto member = std::ranges::find_if(Members, [&](const Member& candidate) {
         return candidate.name == message.member() && candidate.signature == message.signature();
     });
-    if (object == objects_.end() || member == members.end() || !asksFor(TavrelObjectInterface))
+    if (object == objects_.end() || member == Members.end() || !asksFor(TavrelObjectInterface))
         return {};
     return Call{message, &*member, object->second.get()};
 }
@@ -180,7 +179,7 @@ void DbusAutomation::ServeNext() {
     const auto next = NextToServe();
     if (next == arrived_.end())
         return;
-    const Call call = *next;
+    const Call call = *next; // NOLINT(performance-unnecessary-copy-initialization): it leaves the queue
     arrived_.erase(next);
     served_.push_back(&call);
     ServeSoon(); // an event loop inside the operation goes on with the next one
@@ -200,7 +199,7 @@ QVariantList DbusAutomation::Run(const Call& call) {
 
 QString DbusAutomation::Create() {
     auto object = factory_.CreateInstance();
-    const QString path = QString("%1/%2").arg(TavrelFactory.path).arg(++created_);
+    QString path = QString("%1/%2").arg(TavrelFactory.path).arg(++created_);
     objects_.emplace(path, std::move(object));
     return path;
 }

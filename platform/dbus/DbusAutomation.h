@@ -36,7 +36,7 @@ public:
 
     /// Takes the name; an error when there is no bus or another process has the name. A program that
     /// loses its bus is ended through `process` once no window of it is open.
-    DbusAutomation(const QDBusConnection& bus, AutomationFactory& factory, Process& process, Program program);
+    DbusAutomation(QDBusConnection bus, AutomationFactory& factory, Process& process, Program program);
     ~DbusAutomation() override;
 
     /// The last thing before the end of the process: gives the name back, so that a new creation
@@ -51,7 +51,7 @@ private slots:
 
 private:
     struct Member;
-    static const std::vector<Member> members;
+    static const std::vector<Member> Members;
     struct Call {
         QDBusMessage message;
         const Member* member;     ///< none for a creation

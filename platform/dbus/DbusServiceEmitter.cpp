@@ -7,6 +7,8 @@
 #include <QDBusError>
 #include <QDBusMessage>
 
+#include <utility>
+
 namespace tavrel {
 
 namespace {
@@ -20,7 +22,7 @@ QString Text(const std::string& text) {
 DbusServiceEmitter::DbusServiceEmitter()
     : DbusServiceEmitter(QDBusConnection::connectToBus(QDBusConnection::SessionBus, "porvane-events")) {}
 
-DbusServiceEmitter::DbusServiceEmitter(const QDBusConnection& bus) : bus_(bus) {
+DbusServiceEmitter::DbusServiceEmitter(QDBusConnection bus) : bus_(std::move(bus)) {
     if (!bus_.isConnected())
         throw Error(bus_.lastError().type(), PorvaneService.service,
                     "There is no session bus to tell stored reports on: " + bus_.lastError().message().toStdString());

@@ -18,7 +18,7 @@ public:
     /// Takes the name on the session bus. Errors: there is no bus; another process has the name.
     DbusServiceEmitter();
     /// The same on a connection that is the emitter's own.
-    explicit DbusServiceEmitter(const QDBusConnection& bus);
+    explicit DbusServiceEmitter(QDBusConnection bus);
     ~DbusServiceEmitter();
     DbusServiceEmitter(const DbusServiceEmitter&) = delete;
     DbusServiceEmitter& operator=(const DbusServiceEmitter&) = delete;

@@ -25,8 +25,8 @@ private:
     DbusServiceEvents& events_;
 };
 
-DbusServiceEvents::DbusServiceEvents(const QDBusConnection& bus, std::chrono::milliseconds bound)
-    : bus_(bus), bound_(bound) {
+DbusServiceEvents::DbusServiceEvents(QDBusConnection bus, std::chrono::milliseconds bound)
+    : bus_(std::move(bus)), bound_(bound) {
     const auto listen = [this](const char* event, const char* slot) {
         bus_.connect(PorvaneService.service, PorvaneService.path, PorvaneService.interface, event, this, slot);
     };

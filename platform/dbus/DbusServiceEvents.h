@@ -16,7 +16,7 @@ class DbusServiceEvents final : public QObject, public ServiceEvents {
 
 public:
     /// `bound`: how long `AwaitSentEvents` waits for a service that does not answer.
-    explicit DbusServiceEvents(const QDBusConnection& bus, std::chrono::milliseconds bound = std::chrono::seconds(2));
+    explicit DbusServiceEvents(QDBusConnection bus, std::chrono::milliseconds bound = std::chrono::seconds(2));
 
     /// The object must not outlive this one.
     std::unique_ptr<ServiceObject> Attach(ServiceEventHandler& handler) override;

@@ -7,6 +7,7 @@
 #include <chrono>
 #include <map>
 #include <optional>
+#include <utility>
 
 namespace tavrel {
 
@@ -21,7 +22,7 @@ namespace tavrel {
 class DbusViewerCalls {
 public:
     /// `bound`: the longest wait for an answer.
-    DbusViewerCalls(const QDBusConnection& bus, std::chrono::milliseconds bound) : bus_(bus), bound_(bound) {}
+    DbusViewerCalls(QDBusConnection bus, std::chrono::milliseconds bound) : bus_(std::move(bus)), bound_(bound) {}
 
     /// Has the bus start the viewer unless it runs. An error when it cannot; at once when nobody has
     /// the name and nothing is registered for it.

@@ -43,7 +43,7 @@ void CheckStructure(const QString& path) {
     QFile file(path);
     if (!file.open(QFile::ReadOnly | QFile::Unbuffered))
         Fail(path, file.errorString().toStdString());
-    constexpr std::size_t pieceSize = 64 * 1024;
+    constexpr std::size_t pieceSize = 65536;
     try {
         ByteWindow bytes(file.handle(), static_cast<std::uint64_t>(file.size()), pieceSize);
         ScanDicom(bytes, LastHeaderGroup);
@@ -173,9 +173,13 @@ QImage ImageFile::Render(int frame, const GreyWindow& window, bool inverted) {
         !image_->getOutputData(pixels->data(), size, 8))
         Fail(path_, "its pixels cannot be rendered");
     std::vector<uchar>* held = pixels.release();
-    return QImage(
-        held->data(), width, height, bytesPerLine, monochrome_ ? QImage::Format_Grayscale8 : QImage::Format_RGB888,
-        [](void* vector) { delete static_cast<std::vector<uchar>*>(vector); }, held);
+    return {held->data(),
+            width,
+            height,
+            bytesPerLine,
+            monochrome_ ? QImage::Format_Grayscale8 : QImage::Format_RGB888,
+            [](void* vector) { delete static_cast<std::vector<uchar>*>(vector); },
+            held};
 }
 
 } // namespace tavrel

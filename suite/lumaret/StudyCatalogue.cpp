@@ -40,10 +40,11 @@ bool Holds(const QString& value, const QString& text) {
 
 /// "dd/mm/yyyy", "mm/yyyy" or "yyyy" as the beginning of a DICOM date.
 QString DateInCatalogue(const QString& text) {
-    const QStringList parts = text.split('/');
+    QStringList parts = text.split('/');
+    std::ranges::reverse(parts);
     QString date;
-    for (auto part = parts.rbegin(); part != parts.rend(); ++part)
-        date += part->trimmed().rightJustified(2, '0');
+    for (const QString& part : parts)
+        date += part.trimmed().rightJustified(2, '0');
     return date;
 }
 

@@ -19,7 +19,7 @@ constexpr int WithoutLimit = std::numeric_limits<int>::max();
 
 } // namespace
 
-TavrelClient::TavrelClient(const QDBusConnection& bus, QObject* parent) : QObject(parent), bus_(bus) {
+TavrelClient::TavrelClient(QDBusConnection bus, QObject* parent) : QObject(parent), bus_(std::move(bus)) {
     auto* watcher =
         new QDBusServiceWatcher(TavrelFactory.service, bus_, QDBusServiceWatcher::WatchForOwnerChange, this);
     connect(watcher, &QDBusServiceWatcher::serviceOwnerChanged, this, &TavrelClient::OwnerChanged);

@@ -18,7 +18,7 @@ class TavrelClient : public QObject {
     Q_OBJECT
 
 public:
-    explicit TavrelClient(const QDBusConnection& bus, QObject* parent = nullptr);
+    explicit TavrelClient(QDBusConnection bus, QObject* parent = nullptr);
 
     /// An opening call runs; further ones, and image calls, are refused in words until it is done.
     bool Opening() const { return opening_; }
