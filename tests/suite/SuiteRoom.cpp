@@ -46,7 +46,7 @@ SuiteRoom::SuiteRoom() : dataSource_("DicomFDB"), port_(FreePort()) {
     Fill();
 }
 
-SuiteRoom::SuiteRoom(const std::string& dataSource) : dataSource_(dataSource), port_(FreePort()) {
+SuiteRoom::SuiteRoom(std::string dataSource) : dataSource_(std::move(dataSource)), port_(FreePort()) {
     Fill();
 }
 

@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tavrel {
@@ -19,7 +20,7 @@ namespace tavrel {
 class SuiteRoom {
 public:
     SuiteRoom();
-    explicit SuiteRoom(const std::string& dataSource);
+    explicit SuiteRoom(std::string dataSource);
 
     std::filesystem::path Folder() const { return folder_.Path(); }
     std::filesystem::path Studies() const { return Folder() / "studies"; }

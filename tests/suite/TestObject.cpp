@@ -40,7 +40,7 @@ TestObject& TestObject::Numbered(int number) {
 std::string TestObject::Get(const DcmTagKey& tag) {
     OFString value;
     file_.getDataset()->findAndGetOFStringArray(tag, value);
-    return value.c_str();
+    return value;
 }
 
 std::filesystem::path TestObject::SaveTo(const std::filesystem::path& file) {
@@ -53,16 +53,16 @@ int TestObject::Send(const SuiteRoom& room, const std::string& callingAe, const 
     constexpr Uint32 seconds = 20;
     const DcmXfer syntax(file_.getDataset()->getOriginalXfer());
     DcmSCU sender;
-    sender.setAETitle(callingAe.c_str());
+    sender.setAETitle(callingAe);
     sender.setPeerHostName("127.0.0.1");
     sender.setPeerPort(static_cast<Uint16>(room.Port()));
-    sender.setPeerAETitle(calledAe.c_str());
+    sender.setPeerAETitle(calledAe);
     sender.setDIMSEBlockingMode(DIMSE_NONBLOCKING);
     sender.setDIMSETimeout(seconds);
     sender.setACSETimeout(seconds);
     OFList<OFString> syntaxes;
-    syntaxes.push_back(syntax.getXferID());
-    sender.addPresentationContext(Get(DCM_SOPClassUID).c_str(), syntaxes);
+    syntaxes.emplace_back(syntax.getXferID());
+    sender.addPresentationContext(Get(DCM_SOPClassUID), syntaxes);
     Uint16 status = 0;
     const bool answered = sender.initNetwork().good() && sender.negotiateAssociation().good() &&
                           sender.sendSTORERequest(0, "", file_.getDataset(), status).good();

@@ -17,7 +17,7 @@ using DocumentRow = std::vector<std::string>;
 inline DocumentRow CellsOf(std::string_view line) {
     constexpr std::string_view around = " `";
     DocumentRow cells;
-    while (line.find('|', 1) != line.npos) {
+    while (line.find('|', 1) != std::string_view::npos) {
         line.remove_prefix(1);
         std::string_view cell = line.substr(0, line.find('|'));
         line.remove_prefix(cell.size());

@@ -64,6 +64,7 @@ TEST_P(Connections, SeveralThreadsWriteEachOnAConnectionOfItsOwn) {
     constexpr int threads = 4;
     constexpr int rows = 25;
     std::vector<std::jthread> writers;
+    writers.reserve(threads);
     for (int thread = 0; thread < threads; ++thread)
         writers.emplace_back([&, thread] {
             try {

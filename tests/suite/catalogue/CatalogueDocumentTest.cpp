@@ -26,7 +26,7 @@ public:
 };
 
 std::string Replaced(std::string text, std::string_view what, std::string_view by) {
-    if (const auto found = text.find(what); found != text.npos)
+    if (const auto found = text.find(what); found != std::string::npos)
         text.replace(found, what.size(), by);
     return text;
 }
@@ -64,7 +64,7 @@ private:
     /// "text 64" by the row "text N" of the page's types.
     std::string Type(const std::string& documented) const {
         const auto digits = documented.find_first_of("0123456789");
-        const auto size = digits == documented.npos ? "" : documented.substr(digits);
+        const auto size = digits == std::string::npos ? "" : documented.substr(digits);
         for (const auto& type : TableUnder("## Types", CATALOGUE_DOCUMENT))
             if (Replaced(type[0], "N", size) == documented)
                 return Replaced(type[engineColumn_], "(N)", "(" + size + ")");

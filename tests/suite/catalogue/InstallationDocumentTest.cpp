@@ -26,8 +26,7 @@ TEST_P(InstallationDocument, NamesTheSettingsThatAreWritten) {
     entry.engine = GetParam().engine;
     std::istringstream settings(ConnectionText(entry));
     for (std::string setting; std::getline(settings, setting, ';');)
-        if (StandsForEverySite(setting))
-            EXPECT_NE(page.find("`" + setting + "`"), std::string::npos) << setting;
+        EXPECT_TRUE(!StandsForEverySite(setting) || page.find("`" + setting + "`") != std::string::npos) << setting;
 }
 
 INSTANTIATE_TEST_SUITE_P(Suite, InstallationDocument,

@@ -28,6 +28,9 @@ protected:
     Outcome ImportCodes(const std::string& csv, const std::string& more = {}) {
         return room.Tool("codes import " + Write("codes.csv", csv) + " --table findings " + more);
     }
+    Outcome ImportDemonstration(const std::string& kind) {
+        return room.Tool("codes import " DEMONSTRATION_CODES "/" + kind + ".csv --table " + kind);
+    }
 
     SuiteRoom room;
 };
@@ -154,8 +157,7 @@ TEST_F(Tool, KnownCodesStayUnlessTheyAreReplaced) {
 
 TEST_F(Tool, TheDemonstrationCodesAreAllGood) {
     for (const CodeKind& kind : CodeKinds) {
-        const std::string name(kind.name);
-        const Outcome outcome = room.Tool("codes import " DEMONSTRATION_CODES "/" + name + ".csv --table " + name);
+        const Outcome outcome = ImportDemonstration(std::string(kind.name));
         EXPECT_EQ(outcome.status, 0) << outcome.err;
         EXPECT_GE(std::stoi(room.Count(std::string(kind.table))), 30);
     }

@@ -144,6 +144,7 @@ TEST_F(StorageFailure, AServiceKilledAtAnyMomentLosesNothingThatItAnswered) {
 TEST_F(StorageFailure, ASenderThatGoesAwayWithinAnObjectLeavesNothing) {
     const auto service = room.StartService();
     TestObject big;
+    // NOLINTNEXTLINE(bugprone-string-constructor): so large that the sender is caught within it
     big.Set(DCM_TextValue, std::string(50'000'000, 'x')).SaveTo(room.Folder() / "big.dcm");
     Child sender(
         {"storescu", "-aec", "PORVANE", "127.0.0.1", std::to_string(room.Port()), (room.Folder() / "big.dcm").string()},

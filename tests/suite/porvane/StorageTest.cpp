@@ -8,6 +8,7 @@
 
 #include <sys/stat.h>
 
+#include <array>
 #include <fstream>
 #include <set>
 #include <thread>
@@ -116,10 +117,10 @@ TEST_F(Storage, AKnownUidWithOtherBytesIsKeptBesideTheFirst) {
 }
 
 TEST_F(Storage, TenSendersAtOnceLoseNothing) {
-    std::vector<std::thread> senders;
+    std::array<std::thread, 10> senders;
     std::atomic<int> failures = 0;
-    for (int sender = 0; sender < 10; ++sender)
-        senders.emplace_back([&, sender] {
+    for (int sender = 0; auto& thread : senders)
+        thread = std::thread([&, sender = sender++] {
             for (int object = 0; object < 5; ++object)
                 if (TestObject().Numbered(object == 0 ? 999 : sender * 10 + object).Send(room) != Stored)
                     ++failures;
