@@ -1,4 +1,6 @@
+#include "platform/error.h"
 #include "tests/codes/CodesTest.h"
+#include "tests/support/OpenQueries.h"
 
 #include <algorithm>
 #include <array>
@@ -25,6 +27,8 @@ protected:
         return manager.optManageCodes(0).Value() || manager.optManageCodes(1).Value() ||
                manager.optManageCodes(2).Value();
     }
+    const RanStatement wholeTable{"SELECT CodeScheme, CodeValue, CodeMeaning  FROM StdFinding ORDER BY CodeMeaning ",
+                                  Cursor::ForwardOnly};
     bool Ran(std::string_view text, Cursor cursor) const {
         return std::find(statements.begin(), statements.end(), RanStatement{std::string(text), cursor}) !=
                statements.end();
@@ -134,13 +138,13 @@ TEST_F(CodeMaintenanceTest, AddStoresACodeOfTheLocalScheme) {
     EXPECT_EQ(Stored(), (Texts{"C1|SRT|Cyst", "N1|99SS|Nodule"}));
 }
 
-TEST_F(CodeMaintenanceTest, AddLooksTheCodeUpFirst) {
+TEST_F(CodeMaintenanceTest, AddLooksTheCodeUpAndThenListsTheTable) {
     Open(StandardCodes);
 
     Do(Add, "n1", "", "Nodule");
 
-    EXPECT_EQ(statements.front(),
-              (RanStatement{" SELECT * from StdFinding WHERE CodeValue = 'N1 ' ", Cursor::Dynamic}));
+    EXPECT_EQ(statements, (std::vector<RanStatement>{
+                              {" SELECT * from StdFinding WHERE CodeValue = 'N1 ' ", Cursor::Dynamic}, wholeTable}));
 }
 
 TEST_F(CodeMaintenanceTest, ACodeTypedInSmallLettersIsStoredSoAndListedInCapitals) {
@@ -208,7 +212,8 @@ TEST_F(CodeMaintenanceTest, ModifyWritesTheBoxes) {
     Do(Modify, "c1", "99XX", "Simple cyst");
 
     EXPECT_EQ(Stored(), Texts{"c1|99XX|Simple cyst"});
-    EXPECT_TRUE(Ran(" SELECT * from StdFinding WHERE CodeValue = 'C1 ' ", Cursor::Dynamic));
+    EXPECT_EQ(statements, (std::vector<RanStatement>{
+                              {" SELECT * from StdFinding WHERE CodeValue = 'C1 ' ", Cursor::Dynamic}, wholeTable}));
 }
 
 TEST_F(CodeMaintenanceTest, ARowModifiedFromTheListIsStoredInCapitals) {
@@ -263,6 +268,20 @@ TEST_F(CodeMaintenanceTest, ModifyMayEmptyTheScheme) {
     EXPECT_EQ(Stored(), Texts{"C1||Cyst"});
 }
 
+TEST_F(CodeMaintenanceTest, AddAndModifyCloseTheirQueryBeforeTheyListTheTable) {
+    Texts open;
+    Open(StandardCodes);
+    global.catalogue = std::make_unique<OpenQueries>(std::move(global.catalogue), open);
+    for (const Action action : {Add, Modify}) {
+        Texts openWhenListed{"not listed"};
+        manager.lstTable.Watch([&](Change) { openWhenListed = open; });
+
+        Do(action, "C1", "SRT", "Cyst");
+
+        EXPECT_EQ(openWhenListed, Texts{});
+    }
+}
+
 TEST_F(CodeMaintenanceTest, DeleteRemovesEveryRowOfTheCodeWithoutAsking) {
     workstation.AddCode("StdFinding", "99SS", "C1", "Second cyst");
     workstation.AddCode("StdFinding", "SRT", "C2", "Nodule");
@@ -275,12 +294,13 @@ TEST_F(CodeMaintenanceTest, DeleteRemovesEveryRowOfTheCodeWithoutAsking) {
     EXPECT_TRUE(windows.messages.empty());
 }
 
-TEST_F(CodeMaintenanceTest, DeleteRunsItsStatementOnADynamicCursor) {
+TEST_F(CodeMaintenanceTest, DeleteRunsItsStatementOnADynamicCursorAndThenListsTheTable) {
     Open(StandardCodes);
 
     Do(Delete, "c1", "", "");
 
-    EXPECT_EQ(statements.front(), (RanStatement{" DELETE from StdFinding WHERE CodeValue = 'C1 ' ", Cursor::Dynamic}));
+    EXPECT_EQ(statements, (std::vector<RanStatement>{
+                              {" DELETE from StdFinding WHERE CodeValue = 'C1 ' ", Cursor::Dynamic}, wholeTable}));
 }
 
 TEST_F(CodeMaintenanceTest, DeleteOfASelectedRowTakesItsCode) {
@@ -309,7 +329,7 @@ TEST_F(CodeMaintenanceTest, DeletingWithAnEmptyCodeStillRunsTheStatement) {
 
     Do(Delete, "", "", "");
 
-    EXPECT_EQ(statements.front().text, " DELETE from StdFinding WHERE CodeValue = ' ' ");
+    EXPECT_TRUE(Ran(" DELETE from StdFinding WHERE CodeValue = ' ' ", Cursor::Dynamic));
     EXPECT_EQ(Stored(), Texts{"C1|SRT|Cyst"});
 }
 
@@ -327,7 +347,7 @@ TEST_F(CodeMaintenanceTest, AnUnknownKeyFailsAndSaysSo) {
 
     Do(Add, "N1", "", "Nodule");
 
-    EXPECT_EQ(statements.back().text, " SELECT * from  WHERE CodeValue = 'N1 ' ");
+    EXPECT_TRUE(Ran(" SELECT * from  WHERE CodeValue = 'N1 ' ", Cursor::Dynamic));
     EXPECT_EQ(windows.messages.size(), 1U);
 }
 
@@ -344,6 +364,22 @@ TEST_P(FailingActionTest, IsShownAndKeepsBoxesAndAction) {
     EXPECT_EQ(NewCodeBoxes(), "C1|SRT|Cyst");
     EXPECT_NE(manager.PendingAction, "");
     EXPECT_TRUE(manager.optManageCodes(GetParam()).Value());
+}
+
+TEST_P(FailingActionTest, IsShownPlainly) {
+    class Locked : public ForwardingConnection {
+    public:
+        using ForwardingConnection::ForwardingConnection;
+        std::unique_ptr<ResultSet> OpenResultSet(std::string_view, Cursor) override {
+            throw Error(13, "driver", "The table is locked");
+        }
+    };
+    Open(StandardCodes);
+    global.catalogue = std::make_unique<Locked>(std::move(global.catalogue));
+
+    Do(GetParam(), "C1", "SRT", "Cyst");
+
+    EXPECT_EQ(windows.Texts(), Texts{"The table is locked"});
 }
 
 TEST_P(FailingActionTest, AnApostropheInTheCodeLosesNothing) {

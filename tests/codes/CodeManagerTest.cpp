@@ -1,3 +1,4 @@
+#include "platform/error.h"
 #include "tests/codes/CodesTest.h"
 
 namespace tavrel::test {
@@ -104,7 +105,7 @@ TEST_F(CodeManagerTest, EveryOpeningStartsWithEmptyUnlockedBoxes) {
     }
 }
 
-TEST_F(CodeManagerTest, EveryOpeningStartsWithoutRowsActionAndHeading) {
+TEST_F(CodeManagerTest, EveryOpeningStartsWithoutRowsTableActionAndHeading) {
     OpenWithRows(StandardCodes);
     manager.Titolo.Text("Finding code");
     manager.optManageCodes(2).Press();
@@ -113,6 +114,7 @@ TEST_F(CodeManagerTest, EveryOpeningStartsWithoutRowsActionAndHeading) {
     manager.Load();
 
     EXPECT_EQ(manager.Titolo.Text(), "................");
+    EXPECT_EQ(manager.TableKey, "");
     EXPECT_EQ(manager.lstTable.Count(), 0);
     EXPECT_EQ(manager.PendingAction, "");
     EXPECT_FALSE(manager.optManageCodes(2).Value());
@@ -306,6 +308,27 @@ TEST_F(CodeManagerTest, AddForAnotherTableAddsNothingAndClears) {
     EXPECT_EQ(editor.lstFinding.Count() + editor.lstDiagnosis.Count(), 0);
     EXPECT_EQ(manager.txtCode.Text(), "");
     EXPECT_TRUE(windows.messages.empty());
+}
+
+TEST_F(CodeManagerTest, AFailingAddIsShownPlainly) {
+    Open(ReportCodes);
+    FillReportCode("C1", "SRT", "CYST", "3 mm");
+    editor.lstFinding.Watch([](Change) { throw Error(7, "screen", "no screen"); });
+
+    manager.cmdAdd.Press();
+
+    EXPECT_EQ(windows.Texts(), Texts{"no screen"});
+}
+
+TEST_F(CodeManagerTest, ModifyOverwritesTheFirstRowToo) {
+    Open(ReportCodes);
+    editor.lstFinding.Add({"A", "SRT", {"M", "old"}});
+    editor.lstFinding.Select(0);
+    FillReportCode("A", "SRT", "M", "new");
+
+    manager.cmdModify.Press();
+
+    EXPECT_EQ(RowsOf(editor.lstFinding), Texts{"A|SRT|M|new"});
 }
 
 TEST_F(CodeManagerTest, ModifyOverwritesTheSelectedRowInItsPlace) {

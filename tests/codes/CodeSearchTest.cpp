@@ -10,6 +10,8 @@ protected:
         workstation.AddCode("StdFinding", "S", "1", "Cyst");
         workstation.AddCode("StdFinding", "S", "2", "Nodule");
     }
+
+    std::string LastStatement() const { return statements.empty() ? "none" : statements.back().text; }
 };
 
 TEST_F(CodeSearchTest, TheListIsEmptyOnOpening) {
@@ -46,7 +48,7 @@ TEST_F(CodeSearchTest, PastedTextIsUpperCasedForTheSearchOnly) {
     manager.txtFind.KeyUp();
 
     EXPECT_EQ(Listed(), Texts{"2|S|NODULE|"});
-    EXPECT_NE(statements.back().text.find("Like '%NODUL%'"), std::string::npos);
+    EXPECT_NE(LastStatement().find("Like '%NODUL%'"), std::string::npos);
     EXPECT_EQ(manager.txtFind.Text(), "nodul");
 }
 
@@ -84,8 +86,7 @@ TEST_F(CodeSearchTest, ABoxOfBlanksListsTheWholeTable) {
     Search("   ");
 
     EXPECT_EQ(Listed().size(), 2U);
-    EXPECT_EQ(statements.back().text,
-              "SELECT CodeScheme, CodeValue, CodeMeaning  FROM StdFinding ORDER BY CodeMeaning ");
+    EXPECT_EQ(LastStatement(), "SELECT CodeScheme, CodeValue, CodeMeaning  FROM StdFinding ORDER BY CodeMeaning ");
 }
 
 TEST_F(CodeSearchTest, AnEmptyBoxListsTheWholeTable) {
@@ -145,7 +146,7 @@ TEST_F(CodeSearchTest, AKeyInOtherLettersNamesNoTable) {
 
     ListWholeTable();
 
-    EXPECT_EQ(statements.back().text, "SELECT CodeScheme, CodeValue, CodeMeaning  FROM  ORDER BY CodeMeaning ");
+    EXPECT_EQ(LastStatement(), "SELECT CodeScheme, CodeValue, CodeMeaning  FROM  ORDER BY CodeMeaning ");
     EXPECT_EQ(windows.messages.size(), 1U);
     EXPECT_EQ(Listed(), Texts{});
 }

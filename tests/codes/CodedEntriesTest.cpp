@@ -286,12 +286,93 @@ TEST_F(CodedEntriesTest, TheSpareTitleRoutineWorksOnTheBodyParts) {
     EXPECT_EQ(openings, 1);
 }
 
-TEST_F(CodedEntriesTest, AWindowThatCannotBeShownIsReported) {
+struct Opening {
+    std::string_view name;
+    void (CodedEntries::*handler)();
+    std::string_view label;
+    int mode;
+};
+
+class OpeningTest : public CodedEntriesTest, public testing::WithParamInterface<Opening> {
+protected:
+    OpeningTest() {
+        ListThreeEntries();
+        editor.lstFinding.Select(0);
+        editor.lstDiagnosis.Select(0);
+    }
+
+    void OpenManager() { (entries.*GetParam().handler)(); }
+};
+
+TEST_P(OpeningTest, LoadsTheManagerAndShowsItModally) {
+    OpenManager();
+
+    EXPECT_EQ(windows.calls, (Texts{"MakeTopMost frmBase", "ShowModal frmBase", "Unload frmBase"}));
+}
+
+TEST_P(OpeningTest, BringsAManagerThatIsStillLoadedToItsMode) {
+    const int mode = GetParam().mode;
+    manager.Load();
+    manager.optManage(1 - mode).Value(true);
+
+    OpenManager();
+
+    EXPECT_TRUE(manager.optManage(mode).Value());
+    EXPECT_EQ(manager.frmCodeReport.Visible(), mode == ReportCodes);
+    EXPECT_EQ(manager.frmCode.Visible(), mode == StandardCodes);
+}
+
+TEST_P(OpeningTest, IsReportedWhenTheWindowCannotBeShown) {
     windows.onModal = [](Form&) { throw Error(7, "windows", "no screen"); };
 
-    editor.cmdFnAdd.Press();
+    OpenManager();
 
-    EXPECT_EQ(windows.Texts(), Texts{"cmdFnAdd: 7-no screen"});
+    EXPECT_EQ(windows.Texts(), Texts{std::string(GetParam().label) + "7-no screen"});
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Handlers, OpeningTest,
+    testing::Values(Opening{"AddFinding", &CodedEntries::cmdFnAdd_Click, "cmdFnAdd: ", 0},
+                    Opening{"AddDiagnosis", &CodedEntries::cmdDxAdd_Click, "cmdDxAdd: ", 0},
+                    Opening{"ModifyFinding", &CodedEntries::cmdFnModify_Click, "cmdFnModify: ", 0},
+                    Opening{"ModifyDiagnosis", &CodedEntries::cmdDxModify_Click, "cmdDxModify: ", 0},
+                    Opening{"Headings", &CodedEntries::cmdTitle_Click, "cmdTitle: ", 1},
+                    Opening{"BodyParts", &CodedEntries::cmdBaseBody_Click, "cmdBaseBody: ", 1},
+                    Opening{"SpareTitleRoutine", &CodedEntries::ManageReportTitles, "ManageReportTitles: ", 1}),
+    [](const auto& opening) { return std::string(opening.param.name); });
+
+class OpeningOrderTest : public CodedEntriesTest {
+protected:
+    /// The manager, in the mode that the button does not want, is still loaded.
+    Texts ChangedBy(Button& button, Mode former) {
+        Open(former);
+        Texts changed;
+        for (Control* control : manager.Controls())
+            control->Watch([&changed, control](Change) { changed.push_back(control->Name()); });
+        button.Press();
+        return changed;
+    }
+};
+
+TEST_F(OpeningOrderTest, AddingSetsHeadingThenModeThenModify) {
+    EXPECT_EQ(ChangedBy(editor.cmdFnAdd, StandardCodes),
+              (Texts{"Titolo", "optManage_0", "optManage_1", "frmCodeReport", "frmCode", "cmdModify"}));
+}
+
+TEST_F(OpeningOrderTest, ModifyingSetsHeadingThenModeThenTheRowThenLocksTheRest) {
+    ListThreeEntries();
+    editor.lstFinding.Select(0);
+
+    EXPECT_EQ(ChangedBy(editor.cmdFnModify, StandardCodes),
+              (Texts{"Titolo", "optManage_0", "optManage_1", "frmCodeReport", "frmCode", "txtCode", "txtCodeScheme",
+                     "txtMeaning", "txtAnnotation", "frmSelect", "txtCode", "txtCode", "txtMeaning", "txtMeaning",
+                     "cmdAdd", "cmdClear"}));
+}
+
+TEST_F(OpeningOrderTest, MaintenanceSetsItsModeThenDisablesThenHidesTheModes) {
+    EXPECT_EQ(ChangedBy(editor.cmdTitle, ReportCodes),
+              (Texts{"Titolo", "optManage_0", "optManage_1", "frmCodeReport", "frmCode", "optManage_1", "optManage_0",
+                     "optManage_0", "optManage_1", "cmdModify"}));
 }
 
 /// Remembers over which window a modal one was shown.

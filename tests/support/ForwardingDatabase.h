@@ -8,6 +8,25 @@
 /// `global.catalogue = std::make_unique<Failing>(std::move(global.catalogue))` puts one into place.
 namespace tavrel::test {
 
+class ForwardingResultSet : public ResultSet {
+public:
+    explicit ForwardingResultSet(std::unique_ptr<ResultSet> target) : target_(std::move(target)) {}
+
+    bool AtEnd() const override { return target_->AtEnd(); }
+    bool AtBeginning() const override { return target_->AtBeginning(); }
+    void MoveNext() override { target_->MoveNext(); }
+    int FieldIndex(std::string_view name) const override { return target_->FieldIndex(name); }
+    std::optional<std::string_view> Field(int index) const override { return target_->Field(index); }
+    std::string Text(std::string_view name) const override { return target_->Text(name); }
+    void AddNew() override { target_->AddNew(); }
+    void SetField(std::string_view name, std::string_view value) override { target_->SetField(name, value); }
+    void Update() override { target_->Update(); }
+    void Close() override { target_->Close(); }
+
+private:
+    std::unique_ptr<ResultSet> target_;
+};
+
 class ForwardingConnection : public Connection {
 public:
     explicit ForwardingConnection(std::unique_ptr<Connection> target) : target_(std::move(target)) {}
