@@ -2,6 +2,7 @@
 
 #include "platform/error.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <bit>
@@ -26,15 +27,11 @@ template <typename Value> Value Read(std::string_view text) {
     return value;
 }
 
-/// The words of the error that reading a field of this type gives.
-template <typename Value> std::string ErrorOf(std::string_view text) {
-    try {
-        Read<Value>(text);
-    } catch (const Error& error) {
-        EXPECT_EQ(error.number, 13);
-        return error.description;
-    }
-    return "no error";
+/// The error of reading or writing delimited text, in these words.
+auto FailsWith(const std::string& words) {
+    return testing::Throws<Error>(testing::AllOf(testing::Field(&Error::number, static_cast<int>(Fault::TypeMismatch)),
+                                                 testing::Field(&Error::source, "DelimitedText"),
+                                                 testing::Field(&Error::description, words)));
 }
 
 TEST(DelimitedText, FieldsStandBetweenCommasAndLinesEndInCrLf) {
@@ -78,7 +75,7 @@ TEST(DelimitedText, ManyFloatsReadBackToTheLastBit) {
 
 TEST(DelimitedText, FloatsThatAreNoNumbersAreRefused) {
     for (const float value : {std::numeric_limits<float>::infinity(), std::numeric_limits<float>::quiet_NaN()})
-        EXPECT_THROW(Written(value), Error);
+        EXPECT_THAT([&] { Written(value); }, FailsWith("A value is infinite or no number and cannot be written"));
 }
 
 TEST(DelimitedText, IntegersReadBackToTheirLimits) {
@@ -98,21 +95,26 @@ TEST(DelimitedText, NumbersWithAnExponentAreRead) {
     EXPECT_EQ(Read<float>("1.5E-02"), 0.015F);
 }
 
+template <typename Value> void ExpectRefused(std::string_view text, const std::string& reason) {
+    EXPECT_THAT([&] { Read<Value>(text); }, FailsWith("SR.dat, line 1, field 1: " + reason));
+}
+
 TEST(DelimitedText, WhatIsNotOfTheTypeIsNamed) {
-    EXPECT_EQ(ErrorOf<std::string>("abc"), "SR.dat, line 1, field 1: \"abc\" where a text in quotes is expected");
-    EXPECT_EQ(ErrorOf<bool>("TRUE"), "SR.dat, line 1, field 1: \"TRUE\" where #TRUE# or #FALSE# is expected");
-    EXPECT_EQ(ErrorOf<std::int16_t>("32768"),
-              "SR.dat, line 1, field 1: \"32768\" where a whole number from -32768 to 32767 is expected");
-    EXPECT_EQ(ErrorOf<std::int32_t>("1.5"),
-              "SR.dat, line 1, field 1: \"1.5\" where a whole number of 32 bits is expected");
-    EXPECT_EQ(ErrorOf<std::int32_t>("\"1\""),
-              "SR.dat, line 1, field 1: a text where a whole number of 32 bits is expected");
-    EXPECT_EQ(ErrorOf<float>(""), "SR.dat, line 1, field 1: \"\" where a number is expected");
-    EXPECT_EQ(ErrorOf<float>("1,5 mm").substr(0, 10), "no error"); // a comma ends the field
-    EXPECT_EQ(ErrorOf<float>("1e99"), "SR.dat, line 1, field 1: \"1e99\" where a number is expected");
-    EXPECT_EQ(ErrorOf<float>("inf"), "SR.dat, line 1, field 1: infinite or no number");
-    EXPECT_EQ(ErrorOf<std::string>("\"abc"), "SR.dat, line 1, field 1: the closing quote is missing");
-    EXPECT_EQ(ErrorOf<std::string>("\"abc\"d"), "SR.dat, line 1, field 1: there is more after the closing quote");
+    ExpectRefused<std::string>("abc", "\"abc\" where a text in quotes is expected");
+    ExpectRefused<bool>("TRUE", "\"TRUE\" where #TRUE# or #FALSE# is expected");
+    ExpectRefused<std::int16_t>("32768", "\"32768\" where a whole number from -32768 to 32767 is expected");
+    ExpectRefused<std::int32_t>("1.5", "\"1.5\" where a whole number of 32 bits is expected");
+    ExpectRefused<std::int32_t>("1~", "\"1~\" where a whole number of 32 bits is expected");
+    ExpectRefused<std::int32_t>("\"1\"", "a text where a whole number of 32 bits is expected");
+    ExpectRefused<float>("", "\"\" where a number is expected");
+    ExpectRefused<float>("1e99", "\"1e99\" where a number is expected");
+    ExpectRefused<float>("inf", "infinite or no number");
+    ExpectRefused<std::string>("\"abc", "the closing quote is missing");
+    ExpectRefused<std::string>("\"abc\"d", "there is more after the closing quote");
+}
+
+TEST(DelimitedText, ACommaEndsAFieldAlsoInANumber) {
+    EXPECT_EQ(Read<float>("1,5 mm"), 1.0F);
 }
 
 TEST(DelimitedText, AFieldThatIsMissingIsNamedWithItsLine) {
@@ -121,19 +123,14 @@ TEST(DelimitedText, AFieldThatIsMissingIsNamedWithItsLine) {
     reader.Field(value);
     reader.EndLine();
     reader.Field(value);
-    try {
-        reader.Field(value);
-        FAIL();
-    } catch (const Error& error) {
-        EXPECT_EQ(error.description, "SR.dat, line 2, field 2: the line ends before it");
-    }
+    EXPECT_THAT([&] { reader.Field(value); }, FailsWith("SR.dat, line 2, field 2: the line ends before it"));
 }
 
 TEST(DelimitedText, AFieldTooManyIsAnError) {
     DelimitedReader reader("1,2\r\n", "SR.dat");
     std::int16_t value = 0;
     reader.Field(value);
-    EXPECT_THROW(reader.EndLine(), Error);
+    EXPECT_THAT([&] { reader.EndLine(); }, FailsWith("SR.dat, line 1, field 2: there is one field too many"));
 }
 
 TEST(DelimitedText, AFieldCanBePassedOverWhateverItHolds) {
@@ -146,6 +143,26 @@ TEST(DelimitedText, AFieldCanBePassedOverWhateverItHolds) {
     reader.EndLine();
     EXPECT_EQ(value, 7);
     EXPECT_TRUE(reader.AtEnd());
+}
+
+TEST(DelimitedText, ALineMayEndInACarriageReturnOrALineFeedAlone) {
+    for (const std::string_view text : {"1\r2", "1\n2"}) {
+        DelimitedReader reader(text, "SR.dat");
+        std::int16_t first = 0, second = 0;
+        reader.Field(first);
+        reader.EndLine();
+        reader.Field(second);
+        EXPECT_EQ(second, 2);
+    }
+}
+
+TEST(DelimitedText, AnEmptyLineIsALine) {
+    DelimitedReader reader("1\n\n", "SR.dat");
+    std::int16_t value = 0;
+    reader.Field(value);
+    reader.EndLine();
+    EXPECT_THAT([&] { reader.Field(value); },
+                FailsWith("SR.dat, line 2, field 1: \"\" where a whole number from -32768 to 32767 is expected"));
 }
 
 TEST(DelimitedText, TheLastLineNeedsNoEnd) {

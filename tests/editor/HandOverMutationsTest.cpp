@@ -1,3 +1,4 @@
+#include "tests/editor/HandOverFile.h"
 #include "tests/editor/ReportingStation.h"
 
 #include <gtest/gtest.h>
@@ -7,23 +8,12 @@
 namespace tavrel::test {
 namespace {
 
-/// A folder with one file, SR.dat, in memory.
-class HandOverFile : public Files {
-public:
-    std::string contents;
-    bool Exists(std::string_view) const override { return true; }
-    std::vector<std::string> List(std::string_view, std::string_view) const override { return {}; }
-    std::string ReadText(std::string_view) const override { return contents; }
-    void WriteText(std::string_view, std::string_view text) override { contents = text; }
-    void AppendText(std::string_view, std::string_view) override {}
-};
-
 std::string ThreeImages(Global& global, HandOverFile& file) {
     global.report.pendingImages = std::make_shared<ImageList>(ImageList{
         {"C:\\img\\1.dcm", SomeView(), "Bone"}, {"a, \"b\"\r\nc.dcm", SomeView(), ""}, {"3.dcm", nullptr, "Hot Iron"}});
     global.report.filePath = "x\\y.dcm";
     ImageHandOver(global).Write();
-    return file.contents;
+    return file.contents.value();
 }
 
 std::string Mutated(std::string text, std::mt19937& random) {

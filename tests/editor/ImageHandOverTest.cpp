@@ -1,5 +1,7 @@
+#include "tests/editor/HandOverFile.h"
 #include "tests/editor/ReportingStation.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <limits>
@@ -54,6 +56,14 @@ TEST(ImageList, ExistsFromTheFirstScreenFillOn) {
     EXPECT_EQ(FileNames(station), Texts{"a.dcm"});
 }
 
+TEST(ImageList, AnImageBeforeTheFirstScreenFillIsRefused) {
+    ReportingStation station;
+    station.editor.AddImage("a.dcm", SomeView(), "");
+    EXPECT_EQ(station.windows.Texts(), Texts{"frmReport The report's list of images has not been made yet"});
+    EXPECT_THAT([&] { ImageHandOver(station.global).AddImage("a.dcm", SomeView(), ""); },
+                testing::Throws<Error>(testing::Field(&Error::number, static_cast<int>(Fault::Missing))));
+}
+
 TEST(ImageList, AScreenFillBeforeAnyStoredFileEmptiesIt) {
     ReportingStation station;
     AddImages(station, {"a.dcm"});
@@ -75,21 +85,22 @@ TEST(HandOverWrite, AStoreWritesTheImagesBesideTheStoredFile) {
 }
 
 TEST(HandOverWrite, AStoredFileWithoutAFolderIsHandedOverInTheCurrentOne) {
-    class RecordingFiles : public Files {
-    public:
-        std::string written;
-        bool Exists(std::string_view) const override { return false; }
-        std::vector<std::string> List(std::string_view, std::string_view) const override { return {}; }
-        std::string ReadText(std::string_view) const override { return {}; }
-        void WriteText(std::string_view path, std::string_view) override { written = path; }
-        void AppendText(std::string_view, std::string_view) override {}
-    } files;
     ReportingStation station;
+    HandOverFile files;
     Global global(station.PortsWith(files));
     global.report.pendingImages = std::make_shared<ImageList>(1, ImagePresentationContext{"a.dcm", SomeView(), ""});
-    global.report.filePath = " F1.dcm ";
-    ImageHandOver(global).Write();
-    EXPECT_EQ(files.written, ".SR.dat");
+    frmReport editor(global, station.serviceEvents, station.chooser, station.codeTables, station.printer);
+    editor.Porvane_OnStore("F1.dcm");
+    EXPECT_EQ(files.written, Texts{".SR.dat"});
+    EXPECT_EQ(global.report.filePath, "F1.dcm");
+}
+
+TEST(HandOverLoad, BeforeAnyStoredFileNoneIsLookedFor) {
+    ReportingStation station;
+    HandOverFile files;
+    Global global(station.PortsWith(files));
+    ImageHandOver(global).Load(&station.automation);
+    EXPECT_EQ(files.asked, Texts{});
 }
 
 TEST(HandOverWrite, AnEmptyListLeavesTheFileAsItWas) {
@@ -129,7 +140,8 @@ TEST(HandOverWrite, AParameterThatIsNoNumberIsToldAndTheFileStays) {
     AddImages(station, {"a.dcm"});
     station.global.report.pendingImages->front().ViewPars->zoom = std::numeric_limits<float>::quiet_NaN();
     station.serviceEvents.RaiseStore("1.2.3.2.1", station.Path("data\\F1.dcm"));
-    EXPECT_EQ(station.windows.messages.size(), 1U);
+    EXPECT_EQ(station.windows.Texts(),
+              Texts{"frmReport.Porvane_OnStore:13-A value is infinite or no number and cannot be written"});
     EXPECT_EQ(station.ReadFile("data\\SR.dat"), "as it was");
 }
 
@@ -198,8 +210,7 @@ TEST(HandOverLoad, ImagesWithoutAnOwnerToTellAreTold) {
     HandOverStation station(LineOf("a.dcm"));
     station.editor.Leave(station.automation);
     station.editor.lstHistory.ListIndex(0);
-    ASSERT_EQ(station.windows.messages.size(), 1U);
-    EXPECT_TRUE(station.windows.messages[0].text.starts_with("LoadSRDat "));
+    EXPECT_EQ(station.windows.Texts(), Texts{"LoadSRDat 91-The report has no automation object to hand its images to"});
 }
 
 TEST(HandOver, ImagesOfANewReportSurviveItsFirstSave) {

@@ -1,3 +1,4 @@
+#include "platform/attributes.h"
 #include "tests/editor/ReportingStation.h"
 
 #include <gtest/gtest.h>
@@ -44,6 +45,15 @@ TEST(NewReport, IsMadeFromTheImageSeriesAndShown) {
     EXPECT_EQ(station.editor.txtReportTitle.Text(), "");
     EXPECT_EQ(station.editor.txtPtName.Text(), "ROSSI^MARIA");
     EXPECT_TRUE(station.windows.messages.empty());
+}
+
+TEST(NewReport, IsMadeFromTheFirstImage) {
+    ReportingStation station;
+    station.OpenReport();
+    station.global.report.imageSeries = station.ImageSeries(2);
+    station.global.report.imageSeries->SetElementString(1, attribute::StudyDescription, "Of the second image");
+    station.editor.cmdNew_Click();
+    EXPECT_EQ(station.editor.txtStDescription.Text(), "Chest");
 }
 
 TEST(NewReport, LoadsTheFormAgainInFull) {
@@ -152,8 +162,7 @@ TEST(OtherReports, AnOwnerThatHasGoneIsTold) {
     station.editor.Leave(station.automation);
     station.Choose("Second");
     station.editor.cmdOthers.Press();
-    ASSERT_EQ(station.windows.messages.size(), 1U);
-    EXPECT_TRUE(station.windows.messages[0].text.starts_with("frmReport.cmdOthers_Click:91-"));
+    EXPECT_EQ(station.windows.Texts(), Texts{"frmReport.cmdOthers_Click:91-The report's automation object has gone"});
 }
 
 TEST(CloseButton, EndsTheProgramWithoutAQuestion) {

@@ -42,7 +42,7 @@ TEST(PrintFill, AReportThatIsNotApprovedCannotBePrinted) {
 }
 
 struct Shown {
-    std::string_view onScreen, printed;
+    std::string_view name, onScreen, printed;
 };
 
 class PrintedDates : public testing::TestWithParam<Shown> {};
@@ -58,13 +58,14 @@ TEST_P(PrintedDates, HaveOneForm) {
 }
 
 INSTANTIATE_TEST_SUITE_P(, PrintedDates,
-                         testing::Values(Shown{"1960-05-20", "20/05/1960"},          // another order
-                                         Shown{"1960-05-20 08:05:09", "20/05/1960"}, //
-                                         Shown{"20/05/1960", "20/05/1960"},          //
-                                         Shown{"20/05/1960 08:05:09", "20/05/1960"}, // no time is printed
-                                         Shown{"", ""},                              // no dates are left alone
-                                         Shown{"unknown", "unknown"},                //
-                                         Shown{"30/02/1960", "30/02/1960"}));
+                         testing::Values(Shown{"InAnotherOrder", "1960-05-20", "20/05/1960"},
+                                         Shown{"InAnotherOrderWithATime", "1960-05-20 08:05:09", "20/05/1960"},
+                                         Shown{"InTheirOrder", "20/05/1960", "20/05/1960"},
+                                         Shown{"InTheirOrderWithATime", "20/05/1960 08:05:09", "20/05/1960"},
+                                         Shown{"None", "", ""}, //
+                                         Shown{"NoDate", "unknown", "unknown"},
+                                         Shown{"NoDayOfTheCalendar", "30/02/1960", "30/02/1960"}),
+                         [](const auto& shown) { return std::string(shown.param.name); });
 
 TEST(PrintFill, AReadingOf1024CharactersIsStoredWhole) {
     PrintingStation station;

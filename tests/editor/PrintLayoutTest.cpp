@@ -4,79 +4,103 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <sstream>
 
 namespace tavrel::test {
 namespace {
 
-struct Named {
-    std::string name;
-    PrintControl::Kind kind;
+std::string NameOf(PrintSection::Kind kind) {
+    switch (kind) {
+    case PrintSection::Kind::ReportHeader:
+        return "Report header";
+    case PrintSection::Kind::PageHeader:
+        return "Page header";
+    case PrintSection::Kind::Detail:
+        return "Detail";
+    case PrintSection::Kind::PageFooter:
+        return "Page footer";
+    case PrintSection::Kind::ReportFooter:
+        return "Report footer";
+    }
+    return {};
+}
+
+/// A label's text in quotes, a field's column in brackets, a picture's path in angle brackets.
+std::string ContentOf(const PrintControl& control) {
+    switch (control.kind) {
+    case PrintControl::Kind::Label:
+        return '"' + control.text + '"';
+    case PrintControl::Kind::Field:
+        return '[' + control.text + ']';
+    case PrintControl::Kind::Image:
+        return '<' + control.text + '>';
+    }
+    return {};
+}
+
+std::string LineOf(const PrintSection& section) {
+    std::ostringstream line;
+    line << NameOf(section.kind) << ' ' << section.name << ", " << section.height << " mm";
+    if (section.ruled)
+        line << ", ruled";
+    return line.str();
+}
+
+std::string LineOf(const PrintControl& control) {
+    std::ostringstream line;
+    line << "  " << control.left << ' ' << control.top << ", " << control.width << " x " << control.height << ", "
+         << control.fontSize << " pt: " << control.name << ' ' << ContentOf(control);
+    for (const auto& [stated, word] : {std::pair{control.bold, ", bold"}, std::pair{control.faint, ", faint"},
+                                       std::pair{control.align == PrintControl::Align::Right, ", right"},
+                                       std::pair{control.canGrow, ", grows"}, std::pair{!control.visible, ", hidden"}})
+        if (stated)
+            line << word;
+    return line.str();
+}
+
+std::string Described(const PrintLayout& layout) {
     std::string text;
-    bool operator==(const Named&) const = default;
-};
-
-constexpr auto Label = PrintControl::Kind::Label;
-constexpr auto Field = PrintControl::Kind::Field;
-constexpr auto Image = PrintControl::Kind::Image;
-
-std::vector<Named> ControlsOf(const PrintLayout& layout, std::string_view section) {
-    std::vector<Named> controls;
-    for (const auto& control : std::ranges::find(layout.sections, section, &PrintSection::name)->controls)
-        controls.push_back({control.name, control.kind, control.text});
-    return controls;
+    for (const auto& section : layout.sections) {
+        text += LineOf(section) + '\n';
+        for (const auto& control : section.controls)
+            text += LineOf(control) + '\n';
+    }
+    return text;
 }
 
-TEST(PrintLayouts, TheSectionsStandInTheirOrder) {
-    std::vector<std::pair<std::string, PrintSection::Kind>> sections;
-    for (const auto& section : PrintReportLayout().sections)
-        sections.emplace_back(section.name, section.kind);
-    using enum PrintSection::Kind;
-    EXPECT_EQ(sections, (std::vector<std::pair<std::string, PrintSection::Kind>>{
-                            {"IntestazioneReport", ReportHeader},
-                            {"IntestazionePagina", PageHeader},
-                            {"DetailsCommand_Dettaglio", Detail},
-                            {"PièDiPaginaPagina", PageFooter},
-                            {"PièDiPaginaReport", ReportFooter},
-                        }));
-}
+/// Left and top in the section, width and height in millimetres, size of the letters, name, content.
+constexpr std::string_view Page = R"(Report header IntestazioneReport, 0 mm
+Page header IntestazionePagina, 26 mm, ruled
+  0 0, 80 x 22, 10 pt: imgLogo <>, hidden
+  85 12, 85 x 10, 18 pt: lblReport "Relazione clinica", bold, right
+  0 14, 80 x 8, 13 pt: Label6 "%i"
+Detail DetailsCommand_Dettaglio, 80 mm
+  0 2, 105 x 4.5, 8.5 pt: Label1 "Paziente", faint
+  0 6.5, 105 x 6, 11 pt: TextBox1 [PATIENTNAME], bold, grows
+  115 2, 55 x 4.5, 8.5 pt: Label2 "Identificativo paziente", faint
+  115 6.5, 55 x 6, 11 pt: TextBox2 [PATIENTID], grows
+  0 16, 45 x 4.5, 8.5 pt: Label3 "Data di nascita", faint
+  0 20.5, 45 x 6, 11 pt: TextBox5 [BIRTHDATE], grows
+  50 16, 25 x 4.5, 8.5 pt: Label4 "Età", faint
+  50 20.5, 25 x 6, 11 pt: TextBox4 [AGE], grows
+  80 16, 25 x 4.5, 8.5 pt: Label5 "Sesso", faint
+  80 20.5, 25 x 6, 11 pt: TextBox3 [SEX], grows
+  115 16, 55 x 4.5, 8.5 pt: Label7 "Data studio", faint
+  115 20.5, 55 x 6, 11 pt: TextBox7 [STUDYDATE], grows
+  0 34, 170 x 4.5, 8.5 pt: Label12 "Referto", faint
+  0 38.5, 170 x 6, 11 pt: TextBox18 [READING], grows
+  0 68, 105 x 4.5, 8.5 pt: Label8 "Il medico", faint
+  0 72.5, 105 x 6, 11 pt: TextBox6 [APPROVINGPHYSICIAN], grows
+  115 68, 55 x 4.5, 8.5 pt: Label9 "Data referto", faint
+  115 72.5, 55 x 6, 11 pt: TextBox8 [APPROVINGDATE], grows
+Page footer PièDiPaginaPagina, 9 mm, ruled
+  0 3, 28 x 5, 9 pt: Label24 "Referto stampato il "
+  28 3, 40 x 5, 9 pt: Label25 "%d"
+Report footer PièDiPaginaReport, 0 mm
+)";
 
-TEST(PrintLayouts, TheLabelsAreItalianAndTheFieldsAreBoundToTheTable) {
-    EXPECT_EQ(ControlsOf(PrintReportLayout(), "DetailsCommand_Dettaglio"),
-              (std::vector<Named>{{"Label1", Label, "Paziente"},
-                                  {"TextBox1", Field, "PATIENTNAME"},
-                                  {"Label2", Label, "Identificativo paziente"},
-                                  {"TextBox2", Field, "PATIENTID"},
-                                  {"Label3", Label, "Data di nascita"},
-                                  {"TextBox5", Field, "BIRTHDATE"},
-                                  {"Label4", Label, "Età"},
-                                  {"TextBox4", Field, "AGE"},
-                                  {"Label5", Label, "Sesso"},
-                                  {"TextBox3", Field, "SEX"},
-                                  {"Label7", Label, "Data studio"},
-                                  {"TextBox7", Field, "STUDYDATE"},
-                                  {"Label12", Label, "Referto"},
-                                  {"TextBox18", Field, "READING"},
-                                  {"Label8", Label, "Il medico"},
-                                  {"TextBox6", Field, "APPROVINGPHYSICIAN"},
-                                  {"Label9", Label, "Data referto"},
-                                  {"TextBox8", Field, "APPROVINGDATE"}}));
-}
-
-TEST(PrintLayouts, ThePageHeaderHoldsLogoHeadingAndTitle) {
-    EXPECT_EQ(ControlsOf(PrintReportLayout(), "IntestazionePagina"),
-              (std::vector<Named>{
-                  {"imgLogo", Image, ""}, {"lblReport", Label, "Relazione clinica"}, {"Label6", Label, "%i"}}));
-}
-
-TEST(PrintLayouts, ThePageFooterSaysWhenItWasPrinted) {
-    EXPECT_EQ(ControlsOf(PrintReportLayout(), "PièDiPaginaPagina"),
-              (std::vector<Named>{{"Label24", Label, "Referto stampato il "}, {"Label25", Label, "%d"}}));
-}
-
-TEST(PrintLayouts, ReportHeaderAndFooterAreEmpty) {
-    EXPECT_EQ(ControlsOf(PrintReportLayout(), "IntestazioneReport"), std::vector<Named>{});
-    EXPECT_EQ(ControlsOf(PrintReportLayout(), "PièDiPaginaReport"), std::vector<Named>{});
+TEST(PrintLayouts, ThePageStandsAsItIsDrawn) {
+    EXPECT_EQ(Described(PrintReportLayout()), Page);
 }
 
 TEST(PrintLayouts, TheWindowAndTheTitleAreNamedAndEveryTextIsInArial) {

@@ -1,6 +1,7 @@
 #include "platform/error.h"
 #include "tests/editor/PrintingStation.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace tavrel::test {
@@ -28,6 +29,12 @@ TEST(Print, IsDatedToday) {
     station.clock.now = {2026, 12, 1, 9, 30, 0};
     station.editor.cmdPrint.Press();
     EXPECT_EQ(station.printer.shown.at(0).today, (DateTime{2026, 12, 1, 9, 30, 0}));
+}
+
+TEST(Print, ThePreviewIsAskedToStandAboveTheOtherWindows) {
+    PrintingStation station;
+    station.editor.cmdPrint.Press();
+    EXPECT_TRUE(station.printer.shown.at(0).layout.topMost);
 }
 
 TEST(Print, WithoutALogoTheTitleStandsInItsPlace) {
@@ -142,6 +149,39 @@ TEST(Print, ATableThatAnotherWorkstationEmptiedIsToldToo) {
     station.editor.cmdPrint.Press();
     EXPECT_EQ(station.windows.messages.size(), 1U);
     EXPECT_EQ(station.printer.shown.size(), 0U);
+}
+
+/// The row as the engine gives it back, the report shown being "ROSSI^MARIA" without a study description.
+struct ReadBack {
+    std::string_view name, change;
+    bool ours;
+};
+
+class RowReadBack : public testing::TestWithParam<ReadBack> {};
+
+TEST_P(RowReadBack, IsShownWhenItsTextsAreOurs) {
+    PrintingStation station;
+    station.editor.txtStDescription.Text("");
+    station.global.catalogue = std::make_unique<Interrupted>(std::move(station.global.catalogue), [&] {
+        station.Execute("UPDATE Report SET " + std::string(GetParam().change));
+    });
+    station.editor.cmdPrint.Press();
+    EXPECT_EQ(station.printer.shown.size(), GetParam().ours ? 1U : 0U);
+}
+
+INSTANTIATE_TEST_SUITE_P(, RowReadBack,
+                         testing::Values(ReadBack{"PaddedWithBlanks", "PatientName='ROSSI^MARIA   '", true},
+                                         ReadBack{"NullForNothing", "StudyDescription=NULL", true},
+                                         ReadBack{"AnotherFirstLetter", "PatientName='BOSSI^MARIA'", false},
+                                         ReadBack{"AnotherLastLetter", "PatientName='ROSSI^MARIE'", false},
+                                         ReadBack{"OneLetterMore", "PatientName='ROSSI^MARIAN'", false}),
+                         [](const auto& readBack) { return std::string(readBack.param.name); });
+
+TEST(Print, ARowOfAnotherWorkstationHasAnErrorNumberOfItsOwn) {
+    PrintingStation station;
+    const auto empty = station.global.catalogue->OpenResultSet("SELECT * FROM Report");
+    EXPECT_THAT([&] { RequirePrintRow(*empty, {}); },
+                testing::Throws<Error>(testing::Field(&Error::number, static_cast<int>(Fault::PrintedElsewhere))));
 }
 
 } // namespace

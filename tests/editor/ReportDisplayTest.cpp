@@ -1,5 +1,7 @@
 #include "platform/attributes.h"
 #include "tests/editor/ReportingStation.h"
+#include "tests/support/OpenQueries.h"
+#include "tests/support/RecordingDatabase.h"
 
 #include <gtest/gtest.h>
 
@@ -67,6 +69,35 @@ TEST(ReportDisplay, TheCaptionStaysWithoutSiteData) {
     EXPECT_TRUE(station.windows.messages.empty());
 }
 
+TEST(ReportDisplay, LoadingAsksTheCatalogueForCaptionHeadingsUserAndOrganization) {
+    ReportingStation station;
+    station.OpenReport();
+    std::vector<RanStatement> ran;
+    station.global.catalogue = std::make_unique<RecordingConnection>(std::move(station.global.catalogue), ran);
+    station.editor.Form_Load();
+    EXPECT_EQ(ran, (std::vector<RanStatement>{{"SELECT * FROM SiteData "},
+                                              {"SELECT * FROM StdTitles Order by CodeMeaning "},
+                                              {" SELECT * FROM Users WHERE UserName='mrossi'"},
+                                              {"SELECT * FROM SiteData"}}));
+}
+
+TEST(ReportDisplay, LoadingClosesEveryQueryThatItOpened) {
+    ReportingStation station;
+    station.OpenReport();
+    Texts open;
+    station.global.catalogue = std::make_unique<OpenQueries>(std::move(station.global.catalogue), open);
+    station.editor.Form_Load();
+    EXPECT_EQ(open, Texts{});
+}
+
+TEST(ReportDisplay, TheWindowStandsAboveTheOthersBeforeItHasItsCaption) {
+    ReportingStation station;
+    bool above = false;
+    station.editor.Watch([&] { above = station.windows.IsTopMost(station.editor); });
+    station.OpenReport();
+    EXPECT_TRUE(above);
+}
+
 TEST(ReportDisplay, TheHistoryHoldsOneLineAVersionAndTheLastIsShown) {
     ReportingStation station;
     station.OpenReport({.versions = 3});
@@ -74,6 +105,12 @@ TEST(ReportDisplay, TheHistoryHoldsOneLineAVersionAndTheLastIsShown) {
               (Texts{"14/11/2026 08:00:00", "14/11/2026 08:01:00", "14/11/2026 08:02:00"}));
     EXPECT_EQ(station.editor.lstHistory.ListIndex(), 2);
     EXPECT_EQ(station.Document().VersionIndex(), 2);
+}
+
+TEST(ReportDisplay, TheOnlyVersionIsSelectedToo) {
+    ReportingStation station;
+    station.OpenReport();
+    EXPECT_EQ(station.editor.lstHistory.ListIndex(), 0);
 }
 
 TEST(ReportDisplay, ADocumentWithoutVersionsFillsTheScreenDirectly) {
@@ -154,6 +191,13 @@ TEST(ReportDisplay, HeadingsAreListedInTheOrderOfTheirMeaning) {
     EXPECT_EQ(station.editor.cmbReportTitle.Items(), (Texts{"ABDOMEN", "THORAX"}));
 }
 
+TEST(ReportDisplay, AHeadingWithoutAMeaningIsAnEmptyLine) {
+    ReportingStation station;
+    station.Execute("INSERT INTO StdTitles (CodeValue) VALUES ('T1')");
+    station.OpenReport();
+    EXPECT_EQ(station.editor.cmbReportTitle.Items(), Texts{""});
+}
+
 TEST(ReportDisplay, EveryFillAppendsTheHeadingsAgain) {
     ReportingStation station;
     station.AddCode("StdTitles", "99SS", "T1", "ABDOMEN");
@@ -228,6 +272,18 @@ TEST(ReportDisplay, TheReportFrameIsRedrawnAfterEachFill) {
     EXPECT_EQ(redrawn, 1);
 }
 
+TEST(ReportDisplay, AFillLocksThenRedrawsThenLoadsTheImages) {
+    ReportingStation station;
+    station.OpenReport({.versions = 2});
+    station.WriteFile("study\\report1\\SR.dat", "?");
+    Texts events;
+    station.editor.frmDataReport.Watch(
+        [&](Change change) { events.emplace_back(change == Change::Redraw ? "redrawn" : "locked"); });
+    station.windows.onMessage = [&](const MessageBox& message) { events.push_back(message.text.substr(0, 9)); };
+    station.editor.lstHistory.ListIndex(0);
+    EXPECT_EQ(events, (Texts{"locked", "redrawn", "LoadSRDat"}));
+}
+
 TEST(ReportDisplay, LoadingIsLoggedTwice) {
     ReportingStation station;
     station.OpenReport();
@@ -289,6 +345,25 @@ TEST(ReportDisplay, TheWindowIsKeptAboveTheOthers) {
     station.OpenReport();
     EXPECT_TRUE(station.windows.IsTopMost(station.editor));
     EXPECT_TRUE(station.windows.IsShown(station.editor));
+}
+
+TEST(ReportDisplay, TheStorageServiceIsHeardOnceTheReportIsLoaded) {
+    class LateEvents : public FakeServiceEvents {
+    public:
+        const Global* global = nullptr;
+        std::string signature;
+        std::unique_ptr<ServiceObject> Attach(ServiceEventHandler& handler) override {
+            signature = global->userSignature;
+            return FakeServiceEvents::Attach(handler);
+        }
+    } events;
+    ReportingStation station;
+    station.OpenReport();
+    events.global = &station.global;
+    station.global.userSignature.clear();
+    frmReport editor(station.global, events, station.chooser, station.codeTables, station.printer);
+    editor.Form_Load();
+    EXPECT_EQ(events.signature, "Dr. Mario Rossi"); // the last thing that loading looks up
 }
 
 TEST(ReportDisplay, ReloadingReleasesTheStorageServiceBeforeItListensAgain) {

@@ -84,6 +84,22 @@ TEST(ReportState, AnOlderVersionCallsForAttention) {
     EXPECT_EQ(station.editor.lblState.Emphasis(), Label::Tone::Attention);
 }
 
+TEST(ReportState, TheLastVersionIsNeutralAgain) {
+    ReportingStation station;
+    station.OpenReport({.versions = 2});
+    station.editor.lstHistory.ListIndex(0);
+    station.editor.lstHistory.ListIndex(1);
+    EXPECT_EQ(station.editor.lblState.Emphasis(), Label::Tone::Neutral);
+}
+
+TEST(ReportState, AnApprovedReportThatNobodySignedIsApproved) {
+    ReportingStation station;
+    station.OpenImages();
+    station.Document().status(DcmSRDocument::Approved);
+    station.editor.LoadDocs();
+    EXPECT_EQ(station.editor.lblState.Text(), "Approved");
+}
+
 TEST(ReportState, AnApprovedReportNamesWhoAndWhen) {
     ReportingStation station;
     station.OpenReport({.approved = true});

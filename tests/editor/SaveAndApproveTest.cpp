@@ -1,5 +1,6 @@
 #include "platform/attributes.h"
 #include "tests/editor/ReportingStation.h"
+#include "tests/support/OpenQueries.h"
 
 #include <gtest/gtest.h>
 
@@ -77,6 +78,35 @@ TEST(Save, AHeadingTypedFreelyHasNoCode) {
     EXPECT_EQ(TitleOf(station.Document()), (Title{"", "", "My own heading", "Chest radiograph"}));
 }
 
+TEST(Save, TheHeadingsQueryIsClosedBeforeTheVersionIsSent) {
+    OpenReportStation station;
+    Texts open, openWhenSent{"not sent"};
+    station.global.catalogue = std::make_unique<OpenQueries>(std::move(station.global.catalogue), open);
+    station.store.answer = [&](const SentVersion&) { openWhenSent = open; };
+    station.editor.cmdSave.Press();
+    EXPECT_EQ(openWhenSent, Texts{});
+}
+
+TEST(Save, AnotherFreeHeadingAloneIsNotTakenOver) {
+    OpenReportStation station;
+    station.editor.cmbReportTitle.Typed("My own heading");
+    station.editor.cmdSave.Press();
+    station.editor.cmbReportTitle.Typed("Another heading");
+    station.editor.cmdSave.Press();
+    EXPECT_EQ(TitleOf(station.Document()), (Title{"", "", "My own heading", "Chest radiograph"}));
+    EXPECT_EQ(station.editor.cmbReportTitle.Text(), "My own heading");
+}
+
+TEST(Save, AHeadingIsTakenAsTheTableHasIt) {
+    OpenReportStation station;
+    station.Execute("DROP TABLE StdTitles");
+    station.Execute("CREATE TABLE StdTitles (CodeScheme TEXT, CodeValue TEXT, CodeMeaning TEXT COLLATE NOCASE)");
+    station.AddCode("StdTitles", "99SS", "T7", "THORAX");
+    station.editor.cmbReportTitle.Typed("thorax");
+    station.editor.cmdSave.Press();
+    EXPECT_EQ(TitleOf(station.Document()).meaning, "THORAX");
+}
+
 TEST(Save, AnApostropheInTheHeadingIsToldAndNothingIsSent) {
     OpenReportStation station;
     station.editor.cmbReportTitle.Typed("Child's chest");
@@ -106,7 +136,8 @@ TEST(Save, AVersionThatTheServiceRefusesIsToldAndStaysInTheHistory) {
     station.store.answer = [](const SentVersion&) { throw Error(1, "Porvane", "Refused: out of resources"); };
     station.editor.txtReportAnnotation.Typed("A nodule.");
     station.editor.cmdSave.Press();
-    EXPECT_EQ(station.windows.Texts(), Texts{"Refused: out of resources"});
+    ASSERT_EQ(station.windows.messages.size(), 1U);
+    EXPECT_TRUE(station.windows.messages[0].text.starts_with("Refused: out of resources It is kept in the file "));
     EXPECT_EQ(station.editor.lstHistory.ListCount(), 2);
     EXPECT_EQ(station.editor.txtReportAnnotation.Text(), "A nodule.");
 }
@@ -168,24 +199,34 @@ TEST(Approve, YesLocksTheScreenAndOffersPrinting) {
     EXPECT_EQ(station.editor.lstHistory.ListIndex(), 1);
 }
 
-TEST(Approve, YesShowsTheSignatureAndTheDate) {
+TEST(Approve, YesShowsTheSignatureAndTheDateBeforeTheVersionIsSent) {
+    OpenReportStation station;
+    Texts shown;
+    station.store.answer = [&](const SentVersion&) {
+        shown = {station.editor.txtApprovingPhysician.Text(), station.editor.txtApprovalDate.Text()};
+    };
+    station.windows.answers = {Answer::Yes};
+    station.editor.cmdApprove.Press();
+    EXPECT_EQ(shown, (Texts{"Dr. Mario Rossi", "15/11/2026 08:05:09"}));
+}
+
+TEST(Approve, YesStatesWhoApprovedAndWhen) {
     OpenReportStation station;
     station.windows.answers = {Answer::Yes};
     station.editor.cmdApprove.Press();
-    EXPECT_EQ(station.editor.txtApprovingPhysician.Text(), "Dr. Mario Rossi");
-    EXPECT_EQ(station.editor.txtApprovalDate.Text(), "15/11/2026 08:05:09");
     EXPECT_EQ(station.editor.lblState.Text(), "Approved by Dr. Mario Rossi on 15/11/2026 08:05:09");
 }
 
-TEST(Approve, YesRedrawsTheApproverAndTheDate) {
+TEST(Approve, YesRedrawsTheApproverAndTheDateOnceTheVersionIsSent) {
     OpenReportStation station;
-    std::string redrawn;
+    std::string events;
+    station.store.answer = [&](const SentVersion&) { events += "sent "; };
     station.editor.txtApprovingPhysician.Watch(
-        [&](Change change) { redrawn += change == Change::Redraw ? "name " : ""; });
-    station.editor.txtApprovalDate.Watch([&](Change change) { redrawn += change == Change::Redraw ? "date" : ""; });
+        [&](Change change) { events += change == Change::Redraw ? "name " : ""; });
+    station.editor.txtApprovalDate.Watch([&](Change change) { events += change == Change::Redraw ? "date" : ""; });
     station.windows.answers = {Answer::Yes};
     station.editor.cmdApprove.Press();
-    EXPECT_EQ(redrawn, "name date");
+    EXPECT_EQ(events, "sent name date");
 }
 
 TEST(Approve, YesWritesAHistoryRowForTheCurrentSeries) {
