@@ -1,4 +1,5 @@
 #include "platform/paths.h"
+#include "tests/support/RowName.h"
 
 #include <gtest/gtest.h>
 
@@ -6,6 +7,7 @@ namespace tavrel {
 namespace {
 
 struct PathAndFolder {
+    std::string_view name;
     std::string_view path;
     std::string_view folder;
 };
@@ -17,15 +19,15 @@ TEST_P(Folders, EndAtTheLastSeparator) {
 }
 
 INSTANTIATE_TEST_SUITE_P(, Folders,
-                         testing::Values(PathAndFolder{"C:\\a\\b.dcm", "C:\\a\\"},     //
-                                         PathAndFolder{"b.dcm", "."},                  //
-                                         PathAndFolder{"", "."},                       //
-                                         PathAndFolder{"   ", "."},                    //
-                                         PathAndFolder{"  C:\\a\\b.dcm  ", "C:\\a\\"}, //
-                                         PathAndFolder{"C:\\a b\\c d.dcm", "C:\\a b\\"},
-                                         PathAndFolder{"\\b.dcm", "\\"},      //
-                                         PathAndFolder{"C:\\a\\", "C:\\a\\"}, //
-                                         PathAndFolder{"a/b.dcm", "."}));
+                         testing::Values(PathAndFolder{"File", "C:\\a\\b.dcm", "C:\\a\\"},
+                                         PathAndFolder{"BareName", "b.dcm", "."}, PathAndFolder{"Nothing", "", "."},
+                                         PathAndFolder{"Blanks", "   ", "."},
+                                         PathAndFolder{"BlanksAround", "  C:\\a\\b.dcm  ", "C:\\a\\"},
+                                         PathAndFolder{"BlanksInside", "C:\\a b\\c d.dcm", "C:\\a b\\"},
+                                         PathAndFolder{"FileOfTheRoot", "\\b.dcm", "\\"},
+                                         PathAndFolder{"Folder", "C:\\a\\", "C:\\a\\"},
+                                         PathAndFolder{"OtherSeparator", "a/b.dcm", "."}),
+                         test::RowName);
 
 } // namespace
 } // namespace tavrel

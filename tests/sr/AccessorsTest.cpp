@@ -1,3 +1,4 @@
+#include "host/ErrorReport.h"
 #include "tests/sr/ReportFixture.h"
 
 namespace tavrel::test {
@@ -71,10 +72,15 @@ TEST_F(Title, StaysWhenOnlyItsMeaningDiffers) {
     EXPECT_FALSE(document.Updated());
 }
 
-class TitleChanges : public Title, public testing::WithParamInterface<ContentNode> {};
+struct TitleChange {
+    std::string_view name;
+    ContentNode title;
+};
+
+class TitleChanges : public Title, public testing::WithParamInterface<TitleChange> {};
 
 TEST_P(TitleChanges, SetAllFieldsAndMarkTheDocument) {
-    const ContentNode& changed = GetParam();
+    const ContentNode& changed = GetParam().title;
 
     document.SetTitle(changed.CodeScheme, changed.Code, changed.CodeMeaning, changed.Annotation);
 
@@ -83,9 +89,11 @@ TEST_P(TitleChanges, SetAllFieldsAndMarkTheDocument) {
 }
 
 INSTANTIATE_TEST_SUITE_P(, TitleChanges,
-                         testing::Values(ContentNode{"DCM", "T1", "new", "Chest"},
-                                         ContentNode{"99SS", "T2", "new", "Chest"},
-                                         ContentNode{"99SS", "T1", "new", "Abdomen"}, ContentNode{}));
+                         testing::Values(TitleChange{"Scheme", {"DCM", "T1", "new", "Chest"}},
+                                         TitleChange{"Code", {"99SS", "T2", "new", "Chest"}},
+                                         TitleChange{"Text", {"99SS", "T1", "new", "Abdomen"}},
+                                         TitleChange{"Everything", {}}),
+                         RowName);
 
 class BodyPart : public Accessors {
 protected:
@@ -165,7 +173,7 @@ INSTANTIATE_TEST_SUITE_P(
                               &DcmSRDocument::GetFinding, &DcmSRDocument::SetFinding},
                     EntryList{"Diagnoses", &DcmSRDocument::GetDiagnosisCount, &DcmSRDocument::DeleteDiagnosis,
                               &DcmSRDocument::GetDiagnosis, &DcmSRDocument::SetDiagnosis}),
-    [](const auto& instance) { return std::string(instance.param.name); });
+    RowName);
 
 TEST_P(Entries, BelowZeroAreAppended) {
     Set(-1, {"99SS", "A", "meaning", "note"});
@@ -201,9 +209,12 @@ TEST_P(Entries, AreNumberedFromOne) {
 TEST_P(Entries, AtZeroOrBeyondTheEndCannotBeRead) {
     FillWithThree();
 
-    EXPECT_THROW(Get(0), Error);
-    EXPECT_THROW(Get(4), Error);
-    EXPECT_THROW(Get(-1), Error);
+    TrapNumbered(station.windows, "", [&] { Get(0); });
+    TrapNumbered(station.windows, "", [&] { Get(4); });
+    TrapNumbered(station.windows, "", [&] { Get(-1); });
+
+    EXPECT_THAT(Shown(), testing::ElementsAre("9-No entry 0 in a list of 3", "9-No entry 4 in a list of 3",
+                                              "9-No entry -1 in a list of 3"));
 }
 
 TEST_P(Entries, AtZeroCannotBeSet) {
@@ -248,6 +259,15 @@ TEST_P(Entries, AreDeletedByTheirNumber) {
     EXPECT_EQ(Count(), 2);
     EXPECT_EQ(Get(2).Code, "C");
     EXPECT_TRUE(document.Updated());
+}
+
+TEST_P(Entries, AreDeletedAtTheEndToo) {
+    FillWithThree();
+
+    Delete(3);
+
+    EXPECT_EQ(Count(), 2);
+    EXPECT_EQ(Get(2).Code, "B");
 }
 
 TEST_P(Entries, BeyondTheEndAreNotDeleted) {

@@ -2,6 +2,7 @@
 #include "host/Text.h"
 #include "platform/attributes.h"
 #include "sr/ObservationContext.h"
+#include "tests/support/RowName.h"
 #include "tests/support/Workstation.h"
 
 #include <gtest/gtest.h>
@@ -108,6 +109,7 @@ TEST_F(Observers, OfAnEmptyItemAreEmpty) {
 }
 
 struct Appended {
+    std::string_view name;
     int present;
     std::int16_t asked;
     std::int16_t answered;
@@ -137,8 +139,12 @@ TEST_P(CodeItems, AreAppendedOrReplaced) {
 }
 
 INSTANTIATE_TEST_SUITE_P(, CodeItems,
-                         testing::Values(Appended{0, -1, 0, 1}, Appended{2, -1, 2, 3}, Appended{2, -300, 2, 3},
-                                         Appended{0, 0, 0, 1}, Appended{1, 0, 0, 1}, Appended{3, 1, 1, 3}));
+                         testing::Values(Appended{"ToNone", 0, -1, 0, 1}, Appended{"ToTwo", 2, -1, 2, 3},
+                                         Appended{"ByAnyNegativeIndex", 2, -300, 2, 3},
+                                         Appended{"ByTheIndexOfTheEnd", 0, 0, 0, 1},
+                                         Appended{"InPlaceOfTheOnlyOne", 1, 0, 0, 1},
+                                         Appended{"InPlaceOfTheMiddle", 3, 1, 1, 3}),
+                         RowName);
 
 } // namespace
 } // namespace tavrel::test

@@ -51,6 +51,26 @@ TEST_F(Creation, ForgetsTheReportThatStoodThere) {
     EXPECT_FALSE(document.LoadedComplete());
 }
 
+TEST_F(Creation, OfAClearedReportStartsWithoutLabelsAndChanges) {
+    LoadReport({.versions = 2});
+    document.Reading("typed");
+
+    document.Clear();
+
+    EXPECT_THAT(Labels(), IsEmpty());
+    EXPECT_FALSE(document.Updated());
+}
+
+TEST_F(Creation, OfAClearedReportHasItsFirstVersionWrittenInPlace) {
+    LoadReport({});
+    document.Clear();
+    document.Series()->AddDataSet(-1);
+
+    document.Save(station.Path("saved.dcm"));
+
+    EXPECT_EQ(document.NumVersions(), 1);
+}
+
 TEST_F(Creation, CopiesPatientAndStudyFromTheImage) {
     const auto images = station.ImageSeries();
     images->SetElementString(0, attribute::FormerStudyElement, "kept");
@@ -194,6 +214,16 @@ TEST_F(Creation, LeavesACatalogueErrorToTheCaller) {
 
     EXPECT_THROW(CreateReport(), Error);
     EXPECT_THAT(Shown(), IsEmpty());
+}
+
+TEST_F(Creation, ThatFailsLeavesAVersionThatIsNotUpdated) {
+    global.catalogue->Close();
+
+    EXPECT_THROW(CreateReport(), Error);
+
+    EXPECT_EQ(document.NumVersions(), 1);
+    EXPECT_EQ(document.VersionIndex(), 0);
+    EXPECT_FALSE(document.Updated());
 }
 
 TEST_F(Creation, LeavesAMissingImageToTheCaller) {

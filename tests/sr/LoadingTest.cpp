@@ -7,7 +7,23 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::StartsWith;
 
-class Loading : public ReportFixture {};
+class Loading : public ReportFixture {
+protected:
+    std::string Title() const {
+        std::string scheme, code, meaning, annotation;
+        document.GetTitle(scheme, code, meaning, annotation);
+        return annotation;
+    }
+    /// What is wrong with a file, in the library's words.
+    std::string FaultOf(const std::string& path) {
+        try {
+            DcmSRDocument(global).OpenFile(path);
+            return "nothing";
+        } catch (const Error& error) {
+            return error.description;
+        }
+    }
+};
 
 TEST_F(Loading, OfAFileMakesItTheOnlyVersion) {
     const std::string folder = station.AddReport({.title = "Chest", .reading = "Normal.", .versions = 2});
@@ -34,6 +50,40 @@ TEST_F(Loading, OfAFileKeepsWhatAFileDoesNotHold) {
     EXPECT_EQ(document.BodyPartNode().CodeMeaning, "Chest");
 }
 
+TEST_F(Loading, OfAFileTakesThePlaceOfTheVersionsThatStoodThere) {
+    LoadReport({.versions = 2});
+
+    document.LoadFile(station.Path("study\\report1\\img_000001.dcm"));
+
+    EXPECT_EQ(document.NumVersions(), 1);
+    EXPECT_THAT(Labels(), ElementsAre("14/11/2026 08:00:00"));
+}
+
+TEST_F(Loading, OfAFileWithoutAReadingKeepsTheOneThatStoodThere) {
+    LoadReport({.reading = "stays"});
+    const auto bare = station.dicom->NewDataSet();
+    bare->SetValue(attribute::SopClassUid, 0, "1.2.840.10008.5.1.4.1.1.88.11");
+    bare->SetValue(attribute::SopInstanceUid, 0, "1.2.3.4.5");
+    bare->SaveToFile(station.Path("bare.dcm"));
+
+    document.LoadFile(station.Path("bare.dcm"));
+
+    EXPECT_THAT(Shown(), IsEmpty());
+    EXPECT_EQ(document.Reading(), "stays");
+}
+
+TEST_F(Loading, OfAFileThatFailsKeepsAllButTheVersions) {
+    LoadReport({.title = "Chest", .reading = "Normal.", .versions = 2});
+
+    document.LoadFile(station.Path("missing.dcm"));
+
+    EXPECT_EQ(document.NumVersions(), 0);
+    EXPECT_EQ(document.VersionIndex(), 1);
+    EXPECT_EQ(document.VersionCount(), 2);
+    EXPECT_EQ(Title(), "Chest");
+    EXPECT_EQ(document.Reading(), "Normal.");
+}
+
 TEST_F(Loading, OfAFileDoesNotMoveTheCurrentFile) {
     global.report.filePath = "before";
 
@@ -47,8 +97,7 @@ TEST_F(Loading, OfAMissingFileNamesItAndWhy) {
 
     document.LoadFile(path);
 
-    ASSERT_THAT(Shown(), ElementsAre(StartsWith("SRDocument.LoadFile(" + path + ") : ")));
-    EXPECT_GT(Shown()[0].size(), ("SRDocument.LoadFile(" + path + ") : ").size());
+    ASSERT_THAT(Shown(), ElementsAre("SRDocument.LoadFile(" + path + ") : " + FaultOf(path)));
     EXPECT_EQ(station.windows.messages[0].title, "");
     EXPECT_EQ(document.NumVersions(), 0);
 }
@@ -181,7 +230,29 @@ TEST_F(Loading, ThatMeetsABrokenFileKeepsTheVersionsBeforeIt) {
     EXPECT_EQ(global.report.filePath, folder + "\\img_000001.dcm");
 }
 
-TEST_F(Loading, ArrangesAfterEveryFile) {
+TEST_F(Loading, ThatMeetsABrokenFileHasForgottenTheFormerLabels) {
+    LoadReport({.versions = 3});
+    station.files->WriteText(station.Path("study\\report1\\img_000002.dcm"), "broken");
+
+    document.LoadSeries(station.Path("study\\report1"));
+
+    EXPECT_THAT(Labels(), IsEmpty());
+    EXPECT_EQ(document.VersionIndex(), -1);
+}
+
+TEST_F(Loading, ThatMeetsABrokenFileIsFollowedByAnotherVersion) {
+    const std::string folder = station.AddReport({.versions = 2});
+    station.files->WriteText(folder + "\\img_000002.dcm", "broken");
+    document.LoadSeries(folder);
+
+    document.Send();
+
+    EXPECT_EQ(document.NumVersions(), 2);
+}
+
+/// A document whose list of versions writes down how it is loaded.
+class WatchedLoading : public Loading {
+protected:
     struct Watching : ForwardingDataSetList {
         Watching(std::shared_ptr<DataSetList> target, std::vector<std::string>& made)
             : ForwardingDataSetList(std::move(target)), calls(made) {}
@@ -201,13 +272,22 @@ TEST_F(Loading, ArrangesAfterEveryFile) {
             return std::make_shared<Watching>(ForwardingLibrary::NewDataSetList(), calls);
         }
         std::vector<std::string> calls;
-    } library(*station.dicom);
-    Global watched(station.PortsWith(library));
-    DcmSRDocument loaded(watched);
+    };
+    Library library{*station.dicom};
+    Global watched{station.PortsWith(library)};
+    DcmSRDocument loaded{watched};
+};
 
+TEST_F(WatchedLoading, ArrangesAfterEveryFileOfASeries) {
     loaded.LoadSeries(station.AddReport({.versions = 2}));
 
     EXPECT_THAT(library.calls, ElementsAre("LoadFile -1 0", "Arrange 0", "LoadFile -1 0", "Arrange 0"));
+}
+
+TEST_F(WatchedLoading, ArrangesAfterASingleFileToo) {
+    loaded.LoadFile(station.AddReport() + "\\img_000001.dcm");
+
+    EXPECT_THAT(library.calls, ElementsAre("LoadFile -1 0", "Arrange 0"));
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include "platform/attributes.h"
 #include "platform/error.h"
 #include "sr/DcmSRDocument.h"
+#include "tests/support/RowName.h"
 #include "tests/support/Workstation.h"
 
 #include <gmock/gmock.h>

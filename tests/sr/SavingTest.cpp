@@ -29,6 +29,7 @@ TEST_F(Saving, MakesAFileThatReadsBackAsItWas) {
                 ElementsAre("99SS", "T1", "Röntgen", "Thorax für Müller"));
     EXPECT_EQ(read.Reading(), "Größe: 5 µm ± 1\r\nKein Erguß.");
     EXPECT_EQ(read.status(), DcmSRDocument::Approved);
+    ASSERT_NE(read.Approver(), nullptr);
     EXPECT_EQ(read.Approver()->ObserverName, "Dr. Mario Rossi");
     EXPECT_EQ(read.Approver()->ObservationDateTime, (DateTime{2026, 11, 15, 8, 5, 9}));
     EXPECT_EQ(read.PatientName(), "ROSSI^MARIA");
@@ -92,10 +93,16 @@ TEST_F(Saving, SendsNothing) {
 
 TEST_F(Saving, ThatFailsShowsTheDescriptionAloneAndStaysUpdated) {
     CreateReport();
+    std::string why;
 
     document.Save(station.Path("nowhere\\saved.dcm"));
 
-    ASSERT_THAT(Shown(), SizeIs(1));
+    try {
+        LastVersion()->SaveToFile(station.Path("nowhere\\saved.dcm"));
+    } catch (const Error& error) {
+        why = error.description;
+    }
+    ASSERT_THAT(Shown(), ElementsAre(why));
     EXPECT_EQ(station.windows.messages[0].title, "");
     EXPECT_TRUE(document.Updated());
     document.Save(file);

@@ -69,6 +69,27 @@ TEST_F(Sending, ShowsARefusalAlone) {
     EXPECT_EQ(station.windows.messages[0].buttons, Buttons::Ok);
 }
 
+TEST_F(Sending, ACharacterThatTheReportsSetLacksIsToldAndNothingIsSent) {
+    CreateReport();
+    document.Reading("0.5 \u03A9");
+
+    document.Send();
+
+    EXPECT_THAT(Shown(), ElementsAre(testing::HasSubstr("\u03A9")));
+    EXPECT_THAT(station.store.sent, IsEmpty());
+    EXPECT_EQ(document.Reading(), "0.5 \u03A9");
+}
+
+TEST_F(Sending, AVersionWithoutAStudyIsToldAndNotSent) {
+    CreateReport();
+    document.Series()->SetElementValue(0, attribute::StudyInstanceUid, 0, "");
+
+    document.Send();
+
+    EXPECT_THAT(Shown(), SizeIs(1));
+    EXPECT_THAT(station.store.sent, IsEmpty());
+}
+
 TEST_F(Sending, KeepsTheVersionThatWasRefused) {
     station.store.answer = [](const SentVersion&) { throw Error(0xA700, "Porvane", "Out of resources"); };
     LoadReport({});
@@ -102,6 +123,7 @@ TEST_F(Sending, ShowsAPortWithoutATitle) {
 }
 
 TEST_F(Sending, AsksForThePortInItsExactWordsAndLetsItGoFirst) {
+    station.Insert("Port", {{"Port", "999"}, {"AETitle", "OTHER"}}); // the first row is not the last
     CreateReport();
     std::vector<RanStatement> statements;
     global.catalogue = std::make_unique<RecordingConnection>(std::move(global.catalogue), statements);

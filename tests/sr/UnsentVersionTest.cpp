@@ -66,12 +66,12 @@ TEST_F(Unsent, IsKeptAfterAnyFailureThatLeavesItsFateOpen) {
 }
 
 TEST_F(Unsent, ThatWasRefusedBeforeItWasSentIsNotKept) {
-    Refuse({static_cast<int>(DicomFault::NotSendable), "DICOM", "It has no study."});
+    document.Reading("0.5 \u03A9"); // a letter that no report can hold
 
     document.Send();
 
     EXPECT_THAT(Kept(), IsEmpty());
-    EXPECT_THAT(Shown(), testing::ElementsAre("It has no study."));
+    EXPECT_THAT(Shown(), testing::ElementsAre(testing::Not(HasSubstr("kept"))));
 }
 
 TEST_F(Unsent, HasAFileOfItsOwnEachTime) {
@@ -101,12 +101,23 @@ TEST_F(Unsent, ThatCannotBeKeptEitherSaysBoth) {
 }
 
 TEST_F(Unsent, ThatCannotBeWrittenLeavesNoEmptyFile) {
-    document.Series()->SetElementValue(0, attribute::PatientName, 0, "Ωmega");
+    struct Unwritable : ForwardingDataSet {
+        using ForwardingDataSet::ForwardingDataSet;
+        void SaveToFile(std::string_view) const override { throw Error(5, "DICOM", "The disk is full."); }
+    };
+    struct List : ForwardingDataSetList {
+        using ForwardingDataSetList::ForwardingDataSetList;
+        DataSetHandle Item(int index) const override {
+            return std::make_shared<Unwritable>(ForwardingDataSetList::Item(index));
+        }
+    };
+    document.Series(std::make_shared<List>(document.Series()));
 
     document.Send();
 
     EXPECT_THAT(Kept(), IsEmpty());
-    EXPECT_THAT(Shown()[0], HasSubstr("It could not be kept as a file either: The character"));
+    EXPECT_THAT(Shown(), testing::ElementsAre("The service is down. It could not be kept as a file either: "
+                                              "The disk is full."));
 }
 
 } // namespace

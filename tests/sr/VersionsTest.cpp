@@ -1,3 +1,4 @@
+#include "host/ErrorReport.h"
 #include "tests/sr/ReportFixture.h"
 
 namespace tavrel::test {
@@ -47,13 +48,18 @@ TEST_F(Versions, AreAskedForFromOneOn) {
     EXPECT_THROW(document.Version(3), Error);
 }
 
-class BadIndexes : public Versions, public testing::WithParamInterface<std::int16_t> {};
+struct BadIndex {
+    std::string_view name;
+    std::int16_t index;
+};
+
+class BadIndexes : public Versions, public testing::WithParamInterface<BadIndex> {};
 
 TEST_P(BadIndexes, AreRefusedAndTheIndexStays) {
     LoadReport({.versions = 2});
 
     try {
-        document.VersionIndex(GetParam());
+        document.VersionIndex(GetParam().index);
         FAIL() << "accepted";
     } catch (const Error& error) {
         EXPECT_EQ(error.number, 1);
@@ -63,7 +69,11 @@ TEST_P(BadIndexes, AreRefusedAndTheIndexStays) {
     EXPECT_EQ(document.VersionIndex(), 1);
 }
 
-INSTANTIATE_TEST_SUITE_P(, BadIndexes, testing::Values(-1, 2, 3, -32768, 32767));
+INSTANTIATE_TEST_SUITE_P(, BadIndexes,
+                         testing::Values(BadIndex{"BelowTheFirst", -1}, BadIndex{"AfterTheLast", 2},
+                                         BadIndex{"BeyondTheEnd", 3}, BadIndex{"Lowest", -32768},
+                                         BadIndex{"Highest", 32767}),
+                         RowName);
 
 TEST_F(Versions, IndexDoesNotReloadTheContent) {
     LoadReport({.reading = "stored", .versions = 2});
@@ -98,13 +108,17 @@ TEST_F(Versions, ThatDoNotExistFailInTheLibrary) {
     } catch (const Error& error) {
         EXPECT_EQ(error.description, "No data set at index 2");
     }
+    EXPECT_EQ(document.VersionIndex(), 2);
 }
 
 TEST_F(Versions, OfADocumentWithoutAListAreAnErrorInWords) {
     document.Series(nullptr);
 
-    EXPECT_THROW(document.NumVersions(), Error);
-    EXPECT_THROW(document.GotoVersion(0), Error);
+    TrapNumbered(station.windows, "", [&] { document.NumVersions(); });
+    TrapNumbered(station.windows, "", [&] { document.GotoVersion(0); });
+
+    EXPECT_THAT(Shown(), testing::Each("91-The report holds no list of versions"));
+    EXPECT_THAT(Shown(), testing::SizeIs(2));
 }
 
 class ReadOnly : public Versions {};
@@ -133,19 +147,26 @@ TEST_F(ReadOnly, IsEveryVersionOfAnApprovedReport) {
     EXPECT_TRUE(document.ReadOnly());
 }
 
-class Statuses : public Versions, public testing::WithParamInterface<std::pair<int, bool>> {};
+struct Status {
+    std::string_view name;
+    int status;
+    bool readOnly;
+};
+
+class Statuses : public Versions, public testing::WithParamInterface<Status> {};
 
 TEST_P(Statuses, OnlyOneIsWritable) {
     CreateReport();
 
-    document.status(GetParam().first);
+    document.status(GetParam().status);
 
-    EXPECT_EQ(document.ReadOnly(), GetParam().second);
+    EXPECT_EQ(document.ReadOnly(), GetParam().readOnly);
 }
 
 INSTANTIATE_TEST_SUITE_P(, Statuses,
-                         testing::Values(std::pair(1, false), std::pair(0, true), std::pair(-1, true),
-                                         std::pair(2, true)));
+                         testing::Values(Status{"Pending", 1, false}, Status{"Approved", 0, true},
+                                         Status{"BelowApproved", -1, true}, Status{"AbovePending", 2, true}),
+                         RowName);
 
 TEST_F(Versions, AreUpdatedByAnyWriteOfTheStatus) {
     LoadReport({});
@@ -167,23 +188,59 @@ TEST_F(Versions, AreNeverProprietary) {
     EXPECT_FALSE(document.IsProprietary());
 }
 
-class CompletionFlags : public Versions, public testing::WithParamInterface<std::pair<std::string, int>> {};
+struct Completion {
+    std::string_view name;
+    std::string flag;
+    int status;
+};
+
+class CompletionFlags : public Versions, public testing::WithParamInterface<Completion> {};
 
 TEST_P(CompletionFlags, DecideTheStatus) {
     LoadReport({.versions = 1, .approved = true});
-    VersionAt(0)->SetValue(attribute::CompletionFlag, 0, GetParam().first);
+    VersionAt(0)->SetValue(attribute::CompletionFlag, 0, GetParam().flag);
 
     document.GotoVersion(0);
 
-    EXPECT_EQ(document.status(), GetParam().second);
-    EXPECT_EQ(document.LoadedComplete(), GetParam().second == DcmSRDocument::Approved);
+    EXPECT_EQ(document.status(), GetParam().status);
+    EXPECT_EQ(document.LoadedComplete(), GetParam().status == DcmSRDocument::Approved);
 }
 
 INSTANTIATE_TEST_SUITE_P(, CompletionFlags,
-                         testing::Values(std::pair("COMPLETE", 0), std::pair("PARTIAL", 1), std::pair("", 1),
-                                         std::pair("complete", 1), std::pair("COMPLETED", 1)));
+                         testing::Values(Completion{"Complete", "COMPLETE", 0}, Completion{"Partial", "PARTIAL", 1},
+                                         Completion{"Empty", "", 1}, Completion{"SmallLetters", "complete", 1},
+                                         Completion{"LongerWord", "COMPLETED", 1}),
+                         RowName);
+
+TEST_F(Versions, AreAskedForTheirCompletionByAnOddVr) {
+    struct Watched : ForwardingDataSet {
+        Watched(DataSetHandle target, std::vector<std::string>& asked)
+            : ForwardingDataSet(std::move(target)), vrs(asked) {}
+        Value GetValue(const Attribute& attribute, int valueIndex) const override {
+            if (attribute == attribute::CompletionFlag)
+                vrs.emplace_back(attribute.vr);
+            return ForwardingDataSet::GetValue(attribute, valueIndex);
+        }
+        std::vector<std::string>& vrs;
+    };
+    struct List : ForwardingDataSetList {
+        using ForwardingDataSetList::ForwardingDataSetList;
+        DataSetHandle Item(int index) const override {
+            return std::make_shared<Watched>(ForwardingDataSetList::Item(index), vrs);
+        }
+        mutable std::vector<std::string> vrs;
+    };
+    LoadReport({});
+    const auto list = std::make_shared<List>(document.Series());
+    document.Series(list);
+
+    document.GotoVersion(0);
+
+    EXPECT_THAT(list->vrs, ElementsAre("SC"));
+}
 
 struct Physicians {
+    std::string_view name;
     std::vector<std::string> observers; ///< in the order of their saves
     bool approved;
     std::string referring; ///< empty for none
@@ -211,11 +268,14 @@ TEST_P(ReportPhysicians, ComeFromTheObservers) {
 }
 
 INSTANTIATE_TEST_SUITE_P(, ReportPhysicians,
-                         testing::Values(Physicians{{}, false, "", ""}, Physicians{{}, true, "", ""},
-                                         Physicians{{"A"}, false, "A", ""}, Physicians{{"A"}, true, "A", "A"},
-                                         Physicians{{"A", "B"}, true, "A", "B"},
-                                         Physicians{{"A", "B", "C"}, false, "C", ""},
-                                         Physicians{{"A", "B", "C"}, true, "B", "C"}));
+                         testing::Values(Physicians{"NobodyPending", {}, false, "", ""},
+                                         Physicians{"NobodyApproved", {}, true, "", ""},
+                                         Physicians{"OnePending", {"A"}, false, "A", ""},
+                                         Physicians{"OneApproved", {"A"}, true, "A", "A"},
+                                         Physicians{"TwoApproved", {"A", "B"}, true, "A", "B"},
+                                         Physicians{"ThreePending", {"A", "B", "C"}, false, "C", ""},
+                                         Physicians{"ThreeApproved", {"A", "B", "C"}, true, "B", "C"}),
+                         RowName);
 
 TEST_F(Versions, ShowTheirNewObserverOnlyWhenReadAgain) {
     LoadReport({.observer = "Dr. Anna Bianchi", .versions = 1});

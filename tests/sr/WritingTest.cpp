@@ -142,6 +142,7 @@ TEST_F(Writing, LeavesBodyPartFindingsAndDiagnosesOut) {
 }
 
 struct Flags {
+    std::string_view name;
     int status;
     std::string_view completion;
     std::string_view verification;
@@ -160,8 +161,11 @@ TEST_P(StatusFlags, SayWhetherTheReportIsApproved) {
 }
 
 INSTANTIATE_TEST_SUITE_P(, StatusFlags,
-                         testing::Values(Flags{0, "COMPLETE", "VERIFIED"}, Flags{1, "PARTIAL", "UNVERIFIED"},
-                                         Flags{-1, "PARTIAL", "UNVERIFIED"}, Flags{2, "PARTIAL", "UNVERIFIED"}));
+                         testing::Values(Flags{"Approved", 0, "COMPLETE", "VERIFIED"},
+                                         Flags{"Pending", 1, "PARTIAL", "UNVERIFIED"},
+                                         Flags{"BelowApproved", -1, "PARTIAL", "UNVERIFIED"},
+                                         Flags{"AbovePending", 2, "PARTIAL", "UNVERIFIED"}),
+                         RowName);
 
 TEST_F(Writing, RecordsWhoSavedWhereAndWhen) {
     CreateReport();
@@ -214,6 +218,19 @@ TEST_F(Writing, NamesAllEarlierVersionsAsPredecessorsUnderOneSeries) {
         EXPECT_EQ(Text(version, attribute::ReferencedSopInstanceUid),
                   Text(VersionAt(index), attribute::SopInstanceUid));
     }
+}
+
+TEST_F(Writing, NamesAPredecessorByTheClassThatItsFileHas) {
+    LoadReport({});
+    VersionAt(0)->SetValue(attribute::SopClassUid, 0, "1.2.840.10008.5.1.4.1.1.88.22");
+
+    document.Send();
+
+    DataSetHandle item = LastVersion();
+    for (const Tag sequence : {Tag{attribute::PredecessorDocumentsSequence}, Tag{attribute::ReferencedSeriesSequence},
+                               Tag{attribute::ReferencedSopSequence}})
+        item = item->GetSequenceItem(sequence, 0);
+    EXPECT_EQ(Text(item, attribute::ReferencedSopClassUid), "1.2.840.10008.5.1.4.1.1.88.22");
 }
 
 TEST_F(Writing, ReplacesTheInheritedPredecessors) {

@@ -11,6 +11,7 @@ public:
 
     void StoreToNode(std::string_view host, std::string_view port, std::string_view callingAe,
                      std::string_view calledAe, bool wait) override {
+        ForwardingDataSet::StoreToNode(host, port, callingAe, calledAe, wait);
         store_.sent.push_back(
             {std::string(host), std::string(port), std::string(callingAe), std::string(calledAe), wait, target_});
         if (store_.answer)

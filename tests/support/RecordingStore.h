@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/background.h"
 #include "tests/support/ForwardingDicom.h"
 
 #include <functional>
@@ -15,7 +16,14 @@ struct SentVersion {
     DataSetHandle dataSet; ///< the version itself, as it stands now
 };
 
-/// The DICOM library with the network cut off: what a report sends is recorded here.
+/// Drops the work, which is the network's part of a store.
+class CutNetwork : public Background {
+public:
+    void Run(std::string_view, const std::function<void()>&) override {}
+};
+
+/// The DICOM library with its network cut off: what a report sends is recorded here, once the library
+/// has checked and encoded it as it does before it asks a service.
 class RecordingStore : public ForwardingLibrary {
 public:
     using ForwardingLibrary::ForwardingLibrary;

@@ -56,7 +56,7 @@ std::string Quoted(std::string_view text) {
 Workstation::Workstation(State state)
     : files(std::make_unique<PosixFiles>()),
       database(std::make_unique<OwnCatalogue>(folder.Path() / "catalogue.db", connectionTexts)),
-      dicom(std::make_unique<DcmtkLibrary>(background, serviceEvents)), store(*dicom), global(PortsWith(*database)),
+      dicom(std::make_unique<DcmtkLibrary>(network, serviceEvents)), store(*dicom), global(PortsWith(*database)),
       beside_(database->NewConnection()) {
     beside_->Open({}, {}, {});
     CreateSchema(*beside_, Engine::Sqlite);

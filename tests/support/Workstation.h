@@ -95,11 +95,12 @@ public:
     FakeViewerLink viewers;
     FakeServiceEvents serviceEvents;
     InlineBackground background;
+    CutNetwork network;
     std::unique_ptr<Files> files;
     std::vector<std::string> connectionTexts; ///< what the program opened its connections with
     std::unique_ptr<Database> database;
-    std::unique_ptr<DicomLibrary> dicom; ///< with its network
-    RecordingStore store;                ///< `dicom` with the network cut off; the program uses this one
+    std::unique_ptr<DicomLibrary> dicom; ///< with `network`
+    RecordingStore store;                ///< `dicom`, and what is sent is recorded; the program uses this one
     Global global;
 
 private:
