@@ -121,6 +121,25 @@ TEST_F(Statements, OfTheSeriesStatusHaveTheirExactWords) {
                 ElementsAre(RanStatement{"UPDATE Series SET SeriesStatus='VIEWED' WHERE SeriesInstanceUID='1.2.3.1'"}));
 }
 
+TEST_F(Audit, HoldsNothingOpenWhileItWrites) {
+    struct Crowded : ForwardingConnection {
+        Crowded(std::unique_ptr<Connection> target, Workstation& beside)
+            : ForwardingConnection(std::move(target)), others(beside) {}
+        std::unique_ptr<ResultSet> OpenResultSet(std::string_view statement, Cursor cursor) override {
+            if (statement.starts_with("INSERT")) {
+                EXPECT_NO_THROW(others.AddPatient("P2", "VERDI^ANNA"));
+            }
+            return ForwardingConnection::OpenResultSet(statement, cursor);
+        }
+        Workstation& others;
+    };
+    station.AddExampleStudy();
+    station.Insert("DicomServer", {{"AETitle", "SECOND"}}); // the first row is not the last
+    global.catalogue = std::make_unique<Crowded>(std::move(global.catalogue), station);
+
+    WriteHistory(global, "1.2.3.1", "REFERT", "View Refert");
+}
+
 using SeriesStatus = Audit;
 
 TEST_F(SeriesStatus, IsSetOnItsSeriesAlone) {

@@ -129,8 +129,10 @@ TEST(Traps, NeverLoseAFailureOfAnotherType) {
 TEST(State, WithoutCatalogueOrDocumentAnswersWithWords) {
     Workstation station(Workstation::NotStarted);
 
-    EXPECT_THROW(Catalogue(station.global), Error);
-    EXPECT_THROW(CurrentDocument(station.global), Error);
+    TrapNumbered(station.windows, "", [&] { Catalogue(station.global); });
+    TrapNumbered(station.windows, "", [&] { CurrentDocument(station.global); });
+
+    EXPECT_THAT(station.windows.Texts(), ElementsAre("91-The catalogue has not been opened", "91-No report is open"));
 }
 
 } // namespace

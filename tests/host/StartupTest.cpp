@@ -1,5 +1,7 @@
 #include "host/Startup.h"
 #include "platform/error.h"
+#include "tests/support/RecordingDatabase.h"
+#include "tests/support/RowName.h"
 #include "tests/support/Workstation.h"
 
 #include <gmock/gmock.h>
@@ -48,6 +50,15 @@ TEST_F(Startup, ReadsTheFirstSite) {
 
     EXPECT_EQ(global.baseUid, "1.2.999");
     EXPECT_EQ(global.organization, "Orbenta General Hospital");
+}
+
+TEST_F(Startup, AsksForTheSiteInItsExactWords) {
+    RecordingDatabase catalogue(*station.database);
+    Global recorded(station.PortsWith(catalogue));
+
+    Init(recorded);
+
+    EXPECT_THAT(catalogue.statements, ElementsAre(RanStatement{"SELECT * FROM SiteData"}));
 }
 
 TEST_F(Startup, TakesAUserInformationObjectButDoesNotAskIt) {
@@ -107,10 +118,15 @@ TEST_F(Startup, WithoutTheDataSourceShowsWhyAndEndsTheProcess) {
     EXPECT_EQ(Log(), "15/11/2026 08:05:09 - Entering main\r\n");
 }
 
-class StartupOn : public Startup, public testing::WithParamInterface<std::string_view> {};
+struct BrokenSite {
+    std::string_view name;
+    std::string_view statement;
+};
+
+class StartupOn : public Startup, public testing::WithParamInterface<BrokenSite> {};
 
 TEST_P(StartupOn, ABrokenSiteShowsWhyAndEndsTheProcess) {
-    station.Execute(GetParam());
+    station.Execute(GetParam().statement);
 
     Init(global);
 
@@ -120,9 +136,11 @@ TEST_P(StartupOn, ABrokenSiteShowsWhyAndEndsTheProcess) {
 }
 
 INSTANTIATE_TEST_SUITE_P(, StartupOn,
-                         testing::Values("DELETE FROM SiteData", "DROP TABLE SiteData",
-                                         "UPDATE SiteData SET BaseUID = NULL",
-                                         "UPDATE SiteData SET Organization = NULL"));
+                         testing::Values(BrokenSite{"NoRow", "DELETE FROM SiteData"},
+                                         BrokenSite{"NoTable", "DROP TABLE SiteData"},
+                                         BrokenSite{"NoBaseUid", "UPDATE SiteData SET BaseUID = NULL"},
+                                         BrokenSite{"NoOrganization", "UPDATE SiteData SET Organization = NULL"}),
+                         RowName);
 
 TEST_F(Startup, WithoutALogFileWorksAllTheSame) {
     station.process.applicationFolder = station.Path("nowhere");

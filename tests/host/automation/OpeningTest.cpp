@@ -1,5 +1,6 @@
 #include "platform/attributes.h"
 #include "tests/editor/ReportingStation.h"
+#include "tests/support/RecordingDatabase.h"
 
 #include <gtest/gtest.h>
 
@@ -88,6 +89,17 @@ TEST(OpeningImages, CancelOpensNothingButReplacesTheDocument) {
     EXPECT_EQ(station.global.report.imageSeries, nullptr);
 }
 
+TEST(OpeningImages, CancelLeavesTheStudyCurrentButNotTheSeries) {
+    ReportingStation station;
+    AddTwoReports(station);
+    AddOtherPatientsReport(station);
+    station.automation.LoadSRSeries("1.9.2");
+    station.InChooser([&] { station.chooser.cmdCancel.Press(); });
+    station.OpenImages();
+    EXPECT_EQ(station.global.report.studyUid, "1.2.3");
+    EXPECT_EQ(station.global.report.seriesUid, "1.9.2");
+}
+
 TEST(OpeningImages, CancelLeavesTheSeriesStatusAlone) {
     ReportingStation station;
     AddTwoReports(station);
@@ -152,6 +164,32 @@ TEST(OpeningImages, AFailureGivesTheLongReport) {
     EXPECT_EQ(message.title, "APPLICATION ERROR");
     EXPECT_TRUE(message.text.starts_with("APPLICATION: Quendor --- Function: Esegui --- Error: ( ")) << message.text;
     EXPECT_TRUE(message.text.ends_with("--No data set at index 0)")) << message.text;
+}
+
+TEST(OpeningImages, AFailureOnAListOfImagesGivesTheLongReportToo) {
+    ReportingStation station;
+    station.automation.LoadForImgSeries(station.ImageSeries(0));
+    EXPECT_EQ(station.windows.Texts(),
+              Texts{"APPLICATION: Quendor --- Function: Esegui --- Error: ( 104--No data set at index 0)"});
+}
+
+TEST(OpeningImages, ASeriesThatTheCatalogueDoesNotKnowIsNotedByItsUidAlone) {
+    ReportingStation station;
+    station.Execute("DELETE FROM Series");
+    station.OpenImages();
+    EXPECT_EQ(station.Rows("History", {"PatientName", "PatientID", "StudyUID", "SeriesUID"}),
+              (History{{"", "1.2.3.1", "1.2.3.1", "1.2.3.1"}}));
+    EXPECT_TRUE(station.windows.IsShown(station.editor));
+}
+
+TEST(OpeningImages, AnAuditThatFailsMarksNothingViewedAndShowsNoEditor) {
+    ReportingStation station;
+    station.Execute("UPDATE Patient SET PatientName = 'D''ANGELO^PIA'");
+    station.OpenImages();
+    ASSERT_EQ(station.windows.messages.size(), 1U);
+    EXPECT_EQ(station.windows.messages[0].title, "APPLICATION ERROR");
+    EXPECT_EQ(station.Rows("Series", {"SeriesStatus"}), (History{{""}}));
+    EXPECT_FALSE(station.windows.IsShown(station.editor));
 }
 
 TEST(OpeningImages, AFailureDropsTheDocumentAndClosesTheCatalogue) {
@@ -233,6 +271,44 @@ TEST(OpeningAReport, AFailureIsToldWithTheOperationsName) {
     ASSERT_EQ(station.windows.messages.size(), 1U);
     EXPECT_TRUE(station.windows.messages[0].text.starts_with("Quendor.LoadSRSeries: "));
     EXPECT_FALSE(station.windows.IsShown(station.editor));
+}
+
+TEST(OpeningAReport, AFailureOfTheCatalogueIsToldInItsWords) {
+    ReportingStation station;
+    station.AddReport();
+    struct Locked : ForwardingConnection {
+        using ForwardingConnection::ForwardingConnection;
+        std::unique_ptr<ResultSet> OpenResultSet(std::string_view, Cursor) override {
+            throw Error(13, "driver", "The table is locked");
+        }
+    };
+    station.global.catalogue = std::make_unique<Locked>(std::move(station.global.catalogue));
+    station.automation.LoadSRSeries("1.2.3.2.1");
+    EXPECT_EQ(station.windows.Texts(), Texts{"Quendor.LoadSRSeries: The table is locked"});
+}
+
+TEST(OpeningAReport, AnAuditThatFailsMarksNothingViewedAndShowsNoEditor) {
+    ReportingStation station;
+    station.AddReport();
+    station.Execute("UPDATE Patient SET PatientName = 'D''ANGELO^PIA'");
+    station.automation.LoadSRSeries("1.2.3.2.1");
+    ASSERT_EQ(station.windows.messages.size(), 1U);
+    EXPECT_TRUE(station.windows.messages[0].text.starts_with("Quendor.LoadSRSeries: "));
+    EXPECT_EQ(station.Rows("Series", {"SeriesStatus"}), (History{{""}, {""}}));
+    EXPECT_FALSE(station.windows.IsShown(station.editor));
+}
+
+TEST(OpeningAReport, TheCatalogueIsAskedInItsExactWords) {
+    ReportingStation station;
+    RecordingDatabase catalogue(*station.database);
+    Global global(station.PortsWith(catalogue));
+    CTavrel automation(global, station.viewers, station.chooser, station.editor);
+    catalogue.statements.clear();
+    automation.LoadSRSeries("9.9");
+    EXPECT_EQ(catalogue.statements,
+              (std::vector{RanStatement{"SELECT Series.*,Study.StudyPath FROM Series,Study "
+                                        "WHERE Series.SeriesInstanceUID='9.9'"
+                                        "  AND Study.StudyInstanceUID =Series.StudyInstanceUID"}}));
 }
 
 TEST(OpeningAReport, OfTheSameStudyKeepsTheImagesForANewOne) {

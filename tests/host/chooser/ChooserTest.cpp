@@ -1,5 +1,6 @@
 #include "platform/attributes.h"
 #include "tests/editor/ReportingStation.h"
+#include "tests/support/RecordingDatabase.h"
 
 #include <gtest/gtest.h>
 
@@ -27,6 +28,44 @@ std::vector<std::string> RowOf(const frmSRSeriesChoice& chooser, int row) {
 
 bool WasShown(const ReportingStation& station) {
     return std::ranges::count(station.windows.calls, "ShowModal frmSRSeriesChoice") > 0;
+}
+
+TEST(Chooser, ItsControlsAreKnownByTheirNames) {
+    const ReportingStation station;
+    Texts names;
+    for (const Control* const control : station.chooser.Controls())
+        names.push_back(control->Name());
+    EXPECT_EQ(names, (Texts{"lstSRSeries", "cmdOk", "cmdNew", "cmdCancel"}));
+}
+
+TEST(Chooser, TheCatalogueIsAskedInItsExactWords) {
+    ReportingStation station;
+    station.AddReport();
+    std::vector<RanStatement> statements;
+    auto& catalogue = station.global.catalogue;
+    catalogue = std::make_unique<RecordingConnection>(std::move(catalogue), statements);
+    station.chooser.ShowSRDocuments("1.2.3");
+    EXPECT_EQ(statements,
+              (std::vector{RanStatement{"SELECT * FROM Study WHERE StudyInstanceUID='1.2.3'"},
+                           RanStatement{"SELECT * FROM Series WHERE StudyInstanceUID='1.2.3' AND Modality='SR'"},
+                           RanStatement{"SELECT * From Image WHERE SeriesInstanceUID='1.2.3.2.1'"}}));
+}
+
+TEST(Chooser, WhileItIsShownOthersWriteTheCatalogue) {
+    TwoReports station;
+    station.InChooser([&] {
+        EXPECT_NO_THROW(station.AddPatient("P2", "VERDI^ANNA"));
+        station.chooser.cmdCancel.Press();
+    });
+    station.chooser.ShowSRDocuments("1.2.3");
+}
+
+TEST(Chooser, ShownAgainItListsEachReportOnce) {
+    TwoReports station;
+    station.InChooser([&] { station.chooser.cmdCancel.Press(); });
+    station.chooser.ShowSRDocuments("1.2.3");
+    station.chooser.ShowSRDocuments("1.2.3");
+    EXPECT_EQ(station.chooser.lstSRSeries.Count(), 2);
 }
 
 TEST(Chooser, AStudyWithoutReportsAsksForANewOneWithoutShowing) {
@@ -160,6 +199,18 @@ TEST(Chooser, NewRunsTheEditorsNewAndNamesNoFolder) {
     EXPECT_EQ(station.windows.Texts(), Texts{"No referenced Series"});
     EXPECT_EQ(station.chooser.DDO(), "");
     EXPECT_EQ(station.chooser.cancelled(), 0);
+}
+
+TEST(Chooser, NewRunsWhileTheChooserIsStillShownAndNamesNoFolder) {
+    TwoReports station;
+    station.windows.onMessage = [&](const MessageBox&) { // the editor's New says that there are no images
+        EXPECT_TRUE(station.windows.IsShown(station.chooser));
+        EXPECT_EQ(station.chooser.DDO(), "");
+    };
+    station.InChooser([&] { station.chooser.cmdNew.Press(); });
+    station.chooser.ShowSRDocuments("1.2.3");
+    EXPECT_EQ(station.windows.messages.size(), 1U);
+    EXPECT_FALSE(station.windows.IsShown(station.chooser));
 }
 
 TEST(Chooser, CancelSticksForLaterChoices) {
