@@ -149,8 +149,8 @@ TEST(TheirFiles, AReportSurvivesBeingCopiedAndSaved) {
     for (const char* name : {"test_files/test-SR.dcm", "test_files/reportsi.dcm"}) {
         const auto list = library.Load(PydicomFile(name));
         list->AddDataSet(0);
-        list->Item(1)->SaveToFile(library.folder.File("copy.dcm"));
-        const auto copy = library.Load(library.folder.File("copy.dcm"));
+        list->Item(1)->SaveToFile(library.File("copy.dcm"));
+        const auto copy = library.Load(library.File("copy.dcm"));
         DumpComparison dump{RunCommand({"dcmdump", "-Un", "+U8", "+L", PydicomFile(name)}).lines};
         EXPECT_GT(dump.Run(*copy->Item(0)), 50) << name;
     }
