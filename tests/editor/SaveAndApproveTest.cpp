@@ -157,6 +157,16 @@ TEST(Save, ALockedSaveButtonDoesNothing) {
     EXPECT_TRUE(station.store.sent.empty());
 }
 
+TEST(Save, ACharacterThatNoReportCanHoldIsToldAndTheTextStays) {
+    OpenReportStation station;
+    station.editor.txtReportAnnotation.Typed("0.5 \u03A9");
+    station.editor.cmdSave.Press();
+    ASSERT_EQ(station.windows.messages.size(), 1U);
+    EXPECT_NE(station.windows.messages[0].text.find("\u03A9"), std::string::npos) << station.windows.messages[0].text;
+    EXPECT_TRUE(station.store.sent.empty());
+    EXPECT_EQ(station.editor.txtReportAnnotation.Text(), "0.5 \u03A9");
+}
+
 TEST(Approve, AsksFirstWithNoPreselected) {
     OpenReportStation station;
     station.editor.cmdApprove.Press();
@@ -276,6 +286,16 @@ TEST(Approve, AFailingSaveInsideStillShowsTheApproval) {
     EXPECT_EQ(station.editor.lblState.Text(), "Approved by Dr. Mario Rossi on 15/11/2026 08:05:09");
     EXPECT_TRUE(station.editor.cmdPrint.Enabled());
     EXPECT_FALSE(station.editor.cmdSave.Enabled());
+}
+
+TEST(Approve, ACharacterThatNoReportCanHoldIsToldAndNothingIsSent) {
+    OpenReportStation station;
+    station.windows.answers = {Answer::Yes};
+    station.editor.txtReportAnnotation.Typed("0.5 \u03A9");
+    station.editor.cmdApprove.Press();
+    ASSERT_EQ(station.windows.messages.size(), 2U);
+    EXPECT_NE(station.windows.messages[1].text.find("\u03A9"), std::string::npos) << station.windows.messages[1].text;
+    EXPECT_TRUE(station.store.sent.empty());
 }
 
 TEST(Save, TheOtherSaveOfTheInterfaceDoesNothing) {

@@ -1,6 +1,7 @@
 #include "platform/posix/WholeFile.h"
 
 #include "platform/error.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -41,12 +42,7 @@ namespace {
 
 class WholeFiles : public testing::Test {
 protected:
-    WholeFiles() {
-        std::string name = fs::temp_directory_path() / "tavrel-XXXXXX";
-        folder = mkdtemp(name.data());
-        Disk = {};
-    }
-    ~WholeFiles() override { fs::remove_all(folder); }
+    WholeFiles() { Disk = {}; }
 
     std::string Path() const { return folder / "version.dcm"; }
     std::string Contents(const fs::path& path) const {
@@ -62,7 +58,8 @@ protected:
         }
     }
 
-    fs::path folder;
+    TemporaryFolder room;
+    fs::path folder = room.Path();
 };
 
 TEST_F(WholeFiles, AFileIsSyncedBesideItsPlaceAndThenItsFolder) {
