@@ -29,7 +29,7 @@ void RaiseLetters(std::string_view text, std::string& upper) {
         const std::size_t start = next;
         UChar32 letter = 0;
         U8_NEXT(text, next, text.size(), letter);
-        if (const auto capital = Capital(letter); letter < 0 || capital == letter)
+        if (const auto capital = Capital(letter); capital == letter) // broken bytes, too: each is no letter
             upper.append(text, start, next - start);
         else
             Append(upper, capital);

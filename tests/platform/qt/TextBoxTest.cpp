@@ -68,10 +68,10 @@ TEST_F(TextBoxes, LeaveTheCaretBehindWhatTheFilterMadeOfTheLine) {
     EXPECT_EQ(line_.cursorPosition(), 4);
 }
 
-TEST_F(TextBoxes, MakeBlanksOfPastedLineBreaksInALine) {
-    Paste(line_, "Chest\r\nCT");
+TEST_F(TextBoxes, MakeABlankOfPastedLineBreaksAndTabsInALine) {
+    Paste(line_, "Chest\r\n\tCT\t");
 
-    EXPECT_EQ(form_.txtLine.Text(), "Chest CT");
+    EXPECT_EQ(form_.txtLine.Text(), "Chest CT ");
 }
 
 TEST_F(TextBoxes, ChangeTypedCharactersByKeyPress) {
