@@ -3,8 +3,6 @@
 #include <unicode/uchar.h>
 #include <unicode/utf8.h>
 
-#include <array>
-
 namespace tavrel {
 namespace {
 
@@ -14,26 +12,29 @@ UChar32 Capital(UChar32 letter) {
     return letter == MicroSign ? letter : u_toupper(letter);
 }
 
-void Append(std::string& text, UChar32 letter) {
-    std::array<char, U8_MAX_LENGTH> bytes{};
-    std::size_t length = 0;
-    U8_APPEND_UNSAFE(bytes, length, letter);
-    text.append(bytes.data(), length);
+char AsciiCapital(char c) {
+    return static_cast<char>(c - ((c >= 'a') & (c <= 'z')) * ('a' - 'A'));
 }
 
 #pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wconversion" // within ICU's macro
+#pragma GCC diagnostic ignored "-Wconversion" // within ICU's macros
 void RaiseLetters(std::string_view text, std::string& upper) {
-    upper.clear();
+    upper.resize(text.size() + text.size() / 2); // a letter of two bytes may have a capital of three
+    std::size_t length = 0;
     for (std::size_t next = 0; next < text.size();) {
+        if (U8_IS_SINGLE(text[next])) {
+            upper[length++] = AsciiCapital(text[next++]);
+            continue;
+        }
         const std::size_t start = next;
         UChar32 letter = 0;
         U8_NEXT(text, next, text.size(), letter);
-        if (const auto capital = Capital(letter); capital == letter) // broken bytes, too: each is no letter
-            upper.append(text, start, next - start);
+        if (const auto capital = Capital(letter); capital != letter) // broken bytes are none
+            U8_APPEND_UNSAFE(upper, length, capital);
         else
-            Append(upper, capital);
+            length += text.copy(upper.data() + length, next - start, start);
     }
+    upper.resize(length);
 }
 #pragma GCC diagnostic pop
 
@@ -45,7 +46,7 @@ void IcuLetters::UpperCase(std::string_view text, std::string& upper) const {
     // One pass without a branch, as nearly all texts are plain ASCII and long lists pass through here.
     for (char& c : upper) {
         seen |= static_cast<unsigned char>(c);
-        c = static_cast<char>(c - ((c >= 'a') & (c <= 'z')) * ('a' - 'A'));
+        c = AsciiCapital(c);
     }
     if (seen >= 0x80)
         RaiseLetters(text, upper);
