@@ -16,6 +16,7 @@ namespace tavrel {
 struct Tag {
     std::uint16_t group;
     std::uint16_t element;
+    // NOLINTNEXTLINE(modernize-use-nullptr): the check takes the 0 within a generated comparison for a pointer.
     auto operator<=>(const Tag&) const = default;
 };
 
