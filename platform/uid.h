@@ -7,13 +7,16 @@
 
 namespace tavrel {
 
+inline bool IsUidCharacter(char c) {
+    return IsDigit(c) || c == '.';
+}
+
 /// Whether `text` can stand as a UID (DICOM PS3.5, 9.1): digits and points that begin with a digit. Components that
 /// the standard forbids pass: zero-padded ones stand in every report's own UIDs, and neither these nor an empty one
 /// are a reason to lose another maker's object.
 inline bool IsUid(std::string_view text) {
-    const auto digitOrPoint = [](char c) { return IsDigit(c) || c == '.'; };
     return !text.empty() && text.size() <= longest::Uid && text.front() != '.' &&
-           std::ranges::all_of(text, digitOrPoint);
+           std::ranges::all_of(text, IsUidCharacter);
 }
 
 /// Whether `text` is a UID with each component as the standard has it: a number without a needless 0.

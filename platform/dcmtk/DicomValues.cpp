@@ -132,16 +132,17 @@ bool IsIntegerString(std::string_view text) {
     return failure == std::errc{} && end == text.data() + text.size() && text.size() <= 12;
 }
 
-/// Its length is judged with that of all values, when they are saved or sent.
-bool IsUidOfAnyLength(std::string_view text) {
-    return text.empty() || IsUid(text.substr(0, longest::Uid));
+/// Its length is judged with that of all values, when they are saved or sent; the UIDs of a site that has no
+/// root begin with a point.
+bool HasUidCharacters(std::string_view text) {
+    return std::ranges::all_of(text, IsUidCharacter);
 }
 
 bool FitsVr(std::string_view text, std::string_view vr) {
     if (vr == "IS")
         return EachValue(text, IsIntegerString);
     if (vr == "UI")
-        return EachValue(text, IsUidOfAnyLength);
+        return EachValue(text, HasUidCharacters);
     if (IsDateTimeVr(vr))
         return EachValue(text, [vr](std::string_view value) { return ParseDicomMoment(value, vr).has_value(); });
     return true;

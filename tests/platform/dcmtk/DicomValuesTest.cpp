@@ -26,5 +26,9 @@ TEST(DicomValues, BlanksAreAnEmptyUid) {
     EXPECT_EQ(DicomText(" ", attribute::SopInstanceUid), " ");
 }
 
+TEST(DicomValues, AUidOfASiteWithoutARootIsTaken) {
+    EXPECT_EQ(DicomText(".2.2026.11.15.08.05.09", attribute::SeriesInstanceUid), ".2.2026.11.15.08.05.09");
+}
+
 } // namespace
 } // namespace tavrel::test
