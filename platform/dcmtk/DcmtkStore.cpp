@@ -155,9 +155,8 @@ private:
             return NotStored("the service cannot be reached", outcome);
         T_ASC_RejectParameters rejection{};
         ASC_getRejectParameters(parameters, &rejection);
-        OFString text;
-        ASC_printRejectParameters(text, &rejection);
-        std::string reason = text.c_str();
+        OFString reason;
+        ASC_printRejectParameters(reason, &rejection);
         std::ranges::replace(reason, '\n', ' ');
         return DicomFailure(DicomFault::NotStored, "the service refused the connection: " + reason);
     }
@@ -183,7 +182,7 @@ private:
 std::string UidOf(DcmDataset& dataSet, const DcmTagKey& tag) {
     OFString uid;
     dataSet.findAndGetOFString(tag, uid);
-    return uid.c_str();
+    return uid;
 }
 
 } // namespace

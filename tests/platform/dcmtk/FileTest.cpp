@@ -29,7 +29,7 @@ protected:
     std::string Fault(std::string_view bytes) {
         WriteBytes(Path("broken.dcm"), bytes);
         const auto list = library.dicom.NewDataSetList();
-        const auto failure = FailureOf([&] { list->LoadFile(Path("broken.dcm")); });
+        auto failure = FailureOf([&] { list->LoadFile(Path("broken.dcm")); });
         EXPECT_EQ(list->Count(), 0);
         EXPECT_NE(failure.find("broken.dcm"), std::string::npos) << failure;
         return failure;

@@ -23,7 +23,7 @@ void Write(DicomDataSet& dataSet, const std::vector<Written>& elements) {
 
 /// A new item at the end of a sequence.
 DataSetHandle Append(DicomLibrary& library, DicomDataSet& dataSet, Tag sequence) {
-    const auto item = library.NewDataSet();
+    auto item = library.NewDataSet();
     dataSet.SetSequenceItem(sequence, dataSet.GetSequenceItemCount(sequence), item);
     return item;
 }

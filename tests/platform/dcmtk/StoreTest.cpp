@@ -34,7 +34,7 @@ public:
                              ::getsockname(sockets_[0], generic, &length) == 0;
         EXPECT_TRUE(listens);
         for (std::size_t caller = 1; caller < sockets_.size(); ++caller)
-            ::connect(sockets_[caller], generic, length);
+            static_cast<void>(::connect(sockets_[caller], generic, length)); // in progress
     }
     DeafPort(const DeafPort&) = delete;
     DeafPort& operator=(const DeafPort&) = delete;
@@ -64,7 +64,7 @@ protected:
     /// The words of a failure that is raised before the service is asked.
     std::string RefusedAtOnce() {
         StorageNode node;
-        const auto failure = Raised(DicomFault::NotSendable, [&] { Store(node); });
+        auto failure = Raised(DicomFault::NotSendable, [&] { Store(node); });
         EXPECT_TRUE(node.Objects().empty());
         EXPECT_TRUE(library.background.runs.empty());
         return failure;
