@@ -22,12 +22,16 @@ protected:
     CodesOnEngine() : beside(Connect(GetParam())) {
         CreateSchema(*beside, DetectEngine(*beside));
         Run("DELETE FROM StdFinding");
-        Run("INSERT INTO StdFinding (CodeScheme, CodeValue, CodeMeaning) VALUES ('SRT', 'C1', 'Cyst')");
+        AddRow("SRT", "C1", "Cyst");
         global.catalogue = Connect(GetParam());
         Open(StandardCodes);
     }
 
     void Run(std::string_view statement) { beside->OpenResultSet(statement); }
+    void AddRow(const std::string& scheme, const std::string& code, const std::string& meaning) {
+        Run("INSERT INTO StdFinding (CodeScheme, CodeValue, CodeMeaning) VALUES ('" + scheme + "', '" + code + "', '" +
+            meaning + "')");
+    }
     std::vector<std::string> StoredCodes() {
         std::vector<std::string> rows;
         for (const auto found = beside->OpenResultSet("SELECT * FROM StdFinding ORDER BY CodeValue, CodeMeaning");
@@ -68,7 +72,7 @@ TEST_P(CodesOnEngine, ModifyFindsTheCodeInSpiteOfTheBlankInItsStatement) {
 }
 
 TEST_P(CodesOnEngine, DeleteRemovesTheCodeInSpiteOfTheBlankInItsStatement) {
-    Run("INSERT INTO StdFinding (CodeScheme, CodeValue, CodeMeaning) VALUES ('SRT', 'C10', 'Nodule')");
+    AddRow("SRT", "C10", "Nodule");
 
     Do(Delete, "C1", "", "");
 
@@ -77,7 +81,7 @@ TEST_P(CodesOnEngine, DeleteRemovesTheCodeInSpiteOfTheBlankInItsStatement) {
 }
 
 TEST_P(CodesOnEngine, ACodeInSmallLettersIsNotFoundByItsCapitals) {
-    Run("INSERT INTO StdFinding (CodeScheme, CodeValue, CodeMeaning) VALUES ('SRT', 'n1', 'Nodule')");
+    AddRow("SRT", "n1", "Nodule");
 
     Do(Delete, "n1", "", "");
 
@@ -115,6 +119,67 @@ TEST_P(CodesOnEngine, ALongMeaningIsListedWhole) {
 
     ExpectNoMessages();
     EXPECT_EQ(Listed().back(), "L1|99SS|" + meaning + "|");
+}
+
+TEST_P(CodesOnEngine, CodesOf17AndOf64CharactersAreMaintainedLikeAnyOther) {
+    for (const std::size_t length : {17U, 64U}) {
+        const std::string code(length, 'L');
+        Do(Add, code, "", "Long");
+        Do(Add, code, "", "Long again");
+        Do(Modify, code, "SRT", "Longer");
+        EXPECT_EQ(StoredCodes(), (Texts{"C1|SRT|Cyst", code + "|SRT|Longer"}));
+
+        Do(Delete, code, "", "");
+        EXPECT_EQ(StoredCodes(), Texts{"C1|SRT|Cyst"});
+    }
+    ExpectNoMessages();
+}
+
+TEST_P(CodesOnEngine, OfTwoRowsOfACodeTheFirstIsModifiedAndBothAreDeleted) {
+    AddRow("99SS", "C1", "Other");
+
+    Do(Modify, "C1", "SRT", "Sibling");
+    EXPECT_EQ(StoredCodes(), (Texts{"C1|99SS|Other", "C1|SRT|Sibling"}));
+
+    Do(Delete, "C1", "", "");
+    EXPECT_EQ(StoredCodes(), Texts{});
+    ExpectNoMessages();
+}
+
+TEST_P(CodesOnEngine, TwinRowsAreModifiedTogether) {
+    AddRow("SRT", "C1", "Cyst");
+
+    Do(Modify, "C1", "SRT", "Twin");
+
+    ExpectNoMessages();
+    EXPECT_EQ(StoredCodes(), (Texts{"C1|SRT|Twin", "C1|SRT|Twin"}));
+}
+
+TEST_P(CodesOnEngine, AMicroSignInACodeStaysAsItIs) {
+    AddRow("SRT", "µ1", "Granule");
+
+    Do(Modify, "µ1", "SRT", "Small granule");
+    EXPECT_EQ(StoredCodes(), (Texts{"C1|SRT|Cyst", "µ1|SRT|Small granule"}));
+
+    Do(Delete, "µ1", "", "");
+    EXPECT_EQ(StoredCodes(), Texts{"C1|SRT|Cyst"});
+}
+
+TEST_P(CodesOnEngine, BlanksAfterACodeDoNotCount) {
+    Do(Add, "C1  ", "", "Another cyst");
+    Do(Add, "B1  ", "", "Bulla");
+    EXPECT_EQ(StoredCodes().size(), 2U);
+
+    Do(Delete, "B1", "", "");
+    EXPECT_EQ(StoredCodes(), Texts{"C1|SRT|Cyst"});
+    ExpectNoMessages();
+}
+
+TEST_P(CodesOnEngine, BlanksAfterASchemeAndAMeaningAreKept) {
+    Do(Modify, "C1", "SRT ", "Cyst  ");
+
+    EXPECT_EQ(StoredCodes(), Texts{"C1|SRT |Cyst  "});
+    EXPECT_EQ(Listed(), Texts{"C1|SRT |CYST  |"});
 }
 
 /// Another writer comes in between the finding of a code and its change.
@@ -177,11 +242,54 @@ std::string EngineName(const testing::TestParamInfo<const char*>& entry) {
 INSTANTIATE_TEST_SUITE_P(Engines, CodesOnEngine,
                          testing::Values("DicomFDB_sqlite", "DicomFDB_postgresql", "DicomFDB_mariadb"), EngineName);
 
-/// SQLite's Upper() leaves the letters outside ASCII as they are.
+/// SQLite counts no lengths, and its Upper() leaves the letters outside ASCII as they are.
+class CodesOnSqlite : public CodesOnEngine {};
+
+TEST_P(CodesOnSqlite, ACodeOf65CharactersIsTaken) {
+    const std::string code(65, 'L');
+
+    Do(Add, code, "", "Too long");
+
+    ExpectNoMessages();
+    EXPECT_EQ(StoredCodes(), (Texts{"C1|SRT|Cyst", code + "|99SS|Too long"}));
+}
+
+TEST_P(CodesOnSqlite, AMicroSignIsFoundInAMeaning) {
+    AddRow("SRT", "G1", "Granule of 5 µm");
+    manager.txtFind.Typed("5 µm");
+
+    manager.txtFind.KeyUp();
+
+    EXPECT_EQ(Listed(), Texts{"G1|SRT|GRANULE OF 5 µM|"});
+}
+
+INSTANTIATE_TEST_SUITE_P(Engines, CodesOnSqlite, testing::Values("DicomFDB_sqlite"), EngineName);
+
+/// The servers count, and their Upper() knows every letter: of the micro sign it makes a Greek capital.
 class CodesOnServer : public CodesOnEngine {};
 
+TEST_P(CodesOnServer, ACodeOf65CharactersIsRefusedAndStaysInItsBox) {
+    const std::string code(65, 'L');
+
+    Do(Add, code, "", "Too long");
+
+    EXPECT_EQ(StoredCodes(), Texts{"C1|SRT|Cyst"});
+    EXPECT_EQ(windows.messages.size(), 1U);
+    EXPECT_EQ(manager.txtNewCode.Text(), code);
+}
+
+TEST_P(CodesOnServer, AMicroSignIsNotFoundInAMeaning) {
+    AddRow("SRT", "G1", "Granule of 5 µm");
+    manager.txtFind.Typed("5 µm");
+
+    manager.txtFind.KeyUp();
+
+    ExpectNoMessages();
+    EXPECT_EQ(Listed(), Texts{});
+}
+
 TEST_P(CodesOnServer, AnAccentedSearchFindsMeaningsInSmallLetters) {
-    Run("INSERT INTO StdFinding (CodeScheme, CodeValue, CodeMeaning) VALUES ('SRT', 'F1', 'Fracture du fémur')");
+    AddRow("SRT", "F1", "Fracture du fémur");
     manager.txtFind.Typed("FéM");
 
     manager.txtFind.KeyUp();
