@@ -10,6 +10,11 @@ namespace {
 
 enum Action { Add, Modify, Delete };
 
+void PrintTo(Action action, std::ostream* out) {
+    constexpr std::array names{"Add", "Modify", "Delete"};
+    *out << names.at(static_cast<std::size_t>(action));
+}
+
 class CodeMaintenanceTest : public CodesTest {
 protected:
     CodeMaintenanceTest() { workstation.AddCode("StdFinding", "SRT", "C1", "Cyst"); }
@@ -405,12 +410,8 @@ TEST_P(FailingActionTest, CanBeDoneAgainOnceTheCauseIsGone) {
     EXPECT_EQ(NewCodeBoxes(), "||");
 }
 
-std::string ActionName(const testing::TestParamInfo<Action>& action) {
-    constexpr std::array names{"Add", "Modify", "Delete"};
-    return names.at(static_cast<std::size_t>(action.param));
-}
-
-INSTANTIATE_TEST_SUITE_P(Actions, FailingActionTest, testing::Values(Add, Modify, Delete), ActionName);
+INSTANTIATE_TEST_SUITE_P(Actions, FailingActionTest, testing::Values(Add, Modify, Delete),
+                         testing::PrintToStringParamName());
 
 } // namespace
 } // namespace tavrel::test

@@ -119,6 +119,8 @@ TEST_F(CodeSearchTest, TheKeyReleaseIgnoresWhatFails) {
 struct KeyAndTable {
     const char* key;
     const char* table;
+
+    friend void PrintTo(const KeyAndTable& keyAndTable, std::ostream* out) { *out << keyAndTable.table; }
 };
 
 class TableKeyTest : public CodesTest, public testing::WithParamInterface<KeyAndTable> {};
@@ -132,14 +134,10 @@ TEST_P(TableKeyTest, NamesTheTableThatIsSearched) {
     EXPECT_EQ(Listed(), Texts{"1|S|OF THIS TABLE|"});
 }
 
-std::string TableName(const testing::TestParamInfo<KeyAndTable>& keyAndTable) {
-    return keyAndTable.param.table;
-}
-
 INSTANTIATE_TEST_SUITE_P(Keys, TableKeyTest,
                          testing::Values(KeyAndTable{"Dx", "StdDiagnosis"}, KeyAndTable{"Fn", "StdFinding"},
                                          KeyAndTable{"Bo", "StdBodyPart"}, KeyAndTable{"Ti", "StdTitles"}),
-                         TableName);
+                         testing::PrintToStringParamName());
 
 TEST_F(CodeSearchTest, AKeyInOtherLettersNamesNoTable) {
     Open(ReportCodes, "FN");

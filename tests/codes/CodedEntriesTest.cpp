@@ -291,6 +291,8 @@ struct Opening {
     void (CodedEntries::*handler)();
     std::string_view label;
     int mode;
+
+    friend void PrintTo(const Opening& opening, std::ostream* out) { *out << opening.name; }
 };
 
 class OpeningTest : public CodedEntriesTest, public testing::WithParamInterface<Opening> {
@@ -339,7 +341,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Opening{"Headings", &CodedEntries::cmdTitle_Click, "cmdTitle: ", 1},
                     Opening{"BodyParts", &CodedEntries::cmdBaseBody_Click, "cmdBaseBody: ", 1},
                     Opening{"SpareTitleRoutine", &CodedEntries::ManageReportTitles, "ManageReportTitles: ", 1}),
-    [](const auto& opening) { return std::string(opening.param.name); });
+    testing::PrintToStringParamName());
 
 class OpeningOrderTest : public CodedEntriesTest {
 protected:

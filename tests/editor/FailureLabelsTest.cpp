@@ -25,6 +25,8 @@ struct Failure {
     std::string_view name, statement;
     void (frmReport::*handler)();
     std::string_view label;
+
+    friend void PrintTo(const Failure& failure, std::ostream* out) { *out << failure.name; }
 };
 
 class FailureOf : public testing::TestWithParam<Failure> {};
@@ -56,7 +58,7 @@ INSTANTIATE_TEST_SUITE_P(
         Failure{"Approve", "SELECT AETitle FROM DicomServer", &frmReport::cmdApprove_Click, "Approve Report "},
         Failure{"New", "SELECT Max(SeriesNumber) as SRCount From Series WHERE StudyInstanceUID='1.2.3'",
                 &frmReport::cmdNew_Click, "frmReport.cmdNew_Click:"}),
-    [](const auto& failure) { return std::string(failure.param.name); });
+    testing::PrintToStringParamName());
 
 TEST(FailureLabels, LoadingWithoutADocumentFailsInTheHistoryAndAfterIt) {
     ReportingStation station;

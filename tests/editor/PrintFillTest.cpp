@@ -43,6 +43,8 @@ TEST(PrintFill, AReportThatIsNotApprovedCannotBePrinted) {
 
 struct Shown {
     std::string_view name, onScreen, printed;
+
+    friend void PrintTo(const Shown& shown, std::ostream* out) { *out << shown.name; }
 };
 
 class PrintedDates : public testing::TestWithParam<Shown> {};
@@ -65,7 +67,7 @@ INSTANTIATE_TEST_SUITE_P(, PrintedDates,
                                          Shown{"None", "", ""}, //
                                          Shown{"NoDate", "unknown", "unknown"},
                                          Shown{"NoDayOfTheCalendar", "30/02/1960", "30/02/1960"}),
-                         [](const auto& shown) { return std::string(shown.param.name); });
+                         testing::PrintToStringParamName());
 
 TEST(PrintFill, AReadingOf1024CharactersIsStoredWhole) {
     PrintingStation station;

@@ -155,6 +155,8 @@ TEST(Print, ATableThatAnotherWorkstationEmptiedIsToldToo) {
 struct ReadBack {
     std::string_view name, change;
     bool ours;
+
+    friend void PrintTo(const ReadBack& readBack, std::ostream* out) { *out << readBack.name; }
 };
 
 class RowReadBack : public testing::TestWithParam<ReadBack> {};
@@ -175,7 +177,7 @@ INSTANTIATE_TEST_SUITE_P(, RowReadBack,
                                          ReadBack{"AnotherFirstLetter", "PatientName='BOSSI^MARIA'", false},
                                          ReadBack{"AnotherLastLetter", "PatientName='ROSSI^MARIE'", false},
                                          ReadBack{"OneLetterMore", "PatientName='ROSSI^MARIAN'", false}),
-                         [](const auto& readBack) { return std::string(readBack.param.name); });
+                         testing::PrintToStringParamName());
 
 TEST(Print, ARowOfAnotherWorkstationHasAnErrorNumberOfItsOwn) {
     PrintingStation station;
