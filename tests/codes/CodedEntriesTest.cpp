@@ -12,7 +12,7 @@ protected:
     }
 
     /// What the person does or sees in the manager before closing it.
-    void WhileManagerIsOpen(std::function<void()> person) {
+    void WhileManagerIsOpen(const std::function<void()>& person) {
         windows.onModal = [this, person](Form& form) {
             ASSERT_EQ(&form, &manager);
             ++openings;

@@ -161,8 +161,9 @@ TEST(DelimitedText, AnEmptyLineIsALine) {
     std::int16_t value = 0;
     reader.Field(value);
     reader.EndLine();
-    EXPECT_THAT([&] { reader.Field(value); },
-                FailsWith("SR.dat, line 2, field 1: \"\" where a whole number from -32768 to 32767 is expected"));
+    EXPECT_FALSE(reader.AtEnd());
+    reader.EndLine();
+    EXPECT_TRUE(reader.AtEnd());
 }
 
 TEST(DelimitedText, TheLastLineNeedsNoEnd) {
