@@ -58,14 +58,9 @@ void frmReport::Open(ReportOwner& owner) {
     global_.ports.windows.Show(*this);
 }
 
-void frmReport::Leave(const ReportOwner& owner) {
-    if (owner_ == &owner)
-        owner_ = nullptr;
-}
-
 ReportOwner& frmReport::Owner() const {
     if (!owner_)
-        throw Error(Fault::Missing, "Tavrel", "The report's automation object has gone");
+        throw Error(Fault::Missing, "Tavrel", "The report has no automation object");
     return *owner_;
 }
 

@@ -26,10 +26,9 @@ public:
               ReportPrinter& printer);
     ~frmReport() override;
 
-    /// Shows the current document for `owner`, in a window made now or already there.
+    /// Shows the current document for `owner`, in a window made now or already there. The owner outlives
+    /// the editor's use: automation objects end with the process.
     void Open(ReportOwner& owner);
-    /// `owner` is going away; the report stays on the screen without one.
-    void Leave(const ReportOwner& owner);
 
     void Form_Load();
     /// Closes the report at its owner, which ends the process, and unloads.

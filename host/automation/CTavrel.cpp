@@ -51,10 +51,6 @@ CTavrel::CTavrel(Global& global, ViewerLink& viewers, frmSRSeriesChoice& chooser
     ConnectViewer();
 }
 
-CTavrel::~CTavrel() {
-    editor_.Leave(*this);
-}
-
 void CTavrel::ConnectViewer() {
     const auto ignore = [](const Error&) {};
     Trap([&] { viewer_ = viewers_.Create(); }, ignore);

@@ -17,8 +17,6 @@ class frmSRSeriesChoice;
 class CTavrel : public AutomationObject, public ReportOwner {
 public:
     CTavrel(Global& global, ViewerLink& viewers, frmSRSeriesChoice& chooser, frmReport& editor);
-    /// An editor that this object showed goes on without an owner.
-    ~CTavrel() override;
 
     /// Opens the study's report for an image series, chosen by the physician or new.
     void LoadForImgSeries(const std::shared_ptr<DataSetList>& series);

@@ -208,8 +208,7 @@ TEST(HandOverLoad, AListThatTheViewerEmptiesMeanwhileTakesTheRest) {
 
 TEST(HandOverLoad, ImagesWithoutAnOwnerToTellAreTold) {
     HandOverStation station(LineOf("a.dcm"));
-    station.editor.Leave(station.automation);
-    station.editor.lstHistory.ListIndex(0);
+    ImageHandOver(station.global).Load(nullptr);
     EXPECT_EQ(station.windows.Texts(), Texts{"LoadSRDat 91-The report has no automation object to hand its images to"});
 }
 

@@ -157,12 +157,12 @@ TEST(OtherReports, NewInTheChooserMakesANewReport) {
     EXPECT_EQ(station.editor.txtReportTitle.Text(), "");
 }
 
-TEST(OtherReports, AnOwnerThatHasGoneIsTold) {
+TEST(OtherReports, AnEditorThatNoAutomationObjectShowedSaysSo) {
     TwoReportsOpen station;
-    station.editor.Leave(station.automation);
+    frmReport unowned(station.global, station.serviceEvents, station.chooser, station.codeTables, station.printer);
     station.Choose("Second");
-    station.editor.cmdOthers.Press();
-    EXPECT_EQ(station.windows.Texts(), Texts{"frmReport.cmdOthers_Click:91-The report's automation object has gone"});
+    unowned.cmdOthers.Press();
+    EXPECT_EQ(station.windows.Texts(), Texts{"frmReport.cmdOthers_Click:91-The report has no automation object"});
 }
 
 TEST(CloseButton, EndsTheProgramWithoutAQuestion) {

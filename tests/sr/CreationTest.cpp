@@ -198,7 +198,6 @@ TEST_F(Creation, WritesItsAttributesInOrder) {
         std::vector<std::string> written;
     } library(*station.dicom);
     Global watched(station.PortsWith(library));
-    watched.baseUid = global.baseUid;
     watched.catalogue = std::move(global.catalogue);
 
     DcmSRDocument(watched).CreateFromDDO(*station.ImageSeries(), 0);

@@ -295,7 +295,6 @@ TEST_F(Writing, ReadsTheClockOnceForContentAndObserver) {
     } clock;
     Global ticking(Ports{station.store, *station.database, station.windows, *station.files, station.process,
                          std::ref(station.users), clock, station.letters});
-    ticking.baseUid = global.baseUid;
     ticking.catalogue = std::move(global.catalogue);
     DcmSRDocument ticked(ticking);
     ticked.Series()->AddDataSet(-1);

@@ -5,7 +5,9 @@
 #include "platform/dcmtk/DcmtkLibrary.h"
 #include "platform/odbc/OdbcDatabase.h"
 #include "platform/posix/PosixFiles.h"
+#include "platform/sql.h"
 #include "sr/DcmSRDocument.h"
+#include "suite/catalogue/Rows.h"
 #include "suite/catalogue/Schema.h"
 
 #include <algorithm>
@@ -43,13 +45,6 @@ private:
     std::filesystem::path file_;
     std::vector<std::string>& asked_;
 };
-
-std::string Quoted(std::string_view text) {
-    std::string quoted = "'";
-    for (const char character : text)
-        quoted.append(character == '\'' ? "''" : std::string(1, character));
-    return quoted + "'";
-}
 
 } // namespace
 
@@ -112,12 +107,7 @@ std::vector<std::vector<std::string>> Workstation::Rows(std::string_view table,
 }
 
 void Workstation::Insert(std::string_view table, const Fields& fields) {
-    std::string columns, values;
-    for (const auto& [column, value] : fields) {
-        columns += (columns.empty() ? "" : ", ") + column;
-        values += (values.empty() ? "" : ", ") + Quoted(value);
-    }
-    Execute("INSERT INTO " + std::string(table) + " (" + columns + ") VALUES (" + values + ")");
+    InsertRow(*beside_, table, fields);
 }
 
 void Workstation::SetSite(std::string_view baseUid, std::string_view organization) {

@@ -170,17 +170,5 @@ TEST(Closing, TheEndOfLifeRoutineDoesNothing) {
     EXPECT_TRUE(station.windows.IsShown(station.editor));
 }
 
-TEST(Closing, AnObjectThatGoesAwayLeavesTheEditorWithoutAnOwner) {
-    ReportingStation station;
-    station.AddReport();
-    {
-        CTavrel second(station.global, station.viewers, station.chooser, station.editor);
-        second.LoadSRSeries("1.2.3.2.1");
-    }
-    station.editor.FrameClosed();
-    EXPECT_EQ(station.process.ended, 0);
-    EXPECT_FALSE(station.windows.IsShown(station.editor));
-}
-
 } // namespace
 } // namespace tavrel::test
