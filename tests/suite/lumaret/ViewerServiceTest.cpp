@@ -45,9 +45,9 @@ TEST_F(ViewerServiceTest, AReportHandsItsImagesOver) {
     viewer->SRFilename("/studies/ü.dcm");
     viewer->LUTName("Bone");
     viewer->ViewPars(view);
-    for (int time = 0; time < 2; ++time) {
+    for (std::size_t time = 1; time <= 2; ++time) {
         viewer->ViewRefertImages();
-        ASSERT_EQ(handed.size(), time + 1U);
+        ASSERT_EQ(handed.size(), time);
         EXPECT_EQ(handed.back().filename, "/studies/ü.dcm");
         EXPECT_EQ(handed.back().lutName, "Bone");
         EXPECT_EQ(*handed.back().view, *view);
