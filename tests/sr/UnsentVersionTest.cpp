@@ -1,3 +1,4 @@
+#include "sr/UnsentVersion.h"
 #include "tests/sr/ReportFixture.h"
 
 #include <filesystem>
@@ -118,6 +119,21 @@ TEST_F(Unsent, ThatCannotBeWrittenLeavesNoEmptyFile) {
     EXPECT_THAT(Kept(), IsEmpty());
     EXPECT_THAT(Shown(), testing::ElementsAre("The service is down. It could not be kept as a file either: "
                                               "The disk is full."));
+}
+
+TEST_F(Unsent, OfAnOddUidStaysInTheFolder) {
+    document.Send(); // the version is written now
+    struct Odd : ForwardingDataSet {
+        using ForwardingDataSet::ForwardingDataSet;
+        Value GetValue(const Attribute& asked, int valueIndex) const override {
+            return asked == attribute::SopInstanceUid ? Value("../up\\down")
+                                                      : ForwardingDataSet::GetValue(asked, valueIndex);
+        }
+    } odd(LastVersion());
+
+    EXPECT_THROW(StoreOrKeep(global.ports, odd, "104", "PORVANE"), Error);
+
+    EXPECT_TRUE(std::filesystem::exists(Folder() / ".._up_down.dcm"));
 }
 
 } // namespace
