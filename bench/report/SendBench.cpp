@@ -6,6 +6,7 @@
 #include "bench/report/Program.h"
 
 #include "host/Startup.h"
+#include "platform/dcmtk/DcmtkLibrary.h"
 #include "sr/DcmSRDocument.h"
 #include "tests/support/Workstation.h"
 
@@ -27,7 +28,8 @@ constexpr int UntimedSaves = 1; ///< the first one loads dictionaries
 void SaveWithTavrel(const std::filesystem::path& folder, const std::string& port, int saves) {
     test::Workstation station;
     station.SetPort(port, ServiceTitle);
-    Global global(station.PortsWith(*station.dicom));
+    DcmtkLibrary dicom(station.background, station.serviceEvents); // the workstation's own reaches no service
+    Global global(station.PortsWith(dicom));
     Init(global);
     global.userSignature = "Dr. Mario Rossi";
     for (int save = 0; save < saves + UntimedSaves; ++save) {
