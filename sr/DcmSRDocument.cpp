@@ -159,7 +159,7 @@ const ObservationContext* DcmSRDocument::Referring() const {
     if (observers_.empty())
         return nullptr;
     const bool approved = status_ == Approved;
-    return approved && observers_.size() >= 2 ? &observers_[observers_.size() - 2] : &observers_.back();
+    return approved && observers_.size() >= 2 ? &observers_.at(observers_.size() - 2) : &observers_.back();
 }
 
 const ObservationContext* DcmSRDocument::Approver() const {

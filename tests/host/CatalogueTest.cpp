@@ -1,5 +1,6 @@
 #include "host/Catalogue.h"
 #include "platform/error.h"
+#include "tests/support/OpenQueries.h"
 #include "tests/support/RecordingDatabase.h"
 #include "tests/support/Workstation.h"
 
@@ -121,23 +122,13 @@ TEST_F(Statements, OfTheSeriesStatusHaveTheirExactWords) {
                 ElementsAre(RanStatement{"UPDATE Series SET SeriesStatus='VIEWED' WHERE SeriesInstanceUID='1.2.3.1'"}));
 }
 
-TEST_F(Audit, HoldsNothingOpenWhileItWrites) {
-    struct Crowded : ForwardingConnection {
-        Crowded(std::unique_ptr<Connection> target, Workstation& beside)
-            : ForwardingConnection(std::move(target)), others(beside) {}
-        std::unique_ptr<ResultSet> OpenResultSet(std::string_view statement, Cursor cursor) override {
-            if (statement.starts_with("INSERT")) {
-                EXPECT_NO_THROW(others.AddPatient("P2", "VERDI^ANNA"));
-            }
-            return ForwardingConnection::OpenResultSet(statement, cursor);
-        }
-        Workstation& others;
-    };
-    station.AddExampleStudy();
-    station.Insert("DicomServer", {{"AETitle", "SECOND"}}); // the first row is not the last
-    global.catalogue = std::make_unique<Crowded>(std::move(global.catalogue), station);
+TEST_F(Audit, ClosesItsQueries) {
+    std::vector<std::string> open;
+    global.catalogue = std::make_unique<OpenQueries>(std::move(global.catalogue), open);
 
-    WriteHistory(global, "1.2.3.1", "REFERT", "View Refert");
+    WriteHistory(global, "1.9.9", "REFERT", "View Refert");
+
+    EXPECT_THAT(open, ElementsAre(testing::StartsWith("INSERT ")));
 }
 
 using SeriesStatus = Audit;

@@ -1,5 +1,6 @@
 #include "host/Startup.h"
 #include "platform/error.h"
+#include "tests/support/OpenQueries.h"
 #include "tests/support/RecordingDatabase.h"
 #include "tests/support/RowName.h"
 #include "tests/support/Workstation.h"
@@ -59,6 +60,15 @@ TEST_F(Startup, AsksForTheSiteInItsExactWords) {
     Init(recorded);
 
     EXPECT_THAT(catalogue.statements, ElementsAre(RanStatement{"SELECT * FROM SiteData"}));
+}
+
+TEST_F(Startup, ClosesItsQuery) {
+    std::vector<std::string> open;
+    global.catalogue = std::make_unique<OpenQueries>(station.database->NewConnection(), open);
+
+    Init(global);
+
+    EXPECT_THAT(open, testing::IsEmpty());
 }
 
 TEST_F(Startup, TakesAUserInformationObjectButDoesNotAskIt) {

@@ -329,13 +329,17 @@ TEST_F(Tables, RaiseAClickForASelection) {
     EXPECT_THAT(told, ElementsAre(Change::Selection));
 }
 
-TEST_F(Tables, RefuseARowThatTheyDoNotHave) {
+TEST_F(Tables, RefuseToSelectARowThatTheyDoNotHave) {
     EXPECT_EQ(FailureOf([&] { table.Select(-1); }), "lstFinding has no line -1");
     EXPECT_EQ(FailureOf([&] { table.Select(2); }), "lstFinding has no line 2");
+    EXPECT_EQ(table.SelectedIndex(), -1);
+    EXPECT_EQ(clicks, 0);
+}
+
+TEST_F(Tables, RefuseToChangeARowThatTheyDoNotHave) {
     EXPECT_EQ(FailureOf([&] { table.Replace(2, {}); }), "lstFinding has no line 2");
     EXPECT_EQ(FailureOf([&] { table.Remove(2); }), "lstFinding has no line 2");
     EXPECT_THAT(Rows(), ElementsAre("one", "two"));
-    EXPECT_EQ(clicks, 0);
 }
 
 } // namespace

@@ -1,4 +1,5 @@
 #include "tests/sr/ReportFixture.h"
+#include "tests/support/OpenQueries.h"
 #include "tests/support/RecordingDatabase.h"
 
 namespace tavrel::test {
@@ -168,6 +169,15 @@ TEST_F(Creation, AsksTheCatalogueInItsExactWords) {
 
     EXPECT_THAT(statements, ElementsAre(RanStatement{
                                 "SELECT Max(SeriesNumber) as SRCount From Series WHERE StudyInstanceUID='1.2.3'"}));
+}
+
+TEST_F(Creation, ClosesItsQuery) {
+    std::vector<std::string> open;
+    global.catalogue = std::make_unique<OpenQueries>(std::move(global.catalogue), open);
+
+    CreateReport();
+
+    EXPECT_THAT(open, IsEmpty());
 }
 
 TEST_F(Creation, WritesItsAttributesInOrder) {

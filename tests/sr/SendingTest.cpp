@@ -1,4 +1,5 @@
 #include "tests/sr/ReportFixture.h"
+#include "tests/support/OpenQueries.h"
 #include "tests/support/RecordingDatabase.h"
 
 namespace tavrel::test {
@@ -122,18 +123,25 @@ TEST_F(Sending, ShowsAPortWithoutATitle) {
     EXPECT_THAT(station.store.sent, IsEmpty());
 }
 
-TEST_F(Sending, AsksForThePortInItsExactWordsAndLetsItGoFirst) {
-    station.Insert("Port", {{"Port", "999"}, {"AETitle", "OTHER"}}); // the first row is not the last
+TEST_F(Sending, AsksForThePortInItsExactWords) {
     CreateReport();
     std::vector<RanStatement> statements;
     global.catalogue = std::make_unique<RecordingConnection>(std::move(global.catalogue), statements);
-    // The service writes the catalogue while the version is on its way.
-    station.store.answer = [&](const SentVersion&) { station.Execute("DROP TABLE Port"); };
 
     document.Send();
 
     EXPECT_THAT(statements, ElementsAre(RanStatement{"SELECT * FROM Port"}));
-    EXPECT_THAT(Shown(), IsEmpty());
+}
+
+TEST_F(Sending, HasClosedItsQueryWhenTheServiceWritesTheCatalogue) {
+    CreateReport();
+    std::vector<std::string> open;
+    global.catalogue = std::make_unique<OpenQueries>(std::move(global.catalogue), open);
+    station.store.answer = [&](const SentVersion&) { EXPECT_THAT(open, IsEmpty()); };
+
+    document.Send();
+
+    EXPECT_THAT(station.store.sent, SizeIs(1));
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "platform/attributes.h"
 #include "tests/editor/ReportingStation.h"
+#include "tests/support/OpenQueries.h"
 #include "tests/support/RecordingDatabase.h"
 
 #include <gtest/gtest.h>
@@ -51,13 +52,16 @@ TEST(Chooser, TheCatalogueIsAskedInItsExactWords) {
                            RanStatement{"SELECT * From Image WHERE SeriesInstanceUID='1.2.3.2.1'"}}));
 }
 
-TEST(Chooser, WhileItIsShownOthersWriteTheCatalogue) {
+TEST(Chooser, WhileItIsShownNoQueryIsOpen) {
     TwoReports station;
+    Texts open;
+    station.global.catalogue = std::make_unique<OpenQueries>(std::move(station.global.catalogue), open);
     station.InChooser([&] {
-        EXPECT_NO_THROW(station.AddPatient("P2", "VERDI^ANNA"));
+        EXPECT_EQ(open, Texts{});
         station.chooser.cmdCancel.Press();
     });
     station.chooser.ShowSRDocuments("1.2.3");
+    EXPECT_TRUE(WasShown(station));
 }
 
 TEST(Chooser, ShownAgainItListsEachReportOnce) {
