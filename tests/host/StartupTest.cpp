@@ -2,7 +2,6 @@
 #include "platform/error.h"
 #include "tests/support/OpenQueries.h"
 #include "tests/support/RecordingDatabase.h"
-#include "tests/support/RowName.h"
 #include "tests/support/Workstation.h"
 
 #include <gmock/gmock.h>
@@ -131,6 +130,7 @@ TEST_F(Startup, WithoutTheDataSourceShowsWhyAndEndsTheProcess) {
 struct BrokenSite {
     std::string_view name;
     std::string_view statement;
+    friend void PrintTo(const BrokenSite& brokenSite, std::ostream* out) { *out << brokenSite.name; }
 };
 
 class StartupOn : public Startup, public testing::WithParamInterface<BrokenSite> {};
@@ -150,7 +150,7 @@ INSTANTIATE_TEST_SUITE_P(, StartupOn,
                                          BrokenSite{"NoTable", "DROP TABLE SiteData"},
                                          BrokenSite{"NoBaseUid", "UPDATE SiteData SET BaseUID = NULL"},
                                          BrokenSite{"NoOrganization", "UPDATE SiteData SET Organization = NULL"}),
-                         RowName);
+                         testing::PrintToStringParamName());
 
 TEST_F(Startup, WithoutALogFileWorksAllTheSame) {
     station.process.applicationFolder = station.Path("nowhere");

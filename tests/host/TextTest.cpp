@@ -1,6 +1,5 @@
 #include "host/Text.h"
 #include "tests/support/FakeClock.h"
-#include "tests/support/RowName.h"
 
 #include <gtest/gtest.h>
 
@@ -16,6 +15,7 @@ struct Written {
     std::string (*write)(const DateTime&);
     DateTime dateTime;
     std::string_view text;
+    friend void PrintTo(const Written& written, std::ostream* out) { *out << written.name; }
 };
 
 class DatesAsText : public testing::TestWithParam<Written> {};
@@ -37,7 +37,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Written{"DateTimeOfATimeAlone", DateTimeText, TimeAlone, ""},
                     Written{"FullDateTimeAtMidnight", FullDateTimeText, Midnight, "05/11/2026 00:00:00"},
                     Written{"NoFullDateTime", FullDateTimeText, {}, ""}),
-    test::RowName);
+    testing::PrintToStringParamName());
 
 TEST(DatesFromText, AreReadBackAsTheyWereWritten) {
     EXPECT_EQ(ParseDate(DateText(Morning)), Midnight);
@@ -53,6 +53,7 @@ TEST(DatesFromText, MayHaveTheYearFirst) {
 struct NoDate {
     std::string_view name;
     std::string_view text;
+    friend void PrintTo(const NoDate& noDate, std::ostream* out) { *out << noDate.name; }
 };
 
 class NoDates : public testing::TestWithParam<NoDate> {};
@@ -74,7 +75,7 @@ INSTANTIATE_TEST_SUITE_P(
                     NoDate{"CharacterAboveTheDigits", "1:/05/1960"}, NoDate{"YearFirstWithOneDigit", "2026-11-5"},
                     NoDate{"YearFirstDayOfNoMonth", "2026-02-30"}, NoDate{"YearFirstAndABlank", "2026-11-05 "},
                     NoDate{"YearFirstWithALetter", "2026-11-05T08:05:09"}, NoDate{"TwoDigitsOfAYear", "20-11-2026"}),
-    test::RowName);
+    testing::PrintToStringParamName());
 
 TEST(Values, BecomeText) {
     EXPECT_EQ(TextOf({}), "");
@@ -93,6 +94,7 @@ struct Folded {
     std::string_view name;
     std::string_view typed;
     std::string_view plain;
+    friend void PrintTo(const Folded& folded, std::ostream* out) { *out << folded.name; }
 };
 
 class TypedText : public testing::TestWithParam<Folded> {};
@@ -113,11 +115,12 @@ INSTANTIATE_TEST_SUITE_P(
         Folded{"Invisibles", "a\u200Bb\u200Fc\uFEFFd\u200Ee\u2060f\u202Ag\u202Eh", "abcdefgh"},
         Folded{"Separators", "one\u2028two\u2029three", "one\r\ntwo\r\nthree"}, Folded{"Fraction", "1⁄2", "1/2"},
         Folded{"Ligatures", "eﬃcient ﬁnding, ﬂow, oﬀ, ﬄ", "efficient finding, flow, off, ffl"}),
-    test::RowName);
+    testing::PrintToStringParamName());
 
 struct Staying {
     std::string_view name;
     std::string_view text;
+    friend void PrintTo(const Staying& staying, std::ostream* out) { *out << staying.name; }
 };
 
 class StayingText : public testing::TestWithParam<Staying> {};
@@ -133,7 +136,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Staying{"OtherScripts", "漢字 Ω Ж"}, Staying{"FourBytes", "𝛼 and 😀"},
                     Staying{"LineEndsAndTabs", "line\r\nline\tend"}, Staying{"CutAfterTwoBytes", "cut \xE2\x80"},
                     Staying{"CutAfterOneByte", "\xE2"}),
-    test::RowName);
+    testing::PrintToStringParamName());
 
 TEST(Numbers, ArePaddedButNeverCut) {
     EXPECT_EQ(Padded(7, 2), "07");
@@ -144,6 +147,7 @@ struct Stamped {
     std::string_view name;
     DateTime now;
     std::string_view stamp;
+    friend void PrintTo(const Stamped& stamped, std::ostream* out) { *out << stamped.name; }
 };
 
 class TimeStamps : public testing::TestWithParam<Stamped> {};
@@ -159,7 +163,7 @@ INSTANTIATE_TEST_SUITE_P(, TimeStamps,
                          testing::Values(Stamped{"Morning", {2026, 11, 15, 8, 5, 9}, "2026.11.15.08.05.09"},
                                          Stamped{"Midnight", {2026, 1, 2, 0, 0, 0}, "2026.01.02.00.00.00"},
                                          Stamped{"EndOfTheYear", {2026, 12, 31, 23, 59, 59}, "2026.12.31.23.59.59"}),
-                         test::RowName);
+                         testing::PrintToStringParamName());
 
 } // namespace
 } // namespace tavrel

@@ -1,5 +1,4 @@
 #include "platform/paths.h"
-#include "tests/support/RowName.h"
 
 #include <gtest/gtest.h>
 
@@ -10,6 +9,7 @@ struct PathAndFolder {
     std::string_view name;
     std::string_view path;
     std::string_view folder;
+    friend void PrintTo(const PathAndFolder& pathAndFolder, std::ostream* out) { *out << pathAndFolder.name; }
 };
 
 class Folders : public testing::TestWithParam<PathAndFolder> {};
@@ -27,7 +27,7 @@ INSTANTIATE_TEST_SUITE_P(, Folders,
                                          PathAndFolder{"FileOfTheRoot", "\\b.dcm", "\\"},
                                          PathAndFolder{"Folder", "C:\\a\\", "C:\\a\\"},
                                          PathAndFolder{"OtherSeparator", "a/b.dcm", "."}),
-                         test::RowName);
+                         testing::PrintToStringParamName());
 
 } // namespace
 } // namespace tavrel

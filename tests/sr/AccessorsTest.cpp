@@ -75,6 +75,7 @@ TEST_F(Title, StaysWhenOnlyItsMeaningDiffers) {
 struct TitleChange {
     std::string_view name;
     ContentNode title;
+    friend void PrintTo(const TitleChange& titleChange, std::ostream* out) { *out << titleChange.name; }
 };
 
 class TitleChanges : public Title, public testing::WithParamInterface<TitleChange> {};
@@ -93,7 +94,7 @@ INSTANTIATE_TEST_SUITE_P(, TitleChanges,
                                          TitleChange{"Code", {"99SS", "T2", "new", "Chest"}},
                                          TitleChange{"Text", {"99SS", "T1", "new", "Abdomen"}},
                                          TitleChange{"Everything", {}}),
-                         RowName);
+                         testing::PrintToStringParamName());
 
 class BodyPart : public Accessors {
 protected:
@@ -173,7 +174,7 @@ INSTANTIATE_TEST_SUITE_P(
                               &DcmSRDocument::GetFinding, &DcmSRDocument::SetFinding},
                     EntryList{"Diagnoses", &DcmSRDocument::GetDiagnosisCount, &DcmSRDocument::DeleteDiagnosis,
                               &DcmSRDocument::GetDiagnosis, &DcmSRDocument::SetDiagnosis}),
-    RowName);
+    testing::PrintToStringParamName());
 
 TEST_P(Entries, BelowZeroAreAppended) {
     Set(-1, {"99SS", "A", "meaning", "note"});

@@ -2,7 +2,6 @@
 #include "host/Text.h"
 #include "platform/attributes.h"
 #include "sr/ObservationContext.h"
-#include "tests/support/RowName.h"
 #include "tests/support/Workstation.h"
 
 #include <gtest/gtest.h>
@@ -114,6 +113,7 @@ struct Appended {
     std::int16_t asked;
     std::int16_t answered;
     int after;
+    friend void PrintTo(const Appended& appended, std::ostream* out) { *out << appended.name; }
 };
 
 class CodeItems : public testing::TestWithParam<Appended> {
@@ -144,7 +144,7 @@ INSTANTIATE_TEST_SUITE_P(, CodeItems,
                                          Appended{"ByTheIndexOfTheEnd", 0, 0, 0, 1},
                                          Appended{"InPlaceOfTheOnlyOne", 1, 0, 0, 1},
                                          Appended{"InPlaceOfTheMiddle", 3, 1, 1, 3}),
-                         RowName);
+                         testing::PrintToStringParamName());
 
 } // namespace
 } // namespace tavrel::test

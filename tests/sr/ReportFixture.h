@@ -4,7 +4,6 @@
 #include "platform/attributes.h"
 #include "platform/error.h"
 #include "sr/DcmSRDocument.h"
-#include "tests/support/RowName.h"
 #include "tests/support/Workstation.h"
 
 #include <gmock/gmock.h>

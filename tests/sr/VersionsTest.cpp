@@ -51,6 +51,7 @@ TEST_F(Versions, AreAskedForFromOneOn) {
 struct BadIndex {
     std::string_view name;
     std::int16_t index;
+    friend void PrintTo(const BadIndex& badIndex, std::ostream* out) { *out << badIndex.name; }
 };
 
 class BadIndexes : public Versions, public testing::WithParamInterface<BadIndex> {};
@@ -73,7 +74,7 @@ INSTANTIATE_TEST_SUITE_P(, BadIndexes,
                          testing::Values(BadIndex{"BelowTheFirst", -1}, BadIndex{"AfterTheLast", 2},
                                          BadIndex{"BeyondTheEnd", 3}, BadIndex{"Lowest", -32768},
                                          BadIndex{"Highest", 32767}),
-                         RowName);
+                         testing::PrintToStringParamName());
 
 TEST_F(Versions, IndexDoesNotReloadTheContent) {
     LoadReport({.reading = "stored", .versions = 2});
@@ -151,6 +152,7 @@ struct Status {
     std::string_view name;
     int status;
     bool readOnly;
+    friend void PrintTo(const Status& status, std::ostream* out) { *out << status.name; }
 };
 
 class Statuses : public Versions, public testing::WithParamInterface<Status> {};
@@ -166,7 +168,7 @@ TEST_P(Statuses, OnlyOneIsWritable) {
 INSTANTIATE_TEST_SUITE_P(, Statuses,
                          testing::Values(Status{"Pending", 1, false}, Status{"Approved", 0, true},
                                          Status{"BelowApproved", -1, true}, Status{"AbovePending", 2, true}),
-                         RowName);
+                         testing::PrintToStringParamName());
 
 TEST_F(Versions, AreUpdatedByAnyWriteOfTheStatus) {
     LoadReport({});
@@ -192,6 +194,7 @@ struct Completion {
     std::string_view name;
     std::string flag;
     int status;
+    friend void PrintTo(const Completion& completion, std::ostream* out) { *out << completion.name; }
 };
 
 class CompletionFlags : public Versions, public testing::WithParamInterface<Completion> {};
@@ -210,7 +213,7 @@ INSTANTIATE_TEST_SUITE_P(, CompletionFlags,
                          testing::Values(Completion{"Complete", "COMPLETE", 0}, Completion{"Partial", "PARTIAL", 1},
                                          Completion{"Empty", "", 1}, Completion{"SmallLetters", "complete", 1},
                                          Completion{"LongerWord", "COMPLETED", 1}),
-                         RowName);
+                         testing::PrintToStringParamName());
 
 TEST_F(Versions, AreAskedForTheirCompletionByAnOddVr) {
     struct Watched : ForwardingDataSet {
@@ -245,6 +248,7 @@ struct Physicians {
     bool approved;
     std::string referring; ///< empty for none
     std::string approver;  ///< empty for none
+    friend void PrintTo(const Physicians& physicians, std::ostream* out) { *out << physicians.name; }
 };
 
 class ReportPhysicians : public Versions, public testing::WithParamInterface<Physicians> {
@@ -275,7 +279,7 @@ INSTANTIATE_TEST_SUITE_P(, ReportPhysicians,
                                          Physicians{"TwoApproved", {"A", "B"}, true, "A", "B"},
                                          Physicians{"ThreePending", {"A", "B", "C"}, false, "C", ""},
                                          Physicians{"ThreeApproved", {"A", "B", "C"}, true, "B", "C"}),
-                         RowName);
+                         testing::PrintToStringParamName());
 
 TEST_F(Versions, ShowTheirNewObserverOnlyWhenReadAgain) {
     LoadReport({.observer = "Dr. Anna Bianchi", .versions = 1});

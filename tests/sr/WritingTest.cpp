@@ -146,6 +146,7 @@ struct Flags {
     int status;
     std::string_view completion;
     std::string_view verification;
+    friend void PrintTo(const Flags& flags, std::ostream* out) { *out << flags.name; }
 };
 
 class StatusFlags : public Writing, public testing::WithParamInterface<Flags> {};
@@ -165,7 +166,7 @@ INSTANTIATE_TEST_SUITE_P(, StatusFlags,
                                          Flags{"Pending", 1, "PARTIAL", "UNVERIFIED"},
                                          Flags{"BelowApproved", -1, "PARTIAL", "UNVERIFIED"},
                                          Flags{"AbovePending", 2, "PARTIAL", "UNVERIFIED"}),
-                         RowName);
+                         testing::PrintToStringParamName());
 
 TEST_F(Writing, RecordsWhoSavedWhereAndWhen) {
     CreateReport();
