@@ -152,7 +152,7 @@ struct Status {
     std::string_view name;
     int status;
     bool readOnly;
-    friend void PrintTo(const Status& status, std::ostream* out) { *out << status.name; }
+    friend void PrintTo(const Status& row, std::ostream* out) { *out << row.name; }
 };
 
 class Statuses : public Versions, public testing::WithParamInterface<Status> {};
