@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 #include <variant>
+#include <vector>
 
 namespace tavrel {
 
@@ -43,6 +44,27 @@ enum class DicomFault : int {
     NotStored,   ///< the service could not be reached, refused or did not answer
 };
 
+/// A character, with the marks that combine with it, that a data set cannot hold.
+struct LostCharacter {
+    std::string text;   ///< UTF-8
+    std::size_t offset; ///< bytes before it in the UTF-8 text
+    bool operator==(const LostCharacter&) const = default;
+};
+
+/// An element of a data set that cannot be written, and why.
+struct Unwritable {
+    struct Step {
+        Tag tag;
+        int item; ///< 0-based of a sequence, -1 for the element itself
+        bool operator==(const Step&) const = default;
+    };
+    std::vector<Step> path;          ///< from the data set to the element
+    std::string name;                ///< in words: "Content Sequence item 2, Text Value"
+    std::string text;                ///< the element's whole text, UTF-8; empty when nothing in it is lost
+    std::vector<LostCharacter> lost; ///< all of them, in their order
+    std::string reason;              ///< what is wrong besides, in a sentence; empty when nothing is
+};
+
 class DicomDataSet;
 using DataSetHandle = std::shared_ptr<DicomDataSet>;
 
@@ -64,6 +86,11 @@ public:
     /// Writes a DICOM file (PS3.10), explicit VR little endian, in the character set that the data
     /// set declares; whole or not at all. A character that the set lacks is an error that names it.
     virtual void SaveToFile(std::string_view path) const = 0;
+
+    /// Everything for which SaveToFile or StoreToNode would refuse the data set as it stands, in the
+    /// order of its elements. They refuse the first; what lies outside (a full disk, a service that
+    /// is away) is told only by trying.
+    virtual std::vector<Unwritable> FindUnwritable() const = 0;
 
     virtual int GetSequenceItemCount(Tag sequence) const = 0;
 
@@ -132,6 +159,10 @@ public:
     /// The series of these image files, in their order. A file is opened when one of its elements is
     /// first asked for and never read beyond its header, so a series costs as much as is looked at.
     virtual std::shared_ptr<DataSetList> OpenImageSeries(std::span<const std::string> paths) = 0;
+
+    /// The characters of a text that a data set which declares this Specific Character Set cannot
+    /// hold, in their order: control characters are among them.
+    virtual std::vector<LostCharacter> FindUnwritable(std::string_view text, std::string_view characterSet) const = 0;
 };
 
 } // namespace tavrel

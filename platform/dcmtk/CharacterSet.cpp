@@ -175,18 +175,20 @@ bool CharacterSet::IsWritable() const {
            (set == nullptr || set->form == Form::Whole || (set->form == Form::HighSingle && set->prefix.empty()));
 }
 
-std::optional<LostCharacter> CharacterSet::Encode(std::string_view utf8, TextKind kind, std::string& bytes) const {
+std::vector<Misfit> CharacterSet::Encode(std::string_view utf8, TextKind kind, std::string& bytes) const {
     if (IsAscii(utf8)) {
         bytes = utf8;
-        return std::nullopt;
+        return {};
     }
-    const std::string composed = Composed(utf8);
+    const ComposedText composed{utf8};
     bytes.clear();
     // Nothing is left out of a name for a set that might hold it.
-    return kind == TextKind::PersonName && IsWritable() ? EncodeName(composed, bytes) : EncodeRun(composed, bytes);
+    return kind == TextKind::PersonName && IsWritable() ? EncodeName(composed.Text(), bytes)
+                                                        : EncodeRun(composed.Text(), bytes);
 }
 
-std::optional<LostCharacter> CharacterSet::EncodeName(std::string_view utf8, std::string& bytes) const {
+std::vector<Misfit> CharacterSet::EncodeName(std::string_view utf8, std::string& bytes) const {
+    std::vector<Misfit> lost;
     std::size_t group = 0;
     std::size_t passed = 0;
     bool leftOut = false;
@@ -194,36 +196,38 @@ std::optional<LostCharacter> CharacterSet::EncodeName(std::string_view utf8, std
         const auto end = rest.find_first_of("\\=");
         const auto part = rest.substr(0, end);
         std::string coded;
-        const auto lost = EncodeRun(part, coded);
-        if (lost && group == 0)
-            return LostCharacter{lost->character, lost->position + passed};
-        if (!lost)
+        const auto lostHere = EncodeRun(part, coded);
+        if (group == 0)
+            for (const auto& [character, position, offset] : lostHere)
+                lost.push_back({character, position + passed, offset + (utf8.size() - rest.size())});
+        if (lostHere.empty())
             bytes += coded;
-        leftOut = leftOut || lost;
+        leftOut = leftOut || !lostHere.empty();
         passed += CountCharacters(part) + 1;
         const bool valueEnds = end == std::string_view::npos || rest[end] == '\\';
         if (valueEnds && leftOut)
             bytes.erase(bytes.find_last_not_of('=') + 1);
         if (end == std::string_view::npos)
-            return std::nullopt;
+            return lost;
         bytes += rest[end];
         group = valueEnds ? 0 : group + 1;
         rest.remove_prefix(end + 1);
     }
 }
 
-std::optional<LostCharacter> CharacterSet::EncodeRun(std::string_view utf8, std::string& bytes) const {
+std::vector<Misfit> CharacterSet::EncodeRun(std::string_view utf8, std::string& bytes) const {
     const auto* set = IsWritable() ? sets_.front() : nullptr;
-    for (std::size_t position = 1; !utf8.empty(); ++position) {
-        std::string_view rest = utf8;
+    std::vector<Misfit> lost;
+    std::size_t position = 1;
+    for (std::string_view rest = utf8; !rest.empty(); ++position) {
+        const std::size_t offset = utf8.size() - rest.size();
         const char32_t character = TakeCharacter(rest);
-        const auto coded = Coded(character, utf8.substr(0, utf8.size() - rest.size()), set);
-        if (!coded)
-            return LostCharacter{character, position};
-        bytes += *coded;
-        utf8 = rest;
+        if (const auto coded = Coded(character, utf8.substr(offset, utf8.size() - rest.size() - offset), set))
+            bytes += *coded;
+        else
+            lost.push_back({character, position, offset});
     }
-    return std::nullopt;
+    return lost;
 }
 
 } // namespace tavrel

@@ -16,10 +16,11 @@ enum class TextKind {
     PersonName, ///< PN: values, component groups "=", components "^"
 };
 
-/// A character that a set cannot hold.
-struct LostCharacter {
+/// A character that cannot stand in a text.
+struct Misfit {
     char32_t character;
     std::size_t position; ///< 1-based, counted in characters
+    std::size_t offset;   ///< bytes before it
 };
 
 struct CodedSet;
@@ -39,14 +40,14 @@ public:
     /// ones, are only read: every version is written in ISO_IR 100.
     bool IsWritable() const;
 
-    /// Composes and encodes a UTF-8 text into `bytes`, or answers the first character that cannot
-    /// be. The ideographic and phonetic forms of a person name that cannot be held are left out
-    /// when the alphabetic one can.
-    std::optional<LostCharacter> Encode(std::string_view utf8, TextKind kind, std::string& bytes) const;
+    /// Composes and encodes a UTF-8 text into `bytes`. Answers every character that cannot be, where
+    /// it stands in the composed text; with any, `bytes` means nothing. The ideographic and phonetic
+    /// forms of a person name that cannot be held are left out when the alphabetic one can.
+    std::vector<Misfit> Encode(std::string_view utf8, TextKind kind, std::string& bytes) const;
 
 private:
-    std::optional<LostCharacter> EncodeRun(std::string_view utf8, std::string& bytes) const;
-    std::optional<LostCharacter> EncodeName(std::string_view utf8, std::string& bytes) const;
+    std::vector<Misfit> EncodeRun(std::string_view utf8, std::string& bytes) const;
+    std::vector<Misfit> EncodeName(std::string_view utf8, std::string& bytes) const;
 
     std::vector<const CodedSet*> sets_; ///< empty: the default repertoire
 };

@@ -1,7 +1,10 @@
 #pragma once
 
+#include "platform/dicom.h"
+
 #include <memory>
 #include <string>
+#include <vector>
 
 class DcmDataset;
 
@@ -14,6 +17,9 @@ class DcmtkDataSet;
 /// character that the set lacks, a control character, a UID over 64 characters, a text too long for
 /// its VR. Elements of group 0002 are left out.
 std::unique_ptr<DcmDataset> EncodeDataSet(const DcmtkDataSet& source);
+
+/// Every element for which EncodeDataSet or EncodeFile would refuse the data set, in its order.
+std::vector<Unwritable> FindRefusals(const DcmtkDataSet& source);
 
 /// The bytes of a DICOM file (PS3.10): explicit VR little endian, explicit lengths.
 std::string EncodeFile(std::unique_ptr<DcmDataset> dataSet);

@@ -233,13 +233,24 @@ std::shared_ptr<DcmtkDataSet> DcmtkDataSet::Copy() const {
     return copy;
 }
 
-void DcmtkDataSet::CheckUids() const {
+std::vector<Unwritable> DcmtkDataSet::MissingUids() const {
     constexpr std::array needed{attribute::SopClassUid, attribute::SopInstanceUid, attribute::StudyInstanceUid,
                                 attribute::SeriesInstanceUid};
+    std::vector<Unwritable> missing;
     for (const Tag tag : needed)
         if (GetString(tag).empty())
-            throw DicomFailure(DicomFault::NotSendable,
-                               "The version cannot be sent: it has no " + AttributeName(tag) + ".");
+            missing.push_back({{{tag, -1}},
+                               AttributeWords(tag),
+                               {},
+                               {},
+                               "The version cannot be sent: it has no " + AttributeName(tag) + "."});
+    return missing;
+}
+
+std::vector<Unwritable> DcmtkDataSet::FindUnwritable() const {
+    auto found = MissingUids();
+    std::ranges::move(FindRefusals(*this), std::back_inserter(found));
+    return found;
 }
 
 std::unique_ptr<DcmDataset> DcmtkDataSet::Sendable(const StoreTarget& target) const {
@@ -247,7 +258,8 @@ std::unique_ptr<DcmDataset> DcmtkDataSet::Sendable(const StoreTarget& target) co
         if (network_ == nullptr)
             throw DicomFailure(DicomFault::NotSendable, "A data set of a program that only reads cannot be sent.");
         CheckTarget(target);
-        CheckUids();
+        if (const auto missing = MissingUids(); !missing.empty())
+            throw DicomFailure(DicomFault::NotSendable, missing.front().reason);
         return EncodeDataSet(*this);
     } catch (const Error& refused) {
         throw DicomFailure(DicomFault::NotSendable, refused.description);

@@ -38,6 +38,7 @@ public:
     Value GetValue(const Attribute& attribute, int valueIndex = 0) const override;
     void SetValue(const Attribute& attribute, int valueIndex, const Value& value) override;
     void SaveToFile(std::string_view path) const override;
+    std::vector<Unwritable> FindUnwritable() const override;
     int GetSequenceItemCount(Tag sequence) const override;
     DataSetHandle GetSequenceItem(Tag sequence, int index) const override;
     void SetSequenceItem(Tag sequence, int index, const DataSetHandle& item) override;
@@ -64,7 +65,7 @@ private:
     const DcmtkSequence* FindSequence(Tag tag) const;
     bool Contains(const DcmtkDataSet& other) const;
     std::string TextOf(const DcmElement& element) const;
-    void CheckUids() const;
+    std::vector<Unwritable> MissingUids() const;
     /// A data set that cannot go out as it stands is an error.
     std::unique_ptr<DcmDataset> Sendable(const StoreTarget& target) const;
 

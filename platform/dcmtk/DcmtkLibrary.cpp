@@ -1,6 +1,7 @@
 #include "platform/dcmtk/DcmtkLibrary.h"
 
 #include "platform/dcmtk/DcmtkDataSetList.h"
+#include "platform/dcmtk/TextCheck.h"
 
 #include <dcmtk/config/osconfig.h>
 
@@ -27,6 +28,10 @@ std::shared_ptr<DataSetList> DcmtkLibrary::NewDataSetList() {
 
 std::shared_ptr<DataSetList> DcmtkLibrary::OpenImageSeries(std::span<const std::string> paths) {
     return std::make_shared<DcmtkDataSetList>(network_, paths);
+}
+
+std::vector<LostCharacter> DcmtkLibrary::FindUnwritable(std::string_view text, std::string_view characterSet) const {
+    return LostCharacters(text, CheckText(text, CharacterSet{characterSet}, TextKind::Plain));
 }
 
 } // namespace tavrel

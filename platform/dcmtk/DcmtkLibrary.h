@@ -18,6 +18,7 @@ public:
     DataSetHandle NewDataSet() override;
     std::shared_ptr<DataSetList> NewDataSetList() override;
     std::shared_ptr<DataSetList> OpenImageSeries(std::span<const std::string> paths) override;
+    std::vector<LostCharacter> FindUnwritable(std::string_view text, std::string_view characterSet) const override;
 
 private:
     std::shared_ptr<const DcmtkNetwork> network_;

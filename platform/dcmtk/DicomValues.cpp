@@ -241,7 +241,7 @@ std::string WithCrLf(std::string_view text) {
     return result;
 }
 
-std::string AttributeName(Tag tag) {
+std::string AttributeWords(Tag tag) {
     DcmTag dictionaryTag{tag.group, tag.element};
     const std::string_view keyword = dictionaryTag.getTagName();
     std::string name;
@@ -252,9 +252,13 @@ std::string AttributeName(Tag tag) {
             name += ' ';
         name += keyword[at];
     }
+    return name;
+}
+
+std::string AttributeName(Tag tag) {
     std::array<char, 16> address{};
     std::snprintf(address.data(), address.size(), " (%04X,%04X)", tag.group, tag.element);
-    return name + address.data();
+    return AttributeWords(tag) + address.data();
 }
 
 } // namespace tavrel

@@ -10,6 +10,7 @@
 #include <iconv.h>
 #include <unicode/bytestream.h>
 #include <unicode/normalizer2.h>
+#include <unicode/uchar.h>
 
 namespace tavrel {
 namespace {
@@ -70,16 +71,36 @@ std::string ConvertTextToUtf8(std::string_view bytes, const char* from) {
     }
 }
 
-std::string Composed(std::string_view utf8) {
+ComposedText::ComposedText(std::string_view utf8) : text_(utf8) {
     UErrorCode failure = U_ZERO_ERROR;
     const auto* normalizer = icu::Normalizer2::getNFCInstance(failure);
     const icu::StringPiece piece{utf8.data(), static_cast<std::int32_t>(utf8.size())};
     if (U_FAILURE(failure) || normalizer->isNormalizedUTF8(piece, failure))
-        return std::string{utf8};
+        return;
     std::string result;
     icu::StringByteSink<std::string> sink{&result};
-    normalizer->normalizeUTF8(0, piece, sink, nullptr, failure);
-    return U_FAILURE(failure) ? std::string{utf8} : result;
+    normalizer->normalizeUTF8(0, piece, sink, &changes_, failure);
+    if (U_SUCCESS(failure))
+        text_ = std::move(result);
+    else
+        changes_.reset();
+}
+
+std::vector<std::size_t> ComposedText::SourceOffsets(std::vector<std::size_t> offsets) const {
+    if (!changes_.hasChanges())
+        return offsets;
+    UErrorCode failure = U_ZERO_ERROR;
+    auto changes = changes_.getFineIterator();
+    for (std::size_t& offset : offsets) {
+        changes.findDestinationIndex(static_cast<std::int32_t>(offset), failure);
+        const auto within = changes.hasChange() ? 0 : offset - static_cast<std::size_t>(changes.destinationIndex());
+        offset = static_cast<std::size_t>(changes.sourceIndex()) + within;
+    }
+    return offsets;
+}
+
+bool IsMark(char32_t character) {
+    return (U_GET_GC_MASK(static_cast<UChar32>(character)) & U_GC_M_MASK) != 0;
 }
 
 char32_t TakeCharacter(std::string_view& utf8) {

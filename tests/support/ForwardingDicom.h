@@ -19,6 +19,7 @@ public:
         target_->SetValue(attribute, valueIndex, value);
     }
     void SaveToFile(std::string_view path) const override { target_->SaveToFile(path); }
+    std::vector<Unwritable> FindUnwritable() const override { return target_->FindUnwritable(); }
     int GetSequenceItemCount(Tag sequence) const override { return target_->GetSequenceItemCount(sequence); }
     DataSetHandle GetSequenceItem(Tag sequence, int index) const override {
         return target_->GetSequenceItem(sequence, index);
@@ -59,6 +60,9 @@ public:
     std::shared_ptr<DataSetList> NewDataSetList() override { return target_.NewDataSetList(); }
     std::shared_ptr<DataSetList> OpenImageSeries(std::span<const std::string> paths) override {
         return target_.OpenImageSeries(paths);
+    }
+    std::vector<LostCharacter> FindUnwritable(std::string_view text, std::string_view characterSet) const override {
+        return target_.FindUnwritable(text, characterSet);
     }
 
 private:
