@@ -7,6 +7,7 @@
 #include <QDBusMessage>
 #include <QDBusPendingReply>
 #include <QDBusVariant>
+#include <QScopeGuard>
 
 #include <limits>
 #include <utility>
@@ -55,36 +56,55 @@ QDBusPendingCall DbusViewerCalls::AskBus(const QDBusMessage& question) {
 }
 
 void DbusViewerCalls::SetProperty(const QString& name, const QVariant& value) {
+    properties_.insert_or_assign(name, Property{value, Set(name, value)});
+}
+
+QDBusPendingCall DbusViewerCalls::Set(const QString& name, const QVariant& value) {
     auto set = QDBusMessage::createMethodCall(LumaretViewer.service, LumaretViewer.path,
                                               "org.freedesktop.DBus.Properties", "Set");
     set << LumaretViewer.interface << name << QVariant::fromValue(QDBusVariant(value));
     set.setAutoStartService(false);
-    properties_.insert_or_assign(name, bus_.asyncCall(set, NoTimeLimit));
+    ++sets_;
+    return bus_.asyncCall(set, NoTimeLimit);
 }
 
 void DbusViewerCalls::CallMethod(const QString& name) {
-    const auto properties = std::exchange(properties_, {});
+    auto properties = std::exchange(properties_, {});
     if (overdue_ && !overdue_->isFinished())
         Fail(QDBusError::Timeout, "The viewer still does not answer; " + name + " was not sent.");
     overdue_.reset();
+    // A call inside another one's wait ends with it: a hung viewer costs the bound once.
+    const bool outermost = !deadline_;
+    if (outermost)
+        deadline_ = QDeadlineTimer(bound_);
+    const auto ended = qScopeGuard([&] {
+        if (outermost)
+            deadline_.reset();
+    });
+    AwaitProperties(std::move(properties));
     auto method = MethodCall(LumaretViewer, name);
     method.setAutoStartService(false);
     const auto call = bus_.asyncCall(method, NoTimeLimit);
     Await(call, name);
-    for (const auto& [property, set] : properties)
-        RaiseFailureOf(set, property);
     RaiseFailureOf(call, name);
 }
 
+void DbusViewerCalls::AwaitProperties(std::map<QString, Property> properties) {
+    for (;;) {
+        const unsigned sets = sets_;
+        for (const auto& [name, property] : properties) {
+            Await(property.set, name);
+            RaiseFailureOf(property.set, name);
+        }
+        if (sets == sets_)
+            return;
+        for (auto& [name, property] : properties)
+            property.set = Set(name, property.value);
+    }
+}
+
 void DbusViewerCalls::Await(const QDBusPendingCall& call, const QString& name) {
-    // A wait inside another one ends with it: a hung viewer costs the bound once.
-    const bool outermost = !deadline_;
-    if (outermost)
-        deadline_ = QDeadlineTimer(bound_);
-    const bool answered = AwaitAnswer(call, std::chrono::milliseconds(deadline_->remainingTime()));
-    if (outermost)
-        deadline_.reset();
-    if (answered)
+    if (AwaitAnswer(call, std::chrono::milliseconds(deadline_->remainingTime())))
         return;
     overdue_ = call;
     Fail(QDBusError::Timeout, "The viewer did not answer " + name + " within " +

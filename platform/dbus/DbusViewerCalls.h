@@ -3,6 +3,7 @@
 #include <QDBusConnection>
 #include <QDBusPendingCall>
 #include <QDeadlineTimer>
+#include <QVariant>
 
 #include <chrono>
 #include <map>
@@ -13,9 +14,10 @@ namespace tavrel {
 
 /// The calls to the viewer's object "Lumaret.Viewer".
 ///
-/// A property is sent without waiting; the next method call waits for both and raises what failed of
-/// either. So the properties of one hand-over and its method reach the viewer in one piece, whatever
-/// is served meanwhile, and a viewer that waits for us in a call of its own is waited for by nothing.
+/// A property is sent without waiting, so a viewer that waits for us in a call of its own is waited for by
+/// nothing. The next method call waits for the properties first and is not made when one of them failed: the
+/// viewer would show another image than is meant. When other properties were sent during that wait, its own are
+/// sent again, so that they stand when the method reaches the viewer.
 ///
 /// A viewer that has let one call's time pass is taken as hung: until it answers that call, the next
 /// ones fail at once.
@@ -31,14 +33,22 @@ public:
     void CallMethod(const QString& name);
 
 private:
+    struct Property {
+        QVariant value;
+        QDBusPendingCall set;
+    };
+
     QDBusPendingCall AskBus(const QDBusMessage& question);
+    QDBusPendingCall Set(const QString& name, const QVariant& value);
+    void AwaitProperties(std::map<QString, Property> properties);
     /// Waits until `call`, which is named `name` to the person, is answered; an error when it is not.
     void Await(const QDBusPendingCall& call, const QString& name);
 
     QDBusConnection bus_;
     std::chrono::milliseconds bound_;
-    std::map<QString, QDBusPendingCall> properties_; ///< the last one sent of each, until a method call
-    std::optional<QDeadlineTimer> deadline_;         ///< of the outermost wait
+    std::map<QString, Property> properties_; ///< the last one sent of each, until a method call
+    unsigned sets_ = 0;                      ///< how many properties were sent
+    std::optional<QDeadlineTimer> deadline_; ///< of the outermost method call
     std::optional<QDBusPendingCall> overdue_;
 };
 
