@@ -6,9 +6,10 @@
 
 namespace tavrel {
 
-CodedEntries::CodedEntries(Global& global, frmBase& manager, Form& editor, const Entries& findings,
-                           const Entries& diagnoses, Button& cmdTitle, Button& cmdBaseBody)
-    : global_(global), manager_(manager), editor_(editor), findings_(findings), diagnoses_(diagnoses) {
+CodedEntries::CodedEntries(Global& global, frmBase& manager, Form& editor, std::function<DcmSRDocument&()> shownReport,
+                           const Entries& findings, const Entries& diagnoses, Button& cmdTitle, Button& cmdBaseBody)
+    : global_(global), manager_(manager), editor_(editor), shownReport_(std::move(shownReport)), findings_(findings),
+      diagnoses_(diagnoses) {
     manager_.ReportLists(findings.list, diagnoses.list);
     findings.add.Click = [this] { cmdFnAdd_Click(); };
     findings.modify.Click = [this] { cmdFnModify_Click(); };
@@ -37,11 +38,11 @@ void CodedEntries::cmdDxModify_Click() {
 }
 
 void CodedEntries::cmdFnDelete_Click() {
-    Delete(findings_, [](Global& global, std::int16_t index) { CurrentDocument(global).DeleteFinding(index); });
+    Delete(findings_, &DcmSRDocument::DeleteFinding);
 }
 
 void CodedEntries::cmdDxDelete_Click() {
-    Delete(diagnoses_, [](Global& global, std::int16_t index) { CurrentDocument(global).DeleteDiagnosis(index); });
+    Delete(diagnoses_, &DcmSRDocument::DeleteDiagnosis);
 }
 
 void CodedEntries::cmdTitle_Click() {
@@ -111,7 +112,7 @@ void CodedEntries::ShowManager() {
     global_.ports.windows.ShowModal(manager_, &editor_);
 }
 
-void CodedEntries::Delete(const Entries& entries, void (*deleteEntry)(Global& global, std::int16_t index)) {
+void CodedEntries::Delete(const Entries& entries, void (DcmSRDocument::*deleteEntry)(std::int16_t index)) {
     auto& windows = global_.ports.windows;
     const auto report = [&](const Error& error) {
         windows.Ask({.text = error.description, .title = {}, .icon = Icon::CriticalStop});
@@ -125,7 +126,7 @@ void CodedEntries::Delete(const Entries& entries, void (*deleteEntry)(Global& gl
             if (windows.Ask({.text = "Are you sure you want to delete " + code + "?",
                              .title = {},
                              .buttons = Buttons::OkCancel}) == Answer::Ok) {
-                deleteEntry(global_, static_cast<std::int16_t>(row + 1));
+                (shownReport_().*deleteEntry)(static_cast<std::int16_t>(row + 1));
                 entries.list.Remove(row);
                 entries.list.Refresh();
             }

@@ -4,10 +4,12 @@
 #include "platform/controls.h"
 
 #include <cstdint>
+#include <functional>
 #include <string_view>
 
 namespace tavrel {
 
+class DcmSRDocument;
 class frmBase;
 
 /// The editor's handlers for coded findings and diagnoses and for the tables of headings and body
@@ -25,8 +27,9 @@ public:
     };
 
     /// Takes over the clicks of all the buttons. Everything given must outlive this object.
-    CodedEntries(Global& global, frmBase& manager, Form& editor, const Entries& findings, const Entries& diagnoses,
-                 Button& cmdTitle, Button& cmdBaseBody);
+    /// `shownReport` answers the report on the editor's screen.
+    CodedEntries(Global& global, frmBase& manager, Form& editor, std::function<DcmSRDocument&()> shownReport,
+                 const Entries& findings, const Entries& diagnoses, Button& cmdTitle, Button& cmdBaseBody);
     CodedEntries(const CodedEntries&) = delete;
     CodedEntries& operator=(const CodedEntries&) = delete;
 
@@ -46,13 +49,14 @@ private:
     void Add(std::string_view caption, std::string_view tableKey);
     void Modify(const Entries& entries, std::string_view caption, std::string_view tableKey);
     /// `deleteEntry` takes the row's number, from 1, to the report.
-    void Delete(const Entries& entries, void (*deleteEntry)(Global& global, std::int16_t index));
+    void Delete(const Entries& entries, void (DcmSRDocument::*deleteEntry)(std::int16_t index));
     void MaintainOnly(std::string_view caption, std::string_view tableKey);
     void ShowManager();
 
     Global& global_;
     frmBase& manager_;
     Form& editor_;
+    std::function<DcmSRDocument&()> shownReport_;
     Entries findings_;
     Entries diagnoses_;
 };

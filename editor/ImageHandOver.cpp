@@ -5,6 +5,8 @@
 #include "platform/paths.h"
 #include "sr/ImagePresentationContext.h"
 
+#include <vector>
+
 namespace tavrel {
 namespace {
 
@@ -35,29 +37,30 @@ template <typename Line, typename Image, typename View> void ForEachField(Line& 
 } // namespace
 
 std::string ImageHandOver::HandOverFile() const {
-    return FolderOf(global_.report.filePath) + "SR.dat";
+    return FolderOf(global_.report->filePath) + "SR.dat";
 }
 
 void ImageHandOver::AddImage(const std::string& fileName, const ViewParametersHandle& viewPars,
                              const std::string& lutName) {
-    if (!global_.report.pendingImages)
+    if (!global_.report->pendingImages)
         throw Error(Fault::Missing, "Tavrel", "The report's list of images has not been made yet");
-    global_.report.pendingImages->push_back({fileName, viewPars, lutName});
+    global_.report->pendingImages->push_back({fileName, viewPars, lutName});
 }
 
 void ImageHandOver::RemoveImage(const std::string&) const {}
 
 void ImageHandOver::Load(ReportOwner* owner) {
+    std::vector<std::string> failures; // of the viewer
     TrapNumbered(global_.ports.windows, "LoadSRDat ", [&] {
         const auto theOwner = [&]() -> ReportOwner& {
             if (!owner)
                 throw Error(Fault::Missing, "Tavrel", "The report has no automation object to hand its images to");
             return *owner;
         };
-        if (global_.report.pendingImages && !global_.report.pendingImages->empty())
+        if (global_.report->pendingImages && !global_.report->pendingImages->empty())
             theOwner().RemoveImagesFromRefertList();
-        global_.report.pendingImages = std::make_shared<ImageList>();
-        if (global_.report.filePath.empty())
+        global_.report->pendingImages = std::make_shared<ImageList>();
+        if (global_.report->filePath.empty())
             return;
         const auto file = HandOverFile();
         if (!global_.ports.files.Exists(file))
@@ -70,20 +73,28 @@ void ImageHandOver::Load(ReportOwner* owner) {
                 .Filename = {}, .ViewPars = std::make_shared<ViewParameters>(), .LUTName = {}};
             ForEachField(line, image, *image.ViewPars);
             line.EndLine();
-            theOwner().SendFileInfo(image.Filename, image.ViewPars, image.LUTName);
-            global_.report.pendingImages->push_back(
+            auto& viewers = theOwner();
+            Trap([&] { viewers.ShowImage(image.Filename, image.ViewPars, image.LUTName); },
+                 [&](const Error& error) { failures.push_back(error.description); });
+            global_.report->pendingImages->push_back(
                 std::move(image)); // the viewer may have replaced the list meanwhile
         }
     });
+    if (failures.empty())
+        return;
+    std::string words = std::string(SendFileInfoPrefix) + failures.front();
+    if (failures.size() > 1)
+        words += "\r\n(The viewer did not show " + std::to_string(failures.size()) + " of the report's images.)";
+    global_.ports.windows.Ask({.text = words, .title = {}});
 }
 
 void ImageHandOver::Write() const {
     const auto file = HandOverFile();
-    if (!global_.report.pendingImages || global_.report.pendingImages->empty())
+    if (!global_.report->pendingImages || global_.report->pendingImages->empty())
         return;
     static const ViewParameters neutral; // for an image that was added without parameters
     DelimitedWriter line;
-    for (const auto& image : *global_.report.pendingImages) {
+    for (const auto& image : *global_.report->pendingImages) {
         ForEachField(line, image, image.ViewPars ? *image.ViewPars : neutral);
         line.EndLine();
     }

@@ -19,7 +19,7 @@ public:
     void RemoveImage(const std::string& fileName) const;
 
     /// Rebuilds the pending list from the file beside the current SR file and hands each image to the
-    /// viewer. Shows its own failures; the images read before one stay.
+    /// viewer. Shows its own failures, those of the viewer in one message; the images read before one stay.
     void Load(ReportOwner* owner);
     /// Writes the pending list beside the current SR file, whole or not at all. An empty list leaves
     /// the file as it was.

@@ -4,9 +4,11 @@
 #include "host/ErrorReport.h"
 #include "host/Log.h"
 #include "host/Text.h"
+#include "platform/uid.h"
 #include "sr/DcmSRDocument.h"
 
 #include <array>
+#include <utility>
 
 namespace tavrel {
 namespace {
@@ -34,8 +36,10 @@ std::string AgeText(const DateTime& birth, const DateTime& today) {
 frmReport::frmReport(Global& global, ServiceEvents& serviceEvents, frmSRSeriesChoice& chooser, frmBase& codeTables,
                      ReportPrinter& printer)
     : Form("frmReport"), global_(global), serviceEvents_(serviceEvents), chooser_(chooser), printer_(printer),
-      codedEntries_(global, codeTables, *this, {lstFinding, cmdFnAdd, cmdFnModify, cmdFnDelete},
-                    {lstDiagnosis, cmdDxAdd, cmdDxModify, cmdDxDelete}, cmdTitle, cmdBaseBody),
+      codedEntries_(
+          global, codeTables, *this, [this]() -> DcmSRDocument& { return ShownDocument(); },
+          {lstFinding, cmdFnAdd, cmdFnModify, cmdFnDelete}, {lstDiagnosis, cmdDxAdd, cmdDxModify, cmdDxDelete},
+          cmdTitle, cmdBaseBody),
       images_(global) {
     lstHistory.Click = [this] { lstHistory_Click(); };
     cmdSave.Click = [this] { cmdSave_Click(); };
@@ -45,6 +49,7 @@ frmReport::frmReport(Global& global, ServiceEvents& serviceEvents, frmSRSeriesCh
     cmdOthers.Click = [this] { cmdOthers_Click(); };
     cmdPrint.Click = [this] { cmdPrint_Click(); };
     cmdClose.Click = [this] { cmdClose_Click(); };
+    cmbReportTitle.Edited = txtReportTitle.Edited = txtReportAnnotation.Edited = [this] { ShowState(); };
     txtReportTitle.Filter = PlainText;
     txtReportAnnotation.Filter = PlainText;
 }
@@ -53,9 +58,19 @@ frmReport::~frmReport() = default;
 
 void frmReport::Open(ReportOwner& owner) {
     owner_ = &owner;
-    if (!choosing_)
+    if (!std::exchange(choosing_, false))
         Form_Load();
     global_.ports.windows.Show(*this);
+}
+
+DcmSRDocument& frmReport::ShownDocument() {
+    MakeShownCurrent();
+    return CurrentDocument(global_);
+}
+
+void frmReport::MakeShownCurrent() {
+    if (shown_)
+        global_.report = shown_;
 }
 
 ReportOwner& frmReport::Owner() const {
@@ -90,10 +105,15 @@ void frmReport::ShowSiteCaption() {
 
 void frmReport::LoadDocs() {
     TrapNumbered(global_.ports.windows, "frmReport.LoadDocs:", [&] {
-        cmdNew.Enabled(global_.report.imageSeries != nullptr);
+        const auto& document = CurrentDocument(global_);
+        if (shown_ && shown_->studyUid != global_.report->studyUid)
+            StartClean();
+        shown_ = global_.report;
+        screen_ = {.unwritablePatient = document.UnwritablePatient()};
+        cmdNew.Enabled(shown_->imageSeries != nullptr);
         FillHistory();
         WriteLog(global_, "History initialized");
-        if (CurrentDocument(global_).VersionCount() > 0)
+        if (document.VersionCount() > 0)
             SelectLastVersion();
         else
             FillScreen();
@@ -101,6 +121,22 @@ void frmReport::LoadDocs() {
         global_.currentUserName = global_.userInformation->UserName();
         LookUpUserAndSite();
     });
+}
+
+void frmReport::StartClean() {
+    for (Label* label : {&txtPtName, &txtPtPatientID, &txtPtSex, &txtPtBirthDate, &txtPtAge, &txtPhysician,
+                         &txtStDescription, &txtStDate})
+        label->Text(NotFilled);
+    for (Label* label : {&txtReferringPhysician, &txtUpdateDate, &txtApprovingPhysician, &txtApprovalDate})
+        label->Text("");
+    cmbReportTitle.Text("");
+    txtReportTitle.Text("");
+    txtReportAnnotation.Text("");
+    cmbBodyPart.Text("");
+    lstFinding.Clear();
+    lstDiagnosis.Clear();
+    if (shown_->pendingImages && !shown_->pendingImages->empty())
+        Owner().RemoveImagesFromRefertList();
 }
 
 void frmReport::FillHistory() {
@@ -119,25 +155,36 @@ void frmReport::SelectLastVersion() {
 
 void frmReport::lstHistory_Click() {
     TrapNumbered(global_.ports.windows, "frmReport.lstHistory_Click:", [&] {
-        CurrentDocument(global_).GotoVersion(static_cast<std::int16_t>(lstHistory.ListIndex()));
+        ShownDocument().GotoVersion(static_cast<std::int16_t>(lstHistory.ListIndex()));
         FillScreen();
     });
 }
 
 void frmReport::FillScreen() {
-    TrapNumbered(global_.ports.windows, "frmReport.FillScreen:", [&] {
-        const auto& document = CurrentDocument(global_);
-        FillPatientAndStudy(document);
-        FillTitle(document);
-        txtReportAnnotation.Text(document.Reading());
-        ShowReferring(document.Referring());
-        ShowApprover(document.Approver());
-        bool readOnly = document.ReadOnly();
-        Lock(readOnly);
-        ShowState();
-        frmDataReport.Refresh();
-        images_.Load(owner_);
-    });
+    screen_.notShown.clear();
+    screen_.notStored.clear();
+    Trap(
+        [&] {
+            const auto& document = CurrentDocument(global_);
+            FillPatientAndStudy(document);
+            FillTitle(document);
+            txtReportAnnotation.Text(document.Reading());
+            ShowReferring(document.Referring());
+            ShowApprover(document);
+            bool readOnly = document.ReadOnly();
+            Lock(readOnly);
+            screen_.waiting = WaitingVersions(global_.ports, document.SeriesUid());
+            ShowState();
+            frmDataReport.Refresh();
+            images_.Load(owner_);
+        },
+        [&](const Error& error) {
+            ShowNumberedError(global_.ports.windows, "frmReport.FillScreen:", error);
+            screen_.notShown = error.description;
+            bool readOnly = true; // what is shown in part must not be saved over the whole
+            Lock(readOnly);
+            ShowState();
+        });
 }
 
 void frmReport::FillPatientAndStudy(const DcmSRDocument& document) {
@@ -178,10 +225,11 @@ void frmReport::ShowReferring(const ObservationContext* referring) {
         txtReferringPhysician.Text("Not yet referred");
 }
 
-void frmReport::ShowApprover(const ObservationContext* approver) {
+void frmReport::ShowApprover(const DcmSRDocument& document) {
+    const auto* approver = document.Approver();
     txtApprovingPhysician.Text(approver ? approver->ObserverName : "");
     txtApprovalDate.Text(approver ? DateTimeText(approver->ObservationDateTime) : "");
-    cmdPrint.Enabled(approver != nullptr);
+    cmdPrint.Enabled(approver && !document.HoldsMore()); // a page holds no more than the screen
     if (txtApprovingPhysician.Text().empty())
         txtApprovingPhysician.Text(NotYetApproved);
 }
@@ -195,22 +243,20 @@ void frmReport::Lock(bool& readOnly) {
 }
 
 void frmReport::ShowState() {
-    const bool lastVersion = lstHistory.ListIndex() == lstHistory.ListCount() - 1;
-    if (frmDataReport.Enabled()) {
-        lblState.Text("Pending");
-        lblState.Emphasis(Label::Tone::Neutral);
-    } else if (!cmdPrint.Enabled() && !lastVersion) {
-        lblState.Text("Older version, read-only");
-        lblState.Emphasis(Label::Tone::Attention);
-    } else {
-        std::string state = "Approved";
-        if (txtApprovingPhysician.Text() != NotYetApproved)
-            state += " by " + txtApprovingPhysician.Text();
-        if (!txtApprovalDate.Text().empty())
-            state += " on " + txtApprovalDate.Text();
-        lblState.Text(state);
-        lblState.Emphasis(Label::Tone::Settled);
-    }
+    const auto* document = shown_ ? shown_->document.get() : nullptr;
+    if (!document)
+        return;
+    screen_.unsavedChanges = UnsavedChanges(*document);
+    const auto [text, tone] = DescribeState(*document, screen_);
+    lblState.Text(text);
+    lblState.Emphasis(tone);
+}
+
+bool frmReport::UnsavedChanges(const DcmSRDocument& document) const {
+    std::string scheme, code, meaning, annotation;
+    document.GetTitle(scheme, code, meaning, annotation);
+    return txtReportAnnotation.Text() != document.Reading() || txtReportTitle.Text() != annotation ||
+           cmbReportTitle.Text() != meaning;
 }
 
 void frmReport::LookUpUserAndSite() {
@@ -229,18 +275,39 @@ void frmReport::LookUpUserAndSite() {
 
 void frmReport::AddImage(const std::string& fileName, const ViewParametersHandle& viewPars,
                          const std::string& lutName) {
-    TrapShort(global_.ports.windows, "frmReport ", [&] { images_.AddImage(fileName, viewPars, lutName); });
+    TrapShort(global_.ports.windows, "frmReport ", [&] {
+        MakeShownCurrent();
+        images_.AddImage(fileName, viewPars, lutName);
+    });
 }
 
 void frmReport::RemoveImage(const std::string& fileName) {
     TrapShort(global_.ports.windows, "frmReport ", [&] { images_.RemoveImage(fileName); });
 }
 
-void frmReport::Porvane_OnStore(const std::string& path) {
+void frmReport::Porvane_OnStore(const std::string& seriesUid, const std::string& path) {
     TrapNumbered(global_.ports.windows, "frmReport.Porvane_OnStore:", [&] {
-        global_.report.filePath = path;
+        MakeShownCurrent();
+        if (OfAnotherStudy(seriesUid))
+            return;
+        global_.report->filePath = path;
         images_.Write();
+        if (saving_ || !global_.report->document)
+            return; // the save shows what came of it
+        screen_.waiting = WaitingVersions(global_.ports, global_.report->document->SeriesUid());
+        ShowState();
     });
+}
+
+bool frmReport::OfAnotherStudy(const std::string& seriesUid) const {
+    const auto& report = *global_.report;
+    if (!report.document || !IsUid(seriesUid) || seriesUid == report.document->SeriesUid())
+        return false;
+    const auto series = Catalogue(global_).OpenResultSet(
+        "SELECT StudyInstanceUID FROM Series WHERE SeriesInstanceUID='" + seriesUid + "'");
+    const bool another = !series->AtEnd() && series->Field("StudyInstanceUID") != report.studyUid;
+    series->Close();
+    return another;
 }
 
 } // namespace tavrel

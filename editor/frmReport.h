@@ -4,6 +4,7 @@
 #include "editor/ImageHandOver.h"
 #include "editor/PrintTable.h"
 #include "editor/ReportOwner.h"
+#include "editor/ReportState.h"
 #include "host/Global.h"
 #include "platform/printer.h"
 #include "platform/service_events.h"
@@ -29,6 +30,9 @@ public:
     /// Shows the current document for `owner`, in a window made now or already there. The owner outlives
     /// the editor's use: automation objects end with the process.
     void Open(ReportOwner& owner);
+    /// Makes the report on the screen the current one again. An opening that was cancelled or failed may have left
+    /// another in its place, which nobody sees.
+    void MakeShownCurrent();
 
     void Form_Load();
     /// Closes the report at its owner, which ends the process, and unloads.
@@ -48,8 +52,8 @@ public:
 
     void Porvane_OnConnection() { connected_ = true; }
     void Porvane_OnEndConnection() { connected_ = false; }
-    /// A file was stored: the pending images are written beside it.
-    void Porvane_OnStore(const std::string& path);
+    /// A file of this series was stored: the pending images are written beside it, unless it is another study's.
+    void Porvane_OnStore(const std::string& seriesUid, const std::string& path);
 
     void lstHistory_Click();
     void cmdSave_Click();
@@ -60,7 +64,7 @@ public:
     void cmdPrint_Click();
     void cmdClose_Click();
 
-    Label lblState{*this, "lblState"}; ///< what the rest of the screen says, in one line
+    Label lblState{*this, "lblState"}; ///< where the report stands, in one line
 
     Button cmdOthers{*this, "cmdOthers"}, cmdNew{*this, "cmdNew"}, cmdLastVersion{*this, "cmdLastVersion"};
     ListBox lstHistory{*this, "lstHistory"};
@@ -100,6 +104,7 @@ private:
     static constexpr std::string_view NotFilled = "....";
 
     ReportOwner& Owner() const;
+    DcmSRDocument& ShownDocument();
     void ShowSiteCaption();
     void FillHistory();
     void FillScreen();
@@ -107,12 +112,18 @@ private:
     void FillAge();
     void FillTitle(const DcmSRDocument& document);
     void ShowReferring(const ObservationContext* referring);
-    void ShowApprover(const ObservationContext* approver);
+    void ShowApprover(const DcmSRDocument& document);
     void LookUpUserAndSite();
     /// Inverts its argument: the caller's flag then says whether the screen can be edited.
     void Lock(bool& readOnly);
+    /// No text, code or image of the former study's report stays on the screen.
+    void StartClean();
     void ShowState();
+    bool UnsavedChanges(const DcmSRDocument& document) const;
+    bool OfAnotherStudy(const std::string& seriesUid) const;
     void SelectLastVersion();
+    /// Whether the version is stored or kept.
+    bool Save();
     void PutTitleAndReading(DcmSRDocument& document);
     PrintRow PrintedRow() const;
 
@@ -120,9 +131,9 @@ private:
     void OnEndConnection(const std::string&, const std::string&, const std::string&) override {
         Porvane_OnEndConnection();
     }
-    void OnStore(const std::string&, const std::string&, const std::string&, const std::string&, const std::string&,
-                 const std::string& path) override {
-        Porvane_OnStore(path);
+    void OnStore(const std::string&, const std::string&, const std::string&, const std::string&,
+                 const std::string& seriesUid, const std::string& path) override {
+        Porvane_OnStore(seriesUid, path);
     }
 
     Global& global_;
@@ -132,8 +143,11 @@ private:
     CodedEntries codedEntries_;
     ImageHandOver images_;
     ReportOwner* owner_ = nullptr;
+    std::shared_ptr<OpenedReport> shown_; ///< the report that the screen was filled from; none before the first
+    ScreenState screen_;
     std::unique_ptr<ServiceObject> service_;
     bool connected_ = false;
+    bool saving_ = false;
     bool choosing_ = false; ///< inside "Other reports", which loads the form itself
 };
 

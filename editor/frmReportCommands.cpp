@@ -8,15 +8,36 @@
 #include "host/chooser/frmSRSeriesChoice.h"
 #include "sr/DcmSRDocument.h"
 
+#include <utility>
+
 namespace tavrel {
 
 void frmReport::cmdSave_Click() {
-    TrapNumbered(global_.ports.windows, "Save report - ", [&] {
-        PutTitleAndReading(CurrentDocument(global_));
-        CurrentDocument(global_).Send();
-        FillHistory();
-        SelectLastVersion();
-    });
+    Save();
+}
+
+bool frmReport::Save() {
+    Delivery delivery;
+    saving_ = true;
+    Trap(
+        [&] {
+            auto& document = ShownDocument();
+            PutTitleAndReading(document);
+            delivery = document.Send();
+            if (delivery.fate == Delivery::Fate::NotStored)
+                return; // what was typed stays on the screen
+            FillHistory();
+            SelectLastVersion();
+        },
+        [&](const Error& error) {
+            ShowNumberedError(global_.ports.windows, "Save report - ", error);
+            delivery.why = error.description;
+        });
+    saving_ = false;
+    const bool saved = delivery.fate != Delivery::Fate::NotStored;
+    screen_.notStored = saved ? "" : delivery.why;
+    ShowState();
+    return saved;
 }
 
 void frmReport::PutTitleAndReading(DcmSRDocument& document) {
@@ -28,13 +49,17 @@ void frmReport::PutTitleAndReading(DcmSRDocument& document) {
         code = row->Text("CodeValue");
         meaning = row->Text("CodeMeaning");
     }
+    const bool typedFreely = row->AtEnd();
     row->Close();
     document.SetTitle(scheme, code, meaning, txtReportTitle.Text());
+    if (typedFreely)
+        document.FreeHeading(meaning);
     document.Reading(txtReportAnnotation.Text());
 }
 
 void frmReport::cmdApprove_Click() {
     TrapNumbered(global_.ports.windows, "Approve Report ", [&] {
+        MakeShownCurrent();
         const auto answer = global_.ports.windows.Ask(
             {.text = "The approved document will not be editable anymore ... do you want to continue ?",
              .title = "Approving document ... ",
@@ -43,27 +68,37 @@ void frmReport::cmdApprove_Click() {
              .defaultAnswer = Answer::No});
         if (answer != Answer::Yes)
             return;
-        CurrentDocument(global_).status(DcmSRDocument::Approved);
+        auto& document = CurrentDocument(global_);
+        const std::string formerPhysician = txtApprovingPhysician.Text(), formerDate = txtApprovalDate.Text();
+        document.status(DcmSRDocument::Approved);
         txtApprovingPhysician.Text(global_.userSignature);
         txtApprovalDate.Text(DateTimeText(global_.ports.clock.Now()));
-        cmdSave_Click();
+        if (!Save()) { // there is no approved version anywhere
+            document.status(DcmSRDocument::Pending);
+            txtApprovingPhysician.Text(formerPhysician);
+            txtApprovalDate.Text(formerDate);
+            return;
+        }
         txtApprovingPhysician.Refresh();
         txtApprovalDate.Refresh();
         bool readOnly = true;
         Lock(readOnly);
         cmdPrint.Enabled(true);
-        ShowState();
-        WriteHistory(global_, global_.report.seriesUid, "REFERT", "Validate Refert");
+        WriteHistory(global_, global_.report->seriesUid, "REFERT", "Validate Refert");
     });
 }
 
 void frmReport::cmdNew_Click() {
     TrapNumbered(global_.ports.windows, "frmReport.cmdNew_Click:", [&] {
-        if (!global_.report.imageSeries) {
+        MakeShownCurrent();
+        if (!global_.report->imageSeries) {
             global_.ports.windows.Ask({.text = "No referenced Series", .title = {}});
             return;
         }
-        CurrentDocument(global_).CreateFromDDO(*global_.report.imageSeries, 0);
+        // Made apart: a report that could not be made leaves the shown one whole.
+        const auto document = std::make_shared<DcmSRDocument>(global_);
+        document->CreateFromDDO(*global_.report->imageSeries, 0);
+        StartReport(global_, global_.report->studyUid, document);
         Form_Load();
     });
 }
@@ -74,7 +109,8 @@ void frmReport::cmdLastVersion_Click() {
 
 void frmReport::cmdOthers_Click() {
     TrapNumbered(global_.ports.windows, "frmReport.cmdOthers_Click:", [&] {
-        chooser_.ShowSRDocuments(global_.report.studyUid);
+        MakeShownCurrent();
+        chooser_.ShowSRDocuments(global_.report->studyUid);
         if (chooser_.cancelled() != 0)
             return;
         const auto seriesUid = chooser_.ChosenSeriesUid();
@@ -83,13 +119,14 @@ void frmReport::cmdOthers_Click() {
         auto& owner = Owner();
         choosing_ = true;
         owner.LoadSRSeries(seriesUid);
-        choosing_ = false;
-        Form_Load();
+        if (!std::exchange(choosing_, false)) // else it was not opened, which has been said
+            Form_Load();
     });
 }
 
 void frmReport::cmdPrint_Click() {
     TrapShort(global_.ports.windows, "CmdPrint: ", [&] {
+        MakeShownCurrent();
         const PrintRow row = PrintedRow();
         if (FillPrintTable(global_, row))
             ShowPrintReport(global_, printer_, row);

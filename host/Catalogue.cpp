@@ -21,7 +21,7 @@ void WriteHistory(Global& global, std::string_view seriesUid, std::string_view a
     // A series that the catalogue does not know names the row by its UID alone.
     const bool unknown = known->AtEnd();
     const std::string patientId = unknown ? series : known->Text("id");
-    const std::string patientName = unknown ? "" : known->Text("PatientName");
+    const std::string patientName = unknown ? "" : std::string(known->Field("PatientName").value_or(""));
     const std::string studyUid = unknown ? series : known->Text("StudyInstanceUID");
     const std::string knownSeriesUid = unknown ? series : known->Text("SeriesInstanceUID");
     known->Close();

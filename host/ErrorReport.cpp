@@ -24,7 +24,7 @@ void ShowNumberedError(Windows& windows, std::string_view label, const Error& er
 
 void ShowApplicationError(Global& global, std::string_view applicationName, std::string_view functionName,
                           const Error& error) {
-    global.report.document.reset();
+    global.report = std::make_shared<OpenedReport>();
     // A connection that cannot even be closed must not hide the failure that is being told.
     Trap(
         [&] {

@@ -12,6 +12,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace tavrel {
@@ -28,6 +29,9 @@ struct Ports {
     Letters& letters;
 };
 
+/// Text that every connection to the catalogue is opened with.
+inline constexpr std::string_view CatalogueConnectionText = "DSN=DicomFDB";
+
 /// The state that lives for the whole process; every automation object shares it.
 struct Global {
     explicit Global(Ports outside) : ports(std::move(outside)) {}
@@ -41,13 +45,21 @@ struct Global {
     std::string currentUserName; ///< empty until a first document has been loaded
     std::string userSignature;   ///< the current user's, as it stands in reports
 
-    OpenedReport report; ///< the current one
+    /// The current one. An opening puts a new one in its place, so that whoever showed the former still has it
+    /// whole.
+    std::shared_ptr<OpenedReport> report = std::make_shared<OpenedReport>();
 };
 
-/// The shared connection. An error when start-up has not made it, or a failed opening closed it.
+/// The shared connection, opened again when a failed opening has closed it. An error when start-up has not
+/// made it, or the catalogue cannot be opened.
 Connection& Catalogue(const Global& global);
 
-/// The report on screen. An error when a failed opening dropped it.
+/// The document of the current report. An error when it has none.
 DcmSRDocument& CurrentDocument(const Global& global);
+
+/// Makes a new report of a study the current one. What a study keeps from one of its reports to the next goes
+/// along: the image series, the pending images, the path of the last SR file; nothing of another study does. The
+/// series is the former one until the opening sets its own.
+OpenedReport& StartReport(Global& global, std::string_view studyUid, std::shared_ptr<DcmSRDocument> document);
 
 } // namespace tavrel

@@ -16,9 +16,7 @@ void StartUp(Global& global) {
     WriteLog(global, "Entering main");
     if (!global.catalogue)
         global.catalogue = global.ports.database.NewConnection();
-    if (!global.catalogue->IsOpen())
-        global.catalogue->Open(CatalogueConnectionText);
-    const auto site = global.catalogue->OpenResultSet("SELECT * FROM SiteData");
+    const auto site = Catalogue(global).OpenResultSet("SELECT * FROM SiteData");
     global.baseUid = site->Text("BaseUID");
     global.organization = site->Text("Organization");
     site->Close();

@@ -11,7 +11,4 @@ void Main(Global& global);
 /// user-information object. A failure is shown and ends the process. Runs once for each creation.
 void Init(Global& global);
 
-/// Text that every connection to the catalogue is opened with.
-inline constexpr std::string_view CatalogueConnectionText = "DSN=DicomFDB";
-
 } // namespace tavrel

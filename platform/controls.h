@@ -99,7 +99,7 @@ public:
 class Label : public Control {
 public:
     /// How a label is set off from the rest; the widget picks the colours.
-    enum class Tone { Neutral, Attention, Settled };
+    enum class Tone { Neutral, Attention, Settled, Failure };
 
     Label(Form& form, std::string_view name, std::string_view text = {}) : Control(form, name), text_(text) {}
     const std::string& Text() const { return text_; }
@@ -131,8 +131,15 @@ public:
     /// A key was pressed here and released, whichever it was.
     std::function<void()> KeyUp;
 
+    /// Raised after a person has changed the text.
+    std::function<void()> Edited;
+
     /// Person: the box now reads `text`, which the widget has passed through `Filter`.
-    void Typed(std::string_view text) { text_ = text; }
+    void Typed(std::string_view text) {
+        text_ = text;
+        if (Edited)
+            Edited();
+    }
 
 private:
     std::string text_;
@@ -200,8 +207,15 @@ public:
     void AddItems(std::vector<std::string> items);
     void Clear();
 
+    /// Raised after a person has changed the text.
+    std::function<void()> Edited;
+
     /// Person: typed or picked.
-    void Typed(std::string_view text) { text_ = text; }
+    void Typed(std::string_view text) {
+        text_ = text;
+        if (Edited)
+            Edited();
+    }
 
 private:
     std::string text_;

@@ -127,6 +127,8 @@ public:
     /// Appends a new empty data set (`source` -1) or a copy of the one at `source`, which shares
     /// nothing with it.
     virtual void AddDataSet(int source) = 0;
+    /// Takes a data set out; those behind it move up. A handle of it stays live.
+    virtual void RemoveDataSet(int index) = 0;
     virtual DataSetHandle Item(int index) const = 0;
 
     /// The same as Count, asked right after loading.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace tavrel {
 
@@ -15,6 +16,8 @@ public:
     /// The folder of this user for what must outlast the process (XDG base directories, "state"),
     /// without a separator at its end. It need not exist.
     virtual std::string StateFolder() const = 0;
+    /// Writes a line to the log that the desktop keeps of its programs, for whoever looks after the workstation.
+    virtual void LogToDesktop(std::string_view line) = 0;
     /// Ends the process at once: clients see it go, nothing is asked or saved. Callers return right
     /// after it all the same, so that a test can watch it.
     virtual void End() = 0;

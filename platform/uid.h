@@ -7,6 +7,9 @@
 
 namespace tavrel {
 
+/// The SOP class of the reports (DICOM PS3.4, B.5).
+inline constexpr std::string_view BasicTextSr = "1.2.840.10008.5.1.4.1.1.88.11";
+
 inline bool IsUidCharacter(char c) {
     return IsDigit(c) || c == '.';
 }

@@ -3,8 +3,11 @@
 #include "host/ErrorReport.h"
 #include "host/Text.h"
 #include "platform/attributes.h"
+#include "sr/ForeignContent.h"
 
 #include <array>
+#include <charconv>
+#include <limits>
 
 namespace tavrel {
 
@@ -39,7 +42,14 @@ std::string NextSeriesNumber(Connection& catalogue, const std::string& studyUid)
         "SELECT Max(SeriesNumber) as SRCount From Series WHERE StudyInstanceUID='" + studyUid + "'");
     const std::string number(highest->Field("SRCount").value_or("0"));
     highest->Close();
-    return std::to_string(std::stol(number) + 1);
+    std::int32_t value = 0; // the range of an integer string (DICOM PS3.5, 6.2)
+    const auto [end, fault] = std::from_chars(number.data(), number.data() + number.size(), value);
+    if (fault != std::errc() || end != number.data() + number.size() || value == std::numeric_limits<int>::max())
+        throw Error(Fault::TypeMismatch, "DcmSRDocument",
+                    "A new report of this study cannot be numbered: the highest series number that the catalogue has "
+                    "for the study is \"" +
+                        number + "\"");
+    return std::to_string(value + 1);
 }
 
 std::string LabelPart(const Value& value, std::string (*text)(const DateTime&)) {
@@ -63,6 +73,7 @@ void DcmSRDocument::Clear() {
     bodyPartNode_ = {};
     reading_.clear();
     loadedComplete_ = false;
+    holdsMore_ = false;
     freshVersion_ = true;
     versionLabels_.clear();
     diagnoses_.clear();
@@ -123,7 +134,7 @@ void DcmSRDocument::LoadSeries(std::string_view folder) {
             const std::string path = std::string(folder) + "\\" + name;
             series_->LoadFile(path);
             series_->Arrange(0);
-            global_.report.filePath = path;
+            global_.report->filePath = path;
         }
         versionIndex_ = LastVersion();
         ReadContent(*series_->Item(versionIndex_));
@@ -152,7 +163,7 @@ void DcmSRDocument::status(int status) {
 }
 
 bool DcmSRDocument::ReadOnly() const {
-    return status_ != Pending || versionIndex_ != Versions().Count() - 1;
+    return status_ != Pending || versionIndex_ != Versions().Count() - 1 || holdsMore_;
 }
 
 const ObservationContext* DcmSRDocument::Referring() const {
@@ -183,6 +194,7 @@ void DcmSRDocument::ReadContent(const DicomDataSet& dataSet) {
     if (const DataSetHandle reading = dataSet.GetSequenceItem(attribute::ContentSequence, 1))
         reading_ = TextOf(reading->GetValue(attribute::TextValue));
 
+    holdsMore_ = HoldsMoreThanAReport(dataSet);
     freshVersion_ = false;
     updated_ = false;
 }

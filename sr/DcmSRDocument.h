@@ -3,6 +3,7 @@
 #include "host/Global.h"
 #include "sr/ContentNode.h"
 #include "sr/ObservationContext.h"
+#include "sr/UnsentVersion.h"
 
 #include <cstdint>
 #include <memory>
@@ -37,8 +38,9 @@ public:
 
     /// Writes a new version and files the version at `VersionIndex`. Reports its own failures.
     void Save(std::string_view path);
-    /// Writes a new version and sends it to the workstation's storage service. Reports its own failures.
-    void Send();
+    /// Writes a new version and sends it to the workstation's storage service, or keeps it as a file. Reports its
+    /// own failures. A version that is neither stored nor kept is taken out of the report again.
+    Delivery Send();
 
     std::shared_ptr<DataSetList> Series() const { return series_; }
     void Series(std::shared_ptr<DataSetList> versions) { series_ = std::move(versions); }
@@ -58,6 +60,8 @@ public:
     void status(int status);
     /// Only the last version of a pending report can be edited.
     bool ReadOnly() const;
+    /// Whether the version holds what this program cannot show, and so must not write anew.
+    bool HoldsMore() const { return holdsMore_; }
     bool LoadedComplete() const { return loadedComplete_; }
     bool IsProprietary() const { return false; }
 
@@ -67,6 +71,10 @@ public:
     const ObservationContext* Approver() const;
     const std::vector<ObservationContext>& Observers() const { return observers_; }
 
+    /// What of the patient's and the study's own data no version can hold, in words; empty as a rule.
+    std::string UnwritablePatient() const;
+    /// The Series Instance UID, by which the storage service and the catalogue know the report.
+    std::string SeriesUid() const;
     std::string PatientName() const;
     std::string PatientSex() const;
     DateTime PatientBirthday() const;
@@ -79,6 +87,8 @@ public:
     /// Changes nothing when only the meaning differs: the code stands for it.
     void SetTitle(std::string_view scheme, std::string_view code, std::string_view meaning,
                   std::string_view annotation);
+    /// Puts a heading that has no code into the title.
+    void FreeHeading(std::string_view meaning);
     void GetBodyPart(std::string& scheme, std::string& code, std::string& meaning) const;
     /// Changes nothing when only the meaning differs: the code stands for it.
     void SetBodyPart(std::string_view scheme, std::string_view code, std::string_view meaning);
@@ -104,8 +114,13 @@ public:
 private:
     void ReadContent(const DicomDataSet& dataSet);
     void BuildVersionLabels();
-    /// Writes the content into the version to be filed; a failure is shown and what was written stays.
-    void WriteVersion();
+    /// Appends a version and writes the content into it. A failure is the caller's and leaves no version.
+    void AppendVersion();
+    void WriteVersion(DicomDataSet& version);
+    /// The version appended stays: it stands for the one not yet written, where there is one.
+    void KeepAppended();
+    void TakeBackAppended();
+    Delivery Deliver();
     void WriteObserver(DicomDataSet& version, const DateTime& now) const;
     void WritePredecessors(DicomDataSet& version) const;
     void WriteTextItem(DicomDataSet& version, int index, const ContentNode& content) const;
@@ -118,6 +133,7 @@ private:
     std::int16_t versionIndex_ = -1;
     bool updated_ = false;
     bool loadedComplete_ = false;
+    bool holdsMore_ = false;
     std::vector<ObservationContext> observers_;
     int status_ = Pending;
     ContentNode titleNode_;
@@ -126,7 +142,7 @@ private:
     std::vector<ContentNode> diagnoses_;
     std::vector<ContentNode> findings_;
     std::vector<std::string> versionLabels_;
-    /// The last data set is a version not yet written: the next write fills it in place.
+    /// The last data set is a version not yet written: the next write takes its place.
     bool freshVersion_ = true;
     std::shared_ptr<DataSetList> series_;
 };

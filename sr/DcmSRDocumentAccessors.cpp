@@ -66,6 +66,10 @@ Value DcmSRDocument::CurrentValue(const Attribute& attribute) const {
     return versionIndex_ < 0 ? Value() : Versions().GetElementValue(versionIndex_, attribute);
 }
 
+std::string DcmSRDocument::SeriesUid() const {
+    return TextOf(CurrentValue(attribute::SeriesInstanceUid));
+}
+
 std::string DcmSRDocument::PatientName() const {
     return TextOf(CurrentValue(attribute::PatientName));
 }
@@ -104,6 +108,13 @@ void DcmSRDocument::SetTitle(std::string_view scheme, std::string_view code, std
     if (titleNode_.CodeScheme == scheme && titleNode_.Code == code && titleNode_.Annotation == annotation)
         return;
     titleNode_ = Node(scheme, code, meaning, annotation);
+    updated_ = true;
+}
+
+void DcmSRDocument::FreeHeading(std::string_view meaning) {
+    if (titleNode_.CodeMeaning == meaning)
+        return;
+    titleNode_.CodeMeaning = meaning;
     updated_ = true;
 }
 

@@ -1,8 +1,9 @@
 #include "host/ErrorReport.h"
 #include "host/Text.h"
 #include "platform/attributes.h"
+#include "platform/uid.h"
 #include "sr/DcmSRDocument.h"
-#include "sr/UnsentVersion.h"
+#include "sr/UnwritableText.h"
 
 namespace tavrel {
 
@@ -17,39 +18,68 @@ DataSetHandle NewItem(DicomLibrary& dicom, DicomDataSet& dataSet, Tag sequence, 
 
 } // namespace
 
-void DcmSRDocument::WriteVersion() {
-    TrapShort(global_.ports.windows, "", [&] {
-        DataSetList& versions = Versions();
-        if (!freshVersion_)
-            versions.AddDataSet(versions.Count() - 1);
+void DcmSRDocument::AppendVersion() {
+    DataSetList& versions = Versions();
+    if (freshVersion_)
+        static_cast<void>(versions.Item(versions.Count() - 1)); // a report without any version has none to write
+    versions.AddDataSet(versions.Count() - 1);
+    try {
         const DataSetHandle version = versions.Item(versions.Count() - 1);
-        const bool approved = status_ == Approved;
-        const DateTime now = global_.ports.clock.Now();
-        const auto write = [&](const Attribute& attribute, const Value& value) {
-            version->SetValue(attribute, 0, value);
-        };
+        WriteVersion(*version);
+        if (auto words = WhatCannotBeWritten(*version); !words.empty())
+            throw Error(static_cast<int>(DicomFault::BadText), "DcmSRDocument", std::move(words));
+    } catch (...) {
+        TakeBackAppended();
+        throw;
+    }
+}
 
-        write(attribute::TransferSyntaxUid, "1.2.840.10008.1.2.1");     // explicit VR little endian
-        write(attribute::SopClassUid, "1.2.840.10008.5.1.4.1.1.88.11"); // Basic Text SR
-        write(attribute::SopInstanceUid, global_.baseUid + ".1." + TimeStamp(global_.ports.clock));
-        write(attribute::SeriesDescription, titleNode_.Annotation);
-        write(attribute::InstanceNumber, std::int16_t{1});
-        write(attribute::ContentDate, now);
-        write(attribute::ContentTime, now);
-        write(attribute::Manufacturer, "Mervanti");
-        write(attribute::SpecificCharacterSet, "ISO_IR 100");
-        write(attribute::ValueType, "CONTAINER");
-        write(attribute::ContinuityOfContent, "SEPARATE");
-        std::int16_t root = 0;
-        titleNode_.ConceptMacroAppend(global_.ports.dicom, *version, root);
-        write(attribute::CompletionFlag, approved ? "COMPLETE" : "PARTIAL");
-        write(attribute::VerificationFlag, approved ? "VERIFIED" : "UNVERIFIED");
-        WriteObserver(*version, now);
-        WritePredecessors(*version);
-        WriteTextItem(*version, 0, {"99SS", "SR.TITLE", "Title", titleNode_.Annotation});
-        WriteTextItem(*version, 1, {"DCM", "121073", "Impression", reading_});
-        BuildVersionLabels();
-    });
+std::string DcmSRDocument::UnwritablePatient() const {
+    DataSetList& versions = Versions();
+    const int last = versions.Count() - 1;
+    if (last < 0 || TextOf(versions.GetElementValue(last, attribute::SpecificCharacterSet)) == ReportCharacterSet)
+        return {}; // what was written once can be written again
+    versions.AddDataSet(last);
+    const DataSetHandle trial = versions.Item(last + 1);
+    versions.RemoveDataSet(last + 1);
+    trial->SetValue(attribute::SpecificCharacterSet, 0, std::string(ReportCharacterSet));
+    return WhatCannotBeWrittenOfThePatient(*trial);
+}
+
+void DcmSRDocument::KeepAppended() {
+    if (freshVersion_)
+        Versions().RemoveDataSet(Versions().Count() - 2);
+    BuildVersionLabels();
+}
+
+void DcmSRDocument::TakeBackAppended() {
+    Versions().RemoveDataSet(Versions().Count() - 1);
+}
+
+void DcmSRDocument::WriteVersion(DicomDataSet& version) {
+    const bool approved = status_ == Approved;
+    const DateTime now = global_.ports.clock.Now();
+    const auto write = [&](const Attribute& attribute, const Value& value) { version.SetValue(attribute, 0, value); };
+
+    write(attribute::TransferSyntaxUid, "1.2.840.10008.1.2.1"); // explicit VR little endian
+    write(attribute::SopClassUid, std::string(BasicTextSr));
+    write(attribute::SopInstanceUid, global_.baseUid + ".1." + TimeStamp(global_.ports.clock));
+    write(attribute::SeriesDescription, titleNode_.Annotation);
+    write(attribute::InstanceNumber, std::int16_t{1});
+    write(attribute::ContentDate, now);
+    write(attribute::ContentTime, now);
+    write(attribute::Manufacturer, "Mervanti");
+    write(attribute::SpecificCharacterSet, std::string(ReportCharacterSet));
+    write(attribute::ValueType, "CONTAINER");
+    write(attribute::ContinuityOfContent, "SEPARATE");
+    std::int16_t root = 0;
+    titleNode_.ConceptMacroAppend(global_.ports.dicom, version, root);
+    write(attribute::CompletionFlag, approved ? "COMPLETE" : "PARTIAL");
+    write(attribute::VerificationFlag, approved ? "VERIFIED" : "UNVERIFIED");
+    WriteObserver(version, now);
+    WritePredecessors(version);
+    WriteTextItem(version, 0, {"99SS", "SR.TITLE", "Title", titleNode_.Annotation});
+    WriteTextItem(version, 1, {"DCM", "121073", "Impression", reading_});
 }
 
 void DcmSRDocument::WriteObserver(DicomDataSet& version, const DateTime& now) const {
@@ -60,7 +90,7 @@ void DcmSRDocument::WriteObserver(DicomDataSet& version, const DateTime& now) co
 }
 
 void DcmSRDocument::WritePredecessors(DicomDataSet& version) const {
-    const int earlierVersions = Versions().Count() - 1;
+    const int earlierVersions = Versions().Count() - (freshVersion_ ? 2 : 1);
     if (earlierVersions < 1)
         return;
     DicomLibrary& dicom = global_.ports.dicom;
@@ -89,24 +119,54 @@ void DcmSRDocument::WriteTextItem(DicomDataSet& version, int index, const Conten
 
 void DcmSRDocument::Save(std::string_view path) {
     TrapShort(global_.ports.windows, "", [&] {
-        WriteVersion();
+        AppendVersion();
+        KeepAppended();
         Versions().Item(versionIndex_)->SaveToFile(path);
         freshVersion_ = false;
         updated_ = false;
     });
 }
 
-void DcmSRDocument::Send() {
-    TrapShort(global_.ports.windows, "", [&] {
-        WriteVersion();
-        const auto service = Catalogue(global_).OpenResultSet("SELECT * FROM Port");
-        if (service->AtEnd())
-            return;
-        const std::string port = service->Text("Port");
-        const std::string aeTitle = service->Text("AETitle");
-        service->Close();
-        StoreOrKeep(global_.ports, *Versions().Item(Versions().ItemCount() - 1), port, aeTitle);
-    });
+Delivery DcmSRDocument::Send() {
+    Delivery delivery;
+    Trap(
+        [&] {
+            AppendVersion();
+            delivery = Deliver();
+            if (delivery.fate == Delivery::Fate::NotStored)
+                TakeBackAppended();
+            else
+                KeepAppended();
+        },
+        [&](const Error& error) { delivery.why = error.description; });
+    if (!delivery.why.empty())
+        global_.ports.windows.Ask({.text = delivery.why, .title = {}});
+    return delivery;
+}
+
+Delivery DcmSRDocument::Deliver() {
+    const Ports& ports = global_.ports;
+    const DataSetHandle version = Versions().Item(Versions().ItemCount() - 1);
+    Delivery delivery;
+    Trap(
+        [&] {
+            const auto service = Catalogue(global_).OpenResultSet("SELECT * FROM Port");
+            if (service->AtEnd()) {
+                delivery = KeepUnsent(ports, *version, "The catalogue names no storage service.");
+                if (delivery.fate == Delivery::Fate::Kept)
+                    delivery.why.clear(); // nobody is told of a workstation that has none
+                return;
+            }
+            const std::string port = service->Text("Port");
+            const std::string aeTitle = service->Text("AETitle");
+            service->Close();
+            delivery = StoreOrKeep(ports, *version, port, aeTitle);
+        },
+        [&](const Error& unknown) {
+            delivery =
+                KeepUnsent(ports, *version, "The storage service could not be asked for: " + unknown.description);
+        });
+    return delivery;
 }
 
 } // namespace tavrel

@@ -10,12 +10,16 @@
 namespace tavrel {
 namespace {
 
+std::string UnsentFolder(const Ports& ports) {
+    return ports.process.StateFolder() + "\\unsent";
+}
+
 /// Answers the file.
 std::string Keep(const Ports& ports, const DicomDataSet& version) {
     std::string name = TextOf(version.GetValue(attribute::SopInstanceUid));
     std::ranges::replace_if(
         name, [](char character) { return character == '/' || character == '\\'; }, '_'); // it may be a foreign file's
-    const std::string file = ports.files.CreateNew(ports.process.StateFolder() + "\\unsent", name, ".dcm");
+    const std::string file = ports.files.CreateNew(UnsentFolder(ports), name, ".dcm");
     try {
         version.SaveToFile(file);
     } catch (...) {
@@ -27,18 +31,47 @@ std::string Keep(const Ports& ports, const DicomDataSet& version) {
 
 } // namespace
 
-void StoreOrKeep(const Ports& ports, DicomDataSet& version, std::string_view port, std::string_view aeTitle) {
-    const auto keep = [&](Error failure) {
-        if (failure.number == static_cast<int>(DicomFault::NotSendable))
-            throw failure;
-        failure.description += ' ';
-        Trap([&] { failure.description += "It is kept in the file " + Keep(ports, version) + "."; },
-             [&](const Error& second) {
-                 failure.description += "It could not be kept as a file either: " + second.description;
-             });
-        throw failure;
+Delivery KeepUnsent(const Ports& ports, const DicomDataSet& version, std::string why) {
+    Delivery delivery{Delivery::Fate::NotStored, std::move(why)};
+    Trap(
+        [&] {
+            delivery.why += " It is kept in the file " + Keep(ports, version) + ".";
+            delivery.fate = Delivery::Fate::Kept;
+        },
+        [&](const Error& second) { delivery.why += " It could not be kept as a file either: " + second.description; });
+    return delivery;
+}
+
+Delivery StoreOrKeep(const Ports& ports, DicomDataSet& version, std::string_view port, std::string_view aeTitle) {
+    Delivery delivery{Delivery::Fate::Stored, {}};
+    Trap([&] { version.StoreToNode("Localhost", port, "AE_INTERNAL", aeTitle, true); },
+         [&](const Error& failure) {
+             if (failure.number == static_cast<int>(DicomFault::NotSendable))
+                 delivery = {Delivery::Fate::NotStored, failure.description};
+             else
+                 delivery = KeepUnsent(ports, version, failure.description);
+         });
+    return delivery;
+}
+
+int WaitingVersions(const Ports& ports, std::string_view seriesUid) {
+    const std::string folder = UnsentFolder(ports);
+    int count = 0;
+    // What cannot be read is being written, or taken in, at this moment, and so is the folder.
+    const auto ignore = [](const Error&) {};
+    const auto look = [&](const std::string& name) {
+        const auto waiting = ports.dicom.NewDataSetList();
+        waiting->LoadFile(folder + "\\" + name);
+        count += TextOf(waiting->GetElementValue(0, attribute::SeriesInstanceUid)) == seriesUid ? 1 : 0;
     };
-    Trap([&] { version.StoreToNode("Localhost", port, "AE_INTERNAL", aeTitle, true); }, keep);
+    Trap(
+        [&] {
+            if (ports.files.Exists(folder))
+                for (const std::string& name : ports.files.List(folder, ".dcm"))
+                    Trap([&] { look(name); }, ignore);
+        },
+        ignore);
+    return count;
 }
 
 } // namespace tavrel

@@ -84,21 +84,22 @@ void CTavrel::LoadForImgSeries(std::span<const std::string> imageFiles) {
 }
 
 void CTavrel::OpenForImgSeries(const std::shared_ptr<DataSetList>& series) {
-    chooser_.ShowSRDocuments(StudyUidOf(*series));
-    global_.report.studyUid = StudyUidOf(*series);
+    editor_.MakeShownCurrent();
+    const auto studyUid = StudyUidOf(*series);
+    chooser_.ShowSRDocuments(studyUid);
     const auto document = std::make_shared<DcmSRDocument>(global_);
-    global_.report.document = document;
+    auto& report = StartReport(global_, studyUid, document);
     if (chooser_.cancelled() == -1)
         return;
 
-    global_.report.imageSeries = series;
+    report.imageSeries = series;
     if (const auto folder = chooser_.DDO(); !folder.empty())
         document->LoadSeries(folder);
     else
         document->CreateFromDDO(*series, 0);
 
-    global_.report.seriesUid = UidOfFirst(*series, attribute::SeriesInstanceUid);
-    MarkViewed(global_.report.seriesUid);
+    report.seriesUid = UidOfFirst(*series, attribute::SeriesInstanceUid);
+    MarkViewed(report.seriesUid);
     editor_.Open(*this);
 }
 
@@ -109,15 +110,11 @@ void CTavrel::LoadSRSeries(const std::string& seriesUid) {
             global_.ports.windows.Ask({.text = "Cannot find SRSeries UID='" + seriesUid + "'", .title = {}});
             return;
         }
+        editor_.MakeShownCurrent();
         const auto document = std::make_shared<DcmSRDocument>(global_);
-        global_.report.document = document;
+        auto& report = StartReport(global_, series->studyUid, document);
         document->LoadSeries(series->folder);
-        global_.report.studyUid = series->studyUid;
-        global_.report.seriesUid = seriesUid;
-        // The study of the images themselves counts: New must never make a report for another patient.
-        if (global_.report.imageSeries && StudyUidOf(*global_.report.imageSeries) != series->studyUid)
-            global_.report.imageSeries.reset();
-
+        report.seriesUid = seriesUid;
         MarkViewed(seriesUid);
         editor_.Open(*this);
     });
@@ -134,8 +131,10 @@ void CTavrel::AddImageToSR(const std::string& filename, const ViewParametersHand
 }
 
 void CTavrel::RemoveImagesFromSR() {
-    TrapShort(global_.ports.windows, "RemoveImageFromSR ",
-              [&] { global_.report.pendingImages = std::make_shared<ImageList>(); });
+    TrapShort(global_.ports.windows, "RemoveImageFromSR ", [&] {
+        editor_.MakeShownCurrent();
+        global_.report->pendingImages = std::make_shared<ImageList>();
+    });
 }
 
 void CTavrel::RemoveImagesFromRefertList() {
@@ -144,15 +143,17 @@ void CTavrel::RemoveImagesFromRefertList() {
 
 void CTavrel::SendFileInfo(const std::string& filename, const ViewParametersHandle& viewPars,
                            const std::string& lutName) {
-    TrapShort(global_.ports.windows, "SendFileInfo ", [&] {
-        if (filename.empty() || !viewPars)
-            return;
-        auto& viewer = ConnectedViewer();
-        viewer.SRFilename(filename);
-        viewer.LUTName(lutName);
-        viewer.ViewPars(viewPars);
-        viewer.ViewRefertImages();
-    });
+    TrapShort(global_.ports.windows, SendFileInfoPrefix, [&] { ShowImage(filename, viewPars, lutName); });
+}
+
+void CTavrel::ShowImage(const std::string& filename, const ViewParametersHandle& viewPars, const std::string& lutName) {
+    if (filename.empty() || !viewPars)
+        return;
+    auto& viewer = ConnectedViewer();
+    viewer.SRFilename(filename);
+    viewer.LUTName(lutName);
+    viewer.ViewPars(viewPars);
+    viewer.ViewRefertImages();
 }
 
 void CTavrel::CloseReport() {

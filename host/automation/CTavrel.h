@@ -29,6 +29,8 @@ public:
     void RemoveImagesFromRefertList() override;
     void SendFileInfo(const std::string& filename, const ViewParametersHandle& viewPars,
                       const std::string& lutName) override;
+    void ShowImage(const std::string& filename, const ViewParametersHandle& viewPars,
+                   const std::string& lutName) override;
     void Class_Terminate() override {}
 
     /// Set by `CloseReport` just before the process ends.

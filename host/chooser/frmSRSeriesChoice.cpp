@@ -43,6 +43,7 @@ void frmSRSeriesChoice::Form_Load() {
 void frmSRSeriesChoice::ShowSRDocuments(std::string_view studyUid) {
     TrapShort(global_.ports.windows, ErrorPrefix, [&] {
         reports_.clear();
+        studyUid_ = studyUid;
         selectedIndex_ = 1;
         chosenSeriesUid_.clear();
         if (!loaded_)
@@ -54,7 +55,7 @@ void frmSRSeriesChoice::ShowSRDocuments(std::string_view studyUid) {
             global_.ports.windows.Ask({.text = "Non existing Study Instance", .title = {}, .icon = Icon::CriticalStop});
             return;
         }
-        const auto studyPath = study->Text("StudyPath");
+        const std::string studyPath(study->Field("StudyPath").value_or(""));
         study->Close();
         CollectReports(studyPath, studyUid);
 
@@ -69,12 +70,16 @@ void frmSRSeriesChoice::CollectReports(std::string_view studyPath, std::string_v
     const auto series = Catalogue(global_).OpenResultSet("SELECT * FROM Series WHERE StudyInstanceUID='" +
                                                          std::string(studyUid) + "' AND Modality='SR'");
     for (; !series->AtEnd(); series->MoveNext()) {
-        const auto folder = std::string(studyPath) + "\\" + series->Text("SeriesDir");
-        const auto file = NewestFile(series->Text("SeriesInstanceUID"), folder);
-        if (!file)
-            continue;
-        if (auto newestVersion = Preview(*file))
-            reports_.push_back({folder, std::move(newestVersion)});
+        const std::string uid(series->Field("SeriesInstanceUID").value_or(""));
+        const auto folder = std::string(studyPath) + "\\" + std::string(series->Field("SeriesDir").value_or(""));
+        if (const auto file = NewestFile(uid, folder))
+            Trap(
+                [&] {
+                    reports_.push_back({folder, Preview(*file)});
+                },
+                [&](const Error& error) { LeaveOut(uid, error.description); });
+        else
+            LeaveOut(uid, "The catalogue names no file of it.");
     }
     series->Close();
 }
@@ -91,14 +96,15 @@ std::optional<std::string> frmSRSeriesChoice::NewestFile(std::string_view series
     return file;
 }
 
+void frmSRSeriesChoice::LeaveOut(const std::string& seriesUid, const std::string& why) const {
+    global_.ports.process.LogToDesktop("The report series \"" + seriesUid + "\" of the study \"" + studyUid_ +
+                                       "\" is left out of the choice: " + why);
+}
+
 std::shared_ptr<const DcmSRDocument> frmSRSeriesChoice::Preview(std::string_view file) const {
-    try {
-        auto report = std::make_shared<DcmSRDocument>(global_);
-        report->OpenFile(file);
-        return report;
-    } catch (const Error&) {
-        return nullptr; // a report that cannot be read is left out of the choice
-    }
+    auto report = std::make_shared<DcmSRDocument>(global_);
+    report->OpenFile(file);
+    return report;
 }
 
 void frmSRSeriesChoice::ListInit() {
@@ -125,10 +131,10 @@ void frmSRSeriesChoice::lstSRSeries_ItemClick() {
 void frmSRSeriesChoice::cmdOk_Click() {
     TrapShort(global_.ports.windows, ErrorPrefix, [&] {
         const auto document = std::make_shared<DcmSRDocument>(global_);
-        global_.report.document = document;
+        auto& report = StartReport(global_, studyUid_, document);
         const auto folder = DDO();
         document->LoadSeries(folder);
-        global_.report.filePath = folder + "\\img_001.dcm";
+        report.filePath = folder + "\\img_001.dcm";
         chosenSeriesUid_ = TextOf(document->Series()->GetElementValue(0, attribute::SeriesInstanceUid));
         global_.ports.windows.Hide(*this);
     });

@@ -48,6 +48,8 @@ private:
     /// The file of the last image row; nothing when there is none.
     std::optional<std::string> NewestFile(std::string_view seriesUid, std::string_view folder) const;
     std::shared_ptr<const DcmSRDocument> Preview(std::string_view file) const;
+    /// A report that cannot be used is no reason to hide the others.
+    void LeaveOut(const std::string& seriesUid, const std::string& why) const;
     void ListInit();
 
     Global& global_;
@@ -55,6 +57,7 @@ private:
     bool loaded_ = false;
     std::int16_t cancelled_ = 0;
     std::int16_t selectedIndex_ = 1; ///< from 1; -1 when a new report is asked for
+    std::string studyUid_;           ///< whose reports they are
     std::vector<Report> reports_;
     std::string chosenSeriesUid_;
 };

@@ -23,6 +23,13 @@ void DcmtkDataSetList::AddDataSet(int source) {
     dataSets_.push_back(source == -1 ? std::make_shared<DcmtkDataSet>(network_) : At(source).Copy());
 }
 
+void DcmtkDataSetList::RemoveDataSet(int index) {
+    static_cast<void>(At(index)); // an index that names none is an error
+    dataSets_.erase(dataSets_.begin() + index);
+    if (static_cast<std::size_t>(index) < headerPaths_.size())
+        headerPaths_.erase(headerPaths_.begin() + index);
+}
+
 DataSetHandle DcmtkDataSetList::Item(int index) const {
     return At(index).shared_from_this();
 }

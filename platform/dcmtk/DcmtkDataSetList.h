@@ -19,6 +19,7 @@ public:
     void Arrange(int) override {}
     int Count() const override;
     void AddDataSet(int source) override;
+    void RemoveDataSet(int index) override;
     DataSetHandle Item(int index) const override;
 
 private:

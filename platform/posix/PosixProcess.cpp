@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <iostream>
 #include <string_view>
 #include <system_error>
 
@@ -30,6 +31,10 @@ std::string PosixProcess::ApplicationFolder() const {
 
 std::string PosixProcess::StateFolder() const {
     return InsidePath(tavrel::StateFolder());
+}
+
+void PosixProcess::LogToDesktop(std::string_view line) {
+    std::cerr << "tavrel: " + std::string(line) + "\n" << std::flush;
 }
 
 void PosixProcess::End() {

@@ -16,6 +16,8 @@ public:
     bool StartedByAutomation() const override { return startedByAutomation_; }
     std::string ApplicationFolder() const override;
     std::string StateFolder() const override;
+    /// On standard error, which the desktop's journal takes.
+    void LogToDesktop(std::string_view line) override;
     /// Runs the end hooks in the order of their registration and leaves with status 0; no destructor
     /// runs.
     void End() override;

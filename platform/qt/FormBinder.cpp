@@ -34,7 +34,7 @@ protected:
         widget_.setText(ToQt(label_.Text()));
         // A long text is cut off where no blank lets it wrap; and it is never markup, here either.
         widget_.setToolTip(Qt::convertFromPlainText(ToQt(label_.Text())));
-        constexpr std::array tones{"neutral", "attention", "settled"};
+        constexpr std::array tones{"neutral", "attention", "settled", "failure"};
         const QVariant tone = tones.at(static_cast<std::size_t>(label_.Emphasis()));
         if (widget_.property("tone") == tone)
             return;

@@ -38,6 +38,8 @@ constexpr std::array Colours{
     Colour{"onAttention", "#5b4100", "#f6dfa3"},
     Colour{"settled", "#dcefe2", "#1d4029"},
     Colour{"onSettled", "#17492a", "#bfe6cb"},
+    Colour{"failure", "#a61b1b", "#8f1f1f"},
+    Colour{"onFailure", "#ffffff", "#ffe9e6"},
     Colour{"veil", "rgba(238, 241, 244, 190)", "rgba(28, 32, 36, 190)"},
 };
 
@@ -90,6 +92,7 @@ QString SheetOf(Scheme scheme) {
                               font-weight: bold; }
         QLabel[band="true"][tone="attention"] { background: @attention; color: @onAttention; border-color: @attention; }
         QLabel[band="true"][tone="settled"] { background: @settled; color: @onSettled; border-color: @settled; }
+        QLabel[band="true"][tone="failure"] { background: @failure; color: @onFailure; border-color: @failure; }
         QPushButton { padding: 5px 14px; border: 1px solid @line; border-radius: 4px; background: @button; }
         QPushButton:hover, QPushButton:focus { border-color: @accent; }
         QPushButton:pressed { background: @line; }

@@ -18,8 +18,6 @@ namespace {
 
 using Status = StoreRefusal::Status;
 
-constexpr std::string_view BasicTextSr = "1.2.840.10008.5.1.4.1.1.88.11";
-
 std::string Digits(const DateTime& moment) {
     std::array<char, 16> text{};
     if (moment.HasDate())

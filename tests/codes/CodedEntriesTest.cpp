@@ -82,7 +82,7 @@ TEST_F(CodedEntriesTest, SeveralCodesArePickedInOneVisit) {
 }
 
 TEST_F(CodedEntriesTest, AddingTellsTheReportNothing) {
-    global.report.document = std::make_shared<DcmSRDocument>(global);
+    global.report->document = std::make_shared<DcmSRDocument>(global);
     workstation.AddCode("StdFinding", "SRT", "C1", "Cyst");
     WhileManagerIsOpen([this] {
         ListWholeTable();
@@ -93,7 +93,7 @@ TEST_F(CodedEntriesTest, AddingTellsTheReportNothing) {
     editor.cmdFnAdd.Press();
 
     EXPECT_EQ(editor.lstFinding.Count(), 1);
-    EXPECT_EQ(global.report.document->GetFindingCount(), 0);
+    EXPECT_EQ(global.report->document->GetFindingCount(), 0);
 }
 
 TEST_F(CodedEntriesTest, ModifyingCopiesTheSelectedFindingAsItIs) {
@@ -393,10 +393,11 @@ TEST_F(CodedEntriesTest, TheManagerIsOwnedByTheEditor) {
     Global other(Ports{ports.dicom, ports.database, noted, ports.files, ports.process, ports.newUserInformation,
                        ports.clock, ports.letters});
     frmBase otherManager(other);
-    CodedEntries otherEntries(other, otherManager, editor,
-                              {editor.lstFinding, editor.cmdFnAdd, editor.cmdFnModify, editor.cmdFnDelete},
-                              {editor.lstDiagnosis, editor.cmdDxAdd, editor.cmdDxModify, editor.cmdDxDelete},
-                              editor.cmdTitle, editor.cmdBaseBody);
+    CodedEntries otherEntries(
+        other, otherManager, editor, [&]() -> DcmSRDocument& { return CurrentDocument(other); },
+        {editor.lstFinding, editor.cmdFnAdd, editor.cmdFnModify, editor.cmdFnDelete},
+        {editor.lstDiagnosis, editor.cmdDxAdd, editor.cmdDxModify, editor.cmdDxDelete}, editor.cmdTitle,
+        editor.cmdBaseBody);
 
     editor.cmdTitle.Press();
 

@@ -95,6 +95,7 @@ protected:
     CodedEntries entries{global,
                          manager,
                          editor,
+                         [this]() -> DcmSRDocument& { return CurrentDocument(global); },
                          {editor.lstFinding, editor.cmdFnAdd, editor.cmdFnModify, editor.cmdFnDelete},
                          {editor.lstDiagnosis, editor.cmdDxAdd, editor.cmdDxModify, editor.cmdDxDelete},
                          editor.cmdTitle,

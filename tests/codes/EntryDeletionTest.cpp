@@ -6,9 +6,9 @@ namespace {
 
 class EntryDeletionTest : public CodesTest {
 protected:
-    EntryDeletionTest() { global.report.document = std::make_shared<DcmSRDocument>(global); }
+    EntryDeletionTest() { global.report->document = std::make_shared<DcmSRDocument>(global); }
 
-    DcmSRDocument& Document() { return *global.report.document; }
+    DcmSRDocument& Document() { return *global.report->document; }
 
     /// Three rows in each list, and the same entries in the report.
     void GiveThreeEntries() {
@@ -139,7 +139,7 @@ TEST_F(EntryDeletionTest, DeletingWithNothingSelectedDoesNothing) {
 TEST_F(EntryDeletionTest, AFailingDeletionIsShownWithTheCriticalIcon) {
     GiveThreeEntries();
     editor.lstFinding.Select(0);
-    global.report.document.reset();
+    global.report->document.reset();
     windows.answers = {Answer::Ok};
 
     editor.cmdFnDelete.Press();
@@ -154,7 +154,7 @@ TEST_F(EntryDeletionTest, AFailingDeletionIsShownWithTheCriticalIcon) {
 TEST_F(EntryDeletionTest, AFailingDeletionKeepsTheRow) {
     GiveThreeEntries();
     editor.lstFinding.Select(0);
-    global.report.document.reset();
+    global.report->document.reset();
     windows.answers = {Answer::Ok};
 
     editor.cmdFnDelete.Press();

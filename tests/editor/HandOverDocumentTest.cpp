@@ -62,13 +62,13 @@ auto ChangeOf(const std::string& field) {
 
 class HandOverDocument : public testing::Test {
 protected:
-    HandOverDocument() { station.global.report.filePath = station.Path("F1.dcm"); }
+    HandOverDocument() { station.global.report->filePath = station.Path("F1.dcm"); }
 
     /// The fields of a line of "SR.dat" for one image, neutral but for `change`.
     Texts Written(void (*change)(Image&)) {
         Image image{{}, std::make_shared<ViewParameters>(), {}};
         change(image);
-        station.global.report.pendingImages = std::make_shared<ImageList>(1, image);
+        station.global.report->pendingImages = std::make_shared<ImageList>(1, image);
         ImageHandOver(station.global).Write();
         const auto text = station.ReadFile("SR.dat");
         std::istringstream line(text.substr(0, text.find('\r')));

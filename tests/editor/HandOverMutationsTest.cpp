@@ -9,9 +9,9 @@ namespace tavrel::test {
 namespace {
 
 std::string ThreeImages(Global& global, HandOverFile& file) {
-    global.report.pendingImages = std::make_shared<ImageList>(ImageList{
+    global.report->pendingImages = std::make_shared<ImageList>(ImageList{
         {"C:\\img\\1.dcm", SomeView(), "Bone"}, {"a, \"b\"\r\nc.dcm", SomeView(), ""}, {"3.dcm", nullptr, "Hot Iron"}});
-    global.report.filePath = "x\\y.dcm";
+    global.report->filePath = "x\\y.dcm";
     ImageHandOver(global).Write();
     return file.contents.value();
 }
@@ -52,15 +52,15 @@ TEST(HandOverMutations, NoFileHarmsTheProgram) {
         handOver.Load(&station.automation);
         ASSERT_LE(station.windows.messages.size(), 1U);
         refused += station.windows.messages.empty() ? 0 : 1;
-        if (global.report.pendingImages->empty())
+        if (global.report->pendingImages->empty())
             continue;
-        const auto loaded = *global.report.pendingImages;
+        const auto loaded = *global.report->pendingImages;
         handOver.Write();
         handOver.Load(&station.automation);
-        ASSERT_EQ(global.report.pendingImages->size(), loaded.size());
+        ASSERT_EQ(global.report->pendingImages->size(), loaded.size());
         for (std::size_t i = 0; i < loaded.size(); ++i) {
-            ASSERT_EQ((*global.report.pendingImages)[i].Filename, loaded[i].Filename);
-            ASSERT_EQ(*(*global.report.pendingImages)[i].ViewPars, *loaded[i].ViewPars);
+            ASSERT_EQ((*global.report->pendingImages)[i].Filename, loaded[i].Filename);
+            ASSERT_EQ(*(*global.report->pendingImages)[i].ViewPars, *loaded[i].ViewPars);
         }
     }
     EXPECT_GT(refused, 10000);

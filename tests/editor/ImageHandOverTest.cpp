@@ -18,7 +18,7 @@ std::string LineOf(const std::string& fileName) {
 
 Texts FileNames(const ReportingStation& station) {
     Texts names;
-    for (const auto& image : *station.global.report.pendingImages)
+    for (const auto& image : *station.global.report->pendingImages)
         names.push_back(image.Filename);
     return names;
 }
@@ -49,9 +49,9 @@ TEST(ImageList, RemovingOneImageLeavesTheListAsItIs) {
 
 TEST(ImageList, ExistsFromTheFirstScreenFillOn) {
     ReportingStation station;
-    EXPECT_EQ(station.global.report.pendingImages, nullptr);
+    EXPECT_EQ(station.global.report->pendingImages, nullptr);
     station.OpenImages();
-    ASSERT_NE(station.global.report.pendingImages, nullptr);
+    ASSERT_NE(station.global.report->pendingImages, nullptr);
     station.automation.AddImageToSR("a.dcm", SomeView(), "");
     EXPECT_EQ(FileNames(station), Texts{"a.dcm"});
 }
@@ -68,7 +68,7 @@ TEST(ImageList, AScreenFillBeforeAnyStoredFileEmptiesIt) {
     ReportingStation station;
     AddImages(station, {"a.dcm"});
     station.OpenImages();
-    EXPECT_TRUE(station.global.report.pendingImages->empty());
+    EXPECT_TRUE(station.global.report->pendingImages->empty());
 }
 
 TEST(HandOverWrite, AStoreWritesTheImagesBesideTheStoredFile) {
@@ -81,18 +81,18 @@ TEST(HandOverWrite, AStoreWritesTheImagesBesideTheStoredFile) {
         R"(,1.5,#TRUE#,#FALSE#,"Bone",10,20,500,400,#FALSE#,#TRUE#,#NULL#,3,90,40,400,0.1,-2.25,1,0)"
         "\r\n";
     EXPECT_EQ(station.ReadFile("data\\SR.dat"), "\"C:\\img\\1.dcm\"" + line + "\"C:\\img\\2.dcm\"" + line);
-    EXPECT_EQ(station.global.report.filePath, station.Path("data\\F1.dcm"));
+    EXPECT_EQ(station.global.report->filePath, station.Path("data\\F1.dcm"));
 }
 
 TEST(HandOverWrite, AStoredFileWithoutAFolderIsHandedOverInTheCurrentOne) {
     ReportingStation station;
     HandOverFile files;
     Global global(station.PortsWith(files));
-    global.report.pendingImages = std::make_shared<ImageList>(1, ImagePresentationContext{"a.dcm", SomeView(), ""});
+    global.report->pendingImages = std::make_shared<ImageList>(1, ImagePresentationContext{"a.dcm", SomeView(), ""});
     frmReport editor(global, station.serviceEvents, station.chooser, station.codeTables, station.printer);
-    editor.Porvane_OnStore("F1.dcm");
+    editor.Porvane_OnStore("", "F1.dcm");
     EXPECT_EQ(files.written, Texts{".SR.dat"});
-    EXPECT_EQ(global.report.filePath, "F1.dcm");
+    EXPECT_EQ(global.report->filePath, "F1.dcm");
 }
 
 TEST(HandOverLoad, BeforeAnyStoredFileNoneIsLookedFor) {
@@ -117,8 +117,8 @@ TEST(HandOverWrite, ItReplacesTheFormerContents) {
     station.WriteFile("data\\SR.dat", "something much longer than one line of fields, something much longer, "
                                       "something much longer than one line of fields, something much longer\r\n");
     AddImages(station, {"a.dcm"});
-    station.global.report.pendingImages->front().ViewPars = nullptr;
-    station.global.report.pendingImages->front().LUTName = "";
+    station.global.report->pendingImages->front().ViewPars = nullptr;
+    station.global.report->pendingImages->front().LUTName = "";
     station.serviceEvents.RaiseStore("1.2.3.2.1", station.Path("data\\F1.dcm"));
     EXPECT_EQ(station.ReadFile("data\\SR.dat"), LineOf("a.dcm"));
 }
@@ -130,7 +130,7 @@ TEST(HandOverWrite, AFailureIsToldAndTheStoredFileIsKnown) {
     station.serviceEvents.RaiseStore("1.2.3.2.1", station.Path("nowhere\\F1.dcm"));
     ASSERT_EQ(station.windows.messages.size(), 1U);
     EXPECT_TRUE(station.windows.messages[0].text.starts_with("frmReport.Porvane_OnStore:"));
-    EXPECT_EQ(station.global.report.filePath, station.Path("nowhere\\F1.dcm"));
+    EXPECT_EQ(station.global.report->filePath, station.Path("nowhere\\F1.dcm"));
 }
 
 TEST(HandOverWrite, AParameterThatIsNoNumberIsToldAndTheFileStays) {
@@ -138,7 +138,7 @@ TEST(HandOverWrite, AParameterThatIsNoNumberIsToldAndTheFileStays) {
     station.OpenImages();
     station.WriteFile("data\\SR.dat", "as it was");
     AddImages(station, {"a.dcm"});
-    station.global.report.pendingImages->front().ViewPars->zoom = std::numeric_limits<float>::quiet_NaN();
+    station.global.report->pendingImages->front().ViewPars->zoom = std::numeric_limits<float>::quiet_NaN();
     station.serviceEvents.RaiseStore("1.2.3.2.1", station.Path("data\\F1.dcm"));
     EXPECT_EQ(station.windows.Texts(),
               Texts{"frmReport.Porvane_OnStore:13-A value is infinite or no number and cannot be written"});
@@ -149,8 +149,8 @@ TEST(HandOverLoad, EveryImageGoesToTheListAndToTheViewer) {
     const HandOverStation station(
         R"("C:\img\1.dcm",1.5,#TRUE#,#FALSE#,"Bone",10,20,500,400,#FALSE#,#TRUE#,#NULL#,3,90,40,400,0.1,-2.25,1,0)"
         "\r\n");
-    ASSERT_EQ(station.global.report.pendingImages->size(), 1U);
-    const auto& image = station.global.report.pendingImages->front();
+    ASSERT_EQ(station.global.report->pendingImages->size(), 1U);
+    const auto& image = station.global.report->pendingImages->front();
     EXPECT_EQ(image.Filename, "C:\\img\\1.dcm");
     EXPECT_EQ(image.LUTName, "Bone");
     EXPECT_EQ(*image.ViewPars, *SomeView());
@@ -162,7 +162,7 @@ TEST(HandOverLoad, EveryImageGoesToTheListAndToTheViewer) {
 TEST(HandOverLoad, WithoutAFileTheListIsEmptyAndNothingIsSaid) {
     ReportingStation station;
     station.OpenReport();
-    EXPECT_TRUE(station.global.report.pendingImages->empty());
+    EXPECT_TRUE(station.global.report->pendingImages->empty());
     EXPECT_TRUE(station.windows.messages.empty());
 }
 
@@ -197,11 +197,23 @@ TEST(HandOverLoad, AMalformedFileLeavesTheScreenFilledAndLocked) {
     EXPECT_FALSE(station.editor.cmdSave.Enabled());
 }
 
+TEST(HandOverLoad, TheViewersFailuresAreOneMessage) {
+    HandOverStation station("");
+    station.WriteFile("study\\report1\\SR.dat", LineOf("a.dcm") + LineOf("b.dcm") + LineOf("c.dcm"));
+    station.viewers.failing = "ViewRefertImages";
+    station.editor.lstHistory.ListIndex(0);
+    EXPECT_EQ(station.windows.Texts(), Texts{"SendFileInfo The viewer does not answer\r\n"
+                                             "(The viewer did not show 3 of the report's images.)"});
+    EXPECT_EQ(FileNames(station), (Texts{"a.dcm", "b.dcm", "c.dcm"}));
+}
+
 TEST(HandOverLoad, AListThatTheViewerEmptiesMeanwhileTakesTheRest) {
     HandOverStation station("");
     station.WriteFile("study\\report1\\SR.dat", LineOf("a.dcm") + LineOf("b.dcm"));
-    station.viewers.failing = "SRFilename";
-    station.windows.onMessage = [&](const MessageBox&) { station.automation.RemoveImagesFromSR(); };
+    station.viewers.onCall = [&](const std::string& call) {
+        if (call == "SRFilename")
+            station.automation.RemoveImagesFromSR();
+    };
     station.editor.lstHistory.ListIndex(0);
     EXPECT_EQ(FileNames(station), Texts{"b.dcm"});
 }
@@ -220,7 +232,7 @@ TEST(HandOver, ImagesOfANewReportSurviveItsFirstSave) {
     station.viewers.calls.clear();
     station.editor.cmdSave.Press();
     EXPECT_EQ(FileNames(station), (Texts{"a.dcm", "b.dcm"}));
-    EXPECT_EQ(*station.global.report.pendingImages->back().ViewPars, *SomeView());
+    EXPECT_EQ(*station.global.report->pendingImages->back().ViewPars, *SomeView());
     EXPECT_EQ(std::ranges::count(station.viewers.calls, "ViewRefertImages"), 2);
 }
 

@@ -50,8 +50,8 @@ TEST(NewReport, IsMadeFromTheImageSeriesAndShown) {
 TEST(NewReport, IsMadeFromTheFirstImage) {
     ReportingStation station;
     station.OpenReport();
-    station.global.report.imageSeries = station.ImageSeries(2);
-    station.global.report.imageSeries->SetElementString(1, attribute::StudyDescription, "Of the second image");
+    station.global.report->imageSeries = station.ImageSeries(2);
+    station.global.report->imageSeries->SetElementString(1, attribute::StudyDescription, "Of the second image");
     station.editor.cmdNew_Click();
     EXPECT_EQ(station.editor.txtStDescription.Text(), "Chest");
 }
@@ -99,7 +99,7 @@ TEST(OtherReports, TheChosenOneIsOpenedAndShown) {
     station.Choose("Second");
     station.editor.cmdOthers.Press();
     EXPECT_EQ(station.editor.txtReportTitle.Text(), "Second");
-    EXPECT_EQ(station.global.report.seriesUid, "1.2.3.2.2");
+    EXPECT_EQ(station.global.report->seriesUid, "1.2.3.2.2");
     EXPECT_TRUE(station.windows.messages.empty());
 }
 
@@ -125,7 +125,7 @@ TEST(OtherReports, CancelChangesNothing) {
     station.InChooser([&] { station.chooser.cmdCancel.Press(); });
     station.editor.cmdOthers.Press();
     EXPECT_EQ(station.editor.txtReportAnnotation.Text(), "being written");
-    EXPECT_EQ(station.global.report.seriesUid, "1.2.3.2.1");
+    EXPECT_EQ(station.global.report->seriesUid, "1.2.3.2.1");
     EXPECT_EQ(station.Document().NumVersions(), 1);
 }
 
@@ -136,7 +136,7 @@ TEST(OtherReports, ACancelSticksSoThatALaterChoiceIsNotShown) {
     station.Choose("Second");
     station.editor.cmdOthers.Press();
     EXPECT_EQ(station.editor.txtReportTitle.Text(), "First");
-    EXPECT_EQ(station.global.report.seriesUid, "1.2.3.2.1");
+    EXPECT_EQ(station.global.report->seriesUid, "1.2.3.2.1");
 }
 
 TEST(OtherReports, AStudyWithOneReportKeepsItAsItIs) {
@@ -150,7 +150,7 @@ TEST(OtherReports, AStudyWithOneReportKeepsItAsItIs) {
 
 TEST(OtherReports, NewInTheChooserMakesANewReport) {
     TwoReportsOpen station;
-    station.global.report.imageSeries = station.ImageSeries();
+    station.global.report->imageSeries = station.ImageSeries();
     station.InChooser([&] { station.chooser.cmdNew.Press(); });
     station.editor.cmdOthers.Press();
     EXPECT_EQ(station.editor.lstHistory.ListCount(), 0);

@@ -153,9 +153,9 @@ TEST(PrintFill, AMissingTableIsAnErrorWithTheDriversNumberAndWords) {
     EXPECT_NE(station.windows.messages[0].text.find("no such table: Report"), std::string::npos);
 }
 
-TEST(PrintFill, AClosedCatalogueIsAnErrorAndNothingIsShown) {
+TEST(PrintFill, WithoutACatalogueIsAnErrorAndNothingIsShown) {
     PrintingStation station;
-    station.global.catalogue->Close();
+    station.global.catalogue.reset();
     station.editor.cmdPrint.Press();
     ASSERT_EQ(station.windows.messages.size(), 1U);
     EXPECT_TRUE(station.windows.messages[0].text.starts_with("Format Report : "));

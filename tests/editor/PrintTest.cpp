@@ -92,7 +92,7 @@ TEST(Print, AConnectionThatFailsIsTold) {
     } unreachable(*station.database);
     Global global(station.PortsWith(unreachable));
     global.catalogue = std::move(station.global.catalogue);
-    global.report.document = station.global.report.document;
+    global.report->document = station.global.report->document;
     global.userInformation = std::move(station.global.userInformation);
     frmReport editor(global, station.serviceEvents, station.chooser, station.codeTables, station.printer);
     editor.LoadDocs();

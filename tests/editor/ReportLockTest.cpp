@@ -1,3 +1,4 @@
+#include "platform/attributes.h"
 #include "tests/editor/ReportingStation.h"
 
 #include <gtest/gtest.h>
@@ -63,17 +64,144 @@ TEST(ReportLock, NavigationStaysWithinReach) {
         EXPECT_TRUE(control->Enabled()) << control->Name();
 }
 
-TEST(ReportState, APendingReportSaysSo) {
+TEST(ReportState, ASavedReportSaysWhen) {
     ReportingStation station;
     station.OpenReport();
-    EXPECT_EQ(station.editor.lblState.Text(), "Pending");
+    EXPECT_EQ(station.editor.lblState.Text(), "Saved at 14/11/2026 08:00:00");
     EXPECT_EQ(station.editor.lblState.Emphasis(), Label::Tone::Neutral);
 }
 
-TEST(ReportState, ANewReportIsPending) {
+TEST(ReportState, ANewReportIsNotYetSaved) {
     ReportingStation station;
     station.OpenImages();
-    EXPECT_EQ(station.editor.lblState.Text(), "Pending");
+    EXPECT_EQ(station.editor.lblState.Text(), "New report, not yet saved");
+}
+
+TEST(ReportState, WhatIsTypedIsUnsavedUntilItIsSaved) {
+    ReportingStation station;
+    station.OpenReport();
+    station.editor.txtReportAnnotation.Typed("A nodule.");
+    EXPECT_EQ(station.editor.lblState.Text(), "Unsaved changes");
+    station.editor.cmdSave.Press();
+    EXPECT_EQ(station.editor.lblState.Text(), "Saved at 15/11/2026 08:05:09");
+}
+
+TEST(ReportState, TextTypedAndTakenBackIsNoChange) {
+    ReportingStation station;
+    station.OpenReport();
+    const auto title = station.editor.txtReportTitle.Text();
+    station.editor.txtReportTitle.Typed(title + "x");
+    station.editor.txtReportTitle.Typed(title);
+    EXPECT_EQ(station.editor.lblState.Text(), "Saved at 14/11/2026 08:00:00");
+}
+
+TEST(ReportState, AnotherHeadingAloneIsAChange) {
+    ReportingStation station;
+    station.OpenReport();
+    station.editor.cmbReportTitle.Typed("Another heading");
+    EXPECT_EQ(station.editor.lblState.Text(), "Unsaved changes");
+}
+
+TEST(ReportState, ASaveThatStoredNothingSaysWhyUntilTheNextOne) {
+    ReportingStation station;
+    station.OpenReport();
+    station.editor.txtReportAnnotation.Typed("0.5 \u03A9");
+    station.editor.cmdSave.Press();
+    EXPECT_EQ(station.editor.lblState.Text(), "NOT STORED: The report cannot be stored: its file cannot hold these "
+                                              "characters. the reading: \u03A9");
+    EXPECT_EQ(station.editor.lblState.Emphasis(), Label::Tone::Failure);
+    station.editor.txtReportAnnotation.Typed("0.5 Ohm");
+    EXPECT_TRUE(station.editor.lblState.Text().starts_with("NOT STORED: "));
+    station.editor.cmdSave.Press();
+    EXPECT_EQ(station.editor.lblState.Text(), "Saved at 15/11/2026 08:05:09");
+}
+
+TEST(ReportState, AVersionThatWasKeptWaitsForTheStorageServiceUntilItIsTakenIn) {
+    ReportingStation station;
+    station.OpenReport();
+    station.store.answer = [](const SentVersion&) { throw Error(1, "Porvane", "The service is down."); };
+    station.editor.cmdSave.Press();
+    EXPECT_EQ(station.editor.lblState.Text(),
+              "Saved at 15/11/2026 08:05:09; waiting for the storage service (1 version)");
+    EXPECT_EQ(station.editor.lblState.Emphasis(), Label::Tone::Attention);
+    std::filesystem::remove_all(station.NativePath("state/unsent"));
+    station.serviceEvents.RaiseStore("1.2.3.2.1", station.Path("study\\report1\\img_000002.dcm"));
+    EXPECT_EQ(station.editor.lblState.Text(), "Saved at 15/11/2026 08:05:09");
+}
+
+TEST(ReportState, AnotherReportsWaitingVersionIsNotCounted) {
+    ReportingStation station;
+    station.AddReport({.seriesUid = "1.2.3.2.2", .seriesDir = "report2"});
+    station.OpenReport();
+    station.store.answer = [](const SentVersion&) { throw Error(1, "Porvane", "The service is down."); };
+    station.editor.cmdSave.Press();
+    station.automation.LoadSRSeries("1.2.3.2.2");
+    EXPECT_EQ(station.editor.lblState.Text(), "Saved at 14/11/2026 08:00:00");
+}
+
+TEST(ReportState, AScreenThatCouldNotBeFilledSaysSoAndAllowsNoSave) {
+    ReportingStation station;
+    station.Execute("DROP TABLE StdTitles");
+    station.OpenReport();
+    EXPECT_TRUE(station.editor.lblState.Text().starts_with("NOT SHOWN: ")) << station.editor.lblState.Text();
+    EXPECT_EQ(station.editor.lblState.Emphasis(), Label::Tone::Failure);
+    EXPECT_FALSE(station.editor.cmdSave.Enabled());
+}
+
+TEST(ReportState, APatientWhoseNameNoReportCanHoldIsNamedBeforeAnyoneWrites) {
+    ReportingStation station;
+    const auto images = station.ImageSeries();
+    images->SetElementString(0, attribute::SpecificCharacterSet, "ISO_IR 192");
+    images->SetElementString(0, attribute::PatientName, "\u0141UKASZ^ADAM");
+    station.automation.LoadForImgSeries(images);
+    EXPECT_EQ(station.editor.lblState.Text(), "No report can be saved for this patient: Patient Name: \u0141");
+    EXPECT_EQ(station.editor.lblState.Emphasis(), Label::Tone::Failure);
+}
+
+TEST(ReportState, APatientWithAnUmlautCanHaveAReport) {
+    ReportingStation station;
+    const auto images = station.ImageSeries();
+    images->SetElementString(0, attribute::PatientName, "M\u00DCLLER^EVA");
+    station.automation.LoadForImgSeries(images);
+    EXPECT_EQ(station.editor.lblState.Text(), "New report, not yet saved");
+}
+
+/// Gives the only version of the example study's report another content and opens it.
+void OpenForeign(ReportingStation& station, const std::function<void(DicomDataSet&)>& change,
+                 const ReportSeed& seed = {}) {
+    const auto file = station.AddReport(seed) + "\\img_000001.dcm";
+    const auto list = station.dicom->NewDataSetList();
+    list->LoadFile(file);
+    change(*list->Item(0));
+    list->Item(0)->SaveToFile(file);
+    station.automation.LoadSRSeries("1.2.3.2.1");
+}
+
+void AddItem(ReportingStation& station, DicomDataSet& version) {
+    const auto item = station.dicom->NewDataSet();
+    version.SetSequenceItem(attribute::ContentSequence, 2, item);
+    item->SetValue(attribute::ValueType, 0, "NUM");
+}
+
+TEST(ForeignContents, AreReadOnlyAndSaidToBeThere) {
+    ReportingStation station;
+    OpenForeign(station, [&](DicomDataSet& version) { AddItem(station, version); });
+    ExpectEditable(station.editor, false);
+    EXPECT_EQ(station.editor.lblState.Text(), "Read-only: this report holds contents that are not shown here");
+}
+
+TEST(ForeignContents, OfAnotherKindOfReportAreReadOnly) {
+    ReportingStation station;
+    OpenForeign(station, [](DicomDataSet& version) {
+        version.SetValue(attribute::SopClassUid, 0, "1.2.840.10008.5.1.4.1.1.88.33"); // comprehensive
+    });
+    ExpectEditable(station.editor, false);
+}
+
+TEST(ForeignContents, AreNotPrintedInPart) {
+    ReportingStation station;
+    OpenForeign(station, [&](DicomDataSet& version) { AddItem(station, version); }, {.approved = true});
+    EXPECT_FALSE(station.editor.cmdPrint.Enabled());
 }
 
 TEST(ReportState, AnOlderVersionCallsForAttention) {

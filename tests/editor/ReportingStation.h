@@ -32,7 +32,7 @@ public:
     frmReport editor{global, serviceEvents, chooser, codeTables, printer};
     CTavrel automation{global, viewers, chooser, editor};
 
-    DcmSRDocument& Document() { return *global.report.document; }
+    DcmSRDocument& Document() { return *global.report->document; }
 
     /// Opens a report of the example study by its series.
     void OpenReport(const ReportSeed& seed = {}) {

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 namespace tavrel::test {
 namespace {
 
@@ -87,14 +89,14 @@ TEST(Save, TheHeadingsQueryIsClosedBeforeTheVersionIsSent) {
     EXPECT_EQ(openWhenSent, Texts{});
 }
 
-TEST(Save, AnotherFreeHeadingAloneIsNotTakenOver) {
+TEST(Save, AnotherFreeHeadingAloneIsKept) {
     OpenReportStation station;
     station.editor.cmbReportTitle.Typed("My own heading");
     station.editor.cmdSave.Press();
     station.editor.cmbReportTitle.Typed("Another heading");
     station.editor.cmdSave.Press();
-    EXPECT_EQ(TitleOf(station.Document()), (Title{"", "", "My own heading", "Chest radiograph"}));
-    EXPECT_EQ(station.editor.cmbReportTitle.Text(), "My own heading");
+    EXPECT_EQ(TitleOf(station.Document()), (Title{"", "", "Another heading", "Chest radiograph"}));
+    EXPECT_EQ(station.editor.cmbReportTitle.Text(), "Another heading");
 }
 
 TEST(Save, AHeadingIsTakenAsTheTableHasIt) {
@@ -144,7 +146,7 @@ TEST(Save, AVersionThatTheServiceRefusesIsToldAndStaysInTheHistory) {
 
 TEST(Save, AnEmptyDocumentIsToldWithoutAnEnd) {
     ReportingStation station;
-    station.global.report.document = std::make_shared<DcmSRDocument>(station.global);
+    station.global.report->document = std::make_shared<DcmSRDocument>(station.global);
     station.editor.cmdSave_Click();
     EXPECT_FALSE(station.windows.messages.empty());
     EXPECT_TRUE(station.store.sent.empty());
@@ -165,6 +167,57 @@ TEST(Save, ACharacterThatNoReportCanHoldIsToldAndTheTextStays) {
     EXPECT_NE(station.windows.messages[0].text.find("\u03A9"), std::string::npos) << station.windows.messages[0].text;
     EXPECT_TRUE(station.store.sent.empty());
     EXPECT_EQ(station.editor.txtReportAnnotation.Text(), "0.5 \u03A9");
+}
+
+TEST(Save, WhatCannotBeWrittenIsNamedAllAtOnceByFieldAndLine) {
+    OpenReportStation station;
+    station.editor.cmbReportTitle.Typed("\u0141\u00F3d\u017A");
+    station.editor.txtReportTitle.Typed("\u2265 5 mm");
+    station.editor.txtReportAnnotation.Typed("First.\r\n\u2265 5 mm, 0.5 \u03A9.\r\n\u2265 again");
+    station.editor.cmdSave.Press();
+    EXPECT_EQ(station.windows.Texts(), Texts{"The report cannot be stored: its file cannot hold these characters.\r\n"
+                                             "the title: \u2265\r\n"
+                                             "the heading: \u0141 \u017A\r\n"
+                                             "the reading, line 2: \u2265 \u03A9\r\n"
+                                             "the reading, line 3: \u2265"});
+}
+
+TEST(Save, ARefusedSaveLeavesNoVersionNoObserverAndNoPredecessor) {
+    OpenReportStation station;
+    station.editor.txtReportAnnotation.Typed("0.5 \u03A9");
+    station.editor.cmdSave.Press();
+    EXPECT_EQ(station.Document().NumVersions(), 1);
+    EXPECT_EQ(station.editor.lstHistory.ListCount(), 1);
+    station.editor.txtReportAnnotation.Typed("0.5 Ohm");
+    station.editor.cmdSave.Press();
+    const auto& version = *station.store.sent.back().dataSet;
+    EXPECT_EQ(version.GetSequenceItemCount(attribute::VerifyingObserverSequence), 2);
+    const auto study = version.GetSequenceItem(attribute::PredecessorDocumentsSequence, 0);
+    const auto series = study->GetSequenceItem(attribute::ReferencedSeriesSequence, 0);
+    EXPECT_EQ(series->GetSequenceItemCount(attribute::ReferencedSopSequence), 1);
+}
+
+TEST(Save, ARefusedFirstSaveLeavesTheReportNew) {
+    ReportingStation station;
+    station.OpenImages();
+    station.editor.txtReportAnnotation.Typed("0.5 \u03A9");
+    station.editor.cmdSave.Press();
+    EXPECT_EQ(station.editor.lstHistory.ListCount(), 0);
+    station.editor.txtReportAnnotation.Typed("0.5 Ohm");
+    station.editor.cmdSave.Press();
+    ASSERT_EQ(station.store.sent.size(), 1U);
+    EXPECT_EQ(station.store.sent[0].dataSet->GetSequenceItemCount(attribute::VerifyingObserverSequence), 1);
+}
+
+TEST(Save, ABaseUidThatIsNoneIsRefused) {
+    OpenReportStation station;
+    station.global.baseUid = "1.2.x";
+    station.editor.txtReportAnnotation.Typed("typed");
+    station.editor.cmdSave.Press();
+    EXPECT_EQ(station.windows.messages.size(), 1U);
+    EXPECT_TRUE(station.store.sent.empty());
+    EXPECT_EQ(station.Document().NumVersions(), 1);
+    EXPECT_EQ(station.editor.txtReportAnnotation.Text(), "typed");
 }
 
 TEST(Approve, AsksFirstWithNoPreselected) {
@@ -268,24 +321,63 @@ TEST(Approve, AFailureIsToldWithItsNumberAfterTheReportWasLocked) {
     EXPECT_FALSE(station.editor.cmdSave.Enabled());
 }
 
-TEST(Approve, AFailingSaveInsideIsToldAsASave) {
+/// As before "Approve" was pressed.
+void ExpectNotApproved(OpenReportStation& station) {
+    const auto& editor = station.editor;
+    EXPECT_EQ(station.Document().status(), DcmSRDocument::Pending);
+    EXPECT_EQ(editor.txtApprovingPhysician.Text(), "Not yet approved");
+    EXPECT_EQ(editor.txtApprovalDate.Text(), "");
+    EXPECT_TRUE(editor.frmReading.Enabled() && editor.cmdSave.Enabled() && editor.cmdApprove.Enabled());
+    EXPECT_FALSE(editor.cmdPrint.Enabled());
+    EXPECT_EQ(editor.lstHistory.ListCount(), 1);
+    EXPECT_NE(station.Rows("History", {"Description"}).back(), Texts{"Validate Refert"});
+}
+
+TEST(Approve, WithASaveThatFailsApprovesNothing) {
     OpenReportStation station;
     station.Execute("DROP TABLE StdTitles");
     station.windows.answers = {Answer::Yes};
     station.editor.cmdApprove.Press();
     ASSERT_EQ(station.windows.messages.size(), 2U);
     EXPECT_TRUE(station.windows.messages[1].text.starts_with("Save report - "));
-    EXPECT_EQ(station.Document().status(), DcmSRDocument::Approved);
+    ExpectNotApproved(station);
+    EXPECT_TRUE(station.editor.lblState.Text().starts_with("NOT STORED: ")) << station.editor.lblState.Text();
 }
 
-TEST(Approve, AFailingSaveInsideStillShowsTheApproval) {
+TEST(Approve, OfAVersionThatIsNeitherStoredNorKeptApprovesNothing) {
     OpenReportStation station;
-    station.Execute("DROP TABLE StdTitles");
+    station.store.answer = [](const SentVersion&) { throw Error(1, "Porvane", "The service is down."); };
+    station.WriteFile("state\\unsent", "in the way");
+    station.windows.answers = {Answer::Yes};
+    station.editor.txtReportAnnotation.Typed("Final.");
+    station.editor.cmdApprove.Press();
+    ExpectNotApproved(station);
+    EXPECT_EQ(station.editor.txtReportAnnotation.Text(), "Final.");
+}
+
+TEST(Approve, OfAVersionThatWasKeptCountsAsSaved) {
+    OpenReportStation station;
+    station.store.answer = [](const SentVersion&) { throw Error(1, "Porvane", "The service is down."); };
     station.windows.answers = {Answer::Yes};
     station.editor.cmdApprove.Press();
-    EXPECT_EQ(station.editor.lblState.Text(), "Approved by Dr. Mario Rossi on 15/11/2026 08:05:09");
+    EXPECT_EQ(station.editor.lblState.Text(), "Approved by Dr. Mario Rossi on 15/11/2026 08:05:09; waiting for the "
+                                              "storage service (1 version)");
     EXPECT_TRUE(station.editor.cmdPrint.Enabled());
-    EXPECT_FALSE(station.editor.cmdSave.Enabled());
+    EXPECT_EQ(station.Rows("History", {"Description"}).back(), Texts{"Validate Refert"});
+}
+
+TEST(Approve, CanBeRepeatedOnceTheSaveWorksAgain) {
+    OpenReportStation station;
+    const auto works = std::exchange(station.store.answer,
+                                     [](const SentVersion&) { throw Error(1, "Porvane", "The service is down."); });
+    station.WriteFile("state\\unsent", "in the way");
+    station.windows.answers = {Answer::Yes};
+    station.editor.cmdApprove.Press();
+    station.store.answer = works;
+    station.windows.answers.push_back(Answer::Yes);
+    station.editor.cmdApprove.Press();
+    EXPECT_EQ(station.editor.lblState.Text(), "Approved by Dr. Mario Rossi on 15/11/2026 08:05:09");
+    EXPECT_EQ(station.store.sent.back().dataSet->GetSequenceItemCount(attribute::VerifyingObserverSequence), 2);
 }
 
 TEST(Approve, ACharacterThatNoReportCanHoldIsToldAndNothingIsSent) {

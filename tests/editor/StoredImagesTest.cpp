@@ -56,8 +56,8 @@ TEST(StoredImages, AreNeverLostInTwoHundredSavesToARealService) {
         automation.AddImageToSR(fileName, SomeView(), "");
         editor.cmdSave.Press();
         ASSERT_EQ(station.windows.Texts(), Texts{});
-        ASSERT_EQ(global.report.pendingImages->size(), 2U);
-        ASSERT_EQ(global.report.pendingImages->back().Filename, fileName);
+        ASSERT_EQ(global.report->pendingImages->size(), 2U);
+        ASSERT_EQ(global.report->pendingImages->back().Filename, fileName);
     }
     EXPECT_EQ(node.Objects().size(), 200U);
     EXPECT_EQ(editor.lstHistory.ListCount(), 200);

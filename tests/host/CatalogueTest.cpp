@@ -82,11 +82,13 @@ TEST_F(Audit, FailsOnAnApostropheInThePatientsName) {
     EXPECT_THAT(History(), IsEmpty());
 }
 
-TEST_F(Audit, FailsOnAPatientWithoutAName) {
+TEST_F(Audit, ReadsAPatientsMissingNameAsEmpty) {
     station.AddExampleStudy();
     station.Execute("UPDATE Patient SET PatientName = NULL");
 
-    EXPECT_THROW(WriteHistory(global, "1.2.3.1", "REFERT", "View Refert"), Error);
+    WriteHistory(global, "1.2.3.1", "REFERT", "View Refert");
+
+    EXPECT_THAT(station.Rows("History", {"PatientName", "PatientID"}), ElementsAre(ElementsAre("", "P1")));
 }
 
 TEST_F(Audit, FailsWithoutAConnection) {

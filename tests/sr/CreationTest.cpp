@@ -219,15 +219,30 @@ TEST_F(Creation, WritesItsAttributesInOrder) {
                             "0008,0080 LO", "0008,1090 LO", "0018,1020 LO"));
 }
 
+class OddSeriesNumbers : public Creation, public testing::WithParamInterface<const char*> {};
+
+TEST_P(OddSeriesNumbers, AreToldInWords) {
+    station.Execute(std::string("UPDATE Series SET SeriesNumber = ") + GetParam());
+
+    try {
+        CreateReport();
+        ADD_FAILURE() << "a report was made";
+    } catch (const Error& error) {
+        EXPECT_THAT(error.description, testing::HasSubstr("the highest series number that the catalogue has"));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(, OddSeriesNumbers, testing::Values("'many'", "'7a'", "2147483647", "99999999999999999999"));
+
 TEST_F(Creation, LeavesACatalogueErrorToTheCaller) {
-    global.catalogue->Close();
+    station.Execute("DROP TABLE Series");
 
     EXPECT_THROW(CreateReport(), Error);
     EXPECT_THAT(Shown(), IsEmpty());
 }
 
 TEST_F(Creation, ThatFailsLeavesAVersionThatIsNotUpdated) {
-    global.catalogue->Close();
+    station.Execute("DROP TABLE Series");
 
     EXPECT_THROW(CreateReport(), Error);
 

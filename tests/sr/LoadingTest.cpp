@@ -85,11 +85,11 @@ TEST_F(Loading, OfAFileThatFailsKeepsAllButTheVersions) {
 }
 
 TEST_F(Loading, OfAFileDoesNotMoveTheCurrentFile) {
-    global.report.filePath = "before";
+    global.report->filePath = "before";
 
     document.LoadFile(station.AddReport({}) + "\\img_000001.dcm");
 
-    EXPECT_EQ(global.report.filePath, "before");
+    EXPECT_EQ(global.report->filePath, "before");
 }
 
 TEST_F(Loading, OfAMissingFileNamesItAndWhy) {
@@ -187,7 +187,7 @@ TEST_F(Loading, OfASeriesMovesTheCurrentFileToTheLastOne) {
 
     document.LoadSeries(folder);
 
-    EXPECT_EQ(global.report.filePath, folder + "\\img_000002.dcm");
+    EXPECT_EQ(global.report->filePath, folder + "\\img_000002.dcm");
 }
 
 TEST_F(Loading, OfASeriesForgetsTheFormerReport) {
@@ -227,7 +227,7 @@ TEST_F(Loading, ThatMeetsABrokenFileKeepsTheVersionsBeforeIt) {
 
     EXPECT_THAT(Shown(), ElementsAre(StartsWith("SRDocument.LoadSeries(" + folder + ") : ")));
     EXPECT_EQ(document.NumVersions(), 1);
-    EXPECT_EQ(global.report.filePath, folder + "\\img_000001.dcm");
+    EXPECT_EQ(global.report->filePath, folder + "\\img_000001.dcm");
 }
 
 TEST_F(Loading, ThatMeetsABrokenFileHasForgottenTheFormerLabels) {

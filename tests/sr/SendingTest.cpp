@@ -36,11 +36,11 @@ TEST_F(Sending, TakesTheLastVersionWhicheverIsShown) {
     EXPECT_EQ(Text(station.store.sent[0].dataSet, attribute::SopInstanceUid), "1.2.999.1.2026.11.15.08.05.09");
 }
 
-TEST_F(Sending, WithoutAPortSendsAndShowsNothing) {
+TEST_F(Sending, WithoutAPortSendsAndShowsNothingButKeepsTheVersion) {
     station.Execute("DELETE FROM Port");
     CreateReport();
 
-    document.Send();
+    EXPECT_EQ(document.Send().fate, Delivery::Fate::Kept);
 
     EXPECT_THAT(station.store.sent, IsEmpty());
     EXPECT_THAT(Shown(), IsEmpty());
@@ -103,21 +103,31 @@ TEST_F(Sending, KeepsTheVersionThatWasRefused) {
     EXPECT_EQ(document.Reading(), "typed");
 }
 
-TEST_F(Sending, ShowsAClosedCatalogue) {
+TEST_F(Sending, OpensAClosedCatalogueAgain) {
     CreateReport();
     global.catalogue->Close();
 
     document.Send();
 
-    EXPECT_THAT(Shown(), SizeIs(1));
-    EXPECT_THAT(station.store.sent, IsEmpty());
+    EXPECT_THAT(Shown(), IsEmpty());
+    EXPECT_THAT(station.store.sent, SizeIs(1));
 }
 
-TEST_F(Sending, ShowsAPortWithoutATitle) {
+TEST_F(Sending, KeepsTheVersionWhenTheServiceCannotBeAskedFor) {
+    station.Execute("DROP TABLE Port");
+    CreateReport();
+
+    EXPECT_EQ(document.Send().fate, Delivery::Fate::Kept);
+
+    EXPECT_THAT(Shown(), ElementsAre(testing::HasSubstr("It is kept in the file ")));
+    EXPECT_EQ(document.NumVersions(), 1);
+}
+
+TEST_F(Sending, ToAPortWithoutATitleKeepsTheVersionAndSaysWhy) {
     station.Execute("UPDATE Port SET AETitle = NULL");
     CreateReport();
 
-    document.Send();
+    EXPECT_EQ(document.Send().fate, Delivery::Fate::Kept);
 
     EXPECT_THAT(Shown(), SizeIs(1));
     EXPECT_THAT(station.store.sent, IsEmpty());

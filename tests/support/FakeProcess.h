@@ -3,6 +3,9 @@
 #include "platform/process.h"
 
 #include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
 
 namespace tavrel::test {
 
@@ -11,11 +14,13 @@ public:
     bool startedByAutomation = false;
     std::string applicationFolder; ///< no separator at its end, as in the next
     std::string stateFolder;
-    int ended = 0; ///< how often the process was ended
+    std::vector<std::string> log; ///< the lines for the desktop
+    int ended = 0;                ///< how often the process was ended
 
     bool StartedByAutomation() const override { return startedByAutomation; }
     std::string ApplicationFolder() const override { return applicationFolder; }
     std::string StateFolder() const override { return stateFolder; }
+    void LogToDesktop(std::string_view line) override { log.emplace_back(line); }
     void End() override { ++ended; }
 };
 

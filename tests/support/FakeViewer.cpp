@@ -22,12 +22,20 @@ public:
         Record("ViewPars");
         link_.viewPars = parameters;
     }
-    void ViewRefertImages() override { Record("ViewRefertImages"); }
-    void ClearRefertList() override { Record("ClearRefertList"); }
+    void ViewRefertImages() override {
+        Record("ViewRefertImages");
+        link_.images.push_back(link_.srFilename);
+    }
+    void ClearRefertList() override {
+        Record("ClearRefertList");
+        link_.images.clear();
+    }
 
 private:
     void Record(const std::string& call) {
         link_.calls.push_back(call);
+        if (link_.onCall)
+            link_.onCall(call);
         if (link_.failing == call)
             throw Error(462, "Lumaret.Viewer", "The viewer does not answer");
     }

@@ -2,6 +2,7 @@
 
 #include "platform/viewer.h"
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -13,8 +14,10 @@ public:
     bool absent = false; ///< no viewer can be created
     std::string failing; ///< the call that fails, e.g. "ViewRefertImages"
 
+    std::function<void(const std::string&)> onCall; ///< what the viewer does meanwhile, told the name of the call
     int created = 0;
-    std::vector<std::string> calls; ///< the names of the calls, in order
+    std::vector<std::string> calls;  ///< the names of the calls, in order
+    std::vector<std::string> images; ///< shown since the list was last cleared
     std::string srFilename;
     std::string lutName;
     ViewParametersHandle viewPars;

@@ -46,6 +46,7 @@ public:
     void Arrange(int order) override { target_->Arrange(order); }
     int Count() const override { return target_->Count(); }
     void AddDataSet(int source) override { target_->AddDataSet(source); }
+    void RemoveDataSet(int index) override { target_->RemoveDataSet(index); }
     DataSetHandle Item(int index) const override { return target_->Item(index); }
 
 private:

@@ -104,8 +104,7 @@ class TheChooser(SystemTest):
         self.expect_nothing_opened()
 
     def test_opens_nothing_when_its_frame_is_closed_but_asks_again_afterwards(self):
-        wait_until(self.chooser.active, "the chooser to be active")
-        key("alt+F4")
+        self.chooser.close_by_frame()
         self.expect_nothing_opened()
 
         self.opening = self.begin_opening()

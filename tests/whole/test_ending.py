@@ -6,7 +6,6 @@ import signal
 from gi.repository import GLib
 
 from case import SystemTest
-from person.driver import key, wait_until
 from person.studies import Study, reading_of
 
 
@@ -29,8 +28,7 @@ class ClosingAReport(SystemTest):
         self.expect_the_end()
 
     def test_by_the_windows_frame_ends_the_program(self):
-        wait_until(self.report.active, "the window to be active")
-        key("alt+F4")
+        self.report.close_by_frame()
 
         self.expect_the_end()
 

@@ -14,6 +14,7 @@ their label, lists and the reading by their accessible names ("Versions", "Findi
 "Codes", "Reports", "Reading"). Nothing answers at once, so everything waits until it is there.
 """
 
+import contextlib
 import itertools
 import subprocess
 import time
@@ -130,6 +131,18 @@ class Window:
     def active(self):
         """Whether it is the one that is typed into."""
         return _has(self.accessible, pyatspi.STATE_ACTIVE)
+
+    def close_by_frame(self):
+        """Presses Alt+F4 until the window closes: on a busy machine the window manager may miss one that comes
+        right after the window."""
+        wait_until(self.active, "the window to be active")
+
+        def closed():
+            key("alt+F4")
+            with contextlib.suppress(TimeoutError):
+                self.wait_closed(2)
+                return True
+        wait_until(closed, "the window to close by its frame")
 
     def activate(self):
         """Brings it before the other windows."""

@@ -61,7 +61,7 @@ TEST(HandingImagesOver, ImagesAreKeptInTheOrderAddedWithTheViewersOwnObject) {
     station.automation.RemoveImagesFromSR();
     station.automation.AddImageToSR("b.dcm", view, "Bone");
     station.automation.AddImageToSR("a.dcm", nullptr, "");
-    const auto& images = *station.global.report.pendingImages;
+    const auto& images = *station.global.report->pendingImages;
     ASSERT_EQ(images.size(), 2U);
     EXPECT_EQ(images[0].Filename, "b.dcm");
     EXPECT_EQ(images[0].LUTName, "Bone");
@@ -73,9 +73,9 @@ TEST(HandingImagesOver, RemovingPutsANewEmptyListInPlace) {
     ReportingStation station;
     station.automation.RemoveImagesFromSR();
     station.automation.AddImageToSR("a.dcm", SomeView(), "");
-    const auto before = station.global.report.pendingImages;
+    const auto before = station.global.report->pendingImages;
     station.automation.RemoveImagesFromSR();
-    EXPECT_TRUE(station.global.report.pendingImages->empty());
+    EXPECT_TRUE(station.global.report->pendingImages->empty());
     EXPECT_EQ(before->size(), 1U);
 }
 
@@ -118,6 +118,15 @@ TEST(AskingTheViewer, AFailureIsTold) {
     ReportingStation station;
     station.viewers.failing = "ViewRefertImages";
     station.automation.SendFileInfo("a.dcm", SomeView(), "");
+    EXPECT_EQ(station.windows.Texts(), Texts{"SendFileInfo The viewer does not answer"});
+}
+
+TEST(AskingTheViewer, AnImageWhosePropertyCannotBeSetIsNotShown) {
+    ReportingStation station;
+    station.viewers.calls.clear();
+    station.viewers.failing = "LUTName";
+    station.automation.SendFileInfo("a.dcm", SomeView(), "");
+    EXPECT_EQ(station.viewers.calls, (Texts{"SRFilename", "LUTName"}));
     EXPECT_EQ(station.windows.Texts(), Texts{"SendFileInfo The viewer does not answer"});
 }
 

@@ -1,3 +1,4 @@
+#include "host/Text.h"
 #include "platform/attributes.h"
 #include "tests/editor/ReportingStation.h"
 #include "tests/support/RecordingDatabase.h"
@@ -49,9 +50,9 @@ TEST(OpeningImages, TheStudyTheSeriesAndTheImagesBecomeTheCurrentOnes) {
     ReportingStation station;
     const auto images = station.ImageSeries();
     station.automation.LoadForImgSeries(images);
-    EXPECT_EQ(station.global.report.studyUid, "1.2.3");
-    EXPECT_EQ(station.global.report.seriesUid, "1.2.3.1");
-    EXPECT_EQ(station.global.report.imageSeries, images);
+    EXPECT_EQ(station.global.report->studyUid, "1.2.3");
+    EXPECT_EQ(station.global.report->seriesUid, "1.2.3.1");
+    EXPECT_EQ(station.global.report->imageSeries, images);
 }
 
 TEST(OpeningImages, TheImageSeriesIsMarkedViewedAlsoWhenAnExistingReportIsOpened) {
@@ -72,7 +73,7 @@ TEST(OpeningImages, FilesAreOpenedAsTheSeries) {
     station.ImageSeries()->Item(0)->SaveToFile(files[0]);
     station.automation.LoadForImgSeries(files);
     EXPECT_TRUE(station.windows.messages.empty());
-    EXPECT_EQ(station.global.report.seriesUid, "1.2.3.1");
+    EXPECT_EQ(station.global.report->seriesUid, "1.2.3.1");
 }
 
 TEST(OpeningImages, CancelOpensNothingButReplacesTheDocument) {
@@ -86,7 +87,7 @@ TEST(OpeningImages, CancelOpensNothingButReplacesTheDocument) {
     EXPECT_EQ(std::ranges::count(station.windows.calls, "Show frmReport"), 0);
     EXPECT_EQ(station.HistoryCount(), before);
     EXPECT_EQ(station.Document().NumVersions(), 0);
-    EXPECT_EQ(station.global.report.imageSeries, nullptr);
+    EXPECT_EQ(station.global.report->imageSeries, nullptr);
 }
 
 TEST(OpeningImages, CancelLeavesTheStudyCurrentButNotTheSeries) {
@@ -96,8 +97,8 @@ TEST(OpeningImages, CancelLeavesTheStudyCurrentButNotTheSeries) {
     station.automation.LoadSRSeries("1.9.2");
     station.InChooser([&] { station.chooser.cmdCancel.Press(); });
     station.OpenImages();
-    EXPECT_EQ(station.global.report.studyUid, "1.2.3");
-    EXPECT_EQ(station.global.report.seriesUid, "1.9.2");
+    EXPECT_EQ(station.global.report->studyUid, "1.2.3");
+    EXPECT_EQ(station.global.report->seriesUid, "1.9.2");
 }
 
 TEST(OpeningImages, CancelLeavesTheSeriesStatusAlone) {
@@ -196,20 +197,30 @@ TEST(OpeningImages, AFailureDropsTheDocumentAndClosesTheCatalogue) {
     ReportingStation station;
     station.OpenReport();
     station.automation.LoadForImgSeries(std::span<const std::string>{});
-    EXPECT_EQ(station.global.report.document, nullptr);
+    EXPECT_EQ(station.global.report->document, nullptr);
     EXPECT_FALSE(station.global.catalogue->IsOpen());
 }
 
-TEST(OpeningImages, AfterAFailureEveryHandlerAnswersWithAMessage) {
+TEST(OpeningImages, AfterAFailureTheEditorWorksOnItsOwnReportAsBefore) {
     ReportingStation station;
     station.OpenReport();
+    station.editor.txtReportAnnotation.Typed("Typed before.");
     station.automation.LoadForImgSeries(std::span<const std::string>{});
-    station.global.report.imageSeries = station.ImageSeries();
+    station.windows.messages.clear();
+    station.editor.cmdSave.Press();
+    EXPECT_EQ(station.windows.Texts(), Texts{});
+    ASSERT_EQ(station.store.sent.size(), 1U);
+    EXPECT_EQ(TextOf(station.store.sent[0].dataSet->GetValue(attribute::SeriesInstanceUid)), "1.2.3.2.1");
+    EXPECT_EQ(station.editor.txtReportAnnotation.Text(), "Typed before.");
+}
+
+TEST(OpeningImages, BeforeAnyReportEveryHandlerAnswersWithAMessage) {
+    ReportingStation station;
     auto& editor = station.editor;
     using Handler = void (frmReport::*)();
-    for (const Handler handler : {&frmReport::lstHistory_Click, &frmReport::cmdLastVersion_Click,
-                                  &frmReport::cmdSave_Click, &frmReport::cmdApprove_Click, &frmReport::cmdNew_Click,
-                                  &frmReport::cmdOthers_Click, &frmReport::LoadDocs, &frmReport::Form_Load}) {
+    for (const Handler handler :
+         {&frmReport::lstHistory_Click, &frmReport::cmdSave_Click, &frmReport::cmdApprove_Click,
+          &frmReport::cmdNew_Click, &frmReport::cmdOthers_Click, &frmReport::LoadDocs, &frmReport::Form_Load}) {
         station.windows.messages.clear();
         station.windows.answers = {Answer::Yes};
         (editor.*handler)();
@@ -232,8 +243,8 @@ TEST(OpeningAReport, ItIsLoadedFromItsFolderAndShown) {
     ReportingStation station;
     station.OpenReport({.versions = 3});
     EXPECT_EQ(station.Document().NumVersions(), 3);
-    EXPECT_EQ(station.global.report.studyUid, "1.2.3");
-    EXPECT_EQ(station.global.report.seriesUid, "1.2.3.2.1");
+    EXPECT_EQ(station.global.report->studyUid, "1.2.3");
+    EXPECT_EQ(station.global.report->seriesUid, "1.2.3.2.1");
     EXPECT_TRUE(station.windows.IsShown(station.editor));
     EXPECT_TRUE(station.windows.messages.empty());
 }
@@ -261,7 +272,7 @@ TEST(OpeningAReport, AnUnknownSeriesIsToldAndOpensNothing) {
     station.automation.LoadSRSeries("9.9");
     EXPECT_EQ(station.windows.Texts(), Texts{"Cannot find SRSeries UID='9.9'"});
     EXPECT_EQ(station.windows.messages[0].title, "");
-    EXPECT_EQ(station.global.report.document, nullptr);
+    EXPECT_EQ(station.global.report->document, nullptr);
     EXPECT_FALSE(station.windows.IsShown(station.editor));
 }
 
@@ -315,7 +326,7 @@ TEST(OpeningAReport, OfTheSameStudyKeepsTheImagesForANewOne) {
     ReportingStation station;
     station.OpenImages();
     station.OpenReport();
-    EXPECT_NE(station.global.report.imageSeries, nullptr);
+    EXPECT_NE(station.global.report->imageSeries, nullptr);
     EXPECT_TRUE(station.editor.cmdNew.Enabled());
 }
 
@@ -324,7 +335,7 @@ TEST(OpeningAReport, OfAnotherStudyForgetsTheImagesOfTheFirst) {
     AddOtherPatientsReport(station);
     station.OpenImages();
     station.automation.LoadSRSeries("1.9.2");
-    EXPECT_EQ(station.global.report.imageSeries, nullptr);
+    EXPECT_EQ(station.global.report->imageSeries, nullptr);
     EXPECT_FALSE(station.editor.cmdNew.Enabled());
 }
 
@@ -338,7 +349,7 @@ TEST(OpeningAReport, OfAStudyWhoseImagesWereCancelledForgetsTheImagesOfTheFirst)
     station.InChooser([&] { station.chooser.cmdCancel.Press(); });
     station.automation.LoadForImgSeries(otherImages);
     station.automation.LoadSRSeries("1.9.2");
-    EXPECT_EQ(station.global.report.imageSeries, nullptr);
+    EXPECT_EQ(station.global.report->imageSeries, nullptr);
 }
 
 } // namespace

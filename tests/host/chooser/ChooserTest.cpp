@@ -182,7 +182,7 @@ TEST(Chooser, OkNotesTheFirstFileOfTheFolderAsTheCurrentOne) {
     TwoReports station;
     station.InChooser([&] { station.chooser.cmdOk.Press(); });
     station.chooser.ShowSRDocuments("1.2.3");
-    EXPECT_EQ(station.global.report.filePath, station.Path("study\\report1") + "\\img_001.dcm");
+    EXPECT_EQ(station.global.report->filePath, station.Path("study\\report1") + "\\img_001.dcm");
 }
 
 TEST(Chooser, ADoubleClickOpensAsOkDoes) {
@@ -377,6 +377,48 @@ TEST(Chooser, EachReportIsReadOnce) {
     station.InChooser([&] { chooser.cmdCancel.Press(); });
     chooser.ShowSRDocuments("1.2.3");
     EXPECT_EQ(library.filesRead, 2);
+}
+
+TEST(IncompleteRows, AReportWhoseFolderIsUnknownIsLeftOutAloneAndLogged) {
+    TwoReports station;
+    station.AddReport({.seriesUid = "1.2.3.2.3", .seriesDir = "report3", .title = "Third"});
+    station.Execute("UPDATE Series SET SeriesDir = NULL WHERE SeriesInstanceUID = '1.2.3.2.1'");
+    station.InChooser([&] {
+        EXPECT_EQ(station.chooser.lstSRSeries.Count(), 2);
+        station.chooser.cmdCancel.Press();
+    });
+    station.chooser.ShowSRDocuments("1.2.3");
+    EXPECT_EQ(station.windows.Texts(), Texts{});
+    ASSERT_EQ(station.process.log.size(), 1U);
+    EXPECT_TRUE(station.process.log[0].starts_with(
+        "The report series \"1.2.3.2.1\" of the study \"1.2.3\" is left out of the choice: "))
+        << station.process.log[0];
+}
+
+TEST(IncompleteRows, ASeriesWithoutAFileIsLeftOutAloneAndLogged) {
+    TwoReports station;
+    station.Execute("UPDATE Image SET ImageFile = NULL WHERE SeriesInstanceUID = '1.2.3.2.1'");
+    station.chooser.ShowSRDocuments("1.2.3");
+    EXPECT_FALSE(WasShown(station));
+    EXPECT_EQ(station.chooser.DDO(), station.Path("study\\report2"));
+    EXPECT_EQ(station.process.log.size(), 1U);
+}
+
+TEST(IncompleteRows, AStudyWithoutAPathHasNoUsableReportAndNoMessage) {
+    TwoReports station;
+    station.Execute("UPDATE Study SET StudyPath = NULL");
+    station.chooser.ShowSRDocuments("1.2.3");
+    EXPECT_EQ(station.windows.Texts(), Texts{});
+    EXPECT_EQ(station.chooser.DDO(), "");
+    EXPECT_EQ(station.process.log.size(), 2U);
+}
+
+TEST(IncompleteRows, ACatalogueThatFailsIsNoReasonToLeaveAReportOut) {
+    TwoReports station;
+    station.Execute("DROP TABLE Image");
+    station.chooser.ShowSRDocuments("1.2.3");
+    ASSERT_EQ(station.windows.messages.size(), 1U);
+    EXPECT_TRUE(station.windows.messages[0].text.starts_with("Report Choice: "));
 }
 
 } // namespace

@@ -95,7 +95,7 @@ public:
     void CloseReport() override {}
     void LoadSRSeries(const std::string&) override {}
     void RemoveImagesFromRefertList() override { viewer_.ClearRefertList(); }
-    void SendFileInfo(const std::string& filename, const ViewParametersHandle& view, const std::string& lut) override {
+    void ShowImage(const std::string& filename, const ViewParametersHandle& view, const std::string& lut) override {
         viewer_.SRFilename(filename);
         viewer_.LUTName(lut);
         viewer_.ViewPars(view);
@@ -143,8 +143,8 @@ TEST_F(ViewerServiceTest, ViewParametersComeBackEqualThroughFileBusAndViewer) {
     ASSERT_TRUE(WaitUntil([&] { return client.Open(); }));
     ImageView screen;
     for (const ViewParameters& parameters : ExtremeViews()) {
-        station.global.report.filePath = station.Path("img_000001.dcm");
-        station.global.report.pendingImages = std::make_shared<ImageList>();
+        station.global.report->filePath = station.Path("img_000001.dcm");
+        station.global.report->pendingImages = std::make_shared<ImageList>();
         ImageHandOver handOver(station.global);
         handOver.AddImage(image.toStdString(), std::make_shared<ViewParameters>(parameters), "Bone");
         handOver.Write();

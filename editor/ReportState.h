@@ -1,0 +1,27 @@
+#pragma once
+
+#include "platform/controls.h"
+#include "sr/DcmSRDocument.h"
+
+#include <string>
+
+namespace tavrel {
+
+/// What the screen knows of the report beyond the document itself.
+struct ScreenState {
+    bool unsavedChanges = false;     ///< the person has typed what no version holds
+    std::string notShown{};          ///< why the screen could not be filled
+    std::string notStored{};         ///< why the last save stored nothing
+    std::string unwritablePatient{}; ///< what of the patient's own data no version can hold
+    int waiting = 0;                 ///< versions of this report that wait for the storage service
+};
+
+/// The line at the top of the editor: where this report stands.
+struct StateLine {
+    std::string text;
+    Label::Tone tone;
+};
+
+StateLine DescribeState(const DcmSRDocument& document, const ScreenState& screen);
+
+} // namespace tavrel
