@@ -173,7 +173,7 @@ void frmReport::FillScreen() {
             ShowApprover(document);
             bool readOnly = document.ReadOnly();
             Lock(readOnly);
-            screen_.waiting = WaitingVersions(global_.ports, document.SeriesUid());
+            screen_.waiting = WaitingVersions(global_.ports, document.SeriesUid(), stored_);
             ShowState();
             frmDataReport.Refresh();
             images_.Load(owner_);
@@ -285,8 +285,10 @@ void frmReport::RemoveImage(const std::string& fileName) {
     TrapShort(global_.ports.windows, "frmReport ", [&] { images_.RemoveImage(fileName); });
 }
 
-void frmReport::Porvane_OnStore(const std::string& seriesUid, const std::string& path) {
+void frmReport::Porvane_OnStore(const std::string& sopInstanceUid, const std::string& seriesUid,
+                                const std::string& path) {
     TrapNumbered(global_.ports.windows, "frmReport.Porvane_OnStore:", [&] {
+        stored_.insert(sopInstanceUid);
         MakeShownCurrent();
         if (OfAnotherStudy(seriesUid))
             return;
@@ -294,7 +296,7 @@ void frmReport::Porvane_OnStore(const std::string& seriesUid, const std::string&
         images_.Write();
         if (saving_ || !global_.report->document)
             return; // the save shows what came of it
-        screen_.waiting = WaitingVersions(global_.ports, global_.report->document->SeriesUid());
+        screen_.waiting = WaitingVersions(global_.ports, global_.report->document->SeriesUid(), stored_);
         ShowState();
     });
 }

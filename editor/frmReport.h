@@ -10,6 +10,7 @@
 #include "platform/service_events.h"
 
 #include <memory>
+#include <set>
 #include <string>
 
 namespace tavrel {
@@ -52,8 +53,8 @@ public:
 
     void Porvane_OnConnection() { connected_ = true; }
     void Porvane_OnEndConnection() { connected_ = false; }
-    /// A file of this series was stored: the pending images are written beside it, unless it is another study's.
-    void Porvane_OnStore(const std::string& seriesUid, const std::string& path);
+    /// A version was stored: the pending images are written beside it, unless it is another study's.
+    void Porvane_OnStore(const std::string& sopInstanceUid, const std::string& seriesUid, const std::string& path);
 
     void lstHistory_Click();
     void cmdSave_Click();
@@ -131,9 +132,9 @@ private:
     void OnEndConnection(const std::string&, const std::string&, const std::string&) override {
         Porvane_OnEndConnection();
     }
-    void OnStore(const std::string&, const std::string&, const std::string&, const std::string&,
+    void OnStore(const std::string&, const std::string&, const std::string&, const std::string& sopInstanceUid,
                  const std::string& seriesUid, const std::string& path) override {
-        Porvane_OnStore(seriesUid, path);
+        Porvane_OnStore(sopInstanceUid, seriesUid, path);
     }
 
     Global& global_;
@@ -145,6 +146,8 @@ private:
     ReportOwner* owner_ = nullptr;
     std::shared_ptr<OpenedReport> shown_; ///< the report that the screen was filled from; none before the first
     ScreenState screen_;
+    std::set<std::string>
+        stored_; ///< versions that the storage service has told of; their files may wait a moment longer
     std::unique_ptr<ServiceObject> service_;
     bool connected_ = false;
     bool saving_ = false;

@@ -54,7 +54,7 @@ Delivery StoreOrKeep(const Ports& ports, DicomDataSet& version, std::string_view
     return delivery;
 }
 
-int WaitingVersions(const Ports& ports, std::string_view seriesUid) {
+int WaitingVersions(const Ports& ports, std::string_view seriesUid, const std::set<std::string>& stored) {
     const std::string folder = UnsentFolder(ports);
     int count = 0;
     // What cannot be read is being written, or taken in, at this moment, and so is the folder.
@@ -62,7 +62,9 @@ int WaitingVersions(const Ports& ports, std::string_view seriesUid) {
     const auto look = [&](const std::string& name) {
         const auto waiting = ports.dicom.NewDataSetList();
         waiting->LoadFile(folder + "\\" + name);
-        count += TextOf(waiting->GetElementValue(0, attribute::SeriesInstanceUid)) == seriesUid ? 1 : 0;
+        if (TextOf(waiting->GetElementValue(0, attribute::SeriesInstanceUid)) == seriesUid &&
+            !stored.contains(TextOf(waiting->GetElementValue(0, attribute::SopInstanceUid))))
+            ++count;
     };
     Trap(
         [&] {

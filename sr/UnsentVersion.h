@@ -3,6 +3,7 @@
 #include "host/Global.h"
 #include "platform/dicom.h"
 
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -27,8 +28,8 @@ Delivery StoreOrKeep(const Ports& ports, DicomDataSet& version, std::string_view
 /// Keeps a version as such a file; `why` says why it could not be sent.
 Delivery KeepUnsent(const Ports& ports, const DicomDataSet& version, std::string why);
 
-/// How many versions of a report series wait. Cost grows with the number of files that wait, of which each is
-/// read.
-int WaitingVersions(const Ports& ports, std::string_view seriesUid);
+/// How many versions of a report series wait, other than those of which the service has told that it has them. Cost
+/// grows with the number of files that wait, of which each is read.
+int WaitingVersions(const Ports& ports, std::string_view seriesUid, const std::set<std::string>& stored);
 
 } // namespace tavrel

@@ -124,8 +124,9 @@ TEST(ReportState, AVersionThatWasKeptWaitsForTheStorageServiceUntilItIsTakenIn) 
     EXPECT_EQ(station.editor.lblState.Text(),
               "Saved at 15/11/2026 08:05:09; waiting for the storage service (1 version)");
     EXPECT_EQ(station.editor.lblState.Emphasis(), Label::Tone::Attention);
-    std::filesystem::remove_all(station.NativePath("state/unsent"));
-    station.serviceEvents.RaiseStore("1.2.3.2.1", station.Path("study\\report1\\img_000002.dcm"));
+    // The service tells before it removes the file.
+    station.serviceEvents.RaiseStore("1.2.3.2.1", station.Path("study\\report1\\img_000002.dcm"), "AE_INTERNAL",
+                                     "1.2.999.1.2026.11.15.08.05.09");
     EXPECT_EQ(station.editor.lblState.Text(), "Saved at 15/11/2026 08:05:09");
 }
 

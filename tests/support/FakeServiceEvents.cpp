@@ -31,10 +31,10 @@ void FakeServiceEvents::RaiseEndConnection() {
         handler->OnEndConnection("AE_INTERNAL", "PORVANE", "127.0.0.1");
 }
 
-void FakeServiceEvents::RaiseStore(const std::string& seriesUid, const std::string& path,
-                                   const std::string& callingAe) {
+void FakeServiceEvents::RaiseStore(const std::string& seriesUid, const std::string& path, const std::string& callingAe,
+                                   const std::string& sopInstanceUid) {
     for (ServiceEventHandler* handler : std::vector(handlers_))
-        handler->OnStore(callingAe, "PORVANE", "1.2.840.10008.5.1.4.1.1.88.11", "1.2.3.4", seriesUid, path);
+        handler->OnStore(callingAe, "PORVANE", "1.2.840.10008.5.1.4.1.1.88.11", sopInstanceUid, seriesUid, path);
 }
 
 } // namespace tavrel::test

@@ -20,8 +20,8 @@ public:
     void RaiseConnection();
     void RaiseEndConnection();
     /// `path` with the separator "\".
-    void RaiseStore(const std::string& seriesUid, const std::string& path,
-                    const std::string& callingAe = "AE_INTERNAL");
+    void RaiseStore(const std::string& seriesUid, const std::string& path, const std::string& callingAe = "AE_INTERNAL",
+                    const std::string& sopInstanceUid = "1.2.3.4");
 
 private:
     class Attachment;
