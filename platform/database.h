@@ -39,7 +39,8 @@ public:
     /// Sets a field of the new or the current row; `Update` stores it. Dynamic only.
     virtual void SetField(std::string_view name, std::string_view value) = 0;
     /// Stores the new row, or the changes of the current one. A row that another writer has changed
-    /// meanwhile is an error and stays as that writer left it.
+    /// meanwhile is an error and stays as that writer left it; of rows that are equal in all the fields of
+    /// the query one is changed.
     virtual void Update() = 0;
 
     virtual void Close() = 0;

@@ -83,7 +83,8 @@ void OdbcDynamicResultSet::ChangeCurrent() {
         if (row[index])
             values.push_back(Bound(index, *row[index]));
     }
-    if (Run("UPDATE " + Table() + " SET " + Listed(assignments) + " WHERE " + condition, values) < 1)
+    const std::string table = Table();
+    if (Run("UPDATE " + table + " SET " + Listed(assignments) + session_->WhereOneRow(table, condition), values) < 1)
         throw OdbcError(OdbcFailure::RowChangedMeanwhile,
                         "The row was not stored: someone else has changed or deleted it in the meantime.");
     ApplyChangesTo(row);

@@ -15,7 +15,7 @@ namespace tavrel {
 
 /// The rows of a query over one table, read whole when it is opened, so that nothing stays locked
 /// while a person looks at them. A row is changed by an UPDATE that names all its original values: it
-/// meets no row when another writer came first. Meant for a handful of rows.
+/// meets no row when another writer came first, and one when several rows are equal. Meant for a handful of rows.
 class OdbcDynamicResultSet final : public ResultSet {
 public:
     OdbcDynamicResultSet(std::shared_ptr<OdbcSession> session, std::string_view statement);

@@ -61,7 +61,13 @@ void OdbcSession::Open(std::string_view connectionText, std::string_view user, s
     environment_ = std::move(environment);
     connection_ = std::move(connection);
     lossReason_.clear();
-    sqlite_ = Info(SQL_DBMS_NAME) == "SQLite";
+    const std::string engine = Info(SQL_DBMS_NAME);
+    if (engine == "SQLite")
+        engine_ = Engine::Sqlite;
+    else if (engine == "PostgreSQL")
+        engine_ = Engine::Postgresql;
+    else
+        engine_ = engine == "MariaDB" || engine == "MySQL" ? Engine::Mariadb : Engine::Other;
     identifierQuote_ = Info(SQL_IDENTIFIER_QUOTE_CHAR);
 }
 
@@ -78,12 +84,30 @@ void OdbcSession::Close() noexcept {
     environment_.Free();
 }
 
+std::string OdbcSession::WhereOneRow(std::string_view table, std::string_view condition) const {
+    const auto nameOfFirst = [&](const std::string& name) {
+        return " WHERE " + name + " = (SELECT " + name + " FROM " + std::string(table) + " WHERE " +
+               std::string(condition) + " LIMIT 1)";
+    };
+    switch (engine_) {
+    case Engine::Sqlite:
+        return nameOfFirst("rowid");
+    case Engine::Postgresql:
+        return nameOfFirst("ctid");
+    case Engine::Mariadb:
+        return " WHERE " + std::string(condition) + " LIMIT 1";
+    case Engine::Other:
+        break;
+    }
+    return " WHERE " + std::string(condition);
+}
+
 void OdbcSession::BeginTransaction() {
     RequireOpen();
     DropTransaction();
     // A deferred SQLite transaction that reads before it writes can fail at once when another writer
     // came first; one that is a writer from its start waits for its turn.
-    if (sqlite_)
+    if (engine_ == Engine::Sqlite)
         RunPlain("BEGIN IMMEDIATE");
     else if (!SetAutocommit(false))
         Fail(SQL_HANDLE_DBC, connection_.Get());
@@ -97,13 +121,13 @@ void OdbcSession::Commit() {
                         "There is no transaction to commit: none was begun, or it was dropped when one of its "
                         "statements failed.");
     Guarded([this] {
-        if (sqlite_)
+        if (engine_ == Engine::Sqlite)
             RunPlain("COMMIT");
         else if (!SQL_SUCCEEDED(SQLEndTran(SQL_HANDLE_DBC, connection_.Get(), SQL_COMMIT)))
             Fail(SQL_HANDLE_DBC, connection_.Get());
     });
     inTransaction_ = false;
-    if (!sqlite_ && !SetAutocommit(true))
+    if (engine_ != Engine::Sqlite && !SetAutocommit(true))
         Fail(SQL_HANDLE_DBC, connection_.Get());
 }
 
@@ -113,7 +137,7 @@ void OdbcSession::DropTransaction() noexcept {
     inTransaction_ = false;
     // Where this fails, the engine has dropped the transaction itself.
     try {
-        if (sqlite_) {
+        if (engine_ == Engine::Sqlite) {
             RunPlain("ROLLBACK");
         } else {
             SQLEndTran(SQL_HANDLE_DBC, connection_.Get(), SQL_ROLLBACK);

@@ -47,6 +47,9 @@ public:
     /// The quote around identifiers in this engine's statements.
     const std::string& IdentifierQuote() const { return identifierQuote_; }
 
+    /// The end of an UPDATE of `table` that changes one of the rows which meet `condition`, however many do.
+    std::string WhereOneRow(std::string_view table, std::string_view condition) const;
+
 private:
     [[noreturn]] void Fail(SQLSMALLINT handleType, SQLHANDLE handle);
     void RequireOpen() const;
@@ -61,7 +64,8 @@ private:
     std::vector<std::weak_ptr<OdbcHandle>> statements_;
     std::string identifierQuote_;
     std::string lossReason_;
-    bool sqlite_ = false;
+    enum class Engine { Other, Sqlite, Postgresql, Mariadb };
+    Engine engine_ = Engine::Other;
     bool inTransaction_ = false;
 };
 

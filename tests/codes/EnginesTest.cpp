@@ -146,13 +146,13 @@ TEST_P(CodesOnEngine, OfTwoRowsOfACodeTheFirstIsModifiedAndBothAreDeleted) {
     ExpectNoMessages();
 }
 
-TEST_P(CodesOnEngine, TwinRowsAreModifiedTogether) {
+TEST_P(CodesOnEngine, OfTwinRowsOneIsModified) {
     AddRow("SRT", "C1", "Cyst");
 
     Do(Modify, "C1", "SRT", "Twin");
 
     ExpectNoMessages();
-    EXPECT_EQ(StoredCodes(), (Texts{"C1|SRT|Twin", "C1|SRT|Twin"}));
+    EXPECT_EQ(StoredCodes(), (Texts{"C1|SRT|Cyst", "C1|SRT|Twin"}));
 }
 
 TEST_P(CodesOnEngine, AMicroSignInACodeStaysAsItIs) {

@@ -94,6 +94,26 @@ TEST_P(Changing, OneRowOfSeveralIsChanged) {
     EXPECT_EQ(MeaningOf("X") + MeaningOf("Y"), "OldNew");
 }
 
+TEST_P(Changing, OneRowOfEqualOnesIsChangedAtATime) {
+    database.Run("INSERT INTO StdTitles VALUES ('99SS', 'X', 'Old')");
+    for (const char* expected : {"1", "2"}) {
+        const auto titles =
+            connection->OpenResultSet("SELECT * FROM StdTitles WHERE CodeMeaning='Old'", Cursor::Dynamic);
+        titles->SetField("CodeMeaning", "New");
+        titles->Update();
+        EXPECT_EQ(database.Value("SELECT Count(*) FROM StdTitles WHERE CodeMeaning='New'"), expected);
+    }
+}
+
+TEST_P(Changing, OneRowOfEqualOnesWithNullsIsChanged) {
+    database.Run("UPDATE StdTitles SET CodeScheme=NULL");
+    database.Run("INSERT INTO StdTitles VALUES (NULL, 'X', 'Old')");
+    const auto titles = Find("X");
+    titles->SetField("CodeMeaning", "New");
+    titles->Update();
+    EXPECT_EQ(database.Value("SELECT Count(*) FROM StdTitles WHERE CodeMeaning='New'"), "1");
+}
+
 TEST_P(Changing, ARowThatAnotherWriterChangedIsAnErrorAndStaysTheirs) {
     const auto titles = Find("X");
     database.Run("UPDATE StdTitles SET CodeMeaning='Theirs' WHERE CodeValue='X'");
