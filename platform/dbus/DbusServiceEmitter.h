@@ -1,17 +1,20 @@
 #pragma once
 
 #include <QDBusConnection>
+#include <QThread>
 
+#include <memory>
 #include <string>
 
 namespace tavrel {
 
 /// The storage service's side of the service events: owns the name "Porvane.Service" on the session
-/// bus and emits the signals of its interface. Needs neither a Qt application nor an event loop.
+/// bus, emits the signals of its interface and describes itself to who asks. Needs a Qt application,
+/// but no event loop of it.
 ///
 /// Events may be sent from any thread and leave in the order in which they were sent. One that was
 /// sent before a C-STORE is answered has been handled by a client as soon as the client's next
-/// `Peer.Ping` to the service is answered; the library answers it by itself, on its own thread.
+/// `Peer.Ping` to the service is answered; the library answers it by itself.
 /// A bus that has gone away costs the events, nothing else.
 class DbusServiceEmitter {
 public:
@@ -30,9 +33,15 @@ public:
                  const std::string& sopInstanceUid, const std::string& seriesUid, const std::string& path);
 
 private:
+    void Describe();
+    void End();
     void Emit(const QString& signal, const QVariantList& arguments);
 
+    class Description;
+
     QDBusConnection bus_;
+    std::unique_ptr<Description> description_;
+    QThread answering_;
 };
 
 } // namespace tavrel

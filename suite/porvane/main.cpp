@@ -7,6 +7,7 @@
 #include "suite/porvane/StorageService.h"
 
 #include <CLI/CLI.hpp>
+#include <QCoreApplication>
 #include <sys/signalfd.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -84,8 +85,10 @@ int main(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? EXIT_SUCCESS : UsageStatus;
     }
-    umask(S_IRWXG | S_IRWXO); // what it stores is its owner's alone
+    setenv("LC_ALL", "C.UTF-8", 1); // what it logs and answers is not in the session's language
+    umask(S_IRWXG | S_IRWXO);       // what it stores is its owner's alone
     const int stopSignals = StopSignals();
+    const QCoreApplication application(argc, argv); // the session bus needs one
     try {
         Serve(studies, dataSource, stopSignals);
         return EXIT_SUCCESS;

@@ -7,6 +7,7 @@
 
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
+#include <QDBusReply>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QMetaObject>
@@ -67,6 +68,23 @@ TEST_F(WithService, EveryEventIsToldInOrderWithTheProgramsSeparator) {
     EXPECT_EQ(listener.events, (Names{"OnConnection TAVREL STORAGE 127.0.0.1",
                                       "OnStore AE_INTERNAL STORAGE 1.2 1.2.3 1.3 \\data\\st 1\\img_000001.dcm",
                                       "OnEndConnection TAVREL STORAGE 127.0.0.1"}));
+}
+
+TEST_F(WithService, TheServiceDescribesItselfAsItsReferenceSays) {
+    const auto call =
+        Ask(program, PorvaneService.service, PorvaneService.path, "org.freedesktop.DBus.Introspectable", "Introspect");
+    ASSERT_TRUE(WaitForAnswer(call));
+    QFile file(DBUS_REFERENCE_FOLDER "/Porvane.Service.xml");
+    ASSERT_TRUE(file.open(QFile::ReadOnly));
+    const QString reference = QString(file.readAll()).section("<node>\n", 1).section("</node>", 0, 0);
+    EXPECT_TRUE(QDBusReply<QString>(call).value().contains(reference))
+        << QDBusReply<QString>(call).value().toStdString();
+}
+
+TEST_F(WithService, WhatTheServiceDoesNotHaveIsAnErrorOfTheBus) {
+    const auto call = Ask(program, PorvaneService, "Store");
+    ASSERT_TRUE(WaitForAnswer(call));
+    EXPECT_EQ(call.error().type(), QDBusError::UnknownMethod);
 }
 
 TEST_F(WithService, AReleasedServiceObjectTellsNothing) {
