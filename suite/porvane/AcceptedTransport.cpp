@@ -3,6 +3,7 @@
 #include <dcmtk/dcmnet/dcmtrans.h>
 #include <dcmtk/dcmnet/dul.h>
 
+#include <arpa/inet.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
@@ -41,6 +42,16 @@ void AcceptedTransport::Prepare() {
 AcceptedTransport::~AcceptedTransport() {
     if (socket_ >= 0)
         close(socket_);
+}
+
+std::string AcceptedTransport::PeerAddress() const {
+    sockaddr_in peer{};
+    socklen_t length = sizeof peer;
+    std::array<char, INET_ADDRSTRLEN> text{};
+    if (getpeername(socket_, reinterpret_cast<sockaddr*>(&peer), &length) != 0 || peer.sin_family != AF_INET ||
+        inet_ntop(AF_INET, &peer.sin_addr, text.data(), text.size()) == nullptr)
+        return {};
+    return text.data();
 }
 
 DcmTransportConnection* AcceptedTransport::createConnection(DcmNativeSocketType, OFBool) {

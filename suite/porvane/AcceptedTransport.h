@@ -4,6 +4,8 @@
 
 #include <dcmtk/dcmnet/dcmlayer.h>
 
+#include <string>
+
 namespace tavrel {
 
 /// Brings one accepted socket into the DICOM toolkit. The toolkit takes such a socket from a global
@@ -17,6 +19,9 @@ public:
     /// Takes over `socket`.
     explicit AcceptedTransport(int socket) : socket_(socket) {}
     ~AcceptedTransport() override;
+
+    /// The sender's address in numbers; empty when it has gone already. Before the connection is created.
+    std::string PeerAddress() const;
 
     DcmTransportConnection* createConnection(DcmNativeSocketType standIn, OFBool useSecureLayer) override;
 

@@ -72,6 +72,7 @@ using AssociationHandle = std::unique_ptr<T_ASC_Association, decltype([](T_ASC_A
 
 void Association::Serve(int socket, const ServiceContext& context, const std::stop_token& stop) noexcept try {
     AcceptedTransport transport(socket);
+    const std::string peer = transport.PeerAddress(); // of the stand-in the toolkit knows none
     T_ASC_Network* network = nullptr;
     OFCondition done = ASC_initializeNetwork(NET_ACCEPTOR, 0, AnswerSeconds, &network);
     const NetworkHandle networkHandle(network);
@@ -88,15 +89,15 @@ void Association::Serve(int socket, const ServiceContext& context, const std::st
     }
     if (association->params->DULparams.applicationContextName[0] == '\0')
         return; // somebody looked whether the port is open and went away
-    Association served(association, context);
+    Association served(association, context, peer);
     if (served.Negotiate())
         served.Run(stop);
 } catch (const std::exception& failure) {
     LogLine(std::string("an association failed: ") + failure.what());
 }
 
-Association::Association(T_ASC_Association* association, const ServiceContext& context)
-    : association_(association), context_(context) {
+Association::Association(T_ASC_Association* association, const ServiceContext& context, std::string peer)
+    : association_(association), context_(context), peer_(std::move(peer)) {
     std::array<char, DUL_LEN_TITLE + 1> calling{};
     std::array<char, DUL_LEN_TITLE + 1> called{};
     ASC_getAPTitles(association->params, calling.data(), calling.size(), called.data(), called.size(), nullptr, 0);
@@ -135,9 +136,8 @@ void Association::AcceptContexts() {
 }
 
 void Association::Run(const std::stop_token& stop) {
-    const std::string peer = association_->params->DULparams.callingPresentationAddress;
     if (context_.events)
-        context_.events->OnConnection(callingAe_, calledAe_, peer);
+        context_.events->OnConnection(callingAe_, calledAe_, peer_);
     OFCondition state = EC_Normal;
     while (state.good()) {
         T_ASC_PresentationContextID context = 0;
@@ -148,7 +148,7 @@ void Association::Run(const std::stop_token& stop) {
     }
     End(state);
     if (context_.events)
-        context_.events->OnEndConnection(callingAe_, calledAe_, peer);
+        context_.events->OnEndConnection(callingAe_, calledAe_, peer_);
 }
 
 OFCondition Association::AwaitCommand(const std::stop_token& stop, T_ASC_PresentationContextID& context,

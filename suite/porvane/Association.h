@@ -32,7 +32,7 @@ public:
     static void Serve(int socket, const ServiceContext& context, const std::stop_token& stop) noexcept;
 
 private:
-    Association(T_ASC_Association* association, const ServiceContext& context);
+    Association(T_ASC_Association* association, const ServiceContext& context, std::string peer);
 
     bool Negotiate();
     void AcceptContexts();
@@ -50,6 +50,7 @@ private:
     const ServiceContext& context_;
     std::string callingAe_;
     std::string calledAe_;
+    std::string peer_; ///< the sender's address
 };
 
 } // namespace tavrel

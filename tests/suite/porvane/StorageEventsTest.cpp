@@ -40,11 +40,11 @@ class Witness : public ServiceEventHandler {
 public:
     explicit Witness(SuiteRoom& room) : room_(room) {}
 
-    void OnConnection(const std::string& calling, const std::string& called, const std::string&) override {
-        events.push_back("connection " + calling + " " + called);
+    void OnConnection(const std::string& calling, const std::string& called, const std::string& peer) override {
+        events.push_back("connection " + calling + " " + called + " " + peer);
     }
-    void OnEndConnection(const std::string& calling, const std::string&, const std::string&) override {
-        events.push_back("end " + calling);
+    void OnEndConnection(const std::string& calling, const std::string& called, const std::string& peer) override {
+        events.push_back("end " + calling + " " + called + " " + peer);
     }
     void OnStore(const std::string&, const std::string&, const std::string& sopClass, const std::string& sopInstance,
                  const std::string& series, const std::string& path) override {
@@ -109,7 +109,7 @@ TEST_F(StorageEvents, TheEventNamesTheReport) {
     report.Send(room, "AE_INTERNAL");
     events.AwaitSentEvents();
     ASSERT_GE(witness.events.size(), 2U);
-    EXPECT_EQ(witness.events[0], "connection AE_INTERNAL PORVANE");
+    EXPECT_EQ(witness.events[0], "connection AE_INTERNAL PORVANE 127.0.0.1");
     EXPECT_EQ(witness.events[1],
               std::string("store ") + UID_BasicTextSRStorage + " 2.999.4 " + report.Get(DCM_SeriesInstanceUID));
 }
@@ -118,7 +118,7 @@ TEST_F(StorageEvents, TheEndOfAnAssociationIsTold) {
     Report().Send(room, "AE_INTERNAL");
     EXPECT_TRUE(Eventually([this] {
         events.AwaitSentEvents();
-        return !witness.events.empty() && witness.events.back() == "end AE_INTERNAL";
+        return !witness.events.empty() && witness.events.back() == "end AE_INTERNAL PORVANE 127.0.0.1";
     }));
 }
 
