@@ -113,6 +113,8 @@ private:
         if (findPresentationContextID(entry.SOPClassUID, entry.TransferSyntaxUID) == 0)
             return "the service does not take " + std::string(dcmFindNameOfUID(entry.SOPClassUID.c_str(), "its kind")) +
                    " in " + DcmXfer(entry.TransferSyntaxUID.c_str()).getXferName();
+        if (!fs::exists(entry.Filename.getCharPointer()))
+            return "is not there any more";
         return "cannot be read as a whole DICOM object";
     }
 

@@ -126,12 +126,15 @@ fs::path Archive::NewIncomingPath() {
     return incoming_ / (std::to_string(++received_) + ".part");
 }
 
-Archive::Stored Archive::Store(IncomingFile& object, const std::string& sopClassUid,
-                               const std::string& sopInstanceUid) {
+ObjectHeader Archive::Examine(IncomingFile& object, const std::string& sopClassUid, const std::string& sopInstanceUid) {
     object.Finish();
-    const ObjectHeader header = ReadObjectHeader(library_, object.Path().string(), sopClassUid);
+    ObjectHeader header = ReadObjectHeader(library_, object.Path().string(), sopClassUid);
     if (header.sopClassUid != sopClassUid || header.sopInstanceUid != sopInstanceUid)
         throw StoreRefusal(Status::DoesNotMatchClass, "the object's UIDs are not those of the request");
+    return header;
+}
+
+Archive::Stored Archive::Store(IncomingFile& object, const ObjectHeader& header) {
     try {
         const std::lock_guard guard(filing_);
         Connect();

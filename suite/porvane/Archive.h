@@ -36,14 +36,17 @@ public:
     /// A fresh name to receive an object under.
     std::filesystem::path NewIncomingPath();
 
+    /// Brings a received object that was announced under these UIDs to the disk and reads its header.
+    /// Throws a StoreRefusal.
+    ObjectHeader Examine(IncomingFile& object, const std::string& sopClassUid, const std::string& sopInstanceUid);
+
     struct Stored {
         ObjectHeader header;
         std::string path; ///< native
     };
-    /// Files a received object that was announced under these UIDs. One whose SOP Instance UID and
-    /// data set are known already is stored already. From any thread. Throws a StoreRefusal; then
-    /// nothing of the object is left.
-    Stored Store(IncomingFile& object, const std::string& sopClassUid, const std::string& sopInstanceUid);
+    /// Files an examined object. One whose SOP Instance UID and data set are known already is stored
+    /// already. From any thread. Throws a StoreRefusal; then nothing of the object is left.
+    Stored Store(IncomingFile& object, const ObjectHeader& header);
 
 private:
     std::string File(IncomingFile& object, const ObjectHeader& header);

@@ -5,6 +5,8 @@
 #include "suite/porvane/AcceptedTransport.h"
 #include "suite/porvane/ServiceLog.h"
 #include "suite/porvane/StoreRefusal.h"
+#include "suite/porvane/StoredEvent.h"
+#include "suite/porvane/UnsentVersions.h"
 
 #include <dcmtk/dcmdata/dcdatset.h>
 #include <dcmtk/dcmdata/dcdeftag.h>
@@ -23,7 +25,6 @@ namespace {
 
 constexpr int AnswerSeconds = 30; ///< for what must follow at once
 constexpr int IdleSeconds = 60;   ///< between two requests
-constexpr std::string_view InternalAe = "AE_INTERNAL";
 
 /// The sender cannot be heard any more; there is nobody to answer.
 class ConnectionLost : public std::runtime_error {
@@ -192,12 +193,17 @@ OFCondition Association::Store(T_ASC_PresentationContextID context, T_DIMSE_C_St
 std::string Association::TakeObject(T_ASC_PresentationContextID context, T_DIMSE_C_StoreRQ& request,
                                     std::uint16_t& status) try {
     const std::string path = context_.archive.NewIncomingPath();
-    DcmOutputFileStream* header = nullptr;
-    if (DIMSE_createFilestream(path.c_str(), &request, association_, context, 1, &header).good())
-        delete header; // the meta information is written; the data set follows as it comes
+    DcmOutputFileStream* metaInformation = nullptr;
+    if (DIMSE_createFilestream(path.c_str(), &request, association_, context, 1, &metaInformation).good())
+        delete metaInformation; // it is written; the data set follows as it comes
     IncomingFile object(path);
     ReceiveDataSet(context, object);
-    Tell(context_.archive.Store(object, request.AffectedSOPClassUID, request.AffectedSOPInstanceUID));
+    const ObjectHeader header =
+        context_.archive.Examine(object, request.AffectedSOPClassUID, request.AffectedSOPInstanceUID);
+    context_.unsent.TakeInBefore(header.seriesUid);
+    const Archive::Stored stored = context_.archive.Store(object, header);
+    if (callingAe_ == InternalAe)
+        TellStored(context_.events, calledAe_, stored);
     status = STATUS_Success;
     return {};
 } catch (const StoreRefusal& refusal) {
@@ -225,14 +231,6 @@ void Association::ReceiveDataSet(T_ASC_PresentationContextID context, IncomingFi
         object.Write({static_cast<const char*>(fragment.data), fragment.fragmentLength});
         last = fragment.lastPDV;
     }
-}
-
-/// Only a report of this workstation's own moves the place that the report editor knows it by.
-void Association::Tell(const Archive::Stored& stored) {
-    const ObjectHeader& header = stored.header;
-    if (context_.events && header.IsReport() && callingAe_ == InternalAe)
-        context_.events->OnStore(callingAe_, calledAe_, header.sopClassUid, header.sopInstanceUid, header.seriesUid,
-                                 stored.path);
 }
 
 void Association::End(const OFCondition& why) {

@@ -15,11 +15,13 @@
 namespace tavrel {
 
 class DbusServiceEmitter;
+class UnsentVersions;
 
 /// What all associations share.
 struct ServiceContext {
     std::string aeTitle;
     Archive& archive;
+    UnsentVersions& unsent;
     DbusServiceEmitter* events; ///< none where there is no session bus
 };
 
@@ -43,7 +45,6 @@ private:
     OFCondition Store(T_ASC_PresentationContextID context, T_DIMSE_C_StoreRQ& request);
     std::string TakeObject(T_ASC_PresentationContextID context, T_DIMSE_C_StoreRQ& request, std::uint16_t& status);
     void ReceiveDataSet(T_ASC_PresentationContextID context, IncomingFile& object);
-    void Tell(const Archive::Stored& stored);
     void End(const OFCondition& why);
 
     T_ASC_Association* association_;

@@ -4,6 +4,7 @@
 #include "suite/porvane/StoreRefusal.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -30,8 +31,10 @@ std::filesystem::path CopyBeside(const std::filesystem::path& file, const std::f
 
 } // namespace
 
-IncomingFile::IncomingFile(std::filesystem::path path)
-    : path_(std::move(path)), descriptor_(open(path_.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC)) {
+IncomingFile::IncomingFile(std::filesystem::path path, Start start)
+    : path_(std::move(path)),
+      descriptor_(open(path_.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC | (start == Start::Made ? O_CREAT | O_EXCL : 0),
+                       S_IRUSR | S_IWUSR)) {
     if (descriptor_ < 0)
         failure_ = errno;
 }

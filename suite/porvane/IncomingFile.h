@@ -8,8 +8,12 @@ namespace tavrel {
 /// A file that an object is received into. Its first name goes away with this object.
 class IncomingFile {
 public:
-    /// Takes over the file at `path`, which exists, and appends to it.
-    explicit IncomingFile(std::filesystem::path path);
+    enum class Start {
+        Begun, ///< the file exists and is appended to
+        Made,  ///< there is no such file yet
+    };
+    /// Takes over the file at `path`.
+    explicit IncomingFile(std::filesystem::path path, Start start = Start::Begun);
     ~IncomingFile();
     IncomingFile(const IncomingFile&) = delete;
     IncomingFile& operator=(const IncomingFile&) = delete;

@@ -5,6 +5,8 @@
 #include "suite/porvane/Archive.h"
 #include "suite/porvane/ServiceLog.h"
 #include "suite/porvane/StorageService.h"
+#include "suite/porvane/StoredEvent.h"
+#include "suite/porvane/UnsentDelivery.h"
 
 #include <CLI/CLI.hpp>
 #include <QCoreApplication>
@@ -14,6 +16,7 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <stdexcept>
 
@@ -47,19 +50,33 @@ std::unique_ptr<tavrel::DbusServiceEmitter> Events() try {
     return nullptr;
 }
 
-void Serve(const std::string& studies, const std::string& dataSource, int stopSignals) {
+struct Options {
+    std::string studies = DefaultStudiesFolder();
+    std::string unsent = tavrel::DefaultUnsentFolder().string();
+    std::string dataSource = "DicomFDB";
+};
+
+void Serve(const Options& options, int stopSignals) {
     tavrel::OdbcDatabase database;
-    tavrel::ObjectCatalogue catalogue(database, dataSource);
+    tavrel::ObjectCatalogue catalogue(database, options.dataSource);
     tavrel::DcmtkLibrary reader;
-    tavrel::Archive archive(studies, catalogue, reader);
+    tavrel::Archive archive(options.studies, catalogue, reader);
     archive.Open();
     const auto service = catalogue.ReadService();
     if (!service)
         throw std::runtime_error("Table Port of the catalogue names no port and AE title; "
                                  "\"orbenta-catalogue port\" sets them");
     const auto events = Events();
-    tavrel::StorageService storage(service->port, {service->aeTitle, archive, events.get()});
-    tavrel::LogLine("stores in \"" + studies + "\", called " + service->aeTitle + " on port " +
+    const auto unsentFolder = std::filesystem::absolute(options.unsent).lexically_normal();
+    tavrel::UnsentVersions unsent(unsentFolder, reader, archive, [&](const tavrel::Archive::Stored& stored) {
+        tavrel::TellStored(events.get(), service->aeTitle, stored);
+        tavrel::LogLine("stored version " + stored.header.sopInstanceUid + ", which had waited to be sent");
+    });
+    tavrel::UnsentDelivery delivery(unsent, unsentFolder);
+    tavrel::StorageService storage(service->port, {service->aeTitle, archive, unsent, events.get()});
+    delivery.TakeInAtStart(stopSignals);
+    delivery.GoOn();
+    tavrel::LogLine("stores in \"" + options.studies + "\", called " + service->aeTitle + " on port " +
                     std::to_string(service->port) + " of 127.0.0.1");
     storage.Run(stopSignals);
     tavrel::LogLine("ended");
@@ -73,12 +90,18 @@ int main(int argc, char** argv) {
                  "under the AE title of the catalogue's table Port, and ends on SIGTERM or Ctrl+C.\n"
                  "Exit status: 0 ended as asked, 1 failed, 2 wrong arguments.",
                  "porvane");
-    std::string studies = DefaultStudiesFolder();
-    std::string dataSource = "DicomFDB";
-    app.add_option("--studies", studies, "Folder that new studies are stored in")
+    Options options;
+    app.add_option("--studies", options.studies, "Folder that new studies are stored in")
         ->type_name("FOLDER")
         ->capture_default_str();
-    app.add_option("--dsn", dataSource, "ODBC data source of the catalogue")->type_name("NAME")->capture_default_str();
+    app.add_option("--unsent", options.unsent,
+                   "Folder of the versions that the report editor could not send; they are stored\n"
+                   "from there by themselves")
+        ->type_name("FOLDER")
+        ->capture_default_str();
+    app.add_option("--dsn", options.dataSource, "ODBC data source of the catalogue")
+        ->type_name("NAME")
+        ->capture_default_str();
     app.set_version_flag("--version", "porvane " TAVREL_VERSION);
     try {
         app.parse(argc, argv);
@@ -90,7 +113,7 @@ int main(int argc, char** argv) {
     const int stopSignals = StopSignals();
     const QCoreApplication application(argc, argv); // the session bus needs one
     try {
-        Serve(studies, dataSource, stopSignals);
+        Serve(options, stopSignals);
         return EXIT_SUCCESS;
     } catch (const std::exception& error) {
         tavrel::LogLine(error.what());

@@ -51,6 +51,7 @@ SuiteRoom::SuiteRoom(std::string dataSource) : dataSource_(std::move(dataSource)
 }
 
 void SuiteRoom::Fill() {
+    setenv("XDG_STATE_HOME", (Folder() / "state").c_str(), 1);
     catalogue_ = database_.NewConnection();
     catalogue_->Open("DSN=" + dataSource_);
     CreateSchema(*catalogue_, DetectEngine(*catalogue_));

@@ -25,6 +25,8 @@ public:
     std::filesystem::path Folder() const { return folder_.Path(); }
     std::filesystem::path Studies() const { return Folder() / "studies"; }
     std::filesystem::path Incoming() const { return Studies() / ".incoming"; }
+    /// Where the report editor keeps what it could not send; not there yet.
+    std::filesystem::path Unsent() const { return Folder() / "state/tavrel/unsent"; }
     int Port() const { return port_; }
 
     Connection& Catalogue() { return *catalogue_; }

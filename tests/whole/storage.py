@@ -25,12 +25,6 @@ class StorageService:
         if ae_title is not None:
             ask("UPDATE Port SET AETitle = ?", ae_title)
 
-    def send(self, file):
-        """Sends a file as Tavrel would."""
-        [(port, title)] = ask("SELECT Port, AETitle FROM Port")
-        subprocess.run(["storescu", "-aet", "AE_INTERNAL", "-aec", title, "127.0.0.1", str(port), str(file)],
-                       check=True, stdout=subprocess.DEVNULL)
-
     def kill(self):
         """Ends the service at once, as a power failure does."""
         os.kill(ask_bus(connect(), "GetConnectionUnixProcessID", "(s)", "Porvane.Service"), signal.SIGKILL)

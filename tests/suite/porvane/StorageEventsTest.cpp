@@ -1,9 +1,12 @@
 #include "platform/dbus/DbusServiceEvents.h"
+#include "platform/paths.h"
+#include "platform/posix/PosixFiles.h"
 #include "tests/suite/SuiteRoom.h"
 #include "tests/suite/TestObject.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>
+#include <QDBusMessage>
 #include <dcmtk/dcmdata/dcdeftag.h>
 #include <dcmtk/dcmdata/dcuid.h>
 #include <gtest/gtest.h>
@@ -46,9 +49,9 @@ public:
     void OnEndConnection(const std::string& calling, const std::string& called, const std::string& peer) override {
         events.push_back("end " + calling + " " + called + " " + peer);
     }
-    void OnStore(const std::string&, const std::string&, const std::string& sopClass, const std::string& sopInstance,
-                 const std::string& series, const std::string& path) override {
-        events.push_back("store " + sopClass + " " + sopInstance + " " + series);
+    void OnStore(const std::string& calling, const std::string& called, const std::string& sopClass,
+                 const std::string& sopInstance, const std::string& series, const std::string& path) override {
+        events.push_back("store " + calling + " " + called + " " + sopClass + " " + sopInstance + " " + series);
         storedPath = path;
         rowsThen = room_.Value("SELECT count(*) FROM Image WHERE SOPInstanceUID='" + sopInstance + "'");
     }
@@ -110,8 +113,8 @@ TEST_F(StorageEvents, TheEventNamesTheReport) {
     events.AwaitSentEvents();
     ASSERT_GE(witness.events.size(), 2U);
     EXPECT_EQ(witness.events[0], "connection AE_INTERNAL PORVANE 127.0.0.1");
-    EXPECT_EQ(witness.events[1],
-              std::string("store ") + UID_BasicTextSRStorage + " 2.999.4 " + report.Get(DCM_SeriesInstanceUID));
+    EXPECT_EQ(witness.events[1], std::string("store AE_INTERNAL PORVANE ") + UID_BasicTextSRStorage + " 2.999.4 " +
+                                     report.Get(DCM_SeriesInstanceUID));
 }
 
 TEST_F(StorageEvents, TheEndOfAnAssociationIsTold) {
@@ -146,6 +149,38 @@ TEST_F(StorageEvents, AReportThatIsSentAgainIsToldAgain) {
     events.AwaitSentEvents();
     EXPECT_EQ(StoreEvents(), 2U);
     EXPECT_EQ(room.Count("Image"), "1");
+}
+
+TEST_F(StorageEvents, AVersionThatCouldNotBeSentIsToldLikeOneThatWas) {
+    std::filesystem::create_directories(room.Unsent());
+    TestObject report = Report();
+    report.SaveTo(room.Unsent() / "version.dcm");
+    EXPECT_TRUE(Eventually([this] {
+        events.AwaitSentEvents();
+        return !witness.events.empty();
+    }));
+    EXPECT_EQ(witness.events[0], std::string("store AE_INTERNAL PORVANE ") + UID_BasicTextSRStorage + " 2.999.4 " +
+                                     report.Get(DCM_SeriesInstanceUID));
+    EXPECT_EQ(InsidePath(room.StoredFiles().at(0)), witness.storedPath);
+    EXPECT_EQ(witness.rowsThen, "1");
+}
+
+TEST_F(StorageEvents, AnImageThatCouldNotBeSentIsNotTold) {
+    std::filesystem::create_directories(room.Unsent());
+    TestObject().SaveTo(room.Unsent() / "image.dcm");
+    EXPECT_TRUE(Eventually([this] { return room.Count("Image") == "1"; }));
+    events.AwaitSentEvents();
+    EXPECT_EQ(StoreEvents(), 0U);
+}
+
+TEST_F(StorageEvents, TheServiceIntrospectsAsItsReferenceSays) {
+    auto question = QDBusMessage::createMethodCall("Porvane.Service", "/Porvane/Service",
+                                                   "org.freedesktop.DBus.Introspectable", "Introspect");
+    const QString answer = connection.call(question).arguments().value(0).toString();
+    const std::string reference = PosixFiles().ReadText(DBUS_REFERENCE_FOLDER "/Porvane.Service.xml");
+    const auto begin = reference.find("  <interface");
+    const auto interface = reference.substr(begin, reference.find("</node>") - begin);
+    EXPECT_NE(answer.toStdString().find(interface), std::string::npos) << answer.toStdString();
 }
 
 TEST_F(StorageEvents, AServiceWhoseBusEndsGoesOnStoring) {
