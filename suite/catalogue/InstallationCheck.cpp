@@ -9,21 +9,53 @@
 #include "suite/catalogue/Schema.h"
 #include "suite/catalogue/Settings.h"
 #include "suite/catalogue/TextRules.h"
+#include "suite/catalogue/UnsentFiles.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
+#include <ctime>
 #include <filesystem>
 #include <map>
 #include <optional>
+#include <system_error>
 
 namespace tavrel {
 namespace {
+
+/// The unsent versions of a study.
+struct Waiting {
+    std::string owner; ///< patient and study in words
+    int versions = 0;
+    std::int64_t since = 0; ///< when the first was kept, in nanoseconds of the system's clock
+};
+
+/// Of another program's file there may be anything in it; a terminal shall not obey it.
+std::string OnOneLine(std::string text) {
+    std::ranges::replace_if(
+        text, [](unsigned char c) { return c < ' ' || c == 0x7F; }, ' ');
+    return text;
+}
+
+std::string OwnerOf(const UnsentHeader& version) {
+    if (version.studyUid.empty())
+        return "that cannot be read";
+    return OnOneLine("of patient " + version.patientName + " (" + version.patientId + "), study " + version.studyUid);
+}
+
+std::string LocalTime(std::int64_t nanoseconds) {
+    const std::time_t seconds = nanoseconds / 1'000'000'000;
+    std::tm local{};
+    localtime_r(&seconds, &local);
+    std::array<char, 32> text{};
+    return {text.data(), std::strftime(text.data(), text.size(), "%d/%m/%Y %H:%M:%S", &local)};
+}
 
 class Check {
 public:
     Check(Connection& catalogue, DicomLibrary& dicom) : catalogue_(catalogue), dicom_(dicom) {}
 
-    std::vector<CheckResult> Run(const std::string& userName) {
+    std::vector<CheckResult> Run(const std::string& userName, const std::filesystem::path& unsent) {
         if (Tables()) {
             Site();
             Node();
@@ -34,12 +66,14 @@ public:
             Reports();
             Service();
         }
+        Unsent(unsent);
         return std::move(results_);
     }
 
 private:
-    void Well(const std::string& words) { results_.push_back({true, words}); }
-    void Missing(const std::string& words) { results_.push_back({false, words}); }
+    void Well(const std::string& words) { results_.push_back({CheckResult::Kind::Well, words}); }
+    void Warn(const std::string& words) { results_.push_back({CheckResult::Kind::Warning, words}); }
+    void Missing(const std::string& words) { results_.push_back({CheckResult::Kind::Missing, words}); }
 
     bool Tables() {
         std::string absent;
@@ -176,6 +210,26 @@ private:
             Well("the storage service answers as " + service.aeTitle + " on port " + port);
     }
 
+    /// One line for each study, in the order in which their first versions were kept.
+    void Unsent(const std::filesystem::path& folder) try {
+        std::vector<Waiting> studies;
+        for (const UnsentFile& file : ListUnsentFiles(folder)) {
+            const std::string owner = OwnerOf(ReadUnsentHeader(dicom_, file.path));
+            auto study = std::ranges::find(studies, owner, &Waiting::owner);
+            if (study == studies.end())
+                study = studies.insert(study, {owner, 0, file.kept});
+            ++study->versions;
+        }
+        for (const Waiting& study : studies)
+            Warn(std::to_string(study.versions) + (study.versions == 1 ? " version " : " versions ") + study.owner +
+                 (study.versions == 1 ? " waits" : " wait") + " to be stored since " + LocalTime(study.since) + " in " +
+                 folder.string());
+        if (studies.empty())
+            Well("no version waits to be stored in " + folder.string());
+    } catch (const std::system_error& failure) {
+        Warn(std::string("whether versions wait to be stored is not known: ") + failure.what());
+    }
+
     Connection& catalogue_;
     DicomLibrary& dicom_;
     std::vector<CheckResult> results_;
@@ -183,8 +237,9 @@ private:
 
 } // namespace
 
-std::vector<CheckResult> CheckInstallation(Connection& catalogue, DicomLibrary& dicom, const std::string& userName) {
-    return Check(catalogue, dicom).Run(userName);
+std::vector<CheckResult> CheckInstallation(Connection& catalogue, DicomLibrary& dicom, const std::string& userName,
+                                           const std::filesystem::path& unsent) {
+    return Check(catalogue, dicom).Run(userName, unsent);
 }
 
 } // namespace tavrel

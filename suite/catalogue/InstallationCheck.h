@@ -3,6 +3,7 @@
 #include "platform/database.h"
 #include "platform/dicom.h"
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -10,12 +11,19 @@ namespace tavrel {
 
 /// One thing that was looked at.
 struct CheckResult {
-    bool well = true;
-    std::string words; ///< what is well, or what is missing and how to mend it
+    enum class Kind {
+        Well,
+        Warning, ///< nothing is missing, but somebody should know
+        Missing,
+    };
+    Kind kind = Kind::Well;
+    std::string words; ///< what is well, what to know, or what is missing and how to mend it
 };
 
 /// Looks at everything that a workstation needs from its catalogue, its studies and its storage
-/// service. `userName` is the account that will write reports.
-std::vector<CheckResult> CheckInstallation(Connection& catalogue, DicomLibrary& dicom, const std::string& userName);
+/// service, and at what waits to be stored. `userName` is the account that will write reports, `unsent` the folder
+/// of the versions that it could not send.
+std::vector<CheckResult> CheckInstallation(Connection& catalogue, DicomLibrary& dicom, const std::string& userName,
+                                           const std::filesystem::path& unsent);
 
 } // namespace tavrel

@@ -12,6 +12,7 @@
 #include "suite/catalogue/Schema.h"
 #include "suite/catalogue/Settings.h"
 #include "suite/catalogue/TextRules.h"
+#include "suite/catalogue/UnsentFiles.h"
 
 #include <CLI/CLI.hpp>
 
@@ -20,8 +21,10 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 #include <functional>
 #include <iostream>
+#include <map>
 #include <memory>
 
 namespace tavrel {
@@ -331,15 +334,24 @@ private:
     }
 
     void AddCheck() {
-        Command(app_, "check", "Look at the whole installation and say what is missing", [this] {
-            bool well = true;
-            for (const CheckResult& result :
-                 CheckInstallation(Catalogue(), reader_, PosixUserInformation().UserName())) {
-                std::cout << (result.well ? "well     " : "MISSING  ") << result.words << "\n";
-                well = well && result.well;
-            }
-            return well ? EXIT_SUCCESS : EXIT_FAILURE;
-        });
+        CLI::App* command = Command(app_, "check", "Look at the whole installation and say what is missing",
+                                    [this] { return Check(); });
+        command->add_option("--unsent", unsent_, "Folder of the versions that could not be sent")
+            ->type_name("FOLDER")
+            ->capture_default_str();
+    }
+
+    int Check() {
+        const std::map<CheckResult::Kind, const char*> words = {{CheckResult::Kind::Well, "well     "},
+                                                                {CheckResult::Kind::Warning, "warning  "},
+                                                                {CheckResult::Kind::Missing, "MISSING  "}};
+        bool missing = false;
+        for (const CheckResult& result : CheckInstallation(Catalogue(), reader_, PosixUserInformation().UserName(),
+                                                           std::filesystem::absolute(unsent_))) {
+            std::cout << words.at(result.kind) << result.words << "\n";
+            missing = missing || result.kind == CheckResult::Kind::Missing;
+        }
+        return missing ? EXIT_FAILURE : EXIT_SUCCESS;
     }
 
     CLI::App app_{"Administers the catalogue of a workstation: its ODBC entry, tables, site data, users,\n"
@@ -366,6 +378,7 @@ private:
     std::string codeKind_;
     bool replacing_ = false;
     std::string folder_;
+    std::string unsent_ = DefaultUnsentFolder().string();
 };
 
 } // namespace

@@ -259,6 +259,70 @@ TEST_F(Check, AWholeInstallationIsWell) {
     EXPECT_FALSE(Holds(outcome.out, "MISSING"));
 }
 
+TEST_F(Check, SaysWhenNoVersionWaits) {
+    EXPECT_TRUE(Holds(room.Tool("check").out, "well     no version waits to be stored in " + room.Unsent().string()));
+}
+
+/// The storage service is not there to take them in.
+class CheckOfUnsentVersions : public Check {
+protected:
+    CheckOfUnsentVersions() {
+        service.reset();
+        std::filesystem::create_directories(room.Unsent());
+    }
+    void Keep(const std::string& name, TestObject version) { version.SaveTo(room.Unsent() / name); }
+    std::string Words() { return room.Tool("check").out; }
+    std::string At(const std::string& time) const { return "since " + time + " in " + room.Unsent().string() + "\n"; }
+};
+
+TEST_F(CheckOfUnsentVersions, NamesHowManyOfWhomSinceWhenAndWhere) {
+    Keep("1.dcm", TestObject().Set(DCM_PatientName, "ROSSI^MARIO").Set(DCM_StudyInstanceUID, "2.999.1"));
+    Keep("2.dcm", TestObject().Set(DCM_PatientName, "ROSSI^MARIO").Set(DCM_StudyInstanceUID, "2.999.1"));
+    RunShell("touch -d '2026-11-15 08:05:09' " + (room.Unsent() / "2.dcm").string());
+    EXPECT_TRUE(Holds(Words(), "warning  2 versions of patient ROSSI^MARIO (1CT1), study 2.999.1 wait to be stored " +
+                                   At("15/11/2026 08:05:09")))
+        << Words();
+}
+
+TEST_F(CheckOfUnsentVersions, NamesEachPatientsOwn) {
+    Keep("1.dcm", TestObject().Set(DCM_PatientName, "ROSSI^MARIO"));
+    Keep("2.dcm", TestObject().Set(DCM_PatientName, "BIANCHI^ANNA"));
+    EXPECT_TRUE(Holds(Words(), "warning  1 version of patient ROSSI^MARIO (1CT1), study "));
+    EXPECT_TRUE(Holds(Words(), "warning  1 version of patient BIANCHI^ANNA (1CT1), study "));
+}
+
+TEST_F(CheckOfUnsentVersions, NamesWhatCannotBeRead) {
+    Write("state/tavrel/unsent/1.dcm", "no DICOM file");
+    RunShell("touch -d '2026-11-15 08:05:09' " + (room.Unsent() / "1.dcm").string());
+    EXPECT_TRUE(
+        Holds(Words(), "warning  1 version that cannot be read waits to be stored " + At("15/11/2026 08:05:09")))
+        << Words();
+}
+
+TEST_F(CheckOfUnsentVersions, LeavesOutWhatIsNotComplete) {
+    Write("state/tavrel/unsent/1.dcm", "");
+    EXPECT_FALSE(Holds(Words(), "warning"));
+}
+
+TEST_F(CheckOfUnsentVersions, ShowsNoControlCharactersOfAForeignFile) {
+    Keep("1.dcm", TestObject().Set(DCM_PatientName, "A\x1b[2J"));
+    EXPECT_FALSE(Holds(Words(), "\x1b"));
+}
+
+TEST_F(CheckOfUnsentVersions, DoesNotFailForThem) {
+    Keep("1.dcm", TestObject().Remove(DCM_SOPInstanceUID)); // so it stays there
+    service = room.StartService();
+    const Outcome outcome = room.Tool("check");
+    EXPECT_TRUE(Holds(outcome.out, "warning  1 version of patient "));
+    EXPECT_EQ(outcome.status, 0);
+}
+
+TEST_F(CheckOfUnsentVersions, LooksWhereItIsTold) {
+    Write("elsewhere.dcm", "");
+    EXPECT_TRUE(Holds(room.Tool("check --unsent " + room.Folder().string()).out,
+                      "no version waits to be stored in " + room.Folder().string() + "\n"));
+}
+
 TEST_F(Check, AServiceThatDoesNotAnswerIsFound) {
     service.reset();
     ExpectMissing("the storage service does not answer on port " + std::to_string(room.Port()));
