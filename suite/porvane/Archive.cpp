@@ -92,12 +92,19 @@ ObjectPlace ReadNote(const fs::path& note) {
 
 } // namespace
 
+std::string Archive::PathFault(const std::string& root) {
+    if (root.empty())
+        return "The studies' folder must have a name";
+    if (root.find_first_of("'\\\n") != std::string::npos)
+        return "The path of the studies' folder must hold no apostrophe and no backslash: " + root;
+    return {};
+}
+
 Archive::Archive(const fs::path& root, ObjectCatalogue& catalogue, DicomLibrary& library)
     : root_(fs::absolute(root).lexically_normal()), incoming_(root_ / ".incoming"), catalogue_(catalogue),
       library_(library) {
-    if (root_.string().find_first_of("'\\\n") != std::string::npos)
-        throw std::runtime_error("The path of the studies' folder must hold no apostrophe and no backslash: " +
-                                 root_.string());
+    if (const std::string fault = PathFault(root_.string()); !fault.empty())
+        throw std::runtime_error(fault);
     std::error_code failure;
     fs::create_directories(incoming_, failure);
     lock_ = failure ? -1 : open((incoming_ / "lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);

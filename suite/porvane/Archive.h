@@ -23,6 +23,9 @@ namespace tavrel {
 /// that is found later tells which file may be without its row.
 class Archive {
 public:
+    /// Why a path cannot be that of the studies' folder; empty when it can.
+    static std::string PathFault(const std::string& root);
+
     /// Makes the folder `root` where it is missing and keeps other services out of it. Throws
     /// std::runtime_error with words for the person who started the service.
     Archive(const std::filesystem::path& root, ObjectCatalogue& catalogue, DicomLibrary& library);

@@ -50,6 +50,16 @@ std::unique_ptr<tavrel::DbusServiceEmitter> Events() try {
     return nullptr;
 }
 
+tavrel::ObjectCatalogue::Service ReadService(tavrel::ObjectCatalogue& catalogue) try {
+    if (const auto service = catalogue.ReadService())
+        return *service;
+    throw std::runtime_error("Table Port of the catalogue names no port and AE title; "
+                             "\"orbenta-catalogue port\" sets them");
+} catch (const tavrel::Error& error) {
+    throw std::runtime_error("Table Port of the catalogue cannot be read (" + error.description +
+                             "); \"orbenta-catalogue init\" makes the tables");
+}
+
 struct Options {
     std::string studies = DefaultStudiesFolder();
     std::string unsent = tavrel::DefaultUnsentFolder().string();
@@ -62,22 +72,19 @@ void Serve(const Options& options, int stopSignals) {
     tavrel::DcmtkLibrary reader;
     tavrel::Archive archive(options.studies, catalogue, reader);
     archive.Open();
-    const auto service = catalogue.ReadService();
-    if (!service)
-        throw std::runtime_error("Table Port of the catalogue names no port and AE title; "
-                                 "\"orbenta-catalogue port\" sets them");
+    const auto service = ReadService(catalogue);
     const auto events = Events();
     const auto unsentFolder = std::filesystem::absolute(options.unsent).lexically_normal();
     tavrel::UnsentVersions unsent(unsentFolder, reader, archive, [&](const tavrel::Archive::Stored& stored) {
-        tavrel::TellStored(events.get(), service->aeTitle, stored);
+        tavrel::TellStored(events.get(), service.aeTitle, stored);
         tavrel::LogLine("stored version " + stored.header.sopInstanceUid + ", which had waited to be sent");
     });
     tavrel::UnsentDelivery delivery(unsent, unsentFolder);
-    tavrel::StorageService storage(service->port, {service->aeTitle, archive, unsent, events.get()});
+    tavrel::StorageService storage(service.port, {service.aeTitle, archive, unsent, events.get()});
     delivery.TakeInAtStart(stopSignals);
     delivery.GoOn();
-    tavrel::LogLine("stores in \"" + options.studies + "\", called " + service->aeTitle + " on port " +
-                    std::to_string(service->port) + " of 127.0.0.1");
+    tavrel::LogLine("stores in \"" + options.studies + "\", called " + service.aeTitle + " on port " +
+                    std::to_string(service.port) + " of 127.0.0.1");
     storage.Run(stopSignals);
     tavrel::LogLine("ended");
 }
@@ -91,15 +98,20 @@ int main(int argc, char** argv) {
                  "Exit status: 0 ended as asked, 1 failed, 2 wrong arguments.",
                  "porvane");
     Options options;
+    const CLI::Validator named([](const std::string& text) { return text.empty() ? "it is empty" : std::string(); },
+                               "");
     app.add_option("--studies", options.studies, "Folder that new studies are stored in")
+        ->check(CLI::Validator([](const std::string& text) { return tavrel::Archive::PathFault(text); }, ""))
         ->type_name("FOLDER")
         ->capture_default_str();
     app.add_option("--unsent", options.unsent,
                    "Folder of the versions that the report editor could not send; they are stored\n"
                    "from there by themselves")
+        ->check(named)
         ->type_name("FOLDER")
         ->capture_default_str();
     app.add_option("--dsn", options.dataSource, "ODBC data source of the catalogue")
+        ->check(named)
         ->type_name("NAME")
         ->capture_default_str();
     app.set_version_flag("--version", "porvane " TAVREL_VERSION);

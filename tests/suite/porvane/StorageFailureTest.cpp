@@ -219,11 +219,50 @@ TEST_F(StorageFailure, AStudiesFolderThatCannotBeMadeIsSaid) {
     EXPECT_NE(outcome.err.find("Cannot write in the studies' folder"), std::string::npos) << outcome.err;
 }
 
+TEST_F(StorageFailure, AStudiesFolderThatTakesNoFilesIsSaid) {
+    const auto outcome = RunShell(std::string(PORVANE_PROGRAM) + " --studies /proc");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.err.find("Cannot write in the studies' folder \"/proc\""), std::string::npos) << outcome.err;
+}
+
+TEST_F(StorageFailure, APortThatIsTakenIsSaid) {
+    const int taken = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(static_cast<std::uint16_t>(room.Port()));
+    ASSERT_EQ(bind(taken, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    listen(taken, 1);
+    Child service(room.ServiceCommand(), (room.Folder() / "porvane.log").string());
+    EXPECT_EQ(service.Wait(), 1);
+    EXPECT_NE(room.ServiceLog().find("Cannot listen on port "), std::string::npos) << room.ServiceLog();
+    close(taken);
+}
+
+TEST_F(StorageFailure, ACatalogueWithoutTablesSaysWhatMakesThem) {
+    room.Run("DROP TABLE Port");
+    Child service(room.ServiceCommand(), (room.Folder() / "porvane.log").string());
+    EXPECT_EQ(service.Wait(), 1);
+    EXPECT_NE(room.ServiceLog().find("\"orbenta-catalogue init\""), std::string::npos) << room.ServiceLog();
+}
+
+TEST_F(StorageFailure, ACatalogueThatIsNotThereSaysWhatMakesIt) {
+    fs::remove(room.Folder() / "catalogue.db");
+    Child service(room.ServiceCommand(), (room.Folder() / "porvane.log").string());
+    EXPECT_EQ(service.Wait(), 1);
+    EXPECT_NE(room.ServiceLog().find("\"orbenta-catalogue init\""), std::string::npos) << room.ServiceLog();
+}
+
 TEST_F(StorageFailure, WrongArgumentsAreSaid) {
-    EXPECT_EQ(RunShell(std::string(PORVANE_PROGRAM) + " --nonsense").status, 2);
+    for (const char* wrong :
+         {"--nonsense", "--studies ''", "--studies \"it's\"", "--dsn ''", "--unsent ''", "--unsent"}) {
+        const auto outcome = RunShell(std::string(PORVANE_PROGRAM) + " " + wrong);
+        EXPECT_EQ(outcome.status, 2) << wrong;
+        EXPECT_NE(outcome.err, "") << wrong;
+    }
     const auto help = RunShell(std::string(PORVANE_PROGRAM) + " --help");
     EXPECT_EQ(help.status, 0);
-    for (const char* word : {"--studies", "--dsn", "--version", "Exit status"})
+    for (const char* word : {"--studies", "--unsent", "--dsn", "--version", "Exit status"})
         EXPECT_NE(help.out.find(word), std::string::npos) << word;
 }
 
