@@ -27,7 +27,7 @@ void StartUp(Global& global) {
 
 void Init(Global& global) {
     if (!TrapShort(global.ports.windows, "Quendor.Init: ", [&] { StartUp(global); }))
-        global.ports.process.End();
+        global.ports.process.Fail();
 }
 
 } // namespace tavrel

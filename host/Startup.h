@@ -8,7 +8,8 @@ namespace tavrel {
 void Main(Global& global);
 
 /// Start-up: logs, opens the catalogue unless it is open, reads the site's data, takes a fresh
-/// user-information object. A failure is shown and ends the process. Runs once for each creation.
+/// user-information object. A failure is shown and ends the process with the status of one. Runs once
+/// for each creation.
 void Init(Global& global);
 
 } // namespace tavrel

@@ -21,6 +21,8 @@ public:
     /// Ends the process at once: clients see it go, nothing is asked or saved. Callers return right
     /// after it all the same, so that a test can watch it.
     virtual void End() = 0;
+    /// As `End`, with a status that says that the process could not do what it was started for.
+    virtual void Fail() = 0;
 };
 
 /// Knows who works at the workstation.

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <iostream>
 #include <string_view>
@@ -38,9 +39,17 @@ void PosixProcess::LogToDesktop(std::string_view line) {
 }
 
 void PosixProcess::End() {
+    Leave(EXIT_SUCCESS);
+}
+
+void PosixProcess::Fail() {
+    Leave(EXIT_FAILURE);
+}
+
+void PosixProcess::Leave(int status) {
     for (const auto& hook : endHooks_)
         hook();
-    _exit(0);
+    _exit(status);
 }
 
 } // namespace tavrel

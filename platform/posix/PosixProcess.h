@@ -18,14 +18,17 @@ public:
     std::string StateFolder() const override;
     /// On standard error, which the desktop's journal takes.
     void LogToDesktop(std::string_view line) override;
-    /// Runs the end hooks in the order of their registration and leaves with status 0; no destructor
-    /// runs.
+    /// Both run the end hooks in the order of their registration and leave, with status 0 and 1; no
+    /// destructor runs.
     void End() override;
+    void Fail() override;
 
     /// Registers something to be done at the end. It must be bounded and raise nothing.
     void AtEnd(std::function<void()> hook) { endHooks_.push_back(std::move(hook)); }
 
 private:
+    void Leave(int status);
+
     bool startedByAutomation_;
     std::vector<std::function<void()>> endHooks_;
 };

@@ -123,7 +123,7 @@ TEST_F(Startup, WithoutTheDataSourceShowsWhyAndEndsTheProcess) {
     ASSERT_THAT(station.windows.Texts(), ElementsAre("Quendor.Init: Data source name not found"));
     EXPECT_EQ(station.windows.messages[0].title, "");
     EXPECT_EQ(station.windows.messages[0].buttons, Buttons::Ok);
-    EXPECT_EQ(station.process.ended, 1);
+    EXPECT_EQ(station.process.failed, 1);
     EXPECT_EQ(Log(), "15/11/2026 08:05:09 - Entering main\r\n");
 }
 
@@ -141,7 +141,7 @@ TEST_P(StartupOn, ABrokenSiteShowsWhyAndEndsTheProcess) {
     Init(global);
 
     EXPECT_THAT(station.windows.Texts(), ElementsAre(StartsWith("Quendor.Init: ")));
-    EXPECT_EQ(station.process.ended, 1);
+    EXPECT_EQ(station.process.failed, 1);
     EXPECT_EQ(global.userInformation, nullptr);
 }
 

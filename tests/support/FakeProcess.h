@@ -16,12 +16,17 @@ public:
     std::string stateFolder;
     std::vector<std::string> log; ///< the lines for the desktop
     int ended = 0;                ///< how often the process was ended
+    int failed = 0;               ///< how often with the status of a failure
 
     bool StartedByAutomation() const override { return startedByAutomation; }
     std::string ApplicationFolder() const override { return applicationFolder; }
     std::string StateFolder() const override { return stateFolder; }
     void LogToDesktop(std::string_view line) override { log.emplace_back(line); }
     void End() override { ++ended; }
+    void Fail() override {
+        ++ended;
+        ++failed;
+    }
 };
 
 /// Who works at the workstation; every start-up takes a fresh object.

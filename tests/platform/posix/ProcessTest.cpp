@@ -46,6 +46,15 @@ TEST(ProcessDeath, TheEndRunsTheHooksInTheirOrderAndNoDestructor) {
     EXPECT_EXIT(end(), testing::ExitedWithCode(0), "^first second$");
 }
 
+TEST(ProcessDeath, AFailureRunsTheHooksToo) {
+    const auto fail = [] {
+        PosixProcess process(0, nullptr);
+        process.AtEnd([] { std::cerr << "hook"; });
+        process.Fail();
+    };
+    EXPECT_EXIT(fail(), testing::ExitedWithCode(1), "^hook$");
+}
+
 TEST(UserInformation, TheUserIsTheOneWhomTheSystemNames) {
     std::array<char, 256> line{};
     const std::unique_ptr<FILE, int (*)(FILE*)> id(popen("id -un", "r"), pclose);
