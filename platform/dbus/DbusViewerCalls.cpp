@@ -60,8 +60,7 @@ void DbusViewerCalls::SetProperty(const QString& name, const QVariant& value) {
 }
 
 QDBusPendingCall DbusViewerCalls::Set(const QString& name, const QVariant& value) {
-    auto set = QDBusMessage::createMethodCall(LumaretViewer.service, LumaretViewer.path,
-                                              "org.freedesktop.DBus.Properties", "Set");
+    auto set = QDBusMessage::createMethodCall(LumaretViewer.service, LumaretViewer.path, PropertiesInterface, "Set");
     set << LumaretViewer.interface << name << QVariant::fromValue(QDBusVariant(value));
     set.setAutoStartService(false);
     ++sets_;
