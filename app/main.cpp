@@ -7,6 +7,7 @@
 #include "host/automation/CTavrel.h"
 #include "host/chooser/frmSRSeriesChoice.h"
 #include "platform/dbus/DbusAutomation.h"
+#include "platform/dbus/DbusOpenReport.h"
 #include "platform/dbus/DbusServiceEvents.h"
 #include "platform/dbus/DbusViewerLink.h"
 #include "platform/dcmtk/DcmtkLibrary.h"
@@ -17,7 +18,9 @@
 #include "platform/posix/PosixProcess.h"
 #include "platform/posix/PosixUserInformation.h"
 #include "platform/posix/SystemClock.h"
+#include "platform/qt/ApplicationOnDisplay.h"
 #include "platform/qt/DesktopLook.h"
+#include "platform/qt/FormWindow.h"
 #include "platform/qt/QtBackground.h"
 #include "platform/qt/QtReportPrinter.h"
 #include "platform/qt/QtWindows.h"
@@ -57,6 +60,10 @@ int Run(PosixProcess& process) {
         return EXIT_SUCCESS;
 
     CTavrelFactory factory(global, viewers, chooser, *editor);
+    const DbusOpenReport openReport(bus, [&] {
+        const auto* window = windows.WindowOf(*editor);
+        return window && window->isVisible() ? global.report.studyUid : std::string();
+    });
     DbusAutomation automation(bus, factory, process,
                               {.storing = [&] { return background.Running() || serviceEvents.Awaiting(); },
                                .windowOpen = [&] { return windows.AnyWindowOpen(); }});
@@ -71,8 +78,8 @@ int Run(PosixProcess& process) {
 int main(int argumentCount, char** arguments) {
     PosixProcess process(argumentCount, arguments);
     int nameOnly = 1; // there are no options for people, not even the toolkit's
-    QApplication application(nameOnly, arguments);
-    const DesktopLook look(application);
+    const auto application = ApplicationOnDisplay("tavrel", nameOnly, arguments);
+    const DesktopLook look(*application);
     QApplication::setApplicationName("Tavrel"); // titles the message boxes that have no title of their own
     QApplication::setDesktopFileName("tavrel");
     std::setlocale(LC_NUMERIC, "C"); // numbers in files and statements have a point in every country

@@ -1,8 +1,10 @@
 #include "suite/lumaret/ImageFile.h"
 
 #include "platform/dcmtk/CharacterSet.h"
+#include "platform/dcmtk/DicomFile.h"
 #include "platform/dcmtk/StructuralScan.h"
 #include "platform/error.h"
+#include "platform/paths.h"
 #include "suite/lumaret/ScreenText.h"
 
 #include <dcmtk/config/osconfig.h>
@@ -14,6 +16,7 @@
 #include <dcmtk/dcmimgle/dcmimage.h>
 #include <dcmtk/dcmjpeg/djdecode.h>
 #include <dcmtk/dcmjpls/djdecode.h>
+#include <dcmtk/oflog/oflog.h>
 
 #include <QFile>
 #include <QFileInfo>
@@ -60,6 +63,12 @@ QString TextOf(DcmDataset& dataSet, const DcmTagKey& tag, TextKind kind) {
     return QString::fromStdString(characters.Decode(std::string_view(bytes.data(), bytes.size()), kind)).trimmed();
 }
 
+QString UidOf(DcmDataset& dataSet, const DcmTagKey& tag) {
+    OFString uid;
+    dataSet.findAndGetOFStringArray(tag, uid);
+    return QString::fromLatin1(uid.c_str()).trimmed();
+}
+
 QStringList DescriptionOf(DcmDataset& dataSet) {
     const auto text = [&](const DcmTagKey& tag) { return TextOf(dataSet, tag, TextKind::Values); };
     QStringList lines = {NameOnScreen(TextOf(dataSet, DCM_PatientName, TextKind::PersonName)), text(DCM_PatientID),
@@ -72,6 +81,14 @@ QStringList DescriptionOf(DcmDataset& dataSet) {
 }
 
 } // namespace
+
+QString StudyUidOf(const QString& path) {
+    try {
+        return UidOf(*DicomFile::Unopened(InsidePath(path.toStdString())).ParseEarlyPart().data, DCM_StudyInstanceUID);
+    } catch (const Error&) {
+        return {};
+    }
+}
 
 void ImageFile::RegisterDecoders() {
     struct Decoders {
@@ -87,6 +104,7 @@ void ImageFile::RegisterDecoders() {
         }
     };
     static const Decoders decoders;
+    OFLog::configure(OFLogger::OFF_LOG_LEVEL); // what cannot be shown says so in its place
 }
 
 ImageFile::ImageFile(const QString& path) : path_(path), file_(std::make_unique<DcmFileFormat>()) {
@@ -112,6 +130,9 @@ ImageFile::ImageFile(const QString& path) : path_(path), file_(std::make_unique<
         Fail(path, "the image is too large");
     size_ = QSize(static_cast<int>(columns), static_cast<int>(rows));
     description_ = DescriptionOf(dataSet);
+    studyUid_ = UidOf(dataSet, DCM_StudyInstanceUID);
+    patient_ = PatientOnScreen(TextOf(dataSet, DCM_PatientName, TextKind::PersonName),
+                               TextOf(dataSet, DCM_PatientID, TextKind::Values));
     frameCount_ = static_cast<int>(std::max(1L, IntegerOf(dataSet, DCM_NumberOfFrames, 1)));
     Decode(0);
 }

@@ -20,6 +20,9 @@ struct GreyWindow {
     bool operator==(const GreyWindow&) const = default;
 };
 
+/// The Study Instance UID in the header of a DICOM file; empty when it cannot be read.
+QString StudyUidOf(const QString& path);
+
 /// One DICOM image file. One frame at a time is decoded and held. Every failure is an `Error` in
 /// words that can stand on the screen in place of the image.
 ///
@@ -27,7 +30,8 @@ struct GreyWindow {
 /// decoders go. A file that is deflated as a whole is refused: it can grow without bound.
 class ImageFile {
 public:
-    /// Registers the decoders of the compressed transfer syntaxes (JPEG, JPEG-LS, RLE), once.
+    /// Registers the decoders of the compressed transfer syntaxes (JPEG, JPEG-LS, RLE), once, and
+    /// silences the toolkit.
     static void RegisterDecoders();
 
     explicit ImageFile(const QString& path);
@@ -42,6 +46,10 @@ public:
     bool Monochrome() const { return monochrome_; }
     /// Whose image it is, of which study and series, as the file itself tells it: one string a line.
     const QStringList& Description() const { return description_; }
+
+    /// Of which study and patient the image is, as the file itself tells it.
+    const QString& StudyUid() const { return studyUid_; }
+    const QString& Patient() const { return patient_; }
 
     /// The first window that the file names for a frame, if any.
     std::optional<GreyWindow> NamedWindow(int frame);
@@ -64,6 +72,8 @@ private:
     QSize size_;
     double pixelAspect_ = 1;
     QStringList description_;
+    QString studyUid_;
+    QString patient_;
     bool monochrome_ = true;
 };
 

@@ -37,6 +37,9 @@ public:
     bool HasImage() const { return !frameImage_.isNull(); }
     int FrameCount() const { return file_ ? file_->FrameCount() : 0; }
     const QString& Path() const { return path_; }
+    /// Of the image's study and patient, as its file tells it; empty without an image.
+    QString StudyUid() const { return file_ ? file_->StudyUid() : QString(); }
+    QString Patient() const { return file_ ? file_->Patient() : QString(); }
     const QString& Failure() const { return failure_; }
 
     /// The view exactly as it is on screen, with the image pixels that it shows.

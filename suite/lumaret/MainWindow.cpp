@@ -1,5 +1,8 @@
 #include "suite/lumaret/MainWindow.h"
 
+#include "platform/error.h"
+#include "suite/lumaret/ScreenText.h"
+
 #include <QAction>
 #include <QEvent>
 #include <QFileInfo>
@@ -7,6 +10,8 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QMessageBox>
+#include <QPushButton>
 #include <QScreen>
 #include <QSplitter>
 #include <QStatusBar>
@@ -14,13 +19,13 @@
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <utility>
 
 namespace tavrel {
 
 MainWindow::MainWindow(StudyCatalogue& catalogue, TavrelClient& tavrel, ViewerService& service)
-    : tavrel_(tavrel), service_(service), studies_(new StudyPanel(catalogue)), image_(new ImageView),
-      reportImageList_(new QListWidget), words_(new QLineEdit) {
-    setWindowTitle("Lumaret");
+    : catalogue_(catalogue), tavrel_(tavrel), service_(service), studies_(new StudyPanel(catalogue)),
+      image_(new ImageView), reportImageList_(new QListWidget), words_(new QLineEdit) {
     BuildSelection();
     BuildActions();
     // A box that only reads: screen readers find it, and its words can be copied.
@@ -35,6 +40,7 @@ MainWindow::MainWindow(StudyCatalogue& catalogue, TavrelClient& tavrel, ViewerSe
     ConnectReport();
     connect(image_, &ImageView::Turned, this, &MainWindow::Turn);
     connect(image_, &ImageView::Changed, this, &MainWindow::UpdateActions);
+    ShowWhoseReport();
     UpdateActions();
 }
 
@@ -109,16 +115,21 @@ void MainWindow::BuildActions() {
 
 void MainWindow::ConnectStudies() {
     connect(studies_, &StudyPanel::Said, this, &MainWindow::Say);
-    connect(studies_, &StudyPanel::StudyChosen, this, [this] { ShowImages({}, {}); });
+    connect(studies_, &StudyPanel::StudyChosen, this, [this](const StudyRow& study) {
+        study_ = study;
+        ShowImages({}, {});
+    });
     connect(studies_, &StudyPanel::ImagesChosen, this, &MainWindow::ShowImages);
     connect(studies_, &StudyPanel::ReportChosen, this, &MainWindow::UpdateActions);
-    connect(studies_, &StudyPanel::ReportActivated, &tavrel_, &TavrelClient::LoadSRSeries);
+    connect(studies_, &StudyPanel::ReportActivated, this,
+            [this](const QString& seriesUid) { tavrel_.LoadSRSeries(seriesUid, study_.studyUid); });
     connect(studies_, &StudyPanel::ImagesActivated, image_, qOverload<>(&QWidget::setFocus));
 }
 
 void MainWindow::ConnectReport() {
     connect(&tavrel_, &TavrelClient::Said, this, &MainWindow::Say);
-    connect(&tavrel_, &TavrelClient::StateChanged, this, &MainWindow::UpdateActions);
+    connect(&tavrel_, &TavrelClient::StateChanged, this, &MainWindow::FollowReport);
+    connect(&tavrel_, &TavrelClient::CloseFirst, this, &MainWindow::AskToClose);
     connect(&tavrel_, &TavrelClient::Added, this, &MainWindow::ListReportImage);
     connect(&tavrel_, &TavrelClient::Removed, this, &MainWindow::ClearReportImages);
     connect(&tavrel_, &TavrelClient::Closed, this, [this] {
@@ -177,13 +188,83 @@ void MainWindow::Turn(int steps) {
 }
 
 void MainWindow::OpenReport() {
-    if (!files_.isEmpty())
-        tavrel_.LoadForImgSeries(files_);
-    else if (const SeriesRow* report = studies_->SelectedReport())
-        tavrel_.LoadSRSeries(report->seriesUid);
+    if (!files_.isEmpty()) {
+        // The report will be of the study that the images themselves name.
+        const QString study = StudyUidOf(files_.first());
+        tavrel_.LoadForImgSeries(files_, study.isEmpty() ? study_.studyUid : study);
+    } else if (const SeriesRow* report = studies_->SelectedReport()) {
+        tavrel_.LoadSRSeries(report->seriesUid, study_.studyUid);
+    }
+}
+
+void MainWindow::AskToClose(const QString& openStudy, const QString& wantedStudy) {
+    question_ = new QMessageBox(QMessageBox::Warning, tr("Another report is open"),
+                                tr("The open report is of %1. Unsaved text in it will be lost.\n\n"
+                                   "Close it and open the report of %2?")
+                                    .arg(Described(openStudy), Described(wantedStudy)),
+                                QMessageBox::Cancel, this);
+    question_->setTextFormat(Qt::PlainText);
+    question_->setAttribute(Qt::WA_DeleteOnClose);
+    const QAbstractButton* agree = question_->addButton(tr("Close and open"), QMessageBox::AcceptRole);
+    question_->setDefaultButton(QMessageBox::Cancel);
+    question_->setEscapeButton(QMessageBox::Cancel);
+    connect(question_, &QMessageBox::finished, this, [this, box = question_.data(), agree] {
+        question_.clear();
+        box->clickedButton() == agree ? tavrel_.CloseAndOpen() : tavrel_.LeaveOpen();
+    });
+    question_->setWindowFlag(Qt::WindowStaysOnTopHint); // as the report itself does
+    question_->open();
+    question_->raise();
+    question_->activateWindow();
+}
+
+void MainWindow::FollowReport() {
+    if (question_ && !tavrel_.Asking()) // the report has been closed by itself
+        question_->close();
+    if (tavrel_.OpenStudy() != reportStudy_) {
+        if (tavrel_.Open() && !reportStudy_.isEmpty())
+            KeepReportImagesOf(tavrel_.OpenStudy());
+        reportStudy_ = tavrel_.OpenStudy();
+        ShowWhoseReport();
+    }
+    UpdateActions();
+}
+
+void MainWindow::ShowWhoseReport() {
+    if (reportStudy_.isEmpty()) {
+        setWindowTitle("Lumaret");
+        return;
+    }
+    const auto study = Known(reportStudy_);
+    setWindowTitle(tr("Lumaret - Report of %1")
+                       .arg(study ? PatientOnScreen(study->patientName, study->patientId) : Described(reportStudy_)));
+}
+
+std::optional<StudyRow> MainWindow::Known(const QString& studyUid) {
+    if (studyUid == study_.studyUid)
+        return study_;
+    try {
+        return catalogue_.Study(studyUid);
+    } catch (const Error&) {
+        return {};
+    }
+}
+
+QString MainWindow::Described(const QString& studyUid) {
+    const auto study = Known(studyUid);
+    if (!study)
+        return tr("the study %1").arg(studyUid);
+    return tr("%1, study of %2")
+        .arg(PatientOnScreen(study->patientName, study->patientId),
+             study->date.isEmpty() ? tr("an unknown date") : DateOnScreen(study->date));
 }
 
 void MainWindow::AddToReport() {
+    if (tavrel_.Open() && image_->StudyUid() != tavrel_.OpenStudy()) {
+        Say(tr("Not added: the image is of %1, the open report of %2.")
+                .arg(image_->Patient(), Described(tavrel_.OpenStudy())));
+        return;
+    }
     const ReportImage* shown = ShownReportImage();
     tavrel_.AddImage(
         {image_->Path(), std::make_shared<ViewParameters>(image_->View()), shown ? shown->lutName : QString()});
@@ -215,6 +296,14 @@ const ReportImage* MainWindow::ShownReportImage() const {
 void MainWindow::ClearReportImages() {
     reportImages_.clear();
     reportImageList_->clear();
+}
+
+void MainWindow::KeepReportImagesOf(const QString& studyUid) {
+    auto images = std::exchange(reportImages_, {});
+    std::erase_if(images, [&](const ReportImage& image) { return StudyUidOf(image.filename) != studyUid; });
+    ClearReportImages();
+    for (const ReportImage& image : images)
+        ListReportImage(image);
 }
 
 void MainWindow::UpdateActions() {

@@ -6,10 +6,12 @@
 #include "suite/lumaret/ViewerService.h"
 
 #include <QMainWindow>
+#include <QPointer>
 
 class QAction;
 class QLineEdit;
 class QListWidget;
+class QMessageBox;
 class QToolBar;
 
 namespace tavrel {
@@ -45,10 +47,17 @@ private:
     void ShowImages(const SeriesRow& series, const QStringList& files);
     void ShowSlice(int file, int frame, bool keepView);
     void OpenReport();
+    void AskToClose(const QString& openStudy, const QString& wantedStudy);
+    void FollowReport();
+    void ShowWhoseReport();
+    /// Whose study it is, in words; its UID when the catalogue cannot tell.
+    QString Described(const QString& studyUid);
+    std::optional<StudyRow> Known(const QString& studyUid);
     void AddToReport();
     void ListReportImage(const ReportImage& image);
     void ShowReportImage(int index);
     void ClearReportImages();
+    void KeepReportImagesOf(const QString& studyUid);
     /// The report's image on screen, or none.
     const ReportImage* ShownReportImage() const;
 
@@ -57,6 +66,7 @@ private:
     void UpdateActions();
     void Say(const QString& words);
 
+    StudyCatalogue& catalogue_;
     TavrelClient& tavrel_;
     ViewerService& service_;
 
@@ -72,7 +82,11 @@ private:
     QAction* smooth_;
     QList<QAction*> imageActions_;
 
+    QPointer<QMessageBox> question_; ///< whether the open report may be closed
+    QString reportStudy_;            ///< of the report in the title, or empty
+
     std::vector<ReportImage> reportImages_;
+    StudyRow study_;    ///< of the series, and of the slices
     SeriesRow series_;  ///< of the slices
     QStringList files_; ///< its slices
     int file_ = 0;

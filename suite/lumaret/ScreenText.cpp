@@ -6,6 +6,10 @@ QString NameOnScreen(const QString& name) {
     return name.section('=', 0, 0).replace('^', ' ').replace('`', '\'').simplified();
 }
 
+QString PatientOnScreen(const QString& name, const QString& id) {
+    return QString("%1 (%2)").arg(NameOnScreen(name), id);
+}
+
 QString DateOnScreen(const QString& date) {
     if (date.size() != 8)
         return date;

@@ -8,6 +8,9 @@ namespace tavrel {
 /// catalogue's back-quotes are apostrophes again.
 QString NameOnScreen(const QString& name);
 
+/// A patient as people here tell one from another: "NAME (ID)".
+QString PatientOnScreen(const QString& name, const QString& id);
+
 /// A DICOM date "yyyymmdd" as "dd/mm/yyyy"; any other text as it is.
 QString DateOnScreen(const QString& date);
 

@@ -83,6 +83,23 @@ template <typename Read> auto StudyCatalogue::Query(const QString& statement, Re
     }
 }
 
+std::vector<StudyRow> StudyCatalogue::StudiesWhere(const QString& condition) {
+    return Query(
+        "SELECT Study.StudyInstanceUID, Patient.PatientName, Patient.ID, Study.StudyDate, Study.StudyDescription "
+        "FROM Patient, Study WHERE Patient.ID = Study.IDPatient" +
+            condition + " ORDER BY Study.StudyDate DESC, Study.StudyTime DESC, Patient.PatientName LIMIT " +
+            QString::number(Limit),
+        [](const ResultSet& rows) {
+            return StudyRow{Field(rows, "StudyInstanceUID"), Field(rows, "PatientName"), Field(rows, "ID"),
+                            Field(rows, "StudyDate"), Field(rows, "StudyDescription")};
+        });
+}
+
+std::optional<StudyRow> StudyCatalogue::Study(const QString& studyUid) {
+    const auto studies = StudiesWhere(" AND Study.StudyInstanceUID = " + Quoted(studyUid));
+    return studies.empty() ? std::nullopt : std::optional(studies.front());
+}
+
 std::vector<StudyRow> StudyCatalogue::Find(const QString& name, const QString& id, const QString& date) {
     const QStringList words = name.split(' ', Qt::SkipEmptyParts);
     const QString identifier = id.trimmed();
@@ -94,15 +111,7 @@ std::vector<StudyRow> StudyCatalogue::Find(const QString& name, const QString& i
     if (!date.trimmed().isEmpty())
         conditions += " AND Study.StudyDate LIKE " + Quoted(DateInCatalogue(date) + "%");
 
-    auto studies =
-        Query("SELECT Study.StudyInstanceUID, Patient.PatientName, Patient.ID, Study.StudyDate, Study.StudyDescription "
-              "FROM Patient, Study WHERE Patient.ID = Study.IDPatient" +
-                  conditions + " ORDER BY Study.StudyDate DESC, Study.StudyTime DESC, Patient.PatientName LIMIT " +
-                  QString::number(Limit),
-              [](const ResultSet& rows) {
-                  return StudyRow{Field(rows, "StudyInstanceUID"), Field(rows, "PatientName"), Field(rows, "ID"),
-                                  Field(rows, "StudyDate"), Field(rows, "StudyDescription")};
-              });
+    auto studies = StudiesWhere(conditions);
     std::erase_if(studies, [&](const StudyRow& study) {
         return !Holds(study.patientId, identifier) ||
                std::ranges::any_of(words, [&](const QString& word) { return !Holds(study.patientName, word); });

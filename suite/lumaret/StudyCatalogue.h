@@ -6,6 +6,7 @@
 #include <QStringList>
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -32,6 +33,8 @@ public:
     /// letter case, whose patient's identifier holds `id`, and whose date is `date`: "dd/mm/yyyy",
     /// "mm/yyyy" or "yyyy". An empty text holds everywhere. At most `Limit` rows.
     std::vector<StudyRow> Find(const QString& name, const QString& id, const QString& date);
+    /// That study, or none.
+    std::optional<StudyRow> Study(const QString& studyUid);
     std::vector<SeriesRow> SeriesOf(const QString& studyUid);
     /// The series' image files as native paths, in the order of their instance numbers.
     QStringList FilesOf(const SeriesRow& series);
@@ -39,6 +42,7 @@ public:
     static constexpr int Limit = 500;
 
 private:
+    std::vector<StudyRow> StudiesWhere(const QString& condition);
     /// The connection, made anew after it was lost.
     Connection& Catalogue();
     template <typename Read> auto Query(const QString& statement, Read&& read);

@@ -147,7 +147,7 @@ void StudyPanel::ChooseStudy() {
     if (!study)
         return;
     series_.clear();
-    emit StudyChosen();
+    emit StudyChosen(*study);
     Ask([&] { series_ = catalogue_.SeriesOf(study->studyUid); });
     FillSeries();
     const auto images = std::ranges::find_if(series_, [](const SeriesRow& series) { return !series.IsReport(); });

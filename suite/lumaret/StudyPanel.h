@@ -29,7 +29,7 @@ public:
 
 signals:
     /// Another study, and nothing of it yet.
-    void StudyChosen();
+    void StudyChosen(const tavrel::StudyRow& study);
     void ImagesChosen(const tavrel::SeriesRow& series, const QStringList& files);
     void ReportChosen(const tavrel::SeriesRow& report);
     /// A series was activated (double click, Enter).

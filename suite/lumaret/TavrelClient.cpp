@@ -3,10 +3,11 @@
 #include "platform/dbus/BusNames.h"
 #include "platform/dbus/ViewParametersMap.h"
 
-#include <QDBusMessage>
 #include <QDBusObjectPath>
 #include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
 #include <QDBusServiceWatcher>
+#include <QDBusVariant>
 
 #include <limits>
 #include <utility>
@@ -17,99 +18,238 @@ namespace {
 // A person answers a chooser or a message in his own time, and an end of the program is seen.
 constexpr int WithoutLimit = std::numeric_limits<int>::max();
 
+QDBusMessage AskStudy(const QString& owner) {
+    auto question = QDBusMessage::createMethodCall(owner, TavrelReport.path, PropertiesInterface, "Get");
+    question << TavrelReport.interface << StudyOfReport;
+    question.setAutoStartService(false);
+    return question;
+}
+
+QString StudyIn(const QDBusPendingCall& answer) {
+    return answer.reply().arguments().value(0).value<QDBusVariant>().variant().toString();
+}
+
 } // namespace
 
 TavrelClient::TavrelClient(QDBusConnection bus, QObject* parent) : QObject(parent), bus_(std::move(bus)) {
-    auto* watcher =
-        new QDBusServiceWatcher(TavrelFactory.service, bus_, QDBusServiceWatcher::WatchForOwnerChange, this);
-    connect(watcher, &QDBusServiceWatcher::serviceOwnerChanged, this, &TavrelClient::OwnerChanged);
+    auto* name = new QDBusServiceWatcher(TavrelFactory.service, bus_, QDBusServiceWatcher::WatchForRegistration, this);
+    connect(name, &QDBusServiceWatcher::serviceRegistered, this, &TavrelClient::AskRunningProgram);
+    programs_ = new QDBusServiceWatcher({}, bus_, QDBusServiceWatcher::WatchForUnregistration, this);
+    connect(programs_, &QDBusServiceWatcher::serviceUnregistered, this, &TavrelClient::Gone);
+    bus_.connect(TavrelReport.service, TavrelReport.path, PropertiesInterface, "PropertiesChanged", this,
+                 SLOT(ReportChanged(QDBusMessage)));
+    AskRunningProgram();
 }
 
-void TavrelClient::OwnerChanged(const QString&, const QString& former, const QString& now) {
-    if (owner_.isEmpty() || former != owner_ || now == owner_)
-        return;
-    const bool early = opening_;
-    Forget();
-    emit Said(early ? tr("The report program ended before the report was open.") : tr("The report was closed."));
-}
-
-void TavrelClient::Forget() {
-    owner_.clear();
-    path_.clear();
-    opening_ = open_ = false;
-    emit StateChanged();
-    emit Closed();
-}
-
-void TavrelClient::Call(const QString& path, const QString& interface, const QString& member,
-                        const QVariantList& arguments, const Answered& answered) {
-    // An object is called at the program that made it: no other one is ever started for the call.
-    QDBusMessage message =
-        QDBusMessage::createMethodCall(owner_.isEmpty() ? TavrelFactory.service : owner_, path, interface, member);
-    message.setArguments(arguments);
+void TavrelClient::Call(const QDBusMessage& message, const Answered& answered) {
     auto* watcher = new QDBusPendingCallWatcher(bus_.asyncCall(message, WithoutLimit), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, answered, owner = owner_] {
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [watcher, answered] {
         watcher->deleteLater();
-        if (owner == owner_) // else the program has ended meanwhile, and that has been said
-            answered(*watcher);
+        answered(*watcher);
     });
 }
 
-void TavrelClient::LoadForImgSeries(const QStringList& imageFiles) {
-    OpenWith("LoadForImgSeries", imageFiles);
+void TavrelClient::Step(const QDBusMessage& message, const Answered& answered) {
+    Call(message, [this, answered, attempt = attempt_](const QDBusPendingCall& call) {
+        if (wanted_ && attempt == attempt_)
+            answered(call);
+    });
 }
 
-void TavrelClient::LoadSRSeries(const QString& seriesUid) {
-    OpenWith("LoadSRSeries", seriesUid);
+QDBusMessage TavrelClient::ObjectCall(const QString& member, const QVariantList& arguments) const {
+    // At the program that made it: no other one is ever started for the call.
+    auto message = QDBusMessage::createMethodCall(owner_, path_, TavrelObjectInterface, member);
+    message.setArguments(arguments);
+    return message;
 }
 
-void TavrelClient::OpenWith(const QString& member, const QVariant& argument) {
-    if (opening_) {
+void TavrelClient::AskRunningProgram() {
+    Call(AskStudy(TavrelReport.service), [this](const QDBusPendingCall& call) {
+        if (call.isError())
+            return; // none runs, or it does not tell
+        Follow(call.reply().service());
+        tells_ = true;
+        TakeStudy(StudyIn(call));
+    });
+}
+
+void TavrelClient::Follow(const QString& owner) {
+    if (owner == owner_)
+        return;
+    owner_ = owner;
+    path_.clear();
+    tells_ = false;
+    openStudy_.clear();
+    programs_->setWatchedServices({owner});
+    // It may have ended before it was watched.
+    Call(MethodCall(MessageBus, "NameHasOwner") << owner, [this, owner](const QDBusPendingCall& call) {
+        if (!call.isError() && !call.reply().arguments().value(0).toBool())
+            Gone(owner);
+    });
+}
+
+void TavrelClient::Gone(const QString& owner) {
+    if (owner != owner_)
+        return;
+    const bool wasOpen = Open();
+    owner_.clear();
+    path_.clear();
+    openStudy_.clear();
+    tells_ = false;
+    if (std::exchange(closing_, false)) {
+        emit StateChanged();
+        emit Closed();
+        OpenUnlessAnother();
+        return;
+    }
+    const bool early = wanted_ && !Asking();
+    wanted_.reset();
+    asked_.clear();
+    emit StateChanged();
+    emit Closed();
+    if (early)
+        emit Said(tr("The report program ended before the report was open."));
+    else if (wasOpen)
+        emit Said(tr("The report was closed."));
+}
+
+void TavrelClient::ReportChanged(const QDBusMessage& signal) {
+    if (signal.service() != owner_ || signal.arguments().value(0) != QLatin1String(TavrelReport.interface))
+        return;
+    const auto changed = qdbus_cast<QVariantMap>(signal.arguments().value(1));
+    if (changed.contains(StudyOfReport))
+        TakeStudy(changed.value(StudyOfReport).toString());
+}
+
+void TavrelClient::TakeStudy(const QString& studyUid) {
+    if (studyUid == openStudy_)
+        return;
+    openStudy_ = studyUid;
+    emit StateChanged();
+}
+
+void TavrelClient::LoadForImgSeries(const QStringList& imageFiles, const QString& studyUid) {
+    OpenWith({"LoadForImgSeries", imageFiles, studyUid});
+}
+
+void TavrelClient::LoadSRSeries(const QString& seriesUid, const QString& studyUid) {
+    OpenWith({"LoadSRSeries", seriesUid, studyUid});
+}
+
+void TavrelClient::OpenWith(const WantedReport& report) {
+    if (wanted_) {
         emit Said(tr("The report program is still opening a report. Answer its window first."));
         return;
     }
-    opening_ = true;
+    wanted_ = report;
+    ++attempt_;
     emit StateChanged();
-    emit Said(tr("Opening the report ... If Tavrel asks which one, answer there."));
-    if (!path_.isEmpty()) {
-        CallOpen(member, argument);
-        return;
-    }
-    Call(TavrelFactory.path, TavrelFactory.interface, "CreateInstance", {},
-         [this, member, argument](const QDBusPendingCall& call) {
-             if (call.isError()) {
-                 Forget();
-                 emit Said(tr("The report program could not be started: %1").arg(call.error().message()));
-                 return;
-             }
-             owner_ = call.reply().service();
-             path_ = call.reply().arguments().value(0).value<QDBusObjectPath>().path();
-             CallOpen(member, argument);
-         });
+    OpenUnlessAnother();
 }
 
-void TavrelClient::CallOpen(const QString& member, const QVariant& argument) {
-    Call(path_, TavrelObjectInterface, member, {argument}, [this](const QDBusPendingCall& call) {
-        opening_ = false;
-        if (call.isError()) {
-            Forget();
-            emit Said(tr("The report program ended: %1").arg(call.error().message()));
+void TavrelClient::OpenUnlessAnother() {
+    const auto another = [this] { return Open() && openStudy_ != wanted_->studyUid; };
+    const auto ask = [this] {
+        asked_ = openStudy_;
+        emit StateChanged();
+        emit CloseFirst(openStudy_, wanted_->studyUid);
+    };
+    if (another()) {
+        ask();
+        return;
+    }
+    emit Said(tr("Opening the report ... If Tavrel asks which one, answer there."));
+    // Somebody else may have had a report opened in the meantime.
+    Create([this, another, ask] { another() ? ask() : Load(); });
+}
+
+void TavrelClient::Create(const std::function<void()>& next) {
+    Step(MethodCall(TavrelFactory, "CreateInstance"), [this, next](const QDBusPendingCall& creation) {
+        if (creation.isError()) {
+            GiveUp(tr("The report program could not be started: %1").arg(creation.error().message()));
             return;
         }
-        open_ = true;
-        emit StateChanged();
-        emit Said(tr("Ready."));
+        Follow(creation.reply().service());
+        path_ = creation.reply().arguments().value(0).value<QDBusObjectPath>().path();
+        Step(AskStudy(owner_), [this, next](const QDBusPendingCall& call) {
+            tells_ = !call.isError();
+            if (tells_)
+                TakeStudy(StudyIn(call));
+            next();
+        });
+    });
+}
+
+void TavrelClient::Load() {
+    Step(ObjectCall(wanted_->member, {wanted_->argument}), [this](const QDBusPendingCall& loading) {
+        if (loading.isError()) {
+            GiveUp(tr("The report program ended: %1").arg(loading.error().message()));
+            return;
+        }
+        if (!tells_) {
+            openStudy_ = wanted_->studyUid;
+            Finish();
+            return;
+        }
+        Step(AskStudy(owner_), [this](const QDBusPendingCall& call) {
+            if (!call.isError())
+                openStudy_ = StudyIn(call);
+            Finish();
+        });
+    });
+}
+
+void TavrelClient::Finish() {
+    const bool there = openStudy_ == wanted_->studyUid;
+    wanted_.reset();
+    emit StateChanged();
+    emit Said(there ? tr("Ready.") : tr("No report was opened."));
+}
+
+void TavrelClient::GiveUp(const QString& words) {
+    wanted_.reset();
+    closing_ = false;
+    emit StateChanged();
+    emit Said(words);
+}
+
+void TavrelClient::LeaveOpen() {
+    if (!std::exchange(asked_, {}).isEmpty())
+        GiveUp(tr("The open report stays open; no other one was opened."));
+}
+
+void TavrelClient::CloseAndOpen() {
+    const QString agreed = std::exchange(asked_, {});
+    if (agreed.isEmpty())
+        return;
+    emit StateChanged();
+    emit Said(tr("Closing the open report ..."));
+    const auto close = [this, agreed] { openStudy_ == agreed ? Close() : OpenUnlessAnother(); };
+    if (path_.isEmpty()) // somebody else had it opened
+        Create(close);
+    else
+        close();
+}
+
+void TavrelClient::Close() {
+    closing_ = true;
+    Step(ObjectCall("CloseReport"), [this](const QDBusPendingCall& call) {
+        // The end itself may come in place of the answer.
+        if (call.isError() && call.error().type() != QDBusError::NoReply)
+            GiveUp(tr("The open report could not be closed: %1").arg(call.error().message()));
     });
 }
 
 void TavrelClient::CallImages(const QString& member, const QVariantList& arguments, const std::function<void()>& done) {
-    if (opening_ || !open_) {
-        emit Said(opening_ ? tr("The report program is still opening a report. Answer its window first.")
-                           : tr("No report is open. Press Report first."));
+    if (Opening() || !Open()) {
+        emit Said(Opening() ? tr("The report program is still opening a report. Answer its window first.")
+                            : tr("No report is open. Press Report first."));
         return;
     }
     emit Said(tr("Waiting for the report program ..."));
-    Call(path_, TavrelObjectInterface, member, arguments, [this, done](const QDBusPendingCall& call) {
+    Call(ObjectCall(member, arguments), [this, done, owner = owner_](const QDBusPendingCall& call) {
+        if (owner != owner_)
+            return; // the program has ended meanwhile, and that has been said
         if (call.isError())
             emit Said(tr("The report program failed: %1").arg(call.error().message()));
         else

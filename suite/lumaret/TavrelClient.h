@@ -3,38 +3,57 @@
 #include "suite/lumaret/ReportImage.h"
 
 #include <QDBusConnection>
+#include <QDBusMessage>
 #include <QObject>
 #include <QStringList>
+#include <QVariant>
 
 #include <functional>
+#include <optional>
 
 class QDBusPendingCall;
+class QDBusServiceWatcher;
 
 namespace tavrel {
 
-/// The viewer's one `CTavrel` object, made with the first request and kept until the report program
-/// ends. Nothing waits here: the program may be busy in a chooser for as long as a person likes.
+/// The way to the report program. Nothing waits here: the program may be busy in a chooser for as long
+/// as a person likes.
+///
+/// A report is opened over a `CTavrel` object of its own. While the report of another study is open,
+/// `CloseFirst` asks for an answer, and only `CloseAndOpen` closes it. Of which study the open report is
+/// the program tells, whoever opened it; of one that does not tell it is the study opened last.
 class TavrelClient : public QObject {
     Q_OBJECT
 
 public:
     explicit TavrelClient(QDBusConnection bus, QObject* parent = nullptr);
 
-    /// An opening call runs; further ones, and image calls, are refused in words until it is done.
-    bool Opening() const { return opening_; }
-    /// An opening call has returned and its program lives.
-    bool Open() const { return open_; }
+    /// A report is wanted and not open yet; further ones, and image calls, are refused in words.
+    bool Opening() const { return wanted_.has_value(); }
+    /// `CloseFirst` was asked and not answered yet.
+    bool Asking() const { return !asked_.isEmpty(); }
+    bool Open() const { return !openStudy_.isEmpty(); }
+    /// The Study Instance UID of the open report, empty when none is open.
+    const QString& OpenStudy() const { return openStudy_; }
 
-    /// The image files of a series, in order, as absolute native paths.
-    void LoadForImgSeries(const QStringList& imageFiles);
-    void LoadSRSeries(const QString& seriesUid);
+    /// The image files of a series of that study, in order, as absolute native paths.
+    void LoadForImgSeries(const QStringList& imageFiles, const QString& studyUid);
+    void LoadSRSeries(const QString& seriesUid, const QString& studyUid);
     void AddImage(const ReportImage& image);
     void RemoveImages();
+
+    /// The answers to `CloseFirst`: the open report goes with what was not saved, or it stays and the
+    /// wanted one is not opened.
+    void CloseAndOpen();
+    void LeaveOpen();
 
 signals:
     /// What the person should know, in plain words.
     void Said(const QString& words);
+    /// What is open, wanted or asked.
     void StateChanged();
+    /// The report of another study than the wanted one's is open.
+    void CloseFirst(const QString& openStudy, const QString& wantedStudy);
     /// The report has taken the image.
     void Added(const tavrel::ReportImage& image);
     /// The report has emptied its list of images.
@@ -43,21 +62,46 @@ signals:
     void Closed();
 
 private:
+    struct WantedReport {
+        QString member;
+        QVariant argument;
+        QString studyUid;
+    };
     using Answered = std::function<void(const QDBusPendingCall&)>;
 
-    void OpenWith(const QString& member, const QVariant& argument);
-    void CallOpen(const QString& member, const QVariant& argument);
-    void CallImages(const QString& member, const QVariantList& arguments, const std::function<void()>& done);
-    void Call(const QString& path, const QString& interface, const QString& member, const QVariantList& arguments,
-              const Answered& answered);
-    void OwnerChanged(const QString& name, const QString& former, const QString& now);
-    void Forget();
+    void OpenWith(const WantedReport& report);
+    void Create(const std::function<void()>& next);
+    void OpenUnlessAnother();
+    void Load();
+    void Close();
+    void Finish();
+    void GiveUp(const QString& words);
 
+    void Call(const QDBusMessage& message, const Answered& answered);
+    /// A step towards the wanted report: what is answered after it was given up counts no more.
+    void Step(const QDBusMessage& message, const Answered& answered);
+    void CallImages(const QString& member, const QVariantList& arguments, const std::function<void()>& done);
+    QDBusMessage ObjectCall(const QString& member, const QVariantList& arguments = {}) const;
+
+    void AskRunningProgram();
+    void Follow(const QString& owner);
+    void Gone(const QString& owner);
+    void TakeStudy(const QString& studyUid);
+
+private slots:
+    void ReportChanged(const QDBusMessage& signal);
+
+private:
     QDBusConnection bus_;
-    QString owner_; ///< unique name of the program that made the object
-    QString path_;
-    bool opening_ = false;
-    bool open_ = false;
+    QDBusServiceWatcher* programs_; ///< of the end of the program
+    QString owner_;                 ///< unique name of the program, whoever started it
+    QString path_;                  ///< of the object that it made last for this viewer
+    std::optional<WantedReport> wanted_;
+    int attempt_ = 0;      ///< counts the wanted reports
+    QString asked_;        ///< the study whose report may have to be closed first
+    bool closing_ = false; ///< for the wanted report
+    bool tells_ = false;   ///< the program tells of which study its report is
+    QString openStudy_;
 };
 
 } // namespace tavrel

@@ -2,6 +2,8 @@
 
 #include "suite/lumaret/ReportImage.h"
 
+#include "InterfaceTexts.h"
+
 #include <QDBusConnection>
 #include <QObject>
 #include <QVariantMap>
@@ -13,6 +15,7 @@ namespace tavrel {
 class ViewerService : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "Lumaret.Viewer")
+    Q_CLASSINFO("D-Bus Introspection", LUMARET_VIEWER_INTERFACE)
     Q_PROPERTY(QString SRFilename MEMBER srFilename_)
     Q_PROPERTY(QString LUTName MEMBER lutName_)
     Q_PROPERTY(QVariantMap ViewPars READ ViewPars WRITE ViewPars)

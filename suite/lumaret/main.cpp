@@ -2,6 +2,7 @@
 
 #include "platform/dbus/BusNames.h"
 #include "platform/odbc/OdbcDatabase.h"
+#include "platform/qt/ApplicationOnDisplay.h"
 #include "platform/qt/DesktopLook.h"
 #include "suite/lumaret/MainWindow.h"
 
@@ -10,13 +11,13 @@
 
 int main(int argumentCount, char** arguments) {
     using namespace tavrel;
-    QApplication application(argumentCount, arguments);
-    QApplication::setApplicationDisplayName("Lumaret");
+    const auto application = ApplicationOnDisplay("lumaret", argumentCount, arguments);
+    QApplication::setApplicationName("Lumaret"); // no display name: it would stand in every title once more
     QApplication::setDesktopFileName("lumaret");
     ImageFile::RegisterDecoders();
 
     QDBusConnection bus = QDBusConnection::sessionBus();
-    const DesktopLook look(application, bus);
+    const DesktopLook look(*application, bus);
     ViewerService service;
     if (bus.isConnected() && !service.Register(bus)) {
         QMessageBox::information(nullptr, QString(), QObject::tr("The viewer is open already."));

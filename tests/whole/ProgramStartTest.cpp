@@ -7,7 +7,9 @@
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusPendingCall>
+#include <QDBusVariant>
 #include <QFile>
+#include <QFileInfo>
 
 namespace tavrel::test {
 namespace {
@@ -36,6 +38,17 @@ protected:
         return file.fileName();
     }
     void Start(const QStringList& arguments) { program.start(TAVREL_PROGRAM, arguments); }
+    /// Starts `executable` where windows are shown on the display of that name; none when it is empty.
+    void StartOn(const QString& display, const QString& executable = TAVREL_PROGRAM) {
+        auto environment = QProcessEnvironment::systemEnvironment();
+        for (const char* variable : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"})
+            environment.remove(variable);
+        if (!display.isEmpty())
+            environment.insert("DISPLAY", display);
+        program.setProcessEnvironment(environment);
+        program.start(executable, {});
+    }
+    std::string Said() { return program.readAllStandardError().toStdString(); }
     bool Ended() {
         return WaitUntil([&] { return program.state() == QProcess::NotRunning; }, std::chrono::seconds(20));
     }
@@ -60,6 +73,52 @@ TEST_F(ProgramStart, APersonsStartTakesNoName) {
     ASSERT_TRUE(Ended());
     Idle();
     EXPECT_EQ(changes.count, 0);
+}
+
+TEST_F(ProgramStart, WithoutADisplayAStartEndsWithASentence) {
+    for (const char* executable : {TAVREL_PROGRAM, LUMARET_PROGRAM}) {
+        StartOn("", executable);
+        ASSERT_TRUE(Ended());
+        EXPECT_EQ(program.exitStatus(), QProcess::NormalExit);
+        EXPECT_EQ(program.exitCode(), 1);
+        EXPECT_EQ(Said(), QFileInfo(executable).fileName().toStdString() +
+                              ": No window can be shown: there is no display (DISPLAY is not set)\n");
+    }
+}
+
+TEST_F(ProgramStart, OnADisplayWhereNobodyAnswersAStartEndsWithASentence) {
+    for (const char* executable : {TAVREL_PROGRAM, LUMARET_PROGRAM}) {
+        StartOn(":9999", executable);
+        ASSERT_TRUE(Ended());
+        EXPECT_EQ(program.exitStatus(), QProcess::NormalExit);
+        EXPECT_EQ(program.exitCode(), 1);
+        EXPECT_EQ(Said(), QFileInfo(executable).fileName().toStdString() +
+                              ": No window can be shown: could not connect to display :9999\n");
+    }
+}
+
+TEST_F(ProgramStart, TheViewerStartsWithoutABus) {
+    bus.Kill();
+    program.start(LUMARET_PROGRAM, {});
+    EXPECT_FALSE(WaitUntil([&] { return program.state() == QProcess::NotRunning; }, std::chrono::seconds(2)));
+}
+
+TEST_F(ProgramStart, TheViewerHasItsInterfaceOnTheBus) {
+    program.start(LUMARET_PROGRAM, {});
+    ASSERT_TRUE(bus.WaitForOwner("Lumaret.Viewer"));
+    const auto text =
+        Ask(client, "Lumaret.Viewer", "/Lumaret/Viewer", "org.freedesktop.DBus.Introspectable", "Introspect");
+    ASSERT_TRUE(WaitForAnswer(text));
+    EXPECT_TRUE(text.reply().arguments().value(0).toString().contains("<interface name=\"Lumaret.Viewer\">"));
+}
+
+TEST_F(ProgramStart, NoReportIsOpenAfterAStart) {
+    Start({"--automation"});
+    ASSERT_TRUE(bus.WaitForOwner("Tavrel.CTavrel"));
+    const auto study = Ask(client, "Tavrel.CTavrel", "/Tavrel/Report", "org.freedesktop.DBus.Properties", "Get",
+                           {"Tavrel.Report", "StudyInstanceUID"});
+    ASSERT_TRUE(WaitForAnswer(study));
+    EXPECT_EQ(study.reply().arguments().value(0).value<QDBusVariant>().variant().toString(), "");
 }
 
 TEST_F(ProgramStart, AnAutomationStartTakesTheName) {

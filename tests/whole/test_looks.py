@@ -144,6 +144,12 @@ class OfTheViewer(Looks, ViewerTest):
         report.close()
         self.viewer.activate()
         self.picture("viewer", self.viewer)
+        Study(PatientName="OTHER^PATIENT")
+        self.viewer.choose(self.study.patient)
+        self.viewer.open_report()
+        self.viewer.choose("OTHER^PATIENT")
+        self.viewer.press_report()
+        self.picture("viewer-question", self.viewer.question())
 
 
 class OnALightDesktop(OfTheReport):

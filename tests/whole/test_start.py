@@ -1,5 +1,6 @@
 """How the program starts: by a client, by hand, on a workstation that lacks something."""
 
+import os
 import re
 import shutil
 import subprocess
@@ -10,7 +11,7 @@ from gi.repository import GLib
 
 from bus import FurtherBus, RecordingViewer, ask_bus, connect
 from case import SystemTest
-from person.driver import wait_until
+from person.driver import Program, wait_until
 from person.studies import Study, title_of
 from person.workstation import FOLDER, HOSPITAL, ask, program, wait_ended
 
@@ -43,6 +44,15 @@ class AStartByHand(unittest.TestCase):
         subprocess.run([copy], timeout=20)
 
         self.assertFalse(ask_bus(connect(), "NameHasOwner", "(s)", "Tavrel.CTavrel"))
+
+
+    def test_that_fails_says_so_and_ends_with_status_1(self):
+        process = subprocess.Popen([program("tavrel")], env={**os.environ, "ODBCINI": "/dev/null",
+                                                             "ODBCSYSINI": "/dev/null"})
+        self.addCleanup(process.kill)
+        self.assertIn("DicomFDB", Program("Tavrel", process=process.pid).confirm("Quendor.Init: "))
+
+        self.assertEqual(process.wait(10), 1)
 
 
 class ACreation(SystemTest):
@@ -91,6 +101,17 @@ class ACreation(SystemTest):
         client = self.new_client(self.bus("no-source", ODBCINI="/dev/null", ODBCSYSINI="/dev/null"))
 
         self.assertIn("DicomFDB", self.failed_start(client))
+
+    def test_that_fails_leaves_the_status_of_a_failure(self):
+        script = FOLDER / "recorded-start"
+        script.write_text(f'#!/bin/sh\n{program("tavrel")} "$@"\necho $? >"$0.status"\n')
+        script.chmod(0o755)
+        client = self.new_client(self.bus("recorded", script, ODBCINI="/dev/null", ODBCSYSINI="/dev/null"))
+        self.failed_start(client)
+
+        status = script.with_suffix(".status")
+        wait_until(lambda: status.exists() and status.read_text(), "the status")
+        self.assertEqual(status.read_text(), "1\n")
 
     def test_without_site_data_says_so_and_ends(self):
         [site] = ask("SELECT BaseUID, Organization FROM SiteData")

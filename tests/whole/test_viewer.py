@@ -9,6 +9,8 @@ import time
 from case import ViewerTest
 from person.driver import Program, wait_until
 from person.editor import Editor
+from person.studies import Study
+from person.viewer import Viewer
 from person.workstation import processes
 
 
@@ -95,6 +97,87 @@ def _work():
         sum(range(100000))
 
 
+class TwoPatients(BesideTheReport):
+
+    def setUp(self):
+        super().setUp()
+        self.other = Study(images=2, PatientName="OTHER^" + self._testMethodName.upper())
+
+    def words(self, study):
+        return f"{study.patient.replace('^', ' ')} ({study.uid[-16:]})"
+
+    def expect_title_of(self, study):
+        wait_until(lambda: self.viewer.title == f"Lumaret - Report of {self.words(study)}", "the title")
+
+    def ask_for_the_others_report(self):
+        editor = self.open_report()
+        editor.fill(title="Not saved")
+        self.viewer.choose(self.other.patient)
+        self.viewer.press_report()
+        return editor, self.viewer.question()
+
+    def test_are_both_named_before_a_report_is_closed(self):
+        editor, question = self.ask_for_the_others_report()
+        [said] = [each for each in question.labels() if each.startswith("The open report")]
+        for study in (self.study, self.other):
+            self.assertIn(self.words(study), said)
+        question.press("Cancel")
+        question.wait_closed()
+        self.assertEqual(editor.read("Report title"), "Not saved")
+        self.assertEqual(editor.read("Patient ID"), self.study.uid[-16:])
+        self.expect_title_of(self.study)
+
+    def test_never_share_a_report_program(self):
+        editor, question = self.ask_for_the_others_report()
+        question.press("Cancel")
+        question.wait_closed()
+        editor = self.beside(self.viewer.close_and_open())
+        self.assertEqual(editor.read("Patient ID"), self.other.uid[-16:])
+        self.expect_title_of(self.other)
+        editor.fill(title="Of the other")
+        editor.save()
+        self.assertEqual([str(each.PatientName) for each in self.other.versions()], [self.other.patient])
+        self.assertEqual(self.study.versions(), [])
+
+    def test_take_turns(self):
+        self.open_report()
+        for study in (self.other, self.study, self.other):
+            self.viewer.choose(study.patient)
+            editor = self.beside(self.viewer.close_and_open())
+            self.assertEqual(editor.read("Patient ID"), study.uid[-16:])
+            self.expect_title_of(study)
+        editor.close()
+        wait_until(lambda: self.viewer.title == "Lumaret", "the title without a report")
+        self.viewer.choose(self.study.patient)
+        self.open_report()  # unasked
+
+    def test_never_share_images(self):
+        self.open_report()
+        self.viewer.choose(self.other.patient)
+        self.viewer.press("Add to report")
+        self.viewer.wait_said(f"Not added: the image is of {self.words(self.other)}, the open report of "
+                              f"{self.words(self.study)}")
+        self.assertEqual(self.viewer.report_images.count(), 0)
+
+    def test_are_told_apart_by_a_viewer_that_came_later(self):
+        editor = self.open_report()
+        self.viewer.end()
+        self.viewer = Viewer()
+        self.expect_title_of(self.study)
+        self.viewer.choose(self.other.patient)
+        self.viewer.press_report()
+        self.viewer.question().press("Cancel")
+        self.assertEqual(editor.read("Patient ID"), self.study.uid[-16:])
+
+    def test_are_told_apart_after_the_report_program_died(self):
+        self.open_report()
+        os.kill(processes("tavrel")[0], signal.SIGKILL)
+        self.viewer.wait_said("The report was closed.")
+        self.viewer.choose(self.other.patient)
+        self.open_report()
+        self.expect_title_of(self.other)
+
+
 class TheReportProgram(BesideTheReport):
 
     def saved_report(self, images):
@@ -122,7 +205,8 @@ class TheReportProgram(BesideTheReport):
         self.viewer.turn()
         self.assertEqual(len(processes("tavrel")), 1)
         chooser.press("Cancel")
-        self.viewer.wait_said("Ready.")
+        self.viewer.wait_said("No report was opened.")
+        self.assertEqual(self.viewer.title, "Lumaret")
         self.assertEqual(len(processes("tavrel")), 1)
 
     def test_that_dies_is_said_and_the_next_report_opens(self):
@@ -164,4 +248,4 @@ class TheViewer(BesideTheReport):
 
 
 def _lumarets():
-    return [Program("lumaret", process=process) for process in processes("lumaret")]
+    return [Program("Lumaret", process=process) for process in processes("lumaret")]

@@ -16,6 +16,7 @@ their label, lists and the reading by their accessible names ("Versions", "Findi
 
 import contextlib
 import itertools
+import re
 import subprocess
 import time
 
@@ -152,7 +153,8 @@ class Window:
         self._manage("windowsize", "--sync", width, height, "windowmove", x, y)
 
     def _manage(self, *command):
-        xdotool("search", "--sync", "--onlyvisible", "--name", f"^{self.title}$", *command)
+        title = re.sub(r"([\\.^$*+?()\[\]{}|])", r"\\\1", self.title)
+        xdotool("search", "--sync", "--onlyvisible", "--name", f"^{title}$", *command)
 
     def wait_closed(self, timeout=TIMEOUT):
         wait_until(lambda: not self.open(), "the window to close", timeout)
@@ -181,6 +183,10 @@ class Window:
     def click(self, caption, frame=None):
         """Clicks a button with the mouse, whatever comes of it."""
         _click(self.button(caption, frame))
+
+    def click_field(self, label):
+        """Clicks what a label stands for with the mouse."""
+        _click(self.field(label))
 
     def enabled(self, caption, frame=None):
         return _has(self.button(caption, frame), pyatspi.STATE_ENABLED)
@@ -231,9 +237,13 @@ class Window:
         text = _text(self.field(label)).queryText()
         return text.getText(*text.getSelection(0)) if text.getNSelections() else ""
 
+    def thing(self, name):
+        """Whatever has that name."""
+        return self._find(lambda each: each.name == name, f"{name!r}")
+
     def box(self, name=None):
         """Left, top, width and height on the display, its own or those of the thing with that name."""
-        thing = self._find(lambda each: each.name == name, f"{name!r}") if name else self.accessible
+        thing = self.thing(name) if name else self.accessible
         return tuple(thing.queryComponent().getExtents(pyatspi.DESKTOP_COORDS))
 
     def editable(self, label):

@@ -6,6 +6,7 @@ import time
 from person.driver import Program, key, wait_until, xdotool
 from person.editor import Editor, seconds
 from person.pictures import pixels
+from person.workstation import processes, wait_ended
 
 WORDS_ABOVE_THE_IMAGE = 130
 
@@ -15,7 +16,8 @@ class Viewer:
 
     def __init__(self):
         self.process = subprocess.Popen(["lumaret"], stderr=subprocess.DEVNULL)
-        self.window = Program("lumaret").window("Lumaret")
+        self.program = Program("Lumaret", process=self.process.pid)
+        self.window = wait_until(lambda: next(iter(self.program.windows()), None), "the viewer's window")
         self.studies, self.series = self.window.list("Studies"), self.window.list("Series")
         self.report_images = self.window.list("Report images")
 
@@ -55,6 +57,40 @@ class Viewer:
         self.wait_said("Ready.")
         seconds.use()
         return editor
+
+    def question(self):
+        """What the viewer asks before it closes the open report."""
+        return self.program.message("The open report is of ")
+
+    def close_and_open(self):
+        """Asks for the report of the images that are shown in place of the open one, and answers its editor."""
+        before = processes("tavrel")
+        self.press_report()
+        self.question().press("Close and open")
+        for process in before:
+            wait_ended(process)
+        editor = Editor()
+        self.wait_said("Ready.")
+        seconds.use()
+        return editor
+
+    def read_report(self, kind="Report"):
+        """Chooses a report in the list, and answers what is shown of it."""
+        self.window.activate()
+        self.series.click(self.series.find(kind))
+        return self.shown_report()
+
+    def shown_report(self):
+        text = self.window.thing("Report text")
+        return text.queryText().getText(0, -1)
+
+    def choose_older_version(self):
+        """Of the shown report, the next in the list of its versions."""
+        self.window.activate()
+        self.window.click_field("Version")
+        for name in ("Down", "Return"):
+            time.sleep(0.3)
+            key(name)
 
     def reports(self):
         return [row for row in self.series.rows() if row[1] == "Report"]

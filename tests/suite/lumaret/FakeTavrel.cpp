@@ -3,6 +3,7 @@
 #include "platform/dbus/BusNames.h"
 
 #include <QDBusObjectPath>
+#include <QTimer>
 
 #include <utility>
 
@@ -10,7 +11,7 @@ namespace tavrel::test {
 
 FakeTavrel::FakeTavrel(QDBusConnection bus) : bus_(std::move(bus)) {
     bus_.registerVirtualObject(TavrelFactory.path, this, QDBusConnection::SubPath);
-    bus_.registerService(TavrelFactory.service);
+    TakeName();
 }
 
 bool FakeTavrel::handleMessage(const QDBusMessage& message, const QDBusConnection&) {
@@ -22,10 +23,31 @@ bool FakeTavrel::handleMessage(const QDBusMessage& message, const QDBusConnectio
     return true;
 }
 
-bool FakeTavrel::Answer(const QDBusMessage& message) const {
-    if (message.member() == "CreateInstance")
-        return bus_.send(message.createReply(QVariant::fromValue(QDBusObjectPath("/Tavrel/CTavrel/1"))));
-    return bus_.send(message.createReply());
+bool FakeTavrel::Answer(const QDBusMessage& message) {
+    if (message.member() == refusing)
+        return bus_.send(message.createErrorReply(QDBusError::Failed, "no"));
+    if (message.member() == "CreateInstance") {
+        const QDBusObjectPath object(QString("/Tavrel/CTavrel/%1").arg(++created_));
+        return bus_.send(message.createReply(QVariant::fromValue(object)));
+    }
+    if (message.member().startsWith("Load"))
+        openStudy = willOpen;
+    const bool sent = bus_.send(message.createReply());
+    if (message.member() == "CloseReport")
+        QTimer::singleShot(0, this, onCloseReport);
+    return sent;
+}
+
+void FakeTavrel::TellStudy() {
+    report_.emplace(bus_, [this] { return openStudy; });
+}
+
+void FakeTavrel::TakeName() {
+    bus_.registerService(TavrelFactory.service);
+}
+
+void FakeTavrel::ReleaseName() {
+    bus_.unregisterService(TavrelFactory.service);
 }
 
 void FakeTavrel::AnswerHeld() {
@@ -35,6 +57,7 @@ void FakeTavrel::AnswerHeld() {
 }
 
 void FakeTavrel::Die() {
+    report_.reset();
     const auto name = std::exchange(bus_, QDBusConnection("none")).name();
     QDBusConnection::disconnectFromBus(name);
 }

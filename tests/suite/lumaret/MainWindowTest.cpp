@@ -7,6 +7,7 @@
 #include <QAction>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QMessageBox>
 #include <QPushButton>
 #include <QTableWidget>
 #include <QTemporaryDir>
@@ -58,6 +59,31 @@ protected:
     void OpenReport() {
         Action("Report").trigger();
         ASSERT_TRUE(WaitUntil([&] { return client.Open() && !client.Opening(); }));
+    }
+    /// Shows the image of another patient, whose study is the newer one.
+    void ChooseAnotherPatient() {
+        QDir(folder.path()).mkpath("SER9");
+        WriteImage(folder.filePath("SER9/9.dcm"),
+                   {.studyUid = "1.2.4", .patientName = "VERDI^ANNA", .patientId = "P2"});
+        rows.AddPatient("P2", "VERDI^ANNA");
+        rows.AddStudy("1.2.4", "P2", "20261115", folder.path().replace('/', '\\'));
+        rows.AddSeries("1.2.4.1", "1.2.4", "CT", 1, "SER9");
+        rows.AddImage("1.2.4.1", "9.dcm", 1);
+        window.Start();
+        Named<QTableWidget>("Studies").selectRow(0);
+    }
+    /// The question on the screen, or none.
+    QMessageBox* Question() const {
+        for (auto* box : window.findChildren<QMessageBox*>())
+            if (box->isVisible())
+                return box;
+        return nullptr;
+    }
+    void AskForAnotherPatientsReport() {
+        OpenReport();
+        ChooseAnotherPatient();
+        Action("Report").trigger();
+        ASSERT_TRUE(Question());
     }
 
     PrivateBus bus;
@@ -190,6 +216,117 @@ TEST_F(MainWindowTest, ClearReportImagesEmptiesBothLists) {
     Action("Clear report images").trigger();
     ASSERT_TRUE(WaitUntil([&] { return ReportImages().count() == 0; }));
     EXPECT_EQ(tavrel.calls.back(), "RemoveImagesFromSR");
+}
+
+TEST_F(MainWindowTest, TheTitleSaysWhoseReportIsOpen) {
+    EXPECT_EQ(window.windowTitle(), "Lumaret");
+    OpenReport();
+    EXPECT_EQ(window.windowTitle(), "Lumaret - Report of ROSSI MARIA (P1)");
+    ChooseAnotherPatient();
+    EXPECT_EQ(window.windowTitle(), "Lumaret - Report of ROSSI MARIA (P1)");
+    tavrel.Die();
+    EXPECT_TRUE(WaitUntil([&] { return window.windowTitle() == "Lumaret"; }));
+}
+
+TEST_F(MainWindowTest, TheTitleNamesTheReportThatSomebodyElseOpened) {
+    ChooseAnotherPatient();
+    tavrel.TellStudy();
+    tavrel.willOpen = "1.2.4";
+    OpenReport();
+    tavrel.openStudy = "1.2.3";
+    EXPECT_TRUE(WaitUntil([&] { return window.windowTitle() == "Lumaret - Report of ROSSI MARIA (P1)"; }));
+    tavrel.openStudy = "1.2.99";
+    EXPECT_TRUE(WaitUntil([&] { return window.windowTitle() == "Lumaret - Report of the study 1.2.99"; }));
+}
+
+TEST_F(MainWindowTest, AnotherPatientsReportIsAskedAboutByBothNames) {
+    AskForAnotherPatientsReport();
+    EXPECT_EQ(Question()->text(), "The open report is of ROSSI MARIA (P1), study of 14/11/2026. Unsaved text in it "
+                                  "will be lost.\n\nClose it and open the report of VERDI ANNA (P2), study of "
+                                  "15/11/2026?");
+    EXPECT_EQ(Question()->textFormat(), Qt::PlainText);
+    EXPECT_EQ(Question()->defaultButton(), Question()->button(QMessageBox::Cancel));
+}
+
+TEST_F(MainWindowTest, AListedReportOfAnotherPatientIsAskedAboutToo) {
+    rows.AddSeries("1.2.4.3", "1.2.4", "SR", 3, "REP");
+    OpenReport();
+    ChooseAnotherPatient();
+    emit Series().itemActivated((Series().selectRow(1), Series().item(1, 0)));
+    EXPECT_TRUE(Question());
+}
+
+TEST_F(MainWindowTest, CancelLeavesTheOpenReportAsItIs) {
+    AskForAnotherPatientsReport();
+    QTest::keyClick(Question(), Qt::Key_Escape);
+    EXPECT_TRUE(WaitUntil([&] { return !Question(); }));
+    Idle();
+    EXPECT_EQ(tavrel.calls.back(), "LoadForImgSeries");
+    EXPECT_EQ(window.windowTitle(), "Lumaret - Report of ROSSI MARIA (P1)");
+    EXPECT_TRUE(Action("Report").isEnabled());
+}
+
+TEST_F(MainWindowTest, CloseAndOpenClosesTheReportBeforeTheOtherOpens) {
+    AskForAnotherPatientsReport();
+    FakeTavrel next(bus.Connect());
+    tavrel.onCloseReport = [&] {
+        tavrel.Die();
+        next.TakeName();
+    };
+    for (auto* button : Question()->buttons())
+        if (button->text() == "Close and open")
+            QTest::mouseClick(button, Qt::LeftButton);
+    ASSERT_TRUE(WaitUntil([&] { return window.windowTitle() == "Lumaret - Report of VERDI ANNA (P2)"; }));
+    EXPECT_EQ(tavrel.calls.back(), "CloseReport");
+    EXPECT_EQ(next.last.arguments().value(0).toStringList(), QStringList{folder.filePath("SER9/9.dcm")});
+}
+
+TEST_F(MainWindowTest, TheQuestionGoesWithTheReportThatItIsAbout) {
+    AskForAnotherPatientsReport();
+    tavrel.Die();
+    EXPECT_TRUE(WaitUntil([&] { return !Question(); }));
+    EXPECT_EQ(Message(), "The report was closed.");
+    EXPECT_TRUE(Action("Report").isEnabled());
+}
+
+TEST_F(MainWindowTest, TheStudyIsTheOneThatTheImagesThemselvesName) {
+    OpenReport();
+    ChooseAnotherPatient();
+    WriteImage(folder.filePath("SER9/9.dcm")); // of the open report's study, whatever the catalogue says
+    Action("Report").trigger();
+    EXPECT_FALSE(Question());
+}
+
+TEST_F(MainWindowTest, AnImageOfAnotherPatientIsRefusedByBothNames) {
+    OpenReport();
+    ChooseAnotherPatient();
+    Action("Add to report").trigger();
+    EXPECT_EQ(Message(), "Not added: the image is of VERDI ANNA (P2), the open report of ROSSI MARIA (P1), study of "
+                         "14/11/2026.");
+    Idle();
+    EXPECT_EQ(tavrel.calls.back(), "LoadForImgSeries");
+}
+
+TEST_F(MainWindowTest, AHandedImageOfAnotherPatientIsShownAndNotAdded) {
+    OpenReport();
+    ChooseAnotherPatient();
+    Named<QTableWidget>("Studies").selectRow(1);
+    emit service.ImageHanded({folder.filePath("SER9/9.dcm"), std::make_shared<ViewParameters>(), {}});
+    EXPECT_EQ(File(), "9.dcm");
+    Action("Add to report").trigger();
+    EXPECT_TRUE(Message().startsWith("Not added: the image is of VERDI ANNA (P2)"));
+}
+
+TEST_F(MainWindowTest, TheListKeepsNoImageOfAReportThatWasSwitched) {
+    tavrel.TellStudy();
+    tavrel.willOpen = "1.2.3";
+    OpenReport();
+    ChooseAnotherPatient();
+    for (const char* file : {"SER1/1.dcm", "SER9/9.dcm"})
+        emit service.ImageHanded({folder.filePath(file), nullptr, {}});
+    tavrel.openStudy = "1.2.4";
+    EXPECT_TRUE(WaitUntil([&] { return ReportImages().count() == 1; }));
+    EXPECT_EQ(ReportImages().item(0)->text(), "1   9.dcm");
 }
 
 TEST_F(MainWindowTest, AHandedImageIsShownAndTheWheelLeadsBack) {

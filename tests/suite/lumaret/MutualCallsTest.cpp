@@ -31,7 +31,7 @@ TEST(MutualCalls, OfViewerAndReportNeverStall) {
         if (++added < rounds)
             client.AddImage(image);
     });
-    client.LoadSRSeries("1.2.3.2.1");
+    client.LoadSRSeries("1.2.3.2.1", "1.2.3");
     ASSERT_TRUE(WaitUntil([&] { return client.Open(); }));
 
     QElapsedTimer time;

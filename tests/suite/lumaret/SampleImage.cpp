@@ -38,10 +38,10 @@ void WriteImage(const QString& path, const SampleImage& image) {
     dataSet.putAndInsertString(DCM_SpecificCharacterSet, "ISO_IR 192");
     dataSet.putAndInsertString(DCM_SOPClassUID, UID_SecondaryCaptureImageStorage);
     dataSet.putAndInsertString(DCM_SOPInstanceUID, ("1.2.3.1." + std::to_string(image.instance)).c_str());
-    dataSet.putAndInsertString(DCM_StudyInstanceUID, "1.2.3");
+    dataSet.putAndInsertString(DCM_StudyInstanceUID, image.studyUid);
     dataSet.putAndInsertString(DCM_SeriesInstanceUID, "1.2.3.1");
     dataSet.putAndInsertString(DCM_PatientName, image.patientName);
-    dataSet.putAndInsertString(DCM_PatientID, "P1");
+    dataSet.putAndInsertString(DCM_PatientID, image.patientId);
     dataSet.putAndInsertString(DCM_StudyDate, "20261114");
     dataSet.putAndInsertString(DCM_Modality, "CT");
     dataSet.putAndInsertUint16(DCM_Rows, static_cast<Uint16>(image.rows));

@@ -14,7 +14,9 @@ struct SampleImage {
     bool colour = false;
     double center = 512; ///< of the window that the file names
     double width = 1024; ///< none when 0
+    const char* studyUid = "1.2.3";
     const char* patientName = "ROSSI^MARIA";
+    const char* patientId = "P1";
     const char* pixelSpacing = ""; ///< "row\column" in mm
 };
 

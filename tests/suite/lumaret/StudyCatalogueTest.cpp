@@ -40,6 +40,14 @@ TEST_P(StudyCatalogueOn, AnEmptySearchFindsEveryStudyNewestFirst) {
     EXPECT_EQ(studies[1].patientName, "ROSSI^MARIA");
 }
 
+TEST_P(StudyCatalogueOn, AStudyIsFoundByItsUidAlone) {
+    rows.AddPatient("1", "ROSSI^MARIA");
+    rows.AddStudy("1.2.1", "1", "20250101");
+    rows.AddStudy("1.2.10", "1", "20261114");
+    EXPECT_EQ(catalogue.Study("1.2.1").value().date, "20250101");
+    EXPECT_FALSE(catalogue.Study("1.2").has_value());
+}
+
 TEST_P(StudyCatalogueOn, APatientWithoutANameIsFoundToo) {
     rows.Run("INSERT INTO Patient (ID) VALUES ('7')");
     rows.AddStudy("1.2.7", "7", "");

@@ -19,6 +19,8 @@ namespace {
 using Names = std::vector<std::string>;
 using namespace std::chrono_literals;
 
+const QString Study = "1.2.3";
+const QString Another = "1.2.4";
 const QString StillOpening = "The report program is still opening a report. Answer its window first.";
 
 class TavrelClientTest : public testing::Test {
@@ -27,9 +29,20 @@ protected:
         QObject::connect(&client, &TavrelClient::Said, [this](const QString& words) { said = words; });
     }
     void StartTavrel() { tavrel.emplace(bus.Connect()); }
-    void OpenReport() {
-        client.LoadForImgSeries({"/studies/a.dcm", "/studies/b.dcm"});
-        ASSERT_TRUE(WaitUntil([this] { return client.Open() && !client.Opening(); }));
+    void OpenReport(const QString& study = Study) {
+        client.LoadForImgSeries({"/studies/a.dcm", "/studies/b.dcm"}, study);
+        ASSERT_TRUE(WaitUntil([&] { return client.OpenStudy() == study && !client.Opening(); }));
+    }
+    /// Asks for the report of another study, and waits for the question that comes.
+    void WantAnother() {
+        client.LoadSRSeries("1.2.4.9", Another);
+        ASSERT_TRUE(WaitUntil([&] { return client.Asking(); }));
+    }
+    /// A program that tells of its reports, which are those of `study`.
+    void StartTelling(const QString& study = Study) {
+        StartTavrel();
+        tavrel->willOpen = study.toStdString();
+        tavrel->TellStudy();
     }
     bool WaitFor(const QString& words) {
         return WaitUntil([&] { return said.startsWith(words); });
@@ -49,14 +62,144 @@ TEST_F(TavrelClientTest, OpensTheReportOfASeries) {
     EXPECT_EQ(said, "Ready.");
 }
 
-TEST_F(TavrelClientTest, OneObjectServesItsWholeLife) {
+TEST_F(TavrelClientTest, EachReportIsOpenedOverAnObjectOfItsOwn) {
     StartTavrel();
     OpenReport();
-    client.LoadSRSeries("1.2.3.2.1");
+    client.LoadSRSeries("1.2.3.2.1", Study);
     ASSERT_TRUE(WaitUntil([&] { return !client.Opening(); }));
+    EXPECT_EQ(tavrel->calls, (Names{"CreateInstance", "LoadForImgSeries", "CreateInstance", "LoadSRSeries"}));
+    EXPECT_EQ(tavrel->last.path(), "/Tavrel/CTavrel/2");
+}
+
+TEST_F(TavrelClientTest, ImagesGoToTheObjectMadeLast) {
+    StartTavrel();
+    OpenReport();
+    OpenReport();
     client.AddImage({"/studies/a.dcm", std::make_shared<ViewParameters>(), "Bone"});
     ASSERT_TRUE(WaitFor("The image was added"));
-    EXPECT_EQ(tavrel->calls, (Names{"CreateInstance", "LoadForImgSeries", "LoadSRSeries", "AddImageToSR"}));
+    EXPECT_EQ(tavrel->last.path(), "/Tavrel/CTavrel/2");
+}
+
+TEST_F(TavrelClientTest, TheReportOfAnotherStudyIsNeverOpenedUnasked) {
+    StartTavrel();
+    OpenReport();
+    WantAnother();
+    Idle();
+    EXPECT_EQ(tavrel->calls, (Names{"CreateInstance", "LoadForImgSeries"}));
+    EXPECT_EQ(client.OpenStudy(), Study);
+}
+
+TEST_F(TavrelClientTest, AReportThatShallStayStays) {
+    StartTavrel();
+    OpenReport();
+    WantAnother();
+    client.LeaveOpen();
+    EXPECT_EQ(said, "The open report stays open; no other one was opened.");
+    EXPECT_FALSE(client.Opening());
+    Idle();
+    EXPECT_EQ(tavrel->calls, (Names{"CreateInstance", "LoadForImgSeries"}));
+}
+
+TEST_F(TavrelClientTest, TheQuestionIsAskedEachTime) {
+    StartTavrel();
+    OpenReport();
+    WantAnother();
+    client.LeaveOpen();
+    WantAnother();
+    EXPECT_EQ(client.OpenStudy(), Study);
+}
+
+TEST_F(TavrelClientTest, ANewProgramOpensWhatTheFormerOnesEndHasMadeRoomFor) {
+    StartTavrel();
+    OpenReport();
+    FakeTavrel next(bus.Connect());
+    tavrel->onCloseReport = [&] {
+        tavrel->ReleaseName();
+        next.TakeName();
+    };
+    WantAnother();
+    client.CloseAndOpen();
+    ASSERT_TRUE(WaitUntil([&] { return bus.HasOwner(TavrelFactory.service) && tavrel->calls.size() == 3; }));
+    Idle();
+    EXPECT_EQ(next.calls, Names{}); // the former one is still there
+    tavrel->Die();
+    ASSERT_TRUE(WaitUntil([&] { return !client.Opening(); }));
+    EXPECT_EQ(tavrel->calls.back(), "CloseReport");
+    EXPECT_EQ(next.calls, (Names{"CreateInstance", "LoadSRSeries"}));
+    EXPECT_EQ(client.OpenStudy(), Another);
+}
+
+TEST_F(TavrelClientTest, AProgramThatCannotCloseItsReportKeepsItAndThatIsSaid) {
+    StartTavrel();
+    OpenReport();
+    WantAnother();
+    tavrel->refusing = "CloseReport";
+    client.CloseAndOpen();
+    EXPECT_TRUE(WaitFor("The open report could not be closed: "));
+    EXPECT_FALSE(client.Opening());
+    EXPECT_EQ(client.OpenStudy(), Study);
+}
+
+TEST_F(TavrelClientTest, AReportThatIsClosedDuringTheQuestionAnswersIt) {
+    StartTavrel();
+    OpenReport();
+    WantAnother();
+    tavrel->Die();
+    ASSERT_TRUE(WaitFor("The report was closed."));
+    EXPECT_FALSE(client.Asking());
+    client.CloseAndOpen(); // too late
+    Idle();
+    EXPECT_FALSE(client.Opening());
+}
+
+TEST_F(TavrelClientTest, AfterAnEndAnotherStudysReportOpensUnasked) {
+    StartTavrel();
+    OpenReport();
+    tavrel->Die();
+    ASSERT_TRUE(WaitUntil([&] { return !client.Open(); }));
+    StartTavrel();
+    OpenReport(Another);
+    EXPECT_EQ(tavrel->calls, (Names{"CreateInstance", "LoadForImgSeries"}));
+}
+
+TEST_F(TavrelClientTest, AnOpeningThatCameToNothingIsNoOpenReport) {
+    StartTelling("");
+    client.LoadForImgSeries({"/studies/a.dcm"}, Study);
+    ASSERT_TRUE(WaitFor("No report was opened."));
+    EXPECT_FALSE(client.Open());
+    tavrel->willOpen = "1.2.4";
+    OpenReport(Another);
+}
+
+TEST_F(TavrelClientTest, AReportThatSomebodyElseSwitchedIsKnown) {
+    StartTelling();
+    OpenReport();
+    tavrel->openStudy = "1.2.4";
+    EXPECT_TRUE(WaitUntil([&] { return client.OpenStudy() == Another; }));
+}
+
+TEST_F(TavrelClientTest, AReportThatIsSwitchedDuringTheQuestionIsAskedAboutAnew) {
+    StartTelling();
+    OpenReport();
+    WantAnother();
+    tavrel->openStudy = "1.2.5";
+    ASSERT_TRUE(WaitUntil([&] { return client.OpenStudy() == "1.2.5"; }));
+    QString asked;
+    QObject::connect(&client, &TavrelClient::CloseFirst, [&](const QString& open) { asked = open; });
+    client.CloseAndOpen();
+    EXPECT_EQ(asked, "1.2.5");
+    EXPECT_NE(tavrel->calls.back(), "CloseReport");
+}
+
+TEST_F(TavrelClientTest, AReportThatWasOpenBeforeTheViewerIsKnown) {
+    StartTelling();
+    OpenReport();
+    TavrelClient later(bus.Connect());
+    ASSERT_TRUE(WaitUntil([&] { return later.Open(); }));
+    later.LoadSRSeries("1.2.4.9", Another);
+    EXPECT_TRUE(later.Asking());
+    later.CloseAndOpen();
+    EXPECT_TRUE(WaitUntil([&] { return tavrel->calls.back() == "CloseReport"; }));
 }
 
 TEST_F(TavrelClientTest, AnImageGoesWithEveryViewParameter) {
@@ -74,7 +217,7 @@ TEST_F(TavrelClientTest, AnImageGoesWithEveryViewParameter) {
 TEST_F(TavrelClientTest, AnAbsentProgramIsSaidAtOnce) {
     QElapsedTimer time;
     time.start();
-    client.LoadSRSeries("1.2.3.2.1");
+    client.LoadSRSeries("1.2.3.2.1", Study);
     ASSERT_TRUE(WaitFor("The report program could not be started: "));
     EXPECT_LT(time.elapsed(), 1000);
     EXPECT_FALSE(client.Opening());
@@ -82,16 +225,16 @@ TEST_F(TavrelClientTest, AnAbsentProgramIsSaidAtOnce) {
 
 TEST_F(TavrelClientTest, AProgramThatFailsToStartIsSaid) {
     bus.AddService(TavrelFactory.service, "/bin/false");
-    client.LoadSRSeries("1.2.3.2.1");
+    client.LoadSRSeries("1.2.3.2.1", Study);
     EXPECT_TRUE(WaitFor("The report program could not be started: "));
 }
 
 TEST_F(TavrelClientTest, ABusyProgramRefusesInWordsAndIsNotAskedTwice) {
     StartTavrel();
     tavrel->holding = "LoadForImgSeries";
-    client.LoadForImgSeries({"/studies/a.dcm"});
+    client.LoadForImgSeries({"/studies/a.dcm"}, Study);
     ASSERT_TRUE(WaitUntil([&] { return tavrel->calls.size() == 2; }));
-    client.LoadSRSeries("1.2.3.2.1");
+    client.LoadSRSeries("1.2.3.2.1", Study);
     EXPECT_EQ(said, StillOpening);
     said.clear();
     client.AddImage({"/studies/a.dcm", std::make_shared<ViewParameters>(), {}});
@@ -107,7 +250,7 @@ TEST_F(TavrelClientTest, NothingWaitsForABusyProgram) {
     tavrel->holding = "CreateInstance";
     QElapsedTimer time;
     time.start();
-    client.LoadForImgSeries({"/studies/a.dcm"});
+    client.LoadForImgSeries({"/studies/a.dcm"}, Study);
     client.AddImage({"/studies/a.dcm", std::make_shared<ViewParameters>(), {}});
     client.RemoveImages();
     EXPECT_LT(time.elapsed(), 100);
@@ -148,7 +291,7 @@ TEST_F(TavrelClientTest, TheEndOfTheProgramIsSeen) {
 TEST_F(TavrelClientTest, AProgramThatDiesWhileItOpensIsSaidOnce) {
     StartTavrel();
     tavrel->holding = "LoadForImgSeries";
-    client.LoadForImgSeries({"/studies/a.dcm"});
+    client.LoadForImgSeries({"/studies/a.dcm"}, Study);
     ASSERT_TRUE(WaitUntil([&] { return tavrel->calls.size() == 2; }));
     tavrel->Die();
     ASSERT_TRUE(WaitFor("The report program ended before the report was open."));
@@ -182,7 +325,7 @@ TEST_F(TavrelClientTest, AfterAnEndTheNextReportStartsANewProgram) {
 TEST_F(TavrelClientTest, ALostBusIsSaid) {
     bus.Kill();
     Idle();
-    client.LoadSRSeries("1.2.3.2.1");
+    client.LoadSRSeries("1.2.3.2.1", Study);
     EXPECT_TRUE(WaitFor("The report program could not be started: "));
 }
 

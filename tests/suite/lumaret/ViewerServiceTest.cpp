@@ -13,7 +13,8 @@
 
 #include <QDBusArgument>
 #include <QDBusConnectionInterface>
-#include <QDBusInterface>
+#include <QDBusReply>
+#include <QFile>
 
 #include <gtest/gtest.h>
 
@@ -75,10 +76,30 @@ TEST_F(ViewerServiceTest, AnImageWithoutViewParametersHasNone) {
 
 TEST_F(ViewerServiceTest, ThePropertiesCanBeRead) {
     link.Create()->LUTName("Bone");
-    const auto call = Ask(bus.Connect(), LumaretViewer.service, LumaretViewer.path, "org.freedesktop.DBus.Properties",
-                          "Get", {LumaretViewer.interface, "LUTName"});
+    const auto call = Ask(bus.Connect(), LumaretViewer.service, LumaretViewer.path, PropertiesInterface, "Get",
+                          {LumaretViewer.interface, "LUTName"});
     ASSERT_TRUE(WaitForAnswer(call));
     EXPECT_EQ(call.reply().arguments().value(0).value<QDBusVariant>().variant(), "Bone");
+}
+
+TEST_F(ViewerServiceTest, IntrospectsWithTheVeryTextOfItsReference) {
+    const auto call = Ask(bus.Connect(), LumaretViewer.service, LumaretViewer.path,
+                          "org.freedesktop.DBus.Introspectable", "Introspect");
+    ASSERT_TRUE(WaitForAnswer(call));
+    QFile file(DBUS_REFERENCE_FOLDER "/Lumaret.Viewer.xml");
+    ASSERT_TRUE(file.open(QFile::ReadOnly));
+    const QString reference = file.readAll();
+    const auto begin = reference.indexOf("  <interface"), end = reference.indexOf("</node>");
+    EXPECT_TRUE(QDBusReply<QString>(call).value().contains(reference.mid(begin, end - begin)));
+}
+
+TEST_F(ViewerServiceTest, HasThePropertiesOfItsReference) {
+    const auto call = Ask(bus.Connect(), LumaretViewer.service, LumaretViewer.path, PropertiesInterface, "GetAll",
+                          {LumaretViewer.interface});
+    ASSERT_TRUE(WaitForAnswer(call));
+    const auto properties = qdbus_cast<QVariantMap>(call.reply().arguments().value(0));
+    EXPECT_EQ(properties.keys(), (QStringList{"LUTName", "SRFilename", "ViewPars"}));
+    EXPECT_EQ(properties["ViewPars"].value<QDBusArgument>().currentSignature(), "a{sv}");
 }
 
 TEST_F(ViewerServiceTest, ASecondViewerIsRefused) {
@@ -139,7 +160,7 @@ TEST_F(ViewerServiceTest, ViewParametersComeBackEqualThroughFileBusAndViewer) {
     Owner owner(*viewer);
     FakeTavrel tavrel(bus.Connect());
     TavrelClient client(bus.Connect());
-    client.LoadSRSeries("1.2.3.2.1");
+    client.LoadSRSeries("1.2.3.2.1", "1.2.3");
     ASSERT_TRUE(WaitUntil([&] { return client.Open(); }));
     ImageView screen;
     for (const ViewParameters& parameters : ExtremeViews()) {
