@@ -25,7 +25,8 @@ namespace tavrel {
 
 MainWindow::MainWindow(StudyCatalogue& catalogue, TavrelClient& tavrel, ViewerService& service)
     : catalogue_(catalogue), tavrel_(tavrel), service_(service), studies_(new StudyPanel(catalogue)),
-      image_(new ImageView), reportImageList_(new QListWidget), words_(new QLineEdit) {
+      image_(new ImageView), pane_(new ReportPane), splitter_(new QSplitter), reportImageList_(new QListWidget),
+      words_(new QLineEdit) {
     BuildSelection();
     BuildActions();
     // A box that only reads: screen readers find it, and its words can be copied.
@@ -53,16 +54,16 @@ void MainWindow::BuildSelection() {
     column->addWidget(studies_, 1);
     column->addWidget(Framed(tr("I&mages of the open report"), reportImageList_));
 
-    auto* splitter = new QSplitter;
-    splitter->addWidget(panel);
-    splitter->addWidget(image_);
-    splitter->setStretchFactor(1, 1);
-    splitter->setChildrenCollapsible(false);
-    setCentralWidget(splitter);
+    splitter_->addWidget(panel);
+    splitter_->addWidget(image_);
+    splitter_->addWidget(pane_);
+    splitter_->setStretchFactor(1, 1);
+    splitter_->setChildrenCollapsible(false);
+    setCentralWidget(splitter_);
     const QSize screen = QGuiApplication::primaryScreen()->availableSize();
     resize(screen * 0.9);
     const int panelWidth = std::clamp(screen.width() / 4, 330, 520);
-    splitter->setSizes({panelWidth, screen.width() - panelWidth});
+    splitter_->setSizes({panelWidth, screen.width() - panelWidth});
 }
 
 QAction* MainWindow::AddAction(QToolBar& bar, const QString& caption, const QString& help, const QKeySequence& key,
@@ -118,9 +119,10 @@ void MainWindow::ConnectStudies() {
     connect(studies_, &StudyPanel::StudyChosen, this, [this](const StudyRow& study) {
         study_ = study;
         ShowImages({}, {});
+        pane_->Clear();
     });
     connect(studies_, &StudyPanel::ImagesChosen, this, &MainWindow::ShowImages);
-    connect(studies_, &StudyPanel::ReportChosen, this, &MainWindow::UpdateActions);
+    connect(studies_, &StudyPanel::DocumentChosen, this, &MainWindow::ShowDocument);
     connect(studies_, &StudyPanel::ReportActivated, this,
             [this](const QString& seriesUid) { tavrel_.LoadSRSeries(seriesUid, study_.studyUid); });
     connect(studies_, &StudyPanel::ImagesActivated, image_, qOverload<>(&QWidget::setFocus));
@@ -134,7 +136,7 @@ void MainWindow::ConnectReport() {
     connect(&tavrel_, &TavrelClient::Removed, this, &MainWindow::ClearReportImages);
     connect(&tavrel_, &TavrelClient::Closed, this, [this] {
         ClearReportImages();
-        studies_->Refresh();
+        Refresh();
     });
     connect(&service_, &ViewerService::ListCleared, this, &MainWindow::ClearReportImages);
     connect(&service_, &ViewerService::ImageHanded, this, [this](const ReportImage& image) {
@@ -152,6 +154,29 @@ void MainWindow::ShowImages(const SeriesRow& series, const QStringList& files) {
         image_->Clear();
     } else {
         ShowSlice(0, 0, false);
+    }
+}
+
+void MainWindow::ShowDocument(const SeriesRow& document, const QStringList& files) {
+    const bool hidden = pane_->isHidden();
+    pane_->Show(document, files);
+    if (hidden) {
+        QList<int> widths = splitter_->sizes();
+        const int rest = widths[1] + widths[2];
+        splitter_->setSizes({widths[0], rest - rest * 2 / 5, rest * 2 / 5});
+    }
+    UpdateActions();
+}
+
+void MainWindow::Refresh() {
+    studies_->Refresh();
+    if (pane_->Series().seriesUid.isEmpty())
+        return;
+    try {
+        pane_->Update(catalogue_.FilesOf(pane_->Series()));
+    } catch (const Error&) {
+        // It stays as it is: the series' list has said what is wrong.
+        return;
     }
 }
 
@@ -322,7 +347,7 @@ void MainWindow::Say(const QString& words) {
 }
 
 void MainWindow::ReportStored() {
-    studies_->Refresh();
+    Refresh();
     if (tavrel_.Open())
         Say(tr("The report was saved."));
 }
@@ -340,7 +365,7 @@ void MainWindow::resizeEvent(QResizeEvent* event) {
 void MainWindow::changeEvent(QEvent* event) {
     // Whoever comes back from the report sees the series as they are now.
     if (event->type() == QEvent::ActivationChange && isActiveWindow())
-        studies_->Refresh();
+        Refresh();
     QMainWindow::changeEvent(event);
 }
 

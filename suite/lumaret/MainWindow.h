@@ -1,6 +1,7 @@
 #pragma once
 
 #include "suite/lumaret/ImageView.h"
+#include "suite/lumaret/ReportPane.h"
 #include "suite/lumaret/StudyPanel.h"
 #include "suite/lumaret/TavrelClient.h"
 #include "suite/lumaret/ViewerService.h"
@@ -12,11 +13,13 @@ class QAction;
 class QLineEdit;
 class QListWidget;
 class QMessageBox;
+class QSplitter;
 class QToolBar;
 
 namespace tavrel {
 
-/// The viewer: studies, series and the open report's images at the left, the image at the right.
+/// The viewer: studies, series and the open report's images at the left, the image at the right and, once
+/// one was chosen, a report of the study beside it.
 class MainWindow : public QMainWindow {
     Q_OBJECT
 
@@ -45,6 +48,9 @@ private:
     void ConnectReport();
 
     void ShowImages(const SeriesRow& series, const QStringList& files);
+    void ShowDocument(const SeriesRow& document, const QStringList& files);
+    /// Reads again what others may have changed.
+    void Refresh();
     void ShowSlice(int file, int frame, bool keepView);
     void OpenReport();
     void AskToClose(const QString& openStudy, const QString& wantedStudy);
@@ -72,6 +78,8 @@ private:
 
     StudyPanel* studies_;
     ImageView* image_;
+    ReportPane* pane_;
+    QSplitter* splitter_;
     QListWidget* reportImageList_;
     QLineEdit* words_;
     QToolBar* reportTools_;

@@ -20,7 +20,10 @@ struct SeriesRow {
     QString seriesUid, modality, description, status, folder;
     int number = 0;
     int images = 0;
+    /// One that Tavrel opens.
     bool IsReport() const { return modality == "SR"; }
+    /// A structured report of any class, a list of key objects among them.
+    bool IsDocument() const { return IsReport() || modality == "SR-OTHER" || modality == "KO"; }
     bool operator==(const SeriesRow&) const = default;
 };
 

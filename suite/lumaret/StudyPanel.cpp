@@ -57,6 +57,12 @@ void AddRow(QTableWidget& table, const QStringList& cells) {
     }
 }
 
+QString KindOnScreen(const SeriesRow& series) {
+    if (series.IsReport())
+        return StudyPanel::tr("Report");
+    return series.modality == "SR-OTHER" ? StudyPanel::tr("Other report") : series.modality;
+}
+
 /// The row of a table in the list that it shows, or none.
 template <typename Row> const Row* SelectedOf(const std::vector<Row>& rows, const QTableWidget& table) {
     const auto selected = table.selectionModel()->selectedRows();
@@ -150,7 +156,7 @@ void StudyPanel::ChooseStudy() {
     emit StudyChosen(*study);
     Ask([&] { series_ = catalogue_.SeriesOf(study->studyUid); });
     FillSeries();
-    const auto images = std::ranges::find_if(series_, [](const SeriesRow& series) { return !series.IsReport(); });
+    const auto images = std::ranges::find_if(series_, [](const SeriesRow& series) { return !series.IsDocument(); });
     if (images != series_.end())
         seriesTable_->selectRow(static_cast<int>(images - series_.begin()));
 }
@@ -159,8 +165,8 @@ void StudyPanel::FillSeries() {
     const QSignalBlocker quiet(seriesTable_);
     seriesTable_->setRowCount(0);
     for (const SeriesRow& series : series_)
-        AddRow(*seriesTable_, {QString::number(series.number), series.IsReport() ? tr("Report") : series.modality,
-                               QString::number(series.images), series.status, series.description});
+        AddRow(*seriesTable_, {QString::number(series.number), KindOnScreen(series), QString::number(series.images),
+                               series.status, series.description});
 }
 
 void StudyPanel::Refresh() {
@@ -195,15 +201,23 @@ void StudyPanel::ChooseSeries() {
     const SeriesRow* series = SelectedSeries();
     if (!series)
         return;
-    if (series->IsReport())
-        emit ReportChosen(*series);
-    else
-        Ask([&] { emit ImagesChosen(*series, catalogue_.FilesOf(*series)); });
+    Ask([&] {
+        const QStringList files = catalogue_.FilesOf(*series);
+        if (series->IsDocument())
+            emit DocumentChosen(*series, files);
+        else
+            emit ImagesChosen(*series, files);
+    });
 }
 
 void StudyPanel::ActivateSeries() {
-    if (const SeriesRow* report = SelectedReport())
-        emit ReportActivated(report->seriesUid);
+    const SeriesRow* series = SelectedSeries();
+    if (!series)
+        return;
+    if (series->IsReport())
+        emit ReportActivated(series->seriesUid);
+    else if (series->IsDocument())
+        ChooseSeries(); // it may have been hidden
     else
         emit ImagesActivated();
 }

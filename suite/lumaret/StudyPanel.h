@@ -31,7 +31,7 @@ signals:
     /// Another study, and nothing of it yet.
     void StudyChosen(const tavrel::StudyRow& study);
     void ImagesChosen(const tavrel::SeriesRow& series, const QStringList& files);
-    void ReportChosen(const tavrel::SeriesRow& report);
+    void DocumentChosen(const tavrel::SeriesRow& document, const QStringList& files);
     /// A series was activated (double click, Enter).
     void ReportActivated(const QString& seriesUid);
     void ImagesActivated();

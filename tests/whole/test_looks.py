@@ -144,6 +144,8 @@ class OfTheViewer(Looks, ViewerTest):
         report.close()
         self.viewer.activate()
         self.picture("viewer", self.viewer)
+        self.viewer.read_report()
+        self.picture("viewer-report-text", self.viewer)
         Study(PatientName="OTHER^PATIENT")
         self.viewer.choose(self.study.patient)
         self.viewer.open_report()

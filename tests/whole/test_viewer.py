@@ -178,6 +178,22 @@ class TwoPatients(BesideTheReport):
         self.expect_title_of(self.other)
 
 
+class ReadingAReport(BesideTheReport):
+
+    def test_shows_every_version_beside_the_images(self):
+        editor = self.open_report()
+        for title in ("First <b>words</b>", "Second words"):
+            editor.fill(title=title)
+            editor.save()
+        wait_until(lambda: self.viewer.reports(), "the report in the list")
+        self.assertIn("Second words", self.viewer.read_report())
+        self.viewer.choose_older_version()
+        wait_until(lambda: "First <b>words</b>" in self.viewer.shown_report(), "the older version")
+        editor.fill(title="Third words")
+        editor.save()
+        self.assertIn("First <b>words</b>", self.viewer.shown_report())
+
+
 class TheReportProgram(BesideTheReport):
 
     def saved_report(self, images):

@@ -3,8 +3,10 @@
 #include "tests/suite/lumaret/CatalogueRows.h"
 #include "tests/suite/lumaret/FakeTavrel.h"
 #include "tests/suite/lumaret/SampleImage.h"
+#include "tests/suite/lumaret/SampleReport.h"
 
 #include <QAction>
+#include <QComboBox>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMessageBox>
@@ -12,6 +14,7 @@
 #include <QTableWidget>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTextBrowser>
 
 #include <gtest/gtest.h>
 
@@ -72,6 +75,20 @@ protected:
         window.Start();
         Named<QTableWidget>("Studies").selectRow(0);
     }
+    /// Chooses the report, which has an older and a newer version.
+    void ChooseReport() {
+        AddVersion("1", {.title = "Older", .date = "20261114"});
+        AddVersion("2", {.title = "Newer", .date = "20261115"});
+        Series().selectRow(2);
+    }
+    void AddVersion(const QString& name, const SampleReport& report) {
+        QDir(folder.path()).mkpath("REP");
+        WriteReport(folder.filePath("REP/" + name + ".dcm"), report);
+        rows.AddImage("1.2.3.3", name + ".dcm", 1);
+    }
+    QTextBrowser& ReportText() const { return Named<QTextBrowser>("Report text"); }
+    QComboBox& Version() const { return *window.findChild<ReportPane*>()->findChild<QComboBox*>(); }
+    QString Shown() const { return ReportText().toPlainText(); }
     /// The question on the screen, or none.
     QMessageBox* Question() const {
         for (auto* box : window.findChildren<QMessageBox*>())
@@ -186,6 +203,87 @@ TEST_F(MainWindowTest, AnotherStudyNeverKeepsTheFormerOnesImages) {
     Named<QTableWidget>("Studies").selectRow(0);
     EXPECT_FALSE(Image().HasImage());
     EXPECT_FALSE(Action("Report").isEnabled());
+}
+
+TEST_F(MainWindowTest, AChosenReportIsShownBesideTheImages) {
+    EXPECT_FALSE(ReportText().isVisible());
+    ChooseReport();
+    EXPECT_TRUE(ReportText().isVisible());
+    EXPECT_TRUE(Shown().contains("Newer")) << Shown().toStdString();
+    EXPECT_TRUE(ReportText().isReadOnly());
+    EXPECT_TRUE(Image().isVisible() && Image().HasImage());
+}
+
+TEST_F(MainWindowTest, EveryVersionOfAReportCanBeShown) {
+    ChooseReport();
+    EXPECT_EQ(Version().itemText(0), "15/11/2026 10:15:00  (2 of 2)");
+    EXPECT_EQ(Version().itemText(1), "14/11/2026 10:15:00  (1 of 2)");
+    Version().setCurrentIndex(1);
+    EXPECT_TRUE(Shown().contains("Older")) << Shown().toStdString();
+}
+
+TEST_F(MainWindowTest, AStoredVersionTakesTheNewestsPlaceAndNoOlderOnes) {
+    ChooseReport();
+    AddVersion("3", {.title = "Newest", .date = "20261116"});
+    window.ReportStored();
+    EXPECT_TRUE(Shown().contains("Newest")) << Shown().toStdString();
+    Version().setCurrentIndex(2);
+    AddVersion("4", {.title = "Last", .date = "20261117"});
+    window.ReportStored();
+    EXPECT_TRUE(Shown().contains("Older")) << Shown().toStdString();
+    EXPECT_EQ(Version().count(), 4);
+    EXPECT_EQ(Version().currentIndex(), 3);
+}
+
+TEST_F(MainWindowTest, AReportOfAnyKindIsShownAndOnlyOursIsOpened) {
+    rows.AddSeries("1.2.3.4", "1.2.3", "SR-OTHER", 4, "REP");
+    rows.AddImage("1.2.3.4", "other.dcm", 1);
+    AddVersion("other", {.comprehensive = true});
+    window.ReportStored();
+    Series().selectRow(3);
+    EXPECT_EQ(Series().item(3, 1)->text(), "Other report");
+    EXPECT_TRUE(Shown().contains("Diameter")) << Shown().toStdString();
+    emit Series().itemActivated(Series().item(3, 0));
+    Idle();
+    EXPECT_TRUE(tavrel.calls.empty());
+    EXPECT_TRUE(Image().HasImage());
+}
+
+TEST_F(MainWindowTest, AReportThatCannotBeReadIsNamedInItsPlace) {
+    ChooseReport();
+    QFile::resize(folder.filePath("REP/2.dcm"), 300);
+    Series().selectRow(0);
+    Series().selectRow(2);
+    Version().setCurrentIndex(Version().findText("2.dcm", Qt::MatchStartsWith));
+    EXPECT_TRUE(Shown().startsWith("2.dcm cannot be shown: ")) << Shown().toStdString();
+}
+
+TEST_F(MainWindowTest, AShownReportFetchesNothing) {
+    ChooseReport();
+    for (const char* place : {"file:///etc/hostname", "/etc/hostname", "http://localhost/"})
+        EXPECT_TRUE(
+            ReportText().document()->resource(QTextDocument::ImageResource, QUrl(place)).toByteArray().isEmpty());
+    EXPECT_FALSE(ReportText().openLinks());
+    EXPECT_FALSE(ReportText().textInteractionFlags().testFlag(Qt::LinksAccessibleByMouse));
+}
+
+TEST_F(MainWindowTest, AnotherStudyNeverKeepsTheFormerOnesReport) {
+    ChooseReport();
+    ChooseAnotherPatient();
+    EXPECT_FALSE(ReportText().isVisible());
+    EXPECT_EQ(Shown(), "");
+}
+
+TEST_F(MainWindowTest, AHiddenReportComesBackWhenItIsActivated) {
+    rows.AddSeries("1.2.3.4", "1.2.3", "KO", 4, "REP");
+    window.ReportStored();
+    Series().selectRow(3);
+    for (auto* button : window.findChild<ReportPane*>()->findChildren<QPushButton*>())
+        button->click();
+    EXPECT_FALSE(ReportText().isVisible());
+    emit Series().itemActivated(Series().item(3, 0));
+    EXPECT_TRUE(ReportText().isVisible());
+    EXPECT_EQ(Shown(), "The catalogue names no file of this report.");
 }
 
 TEST_F(MainWindowTest, AMissingFileIsSaidAndTheSlicesGoOn) {

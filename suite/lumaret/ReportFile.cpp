@@ -1,0 +1,145 @@
+#include "suite/lumaret/ReportFile.h"
+
+#include "platform/dcmtk/CharacterSet.h"
+#include "platform/dcmtk/DicomFile.h"
+#include "platform/dcmtk/TextElements.h"
+#include "platform/error.h"
+#include "platform/paths.h"
+#include "suite/lumaret/ScreenText.h"
+
+#include <dcmtk/config/osconfig.h>
+
+#include <dcmtk/dcmdata/dctk.h>
+#include <dcmtk/dcmsr/dsrdoc.h>
+
+#include <QFileInfo>
+#include <QRegularExpression>
+
+#include <algorithm>
+#include <sstream>
+
+namespace tavrel {
+namespace {
+
+// Laying out more than this would keep the window from answering.
+constexpr std::size_t LongestDocument = 8UL * 1024 * 1024;
+
+// Whatever the document's class forbids, it is shown; what is no content item at all makes the reading fail.
+std::size_t Tolerant() {
+    return DSRTypes::RF_acceptUnknownRelationshipType | DSRTypes::RF_acceptInvalidContentItemValue |
+           DSRTypes::RF_ignoreRelationshipConstraints | DSRTypes::RF_ignoreContentItemErrors;
+}
+
+[[noreturn]] void Fail(const QString& path, const std::string& why) {
+    throw Error(Fault::OfTheSuite, "Lumaret", QFileInfo(path).fileName().toStdString() + " cannot be shown: " + why);
+}
+
+DicomFile HeaderOf(const QString& path) {
+    return DicomFile::Unopened(InsidePath(path.toStdString()));
+}
+
+std::string Declared(DcmItem& item, const std::string& inherited) {
+    OFString declared;
+    return item.findAndGetOFStringArray(DCM_SpecificCharacterSet, declared).good() ? std::string(declared) : inherited;
+}
+
+/// Turns every text below `item` into UTF-8; what a nested item declares holds for it.
+void TurnToUtf8(DcmItem& item,
+                const std::string& inherited) { // NOLINT(misc-no-recursion): the file's nesting is bounded
+    const std::string declared = Declared(item, inherited);
+    const CharacterSet characters(declared);
+    for (unsigned long index = 0; index < item.card(); ++index) {
+        DcmElement& element = *item.getElement(index);
+        if (element.ident() == EVR_SQ) {
+            auto& sequence = static_cast<DcmSequenceOfItems&>(element);
+            for (unsigned long each = 0; each < sequence.card(); ++each)
+                TurnToUtf8(*sequence.getItem(each), declared);
+        } else if (const auto kind = TextKindOf(VrOf(element))) {
+            PutText(element, characters.Decode(RawText(element), *kind));
+        }
+    }
+    item.findAndDeleteElement(DCM_SpecificCharacterSet);
+}
+
+/// Answers whether all of it was read.
+bool Read(DSRDocument& document, DcmDataset& dataSet, const QString& path) {
+    if (document.read(dataSet, Tolerant()).good())
+        return true;
+    const OFCondition outcome = document.read(dataSet, Tolerant() | DSRTypes::RF_skipInvalidContentItems);
+    if (outcome.bad())
+        Fail(path, std::string("it holds no structured report that can be read (") + outcome.text() + ")");
+    return false;
+}
+
+QString Rendered(DSRDocument& document, const QString& path) {
+    std::ostringstream html;
+    if (const OFCondition outcome = document.renderHTML(html, DSRTypes::HF_renderFullData); outcome.bad())
+        Fail(path, outcome.text());
+    const std::string bytes = html.str();
+    if (bytes.size() > LongestDocument)
+        Fail(path, "the document is too long");
+    // Texts of the file are escaped: what looks like an anchor is the toolkit's own. Of one that refers to another
+    // object stays what it names.
+    static const QRegularExpression reference("<a href=\"http://localhost/[^\"+]*\\+([0-9.]+)[^>]*>([^<]*)</a>");
+    static const QRegularExpression anchor("</?a(?:\\s[^>]*)?>");
+    return QString::fromStdString(bytes).replace(reference, "\\2 (\\1)").remove(anchor);
+}
+
+QString DateAndTimeOf(DcmDataset& dataSet) {
+    OFString date, time;
+    dataSet.findAndGetOFString(DCM_ContentDate, date);
+    dataSet.findAndGetOFString(DCM_ContentTime, time);
+    return QString::fromLatin1(date.c_str()).trimmed() + QString::fromLatin1(time.c_str()).trimmed();
+}
+
+/// Date and time of the content as DICOM writes them, without a separator; empty when the file does not say.
+QString SortKeyOf(const QString& path) {
+    try {
+        return DateAndTimeOf(*HeaderOf(path).ParseEarlyPart().data);
+    } catch (const Error&) {
+        return {};
+    }
+}
+
+QString OnScreen(const QString& dateAndTime, const QString& path) {
+    if (dateAndTime.size() < 8)
+        return QFileInfo(path).fileName();
+    QString time = dateAndTime.mid(8, 6);
+    for (const int place : {4, 2})
+        if (time.size() > place)
+            time.insert(place, ':');
+    return (DateOnScreen(dateAndTime.left(8)) + ' ' + time).trimmed();
+}
+
+} // namespace
+
+std::vector<ReportVersion> VersionsOf(const QStringList& files) {
+    std::vector<std::pair<QString, QString>> dated;
+    for (const QString& file : files)
+        dated.emplace_back(SortKeyOf(file), file);
+    std::ranges::sort(dated, std::greater());
+    std::vector<ReportVersion> versions;
+    for (const auto& [key, file] : dated)
+        versions.push_back({file, OnScreen(key, file)});
+    return versions;
+}
+
+QString ReportAsHtml(const QString& path) {
+    try {
+        const ParsedFile file = HeaderOf(path).Parse();
+        TurnToUtf8(*file.data, {});
+        file.data->putAndInsertString(DCM_SpecificCharacterSet, "ISO_IR 192");
+        DSRDocument document;
+        const bool whole = Read(document, *file.data, path);
+        QString html = Rendered(document, path);
+        if (!whole)
+            html.replace("<body>", "<body><p><b>Parts of this document cannot be read and are not shown.</b></p>");
+        return html;
+    } catch (const Error& error) {
+        if (error.source == "Lumaret")
+            throw;
+        Fail(path, error.description);
+    }
+}
+
+} // namespace tavrel

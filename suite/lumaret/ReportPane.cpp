@@ -1,0 +1,102 @@
+#include "suite/lumaret/ReportPane.h"
+
+#include "platform/error.h"
+
+#include <QComboBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QTextBrowser>
+#include <QVBoxLayout>
+
+#include <utility>
+
+namespace tavrel {
+namespace {
+
+/// Shows what it is given and fetches nothing.
+class Paper : public QTextBrowser {
+public:
+    Paper() {
+        setOpenLinks(false);
+        setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+        setAccessibleName(tr("Report text"));
+        document()->setDocumentMargin(10);
+    }
+    // Empty but there: for nothing at all the toolkit would look for a file.
+    QVariant loadResource(int, const QUrl&) override { return QByteArray(""); }
+    QSize sizeHint() const override { return {420, 600}; }
+};
+
+} // namespace
+
+ReportPane::ReportPane(QWidget* parent) : QWidget(parent), versionBox_(new QComboBox), text_(new Paper) {
+    auto* label = new QLabel(tr("&Version"));
+    label->setBuddy(versionBox_);
+    auto* hide = new QPushButton(tr("Hi&de"));
+    hide->setToolTip(tr("Give the images the whole place"));
+    auto* line = new QHBoxLayout;
+    line->addWidget(label);
+    line->addWidget(versionBox_, 1);
+    line->addWidget(hide);
+    auto* column = new QVBoxLayout(this);
+    column->addLayout(line);
+    column->addWidget(text_, 1);
+    connect(hide, &QPushButton::clicked, this, &ReportPane::Clear);
+    connect(versionBox_, &QComboBox::currentIndexChanged, this, &ReportPane::ShowVersion);
+    QWidget::hide();
+}
+
+void ReportPane::Show(const SeriesRow& series, const QStringList& files) {
+    series_ = series;
+    versions_ = VersionsOf(files);
+    List({});
+    show();
+}
+
+void ReportPane::Update(const QStringList& files) {
+    auto now = VersionsOf(files);
+    if (now == versions_)
+        return;
+    const int shown = versionBox_->currentIndex();
+    const QString chosen = shown > 0 ? versions_[static_cast<std::size_t>(shown)].path : QString();
+    versions_ = std::move(now);
+    List(chosen);
+}
+
+void ReportPane::List(const QString& chosen) {
+    int shown = 0;
+    const QSignalBlocker quiet(versionBox_);
+    versionBox_->clear();
+    for (std::size_t index = 0; index < versions_.size(); ++index) {
+        versionBox_->addItem(tr("%3  (%1 of %2)")
+                                 .arg(QString::number(versions_.size() - index), QString::number(versions_.size()),
+                                      versions_[index].written));
+        if (versions_[index].path == chosen)
+            shown = static_cast<int>(index);
+    }
+    versionBox_->setCurrentIndex(versions_.empty() ? -1 : shown);
+    ShowVersion(versionBox_->currentIndex());
+}
+
+void ReportPane::ShowVersion(int index) {
+    if (index < 0) {
+        text_->setPlainText(tr("The catalogue names no file of this report."));
+        return;
+    }
+    try {
+        text_->setHtml(ReportAsHtml(versions_[static_cast<std::size_t>(index)].path));
+    } catch (const Error& error) {
+        text_->setPlainText(QString::fromStdString(error.description));
+    }
+}
+
+void ReportPane::Clear() {
+    hide();
+    series_ = {};
+    versions_.clear();
+    versionBox_->clear();
+    text_->clear();
+}
+
+} // namespace tavrel

@@ -1,0 +1,57 @@
+#include "tests/suite/lumaret/SampleReport.h"
+
+#include <dcmtk/config/osconfig.h>
+
+#include <dcmtk/dcmdata/dctk.h>
+#include <dcmtk/dcmsr/dsrdoc.h>
+
+#include <QFile>
+
+#include <stdexcept>
+
+namespace tavrel::test {
+namespace {
+
+void Check(const OFCondition& outcome) {
+    if (outcome.bad())
+        throw std::runtime_error(outcome.text());
+}
+
+void AddText(DSRDocumentTree& tree, const char* name, const char* text, DSRTypes::E_AddMode mode) {
+    tree.addContentItem(DSRTypes::RT_contains, DSRTypes::VT_Text, mode);
+    Check(tree.getCurrentContentItem().setConceptName(DSRCodedEntryValue("1", "99_TEST", name)));
+    Check(tree.getCurrentContentItem().setStringValue(text, false));
+}
+
+void AddMeasurement(DSRDocumentTree& tree) {
+    tree.addContentItem(DSRTypes::RT_contains, DSRTypes::VT_Num, DSRTypes::AM_afterCurrent);
+    auto& item = tree.getCurrentContentItem();
+    Check(item.setConceptName(DSRCodedEntryValue("2", "99_TEST", "Diameter")));
+    Check(item.setNumericValue(DSRNumericMeasurementValue("4", DSRCodedEntryValue("mm", "UCUM", "millimeter"))));
+    tree.addContentItem(DSRTypes::RT_contains, DSRTypes::VT_Image, DSRTypes::AM_afterCurrent);
+    Check(tree.getCurrentContentItem().setImageReference(DSRImageReferenceValue(UID_CTImageStorage, "1.2.3.9")));
+}
+
+} // namespace
+
+void WriteReport(const QString& path, const SampleReport& report) {
+    DSRDocument document(report.comprehensive ? DSRTypes::DT_ComprehensiveSR : DSRTypes::DT_BasicTextSR);
+    auto& tree = document.getTree();
+    tree.addContentItem(DSRTypes::RT_isRoot, DSRTypes::VT_Container);
+    Check(tree.getCurrentContentItem().setConceptName(DSRCodedEntryValue("0", "99_TEST", "Report")));
+    AddText(tree, "Title", report.title, DSRTypes::AM_belowCurrent);
+    AddText(tree, "Reading", report.reading, DSRTypes::AM_afterCurrent);
+    if (report.comprehensive)
+        AddMeasurement(tree);
+    DcmFileFormat file;
+    Check(document.write(*file.getDataset()));
+    DcmDataset& dataSet = *file.getDataset();
+    dataSet.putAndInsertString(DCM_SpecificCharacterSet, report.characterSet);
+    dataSet.putAndInsertString(DCM_PatientName, report.patientName);
+    dataSet.putAndInsertString(DCM_PatientID, "P1");
+    dataSet.putAndInsertString(DCM_ContentDate, report.date);
+    dataSet.putAndInsertString(DCM_ContentTime, report.time);
+    Check(file.saveFile(QFile::encodeName(path).constData(), EXS_LittleEndianExplicit));
+}
+
+} // namespace tavrel::test
