@@ -45,7 +45,7 @@ std::string Declared(DcmItem& item, const std::string& inherited) {
 
 /// Turns every text below `item` into UTF-8; what a nested item declares holds for it.
 void TurnToUtf8(DcmItem& item,
-                const std::string& inherited) { // NOLINT(misc-no-recursion): the file's nesting is bounded
+                const std::string& inherited) {
     const std::string declared = Declared(item, inherited);
     const CharacterSet characters(declared);
     for (unsigned long index = 0; index < item.card(); ++index) {
