@@ -34,6 +34,44 @@ void Control::Notify(Change change) {
         changed_(change);
 }
 
+void TextField::Text(std::string_view text) {
+    const bool another = Take(text);
+    Notify(Change::Text);
+    if (another && Changed)
+        Changed();
+}
+
+void TextField::Revise(std::string_view text) {
+    if (!Take(text))
+        return;
+    Notify(Change::Revision);
+    if (Changed)
+        Changed();
+}
+
+void TextField::Typed(std::string_view text) {
+    if (!Take(text))
+        return;
+    if (Changed)
+        Changed();
+    if (Edited)
+        Edited();
+}
+
+void TextField::Marks(std::vector<TextMark> marks) {
+    if (marks_.empty() && marks.empty())
+        return;
+    marks_ = std::move(marks);
+    Notify(Change::Marks); // the same marks too: they stand under another text
+}
+
+bool TextField::Take(std::string_view text) {
+    if (text_ == text)
+        return false;
+    text_ = text;
+    return true;
+}
+
 OptionGroup::OptionGroup(Form& form, std::string_view name, int count) {
     for (int i = 0; i < count; ++i)
         options_.emplace_back(form, std::string(name) + "_" + std::to_string(i), *this, i);

@@ -51,6 +51,9 @@ enum class Change {
     State,     ///< enabled, visible, locked, colour, text, value
     Items,     ///< the items or rows of a list
     Selection, ///< the selected item or row
+    Text,      ///< the text is another one, and what was typed before is forgotten
+    Revision,  ///< the text was edited by the program; a person can take that back
+    Marks,     ///< what of the text is underlined
     Redraw,    ///< nothing; the widget is to draw itself at once
 };
 
@@ -112,11 +115,49 @@ private:
     Label::Tone tone_ = Tone::Neutral;
 };
 
-class TextBox : public Control {
+/// A stretch of a text, in bytes of its UTF-8.
+struct TextMark {
+    std::size_t offset;
+    std::size_t length;
+    bool operator==(const TextMark&) const = default;
+};
+
+/// A control whose text a person edits, and can undo and redo the edits of.
+class TextField : public Control {
 public:
     using Control::Control;
     const std::string& Text() const { return text_; }
-    void Text(std::string_view text) { Set(text_, text); }
+    /// Shows this text as the start of something new: what was typed before is forgotten, also when
+    /// the text is the same, and no undo brings it back.
+    void Text(std::string_view text);
+    /// Changes the text as an edit like those that a person has made before, which can be undone with
+    /// them. Not for what belongs to somebody else: an undo would bring the former text back.
+    void Revise(std::string_view text);
+
+    /// What is underlined as not right, in the order of the text. It is for the form to say so anew
+    /// when the text has changed.
+    const std::vector<TextMark>& Marks() const { return marks_; }
+    void Marks(std::vector<TextMark> marks);
+
+    /// The text has become another one, whoever did it.
+    std::function<void()> Changed;
+    /// Raised after a person has changed the text.
+    std::function<void()> Edited;
+
+    /// Person: the control now reads `text`.
+    void Typed(std::string_view text);
+
+private:
+    bool Take(std::string_view text);
+
+    std::string text_;
+    std::vector<TextMark> marks_;
+};
+
+/// `Typed` is given what the widget has passed through `Filter`.
+class TextBox : public TextField {
+public:
+    using TextField::TextField;
     /// A locked box can be read, scrolled and copied but not typed into.
     bool Locked() const { return locked_; }
     void Locked(bool locked) { Set(locked_, locked); }
@@ -131,18 +172,7 @@ public:
     /// A key was pressed here and released, whichever it was.
     std::function<void()> KeyUp;
 
-    /// Raised after a person has changed the text.
-    std::function<void()> Edited;
-
-    /// Person: the box now reads `text`, which the widget has passed through `Filter`.
-    void Typed(std::string_view text) {
-        text_ = text;
-        if (Edited)
-            Edited();
-    }
-
 private:
-    std::string text_;
     bool locked_ = false;
     bool buttonFace_ = false;
 };
@@ -197,28 +227,15 @@ private:
 };
 
 /// An editable box with a list to pick from.
-class ComboBox : public Control {
+class ComboBox : public TextField {
 public:
-    using Control::Control;
-    const std::string& Text() const { return text_; }
-    void Text(std::string_view text) { Set(text_, text); }
+    using TextField::TextField;
     const std::vector<std::string>& Items() const { return items_; }
     /// Appends these items; the widget is told once.
     void AddItems(std::vector<std::string> items);
     void Clear();
 
-    /// Raised after a person has changed the text.
-    std::function<void()> Edited;
-
-    /// Person: typed or picked.
-    void Typed(std::string_view text) {
-        text_ = text;
-        if (Edited)
-            Edited();
-    }
-
 private:
-    std::string text_;
     std::vector<std::string> items_;
 };
 

@@ -40,6 +40,15 @@ void Binding::Mirror(Change change) {
     case Change::Selection:
         ShowSelection();
         return;
+    case Change::Text:
+        ShowText();
+        return;
+    case Change::Revision:
+        ShowRevision();
+        return;
+    case Change::Marks:
+        ShowMarks();
+        return;
     case Change::Redraw:
         widget_.repaint();
         return;

@@ -24,6 +24,9 @@ protected:
     virtual void ShowState(bool inReach);
     virtual void ShowItems() {}
     virtual void ShowSelection() {}
+    virtual void ShowText() {}
+    virtual void ShowRevision() {}
+    virtual void ShowMarks() {}
 
     /// Hands in what a person did. Changes that the program itself shows are none. Nothing is taken
     /// while work is going on or the control is out of reach: the widget is put right again.

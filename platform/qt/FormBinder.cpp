@@ -1,5 +1,6 @@
 #include "platform/qt/FormBinder.h"
 
+#include "platform/qt/LineEdits.h"
 #include "platform/qt/ListBinding.h"
 #include "platform/qt/QtText.h"
 #include "platform/qt/TextBoxBinding.h"
@@ -7,6 +8,7 @@
 #include <QComboBox>
 #include <QEvent>
 #include <QGroupBox>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListView>
@@ -85,6 +87,7 @@ public:
         widget.setInsertPolicy(QComboBox::NoInsert);
         widget.setCompleter(nullptr); // What is typed freely stays as it was typed.
         widget.installEventFilter(this);
+        widget.lineEdit()->installEventFilter(this);
         connect(&widget, &QComboBox::editTextChanged, this,
                 [this](const QString& text) { Person([&] { box_.Typed(FromQt(text)); }); });
     }
@@ -93,8 +96,12 @@ protected:
     void ShowState(bool inReach) override {
         Binding::ShowState(inReach);
         if (FromQt(widget_.currentText()) != box_.Text())
-            widget_.setEditText(ToQt(box_.Text()));
+            ShowText();
+        ShowMarks(); // their colour is the palette's
     }
+    void ShowText() override { Restart(*widget_.lineEdit(), ToQt(box_.Text())); }
+    void ShowRevision() override { Revise(*widget_.lineEdit(), ToQt(box_.Text())); }
+    void ShowMarks() override { Underline(*widget_.lineEdit(), box_); }
     void ShowItems() override {
         const auto& items = box_.Items();
         if (static_cast<int>(items.size()) < widget_.count())
@@ -102,11 +109,18 @@ protected:
         // Items are only ever appended or cleared.
         QStringList added;
         std::transform(items.begin() + widget_.count(), items.end(), std::back_inserter(added), ToQt);
+        const bool first = widget_.count() == 0;
         widget_.addItems(added);
+        if (!first)
+            return; // choosing none would empty the text, and forget what was typed
         widget_.setCurrentIndex(-1);
-        widget_.setEditText(ToQt(box_.Text()));
+        ShowText();
     }
     bool eventFilter(QObject* watched, QEvent* event) override {
+        if (event->type() == QEvent::KeyPress && AsksForRedo(static_cast<const QKeyEvent&>(*event))) {
+            widget_.lineEdit()->redo();
+            return true;
+        }
         // Scrolling past must not change what a report says.
         return event->type() == QEvent::Wheel || Binding::eventFilter(watched, event);
     }

@@ -40,6 +40,7 @@ constexpr std::array Colours{
     Colour{"onSettled", "#17492a", "#bfe6cb"},
     Colour{"failure", "#a61b1b", "#8f1f1f"},
     Colour{"onFailure", "#ffffff", "#ffe9e6"},
+    Colour{"wrong", "#c4261d", "#ff7b6f"}, // the line under what cannot stay
     Colour{"veil", "rgba(238, 241, 244, 190)", "rgba(28, 32, 36, 190)"},
 };
 
@@ -48,7 +49,7 @@ consteval Colour Named(std::string_view name) {
 }
 
 QPalette PaletteOf(Scheme scheme) {
-    constexpr std::array<std::pair<QPalette::ColorRole, Colour>, 12> roles{{
+    constexpr std::array<std::pair<QPalette::ColorRole, Colour>, 13> roles{{
         {QPalette::Window, Named("window")},
         {QPalette::WindowText, Named("text")},
         {QPalette::Base, Named("field")},
@@ -59,6 +60,7 @@ QPalette PaletteOf(Scheme scheme) {
         {QPalette::Highlight, Named("accent")},
         {QPalette::HighlightedText, Named("onAccent")},
         {QPalette::PlaceholderText, Named("faint")},
+        {QPalette::BrightText, Named("wrong")},
         {QPalette::ToolTipBase, Named("card")},
         {QPalette::ToolTipText, Named("text")},
     }};
@@ -93,6 +95,8 @@ QString SheetOf(Scheme scheme) {
         QLabel[band="true"][tone="attention"] { background: @attention; color: @onAttention; border-color: @attention; }
         QLabel[band="true"][tone="settled"] { background: @settled; color: @onSettled; border-color: @settled; }
         QLabel[band="true"][tone="failure"] { background: @failure; color: @onFailure; border-color: @failure; }
+        QLabel[note="true"] { color: @faint; border-radius: 4px; padding: 4px 8px; }
+        QLabel[note="true"][tone="attention"] { background: @attention; color: @onAttention; }
         QPushButton { padding: 5px 14px; border: 1px solid @line; border-radius: 4px; background: @button; }
         QPushButton:hover, QPushButton:focus { border-color: @accent; }
         QPushButton:pressed { background: @line; }

@@ -1,5 +1,6 @@
 #include "platform/qt/TextBoxBinding.h"
 
+#include "platform/qt/LineEdits.h"
 #include "platform/qt/QtText.h"
 
 #include <QCoreApplication>
@@ -23,20 +24,37 @@ std::string OneLine(std::string text) {
     return text;
 }
 
-/// Replaces what differs and joins it to the edit that caused it, so that one undo takes back both.
-void Rewrite(QPlainTextEdit& paragraphs, const QString& from, const QString& to) {
+/// Replaces what differs of a stretch that begins at `start`.
+void Replace(QTextCursor& cursor, qsizetype start, QStringView from, QStringView to) {
     const auto same = std::ranges::mismatch(from, to);
     const auto head = same.in1 - from.begin();
     const auto rest = std::min(from.size(), to.size()) - head;
     qsizetype tail = 0;
     while (tail < rest && from[from.size() - 1 - tail] == to[to.size() - 1 - tail])
         ++tail;
-    QTextCursor cursor(paragraphs.document());
-    cursor.joinPreviousEditBlock();
-    cursor.setPosition(static_cast<int>(head));
-    cursor.setPosition(static_cast<int>(from.size() - tail), QTextCursor::KeepAnchor);
-    cursor.insertText(to.mid(head, to.size() - tail - head));
-    cursor.endEditBlock();
+    if (from.size() == head + tail && to.size() == head + tail)
+        return;
+    const auto first = static_cast<int>(start + head);
+    const auto last = static_cast<int>(start + from.size() - tail);
+    // The new before the old goes: what is typed next would join an insertion, and be undone with it.
+    cursor.setPosition(last);
+    cursor.insertText(to.mid(head, to.size() - tail - head).toString());
+    cursor.setPosition(first);
+    cursor.setPosition(last, QTextCursor::KeepAnchor);
+    cursor.removeSelectedText();
+}
+
+/// As `Replace`, line by line where the lines are as many: a caret between two changes stays.
+void ReplaceLines(QTextCursor& cursor, const QString& from, const QString& to) {
+    const auto old = QStringView(from).split(u'\n');
+    const auto now = QStringView(to).split(u'\n');
+    if (old.size() != now.size())
+        return Replace(cursor, 0, from, to);
+    qsizetype start = from.size();
+    for (qsizetype line = old.size(); line-- > 0; --start) {
+        start -= old[line].size();
+        Replace(cursor, start, old[line], now[line]);
+    }
 }
 
 quint32 PhysicalKey(const QKeyEvent& key) {
@@ -64,6 +82,15 @@ void TextBoxBinding::ShowState(bool inReach) {
     Lock(box_.Locked(), inReach);
     if (FromQt(Shown()) != box_.Text())
         Write(ToQt(box_.Text()));
+    ShowMarks(); // their colour is the palette's
+}
+
+void TextBoxBinding::ShowText() {
+    Write(ToQt(box_.Text()));
+}
+
+void TextBoxBinding::ShowRevision() {
+    Revise(ToQt(box_.Text()));
 }
 
 void TextBoxBinding::Edited() {
@@ -73,12 +100,12 @@ void TextBoxBinding::Edited() {
         const QString shown = Shown();
         const std::string typed = FromQt(shown);
         const std::string filtered = Filtered(typed);
-        box_.Typed(filtered);
-        if (filtered == typed)
-            return;
-        const auto caret = ToQt(Filtered(FromQt(shown.left(Caret())))).size();
-        Quietly([&] { Correct(ToQt(typed), ToQt(filtered)); });
-        Caret(static_cast<int>(caret));
+        if (filtered != typed) {
+            const auto caret = ToQt(Filtered(FromQt(shown.left(Caret())))).size();
+            Quietly([&] { Correct(ToQt(typed), ToQt(filtered)); });
+            Caret(static_cast<int>(caret));
+        }
+        box_.Typed(filtered); // marks of the form stand under the text that is shown
     });
 }
 
@@ -112,6 +139,10 @@ QString TextBoxBinding::Typed(const QString& text) const {
 
 bool TextBoxBinding::KeyPressed(const QKeyEvent& key) {
     pressed_.insert(PhysicalKey(key));
+    if (AsksForRedo(key)) {
+        Redo();
+        return true;
+    }
     if (resending_ || !box_.KeyPress || !TypesText(key))
         return false;
     const QString typed = Typed(key.text());
@@ -148,9 +179,20 @@ QString LineBinding::Shown() const {
     return line_.text();
 }
 
+void LineBinding::ShowMarks() {
+    Underline(line_, Box());
+}
+
 void LineBinding::Write(const QString& text) {
-    line_.setText(text);
-    line_.setCursorPosition(0);
+    Restart(line_, text);
+}
+
+void LineBinding::Revise(const QString& text) {
+    tavrel::Revise(line_, text);
+}
+
+void LineBinding::Redo() {
+    line_.redo();
 }
 
 void LineBinding::Lock(bool locked, bool inReach) {
@@ -159,7 +201,8 @@ void LineBinding::Lock(bool locked, bool inReach) {
 }
 
 void LineBinding::Correct(const QString&, const QString& to) {
-    line_.setText(to);
+    line_.undo(); // so that one undo takes back the edit and its correction
+    tavrel::Revise(line_, to);
 }
 
 int LineBinding::Caret() const {
@@ -185,8 +228,36 @@ QString ParagraphsBinding::Shown() const {
     return paragraphs_.document()->toRawText();
 }
 
+void ParagraphsBinding::ShowMarks() {
+    const auto format = MarkFormat(paragraphs_);
+    QList<QTextEdit::ExtraSelection> marks;
+    for (const auto& [position, length] : Stretches(Box().Text(), Box().Marks())) {
+        QTextCursor stretch(paragraphs_.document());
+        stretch.setPosition(position);
+        stretch.setPosition(position + length, QTextCursor::KeepAnchor);
+        marks.append({stretch, format});
+    }
+    if (!marks.isEmpty() || !paragraphs_.extraSelections().isEmpty())
+        paragraphs_.setExtraSelections(marks);
+}
+
 void ParagraphsBinding::Write(const QString& text) {
-    paragraphs_.setPlainText(text);
+    if (ToQt(FromQt(Shown())) == text)
+        paragraphs_.document()->clearUndoRedoStacks();
+    else
+        paragraphs_.setPlainText(text);
+}
+
+void ParagraphsBinding::Revise(const QString& text) {
+    QTextCursor cursor(paragraphs_.document());
+    cursor.beginEditBlock();
+    ReplaceLines(cursor, ToQt(FromQt(Shown())), text);
+    cursor.endEditBlock();
+}
+
+void ParagraphsBinding::Redo() {
+    if (!paragraphs_.isReadOnly())
+        paragraphs_.redo();
 }
 
 void ParagraphsBinding::Lock(bool locked, bool inReach) {
@@ -196,7 +267,11 @@ void ParagraphsBinding::Lock(bool locked, bool inReach) {
 }
 
 void ParagraphsBinding::Correct(const QString& from, const QString& to) {
-    Rewrite(paragraphs_, from, to);
+    // Joined to the edit that caused it, so that one undo takes back both.
+    QTextCursor cursor(paragraphs_.document());
+    cursor.joinPreviousEditBlock();
+    Replace(cursor, 0, from, to);
+    cursor.endEditBlock();
 }
 
 int ParagraphsBinding::Caret() const {

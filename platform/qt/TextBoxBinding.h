@@ -22,10 +22,16 @@ protected:
     /// To be called when the widget's text has changed.
     void Edited();
     void ShowState(bool inReach) override;
+    void ShowText() override;
+    void ShowRevision() override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
     virtual QString Shown() const = 0;
+    /// Shows another text, or the same, and forgets all edits.
     virtual void Write(const QString& text) = 0;
+    /// Changes the text by an edit that can be undone.
+    virtual void Revise(const QString& text) = 0;
+    virtual void Redo() = 0;
     virtual void Lock(bool locked, bool inReach) = 0;
     /// Writes what the filters have made of an edit.
     virtual void Correct(const QString& from, const QString& to) = 0;
@@ -33,6 +39,7 @@ protected:
     virtual void Caret(int position) = 0;
     /// What the widget's text becomes on its way into the box.
     virtual std::string Filtered(const std::string& text) const;
+    const TextBox& Box() const { return box_; }
 
 private:
     QString Typed(const QString& text) const;
@@ -52,7 +59,10 @@ public:
 
 protected:
     QString Shown() const override;
+    void ShowMarks() override;
     void Write(const QString& text) override;
+    void Revise(const QString& text) override;
+    void Redo() override;
     void Lock(bool locked, bool inReach) override;
     void Correct(const QString& from, const QString& to) override;
     int Caret() const override;
@@ -70,7 +80,10 @@ public:
 
 protected:
     QString Shown() const override;
+    void ShowMarks() override;
     void Write(const QString& text) override;
+    void Revise(const QString& text) override;
+    void Redo() override;
     void Lock(bool locked, bool inReach) override;
     void Correct(const QString& from, const QString& to) override;
     int Caret() const override;

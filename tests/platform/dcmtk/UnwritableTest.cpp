@@ -195,8 +195,8 @@ TEST_F(Unwritables, ATextWithoutWhatIsToldCanBeWritten) {
     for (int round = 0; round < 4000; ++round) {
         std::string text = AnyText(random);
         const auto lost = InLatin1(text);
-        for (auto last = lost.rbegin(); last != lost.rend(); ++last)
-            text.replace(last->offset, last->text.size(), "?");
+        for (auto left = lost.size(); left > 0; --left)
+            text.replace(lost[left - 1].offset, lost[left - 1].text.size(), "?");
         ASSERT_EQ(InLatin1(text), Lost{}) << "round " << round;
     }
 }

@@ -252,5 +252,244 @@ TEST_F(TextBoxes, CannotBeUndoneBackIntoWhatTheProgramHasReplaced) {
     EXPECT_EQ(form_.txtParagraphs.Text(), "version 2");
 }
 
+/// A text field of each kind: its model and where a person types.
+struct Field {
+    const char* kind;
+    TextField& (*model)(OneOfEach&);
+    const char* widget;
+    friend void PrintTo(const Field& field, std::ostream* out) { *out << field.kind; }
+};
+
+class TextFields : public OneOfEachShown, public testing::WithParamInterface<Field> {
+protected:
+    TextFields() : model_(GetParam().model(form_)) {
+        widget_ = window_.findChild<QWidget*>(GetParam().widget);
+        if (auto* const box = qobject_cast<QComboBox*>(widget_))
+            widget_ = box->lineEdit();
+        widget_->setFocus();
+    }
+    void Type(const char* text) const { QTest::keyClicks(widget_, text); }
+    void Undo() const { QTest::keyClick(widget_, Qt::Key_Z, Qt::ControlModifier); }
+    void Redo() const { QTest::keyClick(widget_, Qt::Key_Y, Qt::ControlModifier); }
+    void UndoAll() const {
+        for (int step = 0; step < 20; ++step)
+            Undo();
+    }
+    void RedoAll() const {
+        for (int step = 0; step < 20; ++step)
+            Redo();
+    }
+
+    TextField& model_;
+    QWidget* widget_;
+};
+
+INSTANTIATE_TEST_SUITE_P(
+    , TextFields,
+    testing::Values(Field{"Line", [](OneOfEach& form) -> TextField& { return form.txtLine; }, "txtLine"},
+                    Field{"Paragraphs", [](OneOfEach& form) -> TextField& { return form.txtParagraphs; },
+                          "txtParagraphs"},
+                    Field{"Box", [](OneOfEach& form) -> TextField& { return form.cmbBox; }, "cmbBox"}),
+    testing::PrintToStringParamName());
+
+TEST_P(TextFields, UndoWhatWasTypedBeforeARevision) {
+    Type("abc");
+    model_.Revise("saved");
+
+    Undo();
+    EXPECT_EQ(model_.Text(), "abc");
+    UndoAll();
+    EXPECT_EQ(model_.Text(), "");
+}
+
+TEST_P(TextFields, UndoWhatWasTypedBeforeARevisionToTheSame) {
+    Type("abc");
+    model_.Revise("abc");
+
+    UndoAll();
+
+    EXPECT_EQ(model_.Text(), "");
+}
+
+TEST_P(TextFields, UndoWhatWasTypedAfterARevisionAlone) {
+    Type("abc");
+    model_.Revise("abX");
+    QTest::keyClick(widget_, Qt::Key_End);
+    Type("d");
+
+    Undo();
+
+    EXPECT_EQ(model_.Text(), "abX");
+}
+
+TEST_P(TextFields, KeepTheCaretBehindWhatWasRevised) {
+    Type("abc");
+    model_.Revise("a--bc");
+    Type("d");
+
+    EXPECT_EQ(model_.Text(), "a--bcd");
+}
+
+TEST_P(TextFields, RedoWithCtrlYAndWithCtrlShiftZ) {
+    Type("abc");
+    model_.Revise("abX");
+    Undo();
+
+    Redo();
+    EXPECT_EQ(model_.Text(), "abX");
+    Undo();
+    QTest::keyClick(widget_, Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
+    EXPECT_EQ(model_.Text(), "abX");
+}
+
+TEST_P(TextFields, NeverGiveBackWhatWasTypedBeforeANewText) {
+    Type("first patient");
+    model_.Text("second");
+
+    UndoAll();
+    RedoAll();
+
+    EXPECT_EQ(model_.Text(), "second");
+}
+
+TEST_P(TextFields, NeverGiveBackWhatWasTypedBeforeTheSameTextOfAnother) {
+    Type("Normal");
+    model_.Text("Normal");
+
+    UndoAll();
+
+    EXPECT_EQ(model_.Text(), "Normal");
+}
+
+TEST_P(TextFields, NeverRedoWhatWasUndoneBeforeANewText) {
+    Type("first patient");
+    UndoAll();
+    model_.Text("");
+
+    RedoAll();
+
+    EXPECT_EQ(model_.Text(), "");
+}
+
+TEST_P(TextFields, NeverGiveBackAnotherPatientsTextAfterARevisionEither) {
+    Type("first patient");
+    model_.Text("second");
+    model_.Revise("second, saved");
+
+    UndoAll();
+
+    EXPECT_EQ(model_.Text(), "second");
+}
+
+TEST_P(TextFields, UndoNothingWhileOutOfReach) {
+    Type("abc");
+    model_.Revise("abX");
+    model_.Enabled(false);
+
+    Undo();
+    Redo();
+
+    EXPECT_EQ(model_.Text(), "abX");
+}
+
+TEST_P(TextFields, SayThatTheyHaveChangedWhoeverDidIt) {
+    int changes = 0;
+    model_.Changed = [&] { ++changes; };
+
+    model_.Text("a");
+    model_.Revise("b");
+    Type("c");
+    Undo();
+
+    EXPECT_EQ(changes, 4);
+}
+
+TEST_P(TextFields, KeepTheTextTheCaretAndTheUndoWhenMarked) {
+    Type("a-b");
+    model_.Marks({{1, 1}});
+    Type("c");
+    EXPECT_EQ(model_.Text(), "a-bc");
+
+    UndoAll();
+
+    EXPECT_EQ(model_.Text(), "");
+}
+
+TEST_P(TextFields, DrawTheirMarksAndTakeThemAway) {
+    Type("abc");
+    window_.setFocus(); // a caret would blink into the pictures
+    QCoreApplication::processEvents();
+    const QImage plain = widget_->grab().toImage();
+
+    model_.Marks({{1, 1}});
+    EXPECT_NE(widget_->grab().toImage(), plain);
+    model_.Marks({});
+    EXPECT_EQ(widget_->grab().toImage(), plain);
+}
+
+TEST_F(TextBoxes, UndoWhatWasTypedIntoABoxWhoseListWasFilledAgain) {
+    form_.cmbBox.AddItems({"Chest"});
+    QTest::keyClicks(Find<QComboBox>("cmbBox").lineEdit(), "abc");
+    form_.cmbBox.AddItems({"Chest"});
+
+    QTest::keyClick(Find<QComboBox>("cmbBox").lineEdit(), Qt::Key_Z, Qt::ControlModifier);
+
+    EXPECT_EQ(form_.cmbBox.Text(), "");
+}
+
+TEST_F(TextBoxes, UndoAPasteIntoALineTogetherWithWhatTheFilterMadeOfIt) {
+    form_.txtLine.Filter = PlainQuotes;
+    form_.txtLine.Text("ab");
+    Paste(line_, QString::fromUtf8("…"));
+
+    QTest::keyClick(&line_, Qt::Key_Z, Qt::ControlModifier);
+
+    EXPECT_EQ(form_.txtLine.Text(), "ab");
+}
+
+TEST_F(TextBoxes, UndoNothingWhileLocked) {
+    for (TextBox* const box : {&form_.txtLine, &form_.txtParagraphs}) {
+        box->Revise("typed");
+        box->Locked(true);
+    }
+
+    for (QWidget* const widget : {static_cast<QWidget*>(&line_), static_cast<QWidget*>(&paragraphs_)})
+        for (const auto key : {Qt::Key_Z, Qt::Key_Y})
+            QTest::keyClick(widget, key, Qt::ControlModifier);
+
+    EXPECT_EQ(form_.txtLine.Text(), "typed");
+    EXPECT_EQ(form_.txtParagraphs.Text(), "typed");
+}
+
+TEST_F(TextBoxes, UnderlineAMarkBehindALineEndAndACharacterOfTwoUnits) {
+    form_.txtParagraphs.Text("\xC3\xA9\r\n\xF0\x9F\xA7\xA0 \xE2\x89\xA5 5");
+    form_.txtParagraphs.Marks({{9, 3}});
+
+    const auto marks = paragraphs_.extraSelections();
+    ASSERT_EQ(marks.size(), 1);
+    EXPECT_EQ(marks[0].cursor.selectedText(), QString(QChar(0x2265)));
+    EXPECT_EQ(marks[0].format.underlineStyle(), QTextCharFormat::WaveUnderline);
+}
+
+TEST_F(TextBoxes, LeaveTheCaretInItsLineWhenOthersAreRevised) {
+    form_.txtParagraphs.Text("a>b\r\nhere\r\nc>d");
+    auto caret = paragraphs_.textCursor();
+    caret.setPosition(6);
+    paragraphs_.setTextCursor(caret);
+
+    form_.txtParagraphs.Revise("a->b\r\nhere\r\nc->d");
+
+    EXPECT_EQ(paragraphs_.textCursor().position(), 7);
+}
+
+TEST_F(TextBoxes, TakeBackARevisionOfSeveralLinesByOneUndo) {
+    form_.txtParagraphs.Text("a>b\r\nhere\r\nc>d");
+    form_.txtParagraphs.Revise("a->b\r\nhere\r\nc->d");
+
+    QTest::keyClick(&paragraphs_, Qt::Key_Z, Qt::ControlModifier);
+
+    EXPECT_EQ(form_.txtParagraphs.Text(), "a>b\r\nhere\r\nc>d");
+}
+
 } // namespace
 } // namespace tavrel
