@@ -1,0 +1,79 @@
+#include "host/PlainForm.h"
+#include "tests/support/Workstation.h"
+
+#include <gtest/gtest.h>
+
+namespace tavrel {
+namespace {
+
+struct Written {
+    const char* name;
+    std::string_view before;
+    std::string_view after;
+    friend void PrintTo(const Written& written, std::ostream* out) { *out << written.name; }
+};
+
+class PlainForms : public testing::Test {
+protected:
+    std::vector<LostCharacter> Lost(std::string_view text) const {
+        return station_.global.ports.dicom.FindUnwritable(text, "ISO_IR 100");
+    }
+    std::string Plainly(std::string_view text) const { return WrittenPlainly(text, Lost(text)); }
+
+    test::Workstation station_;
+};
+
+class PlainFormsOf : public PlainForms, public testing::WithParamInterface<Written> {};
+
+TEST_P(PlainFormsOf, SayTheSame) {
+    EXPECT_EQ(Plainly(GetParam().before), GetParam().after);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , PlainFormsOf,
+    testing::Values(Written{"Relations", "≥5, ≤6, ≠7, ≈8", ">=5, <=6, <>7, ~8"},
+                    Written{"Arrows", "3→4, ←", "3->4, <-"},
+                    Written{"Greek", "α-blocker, Δ, 5 μm", "alpha-blocker, Delta, 5 µm"},
+                    Written{"LookAlikes", "\u2126 \u03A9 \u2206 \u2212", "Ohm Omega Delta -"},
+                    Written{"Letters", "Łódź, Erdős, Erdoğan, Ștefan, Nguyễn", "Lódz, Erdos, Erdogan, Stefan, Nguyen"},
+                    Written{"Ligatures", "Œuvre, ﬁne", "OEuvre, fine"}, Written{"Money", "5 €", "5 EUR"},
+                    Written{"Roots", "√2, ∞", "sqrt2, infinity"}, Written{"RaisedDigits", "10⁴", "10^4"},
+                    Written{"RaisedNumbers", "10⁻¹⁰ and 10⁻⁴⁵", "10^-¹^0 and 10^-45"},
+                    Written{"LoweredDigits", "CO₂, H₂O, x₁₂, log2₁₀", "CO2, H2O, x12, log2_10"},
+                    Written{"Fractions", "⅓, 2⅓", "1/3, 2 1/3"}, Written{"FullWidth", "ＣＴ：１", "CT:1"},
+                    Written{"LettersWithLooseMarks", "o\u030B q\u0308\u0301 \u03B1\u0301", "o q alpha"},
+                    Written{"ControlCharacters", "a\vb\ac", "a bc"}, Written{"NothingLost", "é ² µ", "é ² µ"}),
+    testing::PrintToStringParamName());
+
+TEST_F(PlainForms, LeaveWhatHasNone) {
+    EXPECT_EQ(Plainly("山 ≥ \U0001F9E0 Жук"), "山 >= \U0001F9E0 Жук");
+}
+
+TEST_F(PlainForms, KeepAStrokeThatChangesTheMeaning) {
+    EXPECT_EQ(Plainly("a >\u0338 b"), "a >\u0338 b");
+    EXPECT_EQ(Plainly("a <\u0338 b"), "a <\u0338 b");
+}
+
+/// A character of the basic plane in UTF-8.
+std::string Character(std::uint32_t code) {
+    const auto last = static_cast<char>(0x80U | (code & 0x3FU));
+    if (code < 0x800)
+        return {static_cast<char>(0xC0U | code >> 6), last};
+    return {static_cast<char>(0xE0U | code >> 12), static_cast<char>(0x80U | (code >> 6 & 0x3FU)), last};
+}
+
+TEST_F(PlainForms, CanAllBeWritten) {
+    int forms = 0;
+    for (std::uint32_t code = 0x80; code < 0x10000; ++code) {
+        const auto character = Character(code);
+        for (const auto& lost : Lost(character)) {
+            const auto form = PlainForm(character, lost);
+            forms += form ? 1 : 0;
+            EXPECT_TRUE(!form || Lost(*form).empty()) << std::hex << code << " as " << *form;
+        }
+    }
+    EXPECT_GT(forms, 600);
+}
+
+} // namespace
+} // namespace tavrel
