@@ -29,7 +29,7 @@ constexpr std::array<Column, std::tuple_size_v<PrintRow>> Columns = {{
     {"LastUpdated"},
     {"ApprovingPhysician"},
     {"ApprovingDate"},
-    {"Reading", ParameterType::LongVariableCharacter, 1024},
+    {"Reading", ParameterType::LongVariableCharacter, LongestPrintedReading},
 }};
 
 constexpr std::string_view UpdateStatement =

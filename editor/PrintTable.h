@@ -3,9 +3,13 @@
 #include "host/Global.h"
 
 #include <array>
+#include <cstddef>
 #include <string>
 
 namespace tavrel {
+
+/// The characters that the print table takes of a reading; line ends count as two.
+inline constexpr std::size_t LongestPrintedReading = 1024;
 
 /// The one row of the print table `Report`, in the order of its columns (PrintTable.cpp).
 using PrintRow = std::array<std::string, 15>;

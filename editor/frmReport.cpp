@@ -40,6 +40,8 @@ frmReport::frmReport(Global& global, ServiceEvents& serviceEvents, frmSRSeriesCh
           global, codeTables, *this, [this]() -> DcmSRDocument& { return ShownDocument(); },
           {lstFinding, cmdFnAdd, cmdFnModify, cmdFnDelete}, {lstDiagnosis, cmdDxAdd, cmdDxModify, cmdDxDelete},
           cmdTitle, cmdBaseBody),
+      writingHelp_(global, {cmbReportTitle, txtReportTitle, txtReportAnnotation, frmReading, lblUnwritable,
+                            cmdWritePlainly, lblPrintedLength}),
       images_(global) {
     lstHistory.Click = [this] { lstHistory_Click(); };
     cmdSave.Click = [this] { cmdSave_Click(); };
@@ -168,7 +170,7 @@ void frmReport::FillScreen() {
             const auto& document = CurrentDocument(global_);
             FillPatientAndStudy(document);
             FillTitle(document);
-            txtReportAnnotation.Text(document.Reading());
+            writingHelp_.Fill(txtReportAnnotation, document.Reading(), document);
             ShowReferring(document.Referring());
             ShowApprover(document);
             bool readOnly = document.ReadOnly();
@@ -214,8 +216,8 @@ void frmReport::FillTitle(const DcmSRDocument& document) {
 
     std::string scheme, code, meaning, annotation;
     document.GetTitle(scheme, code, meaning, annotation);
-    cmbReportTitle.Text(meaning);
-    txtReportTitle.Text(annotation);
+    writingHelp_.Fill(cmbReportTitle, meaning, document);
+    writingHelp_.Fill(txtReportTitle, annotation, document);
 }
 
 void frmReport::ShowReferring(const ObservationContext* referring) {
@@ -240,6 +242,7 @@ void frmReport::Lock(bool& readOnly) {
                                                      &cmdApprove, &cmdTitle, &cmdBaseBody, &cmdFnAdd, &cmdFnModify,
                                                      &cmdFnDelete, &cmdDxAdd, &cmdDxModify, &cmdDxDelete}))
         control->Enabled(readOnly);
+    writingHelp_.Look();
 }
 
 void frmReport::ShowState() {

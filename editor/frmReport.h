@@ -5,6 +5,7 @@
 #include "editor/PrintTable.h"
 #include "editor/ReportOwner.h"
 #include "editor/ReportState.h"
+#include "editor/WritingHelp.h"
 #include "host/Global.h"
 #include "platform/printer.h"
 #include "platform/service_events.h"
@@ -73,6 +74,9 @@ public:
     Frame frmReading{*this, "frmReading"};
     Button cmdVocal{*this, "cmdVocal"};
     TextBox txtReportAnnotation{*this, "txtReportAnnotation"};
+    Label lblUnwritable{*this, "lblUnwritable"}; ///< what the file cannot hold
+    Button cmdWritePlainly{*this, "cmdWritePlainly"};
+    Label lblPrintedLength{*this, "lblPrintedLength"};
 
     Frame frmPatient{*this, "frmPatient"};
     Label txtPtName{*this, "txtPtName", NotFilled}, txtPtPatientID{*this, "txtPtPatientID", NotFilled};
@@ -142,6 +146,7 @@ private:
     frmSRSeriesChoice& chooser_;
     ReportPrinter& printer_;
     CodedEntries codedEntries_;
+    WritingHelp writingHelp_;
     ImageHandOver images_;
     ReportOwner* owner_ = nullptr;
     std::shared_ptr<OpenedReport> shown_; ///< the report that the screen was filled from; none before the first
