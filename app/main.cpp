@@ -62,7 +62,7 @@ int Run(PosixProcess& process) {
     CTavrelFactory factory(global, viewers, chooser, *editor);
     const DbusOpenReport openReport(bus, [&] {
         const auto* window = windows.WindowOf(*editor);
-        return window && window->isVisible() ? global.report.studyUid : std::string();
+        return window && window->isVisible() ? editor->ShownStudyUid() : std::string();
     });
     DbusAutomation automation(bus, factory, process,
                               {.storing = [&] { return background.Running() || serviceEvents.Awaiting(); },

@@ -139,8 +139,11 @@ void WritingHelp::TellLength() {
 
 void WritingHelp::WritePlainly() {
     for (auto& field : fields_)
-        if (!field.lost.empty())
+        if (!field.lost.empty()) {
             field.control.Revise(WrittenPlainly(field.control.Text(), std::vector(field.lost)));
+            if (field.control.Edited) // the person asked for it
+                field.control.Edited();
+        }
 }
 
 } // namespace tavrel

@@ -35,6 +35,8 @@ public:
     /// Makes the report on the screen the current one again. An opening that was cancelled or failed may have left
     /// another in its place, which nobody sees.
     void MakeShownCurrent();
+    /// The study of the report on the screen; empty before the first.
+    std::string ShownStudyUid() const { return shown_ ? shown_->studyUid : std::string(); }
 
     void Form_Load();
     /// Closes the report at its owner, which ends the process, and unloads.
