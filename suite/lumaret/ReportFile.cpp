@@ -44,8 +44,7 @@ std::string Declared(DcmItem& item, const std::string& inherited) {
 }
 
 /// Turns every text below `item` into UTF-8; what a nested item declares holds for it.
-void TurnToUtf8(DcmItem& item,
-                const std::string& inherited) {
+void TurnToUtf8(DcmItem& item, const std::string& inherited) {
     const std::string declared = Declared(item, inherited);
     const CharacterSet characters(declared);
     for (unsigned long index = 0; index < item.card(); ++index) {
