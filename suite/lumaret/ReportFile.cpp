@@ -79,9 +79,9 @@ QString Rendered(DSRDocument& document, const QString& path) {
         Fail(path, "the document is too long");
     // Texts of the file are escaped: what looks like an anchor is the toolkit's own. Of one that refers to another
     // object stays what it names.
-    static const QRegularExpression reference("<a href=\"http://localhost/[^\"+]*\\+([0-9.]+)[^>]*>([^<]*)</a>");
-    static const QRegularExpression anchor("</?a(?:\\s[^>]*)?>");
-    return QString::fromStdString(bytes).replace(reference, "\\2 (\\1)").remove(anchor);
+    static const QRegularExpression reference(R"(<a href="http://localhost/[^"+]*\+([0-9.]+)[^>]*>([^<]*)</a>)");
+    static const QRegularExpression anchor(R"(</?a(?:\s[^>]*)?>)");
+    return QString::fromStdString(bytes).replace(reference, R"(\2 (\1))").remove(anchor);
 }
 
 QString DateAndTimeOf(DcmDataset& dataSet) {
@@ -114,10 +114,12 @@ QString OnScreen(const QString& dateAndTime, const QString& path) {
 
 std::vector<ReportVersion> VersionsOf(const QStringList& files) {
     std::vector<std::pair<QString, QString>> dated;
+    dated.reserve(static_cast<std::size_t>(files.size()));
     for (const QString& file : files)
         dated.emplace_back(SortKeyOf(file), file);
     std::ranges::sort(dated, std::greater());
     std::vector<ReportVersion> versions;
+    versions.reserve(dated.size());
     for (const auto& [key, file] : dated)
         versions.push_back({file, OnScreen(key, file)});
     return versions;
