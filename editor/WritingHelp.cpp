@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <set>
+#include <span>
 
 namespace tavrel {
 namespace {
@@ -29,6 +30,16 @@ std::string WithThousands(std::size_t number) {
 std::string Quoted(const std::string& character) {
     const auto first = static_cast<unsigned char>(character.front());
     return first < 0x20 || character == "\x7F" ? "a control character" : "\"" + character + "\"";
+}
+
+std::string Sentence(std::span<const std::string> lost) {
+    if (lost.empty())
+        return {};
+    const auto count = std::min(lost.size(), MostNamed);
+    std::string named = "The file cannot hold " + lost.front();
+    for (const auto& next : lost.subspan(1, count - 1))
+        named += ", " + next;
+    return named + (lost.size() > count ? " and " + std::to_string(lost.size() - count) + " more." : ".");
 }
 
 std::size_t LineOf(std::string_view text, std::size_t offset) {
@@ -95,32 +106,23 @@ void WritingHelp::Judge(Field& field) const {
 }
 
 void WritingHelp::TellLost() {
-    std::set<std::string_view> told;
-    std::string named, stubborn;
-    bool helps = false;
+    std::set<std::string_view> known;
+    std::vector<std::string> stubborn, pliable;
     for (const auto& [control, place, lost, report] : fields_)
         for (const auto& character : lost) {
-            if (!told.insert(character.text).second)
+            if (!known.insert(character.text).second)
                 continue;
             const bool plain = PlainForm(control.Text(), character).has_value();
-            helps = helps || plain;
-            if (!plain && stubborn.empty())
-                stubborn = Quoted(character.text);
-            if (told.size() > MostNamed)
-                continue;
             const auto where =
                 place.empty() ? "line " + std::to_string(LineOf(control.Text(), character.offset)) : std::string{place};
-            named += (named.empty() ? "" : ", ") + Quoted(character.text) + " (" + where + ")";
+            (plain ? pliable : stubborn)
+                .push_back(Quoted(character.text) + " (" + where + (plain ? ")" : ", no plain form)"));
         }
-    std::string words;
-    if (!named.empty())
-        words = "The file cannot hold " + named +
-                (told.size() > MostNamed ? " and " + std::to_string(told.size() - MostNamed) + " more." : ".");
-    if (!stubborn.empty())
-        words += " There is no plain form of " + stubborn + ".";
-    controls_.lost.Text(words);
-    controls_.lost.Emphasis(words.empty() ? Label::Tone::Neutral : Label::Tone::Attention);
-    controls_.writePlainly.Visible(helps);
+    controls_.writePlainly.Visible(!pliable.empty());
+    // What nobody but the physician can mend comes first.
+    stubborn.insert(stubborn.end(), pliable.begin(), pliable.end());
+    controls_.lost.Text(Sentence(stubborn));
+    controls_.lost.Emphasis(stubborn.empty() ? Label::Tone::Neutral : Label::Tone::Attention);
 }
 
 void WritingHelp::TellLength() {
@@ -138,12 +140,13 @@ void WritingHelp::TellLength() {
 }
 
 void WritingHelp::WritePlainly() {
-    for (auto& field : fields_)
-        if (!field.lost.empty()) {
-            field.control.Revise(WrittenPlainly(field.control.Text(), std::vector(field.lost)));
-            if (field.control.Edited) // the person asked for it
-                field.control.Edited();
-        }
+    for (auto& [control, place, lost, report] : fields_) {
+        if (lost.empty())
+            continue;
+        control.Revise(WrittenPlainly(control.Text(), std::vector(lost))); // a revision judges anew
+        if (control.Edited)
+            control.Edited();
+    }
 }
 
 } // namespace tavrel

@@ -12,9 +12,13 @@
 namespace tavrel {
 
 QTextCharFormat MarkFormat(const QWidget& widget) {
+    QColor colour = widget.palette().color(QPalette::BrightText);
     QTextCharFormat format;
     format.setUnderlineStyle(QTextCharFormat::WaveUnderline);
-    format.setUnderlineColor(widget.palette().color(QPalette::BrightText));
+    format.setUnderlineColor(colour);
+    constexpr int tint = 48; // the line alone is a hair's breadth
+    colour.setAlpha(tint);
+    format.setBackground(colour);
     return format;
 }
 

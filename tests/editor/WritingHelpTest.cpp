@@ -54,7 +54,7 @@ TEST_F(WritingHelps, NameEachCharacterOnceAndNoMoreThanFitALine) {
 
 TEST_F(WritingHelps, SayWhatHasNoPlainForm) {
     editor.txtReportAnnotation.Typed("≥ 山");
-    EXPECT_EQ(Told(), "The file cannot hold \"≥\" (line 1), \"山\" (line 1). There is no plain form of \"山\".");
+    EXPECT_EQ(Told(), "The file cannot hold \"山\" (line 1, no plain form), \"≥\" (line 1).");
     EXPECT_TRUE(editor.cmdWritePlainly.Visible());
 }
 
@@ -78,11 +78,18 @@ TEST_F(WritingHelps, WriteEveryFieldPlainly) {
     EXPECT_EQ(editor.txtReportAnnotation.Text(), "Lódz: 3->4 山");
 }
 
+TEST_F(WritingHelps, LeaveAReportUnsavedThatWasWrittenPlainly) {
+    station.Document().Reading("≥");
+    editor.txtReportAnnotation.Text("≥");
+    editor.cmdWritePlainly.Press();
+    EXPECT_EQ(editor.lblState.Text(), "Unsaved changes");
+}
+
 TEST_F(WritingHelps, StillUnderlineWhatHasNoPlainForm) {
     editor.txtReportAnnotation.Typed("≥ 山");
     editor.cmdWritePlainly.Press();
     EXPECT_EQ(Underlined(editor.txtReportAnnotation), Texts{"山"});
-    EXPECT_EQ(Told(), "The file cannot hold \"山\" (line 1). There is no plain form of \"山\".");
+    EXPECT_EQ(Told(), "The file cannot hold \"山\" (line 1, no plain form).");
     EXPECT_FALSE(editor.cmdWritePlainly.Visible());
 }
 
@@ -95,13 +102,15 @@ TEST_F(WritingHelps, AreSilentWhenTheLastSuchCharacterIsGone) {
 }
 
 TEST_F(WritingHelps, JudgeATextThatTheFormFillsIn) {
-    station.Document().Reading("→");
-    editor.Form_Load();
-    editor.txtReportAnnotation.Typed("→");
-    station.Document().Reading("≥");
-    station.Document().SetTitle("", "", "", "β");
     editor.txtReportAnnotation.Text("≥");
     EXPECT_EQ(Underlined(editor.txtReportAnnotation), Texts{"≥"});
+}
+
+TEST_F(WritingHelps, JudgeAVersionThatCanBeChangedAgain) {
+    editor.lstHistory.ListIndex(0);
+    editor.cmdLastVersion.Press();
+    editor.txtReportAnnotation.Typed("→");
+    EXPECT_EQ(Underlined(editor.txtReportAnnotation), Texts{"→"});
 }
 
 TEST_F(WritingHelps, SayNothingOfAVersionThatCannotBeChanged) {

@@ -392,6 +392,19 @@ TEST_P(TextFields, UndoNothingWhileOutOfReach) {
     EXPECT_EQ(model_.Text(), "abX");
 }
 
+TEST_P(TextFields, RedoNothingWhileOutOfReachAndAllOfItAfterwards) {
+    Type("abc");
+    Undo();
+    model_.Enabled(false);
+    Redo();
+    EXPECT_EQ(model_.Text(), "");
+
+    model_.Enabled(true);
+    widget_->setFocus();
+    Redo();
+    EXPECT_EQ(model_.Text(), "abc");
+}
+
 TEST_P(TextFields, SayThatTheyHaveChangedWhoeverDidIt) {
     int changes = 0;
     model_.Changed = [&] { ++changes; };

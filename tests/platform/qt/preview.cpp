@@ -49,6 +49,7 @@ public:
         Picture(editor, "report-smallest", {1, 1});
         Picture(editor, "report-large", {1920, 1080});
         Picture(editor, "report-largest", {3840, 2160});
+        TakeUnwritable();
         TakeCodes();
         editor.lstHistory.ListIndex(0);
         Picture(editor, "report-older", {1280, 800});
@@ -56,6 +57,19 @@ public:
     }
 
 private:
+    void TakeUnwritable() {
+        editor.cmbReportTitle.Revise("CT Report α");
+        editor.txtReportTitle.Revise("Chest CT, nodule ≥ 4 mm");
+        editor.txtReportAnnotation.Revise("Nodule ≥ 4 mm, 3→4 mm since March, 山.\r\n" + std::string(Reading) +
+                                          std::string(270, '.'));
+        Picture(editor, "report-unwritable", {1280, 800});
+        Picture(editor, "report-unwritable-large", {1920, 1080});
+        editor.txtReportAnnotation.Revise(std::string(Reading) + " " + Reading);
+        editor.txtReportTitle.Revise("Chest CT, nodule of 4 mm");
+        editor.cmbReportTitle.Revise("CT Report");
+        Picture(editor, "report-too-long", {1280, 800});
+        editor.txtReportAnnotation.Revise(Reading);
+    }
     void TakeCodes() {
         editor.cmdFnAdd.Press();
         codeTables.txtFind.Typed("CALC");
