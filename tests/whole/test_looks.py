@@ -119,8 +119,8 @@ class OfTheReport(Looks, SystemTest):
         report = self.open(Study(PatientName="CONTI-FERRARI^MARIA GIOVANNA"))
         report.fill(reading="α")
         report.press("Save")
-        self.picture("message", report.program.message("The character "))
-        report.confirm("The character ")
+        self.picture("message", report.program.message("The report cannot be stored: "))
+        report.confirm("The report cannot be stored: ")
         report.close()
 
     def take_all(self):

@@ -60,6 +60,7 @@ class TheWholeJob(BesideTheReport):
         self.viewer.report_images.wait_rows(2)
         self.assertEqual(editor.read("Report title"), "Chest CT")
         self.assertEqual(self.viewer.report_images.rows(), names)
+        self.viewer.press("Hide")  # the report's text, beside which the image is smaller
         for index, picture in enumerate(shown):
             self.viewer.activate()
             self.viewer.report_images.click(index)
@@ -244,7 +245,6 @@ class TheReportProgram(BesideTheReport):
         self.assertLess(waited, 7)
         message.press("OK")
         message.wait_closed()
-        editor.confirm("SendFileInfo ", 2)
         os.kill(self.viewer.process.pid, signal.SIGCONT)
         self.viewer.report_images.wait_rows(0)
         editor.press("Last Version")
