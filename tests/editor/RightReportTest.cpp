@@ -33,7 +33,10 @@ public:
         images->SetElementString(0, attribute::PatientBirthDate, "");
         return images;
     }
-    std::string SeriesSent() const { return TextOf(store.sent.back().dataSet->GetValue(attribute::SeriesInstanceUid)); }
+    std::string SeriesSent() const {
+        return store.sent.empty() ? "nothing"
+                                  : TextOf(store.sent.back().dataSet->GetValue(attribute::SeriesInstanceUid));
+    }
     void AddOneImage() {
         automation.RemoveImagesFromSR();
         automation.AddImageToSR("rossi.dcm", SomeView(), "");
