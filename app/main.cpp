@@ -23,6 +23,7 @@
 #include "platform/qt/FormWindow.h"
 #include "platform/qt/QtBackground.h"
 #include "platform/qt/QtReportPrinter.h"
+#include "platform/qt/QtTimer.h"
 #include "platform/qt/QtWindows.h"
 
 #include <QApplication>
@@ -51,9 +52,10 @@ int Run(PosixProcess& process) {
 
     frmBase codeTables(global);
     QtReportPrinter printer(windows);
+    QtTimer draftTimer;
     std::optional<frmReport> editor; // the chooser's New is the editor's, which holds the chooser
     frmSRSeriesChoice chooser(global, [&] { editor->cmdNew_Click(); });
-    editor.emplace(global, serviceEvents, chooser, codeTables, printer);
+    editor.emplace(global, serviceEvents, chooser, codeTables, printer, draftTimer);
 
     Main(global);
     if (!process.StartedByAutomation())
@@ -69,6 +71,7 @@ int Run(PosixProcess& process) {
                                .windowOpen = [&] { return windows.AnyWindowOpen(); }});
     process.AtEnd([&] { automation.Leave(); });
     QApplication::exec();
+    editor->KeepDraft();
     process.End(); // the desktop asked to quit: windows are still open, so nothing is taken apart
     return EXIT_SUCCESS;
 }

@@ -52,7 +52,26 @@ StateLine OfTheVersion(const DcmSRDocument& document, const ScreenState& screen)
     return Editable(document, screen);
 }
 
+std::string Offer(const DcmSRDocument& document, const Draft& draft, std::size_t count) {
+    std::string text = "Draft of " + FullDateTimeText(draft.written) + ", not saved";
+    if (count > 1)
+        text += " (the newest of " + std::to_string(count) + ")";
+    if (document.HoldsMore())
+        return text + "; this report cannot be changed here";
+    if (document.status() == DcmSRDocument::Approved)
+        return text + "; the report is approved meanwhile";
+    if (document.ReadOnly())
+        return text + "; \"Last Version\" shows where it can be put back";
+    if (LastLabel(document) != draft.version)
+        return text + "; a newer version was saved meanwhile";
+    return text;
+}
+
 } // namespace
+
+std::string LastLabel(const DcmSRDocument& document) {
+    return document.VersionCount() > 0 ? document.Version(document.VersionCount()) : "";
+}
 
 StateLine DescribeState(const DcmSRDocument& document, const ScreenState& screen) {
     if (!screen.notShown.empty())
@@ -68,6 +87,15 @@ StateLine DescribeState(const DcmSRDocument& document, const ScreenState& screen
             line.tone = Tone::Attention;
     }
     return line;
+}
+
+StateLine DescribeDraft(const DcmSRDocument& document, const DraftState& state) {
+    std::string offer = state.offer ? Offer(document, *state.offer, state.offers) : "";
+    if (state.notKept.empty())
+        return {std::move(offer), Tone::Attention};
+    return {offer + (offer.empty() ? "" : ". ") +
+                "What is typed now is safe only once it is saved: " + OneLine(state.notKept),
+            Tone::Failure};
 }
 
 } // namespace tavrel

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "editor/Drafts.h"
 #include "platform/controls.h"
 #include "sr/DcmSRDocument.h"
 
@@ -23,5 +24,18 @@ struct StateLine {
 };
 
 StateLine DescribeState(const DcmSRDocument& document, const ScreenState& screen);
+
+/// The label of the last version; empty when there is none.
+std::string LastLabel(const DcmSRDocument& document);
+
+/// What the line below says of what was typed and not saved.
+struct DraftState {
+    const Draft* offer = nullptr; ///< the newest draft that can be put back
+    std::size_t offers = 0;       ///< how many there are
+    std::string notKept{};        ///< why what is typed cannot be kept
+};
+
+/// Empty when there is nothing to say.
+StateLine DescribeDraft(const DcmSRDocument& document, const DraftState& state);
 
 } // namespace tavrel

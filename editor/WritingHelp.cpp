@@ -143,9 +143,7 @@ void WritingHelp::WritePlainly() {
     for (auto& [control, place, lost, report] : fields_) {
         if (lost.empty())
             continue;
-        control.Revise(WrittenPlainly(control.Text(), std::vector(lost))); // a revision judges anew
-        if (control.Edited)
-            control.Edited();
+        control.TypeIn(WrittenPlainly(control.Text(), std::vector(lost))); // which judges anew
     }
 }
 

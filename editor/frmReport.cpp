@@ -34,7 +34,7 @@ std::string AgeText(const DateTime& birth, const DateTime& today) {
 } // namespace
 
 frmReport::frmReport(Global& global, ServiceEvents& serviceEvents, frmSRSeriesChoice& chooser, frmBase& codeTables,
-                     ReportPrinter& printer)
+                     ReportPrinter& printer, Timer& draftTimer)
     : Form("frmReport"), global_(global), serviceEvents_(serviceEvents), chooser_(chooser), printer_(printer),
       codedEntries_(
           global, codeTables, *this, [this]() -> DcmSRDocument& { return ShownDocument(); },
@@ -42,7 +42,8 @@ frmReport::frmReport(Global& global, ServiceEvents& serviceEvents, frmSRSeriesCh
           cmdTitle, cmdBaseBody),
       writingHelp_(global, {cmbReportTitle, txtReportTitle, txtReportAnnotation, frmReading, lblUnwritable,
                             cmdWritePlainly, lblPrintedLength}),
-      images_(global) {
+      images_(global), drafts_(
+                           global.ports, draftTimer, [this] { return Typed(); }, [this] { ShowDraft(); }) {
     lstHistory.Click = [this] { lstHistory_Click(); };
     cmdSave.Click = [this] { cmdSave_Click(); };
     cmdApprove.Click = [this] { cmdApprove_Click(); };
@@ -51,7 +52,14 @@ frmReport::frmReport(Global& global, ServiceEvents& serviceEvents, frmSRSeriesCh
     cmdOthers.Click = [this] { cmdOthers_Click(); };
     cmdPrint.Click = [this] { cmdPrint_Click(); };
     cmdClose.Click = [this] { cmdClose_Click(); };
-    cmbReportTitle.Edited = txtReportTitle.Edited = txtReportAnnotation.Edited = [this] { ShowState(); };
+    cmdPutBack.Click = [this] { cmdPutBack_Click(); };
+    cmdDiscard.Click = [this] { cmdDiscard_Click(); };
+    cmbReportTitle.Edited = txtReportTitle.Edited = txtReportAnnotation.Edited = [this] {
+        ShowState();
+        drafts_.Edited();
+    };
+    for (Control* control : std::to_array<Control*>({&lblDraft, &cmdPutBack, &cmdDiscard}))
+        control->Visible(false);
     txtReportTitle.Filter = PlainText;
     txtReportAnnotation.Filter = PlainText;
 }
@@ -92,6 +100,7 @@ void frmReport::Form_Load() {
 }
 
 void frmReport::Form_Unload() {
+    KeepDraft();
     Trap([&] { Owner().CloseReport(); }, [](const Error&) {});
     global_.ports.windows.Unload(*this);
 }
@@ -108,6 +117,7 @@ void frmReport::ShowSiteCaption() {
 void frmReport::LoadDocs() {
     TrapNumbered(global_.ports.windows, "frmReport.LoadDocs:", [&] {
         const auto& document = CurrentDocument(global_);
+        KeepDraft();
         if (shown_ && shown_->studyUid != global_.report->studyUid)
             StartClean();
         shown_ = global_.report;
@@ -163,6 +173,7 @@ void frmReport::lstHistory_Click() {
 }
 
 void frmReport::FillScreen() {
+    KeepDraft();
     screen_.notShown.clear();
     screen_.notStored.clear();
     Trap(
@@ -177,6 +188,10 @@ void frmReport::FillScreen() {
             Lock(readOnly);
             screen_.waiting = WaitingVersions(global_.ports, document.SeriesUid(), stored_);
             ShowState();
+            drafts_.Show({.owner = DraftOwnerOf(document),
+                          .lastVersion = LastLabel(document),
+                          .lastShown = document.VersionIndex() == document.NumVersions() - 1,
+                          .editable = !document.ReadOnly()});
             frmDataReport.Refresh();
             images_.Load(owner_);
         },
@@ -253,6 +268,32 @@ void frmReport::ShowState() {
     const auto [text, tone] = DescribeState(*document, screen_);
     lblState.Text(text);
     lblState.Emphasis(tone);
+}
+
+void frmReport::ShowDraft() {
+    const auto* document = shown_ ? shown_->document.get() : nullptr;
+    if (!document)
+        return;
+    const bool offered = drafts_.Offer();
+    const auto [text, tone] = DescribeDraft(*document, {drafts_.Offer(), drafts_.OfferCount(), drafts_.Failure()});
+    lblDraft.Text(text);
+    lblDraft.Emphasis(tone);
+    lblDraft.Visible(!text.empty());
+    cmdPutBack.Visible(offered);
+    cmdPutBack.Enabled(offered && !document->ReadOnly());
+    cmdDiscard.Visible(offered);
+}
+
+TypedTexts frmReport::Typed() const {
+    return {cmbReportTitle.Text(), txtReportTitle.Text(), txtReportAnnotation.Text()};
+}
+
+DraftOwner frmReport::DraftOwnerOf(const DcmSRDocument& document) const {
+    const bool saved = document.VersionCount() > 0;
+    return {.kind = saved ? DraftOwner::Kind::Report : DraftOwner::Kind::NewReport,
+            .uid = saved ? document.SeriesUid() : shown_->studyUid,
+            .patientId = document.PatientID(),
+            .patientName = document.PatientName()};
 }
 
 bool frmReport::UnsavedChanges(const DcmSRDocument& document) const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "codes/CodedEntries.h"
+#include "editor/DraftKeeper.h"
 #include "editor/ImageHandOver.h"
 #include "editor/PrintTable.h"
 #include "editor/ReportOwner.h"
@@ -9,6 +10,7 @@
 #include "host/Global.h"
 #include "platform/printer.h"
 #include "platform/service_events.h"
+#include "platform/timer.h"
 
 #include <memory>
 #include <set>
@@ -24,9 +26,9 @@ class ObservationContext;
 /// it got.
 class frmReport : public Form, private ServiceEventHandler {
 public:
-    /// `codeTables` writes coded findings and diagnoses into this form's lists.
+    /// `codeTables` writes coded findings and diagnoses into this form's lists. `draftTimer` is this form's alone.
     frmReport(Global& global, ServiceEvents& serviceEvents, frmSRSeriesChoice& chooser, frmBase& codeTables,
-              ReportPrinter& printer);
+              ReportPrinter& printer, Timer& draftTimer);
     ~frmReport() override;
 
     /// Shows the current document for `owner`, in a window made now or already there. The owner outlives
@@ -37,6 +39,8 @@ public:
     void MakeShownCurrent();
     /// The study of the report on the screen; empty before the first.
     std::string ShownStudyUid() const { return shown_ ? shown_->studyUid : std::string(); }
+    /// Keeps what is typed and not saved: the process is about to end.
+    void KeepDraft() { drafts_.Leave(); }
 
     void Form_Load();
     /// Closes the report at its owner, which ends the process, and unloads.
@@ -67,8 +71,13 @@ public:
     void cmdOthers_Click();
     void cmdPrint_Click();
     void cmdClose_Click();
+    void cmdPutBack_Click();
+    void cmdDiscard_Click();
 
     Label lblState{*this, "lblState"}; ///< where the report stands, in one line
+
+    Label lblDraft{*this, "lblDraft"}; ///< what was typed and not saved, in one line
+    Button cmdPutBack{*this, "cmdPutBack"}, cmdDiscard{*this, "cmdDiscard"};
 
     Button cmdOthers{*this, "cmdOthers"}, cmdNew{*this, "cmdNew"}, cmdLastVersion{*this, "cmdLastVersion"};
     ListBox lstHistory{*this, "lstHistory"};
@@ -126,6 +135,9 @@ private:
     /// No text, code or image of the former study's report stays on the screen.
     void StartClean();
     void ShowState();
+    void ShowDraft();
+    TypedTexts Typed() const;
+    DraftOwner DraftOwnerOf(const DcmSRDocument& document) const;
     bool UnsavedChanges(const DcmSRDocument& document) const;
     bool OfAnotherStudy(const std::string& seriesUid) const;
     void SelectLastVersion();
@@ -150,6 +162,7 @@ private:
     CodedEntries codedEntries_;
     WritingHelp writingHelp_;
     ImageHandOver images_;
+    DraftKeeper drafts_;
     ReportOwner* owner_ = nullptr;
     std::shared_ptr<OpenedReport> shown_; ///< the report that the screen was filled from; none before the first
     ScreenState screen_;

@@ -22,10 +22,12 @@ bool frmReport::Save() {
     Trap(
         [&] {
             auto& document = ShownDocument();
+            const TypedTexts sent = Typed();
             PutTitleAndReading(document);
             delivery = document.Send();
             if (delivery.fate == Delivery::Fate::NotStored)
                 return; // what was typed stays on the screen
+            drafts_.Saved(DraftOwnerOf(document), sent);
             FillHistory();
             SelectLastVersion();
         },
@@ -151,7 +153,23 @@ PrintRow frmReport::PrintedRow() const {
             txtReportAnnotation.Text()};
 }
 
+void frmReport::cmdPutBack_Click() {
+    TrapNumbered(global_.ports.windows, "frmReport.cmdPutBack_Click:", [&] {
+        const auto texts = drafts_.PutBack();
+        if (!texts)
+            return;
+        cmbReportTitle.TypeIn(texts->heading);
+        txtReportTitle.TypeIn(texts->title);
+        txtReportAnnotation.TypeIn(texts->reading);
+    });
+}
+
+void frmReport::cmdDiscard_Click() {
+    TrapNumbered(global_.ports.windows, "frmReport.cmdDiscard_Click:", [&] { drafts_.Discard(); });
+}
+
 void frmReport::cmdClose_Click() {
+    KeepDraft();
     Trap([&] { global_.ports.process.End(); }, [](const Error&) {});
 }
 

@@ -133,6 +133,12 @@ public:
     /// Changes the text as an edit like those that a person has made before, which can be undone with
     /// them. Not for what belongs to somebody else: an undo would bring the former text back.
     void Revise(std::string_view text);
+    /// Revises on the person's behalf.
+    void TypeIn(std::string_view text) {
+        Revise(text);
+        if (Edited)
+            Edited();
+    }
 
     /// What is underlined as not right, in the order of the text. It is for the form to say so anew
     /// when the text has changed.

@@ -158,6 +158,7 @@ void CTavrel::ShowImage(const std::string& filename, const ViewParametersHandle&
 
 void CTavrel::CloseReport() {
     closing_ = true;
+    editor_.KeepDraft();
     global_.ports.process.End();
 }
 

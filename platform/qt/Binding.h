@@ -22,6 +22,7 @@ public:
 protected:
     /// Shows the control's own state; `inReach` is whether a person may use it.
     virtual void ShowState(bool inReach);
+    /// Shows the control's text by an edit of the widget's, which a person can take back.
     virtual void ShowItems() {}
     virtual void ShowSelection() {}
     virtual void ShowText() {}

@@ -94,7 +94,8 @@ TEST(Print, AConnectionThatFailsIsTold) {
     global.catalogue = std::move(station.global.catalogue);
     global.report->document = station.global.report->document;
     global.userInformation = std::move(station.global.userInformation);
-    frmReport editor(global, station.serviceEvents, station.chooser, station.codeTables, station.printer);
+    frmReport editor(global, station.serviceEvents, station.chooser, station.codeTables, station.printer,
+                     station.draftTimer);
     editor.LoadDocs();
     editor.cmdPrint.Press();
     EXPECT_EQ(station.windows.Texts(), Texts{"CmdPrint: No catalogue"});

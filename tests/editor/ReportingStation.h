@@ -8,6 +8,7 @@
 #include "sr/DcmSRDocument.h"
 #include "sr/ImagePresentationContext.h"
 #include "tests/support/FakeReportPrinter.h"
+#include "tests/support/FakeTimer.h"
 #include "tests/support/Workstation.h"
 
 #include <algorithm>
@@ -27,9 +28,10 @@ public:
     ReportingStation() : Workstation(NotStarted) { AddExampleStudy(); }
 
     FakeReportPrinter printer;
+    FakeTimer draftTimer;
     frmBase codeTables{global};
     frmSRSeriesChoice chooser{global, [this] { editor.cmdNew_Click(); }};
-    frmReport editor{global, serviceEvents, chooser, codeTables, printer};
+    frmReport editor{global, serviceEvents, chooser, codeTables, printer, draftTimer};
     CTavrel automation{global, viewers, chooser, editor};
 
     DcmSRDocument& Document() { return *global.report->document; }

@@ -7,6 +7,7 @@ from person.driver import key, keys, wait_until
 from person.editor import SEARCH
 from person.pictures import brightness, display_size, settled_screenshot
 from person.studies import Study
+from person.workstation import FOLDER
 from storage import StorageService, Wire
 
 READING = """Technique: volumetric acquisition before and after intravenous contrast medium, slices of 1.25 mm.
@@ -81,6 +82,26 @@ class OfTheReport(Looks, SystemTest):
         report.wait_idle()
         storage.call_at(port=wire.target)
 
+    def take_draft(self, report):
+        report.fill(reading=READING + "\n\nTo be discussed.")
+        report.versions.click(0)
+        wait_until(lambda: not report.enabled("Save"), "the older version")
+        self.picture("report-draft-older", report)
+        report.press("Last Version")
+        wait_until(lambda: report.enabled("Put back"), "the last version")
+        self.picture("report-draft", report)
+        report.press("Discard")
+
+    def take_draft_failure(self, report):
+        drafts = FOLDER / "state" / "tavrel" / "drafts"
+        away = drafts.rename(drafts.with_name("away"))
+        drafts.touch()
+        report.fill(reading="To be kept.")
+        wait_until(lambda: any(each.startswith("What is typed now") for each in report.labels()), "the failure")
+        self.picture("report-draft-failure", report)
+        drafts.unlink()
+        away.rename(drafts)
+
     def take_report(self, study):
         report = self.open(study)
         self.picture("report-new", report)
@@ -88,6 +109,7 @@ class OfTheReport(Looks, SystemTest):
         report.save()
         report.fill(reading=READING)
         report.save()
+        self.take_draft(report)
         self.take_codes(report)
         self.picture("report", report)
         self.take_storing(report)
@@ -117,6 +139,7 @@ class OfTheReport(Looks, SystemTest):
 
     def take_failure(self):
         report = self.open(Study(PatientName="CONTI-FERRARI^MARIA GIOVANNA"))
+        self.take_draft_failure(report)
         report.fill(reading="α")
         report.press("Save")
         self.picture("message", report.program.message("The report cannot be stored: "))

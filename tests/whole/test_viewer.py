@@ -60,7 +60,6 @@ class TheWholeJob(BesideTheReport):
         self.viewer.report_images.wait_rows(2)
         self.assertEqual(editor.read("Report title"), "Chest CT")
         self.assertEqual(self.viewer.report_images.rows(), names)
-        self.viewer.press("Hide")  # the report's text, beside which the image is smaller
         for index, picture in enumerate(shown):
             self.viewer.activate()
             self.viewer.report_images.click(index)

@@ -83,7 +83,8 @@ public:
     }();
 
     PdfPrinter pdf{file};
-    frmReport pdfEditor{global, serviceEvents, chooser, codeTables, pdf}; ///< the one that prints
+    FakeTimer pdfTimer;
+    frmReport pdfEditor{global, serviceEvents, chooser, codeTables, pdf, pdfTimer}; ///< the one that prints
 };
 
 /// The pages of a report with this reading, as the editor prints it.

@@ -39,6 +39,37 @@ TEST_F(TextBoxes, TakeWhatIsTyped) {
     EXPECT_EQ(form_.txtLine.Text(), "lungs");
 }
 
+TEST_F(TextBoxes, TakeBackWhatWasTypedInForThePerson) {
+    QTest::keyClicks(&line_, "lungs");
+
+    form_.txtLine.TypeIn("Chest CT");
+
+    EXPECT_EQ(Shown(line_), "Chest CT");
+    QTest::keyClick(&line_, Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_EQ(form_.txtLine.Text(), "lungs");
+}
+
+TEST_F(TextBoxes, TakeBackTheParagraphsThatWereTypedInForThePerson) {
+    form_.txtParagraphs.Text("One\r\nTwo");
+
+    form_.txtParagraphs.TypeIn("Three\r\n\r\nFour");
+
+    EXPECT_EQ(paragraphs_.toPlainText(), "Three\n\nFour");
+    QTest::keyClick(&paragraphs_, Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_EQ(form_.txtParagraphs.Text(), "One\r\nTwo");
+}
+
+TEST_F(TextBoxes, TakeBackTheComboBoxesTextThatWasTypedInForThePerson) {
+    auto& box = Find<QComboBox>("cmbBox");
+    form_.cmbBox.Text("Chest");
+
+    form_.cmbBox.TypeIn("");
+
+    EXPECT_EQ(box.currentText(), "");
+    QTest::keyClick(box.lineEdit(), Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_EQ(form_.cmbBox.Text(), "Chest");
+}
+
 TEST_F(TextBoxes, KeepTheCaretWhenTheProgramWritesTheSame) {
     QTest::keyClicks(&line_, "lungs");
     line_.setCursorPosition(2);
