@@ -18,36 +18,36 @@ struct Beginning {
     std::vector<std::pair<QtMsgType, QString>> held = {}; ///< what the toolkit said of the display
 };
 
-Beginning* beginning = nullptr; // a message handler is a bare function
+Beginning* UnderWay = nullptr; // a message handler is a bare function
 
 QString ReasonIn(const QString& lastWords) {
     const bool named = !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
                        !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
     if (!named)
         return "there is no display (DISPLAY is not set)";
-    return (beginning->held.empty() ? lastWords : beginning->held.front().second).trimmed();
+    return (UnderWay->held.empty() ? lastWords : UnderWay->held.front().second).trimmed();
 }
 
 void Handle(QtMsgType type, const QMessageLogContext& context, const QString& message) {
     if (type == QtFatalMsg) {
-        std::cerr << beginning->program << ": No window can be shown: " << ReasonIn(message).toStdString() << std::endl;
+        std::cerr << UnderWay->program << ": No window can be shown: " << ReasonIn(message).toStdString() << std::endl;
         _exit(EXIT_FAILURE);
     }
     if (QByteArray(context.category).startsWith("qt.qpa"))
-        beginning->held.emplace_back(type, message);
+        UnderWay->held.emplace_back(type, message);
     else
-        beginning->handler(type, context, message);
+        UnderWay->handler(type, context, message);
 }
 
 } // namespace
 
 std::unique_ptr<QApplication> ApplicationOnDisplay(const char* program, int& argumentCount, char** arguments) {
     Beginning state{program};
-    beginning = &state;
+    UnderWay = &state;
     state.handler = qInstallMessageHandler(Handle);
     auto application = std::make_unique<QApplication>(argumentCount, arguments);
     qInstallMessageHandler(state.handler);
-    beginning = nullptr;
+    UnderWay = nullptr;
     for (const auto& [type, message] : state.held)
         state.handler(type, QMessageLogContext(), message);
     return application;

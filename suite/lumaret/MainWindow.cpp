@@ -123,8 +123,10 @@ void MainWindow::ConnectStudies() {
     });
     connect(studies_, &StudyPanel::ImagesChosen, this, &MainWindow::ShowImages);
     connect(studies_, &StudyPanel::DocumentChosen, this, &MainWindow::ShowDocument);
-    connect(studies_, &StudyPanel::ReportActivated, this,
-            [this](const QString& seriesUid) { tavrel_.LoadSRSeries(seriesUid, study_.studyUid); });
+    connect(studies_, &StudyPanel::ReportActivated, this, [this](const QString& seriesUid) {
+        pane_->Clear(); // the editor shows it
+        tavrel_.LoadSRSeries(seriesUid, study_.studyUid);
+    });
     connect(studies_, &StudyPanel::ImagesActivated, image_, qOverload<>(&QWidget::setFocus));
 }
 

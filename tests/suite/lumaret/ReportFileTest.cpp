@@ -63,7 +63,7 @@ TEST_F(ReportFileTest, AMeasurementAndAnImageOfAnotherClassAreShown) {
 }
 
 TEST_F(ReportFileTest, MarkupInATextStaysText) {
-    const char* reading = "<img src=\"file:///etc/hostname\"> <script>alert(1)</script> <a href=\"x\">y</a> &amp;";
+    const char* reading = R"(<img src="file:///etc/hostname"> <script>alert(1)</script> <a href="x">y</a> &amp;)";
     const QString shown = Shown({.patientName = "<b>ROSSI</b>", .reading = reading});
     EXPECT_TRUE(shown.contains("<b>ROSSI</b>")) << shown.toStdString();
     EXPECT_TRUE(shown.contains(reading)) << shown.toStdString();
