@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
 #include <system_error>
 
 #include <sys/stat.h>
@@ -20,18 +21,17 @@ std::int64_t Nanoseconds(const timespec& time) {
     return time.tv_sec * inASecond + time.tv_nsec;
 }
 
-DateTime MomentOf(const DataSetList& version) {
-    DateTime moment;
-    const Value date = version.GetElementValue(0, attribute::ContentDate);
-    if (const auto* day = std::get_if<DateTime>(&date))
-        moment = *day;
-    const Value time = version.GetElementValue(0, attribute::ContentTime);
-    if (const auto* clock = std::get_if<DateTime>(&time)) {
-        moment.hour = clock->hour;
-        moment.minute = clock->minute;
-        moment.second = clock->second;
-    }
-    return moment;
+std::string MomentOf(const DataSetList& version) {
+    DateTime day;
+    DateTime clock;
+    if (const Value value = version.GetElementValue(0, attribute::ContentDate); std::holds_alternative<DateTime>(value))
+        day = std::get<DateTime>(value);
+    if (const Value value = version.GetElementValue(0, attribute::ContentTime); std::holds_alternative<DateTime>(value))
+        clock = std::get<DateTime>(value);
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%04d%02d%02d%02d%02d%02d", day.year, day.month, day.day, clock.hour,
+                  clock.minute, clock.second);
+    return text.data();
 }
 
 } // namespace

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "platform/datetime.h"
 #include "platform/dicom.h"
 
 #include <filesystem>
@@ -39,7 +38,7 @@ struct UnsentHeader {
     std::string studyUid;
     std::string patientId;
     std::string patientName;
-    DateTime made; ///< content date and time
+    std::string made; ///< content date and time, "yyyymmddhhmmss"
 };
 
 /// Of a file that is no DICOM file everything is empty.

@@ -56,8 +56,9 @@ UnsentVersions::Outcome UnsentVersions::TakeIn(const std::function<bool()>& ende
         const std::lock_guard guard(delivering_);
         if (!HoldFolder()) // before anything is in it, lest another service take this one's versions
             return {.progress = false, .left = true};
-        std::ranges::stable_partition(
-            waiting, [this](const Version& version) { return !failedSeries_.contains(version.header.seriesUid); });
+        std::stable_partition(waiting.begin(), waiting.end(), [this](const Version& version) {
+            return !failedSeries_.contains(version.header.seriesUid);
+        });
     }
     for (const Version& version : waiting) {
         const std::string& series = version.header.seriesUid;
@@ -119,7 +120,7 @@ UnsentVersions::Reason UnsentVersions::Deliver(const Version& version) {
         settled != settled_.end() && settled->second.first == version.file.identity)
         return settled->second.second;
 
-    const Reason reason = Store(version);
+    Reason reason = Store(version);
     if (reason && reason->status == Status::ProcessingFailure)
         failedSeries_.insert(version.header.seriesUid);
     else
