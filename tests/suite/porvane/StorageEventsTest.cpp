@@ -155,7 +155,7 @@ TEST_F(StorageEvents, AVersionThatCouldNotBeSentIsToldLikeOneThatWas) {
     std::filesystem::create_directories(room.Unsent());
     TestObject report = Report();
     report.SaveTo(room.Unsent() / "version.dcm");
-    EXPECT_TRUE(Eventually([this] {
+    ASSERT_TRUE(Eventually([this] {
         events.AwaitSentEvents();
         return !witness.events.empty();
     }));

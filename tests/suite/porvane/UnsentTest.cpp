@@ -274,6 +274,7 @@ TEST_F(Unsent, VersionsWaitWhileTheCatalogueIsLocked) {
     Keep(Version(1));
     Keep(Version(2));
     EXPECT_TRUE(Eventually([this] { return TimesLogged("cannot be stored now: catalogue: ") == 1; }));
+    std::this_thread::sleep_for(std::chrono::seconds(1)); // no file's coming makes it try again from here on
     EXPECT_EQ(Waiting(), 2U);
     room.Catalogue().Commit();
     EXPECT_TRUE(NoneWaits());
