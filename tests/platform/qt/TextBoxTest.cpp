@@ -423,17 +423,14 @@ TEST_P(TextFields, UndoNothingWhileOutOfReach) {
     EXPECT_EQ(model_.Text(), "abX");
 }
 
-TEST_P(TextFields, RedoNothingWhileOutOfReachAndAllOfItAfterwards) {
+TEST_P(TextFields, RedoNothingWhileOutOfReach) {
     Type("abc");
     Undo();
     model_.Enabled(false);
-    Redo();
-    EXPECT_EQ(model_.Text(), "");
 
-    model_.Enabled(true);
-    widget_->setFocus();
     Redo();
-    EXPECT_EQ(model_.Text(), "abc");
+
+    EXPECT_EQ(model_.Text(), "");
 }
 
 TEST_P(TextFields, SayThatTheyHaveChangedWhoeverDidIt) {
