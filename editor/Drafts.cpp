@@ -153,7 +153,8 @@ std::vector<KeptDraft> Drafts::Of(const DraftOwner& owner) const {
             if (!ports_.files.Exists(folder))
                 return;
             for (const std::string& name : ports_.files.List(folder, Extension)) {
-                const std::string file = folder + "\\" + name;
+                std::string file = folder;
+                file.append("\\").append(name);
                 if (name.starts_with(Stem(owner)))
                     Trap([&] { look(file); }, [&](const Error& error) { LeaveAlone(file, error.description); });
             }
@@ -171,7 +172,7 @@ std::optional<Draft> Drafts::Read(const std::string& file, const DraftOwner& own
 
 std::string Drafts::Add(const DraftOwner& owner, const Draft& draft) {
     // The time in the name: a name that has become free is not taken again, as a process that wrote it may go on.
-    const std::string file = ports_.files.CreateNew(Folder(), Stem(owner) + TimeStamp(ports_.clock), Extension);
+    std::string file = ports_.files.CreateNew(Folder(), Stem(owner) + TimeStamp(ports_.clock), Extension);
     try {
         Rewrite(file, owner, draft);
     } catch (...) {

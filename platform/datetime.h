@@ -15,6 +15,7 @@ struct DateTime {
     std::int8_t minute = 0; ///< 0 to 59
     std::int8_t second = 0; ///< 0 to 59
 
+    // NOLINTNEXTLINE(modernize-use-nullptr): the check takes the 0 within a generated comparison for a pointer.
     auto operator<=>(const DateTime&) const = default;
     bool HasDate() const { return year != 0; }
 };

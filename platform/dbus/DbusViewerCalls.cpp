@@ -80,7 +80,7 @@ void DbusViewerCalls::CallMethod(const QString& name) {
         if (outermost)
             deadline_.reset();
     });
-    AwaitProperties(std::move(properties), name);
+    AwaitProperties(properties, name);
     auto method = MethodCall(LumaretViewer, name);
     method.setAutoStartService(false);
     const auto call = bus_.asyncCall(method, NoTimeLimit);
@@ -88,7 +88,7 @@ void DbusViewerCalls::CallMethod(const QString& name) {
     RaiseFailureOf(call, name);
 }
 
-void DbusViewerCalls::AwaitProperties(std::map<QString, Property> properties, const QString& method) {
+void DbusViewerCalls::AwaitProperties(std::map<QString, Property>& properties, const QString& method) {
     for (;;) {
         const unsigned sets = sets_;
         for (const auto& [name, property] : properties) {

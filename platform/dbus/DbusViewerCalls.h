@@ -40,8 +40,8 @@ private:
 
     QDBusPendingCall AskBus(const QDBusMessage& question);
     QDBusPendingCall Set(const QString& name, const QVariant& value);
-    /// Waits for the properties that `method` needs.
-    void AwaitProperties(std::map<QString, Property> properties, const QString& method);
+    /// Waits for the properties that `method` needs, sending them again where others came between.
+    void AwaitProperties(std::map<QString, Property>& properties, const QString& method);
     /// Waits until `call`, which is named `name` to the person, is answered; an error when it is not.
     void Await(const QDBusPendingCall& call, const QString& name);
 
