@@ -2,6 +2,7 @@
 
 #include "host/ErrorReport.h"
 #include "host/Text.h"
+#include "platform/limits.h"
 #include "platform/paths.h"
 #include "platform/text.h"
 
@@ -15,7 +16,6 @@ namespace {
 
 constexpr std::string_view Extension = ".draft";
 constexpr std::string_view FirstLine = "Tavrel draft 1\n";
-constexpr std::size_t LongestUid = 64; // DICOM PS3.5, 9.1
 
 std::string_view Name(DraftOwner::Kind kind) {
     return kind == DraftOwner::Kind::Report ? "report" : "new report of study";
@@ -24,7 +24,7 @@ std::string_view Name(DraftOwner::Kind kind) {
 /// How the names of a report's drafts begin. A UID from a foreign file may hold anything; which report a draft
 /// belongs to is read from the file.
 std::string Stem(const DraftOwner& owner) {
-    std::string uid = owner.uid.substr(0, LongestUid);
+    std::string uid = owner.uid.substr(0, longest::Uid);
     std::ranges::replace_if(
         uid, [](char c) { return !IsDigit(c) && c != '.'; }, '_');
     return (owner.kind == DraftOwner::Kind::Report ? "report-" : "new-") + uid + "-";

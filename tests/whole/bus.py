@@ -133,8 +133,7 @@ class _Served:
         return None
 
     def _on_set(self, _connection, _sender, _path, _interface, name, value):
-        self.assigned(name, value.unpack())
-        return True
+        return self.assigned(name, value.unpack()) is not False
 
     def leave(self):
         self.connection.close_sync()
@@ -148,6 +147,7 @@ class RecordingViewer(_Served):
 
     def __init__(self, address=None):
         self.told = []
+        self.refused = None  # a property that it does not take
         super().__init__(VIEWER, "/Lumaret/Viewer", _VIEWER_XML, address)
 
     def called(self, member, _arguments):
@@ -155,6 +155,7 @@ class RecordingViewer(_Served):
 
     def assigned(self, name, value):
         self.told.append((name, value))
+        return name != self.refused
 
 
 class DarkDesktop(_Served):

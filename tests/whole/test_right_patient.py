@@ -10,15 +10,18 @@ from pydicom.uid import generate_uid
 
 from case import PICTURES, SystemTest
 from person.driver import wait_until
+from person.editor import SEARCH
 from person.pictures import settled_screenshot
 from person.studies import Study, reading_of
-from person.workstation import FOLDER
+from person.workstation import FOLDER, ask
 from storage import StorageService
 
 UNSENT = FOLDER / "state" / "tavrel" / "unsent"
 
 
 class RightPatientTest(SystemTest):
+
+    scheme = "light"
 
     def add_image(self, client, name):
         client.begin("RemoveImagesFromSR").result(10)
@@ -29,7 +32,7 @@ class RightPatientTest(SystemTest):
         """The line at the top of the editor begins with that; its picture is kept."""
         line = wait_until(lambda: next((each for each in editor.labels() if each.startswith(text)), None),
                           f"the line {text!r}")
-        settled_screenshot(PICTURES / f"band-{re.sub('[^a-z]+', '-', text.lower()).strip('-')}.png")
+        settled_screenshot(PICTURES / f"{self.scheme}-band-{re.sub('[^a-z]+', '-', text.lower()).strip('-')}.png")
         return line
 
     def stop_storage(self):
@@ -195,3 +198,62 @@ class AHeadingTypedFreely(RightPatientTest):
 
         self.assertEqual(report.read("Report heading"), "Another heading")
         self.assertEqual(study.versions()[-1].ConceptNameCodeSequence[0].CodeMeaning, "Another heading")
+
+
+class AnIncompleteRow(RightPatientTest):
+
+    def test_leaves_its_report_out_of_the_choice_alone(self):
+        study = Study()
+        report = self.open(study)
+        for title in ("First", "Second", "Third"):
+            report.fill(title=title)
+            report.save()
+            if title != "Third":
+                report.new()
+        report.close()
+        ask("UPDATE Series SET SeriesDir = NULL WHERE SeriesInstanceUID = ?", study.report_series()[1])
+
+        client = self.client()
+        client.begin("LoadForImgSeries", "(as)", study.images())
+        reports = self.program(client).window("Report selection").list("Reports")
+
+        wait_until(lambda: [row[0] for row in reports.rows()] == ["First", "Third"], "the two others")
+
+
+class AnImage(RightPatientTest):
+
+    def test_that_the_viewer_does_not_take_is_not_shown_and_told_once(self):
+        study = self.reported()
+        client = self.client()
+        report = self.open(study, client)
+        client.begin("RemoveImagesFromSR").result(10)
+        for name in ("1.dcm", "2.dcm"):
+            client.begin("AddImageToSR", "(sa{sv}s)", name, {"Zoom": GLib.Variant("d", 1)}, "").result(10)
+        report.save()
+        self.viewer.told.clear()
+        self.viewer.refused = "LUTName"
+
+        report.press("Last Version")
+        said = report.confirm("SendFileInfo The viewer failed in LUTName")
+
+        self.assertIn("The viewer did not show 2 of the report's images.", said)
+        self.assertNotIn(("ViewRefertImages",), self.viewer.told)
+
+
+class TwinCodes(RightPatientTest):
+
+    def test_are_changed_one_at_a_time(self):
+        for _ in range(2):
+            ask("INSERT INTO StdTitles (CodeScheme, CodeValue, CodeMeaning) VALUES ('99SS', 'TWIN', 'TWIN HEADING')")
+        self.addCleanup(ask, "DELETE FROM StdTitles WHERE CodeValue = 'TWIN'")
+        manager = self.open(Study()).codes("Admin report title")
+        manager.type(SEARCH, "twin")
+        manager.found.wait_rows(2)
+        manager.pick(0)
+        manager.press("Modify")
+        wait_until(lambda: manager.read("Code") == "TWIN", "the code to be taken over")
+        manager.write("Meaning", "ONE OF TWO")
+        manager.press("Done")
+
+        wait_until(lambda: sorted(row[0] for row in ask("SELECT CodeMeaning FROM StdTitles WHERE CodeValue = 'TWIN'"))
+                   == ["ONE OF TWO", "TWIN HEADING"], "one of the twins to change")
