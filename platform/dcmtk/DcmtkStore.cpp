@@ -106,16 +106,16 @@ public:
         sopClass.copy(request.AffectedSOPClassUID, sizeof request.AffectedSOPClassUID - 1);
         sopInstance.copy(request.AffectedSOPInstanceUID, sizeof request.AffectedSOPInstanceUID - 1);
         T_DIMSE_C_StoreRSP response{};
-        DcmDataset* detail = nullptr;
+        DcmDataset* received = nullptr;
         const OFCondition outcome = DIMSE_storeUser(association_, context, &request, nullptr, &dataSet, nullptr,
-                                                    nullptr, DIMSE_NONBLOCKING, answerSeconds, &response, &detail);
-        const std::unique_ptr<DcmDataset> unread{detail};
+                                                    nullptr, DIMSE_NONBLOCKING, answerSeconds, &response, &received);
+        const std::unique_ptr<DcmDataset> detail{received};
         if (outcome.bad())
             throw NotStored("the service did not answer", outcome);
         const auto status = response.DimseStatus;
         if (status != STATUS_Success && (status & 0xF000U) != 0xB000U)
-            throw DicomFailure(DicomFault::NotStored,
-                               std::string{"the service answered "} + DU_cstoreStatusString(status));
+            throw DicomFailure(DicomFault::NotStored, std::string{"the service answered "} +
+                                                          DU_cstoreStatusString(status) + Comment(detail.get()));
     }
 
     /// The document is stored; a service that fails to say good-bye takes nothing back.
@@ -125,6 +125,14 @@ public:
     }
 
 private:
+    /// The service's own words on why (DICOM PS3.7, C.5), where it has any.
+    static std::string Comment(DcmDataset* detail) {
+        OFString comment;
+        if (detail == nullptr || detail->findAndGetOFString(DCM_ErrorComment, comment).bad() || comment.empty())
+            return {};
+        return std::string{" (\""} + comment.c_str() + "\")";
+    }
+
     void Require(const OFCondition& outcome, const char* what) {
         if (outcome.good())
             return;

@@ -3,6 +3,7 @@
 #include <dcmtk/config/osconfig.h>
 
 #include <dcmtk/dcmdata/dcdatset.h>
+#include <dcmtk/dcmdata/dcdeftag.h>
 #include <dcmtk/dcmdata/dcuid.h>
 #include <dcmtk/dcmnet/assoc.h>
 #include <dcmtk/dcmnet/dimse.h>
@@ -104,7 +105,7 @@ struct StorageNode::Conversation {
     };
 
     static void Answer(void* data, T_DIMSE_StoreProgress* progress, T_DIMSE_C_StoreRQ*, char*, DcmDataset**,
-                       T_DIMSE_C_StoreRSP* response, DcmDataset**) {
+                       T_DIMSE_C_StoreRSP* response, DcmDataset** detail) {
         if (progress->state != DIMSE_StoreEnd)
             return;
         auto& answering = *static_cast<Answering*>(data);
@@ -112,6 +113,8 @@ struct StorageNode::Conversation {
         const Behaviour behaviour = node.behaviour_;
         if (behaviour == Behaviour::AnswerOutOfResources) {
             response->DimseStatus = STATUS_STORE_Refused_OutOfResources;
+            *detail = new DcmDataset; // the toolkit frees it
+            (*detail)->putAndInsertString(DCM_ErrorComment, "the disk is full");
             return;
         }
         if (behaviour == Behaviour::AnswerWarning)

@@ -169,10 +169,10 @@ class OfTheViewer(Looks, ViewerTest):
         self.picture("viewer", self.viewer)
         self.viewer.read_report()
         self.picture("viewer-report-text", self.viewer)
-        Study(PatientName="OTHER^PATIENT")
+        other = Study(PatientName=f"OTHER^{self.scheme.upper()}")
         self.viewer.choose(self.study.patient)
         self.viewer.open_report()
-        self.viewer.choose("OTHER^PATIENT")
+        self.viewer.choose(other.patient)
         self.viewer.activate()
         key("ctrl+r")  # by hand, so that what comes of it may take the place before the report
         self.picture("viewer-question", self.viewer.question())

@@ -135,7 +135,7 @@ TEST_F(Storing, AWarningCountsAsStored) {
 TEST_F(Storing, AServiceOutOfResourcesIsNamed) {
     StorageNode node{Behaviour::AnswerOutOfResources};
     const auto failure = Failure(node);
-    EXPECT_NE(failure.find("OutOfResources"), std::string::npos) << failure;
+    EXPECT_NE(failure.find("OutOfResources (\"the disk is full\")"), std::string::npos) << failure;
     EXPECT_EQ(library.events.awaited, 0);
 }
 
