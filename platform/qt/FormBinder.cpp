@@ -118,7 +118,7 @@ protected:
     }
     bool eventFilter(QObject* watched, QEvent* event) override {
         if (event->type() == QEvent::KeyPress && AsksForRedo(static_cast<const QKeyEvent&>(*event))) {
-            widget_.lineEdit()->redo();
+            Redo(*widget_.lineEdit());
             return true;
         }
         // Scrolling past must not change what a report says.

@@ -26,6 +26,12 @@ bool AsksForRedo(const QKeyEvent& key) {
     return key.key() == Qt::Key_Y && key.modifiers() == Qt::ControlModifier;
 }
 
+void Redo(QLineEdit& line) {
+    // An event filter is asked before the line looks whether it is in reach.
+    if (line.isEnabled())
+        line.redo();
+}
+
 void Restart(QLineEdit& line, const QString& text) {
     const int caret = line.text() == text ? line.cursorPosition() : 0;
     line.setText(text);

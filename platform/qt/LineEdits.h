@@ -17,6 +17,9 @@ QTextCharFormat MarkFormat(const QWidget& widget);
 /// Whether this is Ctrl+Y, which the toolkit takes for "Redo" on other desktops only.
 bool AsksForRedo(const QKeyEvent& key);
 
+/// Takes the last undo back, in a line that is in reach.
+void Redo(QLineEdit& line);
+
 /// Shows the text of a model and forgets every edit before it. The caret stays in a text that is the same.
 void Restart(QLineEdit& line, const QString& text);
 

@@ -192,7 +192,7 @@ void LineBinding::Revise(const QString& text) {
 }
 
 void LineBinding::Redo() {
-    line_.redo();
+    tavrel::Redo(line_);
 }
 
 void LineBinding::Lock(bool locked, bool inReach) {
