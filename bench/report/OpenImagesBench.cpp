@@ -19,7 +19,7 @@ namespace {
 
 /// Files of the example study's series with pixels, 8 KB each.
 std::vector<std::string> MakeImages(test::ReportingStation& station, int count) {
-    constexpr std::array<Uint16, 64 * 64> pixels{};
+    constexpr std::array<Uint16, 64UL * 64> pixels{};
     const auto folder = station.NativePath("study/images");
     std::filesystem::create_directories(folder);
     const auto pattern = folder / "img_000000.dcm";

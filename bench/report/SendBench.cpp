@@ -52,8 +52,8 @@ void Require(const OFCondition& outcome) {
 
 void SaveOnce(DcmDataset& version, const std::string& port) {
     OFList<OFString> syntaxes;
-    syntaxes.push_back(UID_LittleEndianExplicitTransferSyntax);
-    syntaxes.push_back(UID_LittleEndianImplicitTransferSyntax);
+    syntaxes.emplace_back(UID_LittleEndianExplicitTransferSyntax);
+    syntaxes.emplace_back(UID_LittleEndianImplicitTransferSyntax);
     DcmSCU sender;
     sender.setAETitle("AE_INTERNAL");
     sender.setPeerAETitle(ServiceTitle);

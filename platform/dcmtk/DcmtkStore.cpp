@@ -130,7 +130,7 @@ private:
         OFString comment;
         if (detail == nullptr || detail->findAndGetOFString(DCM_ErrorComment, comment).bad() || comment.empty())
             return {};
-        return std::string{" (\""} + comment.c_str() + "\")";
+        return " (\"" + comment + "\")";
     }
 
     void Require(const OFCondition& outcome, const char* what) {
