@@ -31,7 +31,7 @@ class Drafts(SystemTest):
         study = study or self.reported()
         editor = self.open(study)
         editor.fill(reading=reading)
-        wait_until(lambda: any(DRAFTS.glob("*.draft")), "the draft")
+        wait_until(lambda: any(each.stat().st_size for each in DRAFTS.glob("*.draft")), "the draft")
         kill(editor)
         return study
 
