@@ -24,10 +24,7 @@ void DcmSRDocument::AppendVersion() {
         static_cast<void>(versions.Item(versions.Count() - 1)); // a report without any version has none to write
     versions.AddDataSet(versions.Count() - 1);
     try {
-        const DataSetHandle version = versions.Item(versions.Count() - 1);
-        WriteVersion(*version);
-        if (auto words = WhatCannotBeWritten(*version); !words.empty())
-            throw Error(static_cast<int>(DicomFault::BadText), "DcmSRDocument", std::move(words));
+        WriteVersion(*versions.Item(versions.Count() - 1));
     } catch (...) {
         TakeBackAppended();
         throw;
@@ -133,10 +130,12 @@ Delivery DcmSRDocument::Send() {
         [&] {
             AppendVersion();
             delivery = Deliver();
-            if (delivery.fate == Delivery::Fate::NotStored)
-                TakeBackAppended();
-            else
-                KeepAppended();
+            if (delivery.fate != Delivery::Fate::NotStored)
+                return KeepAppended();
+            // Told whole, where the refusal names the first of it: no save pays for the look but one that failed.
+            if (auto words = WhatCannotBeWritten(*Versions().Item(Versions().Count() - 1)); !words.empty())
+                delivery.why = std::move(words);
+            TakeBackAppended();
         },
         [&](const Error& error) { delivery.why = error.description; });
     if (!delivery.why.empty())
