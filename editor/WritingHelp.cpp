@@ -46,6 +46,18 @@ std::size_t LineOf(std::string_view text, std::size_t offset) {
     return 1 + static_cast<std::size_t>(std::ranges::count(text.substr(0, offset), '\n'));
 }
 
+/// How many bytes at the begin and at the end of two texts are the same whole lines.
+std::pair<std::size_t, std::size_t> SameLines(std::string_view a, std::string_view b) {
+    const auto shorter = std::min(a.size(), b.size());
+    const auto different = std::ranges::mismatch(a, b).in1 - a.begin();
+    const auto headEnd = a.substr(0, static_cast<std::size_t>(different)).rfind('\n');
+    const auto head = headEnd == std::string_view::npos ? 0 : headEnd + 1;
+    const auto rest = static_cast<std::ptrdiff_t>(shorter - head);
+    const auto same = std::mismatch(a.rbegin(), a.rbegin() + rest, b.rbegin()).first - a.rbegin();
+    const auto tailBegin = a.substr(a.size() - static_cast<std::size_t>(same)).find('\n');
+    return {head, tailBegin == std::string_view::npos ? 0 : static_cast<std::size_t>(same) - tailBegin};
+}
+
 /// What tells one report from another; empty when it cannot be told.
 std::string ReportKey(const DcmSRDocument& document) {
     const auto versions = document.Series();
@@ -90,17 +102,31 @@ void WritingHelp::Look() {
     TellLength();
 }
 
+/// No line depends on another: those that are as they were judged last are not judged again.
+WritingHelp::Judged WritingHelp::JudgeAfter(const Judged& last, const std::string& text) const {
+    const auto [head, tail] = SameLines(last.text, text);
+    const auto middle = std::string_view(text).substr(head, text.size() - tail - head);
+    Judged now{text, {}};
+    std::ranges::copy_if(last.lost, std::back_inserter(now.lost), [&](auto& lost) { return lost.offset < head; });
+    for (const auto& [lost, offset] : global_.ports.dicom.FindUnwritable(middle, ReportCharacterSet))
+        now.lost.push_back({lost, head + offset});
+    for (const auto& [lost, offset] : last.lost)
+        if (offset >= last.text.size() - tail)
+            now.lost.push_back({lost, offset - last.text.size() + text.size()});
+    return now;
+}
+
 void WritingHelp::Judge(Field& field) const {
-    field.lost.clear();
+    const Judged last = std::exchange(field.judged, {});
     // A judgement that fails would fail at every key; the save says why.
     Trap(
         [&] {
             if (controls_.frame.Enabled())
-                field.lost = global_.ports.dicom.FindUnwritable(field.control.Text(), ReportCharacterSet);
+                field.judged = JudgeAfter(last, field.control.Text());
         },
         [](const Error&) {});
     std::vector<TextMark> marks;
-    for (const auto& [text, offset] : field.lost)
+    for (const auto& [text, offset] : field.judged.lost)
         marks.push_back({offset, text.size()});
     field.control.Marks(std::move(marks));
 }
@@ -108,8 +134,8 @@ void WritingHelp::Judge(Field& field) const {
 void WritingHelp::TellLost() {
     std::set<std::string_view> known;
     std::vector<std::string> stubborn, pliable;
-    for (const auto& [control, place, lost, report] : fields_)
-        for (const auto& character : lost) {
+    for (const auto& [control, place, judged, report] : fields_)
+        for (const auto& character : judged.lost) {
             if (!known.insert(character.text).second)
                 continue;
             const bool plain = PlainForm(control.Text(), character).has_value();
@@ -128,23 +154,23 @@ void WritingHelp::TellLost() {
 void WritingHelp::TellLength() {
     const auto length = CountCharacters(controls_.reading.Text());
     const bool tooLong = length > LongestPrintedReading;
+    // In steps: words that change at every key are no calm sight, and the window is laid out anew for each.
+    constexpr std::size_t step = 10;
+    const auto bound = WithThousands(LongestPrintedReading);
     std::string words;
     if (tooLong)
-        words = WithThousands(length) + " characters: more than the " + WithThousands(LongestPrintedReading) +
+        words = "About " + WithThousands((length + step - 1) / step * step) + " characters: more than the " + bound +
                 " that can be printed";
     else if (length >= CountedFrom)
-        words = WithThousands(length) + " of the " + WithThousands(LongestPrintedReading) +
-                " characters that can be printed";
+        words = "About " + WithThousands(length / step * step) + " of the " + bound + " characters that can be printed";
     controls_.length.Text(words);
     controls_.length.Emphasis(tooLong ? Label::Tone::Attention : Label::Tone::Neutral);
 }
 
 void WritingHelp::WritePlainly() {
-    for (auto& [control, place, lost, report] : fields_) {
-        if (lost.empty())
-            continue;
-        control.TypeIn(WrittenPlainly(control.Text(), std::vector(lost))); // which judges anew
-    }
+    for (auto& field : fields_)
+        if (const auto lost = field.judged.lost; !lost.empty())
+            field.control.TypeIn(WrittenPlainly(field.control.Text(), lost)); // which judges anew
 }
 
 } // namespace tavrel

@@ -39,14 +39,20 @@ public:
     void WritePlainly();
 
 private:
+    /// What a text holds that the file cannot.
+    struct Judged {
+        std::string text;
+        std::vector<LostCharacter> lost;
+    };
     struct Field {
         TextField& control;
         std::string_view place; ///< none: its lines are counted
-        std::vector<LostCharacter> lost{};
+        Judged judged{};
         std::string report{}; ///< which one it was filled for last
     };
 
     void Judge(Field& field) const;
+    Judged JudgeAfter(const Judged& last, const std::string& text) const;
     void TellLost();
     void TellLength();
 

@@ -1,7 +1,12 @@
 #include "editor/PrintTable.h"
+#include "platform/attributes.h"
+#include "platform/text.h"
+#include "sr/UnwritableText.h"
 #include "tests/editor/ReportingStation.h"
 
 #include <gtest/gtest.h>
+
+#include <random>
 
 namespace tavrel::test {
 namespace {
@@ -113,6 +118,25 @@ TEST_F(WritingHelps, JudgeAVersionThatCanBeChangedAgain) {
     EXPECT_EQ(Underlined(editor.txtReportAnnotation), Texts{"→"});
 }
 
+TEST_F(WritingHelps, JudgeAnEditedTextLikeOneThatIsNew) {
+    const std::vector<std::string> pieces{"α", "\n", "a", "e\u0301", "≥ 3 cm", "\u0301", "\n\n", "\x01"};
+    std::minstd_rand random;
+    const auto upTo = [&](std::size_t most) { return static_cast<std::size_t>(random()) % (most + 1); };
+    for (int edit = 0; edit < 2000; ++edit) {
+        std::string text = editor.txtReportAnnotation.Text();
+        auto at = upTo(text.size()), end = std::min(text.size(), at + upTo(text.size() > 60 ? 20 : 4));
+        for (auto* edge : {&at, &end})
+            while (*edge < text.size() && IsContinuation(text[*edge]))
+                ++*edge;
+        text.replace(at, end - at, pieces[upTo(pieces.size() - 1)]);
+        editor.txtReportAnnotation.Typed(text);
+        std::vector<TextMark> marks;
+        for (const auto& [lost, offset] : station.global.ports.dicom.FindUnwritable(text, ReportCharacterSet))
+            marks.push_back({offset, lost.size()});
+        ASSERT_EQ(editor.txtReportAnnotation.Marks(), marks) << "edit " << edit << ": " << text;
+    }
+}
+
 TEST_F(WritingHelps, SayNothingOfAVersionThatCannotBeChanged) {
     editor.txtReportAnnotation.Typed("≥");
     editor.lstHistory.ListIndex(0);
@@ -146,15 +170,15 @@ TEST_F(PrintedLengths, AreNotCountedWhileTheyAreFarFromTheEnd) {
     EXPECT_EQ(CountOf(LongestPrintedReading * 4 / 5 - 1), "");
 }
 
-TEST_F(PrintedLengths, AreCountedInCharacters) {
-    EXPECT_EQ(CountOf(1012), "1,012 of the 1,024 characters that can be printed");
+TEST_F(PrintedLengths, AreCountedInTensOfCharacters) {
+    EXPECT_EQ(CountOf(1012), "About 1,010 of the 1,024 characters that can be printed");
     EXPECT_EQ(editor.lblPrintedLength.Emphasis(), Label::Tone::Neutral);
 }
 
 TEST_F(PrintedLengths, CallForAttentionWhenTheyAreTooLong) {
     CountOf(LongestPrintedReading);
     EXPECT_EQ(editor.lblPrintedLength.Emphasis(), Label::Tone::Neutral);
-    EXPECT_EQ(CountOf(LongestPrintedReading + 1), "1,025 characters: more than the 1,024 that can be printed");
+    EXPECT_EQ(CountOf(LongestPrintedReading + 1), "About 1,030 characters: more than the 1,024 that can be printed");
     EXPECT_EQ(editor.lblPrintedLength.Emphasis(), Label::Tone::Attention);
 }
 
