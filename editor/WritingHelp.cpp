@@ -107,7 +107,9 @@ WritingHelp::Judged WritingHelp::JudgeAfter(const Judged& last, const std::strin
     const auto [head, tail] = SameLines(last.text, text);
     const auto middle = std::string_view(text).substr(head, text.size() - tail - head);
     Judged now{text, {}};
-    std::ranges::copy_if(last.lost, std::back_inserter(now.lost), [&](auto& lost) { return lost.offset < head; });
+    for (const LostCharacter& lost : last.lost)
+        if (lost.offset < head)
+            now.lost.push_back(lost);
     for (const auto& [lost, offset] : global_.ports.dicom.FindUnwritable(middle, ReportCharacterSet))
         now.lost.push_back({lost, head + offset});
     for (const auto& [lost, offset] : last.lost)
