@@ -1,6 +1,7 @@
 #include "editor/DelimitedText.h"
 
 #include "platform/error.h"
+#include "platform/text.h"
 
 #include <array>
 #include <charconv>
@@ -90,9 +91,7 @@ DelimitedReader::Token DelimitedReader::Next() {
         const auto start = position_;
         while (!AtFieldEnd())
             ++position_;
-        auto bare = text_.substr(start, position_ - start);
-        bare.remove_suffix(bare.size() - (bare.find_last_not_of(" \t") + 1));
-        token.text = bare;
+        token.text = TrimmedRight(text_.substr(start, position_ - start), " \t");
     }
     return token;
 }
@@ -102,10 +101,8 @@ std::string DelimitedReader::QuotedText() {
     for (;;) {
         const auto start = position_ + 1;
         position_ = text_.find('"', start);
-        if (position_ == std::string_view::npos) {
-            position_ = text_.size();
+        if (position_ == std::string_view::npos)
             Fail("the closing quote is missing");
-        }
         value += text_.substr(start, position_ - start);
         ++position_;
         if (AtEnd() || text_[position_] != '"')

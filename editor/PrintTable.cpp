@@ -2,6 +2,7 @@
 
 #include "host/ErrorReport.h"
 #include "host/Text.h"
+#include "platform/text.h"
 
 #include <string_view>
 
@@ -62,11 +63,6 @@ void Fill(Connection& catalogue, const PrintRow& row) {
     catalogue.Commit();
 }
 
-/// Trailing blanks are no data in a fixed-width column.
-std::string_view WithoutTrailingBlanks(std::string_view text) {
-    return text.substr(0, text.find_last_not_of(' ') + 1);
-}
-
 } // namespace
 
 std::string PrintedDate(const std::string& text) {
@@ -80,8 +76,9 @@ bool FillPrintTable(Global& global, const PrintRow& row) {
 
 void RequirePrintRow(const ResultSet& rows, const PrintRow& row) {
     bool same = !rows.AtEnd();
+    // Trailing blanks are no data in a fixed-width column.
     for (std::size_t i = 0; same && i < row.size(); ++i)
-        same = WithoutTrailingBlanks(rows.Field(Columns[i].name).value_or("")) == WithoutTrailingBlanks(row[i]);
+        same = TrimmedRight(rows.Field(Columns[i].name).value_or("")) == TrimmedRight(row[i]);
     if (!same)
         throw Error(Fault::PrintedElsewhere, "PrintReport",
                     "Another workstation is printing at this moment. Please print again.");
