@@ -1,5 +1,5 @@
 #include "platform/controls.h"
-#include "platform/error.h"
+#include "tests/support/Failure.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -23,15 +23,10 @@ protected:
         for (Control* const control : window.Controls())
             control->Watch([this](Change change) { told.push_back(change); });
     }
-    /// "" when `call` raises nothing.
-    static std::string FailureOf(const std::function<void()>& call) {
-        try {
-            call();
-            return "";
-        } catch (const Error& error) {
-            EXPECT_EQ(error.number, 380);
-            return error.description;
-        }
+    static std::string NoLine(const std::function<void()>& call) {
+        const Error error = ErrorOf(call);
+        EXPECT_EQ(error.number, 380);
+        return error.description;
     }
 
     Window window;
@@ -233,8 +228,8 @@ TEST_F(Lists, RaiseAClickForASelectionAlsoOfTheSameLine) {
 }
 
 TEST_F(Lists, RefuseALineThatTheyDoNotHave) {
-    EXPECT_EQ(FailureOf([&] { list.ListIndex(-1); }), "lstHistory has no line -1");
-    EXPECT_EQ(FailureOf([&] { list.ListIndex(2); }), "lstHistory has no line 2");
+    EXPECT_EQ(NoLine([&] { list.ListIndex(-1); }), "lstHistory has no line -1");
+    EXPECT_EQ(NoLine([&] { list.ListIndex(2); }), "lstHistory has no line 2");
     EXPECT_EQ(list.ListIndex(), -1);
     EXPECT_EQ(clicks, 0);
 }
@@ -330,15 +325,15 @@ TEST_F(Tables, RaiseAClickForASelection) {
 }
 
 TEST_F(Tables, RefuseToSelectARowThatTheyDoNotHave) {
-    EXPECT_EQ(FailureOf([&] { table.Select(-1); }), "lstFinding has no line -1");
-    EXPECT_EQ(FailureOf([&] { table.Select(2); }), "lstFinding has no line 2");
+    EXPECT_EQ(NoLine([&] { table.Select(-1); }), "lstFinding has no line -1");
+    EXPECT_EQ(NoLine([&] { table.Select(2); }), "lstFinding has no line 2");
     EXPECT_EQ(table.SelectedIndex(), -1);
     EXPECT_EQ(clicks, 0);
 }
 
 TEST_F(Tables, RefuseToChangeARowThatTheyDoNotHave) {
-    EXPECT_EQ(FailureOf([&] { table.Replace(2, {}); }), "lstFinding has no line 2");
-    EXPECT_EQ(FailureOf([&] { table.Remove(2); }), "lstFinding has no line 2");
+    EXPECT_EQ(NoLine([&] { table.Replace(2, {}); }), "lstFinding has no line 2");
+    EXPECT_EQ(NoLine([&] { table.Remove(2); }), "lstFinding has no line 2");
     EXPECT_THAT(Rows(), ElementsAre("one", "two"));
 }
 

@@ -1,5 +1,5 @@
 #include "platform/printer.h"
-#include "platform/error.h"
+#include "tests/support/Failure.h"
 
 #include <gtest/gtest.h>
 
@@ -10,13 +10,10 @@ TEST(PrintLayouts, SayThatTheyHaveNoControlOfAName) {
     PrintLayout layout;
     layout.name = "Refert";
 
-    try {
-        layout.Control("TextBox9");
-        FAIL() << "found";
-    } catch (const Error& error) {
-        EXPECT_EQ(error.number, 424);
-        EXPECT_EQ(error.description, "Refert has no control TextBox9");
-    }
+    const Error error = ErrorOf([&] { layout.Control("TextBox9"); });
+
+    EXPECT_EQ(error.number, 424);
+    EXPECT_EQ(error.description, "Refert has no control TextBox9");
 }
 
 } // namespace

@@ -16,12 +16,7 @@ protected:
     }
     /// What is wrong with a file, in the library's words.
     std::string FaultOf(const std::string& path) {
-        try {
-            DcmSRDocument(global).OpenFile(path);
-            return "nothing";
-        } catch (const Error& error) {
-            return error.description;
-        }
+        return FailureOf([&] { DcmSRDocument(global).OpenFile(path); });
     }
 };
 

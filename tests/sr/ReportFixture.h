@@ -2,8 +2,8 @@
 
 #include "host/Text.h"
 #include "platform/attributes.h"
-#include "platform/error.h"
 #include "sr/DcmSRDocument.h"
+#include "tests/support/Failure.h"
 #include "tests/support/Workstation.h"
 
 #include <gmock/gmock.h>

@@ -59,14 +59,11 @@ class BadIndexes : public Versions, public testing::WithParamInterface<BadIndex>
 TEST_P(BadIndexes, AreRefusedAndTheIndexStays) {
     LoadReport({.versions = 2});
 
-    try {
-        document.VersionIndex(GetParam().index);
-        FAIL() << "accepted";
-    } catch (const Error& error) {
-        EXPECT_EQ(error.number, 1);
-        EXPECT_EQ(error.source, "DcmSRDocument");
-        EXPECT_EQ(error.description, "Bad IOD index");
-    }
+    const Error error = ErrorOf([&] { document.VersionIndex(GetParam().index); });
+
+    EXPECT_EQ(error.number, 1);
+    EXPECT_EQ(error.source, "DcmSRDocument");
+    EXPECT_EQ(error.description, "Bad IOD index");
     EXPECT_EQ(document.VersionIndex(), 1);
 }
 
@@ -103,12 +100,7 @@ TEST_F(Versions, AreGoneToWithTheirContentAndKeepTheLabels) {
 TEST_F(Versions, ThatDoNotExistFailInTheLibrary) {
     LoadReport({.versions = 2});
 
-    try {
-        document.GotoVersion(2);
-        FAIL() << "accepted";
-    } catch (const Error& error) {
-        EXPECT_EQ(error.description, "No data set at index 2");
-    }
+    EXPECT_EQ(FailureOf([&] { document.GotoVersion(2); }), "No data set at index 2");
     EXPECT_EQ(document.VersionIndex(), 2);
 }
 

@@ -1,9 +1,9 @@
 #include "platform/dbus/DbusAutomation.h"
 #include "platform/dbus/ViewParametersMap.h"
-#include "platform/error.h"
 #include "tests/platform/dbus/PrivateBus.h"
 #include "tests/platform/dbus/RecordingObject.h"
 #include "tests/platform/dbus/SignalCount.h"
+#include "tests/support/Failure.h"
 #include "tests/support/FakeProcess.h"
 #include "tests/support/SampleView.h"
 
@@ -312,12 +312,8 @@ TEST_F(Automation, ASecondProcessCannotTakeTheName) {
 
 TEST_F(Automation, WithoutABusThereIsAClearError) {
     const auto nowhere = QDBusConnection::connectToBus("unix:path=/nowhere", "nowhere");
-    try {
-        DbusAutomation(nowhere, factory, process, {});
-        FAIL();
-    } catch (const Error& error) {
-        EXPECT_TRUE(error.description.starts_with("There is no session bus")) << error.description;
-    }
+    const auto failure = FailureOf([&] { DbusAutomation(nowhere, factory, process, {}); });
+    EXPECT_TRUE(failure.starts_with("There is no session bus")) << failure;
 }
 
 TEST_F(Automation, AProgramThatLosesItsBusEndsOnceNoWindowIsOpen) {

@@ -1,9 +1,9 @@
 #include "platform/dbus/DbusAutomation.h"
 #include "platform/dbus/DbusViewerLink.h"
 #include "platform/dbus/ViewParametersMap.h"
-#include "platform/error.h"
 #include "tests/platform/dbus/PrivateBus.h"
 #include "tests/platform/dbus/RecordingObject.h"
+#include "tests/support/Failure.h"
 #include "tests/support/FakeProcess.h"
 
 #include <gtest/gtest.h>
@@ -65,16 +65,6 @@ private:
 
 class ViewerLinkTest : public testing::Test {
 protected:
-    /// The description of the failure of `work`; empty when it does not fail.
-    template <typename Work> static std::string FailureOf(Work work) {
-        try {
-            work();
-            return {};
-        } catch (const Error& error) {
-            return error.description;
-        }
-    }
-
     PrivateBus bus;
     QDBusConnection program = bus.Connect();
     DbusViewerLink link{program};

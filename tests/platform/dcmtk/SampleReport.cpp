@@ -1,9 +1,7 @@
 #include "SampleReport.h"
 
-#include <array>
 #include <fstream>
 #include <sstream>
-#include <utility>
 
 namespace tavrel::test {
 namespace {
@@ -62,15 +60,6 @@ std::string Text(const Value& value) {
 
 std::string Text(const DicomDataSet& dataSet, const Attribute& attribute) {
     return Text(dataSet.GetValue(attribute));
-}
-
-std::string FailureOf(const std::function<void()>& call) {
-    try {
-        call();
-    } catch (const Error& error) {
-        return error.description;
-    }
-    return {};
 }
 
 std::string ReadBytes(const std::filesystem::path& path) {

@@ -2,13 +2,12 @@
 
 #include "platform/attributes.h"
 #include "platform/dcmtk/DcmtkLibrary.h"
-#include "platform/error.h"
+#include "tests/support/Failure.h"
 #include "tests/support/FakeServiceEvents.h"
 #include "tests/support/InlineBackground.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <filesystem>
-#include <functional>
 #include <string>
 #include <string_view>
 
@@ -29,9 +28,6 @@ struct TestLibrary {
 
 std::string Text(const Value& value);
 std::string Text(const DicomDataSet& dataSet, const Attribute& attribute);
-/// The description of the error that `call` raises, empty when it raises none.
-std::string FailureOf(const std::function<void()>& call);
-
 std::string ReadBytes(const std::filesystem::path& path);
 void WriteBytes(const std::filesystem::path& path, std::string_view bytes);
 

@@ -11,7 +11,6 @@
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace tavrel::test {
@@ -71,14 +70,9 @@ protected:
     }
 
     static std::string Raised(DicomFault fault, const std::function<void()>& call) {
-        try {
-            call();
-        } catch (const Error& error) {
-            EXPECT_EQ(error.number, static_cast<int>(fault)) << error.description;
-            return error.description;
-        }
-        ADD_FAILURE() << "No failure";
-        return {};
+        const Error error = ErrorOf(call);
+        EXPECT_EQ(error.number, static_cast<int>(fault)) << error.description;
+        return error.description;
     }
 
     TestLibrary library;

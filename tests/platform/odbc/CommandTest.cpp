@@ -78,7 +78,7 @@ TEST_P(Commands, ALongerValueIsRefusedBeforeAnythingIsSent) {
     command->Text("Insert Into Report (PatientName, Reading) Values (?, ?)");
     command->Append(Text("PatientName", "ROSSI"));
     command->Append(LongText("Reading", std::string(1025, 'x')));
-    const Error error = FailureOf([&] { command->Execute(); });
+    const Error error = ErrorOf([&] { command->Execute(); });
     EXPECT_EQ(error.number, static_cast<int>(OdbcFailure::ParameterTooLong));
     EXPECT_EQ(error.description, "\"Reading\" has 1025 characters; at most 1024 can be stored.");
     EXPECT_EQ(database.Value("SELECT Count(*) FROM Report"), "0");

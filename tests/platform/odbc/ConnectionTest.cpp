@@ -83,7 +83,7 @@ TEST_P(Connections, SeveralThreadsWriteEachOnAConnectionOfItsOwn) {
 TEST(UnknownEntry, IsAnErrorThatNamesIt) {
     const TestDatabase database;
     const auto connection = database.Adapter().NewConnection();
-    const Error error = FailureOf([&] { connection->Open("DSN=Nowhere", "user", "secret"); });
+    const Error error = ErrorOf([&] { connection->Open("DSN=Nowhere", "user", "secret"); });
     EXPECT_NE(error.description.find("Data source name not found"), std::string::npos) << error.description;
     EXPECT_NE(error.description.find("(DSN=Nowhere)"), std::string::npos) << error.description;
     EXPECT_EQ(error.description.find("secret"), std::string::npos) << error.description;
@@ -93,7 +93,7 @@ TEST(UnknownEntry, IsAnErrorThatNamesIt) {
 TEST(WrongPassword, IsTheServersOwnError) {
     const TestDatabase database;
     const auto connection = database.Adapter().NewConnection();
-    const Error error = FailureOf([&] { connection->Open("DSN=DicomFDB_mariadb", "orbenta", "wrong;PORT={1}="); });
+    const Error error = ErrorOf([&] { connection->Open("DSN=DicomFDB_mariadb", "orbenta", "wrong;PORT={1}="); });
     EXPECT_EQ(error.number, 1045);
     EXPECT_NE(error.description.find("Access denied"), std::string::npos) << error.description;
 }

@@ -1,14 +1,13 @@
 #pragma once
 
-#include "platform/error.h"
 #include "platform/odbc/OdbcError.h"
+#include "tests/support/Failure.h"
 #include "tests/support/TestDatabase.h"
 
 #include <gtest/gtest.h>
 
 #include <memory>
 #include <string>
-#include <string_view>
 
 namespace tavrel {
 
@@ -34,19 +33,8 @@ protected:
 inline const auto AllEngines =
     testing::Values(TestDatabase::Engine::Sqlite, TestDatabase::Engine::Postgresql, TestDatabase::Engine::Mariadb);
 
-/// The error that `work` ends with.
-template <class Work> Error FailureOf(Work work) {
-    try {
-        work();
-    } catch (const Error& error) {
-        return error;
-    }
-    ADD_FAILURE() << "no error was raised";
-    return {0, "", ""};
-}
-
 template <class Work> void ExpectFailure(OdbcFailure failure, Work work) {
-    const Error error = FailureOf(work);
+    const Error error = ErrorOf(work);
     EXPECT_EQ(error.number, static_cast<int>(failure)) << error.description;
 }
 

@@ -27,13 +27,13 @@ TEST_P(Outage, EveryCallIsAClearErrorAndTheConnectionIsClosed) {
     inTransaction->OpenResultSet("UPDATE Patient SET PatientName='B'");
     Stop(GetParam());
 
-    const Error first = FailureOf([&] {
+    const Error first = ErrorOf([&] {
         for (int attempt = 0; attempt < 100; ++attempt) // until the stop has taken effect
             connection->OpenResultSet("SELECT * FROM Patient");
     });
     EXPECT_GT(first.description.size(), 20U);
     EXPECT_FALSE(connection->IsOpen());
-    const Error second = FailureOf([&] { connection->OpenResultSet("SELECT * FROM Patient"); });
+    const Error second = ErrorOf([&] { connection->OpenResultSet("SELECT * FROM Patient"); });
     EXPECT_EQ(second.description, "The connection to the database was lost: " + first.description);
 
     patients->SetField("PatientName", "C");

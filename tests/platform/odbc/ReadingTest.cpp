@@ -53,7 +53,7 @@ TEST_P(Reading, AnAliasIsAFieldName) {
 
 TEST_P(Reading, AnUnknownFieldIsAnErrorThatNamesIt) {
     const auto titles = connection->OpenResultSet("SELECT * FROM StdTitles");
-    const Error error = FailureOf([&] { titles->FieldIndex("Organization"); });
+    const Error error = ErrorOf([&] { titles->FieldIndex("Organization"); });
     EXPECT_EQ(error.number, static_cast<int>(OdbcFailure::UnknownField));
     EXPECT_EQ(error.description, "The result has no field \"Organization\".");
 }
@@ -70,7 +70,7 @@ TEST_P(Reading, NullIsNotEmptyText) {
 TEST_P(Reading, NullAsTextIsAnErrorThatNamesTheField) {
     database.Run("INSERT INTO SiteData VALUES ('1.2.3', NULL)");
     const auto site = connection->OpenResultSet("SELECT * FROM SiteData");
-    const Error error = FailureOf([&] { site->Text("Organization"); });
+    const Error error = ErrorOf([&] { site->Text("Organization"); });
     EXPECT_EQ(error.number, static_cast<int>(OdbcFailure::NullField));
     EXPECT_EQ(error.description, "The field \"Organization\" holds no value (null).");
 }
@@ -208,7 +208,7 @@ TEST_P(Reading, AResultAtItsEndLetsOthersWriteAndDropTheTable) {
 }
 
 TEST_P(Reading, AFailingStatementBringsTheDriversOwnNumberAndText) {
-    const Error error = FailureOf([&] { connection->OpenResultSet("SELECT * FROM Nowhere"); });
+    const Error error = ErrorOf([&] { connection->OpenResultSet("SELECT * FROM Nowhere"); });
     const int expected = GetParam() == TestDatabase::Engine::Mariadb ? 1146 : 1;
     EXPECT_EQ(error.number, expected) << error.description;
     EXPECT_NE(error.description.find("owhere"), std::string::npos) << error.description;

@@ -113,7 +113,7 @@ TEST(SqliteTransactions, AnotherWritersLockIsWaitedForAndThenAClearError) {
     const auto writer = database.Connect();
     writer->BeginTransaction();
     const auto start = std::chrono::steady_clock::now();
-    const Error error = FailureOf([&] { database.Run("INSERT INTO Patient VALUES ('1', 'Late')"); });
+    const Error error = ErrorOf([&] { database.Run("INSERT INTO Patient VALUES ('1', 'Late')"); });
     const auto waited = std::chrono::steady_clock::now() - start;
     EXPECT_EQ(error.number, 5);
     EXPECT_NE(error.description.find("database is locked"), std::string::npos) << error.description;

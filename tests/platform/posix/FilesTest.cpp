@@ -1,11 +1,11 @@
-#include "platform/error.h"
+#include "platform/paths.h"
 #include "platform/posix/PosixFiles.h"
+#include "tests/support/Failure.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -20,24 +20,12 @@ using Names = std::vector<std::string>;
 class FilesTest : public testing::Test {
 protected:
     /// The path of `name` as the program writes it.
-    std::string Inside(const std::string& name) const {
-        auto path = (folder / name).string();
-        std::replace(path.begin(), path.end(), '/', '\\');
-        return path;
-    }
+    std::string Inside(const std::string& name) const { return InsidePath(folder / name); }
     void Make(const std::string& name, const std::string& text = "x") const { std::ofstream(folder / name) << text; }
     mode_t ModeOf(const std::string& name) const {
         struct stat status {};
         EXPECT_EQ(stat((folder / name).c_str(), &status), 0);
         return status.st_mode & 0777;
-    }
-    template <typename Work> static std::string FailureOf(Work work) {
-        try {
-            work();
-            return {};
-        } catch (const Error& error) {
-            return error.description;
-        }
     }
 
     TemporaryFolder room;

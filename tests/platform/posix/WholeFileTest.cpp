@@ -1,6 +1,7 @@
 #include "platform/posix/WholeFile.h"
-
-#include "platform/error.h"
+#include "platform/paths.h"
+#include "platform/posix/PosixFiles.h"
+#include "tests/support/Failure.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -48,14 +49,6 @@ protected:
     std::string Contents(const fs::path& path) const {
         std::ifstream file(path);
         return {std::istreambuf_iterator(file), {}};
-    }
-    template <typename Work> static std::string FailureOf(Work work) {
-        try {
-            work();
-            return {};
-        } catch (const Error& error) {
-            return error.description;
-        }
     }
 
     TemporaryFolder room;

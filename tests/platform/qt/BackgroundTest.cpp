@@ -1,6 +1,6 @@
-#include "platform/error.h"
 #include "platform/qt/QtBackground.h"
 #include "tests/platform/qt/OneOfEach.h"
+#include "tests/support/Failure.h"
 
 #include <QProgressBar>
 #include <QTest>
@@ -34,13 +34,11 @@ TEST_F(BackgroundWork, IsDoneOnAnotherThreadBeforeRunReturns) {
 }
 
 TEST_F(BackgroundWork, RaisesItsFailureWhereItWasAskedFor) {
-    try {
-        background_.Run("", [] { throw Error(7, "store", "The storage service refused"); });
-        FAIL();
-    } catch (const Error& error) {
-        EXPECT_EQ(error.number, 7);
-        EXPECT_EQ(error.description, "The storage service refused");
-    }
+    const Error error =
+        ErrorOf([&] { background_.Run("", [] { throw Error(7, "store", "The storage service refused"); }); });
+
+    EXPECT_EQ(error.number, 7);
+    EXPECT_EQ(error.description, "The storage service refused");
     EXPECT_FALSE(background_.Running());
 }
 

@@ -1,5 +1,5 @@
-#include "platform/error.h"
 #include "tests/platform/qt/PdfStation.h"
+#include "tests/support/Failure.h"
 
 namespace tavrel::test {
 namespace {
@@ -25,14 +25,11 @@ TEST_F(SavedPdf, IsReadableByItsOwnerOnly) {
 }
 
 TEST_F(SavedPdf, InAFolderThatDoesNotExistIsAnError) {
-    try {
-        SaveAs("nowhere/report.pdf");
-        FAIL();
-    } catch (const Error& error) {
-        EXPECT_TRUE(error.description.starts_with("The PDF " + station.NativePath("nowhere/report.pdf").string() +
-                                                  " cannot be written: "))
-            << error.description;
-    }
+    const auto failure = FailureOf([&] { SaveAs("nowhere/report.pdf"); });
+
+    EXPECT_TRUE(
+        failure.starts_with("The PDF " + station.NativePath("nowhere/report.pdf").string() + " cannot be written: "))
+        << failure;
 }
 
 TEST_F(SavedPdf, WhoseNameIsAFolderIsAnErrorAndLeavesTheFolder) {

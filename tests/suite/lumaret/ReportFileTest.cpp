@@ -1,8 +1,8 @@
 #include "suite/lumaret/ReportFile.h"
 
-#include "platform/error.h"
 #include "tests/suite/lumaret/SampleImage.h"
 #include "tests/suite/lumaret/SampleReport.h"
+#include "tests/support/Failure.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -27,12 +27,7 @@ protected:
     }
     /// What is said of a file that cannot be shown; empty of one that can.
     QString FailureOf(const QString& file) {
-        try {
-            ReportAsHtml(file);
-        } catch (const Error& error) {
-            return QString::fromStdString(error.description);
-        }
-        return {};
+        return QString::fromStdString(tavrel::FailureOf([&] { ReportAsHtml(file); }));
     }
     void WriteBytes(const QByteArray& bytes) const {
         QFile file(path);
