@@ -83,5 +83,24 @@ TEST_F(WholeFiles, AFileSystemThatSyncsNoFoldersIsGoodEnough) {
     EXPECT_EQ(FailureOf([&] { WriteWholeFile(Path(), "text"); }), "");
 }
 
+TEST_F(WholeFiles, AFolderMadeForAFileIsSyncedIntoTheOneAboveIt) {
+    PosixFiles().CreateNew(InsidePath(folder / "state" / "unsent"), "version", ".dcm");
+    EXPECT_EQ(Disk.synced, (std::vector{folder, folder / "state"}));
+}
+
+TEST_F(WholeFiles, AFolderThatIsThereIsNotSyncedAgain) {
+    PosixFiles().CreateNew(InsidePath(folder), "version", ".dcm");
+    EXPECT_TRUE(Disk.synced.empty());
+}
+
+TEST_F(WholeFiles, AFolderThatDidNotReachTheDiskIsMadeAgainNextTime) {
+    const auto create = [&] { PosixFiles().CreateNew(InsidePath(folder / "unsent"), "version", ".dcm"); };
+    Disk.folderFailure = EIO;
+    EXPECT_EQ(FailureOf(create), "Cannot make the folder \"" + (folder / "unsent").string() + "\": Input/output error");
+    Disk = {};
+    create();
+    EXPECT_EQ(Disk.synced, std::vector{folder});
+}
+
 } // namespace
 } // namespace tavrel::test
