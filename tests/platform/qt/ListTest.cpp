@@ -1,12 +1,26 @@
 #include "platform/qt/RowsModel.h"
 #include "tests/platform/qt/OneOfEach.h"
 
-#include <QElapsedTimer>
 #include <QHeaderView>
+#include <QStyledItemDelegate>
 #include <QTest>
 
 namespace tavrel {
 namespace {
+
+/// How often a row is measured or drawn.
+class CountingDelegate : public QStyledItemDelegate {
+public:
+    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& cell) const override {
+        ++asked;
+        return QStyledItemDelegate::sizeHint(option, cell);
+    }
+    void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& cell) const override {
+        ++asked;
+        QStyledItemDelegate::paint(painter, option, cell);
+    }
+    mutable int asked = 0;
+};
 
 class Lists : public OneOfEachShown {
 protected:
@@ -171,9 +185,9 @@ TEST_F(Lists, ColumnsShareTheWidth) {
     EXPECT_EQ(header->sectionSize(0) + header->sectionSize(1), rows_.viewport()->width());
 }
 
-TEST_F(Lists, AHundredThousandRowsAreShownWithinASecond) {
-    QElapsedTimer timer;
-    timer.start();
+TEST_F(Lists, OfAHundredThousandRowsThoseOnTheScreenAreMeasuredAndDrawn) {
+    CountingDelegate rows;
+    rows_.setItemDelegate(&rows);
     form_.lstRows.Fill([](std::vector<ListItem>& items) {
         for (int i = 0; i < 100'000; ++i)
             items.push_back({std::to_string(i), "99SS", {"MEANING " + std::to_string(i)}});
@@ -182,8 +196,9 @@ TEST_F(Lists, AHundredThousandRowsAreShownWithinASecond) {
     QCoreApplication::processEvents();
     window_.grab();
 
-    EXPECT_LT(timer.elapsed(), 1000);
     EXPECT_EQ(SelectedRow(rows_), 99'999);
+    EXPECT_GT(rows.asked, 0);
+    EXPECT_LT(rows.asked, 1000);
 }
 
 } // namespace
