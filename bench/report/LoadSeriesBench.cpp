@@ -4,6 +4,7 @@
 #include "bench/report/Measurement.h"
 #include "bench/report/Program.h"
 
+#include "platform/paths.h"
 #include "sr/DcmSRDocument.h"
 #include "tests/support/Workstation.h"
 
@@ -20,11 +21,11 @@ void LoadWithTavrel(const std::filesystem::path& folder) {
     const auto files = FilesOf(folder);
     test::Workstation station;
     DcmSRDocument document(station.global);
-    document.OpenFile(InnerPath(files.front())); // the program is warm: its dictionaries are loaded
+    document.OpenFile(InsidePath(files.front())); // the program is warm: its dictionaries are loaded
 
     Measurement::StartAtRest();
     const Measurement measurement;
-    document.LoadSeries(InnerPath(folder));
+    document.LoadSeries(InsidePath(folder));
     measurement.Print("tavrel");
 
     RequireSilence(station.windows);

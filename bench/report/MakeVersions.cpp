@@ -3,6 +3,7 @@
 
 #include "bench/report/Program.h"
 
+#include "platform/paths.h"
 #include "sr/DcmSRDocument.h"
 #include "tests/support/Workstation.h"
 
@@ -35,12 +36,12 @@ void MakeVersions(const std::filesystem::path& folder, int count) {
     document.SetTitle("99SS", "T1", "Heading", "Chest radiograph");
     for (int version = 0; version < count; ++version) {
         station.clock.now = TimeOfSave(version);
-        file = InnerPath(folder / ("img_" + std::to_string(1000001 + version).substr(1) + ".dcm"));
+        file = InsidePath(folder / ("img_" + std::to_string(1000001 + version).substr(1) + ".dcm"));
         document.Reading("Version " + std::to_string(version + 1) + ". Normal heart and lungs.");
         document.Send();
         station.store.sent.clear();
         if (version % keptInMemory == 0)
-            document.LoadSeries(InnerPath(folder)); // which lets go of the versions written
+            document.LoadSeries(InsidePath(folder)); // which lets go of the versions written
         else
             document.GotoVersion(static_cast<std::int16_t>(version));
         RequireSilence(station.windows);

@@ -4,6 +4,7 @@
 #include "bench/report/Measurement.h"
 #include "bench/report/Program.h"
 
+#include "platform/paths.h"
 #include "tests/editor/ReportingStation.h"
 
 #include <dcmtk/config/osconfig.h>
@@ -23,7 +24,7 @@ std::vector<std::string> MakeImages(test::ReportingStation& station, int count) 
     const auto folder = station.NativePath("study/images");
     std::filesystem::create_directories(folder);
     const auto pattern = folder / "img_000000.dcm";
-    station.ImageSeries()->Item(0)->SaveToFile(InnerPath(pattern));
+    station.ImageSeries()->Item(0)->SaveToFile(InsidePath(pattern));
 
     DcmFileFormat image;
     image.loadFile(pattern.c_str());
@@ -35,7 +36,7 @@ std::vector<std::string> MakeImages(test::ReportingStation& station, int count) 
         image.getDataset()->putAndInsertString(DCM_SOPInstanceUID, uid.c_str());
         if (const OFCondition outcome = image.saveFile(file.c_str(), EXS_LittleEndianExplicit); outcome.bad())
             throw std::runtime_error(file.string() + ": " + outcome.text());
-        files.push_back(InnerPath(file));
+        files.push_back(InsidePath(file));
     }
     return files;
 }

@@ -1,7 +1,5 @@
 #include "bench/report/Program.h"
 
-#include "platform/error.h"
-
 #include <algorithm>
 #include <cstdio>
 #include <stdexcept>
@@ -17,8 +15,6 @@ int RunProgram(int argc, char** argv, const std::string& usage, const std::funct
     try {
         work(arguments);
         return 0;
-    } catch (const Error& error) {
-        std::fprintf(stderr, "%s: %s\n", argv[0], error.description.c_str());
     } catch (const std::exception& failure) {
         std::fprintf(stderr, "%s: %s\n", argv[0], failure.what());
     }
@@ -28,12 +24,6 @@ int RunProgram(int argc, char** argv, const std::string& usage, const std::funct
 void RequireSilence(const test::FakeWindows& windows) {
     if (!windows.messages.empty())
         throw std::runtime_error("shown: " + windows.messages.front().text);
-}
-
-std::string InnerPath(const std::filesystem::path& path) {
-    std::string inner = path.string();
-    std::ranges::replace(inner, '/', '\\');
-    return inner;
 }
 
 std::vector<std::filesystem::path> FilesOf(const std::filesystem::path& folder) {

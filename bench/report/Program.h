@@ -19,9 +19,6 @@ int RunProgram(int argc, char** argv, const std::string& usage, const std::funct
 /// A benchmark of something that failed measures nothing: an error when a message box was shown.
 void RequireSilence(const test::FakeWindows& windows);
 
-/// The program's spelling of a path of the system.
-std::string InnerPath(const std::filesystem::path& path);
-
 /// The DICOM files of a folder, in the order of their names.
 std::vector<std::filesystem::path> FilesOf(const std::filesystem::path& folder);
 

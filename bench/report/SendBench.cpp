@@ -7,6 +7,7 @@
 
 #include "host/Startup.h"
 #include "platform/dcmtk/DcmtkLibrary.h"
+#include "platform/paths.h"
 #include "sr/DcmSRDocument.h"
 #include "tests/support/Workstation.h"
 
@@ -34,7 +35,7 @@ void SaveWithTavrel(const std::filesystem::path& folder, const std::string& port
     global.userSignature = "Dr. Mario Rossi";
     for (int save = 0; save < saves + UntimedSaves; ++save) {
         DcmSRDocument document(global);
-        document.LoadSeries(InnerPath(folder));
+        document.LoadSeries(InsidePath(folder));
         document.Reading("Normal heart and lungs.");
 
         const Measurement measurement;

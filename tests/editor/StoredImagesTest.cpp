@@ -1,4 +1,5 @@
 #include "platform/dcmtk/DcmtkLibrary.h"
+#include "platform/paths.h"
 #include "tests/editor/ReportingStation.h"
 #include "tests/support/StorageNode.h"
 
@@ -13,10 +14,8 @@ namespace {
 class QueuedServiceEvents : public FakeServiceEvents {
 public:
     void Arrive(const std::filesystem::path& file) {
-        std::string path = file.string();
-        std::ranges::replace(path, '/', '\\');
         const std::scoped_lock lock(mutex_);
-        arrived_.push_back(path);
+        arrived_.push_back(InsidePath(file));
     }
     void AwaitSentEvents() override {
         Texts arrived;

@@ -1,9 +1,9 @@
 #include "RawDicom.h"
 #include "SampleReport.h"
+#include "platform/paths.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <chrono>
 
 #include <sys/stat.h>
@@ -50,8 +50,7 @@ TEST_F(Files, AReportComesBackAsItWasSaved) {
 }
 
 TEST_F(Files, PathsHaveTheProgramsOwnSeparator) {
-    std::string inside = Path();
-    std::ranges::replace(inside, '/', '\\');
+    const auto inside = InsidePath(Path());
     report->SaveToFile(inside);
     EXPECT_EQ(library.Load(inside)->GetElementString(0, attribute::PatientName), "Doe^Jane");
 }

@@ -96,9 +96,7 @@ TEST_F(StorageEvents, AReportOfTheWorkstationIsToldBeforeItIsAnswered) {
     ASSERT_EQ(Report().Send(room, "AE_INTERNAL"), 0);
     events.AwaitSentEvents(); // every event that was sent before the answer has come now
     ASSERT_EQ(StoreEvents(), 1U);
-    std::string path = room.StoredFiles().at(0).string();
-    std::ranges::replace(path, '/', '\\');
-    EXPECT_EQ(witness.storedPath, path);
+    EXPECT_EQ(witness.storedPath, InsidePath(room.StoredFiles().at(0)));
 }
 
 TEST_F(StorageEvents, TheRowsAreThereWhenTheEventComes) {

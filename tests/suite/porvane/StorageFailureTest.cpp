@@ -1,3 +1,4 @@
+#include "platform/paths.h"
 #include "tests/suite/SuiteRoom.h"
 #include "tests/suite/TestObject.h"
 
@@ -43,8 +44,7 @@ protected:
         fs::create_directories(room.Incoming());
         std::ofstream(series / imageFile) << "object";
         std::ofstream(room.Incoming() / "7.part") << "object";
-        std::string studyPath = (room.Studies() / "2.999.1").string();
-        std::ranges::replace(studyPath, '/', '\\');
+        const std::string studyPath = InsidePath(room.Studies() / "2.999.1");
         fs::create_symlink(studyPath + "\n2.999.2\n" + imageFile, room.Incoming() / "7.part.note");
         room.Insert("Study", {{"StudyInstanceUID", "2.999.1"}, {"StudyPath", studyPath}});
         room.Insert("Series",

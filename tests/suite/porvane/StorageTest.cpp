@@ -1,3 +1,4 @@
+#include "platform/paths.h"
 #include "suite/porvane/SameDataSet.h"
 #include "tests/suite/SuiteRoom.h"
 #include "tests/suite/TestObject.h"
@@ -54,10 +55,9 @@ TEST_F(Storage, CompressedImagesKeepTheirBytesAndTheirSyntax) {
 
 TEST_F(Storage, TheCatalogueSaysWhereTheFileLies) {
     TestObject().Send(room);
-    std::string path = room.Value("SELECT StudyPath FROM Study") + "\\" + room.Value("SELECT SeriesDir FROM Series") +
-                       "\\" + room.Value("SELECT ImageFile FROM Image");
-    std::ranges::replace(path, '\\', '/');
-    EXPECT_EQ(path, room.StoredFiles().at(0));
+    const auto path = room.Value("SELECT StudyPath FROM Study") + "\\" + room.Value("SELECT SeriesDir FROM Series") +
+                      "\\" + room.Value("SELECT ImageFile FROM Image");
+    EXPECT_EQ(NativePath(path), room.StoredFiles().at(0));
 }
 
 TEST_F(Storage, TheRowsHoldWhatTheHeaderSays) {
