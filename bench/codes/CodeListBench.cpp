@@ -10,8 +10,8 @@
 #include "bench/codes/EngineReader.h"
 #include "codes/FillCodeList.h"
 #include "platform/odbc/OdbcDatabase.h"
-#include "suite/catalogue/OdbcEntry.h"
 #include "suite/catalogue/Schema.h"
+#include "tests/support/SqliteEntry.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/Workstation.h"
 
@@ -197,11 +197,7 @@ void PrintRatios(const ShortestRuns& runs) {
 /// A folder of this run's own with an entry for a SQLite file in it.
 class OwnEntry {
 public:
-    OwnEntry() {
-        const auto file = folder_.Path() / "odbc.ini";
-        WriteOdbcEntry(file, SqliteEntry("DicomFDB_sqlite", folder_.Path() / "catalogue.db"));
-        setenv("ODBCINI", file.c_str(), 1);
-    }
+    OwnEntry() { UseSqliteEntry(folder_.Path(), "DicomFDB_sqlite"); }
 
 private:
     TemporaryFolder folder_;

@@ -48,7 +48,7 @@ public:
 private:
     QStringList files_;
     QTemporaryDir folder_;
-    CatalogueRows rows_{SqliteEntry()};
+    CatalogueRows rows_{OwnSqliteEntry()};
 };
 
 /// Memory of the process that is its own and in use, in MB.
@@ -60,7 +60,7 @@ double OwnMemory() {
 }
 
 void BareDecode(benchmark::State& state, const Series& series) {
-    std::vector<unsigned char> pixels(512 * 512);
+    std::vector<unsigned char> pixels(std::size_t{512} * 512);
     qsizetype slice = 0;
     for (auto _ : state) {
         DicomImage image(series.File(slice++).toLocal8Bit().constData());

@@ -4,7 +4,7 @@
 #include "bench/report/BareCatalogue.h"
 #include "bench/report/Measurement.h"
 #include "bench/report/Program.h"
-
+#include "suite/catalogue/OdbcEntry.h"
 #include "tests/editor/ReportingStation.h"
 
 #include <dcmtk/config/osconfig.h>
@@ -62,8 +62,7 @@ void ChooseInTurns(int reports, int times) {
     test::ReportingStation station;
     AddReports(station, reports);
     station.InChooser([&] { station.chooser.cmdCancel.Press(); });
-    const BareCatalogue catalogue("Driver=SQLite3;Timeout=2500;Database=" +
-                                  station.NativePath("catalogue.db").string());
+    const BareCatalogue catalogue(ConnectionText(SqliteEntry({}, station.NativePath("catalogue.db"))));
     for (int turn = 0; turn < times; ++turn) {
         ChooseWithTavrel(station, reports);
         ReadBare(catalogue, station.NativePath("study"));

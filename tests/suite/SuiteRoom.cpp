@@ -1,7 +1,7 @@
 #include "tests/suite/SuiteRoom.h"
 
 #include "platform/posix/PosixFiles.h"
-#include "suite/catalogue/OdbcEntry.h"
+#include "tests/support/SqliteEntry.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -41,8 +41,7 @@ int FreePort() {
 } // namespace
 
 SuiteRoom::SuiteRoom() : dataSource_("DicomFDB"), port_(FreePort()) {
-    WriteOdbcEntry(Folder() / "odbc.ini", SqliteEntry(dataSource_, Folder() / "catalogue.db"));
-    setenv("ODBCINI", (Folder() / "odbc.ini").c_str(), 1);
+    UseSqliteEntry(Folder());
     Fill();
 }
 

@@ -1,7 +1,7 @@
 #include "tests/support/TestDatabase.h"
 
 #include "platform/odbc/OdbcDatabase.h"
-#include "suite/catalogue/OdbcEntry.h"
+#include "tests/support/SqliteEntry.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <array>
@@ -29,8 +29,7 @@ private:
             return;
         }
         path_ = own_.emplace().Path();
-        WriteOdbcEntry(path_ / "odbc.ini", SqliteEntry("DicomFDB", path_ / "catalogue.db"));
-        setenv("ODBCINI", (path_ / "odbc.ini").c_str(), 1);
+        UseSqliteEntry(path_);
     }
 
     std::optional<TemporaryFolder> own_;

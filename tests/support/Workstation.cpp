@@ -4,13 +4,14 @@
 #include "platform/attributes.h"
 #include "platform/dcmtk/DcmtkLibrary.h"
 #include "platform/odbc/OdbcDatabase.h"
+#include "platform/paths.h"
 #include "platform/posix/PosixFiles.h"
 #include "platform/sql.h"
 #include "sr/DcmSRDocument.h"
+#include "suite/catalogue/OdbcEntry.h"
 #include "suite/catalogue/Rows.h"
 #include "suite/catalogue/Schema.h"
 
-#include <algorithm>
 #include <functional>
 #include <stdexcept>
 
@@ -30,8 +31,9 @@ public:
                 : ForwardingConnection(std::move(target)), owner_(owner) {}
             void Open(std::string_view connectionText, std::string_view user, std::string_view password) override {
                 owner_.asked_.emplace_back(connectionText);
-                ForwardingConnection::Open(
-                    "Driver=SQLite3;Timeout=2500;SyncPragma=OFF;Database=" + owner_.file_.string(), user, password);
+                // The first of two settings counts: no test outlasts the machine, and waiting for the disk takes long.
+                ForwardingConnection::Open("SyncPragma=OFF;" + ConnectionText(SqliteEntry({}, owner_.file_)), user,
+                                           password);
             }
 
         private:
@@ -79,15 +81,11 @@ Ports Workstation::PortsWith(Files& other) {
 }
 
 std::string Workstation::Path(std::string_view below) const {
-    std::string path = NativePath(below).string();
-    std::ranges::replace(path, '/', '\\');
-    return path;
+    return InsidePath(NativePath(below));
 }
 
 std::filesystem::path Workstation::NativePath(std::string_view below) const {
-    std::string name(below);
-    std::ranges::replace(name, '\\', '/');
-    return name.empty() ? folder.Path() : folder.Path() / name;
+    return below.empty() ? folder.Path() : folder.Path() / tavrel::NativePath(std::string(below));
 }
 
 void Workstation::Execute(std::string_view statement) {
@@ -159,7 +157,7 @@ void Workstation::AddExampleStudy() {
 }
 
 std::shared_ptr<DataSetList> Workstation::ImageSeries(int count) {
-    const auto images = dicom->NewDataSetList();
+    auto images = dicom->NewDataSetList();
     for (int index = 0; index < count; ++index) {
         images->AddDataSet(-1);
         const auto set = [&](const Attribute& attribute, const Value& value) {

@@ -50,9 +50,9 @@ public:
     Workstation& operator=(const Workstation&) = delete;
 
     /// Outside things for a second `Global` that has one fault in it.
-    Ports PortsWith(Database& database);
-    Ports PortsWith(DicomLibrary& dicomLibrary);
-    Ports PortsWith(Files& fileSystem);
+    Ports PortsWith(Database& other);
+    Ports PortsWith(DicomLibrary& other);
+    Ports PortsWith(Files& other);
 
     /// A path below the workstation's folder, with the program's separator "\"; `below` may use either.
     std::string Path(std::string_view below = {}) const;

@@ -1,6 +1,7 @@
 #include "platform/odbc/OdbcDatabase.h"
 #include "tests/platform/dbus/PrivateBus.h"
 #include "tests/platform/dbus/SignalCount.h"
+#include "tests/support/SqliteEntry.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +9,6 @@
 #include <QDBusMessage>
 #include <QDBusPendingCall>
 #include <QDBusVariant>
-#include <QFile>
 #include <QFileInfo>
 
 namespace tavrel::test {
@@ -19,23 +19,20 @@ class ProgramStart : public testing::Test {
 protected:
     ProgramStart() {
         qputenv("QT_QPA_PLATFORM", "offscreen");
-        qputenv("ODBCINI", MakeCatalogue().toUtf8());
+        MakeCatalogue();
     }
     ~ProgramStart() override {
         program.kill();
         program.waitForFinished();
     }
 
-    QString MakeCatalogue() {
-        const auto entry = QString("Driver=SQLite3;Database=%1/catalogue.db").arg(bus.Folder());
+    void MakeCatalogue() const {
+        const std::filesystem::path folder = bus.Folder().toStdString();
+        UseSqliteEntry(folder);
         const auto catalogue = OdbcDatabase().NewConnection();
-        catalogue->Open(entry.toStdString());
+        catalogue->Open(ConnectionText(SqliteEntry({}, folder / "catalogue.db")));
         catalogue->OpenResultSet("CREATE TABLE SiteData (BaseUID TEXT, Organization TEXT)");
         catalogue->OpenResultSet("INSERT INTO SiteData VALUES ('1.2.999', 'Orbenta General Hospital')");
-        QFile file(bus.Folder() + "/odbc.ini");
-        EXPECT_TRUE(file.open(QFile::WriteOnly));
-        file.write(("[DicomFDB]\n" + QString(entry).replace(';', '\n') + "\n").toUtf8());
-        return file.fileName();
     }
     void Start(const QStringList& arguments) { program.start(TAVREL_PROGRAM, arguments); }
     /// Starts `executable` where windows are shown on the display of that name; none when it is empty.

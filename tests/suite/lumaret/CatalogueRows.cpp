@@ -2,9 +2,8 @@
 
 #include "suite/catalogue/Rows.h"
 #include "suite/catalogue/Schema.h"
-
-#include <QFile>
-#include <QTemporaryDir>
+#include "tests/support/SqliteEntry.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace tavrel::test {
 
@@ -54,18 +53,10 @@ void CatalogueRows::Insert(const char* table, std::initializer_list<std::pair<co
     InsertRow(*connection_, table, texts);
 }
 
-std::string SqliteEntry() {
+std::string OwnSqliteEntry() {
     // One for the whole process: the driver manager remembers an entry for a while.
-    static const QTemporaryDir folder;
-    const QString entries = folder.filePath("odbc.ini");
-    if (!QFile::exists(entries)) {
-        QFile file(entries);
-        file.open(QFile::WriteOnly);
-        file.write(("[DicomFDB]\nDriver=SQLite3\nDatabase=" + folder.filePath("catalogue.db") +
-                    "\nTimeout=400\nSyncPragma=OFF\n")
-                       .toUtf8());
-        qputenv("ODBCINI", entries.toUtf8());
-    }
+    static const TemporaryFolder folder;
+    UseSqliteEntry(folder.Path());
     return "DicomFDB";
 }
 

@@ -32,6 +32,6 @@ private:
 };
 
 /// Makes an ODBC entry "DicomFDB" on a SQLite file of this process; answers its name.
-std::string SqliteEntry();
+std::string OwnSqliteEntry();
 
 } // namespace tavrel::test

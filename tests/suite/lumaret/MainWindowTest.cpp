@@ -106,7 +106,7 @@ protected:
 
     PrivateBus bus;
     QTemporaryDir folder;
-    CatalogueRows rows{SqliteEntry()};
+    CatalogueRows rows{OwnSqliteEntry()};
     OdbcDatabase database;
     StudyCatalogue catalogue{database};
     FakeTavrel tavrel{bus.Connect()};
