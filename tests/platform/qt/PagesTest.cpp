@@ -18,8 +18,8 @@ std::vector<Word> WordsOf(const std::string& file) {
     std::vector<Word> words;
     std::istringstream lines(Output("pdftotext -bbox '" + file + "' -"));
     for (std::string line; std::getline(lines, line);)
-        if (Word word; std::sscanf(line.c_str(), " <word xMin=\"%lf\" yMin=\"%lf\" xMax=\"%lf\" yMax=\"%lf\"",
-                                   &word.left, &word.top, &word.right, &word.bottom) == 4) {
+        if (Word word; std::sscanf(line.c_str(), R"( <word xMin="%lf" yMin="%lf" xMax="%lf" yMax="%lf")", &word.left,
+                                   &word.top, &word.right, &word.bottom) == 4) {
             const auto start = line.find('>') + 1;
             word.text = line.substr(start, line.find('<', start) - start);
             words.push_back(word);

@@ -152,11 +152,11 @@ TEST_F(WindowsOnScreen, ANestedModalShowReturnsFirst) {
             windows_.Hide(form_);
         });
         windows_.ShowModal(other_, &form_);
-        returned.push_back("other");
+        returned.emplace_back("other");
     });
 
     windows_.ShowModal(form_, nullptr);
-    returned.push_back("form");
+    returned.emplace_back("form");
 
     EXPECT_EQ(returned, (std::vector<std::string>{"other", "form"}));
 }
