@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <sstream>
 
 namespace tavrel::test {
@@ -31,33 +32,33 @@ struct Change {
 };
 
 /// What gives each field another text than it has in a neutral line.
-constexpr Change Changes[] = {
-    {"Filename", [](Image& image) { image.Filename = "a.dcm"; }},
-    {"Zoom", [](Image& image) { image.ViewPars->zoom = 2; }},
-    {"FlipHorizontal", [](Image& image) { image.ViewPars->flipHorizontal = true; }},
-    {"FlipVertical", [](Image& image) { image.ViewPars->flipVertical = true; }},
-    {"LUTName", [](Image& image) { image.LUTName = "Bone"; }},
-    {"DisplayedArea, left", [](Image& image) { image.ViewPars->displayedArea.left = 2; }},
-    {"DisplayedArea, top", [](Image& image) { image.ViewPars->displayedArea.top = 2; }},
-    {"DisplayedArea, right", [](Image& image) { image.ViewPars->displayedArea.right = 2; }},
-    {"DisplayedArea, bottom", [](Image& image) { image.ViewPars->displayedArea.bottom = 2; }},
-    {"Inverted", [](Image& image) { image.ViewPars->inverted = true; }},
-    {"Smoothed", [](Image& image) { image.ViewPars->smoothed = true; }},
-    {"Frame", [](Image& image) { image.ViewPars->frame = 2; }},
-    {"Rotation", [](Image& image) { image.ViewPars->rotation = 2; }},
-    {"WindowCenter", [](Image& image) { image.ViewPars->windowCenter = 2; }},
-    {"WindowWidth", [](Image& image) { image.ViewPars->windowWidth = 2; }},
-    {"PanX", [](Image& image) { image.ViewPars->panX = 2; }},
-    {"PanY", [](Image& image) { image.ViewPars->panY = 2; }},
-    {"Gamma", [](Image& image) { image.ViewPars->gamma = 2; }},
-    {"Sharpness", [](Image& image) { image.ViewPars->sharpness = 2; }},
+constexpr std::array Changes{
+    Change{"Filename", [](Image& image) { image.Filename = "a.dcm"; }},
+    Change{"Zoom", [](Image& image) { image.ViewPars->zoom = 2; }},
+    Change{"FlipHorizontal", [](Image& image) { image.ViewPars->flipHorizontal = true; }},
+    Change{"FlipVertical", [](Image& image) { image.ViewPars->flipVertical = true; }},
+    Change{"LUTName", [](Image& image) { image.LUTName = "Bone"; }},
+    Change{"DisplayedArea, left", [](Image& image) { image.ViewPars->displayedArea.left = 2; }},
+    Change{"DisplayedArea, top", [](Image& image) { image.ViewPars->displayedArea.top = 2; }},
+    Change{"DisplayedArea, right", [](Image& image) { image.ViewPars->displayedArea.right = 2; }},
+    Change{"DisplayedArea, bottom", [](Image& image) { image.ViewPars->displayedArea.bottom = 2; }},
+    Change{"Inverted", [](Image& image) { image.ViewPars->inverted = true; }},
+    Change{"Smoothed", [](Image& image) { image.ViewPars->smoothed = true; }},
+    Change{"Frame", [](Image& image) { image.ViewPars->frame = 2; }},
+    Change{"Rotation", [](Image& image) { image.ViewPars->rotation = 2; }},
+    Change{"WindowCenter", [](Image& image) { image.ViewPars->windowCenter = 2; }},
+    Change{"WindowWidth", [](Image& image) { image.ViewPars->windowWidth = 2; }},
+    Change{"PanX", [](Image& image) { image.ViewPars->panX = 2; }},
+    Change{"PanY", [](Image& image) { image.ViewPars->panY = 2; }},
+    Change{"Gamma", [](Image& image) { image.ViewPars->gamma = 2; }},
+    Change{"Sharpness", [](Image& image) { image.ViewPars->sharpness = 2; }},
 };
 
 void Neutral(Image&) {}
 
 auto ChangeOf(const std::string& field) {
     const auto found = std::ranges::find(Changes, field, &Change::field);
-    return found == std::end(Changes) ? Neutral : found->make;
+    return found == Changes.end() ? Neutral : found->make;
 }
 
 class HandOverDocument : public testing::Test {
