@@ -18,7 +18,6 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <cstring>
 #include <memory>
 
 #include <netinet/in.h>

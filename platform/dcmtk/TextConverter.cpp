@@ -2,7 +2,6 @@
 
 #include "platform/text.h"
 
-#include <algorithm>
 #include <map>
 #include <stdexcept>
 #include <utility>

@@ -1,6 +1,5 @@
 #include "codes/FillCodeList.h"
 
-#include "platform/error.h"
 #include "tests/codes/CodesTest.h"
 
 namespace tavrel::test {

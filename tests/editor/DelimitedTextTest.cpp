@@ -9,7 +9,6 @@
 #include <cmath>
 #include <limits>
 #include <random>
-#include <vector>
 
 namespace tavrel {
 namespace {

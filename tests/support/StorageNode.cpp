@@ -9,7 +9,6 @@
 #include <dcmtk/dcmnet/dimse.h>
 
 #include <array>
-#include <cstring>
 #include <stdexcept>
 
 #include <arpa/inet.h>

@@ -8,7 +8,6 @@
 
 #include <chrono>
 #include <functional>
-#include <string>
 
 namespace tavrel::test {
 
