@@ -9,6 +9,7 @@
 #include "sr/ImagePresentationContext.h"
 #include "tests/support/FakeReportPrinter.h"
 #include "tests/support/FakeTimer.h"
+#include "tests/support/ReadBytes.h"
 #include "tests/support/Workstation.h"
 
 #include <algorithm>
@@ -67,10 +68,7 @@ public:
         std::filesystem::create_directories(NativePath(below).parent_path());
         std::ofstream(NativePath(below), std::ios::binary) << contents;
     }
-    std::string ReadFile(const std::string& below) {
-        std::ifstream file(NativePath(below), std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
+    std::string ReadFile(const std::string& below) { return ReadBytes(NativePath(below)); }
 };
 
 inline ViewParametersHandle SomeView() {

@@ -109,8 +109,7 @@ private:
 
     /// Whether a file names one patient, the one in whose folder it lies.
     void ExpectOne(const std::filesystem::path& file) {
-        std::ifstream stream(file, std::ios::binary);
-        const auto marks = MarksIn({std::istreambuf_iterator<char>(stream), {}});
+        const auto marks = MarksIn(ReadBytes(file));
         ASSERT_LE(marks.size(), 1U) << file;
         const auto place = MarksIn(file.parent_path().string());
         if (!place.empty() && !marks.empty()) {

@@ -1,32 +1,14 @@
 #include "tests/suite/Child.h"
 
-#include "tests/support/TemporaryFolder.h"
-
 #include <fcntl.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <stdexcept>
 
 namespace tavrel {
-namespace {
-
-std::string Contents(const std::filesystem::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-int ExitStatus(int waited) {
-    return WIFEXITED(waited) ? WEXITSTATUS(waited) : 128 + WTERMSIG(waited);
-}
-
-} // namespace
 
 Child::Child(const std::vector<std::string>& command, const std::string& outputFile) : pid_(fork()) {
     if (pid_ < 0)
@@ -70,14 +52,6 @@ void Child::Signal(int signal) const {
 int Child::Wait() {
     Eventually([this] { return !IsRunning(); });
     return status_;
-}
-
-Outcome RunShell(const std::string& command) {
-    const TemporaryFolder outputs;
-    const auto out = outputs.Path() / "out";
-    const auto err = outputs.Path() / "err";
-    const int waited = std::system(("(" + command + ") >" + out.string() + " 2>" + err.string()).c_str());
-    return {ExitStatus(waited), Contents(out), Contents(err)};
 }
 
 } // namespace tavrel

@@ -1,6 +1,10 @@
 #pragma once
 
+#include "tests/support/Shell.h"
+
+#include <chrono>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <sys/types.h>
@@ -26,24 +30,8 @@ private:
     bool running_ = true;
 };
 
-struct Outcome {
-    int status = 0;
-    std::string out;
-    std::string err;
-};
-
-/// Runs a command of the shell to its end.
-Outcome RunShell(const std::string& command);
-
 /// Looks every 10 ms, for at most 20 seconds.
-template <typename Condition> bool Eventually(Condition condition);
-
-} // namespace tavrel
-
-#include <chrono>
-#include <thread>
-
-template <typename Condition> bool tavrel::Eventually(Condition condition) {
+template <typename Condition> bool Eventually(Condition condition) {
     constexpr int attempts = 2000;
     for (int i = 0; i < attempts; ++i) {
         if (condition())
@@ -52,3 +40,5 @@ template <typename Condition> bool tavrel::Eventually(Condition condition) {
     }
     return false;
 }
+
+} // namespace tavrel

@@ -1,11 +1,8 @@
 #include "Command.h"
 
-#include <array>
-#include <cstdio>
-#include <sstream>
-#include <stdexcept>
+#include "tests/support/Shell.h"
 
-#include <sys/wait.h>
+#include <sstream>
 
 namespace tavrel::test {
 
@@ -13,17 +10,9 @@ CommandResult RunCommand(const std::vector<std::string>& arguments) {
     std::string line;
     for (const auto& argument : arguments)
         line += "'" + argument + "' ";
-    std::FILE* pipe = ::popen((line + "2>&1").c_str(), "r");
-    if (pipe == nullptr)
-        throw std::runtime_error("cannot run " + line);
-    std::string output;
-    std::array<char, 4096> block{};
-    while (const std::size_t got = std::fread(block.data(), 1, block.size(), pipe))
-        output.append(block.data(), got);
-    CommandResult result;
-    const int status = ::pclose(pipe);
-    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    std::istringstream text{output};
+    const auto outcome = RunShell(line + "2>&1");
+    CommandResult result{outcome.status, {}};
+    std::istringstream text{outcome.out};
     for (std::string next; std::getline(text, next);)
         result.lines.push_back(next);
     return result;

@@ -1,7 +1,6 @@
 #include "SampleReport.h"
 
 #include <fstream>
-#include <sstream>
 
 namespace tavrel::test {
 namespace {
@@ -60,13 +59,6 @@ std::string Text(const Value& value) {
 
 std::string Text(const DicomDataSet& dataSet, const Attribute& attribute) {
     return Text(dataSet.GetValue(attribute));
-}
-
-std::string ReadBytes(const std::filesystem::path& path) {
-    std::ifstream file{path, std::ios::binary};
-    std::ostringstream bytes;
-    bytes << file.rdbuf();
-    return bytes.str();
 }
 
 void WriteBytes(const std::filesystem::path& path, std::string_view bytes) {

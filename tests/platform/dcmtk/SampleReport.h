@@ -5,6 +5,7 @@
 #include "tests/support/Failure.h"
 #include "tests/support/FakeServiceEvents.h"
 #include "tests/support/InlineBackground.h"
+#include "tests/support/ReadBytes.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <filesystem>
@@ -28,7 +29,6 @@ struct TestLibrary {
 
 std::string Text(const Value& value);
 std::string Text(const DicomDataSet& dataSet, const Attribute& attribute);
-std::string ReadBytes(const std::filesystem::path& path);
 void WriteBytes(const std::filesystem::path& path, std::string_view bytes);
 
 /// A report of `version` (from 1): that many observers, and predecessors from the second on.

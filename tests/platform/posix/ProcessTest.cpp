@@ -1,10 +1,10 @@
 #include "platform/posix/PosixProcess.h"
 #include "platform/posix/PosixUserInformation.h"
+#include "tests/support/Shell.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
-#include <cstdio>
 #include <iostream>
 
 namespace tavrel::test {
@@ -56,10 +56,7 @@ TEST(ProcessDeath, AFailureRunsTheHooksToo) {
 }
 
 TEST(UserInformation, TheUserIsTheOneWhomTheSystemNames) {
-    std::array<char, 256> line{};
-    const std::unique_ptr<FILE, int (*)(FILE*)> id(popen("id -un", "r"), pclose);
-    ASSERT_TRUE(fgets(line.data(), line.size(), id.get()));
-    EXPECT_EQ(PosixUserInformation().UserName() + "\n", line.data());
+    EXPECT_EQ(PosixUserInformation().UserName() + "\n", RunShell("id -un").out);
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 #include "platform/paths.h"
 #include "platform/posix/PosixFiles.h"
 #include "tests/support/Failure.h"
+#include "tests/support/ReadBytes.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -11,8 +12,6 @@
 
 #include <cerrno>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <vector>
 
 namespace {
@@ -46,10 +45,6 @@ protected:
     WholeFiles() { Disk = {}; }
 
     std::string Path() const { return folder / "version.dcm"; }
-    std::string Contents(const fs::path& path) const {
-        std::ifstream file(path);
-        return {std::istreambuf_iterator(file), {}};
-    }
 
     TemporaryFolder room;
     fs::path folder = room.Path();
@@ -68,7 +63,7 @@ TEST_F(WholeFiles, AFileThatDidNotReachTheDiskTakesNobodysPlace) {
     Disk.fileFailure = EIO;
     EXPECT_EQ(FailureOf([&] { WriteWholeFile(Path(), "after"); }),
               "Cannot write the file \"" + Path() + "\": Input/output error");
-    EXPECT_EQ(Contents(Path()), "before");
+    EXPECT_EQ(ReadBytes(Path()), "before");
     EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 1);
 }
 

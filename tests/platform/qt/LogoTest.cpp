@@ -23,7 +23,7 @@ public:
 std::pair<double, double> PrintedSize(const std::string& file) {
     int width = 0, height = 0;
     double horizontal = 0, vertical = 0;
-    const auto list = Output("pdfimages -list '" + file + "' | tail -n 1 | awk '{print $4, $5, $13, $14}'");
+    const auto list = RunShell("pdfimages -list '" + file + "' | tail -n 1 | awk '{print $4, $5, $13, $14}'").out;
     std::sscanf(list.c_str(), "%d %d %lf %lf", &width, &height, &horizontal, &vertical);
     return {width / horizontal * 25.4, height / vertical * 25.4};
 }
@@ -57,7 +57,7 @@ TEST(Logos, OfManyPixelsAreNoFinerThanPaperShows) {
     const auto [width, height] = PrintedSize(station.file);
     EXPECT_NEAR(width, 27.5, 0.5);
     EXPECT_NEAR(height, 22, 0.5);
-    EXPECT_LE(std::stoi(Output("pdfimages -list '" + station.file + "' | tail -n 1 | awk '{print $4}'")), 1890);
+    EXPECT_LE(std::stoi(RunShell("pdfimages -list '" + station.file + "' | tail -n 1 | awk '{print $4}'").out), 1890);
 }
 
 TEST(Logos, OfAnotherFormatUnderTheSameNameArePrinted) {

@@ -16,7 +16,7 @@ struct Word {
 
 std::vector<Word> WordsOf(const std::string& file) {
     std::vector<Word> words;
-    std::istringstream lines(Output("pdftotext -bbox '" + file + "' -"));
+    std::istringstream lines(RunShell("pdftotext -bbox '" + file + "' -").out);
     for (std::string line; std::getline(lines, line);)
         if (Word word; std::sscanf(line.c_str(), R"( <word xMin="%lf" yMin="%lf" xMax="%lf" yMax="%lf")", &word.left,
                                    &word.top, &word.right, &word.bottom) == 4) {
@@ -69,10 +69,10 @@ TEST(Pages, TheTextIsCopiedInTheLayoutsOrder) {
 TEST(Pages, AreA4WithTheirFontsEmbedded) {
     PdfStation station;
     station.Print();
-    const auto info = Output("pdfinfo '" + station.file + "'");
+    const auto info = RunShell("pdfinfo '" + station.file + "'").out;
     EXPECT_NE(info.find("(A4)"), std::string::npos) << info;
     EXPECT_NE(info.find("Pages:           1\n"), std::string::npos) << info;
-    std::istringstream fonts(Output("pdffonts '" + station.file + "' | tail -n +3"));
+    std::istringstream fonts(RunShell("pdffonts '" + station.file + "' | tail -n +3").out);
     int count = 0;
     for (std::string font; std::getline(fonts, font); ++count) {
         EXPECT_TRUE(std::regex_search(font, std::regex(" yes (yes|no ) yes "))) << font; // embedded, and as text
@@ -182,7 +182,7 @@ TEST(Pages, OnlyThePagesAskedForAreDrawn) {
         writer.setPageRanges(QPageRanges::fromString("2-3"));
         pages.Paint(writer);
     }
-    EXPECT_NE(Output("pdfinfo '" + file + "'").find("Pages:           2\n"), std::string::npos);
+    EXPECT_NE(RunShell("pdfinfo '" + file + "'").out.find("Pages:           2\n"), std::string::npos);
 }
 
 TEST(Pages, ASmallerSheetTakesTheWholePage) {
@@ -199,7 +199,8 @@ TEST(Pages, ASmallerSheetTakesTheWholePage) {
         EXPECT_LE(word.right, 148 * PointsPerMillimetre);
         EXPECT_LE(word.bottom, 210 * PointsPerMillimetre);
     }
-    EXPECT_NE(Output("pdftotext -raw '" + file + "' -").find("Referto stampato il 15/11/2026"), std::string::npos);
+    EXPECT_NE(RunShell("pdftotext -raw '" + file + "' -").out.find("Referto stampato il 15/11/2026"),
+              std::string::npos);
 }
 
 } // namespace

@@ -2,26 +2,14 @@
 
 #include "platform/qt/PrintPreview.h"
 #include "tests/editor/PrintingStation.h"
+#include "tests/support/Shell.h"
 
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cstdio>
 #include <filesystem>
-#include <memory>
 #include <string>
 
 namespace tavrel::test {
-
-/// What a command of the system writes.
-inline std::string Output(const std::string& command) {
-    std::string output;
-    const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
-    std::array<char, 4096> part;
-    for (std::size_t count = 1; count != 0; output.append(part.data(), count))
-        count = fread(part.data(), 1, part.size(), pipe.get());
-    return output;
-}
 
 inline std::string WithoutBlanks(std::string text) {
     std::erase_if(text, [](char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\f'; });
@@ -53,7 +41,7 @@ public:
     /// feed ends each page.
     std::string TextWith(const std::string& reading) {
         Print(reading);
-        return Output("pdftotext -raw '" + file + "' -");
+        return RunShell("pdftotext -raw '" + file + "' -").out;
     }
     /// Its pages, each the lines of its text.
     std::vector<Texts> PagesWith(const std::string& reading) {

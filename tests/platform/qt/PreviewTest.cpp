@@ -89,7 +89,7 @@ TEST_F(Preview, SavesAPdfUnderTheNameThatThePersonGives) {
         });
         QTest::keyClick(&preview, Qt::Key_S, Qt::ControlModifier);
     });
-    EXPECT_NE(Output("pdftotext -raw '" + file + "' -").find("Referto\nNormal."), std::string::npos);
+    EXPECT_NE(RunShell("pdftotext -raw '" + file + "' -").out.find("Referto\nNormal."), std::string::npos);
 }
 
 TEST_F(Preview, APdfThatCannotBeWrittenIsTold) {

@@ -28,7 +28,7 @@ protected:
         });
         auto after = Documents();
         std::erase_if(after, [&](const auto& file) { return std::ranges::count(before, file) != 0; });
-        return after.size() == 1 ? Output("pdftotext -raw '" + after[0] + "' -")
+        return after.size() == 1 ? RunShell("pdftotext -raw '" + after[0] + "' -").out
                                  : std::to_string(after.size()) + " documents";
     }
 
