@@ -91,12 +91,12 @@ public:
     }
 
 private:
-    static constexpr Tag itemStart{0xFFFE, 0xE000};
-    static constexpr Tag itemEnd{0xFFFE, 0xE00D};
-    static constexpr Tag sequenceEnd{0xFFFE, 0xE0DD};
+    static constexpr Tag ItemStart{0xFFFE, 0xE000};
+    static constexpr Tag ItemEnd{0xFFFE, 0xE00D};
+    static constexpr Tag SequenceEnd{0xFFFE, 0xE0DD};
 
     void Compare(const DicomDataSet& dataSet) {
-        while (at_ < lines_.size() && lines_[at_].tag != itemEnd) {
+        while (at_ < lines_.size() && lines_[at_].tag != ItemEnd) {
             const DumpLine& line = lines_[at_++];
             if (line.rest.starts_with("SQ"))
                 CompareSequence(dataSet, line.tag);
@@ -119,7 +119,7 @@ private:
 
     void CompareSequence(const DicomDataSet& dataSet, Tag sequence) {
         int index = 0;
-        for (; lines_[at_].tag == itemStart; ++index) {
+        for (; lines_[at_].tag == ItemStart; ++index) {
             ++at_;
             const auto item = dataSet.GetSequenceItem(sequence, index);
             ASSERT_NE(item, nullptr);
@@ -127,7 +127,7 @@ private:
             ++at_;
         }
         EXPECT_EQ(dataSet.GetSequenceItemCount(sequence), index);
-        EXPECT_EQ(lines_[at_++].tag, sequenceEnd);
+        EXPECT_EQ(lines_[at_++].tag, SequenceEnd);
     }
 
     std::vector<DumpLine> lines_;
