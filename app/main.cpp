@@ -44,7 +44,7 @@ int Run(PosixProcess& process) {
     DbusServiceEvents serviceEvents(bus);
     DbusViewerLink viewers(bus);
     DcmtkLibrary dicom(background, serviceEvents);
-    OdbcDatabase database;
+    OdbcDatabase database({.meanwhile = &background});
     PosixFiles files;
     SystemClock clock;
     IcuLetters letters;

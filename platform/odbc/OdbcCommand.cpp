@@ -36,7 +36,7 @@ void OdbcCommand::Delete(int index) {
 }
 
 void OdbcCommand::Execute() {
-    session_->Guarded([this] {
+    session_->Run(OdbcSession::Effect::Changes, [this] {
         std::ranges::for_each(parameters_, RequireThatItFits);
         std::vector<BoundText> values;
         std::ranges::transform(parameters_, std::back_inserter(values), Bound);

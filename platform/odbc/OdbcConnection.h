@@ -11,13 +11,16 @@ namespace tavrel {
 /// A connection through the ODBC driver manager, in UTF-8, to the entry that the connection text
 /// names. Not for use by several threads at once; connections are independent of each other.
 ///
-/// - A server that went away closes the connection (`IsOpen` answers false, later calls say why), so
-///   that the next start-up opens it again.
+/// - A connection that its server has ended is opened again by the next call, and so is one whose server has
+///   given no answer in time; `IsOpen` answers false until then. A query outside a transaction does not notice. A
+///   change that fails so may have been made: it is not tried again.
 /// - A statement that fails inside a transaction drops the transaction; a later `Commit` is an error.
 /// - `BeginTransaction` drops a transaction that was left open: what was never committed does not
 ///   become part of the next one.
 class OdbcConnection final : public Connection {
 public:
+    explicit OdbcConnection(OdbcPatience patience) : session_(std::make_shared<OdbcSession>(patience)) {}
+
     void Open(std::string_view connectionText, std::string_view user = {}, std::string_view password = {}) override;
     bool IsOpen() const override { return session_->IsOpen(); }
     void Close() override { session_->Close(); }
@@ -27,7 +30,7 @@ public:
     std::unique_ptr<Command> NewCommand() override;
 
 private:
-    std::shared_ptr<OdbcSession> session_ = std::make_shared<OdbcSession>();
+    std::shared_ptr<OdbcSession> session_;
 };
 
 } // namespace tavrel

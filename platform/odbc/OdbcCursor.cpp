@@ -147,8 +147,8 @@ std::optional<std::string_view> OdbcCursor::Field(int index) const {
 OdbcCursor::Origin OdbcCursor::OriginOf(int index) const {
     const auto number = static_cast<SQLUSMALLINT>(index + 1);
     const Column& column = columns_.at(static_cast<std::size_t>(index));
-    return {Attribute(number, SQL_DESC_BASE_TABLE_NAME), Attribute(number, SQL_DESC_BASE_COLUMN_NAME), column.sqlType,
-            column.size};
+    return {statement_.ColumnAttribute(number, SQL_DESC_BASE_TABLE_NAME),
+            statement_.ColumnAttribute(number, SQL_DESC_BASE_COLUMN_NAME), column.sqlType, column.size};
 }
 
 } // namespace tavrel

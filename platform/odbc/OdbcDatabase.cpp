@@ -5,7 +5,7 @@
 namespace tavrel {
 
 std::unique_ptr<Connection> OdbcDatabase::NewConnection() {
-    return std::make_unique<OdbcConnection>();
+    return std::make_unique<OdbcConnection>(patience_);
 }
 
 } // namespace tavrel

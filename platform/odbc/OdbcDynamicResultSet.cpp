@@ -47,7 +47,7 @@ void OdbcDynamicResultSet::SetField(std::string_view name, std::string_view valu
 void OdbcDynamicResultSet::Update() {
     if (changes_.empty())
         throw OdbcError(OdbcFailure::NoCurrentRow, "There is nothing to store: no field was set.");
-    session_->Guarded([this] {
+    session_->Run(OdbcSession::Effect::Changes, [this] {
         if (adding_)
             Insert();
         else

@@ -68,6 +68,12 @@ Error NoCurrentRow() {
                      "The result has no current row: it is empty or has been read to its end.");
 }
 
+Error NoAnswer(std::chrono::milliseconds waited) {
+    return OdbcError(OdbcFailure::NoAnswer,
+                     "The database has not answered for " +
+                         std::to_string(std::chrono::ceil<std::chrono::seconds>(waited).count()) + " seconds.");
+}
+
 std::string NotNull(std::optional<std::string_view> text, std::string_view field) {
     if (!text)
         throw OdbcError(OdbcFailure::NullField, "The field \"" + std::string(field) + "\" holds no value (null).");

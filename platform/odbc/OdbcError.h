@@ -5,6 +5,7 @@
 #include <sql.h>
 #include <sqltypes.h>
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -25,10 +26,12 @@ enum class OdbcFailure : int {
     ParameterTooLong = 3421,
     NotConnected = 3704,
     AlreadyConnected = 3705,
+    NoAnswer = 3710,
 };
 
 Error OdbcError(OdbcFailure failure, std::string description);
 Error NoCurrentRow();
+Error NoAnswer(std::chrono::milliseconds waited);
 /// The text of a field; null is an error that names the field.
 std::string NotNull(std::optional<std::string_view> text, std::string_view field);
 

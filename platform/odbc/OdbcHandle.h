@@ -4,6 +4,7 @@
 #include <sqltypes.h>
 
 #include <utility>
+#include <vector>
 
 namespace tavrel {
 
@@ -31,6 +32,24 @@ public:
 private:
     SQLSMALLINT type_ = 0;
     SQLHANDLE handle_ = nullptr;
+};
+
+/// The handles of one connection. Whoever holds them last ends it; what it left uncommitted is dropped.
+struct OdbcHandles {
+    OdbcHandle environment;
+    OdbcHandle connection;
+    std::vector<OdbcHandle> statements; ///< those that nobody else frees
+
+    OdbcHandles() = default;
+    OdbcHandles(const OdbcHandles&) = delete;
+    OdbcHandles& operator=(const OdbcHandles&) = delete;
+    ~OdbcHandles() {
+        statements.clear();
+        if (!connection || SQL_SUCCEEDED(SQLDisconnect(connection.Get())))
+            return;
+        SQLEndTran(SQL_HANDLE_DBC, connection.Get(), SQL_ROLLBACK); // one was open
+        SQLDisconnect(connection.Get());
+    }
 };
 
 } // namespace tavrel

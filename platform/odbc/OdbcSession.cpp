@@ -1,14 +1,20 @@
 #include "platform/odbc/OdbcSession.h"
 
+#include "platform/background.h"
 #include "platform/odbc/OdbcError.h"
 
 #include <sqlext.h>
 
+#include <algorithm>
 #include <array>
+#include <chrono>
 
 namespace tavrel {
 
 namespace {
+
+/// Nearly every answer comes sooner.
+constexpr auto Blink = std::chrono::milliseconds(150);
 
 SQLPOINTER AttributeValue(SQLULEN value) {
     return reinterpret_cast<SQLPOINTER>(value); // NOLINT(performance-no-int-to-ptr): the C API's own convention
@@ -34,32 +40,36 @@ void OdbcSession::Open(std::string_view connectionText, std::string_view user, s
     SQLHANDLE handle = nullptr;
     if (!SQL_SUCCEEDED(SQLAllocHandle(SQL_HANDLE_ENV, nullptr, &handle)))
         throw OdbcError(OdbcFailure::NotConnected, "The ODBC driver manager could not be started.");
-    OdbcHandle environment(SQL_HANDLE_ENV, handle);
-    SQLSetEnvAttr(environment.Get(), SQL_ATTR_ODBC_VERSION, AttributeValue(SQL_OV_ODBC3), 0);
-    if (!SQL_SUCCEEDED(SQLAllocHandle(SQL_HANDLE_DBC, environment.Get(), &handle)))
-        throw OdbcDiagnostics::Read(SQL_HANDLE_ENV, environment.Get()).AsError();
-    OdbcHandle connection(SQL_HANDLE_DBC, handle);
+    const auto handles = std::make_shared<OdbcHandles>();
+    handles->environment = OdbcHandle(SQL_HANDLE_ENV, handle);
+    SQLSetEnvAttr(handle, SQL_ATTR_ODBC_VERSION, AttributeValue(SQL_OV_ODBC3), 0);
+    if (!SQL_SUCCEEDED(SQLAllocHandle(SQL_HANDLE_DBC, handles->environment.Get(), &handle)))
+        throw OdbcDiagnostics::Read(SQL_HANDLE_ENV, handles->environment.Get()).AsError();
+    handles->connection = OdbcHandle(SQL_HANDLE_DBC, handle);
     constexpr SQLULEN loginSeconds = 5;
-    SQLSetConnectAttr(connection.Get(), SQL_ATTR_LOGIN_TIMEOUT, AttributeValue(loginSeconds), SQL_IS_UINTEGER);
+    SQLSetConnectAttr(handle, SQL_ATTR_LOGIN_TIMEOUT, AttributeValue(loginSeconds), SQL_IS_UINTEGER);
 
+    const Login login{std::string(connectionText), std::string(user), std::string(password)};
     // An empty UID or PWD would take the place of the entry's own credentials.
-    std::string text(connectionText);
+    std::string text = login.text;
     if (!user.empty())
         text += ";UID=" + ConnectionValue(user);
     if (!password.empty())
         text += ";PWD=" + ConnectionValue(password);
-    const SQLRETURN result =
-        SQLDriverConnect(connection.Get(), nullptr, reinterpret_cast<SQLCHAR*>(text.data()),
-                         static_cast<SQLSMALLINT>(text.size()), nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT);
+    const SQLRETURN result = Await([handles, text]() mutable {
+        return SQLDriverConnect(handles->connection.Get(), nullptr, reinterpret_cast<SQLCHAR*>(text.data()),
+                                static_cast<SQLSMALLINT>(text.size()), nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT);
+    });
     if (!SQL_SUCCEEDED(result)) {
-        Error error = OdbcDiagnostics::Read(SQL_HANDLE_DBC, connection.Get()).AsError();
+        Error error = OdbcDiagnostics::Read(SQL_HANDLE_DBC, handles->connection.Get()).AsError();
         // What follows the entry's name may be a password.
-        error.description += " (" + std::string(connectionText.substr(0, connectionText.find(';'))) + ")";
+        error.description += " (" + login.text.substr(0, login.text.find(';')) + ")";
         throw error;
     }
 
-    environment_ = std::move(environment);
-    connection_ = std::move(connection);
+    handles_ = handles;
+    login_ = login;
+    silent_ = false;
     lossReason_.clear();
     const std::string engine = Info(SQL_DBMS_NAME);
     if (engine == "SQLite")
@@ -72,6 +82,11 @@ void OdbcSession::Open(std::string_view connectionText, std::string_view user, s
 }
 
 void OdbcSession::Close() noexcept {
+    login_ = {};
+    Disconnect();
+}
+
+void OdbcSession::Disconnect() noexcept {
     if (!IsOpen())
         return;
     for (const auto& statement : statements_)
@@ -79,9 +94,67 @@ void OdbcSession::Close() noexcept {
             live->Free();
     statements_.clear();
     DropTransaction();
-    SQLDisconnect(connection_.Get());
-    connection_.Free();
-    environment_.Free();
+    handles_.reset();
+}
+
+void OdbcSession::Reopen() {
+    const Login login = login_;
+    Open(login.text, login.user, login.password);
+}
+
+void OdbcSession::MakeReady(Effect effect) {
+    if (!IsOpen() && !login_.text.empty())
+        return Reopen();
+    RequireOpen();
+    if (effect == Effect::Reads || engine_ == Engine::Sqlite)
+        return;
+    try {
+        RunPlain("SELECT 1");
+    } catch (const Error&) {
+        if (!Lost())
+            throw;
+        Reopen();
+    }
+}
+
+SQLRETURN OdbcSession::Await(std::function<SQLRETURN()> call) {
+    // What is handled while an answer is waited for may ask the same connection.
+    if (running_ && !Answered(*running_, runningUntil_))
+        throw NoAnswer(patience_.most);
+    const auto until = std::chrono::steady_clock::now() + patience_.most;
+    const auto mine = std::make_shared<OdbcCall>([handles = handles_, call = std::move(call)] { return call(); });
+    running_ = mine;
+    runningUntil_ = until;
+    const bool answered = Answered(*mine, until);
+    if (running_ == mine)
+        running_.reset();
+    if (!answered)
+        throw LeaveAlone();
+    return mine->Result();
+}
+
+bool OdbcSession::Answered(const OdbcCall& call, OdbcCall::Deadline deadline) const {
+    if (!patience_.meanwhile)
+        return call.WaitUntil(deadline);
+    if (call.WaitUntil(std::min(deadline, std::chrono::steady_clock::now() + Blink)))
+        return true;
+    patience_.meanwhile->Run("Waiting for the catalogue ...", [&] { call.WaitUntil(deadline); });
+    return call.WaitUntil({});
+}
+
+/// The call that has not come back is the last owner of all that it may touch.
+Error OdbcSession::LeaveAlone() {
+    if (handles_)
+        for (const auto& statement : statements_)
+            if (const auto live = statement.lock())
+                handles_->statements.push_back(std::move(*live));
+    statements_.clear();
+    handles_.reset();
+    inTransaction_ = false;
+    silent_ = true;
+    const Error error = NoAnswer(patience_.most);
+    lossReason_ = error.description;
+    return error;
 }
 
 std::string OdbcSession::WhereOneRow(std::string_view table, std::string_view condition) const {
@@ -103,14 +176,14 @@ std::string OdbcSession::WhereOneRow(std::string_view table, std::string_view co
 }
 
 void OdbcSession::BeginTransaction() {
-    RequireOpen();
     DropTransaction();
+    MakeReady(Effect::Changes);
     // A deferred SQLite transaction that reads before it writes can fail at once when another writer
     // came first; one that is a writer from its start waits for its turn.
     if (engine_ == Engine::Sqlite)
         RunPlain("BEGIN IMMEDIATE");
     else if (!SetAutocommit(false))
-        Fail(SQL_HANDLE_DBC, connection_.Get());
+        Fail(SQL_HANDLE_DBC, Handle());
     inTransaction_ = true;
 }
 
@@ -123,12 +196,12 @@ void OdbcSession::Commit() {
     Guarded([this] {
         if (engine_ == Engine::Sqlite)
             RunPlain("COMMIT");
-        else if (!SQL_SUCCEEDED(SQLEndTran(SQL_HANDLE_DBC, connection_.Get(), SQL_COMMIT)))
-            Fail(SQL_HANDLE_DBC, connection_.Get());
+        else if (!SQL_SUCCEEDED(EndTransaction(SQL_COMMIT)))
+            Fail(SQL_HANDLE_DBC, Handle());
     });
     inTransaction_ = false;
     if (engine_ != Engine::Sqlite && !SetAutocommit(true))
-        Fail(SQL_HANDLE_DBC, connection_.Get());
+        Fail(SQL_HANDLE_DBC, Handle());
 }
 
 void OdbcSession::DropTransaction() noexcept {
@@ -140,7 +213,7 @@ void OdbcSession::DropTransaction() noexcept {
         if (engine_ == Engine::Sqlite) {
             RunPlain("ROLLBACK");
         } else {
-            SQLEndTran(SQL_HANDLE_DBC, connection_.Get(), SQL_ROLLBACK);
+            EndTransaction(SQL_ROLLBACK);
             SetAutocommit(true);
         }
     } catch (const std::exception&) {
@@ -152,8 +225,8 @@ std::shared_ptr<OdbcHandle> OdbcSession::NewStatement() {
     RequireOpen();
     SQLHANDLE handle = nullptr;
     // Fails, too, when the server died since the last call.
-    if (!SQL_SUCCEEDED(SQLAllocHandle(SQL_HANDLE_STMT, connection_.Get(), &handle)))
-        Fail(SQL_HANDLE_DBC, connection_.Get());
+    if (!SQL_SUCCEEDED(SQLAllocHandle(SQL_HANDLE_STMT, Handle(), &handle)))
+        Fail(SQL_HANDLE_DBC, Handle());
     auto statement = std::make_shared<OdbcHandle>(SQL_HANDLE_STMT, handle);
     std::erase_if(statements_, [](const auto& old) { return old.expired(); });
     statements_.push_back(statement);
@@ -172,7 +245,7 @@ void OdbcSession::Fail(SQLSMALLINT handleType, SQLHANDLE handle) {
     if (diagnostics.connectionLost || IsConnectionDead()) {
         lossReason_ = diagnostics.text;
         inTransaction_ = false;
-        Close();
+        Disconnect();
     }
     throw diagnostics.AsError();
 }
@@ -187,29 +260,35 @@ void OdbcSession::RequireOpen() const {
 
 bool OdbcSession::IsConnectionDead() const {
     SQLUINTEGER dead = SQL_CD_FALSE;
-    const SQLRETURN result = SQLGetConnectAttr(connection_.Get(), SQL_ATTR_CONNECTION_DEAD, &dead, 0, nullptr);
+    const SQLRETURN result = SQLGetConnectAttr(Handle(), SQL_ATTR_CONNECTION_DEAD, &dead, 0, nullptr);
     return SQL_SUCCEEDED(result) && dead == SQL_CD_TRUE;
 }
 
 std::string OdbcSession::Info(SQLUSMALLINT item) const {
     std::array<char, 128> text{};
     SQLSMALLINT length = 0;
-    SQLGetInfo(connection_.Get(), item, text.data(), static_cast<SQLSMALLINT>(text.size()), &length);
+    SQLGetInfo(Handle(), item, text.data(), static_cast<SQLSMALLINT>(text.size()), &length);
     return text.data();
 }
 
 void OdbcSession::RunPlain(std::string_view statement) {
     const auto handle = NewStatement();
-    std::string text(statement);
-    const SQLRETURN result = SQLExecDirect(handle->Get(), reinterpret_cast<SQLCHAR*>(text.data()), SQL_NTS);
+    const SQLRETURN result = Await([handle = handle->Get(), text = std::string(statement)]() mutable {
+        return SQLExecDirect(handle, reinterpret_cast<SQLCHAR*>(text.data()), SQL_NTS);
+    });
     if (!SQL_SUCCEEDED(result) && result != SQL_NO_DATA)
         Fail(handle->Get());
 }
 
-bool OdbcSession::SetAutocommit(bool on) const {
+SQLRETURN OdbcSession::EndTransaction(SQLSMALLINT how) {
+    return Await([connection = Handle(), how] { return SQLEndTran(SQL_HANDLE_DBC, connection, how); });
+}
+
+bool OdbcSession::SetAutocommit(bool on) {
     const SQLULEN value = on ? SQL_AUTOCOMMIT_ON : SQL_AUTOCOMMIT_OFF;
-    return SQL_SUCCEEDED(
-        SQLSetConnectAttr(connection_.Get(), SQL_ATTR_AUTOCOMMIT, AttributeValue(value), SQL_IS_UINTEGER));
+    return SQL_SUCCEEDED(Await([connection = Handle(), value] {
+        return SQLSetConnectAttr(connection, SQL_ATTR_AUTOCOMMIT, AttributeValue(value), SQL_IS_UINTEGER);
+    }));
 }
 
 } // namespace tavrel

@@ -1,7 +1,11 @@
 #pragma once
 
+#include "platform/error.h"
+#include "platform/odbc/OdbcCall.h"
 #include "platform/odbc/OdbcHandle.h"
+#include "platform/odbc/OdbcPatience.h"
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -10,17 +14,17 @@
 namespace tavrel {
 
 /// What a connection shares with its result sets and commands: the driver's handles, the state of
-/// the transaction, and the one place where a failed call becomes an `Error`. A result set that
-/// outlives its connection finds it closed.
+/// the transaction, the bound of every wait, and the one place where a failed call becomes an `Error`. A result set
+/// that outlives its connection finds it closed.
 class OdbcSession {
 public:
-    OdbcSession() = default;
+    explicit OdbcSession(OdbcPatience patience) : patience_(patience) {}
     OdbcSession(const OdbcSession&) = delete;
     OdbcSession& operator=(const OdbcSession&) = delete;
     ~OdbcSession() { Close(); }
 
     void Open(std::string_view connectionText, std::string_view user, std::string_view password);
-    bool IsOpen() const { return static_cast<bool>(connection_); }
+    bool IsOpen() const { return handles_ != nullptr; }
     /// Frees every statement of the session; an uncommitted transaction is dropped.
     void Close() noexcept;
 
@@ -36,6 +40,28 @@ public:
             throw;
         }
     }
+
+    enum class Effect { Reads, Changes };
+    /// Runs `work`, one statement, on a connection that was lost too: outside a transaction that is opened again, and a
+    /// question that met its loss is asked once more. A change is not, which may have been made; the server is asked
+    /// before it whether it is there.
+    template <class Work> auto Run(Effect effect, Work work) {
+        if (inTransaction_)
+            return Guarded(work);
+        MakeReady(effect);
+        try {
+            return work();
+        } catch (const Error&) {
+            if (effect == Effect::Changes || !Lost())
+                throw;
+        }
+        Reopen();
+        return work();
+    }
+
+    /// Makes a driver's call that may wait for the server, and waits no longer than the session's patience; a server
+    /// that has not answered then has lost its connection. `call` must own what it works with, except for handles.
+    SQLRETURN Await(std::function<SQLRETURN()> call);
 
     /// A statement handle, empty after the session is closed.
     std::shared_ptr<OdbcHandle> NewStatement();
@@ -53,20 +79,39 @@ public:
 private:
     [[noreturn]] void Fail(SQLSMALLINT handleType, SQLHANDLE handle);
     void RequireOpen() const;
+    void Reopen();
+    void Disconnect() noexcept;
+    SQLRETURN EndTransaction(SQLSMALLINT how);
+    void MakeReady(Effect effect);
+    /// The server went away, which a new connection may mend.
+    bool Lost() const { return !IsOpen() && !login_.text.empty() && !silent_; }
+    bool Answered(const OdbcCall& call, OdbcCall::Deadline deadline) const;
+    Error LeaveAlone();
+    SQLHDBC Handle() const { return handles_->connection.Get(); }
     bool IsConnectionDead() const;
     std::string Info(SQLUSMALLINT item) const;
     void RunPlain(std::string_view statement);
-    bool SetAutocommit(bool on) const;
+    bool SetAutocommit(bool on);
     void DropTransaction() noexcept;
 
-    OdbcHandle environment_;
-    OdbcHandle connection_;
+    struct Login {
+        std::string text; ///< empty when the connection was closed
+        std::string user;
+        std::string password;
+    };
+
+    OdbcPatience patience_;
+    Login login_;
+    std::shared_ptr<OdbcHandles> handles_;
+    std::shared_ptr<OdbcCall> running_;
+    OdbcCall::Deadline runningUntil_;
     std::vector<std::weak_ptr<OdbcHandle>> statements_;
     std::string identifierQuote_;
     std::string lossReason_;
     enum class Engine { Other, Sqlite, Postgresql, Mariadb };
     Engine engine_ = Engine::Other;
     bool inTransaction_ = false;
+    bool silent_ = false; ///< the last loss was a server's silence
 };
 
 } // namespace tavrel

@@ -5,6 +5,8 @@
 #include <sqlext.h>
 
 #include <algorithm>
+#include <array>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,20 +18,27 @@ OdbcStatement::OdbcStatement(std::shared_ptr<OdbcSession> session)
 
 void OdbcStatement::Run(std::string_view text, std::span<const BoundText> parameters) {
     RequireSingleStatement(text);
-    std::vector<SQLLEN> lengths(parameters.size());
+    struct Texts {
+        std::string statement;
+        std::vector<std::string> values;
+        std::vector<SQLLEN> lengths;
+    };
+    const auto texts = std::make_shared<Texts>();
+    texts->statement = text;
+    texts->lengths.resize(parameters.size());
+    for (const BoundText& parameter : parameters)
+        texts->values.emplace_back(parameter.text);
     for (std::size_t index = 0; index < parameters.size(); ++index) {
-        const BoundText& parameter = parameters[index];
-        lengths[index] = static_cast<SQLLEN>(parameter.text.size());
-        // The C API takes input parameters by a pointer that is not const; no driver writes to them.
-        // A view of nothing may have no address, which a driver would take for null.
-        auto* const data = const_cast<char*>(parameter.text.empty() ? "" : parameter.text.data());
+        std::string& value = texts->values[index];
+        texts->lengths[index] = static_cast<SQLLEN>(value.size());
         Check(SQLBindParameter(Handle(), static_cast<SQLUSMALLINT>(index + 1), SQL_PARAM_INPUT, SQL_C_CHAR,
-                               parameter.sqlType, std::max<SQLULEN>(parameter.size, 1), 0, data,
-                               static_cast<SQLLEN>(parameter.text.size()), &lengths[index]));
+                               parameters[index].sqlType, std::max<SQLULEN>(parameters[index].size, 1), 0, value.data(),
+                               static_cast<SQLLEN>(value.size()), &texts->lengths[index]));
     }
-    std::string statement(text);
-    const SQLRETURN result = SQLExecDirect(Handle(), reinterpret_cast<SQLCHAR*>(statement.data()),
-                                           static_cast<SQLINTEGER>(statement.size()));
+    const SQLRETURN result = session_->Await([handle = Handle(), texts] {
+        return SQLExecDirect(handle, reinterpret_cast<SQLCHAR*>(texts->statement.data()),
+                             static_cast<SQLINTEGER>(texts->statement.size()));
+    });
     if (result != SQL_NO_DATA)
         Check(result);
     SQLFreeStmt(Handle(), SQL_RESET_PARAMS);
@@ -45,6 +54,16 @@ SQLLEN OdbcStatement::RowCount() const {
     SQLLEN count = 0;
     Check(SQLRowCount(Handle(), &count));
     return count;
+}
+
+std::string OdbcStatement::ColumnAttribute(SQLUSMALLINT number, SQLUSMALLINT attribute) const {
+    const auto text = std::make_shared<std::array<char, 512>>();
+    Check(session_->Await([handle = Handle(), number, attribute, text] {
+        SQLSMALLINT length = 0;
+        return SQLColAttribute(handle, number, attribute, text->data(), static_cast<SQLSMALLINT>(text->size()), &length,
+                               nullptr);
+    }));
+    return text->data();
 }
 
 void OdbcStatement::Check(SQLRETURN result) const {

@@ -8,6 +8,7 @@
 
 #include <memory>
 #include <span>
+#include <string>
 #include <string_view>
 
 namespace tavrel {
@@ -26,6 +27,9 @@ public:
 
     /// Runs a single statement; a change that meets no row is no failure.
     void Run(std::string_view text, std::span<const BoundText> parameters = {});
+
+    /// What a column is, which a driver may have to ask the server for.
+    std::string ColumnAttribute(SQLUSMALLINT number, SQLUSMALLINT attribute) const;
 
     /// Null when the session was closed meanwhile.
     SQLHSTMT Handle() const { return handle_->Get(); }

@@ -34,10 +34,10 @@ TEST_P(Outage, EveryCallIsAClearErrorAndTheConnectionIsClosed) {
     EXPECT_GT(first.description.size(), 20U);
     EXPECT_FALSE(connection->IsOpen());
     const Error second = ErrorOf([&] { connection->OpenResultSet("SELECT * FROM Patient"); });
-    EXPECT_EQ(second.description, "The connection to the database was lost: " + first.description);
+    EXPECT_NE(second.description.find("(DSN=DicomFDB_"), std::string::npos) << second.description;
 
     patients->SetField("PatientName", "C");
-    ExpectFailure(OdbcFailure::NotConnected, [&] { patients->Update(); });
+    EXPECT_THROW(patients->Update(), Error);
     EXPECT_THROW(inTransaction->OpenResultSet("UPDATE Patient SET PatientName='B'"), Error);
     EXPECT_THROW(inTransaction->Commit(), Error);
     EXPECT_THROW(connection->Open(database.ConnectionText()), Error);
