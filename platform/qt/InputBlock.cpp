@@ -5,12 +5,14 @@
 
 #include <QApplication>
 #include <QEvent>
+#include <QLabel>
 
 namespace tavrel {
 namespace {
 
 using namespace std::chrono_literals;
 constexpr auto Blink = 150ms;
+constexpr auto Long = 2s;
 
 int Living = 0;
 
@@ -18,6 +20,17 @@ void ForEachFormWindow(const std::function<void(FormWindow&)>& act) {
     for (auto* widget : QApplication::topLevelWidgets())
         if (auto* window = dynamic_cast<FormWindow*>(widget); window && window->isVisible())
             act(*window);
+}
+
+std::unique_ptr<QWidget> Note(const QString& text) {
+    auto note = std::make_unique<QLabel>(text);
+    note->setObjectName("paneNote");
+    note->setMargin(24);
+    note->setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint);
+    note->setAttribute(Qt::WA_ShowWithoutActivating);
+    note->setAttribute(Qt::WA_QuitOnClose, false);
+    note->show();
+    return note;
 }
 
 } // namespace
@@ -31,6 +44,14 @@ InputBlock::InputBlock(std::string_view what) {
         ForEachFormWindow([&](FormWindow& window) { window.Veil(text); });
     });
     longer_.start(Blink);
+    long_.setSingleShot(true);
+    long_.callOnTimeout([this, text = ToQt(what)] {
+        bool windowOpen = false;
+        ForEachFormWindow([&](FormWindow&) { windowOpen = true; });
+        if (!windowOpen)
+            note_ = Note(text);
+    });
+    long_.start(Long);
 }
 
 InputBlock::~InputBlock() {

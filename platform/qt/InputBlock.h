@@ -2,13 +2,16 @@
 
 #include <QObject>
 #include <QTimer>
+#include <QWidget>
 
+#include <memory>
 #include <string_view>
 
 namespace tavrel {
 
 /// While one lives, keyboard, mouse and the closing of windows are dropped (not kept for later) and,
-/// when it takes longer than a blink, every open window says `what` is going on.
+/// when it takes longer than a blink, every open window says `what` is going on. Where no window is open yet, a small
+/// one says it after some seconds.
 class InputBlock : public QObject {
 public:
     explicit InputBlock(std::string_view what);
@@ -21,6 +24,8 @@ protected:
 
 private:
     QTimer longer_;
+    QTimer long_;
+    std::unique_ptr<QWidget> note_;
 };
 
 } // namespace tavrel

@@ -96,6 +96,25 @@ TEST_F(BackgroundWork, KeepsTheFrameFromBeingClosed) {
     EXPECT_TRUE(window_.isVisible());
 }
 
+TEST_F(BackgroundWork, SaysWhatIsGoingOnWhereNoWindowIsOpen) {
+    window_.hide();
+    std::counting_semaphore<> seen(0);
+    std::string said;
+    QTimer look;
+    look.callOnTimeout([&] {
+        for (const auto* widget : QApplication::topLevelWidgets())
+            if (const auto* note = dynamic_cast<const QLabel*>(widget); note && note->isVisible()) {
+                said = note->text().toStdString();
+                seen.release();
+            }
+    });
+    look.start(10ms);
+
+    background_.Run("Waiting for the catalogue ...", [&] { (void)seen.try_acquire_for(3s); });
+
+    EXPECT_EQ(said, "Waiting for the catalogue ...");
+}
+
 TEST_F(BackgroundWork, SaysOnTheWindowWhatIsGoingOn) {
     auto& veil = Find<QFrame>("paneVeil");
     std::counting_semaphore<> seen(0);
