@@ -16,8 +16,10 @@
 #include <charconv>
 #include <cstdio>
 #include <functional>
+#include <random>
 #include <stdexcept>
 #include <system_error>
+#include <vector>
 
 namespace tavrel {
 namespace {
@@ -115,6 +117,7 @@ Archive::Archive(const fs::path& root, ObjectCatalogue& catalogue, DicomLibrary&
         close(lock_);
         throw std::runtime_error("Another storage service works in the studies' folder \"" + root_.string() + "\"");
     }
+    catalogue_.OfArchive(Number());
 }
 
 Archive::~Archive() {
@@ -154,11 +157,35 @@ Archive::Stored Archive::Store(IncomingFile& object, const ObjectHeader& header)
 }
 
 void Archive::Connect() {
-    if (!catalogue_.Open())
+    catalogue_.Open();
+    if (!notesLeft_)
         return;
+    std::vector<fs::path> notes;
     for (const auto& entry : fs::directory_iterator(incoming_))
         if (entry.path().extension() == NoteExtension)
-            Settle(entry.path());
+            notes.push_back(entry.path());
+    if (!notes.empty())
+        catalogue_.EndFormerTransaction();
+    std::ranges::for_each(notes, [this](const fs::path& note) { Settle(note); });
+    notesLeft_ = false;
+}
+
+/// Made by the first service that works here.
+std::uint32_t Archive::Number() const {
+    constexpr std::uint32_t largest = 0x7FFFFFFF; // the databases take it for any kind of integer
+    std::array<char, 16> text{};
+    std::uint32_t number = 0;
+    if (pread(lock_, text.data(), text.size() - 1, 0) > 0)
+        std::from_chars(text.data(), text.data() + text.size(), number);
+    if (number != 0)
+        return number;
+    std::random_device random;
+    number = std::uniform_int_distribution<std::uint32_t>(1, largest)(random);
+    const std::string written = std::to_string(number);
+    if (pwrite(lock_, written.data(), written.size(), 0) != static_cast<ssize_t>(written.size()) || fsync(lock_) != 0)
+        throw std::runtime_error("Cannot write in the studies' folder \"" + root_.string() +
+                                 "\": " + std::generic_category().message(errno));
+    return number;
 }
 
 /// A file whose row is not there was never answered as stored.
@@ -207,6 +234,8 @@ std::string Archive::File(IncomingFile& object, const ObjectHeader& header) {
         removeNote.Drop();
         if (catalogue_.IsOpen())
             Settle(note);
+        else
+            notesLeft_ = true;
         throw;
     }
     return file.string();

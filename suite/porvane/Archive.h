@@ -6,6 +6,7 @@
 #include "suite/porvane/ObjectHeader.h"
 
 #include <atomic>
+#include <cstdint>
 #include <filesystem>
 #include <map>
 #include <mutex>
@@ -20,7 +21,8 @@ namespace tavrel {
 /// An object's way: it is received into the folder ".incoming" of the studies' root and synced; a
 /// note of where it is about to go is left there (a symbolic link, whose text is that place); it
 /// gets its final name and the folder is synced; its rows are committed; the note goes away. A note
-/// that is found later tells which file may be without its row.
+/// that is found later tells which file may be without its row, once no transaction that could still
+/// write that row is left.
 class Archive {
 public:
     /// Why a path cannot be that of the studies' folder; empty when it can.
@@ -54,6 +56,7 @@ public:
 private:
     std::string File(IncomingFile& object, const ObjectHeader& header);
     void Connect();
+    std::uint32_t Number() const;
     std::optional<ObjectPlace> StoredBefore(const std::filesystem::path& object, const ObjectHeader& header);
     ObjectPlace FolderFor(const ObjectHeader& header);
     void Settle(const std::filesystem::path& note);
@@ -63,9 +66,10 @@ private:
     std::filesystem::path incoming_;
     ObjectCatalogue& catalogue_;
     DicomLibrary& library_;
-    int lock_ = -1;
+    int lock_ = -1; ///< a file, which holds the archive's number too
     std::atomic<unsigned long> received_ = 0;
-    std::mutex filing_; ///< guards the catalogue and what follows
+    std::mutex filing_;     ///< guards the catalogue and what follows
+    bool notesLeft_ = true; ///< of an earlier run, or of a commit that failed
     std::map<std::filesystem::path, int> lastNumbers_;
 };
 

@@ -1,14 +1,17 @@
 #include "suite/porvane/ObjectCatalogue.h"
 
+#include "platform/error.h"
 #include "platform/limits.h"
 #include "platform/sql.h"
 #include "suite/catalogue/Rows.h"
-#include "suite/catalogue/Schema.h"
 
 #include <charconv>
 
 namespace tavrel {
 namespace {
+
+/// What PostgreSQL calls the locks of archives: "porv".
+constexpr std::int32_t LockKind = 0x706F7276;
 
 std::string TextOrEmpty(const ResultSet& rows, std::string_view column) {
     return std::string(rows.Field(column).value_or(""));
@@ -26,14 +29,59 @@ ColumnTexts With(ColumnTexts row, const char* column, std::optional<int> number)
 ObjectCatalogue::ObjectCatalogue(Database& database, std::string dataSource)
     : connection_(database.NewConnection()), dataSource_(std::move(dataSource)) {}
 
-bool ObjectCatalogue::Open() {
+void ObjectCatalogue::Open() {
     if (connection_->IsOpen())
-        return false;
+        return;
     connection_->Open("DSN=" + dataSource_);
+    engine_ = DetectEngine(*connection_);
     // The entry's own setting may leave the last commits to a power failure; the servers' do not.
-    if (DetectEngine(*connection_) == Engine::Sqlite)
+    if (engine_ == Engine::Sqlite)
         connection_->OpenResultSet("PRAGMA synchronous=FULL");
-    return true;
+}
+
+void ObjectCatalogue::EndFormerTransaction() {
+    EndHolder();
+    connection_->BeginTransaction(); // which waits for other writers on SQLite, where a process's work ends with it
+    TakeLock();
+    connection_->Commit();
+}
+
+/// A session whose client is gone may go on for hours, and one that commits ends when it has.
+void ObjectCatalogue::EndHolder() {
+    if (engine_ == Engine::PostgreSql)
+        connection_->OpenResultSet(
+            "SELECT pg_terminate_backend(pid) FROM pg_locks WHERE locktype='advisory' AND granted"
+            " AND database=(SELECT oid FROM pg_database WHERE datname=current_database())"
+            " AND classid=" +
+            std::to_string(LockKind) + " AND objid=" + std::to_string(archive_) +
+            " AND objsubid=2 AND pid<>pg_backend_pid()");
+    if (engine_ != Engine::MariaDb)
+        return;
+    const auto holder = Answer("SELECT NULLIF(IS_USED_LOCK(" + LockName() + "), CONNECTION_ID())");
+    try {
+        if (holder)
+            connection_->OpenResultSet("KILL " + *holder);
+    } catch (const Error&) {
+        return; // it has ended by itself; else the lock tells
+    }
+}
+
+/// The transaction's, on MariaDB the session's.
+void ObjectCatalogue::TakeLock() {
+    constexpr const char* seconds = "10";
+    if (engine_ == Engine::PostgreSql) {
+        connection_->OpenResultSet(std::string("SELECT set_config('lock_timeout', '") + seconds +
+                                   "s', true), pg_advisory_xact_lock(" + std::to_string(LockKind) + ", " +
+                                   std::to_string(archive_) + ")");
+    } else if (engine_ == Engine::MariaDb && Answer("SELECT GET_LOCK(" + LockName() + ", " + seconds + ")") != "1") {
+        throw Error(Fault::OfTheSuite, "Catalogue", "an earlier object is still being stored");
+    }
+}
+
+std::optional<std::string> ObjectCatalogue::Answer(const std::string& query) {
+    const auto rows = connection_->OpenResultSet(query);
+    const auto field = rows->Field(0);
+    return field ? std::optional<std::string>(*field) : std::nullopt;
 }
 
 std::optional<ObjectCatalogue::Service> ObjectCatalogue::ReadService() {
@@ -99,6 +147,7 @@ void ObjectCatalogue::Add(const ObjectHeader& header, const ObjectPlace& place) 
     const bool newSeries = !Series(header.seriesUid);
 
     connection_->BeginTransaction();
+    TakeLock();
     if (newPatient && newStudy)
         InsertRow(*connection_, "Patient",
                   {{"ID", header.patientId},

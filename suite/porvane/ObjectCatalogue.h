@@ -1,8 +1,10 @@
 #pragma once
 
 #include "platform/database.h"
+#include "suite/catalogue/Schema.h"
 #include "suite/porvane/ObjectHeader.h"
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -27,8 +29,12 @@ public:
     /// `dataSource`: the name of the ODBC entry.
     ObjectCatalogue(Database& database, std::string dataSource);
 
-    /// Opens the connection when it is not open; true when it did.
-    bool Open();
+    /// The archive whose rows these are, among all that share the catalogue. Its transactions hold a lock by this
+    /// number until the database has ended them, also when whoever began one is gone.
+    void OfArchive(std::uint32_t number) { archive_ = number; }
+
+    /// Opens the connection when it is not open.
+    void Open();
     bool IsOpen() const { return connection_->IsOpen(); }
 
     struct Service {
@@ -37,6 +43,10 @@ public:
     };
     /// Where the service is called, from table `Port`; nothing when the table has no usable row.
     std::optional<Service> ReadService();
+
+    /// Ends what a former connection of the archive may still be committing, of this process or an earlier one, and
+    /// waits until it has ended: what `Holds` answers from then on is final. An error when it cannot be ended.
+    void EndFormerTransaction();
 
     /// Every stored object with this SOP Instance UID, the oldest first.
     std::vector<ObjectPlace> PlacesOf(const std::string& sopInstanceUid);
@@ -54,15 +64,21 @@ public:
     /// Writes the object's row, and those of its patient, study and series where they are new, in a
     /// transaction that `Commit` ends. A failure leaves no row.
     void Add(const ObjectHeader& header, const ObjectPlace& place);
-    /// After a failure only `Holds` knows whether the rows are there.
+    /// After a failure only `Holds` knows whether the rows are there, after `EndFormerTransaction`.
     void Commit() { connection_->Commit(); }
 
 private:
+    void TakeLock();
+    void EndHolder();
+    std::string LockName() const { return "'porvane-" + std::to_string(archive_) + "'"; }
+    std::optional<std::string> Answer(const std::string& query);
     bool Exists(const std::string& query);
     std::optional<std::string> StudyColumn(const std::string& column, const std::string& studyUid);
 
     std::unique_ptr<Connection> connection_;
     std::string dataSource_;
+    Engine engine_ = Engine::Sqlite;
+    std::uint32_t archive_ = 0;
 };
 
 } // namespace tavrel
