@@ -3,11 +3,11 @@
 #include "platform/code_tables.h"
 #include "platform/error.h"
 #include "platform/limits.h"
-#include "platform/paths.h"
 #include "platform/uid.h"
 #include "suite/catalogue/FolderImport.h"
 #include "suite/catalogue/Schema.h"
 #include "suite/catalogue/Settings.h"
+#include "suite/catalogue/StoredObjects.h"
 #include "suite/catalogue/TextRules.h"
 #include "suite/catalogue/UnsentFiles.h"
 
@@ -16,7 +16,7 @@
 #include <charconv>
 #include <ctime>
 #include <filesystem>
-#include <map>
+#include <iterator>
 #include <optional>
 #include <system_error>
 
@@ -53,17 +53,17 @@ std::string LocalTime(std::int64_t nanoseconds) {
 
 class Check {
 public:
-    Check(Connection& catalogue, DicomLibrary& dicom) : catalogue_(catalogue), dicom_(dicom) {}
+    Check(Connection& catalogue, DicomLibrary& dicom, bool mending)
+        : catalogue_(catalogue), dicom_(dicom), mending_(mending) {}
 
     std::vector<CheckResult> Run(const std::string& userName, const std::filesystem::path& unsent) {
-        if (Tables()) {
+        if (Tables() && Columns()) {
             Site();
             Node();
             Signature(userName);
             Codes();
             Apostrophes();
-            Studies();
-            Reports();
+            Objects();
             Service();
         }
         Unsent(unsent);
@@ -88,6 +88,22 @@ private:
         else
             Missing("the catalogue lacks " + absent + "; \"orbenta-catalogue init\" makes them");
         return absent.empty();
+    }
+
+    bool Columns() {
+        bool whole = true;
+        for (const AbsentColumn& column : AbsentColumns(catalogue_))
+            try {
+                if (mending_)
+                    AddColumn(catalogue_, DetectEngine(catalogue_), column);
+                results_.push_back({mending_ ? CheckResult::Kind::Mended : CheckResult::Kind::Missing,
+                                    column.Words() + (mending_ ? "" : "; \"orbenta-catalogue check --mend\" adds it")});
+                whole = whole && mending_;
+            } catch (const Error& error) {
+                Missing(column.Words() + "; it cannot be added: " + error.description);
+                whole = false;
+            }
+        return whole;
     }
 
     void OneRow(OneRowTable& table, const char* name, const char* remedy) {
@@ -153,43 +169,9 @@ private:
                     " holds an apostrophe, so no report can be opened; write a back-quote (`) in its place");
     }
 
-    void Studies() {
-        int missing = 0;
-        int all = 0;
-        const auto rows = catalogue_.OpenResultSet("SELECT StudyInstanceUID, StudyPath FROM Study");
-        for (; !rows->AtEnd(); rows->MoveNext(), ++all) {
-            const std::string folder = NativePath(std::string(rows->Field("StudyPath").value_or("")));
-            std::error_code ignored;
-            if (std::filesystem::is_directory(folder, ignored))
-                continue;
-            ++missing;
-            Missing("the folder of study " + rows->Text("StudyInstanceUID") + " is not there: " + folder);
-        }
-        if (missing == 0)
-            Well("the folders of all studies are there (" + std::to_string(all) + ")");
-    }
-
-    /// The newest file of each report series, which stands for the report where one is chosen.
-    void Reports() {
-        std::map<std::string, std::string> newest;
-        const auto rows = catalogue_.OpenResultSet(
-            "SELECT Series.SeriesInstanceUID, Study.StudyPath, Series.SeriesDir, Image.ImageFile"
-            " FROM Study, Series, Image WHERE Series.Modality='SR'"
-            " AND Study.StudyInstanceUID=Series.StudyInstanceUID"
-            " AND Image.SeriesInstanceUID=Series.SeriesInstanceUID ORDER BY Image.ImageID");
-        for (; !rows->AtEnd(); rows->MoveNext())
-            newest[rows->Text("SeriesInstanceUID")] =
-                rows->Text("StudyPath") + "\\" + rows->Text("SeriesDir") + "\\" + rows->Text("ImageFile");
-        bool areReadable = true;
-        for (const auto& [series, file] : newest)
-            try {
-                dicom_.NewDataSetList()->LoadFile(file);
-            } catch (const Error& error) {
-                areReadable = false;
-                Missing("the newest version of report " + series + " cannot be read: " + error.description);
-            }
-        if (areReadable)
-            Well("the newest versions of all reports can be read (" + std::to_string(newest.size()) + ")");
+    void Objects() {
+        auto found = CheckStoredObjects(catalogue_, dicom_, mending_);
+        std::ranges::move(found, std::back_inserter(results_));
     }
 
     void Service() {
@@ -232,14 +214,15 @@ private:
 
     Connection& catalogue_;
     DicomLibrary& dicom_;
+    bool mending_;
     std::vector<CheckResult> results_;
 };
 
 } // namespace
 
 std::vector<CheckResult> CheckInstallation(Connection& catalogue, DicomLibrary& dicom, const std::string& userName,
-                                           const std::filesystem::path& unsent) {
-    return Check(catalogue, dicom).Run(userName, unsent);
+                                           const std::filesystem::path& unsent, bool mending) {
+    return Check(catalogue, dicom, mending).Run(userName, unsent);
 }
 
 } // namespace tavrel

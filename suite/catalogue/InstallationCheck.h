@@ -14,6 +14,7 @@ struct CheckResult {
     enum class Kind {
         Well,
         Warning, ///< nothing is missing, but somebody should know
+        Mended,
         Missing,
     };
     Kind kind = Kind::Well;
@@ -22,8 +23,8 @@ struct CheckResult {
 
 /// Looks at everything that a workstation needs from its catalogue, its studies and its storage
 /// service, and at what waits to be stored. `userName` is the account that will write reports, `unsent` the folder
-/// of the versions that it could not send.
+/// of the versions that it could not send. `mending` mends columns and rows where the rest suffices for it.
 std::vector<CheckResult> CheckInstallation(Connection& catalogue, DicomLibrary& dicom, const std::string& userName,
-                                           const std::filesystem::path& unsent);
+                                           const std::filesystem::path& unsent, bool mending);
 
 } // namespace tavrel

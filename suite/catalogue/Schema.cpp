@@ -4,6 +4,7 @@
 #include "platform/error.h"
 #include "platform/limits.h"
 
+#include <algorithm>
 #include <array>
 #include <string>
 
@@ -216,6 +217,29 @@ void CreateSchema(Connection& connection, Engine engine) {
     for (const std::string_view table : code_table::All)
         connection.OpenResultSet(CreateIndex({std::string(table) + "ByValue", table, "CodeValue"}));
     connection.Commit();
+}
+
+std::vector<AbsentColumn> AbsentColumns(Connection& connection) {
+    std::vector<AbsentColumn> absent;
+    for (std::size_t table = 0; table < TableNames.size(); ++table) {
+        const auto rows = connection.OpenResultSet("SELECT * FROM " + std::string(TableNames[table]) + " WHERE 1=0");
+        for (const Column& column : TableColumns[table])
+            try {
+                rows->FieldIndex(column.name);
+            } catch (const Error&) {
+                absent.push_back({TableNames[table], column.name});
+            }
+    }
+    return absent;
+}
+
+void AddColumn(Connection& connection, Engine engine, const AbsentColumn& absent) {
+    const auto table = static_cast<std::size_t>(std::ranges::find(TableNames, absent.table) - TableNames.begin());
+    const Column& column = *std::ranges::find(TableColumns.at(table), absent.name, &Column::name);
+    if (column.type == Key || column.type == Counter)
+        throw Error(Fault::OfTheSuite, "Catalogue", "it identifies the row");
+    connection.OpenResultSet("ALTER TABLE " + std::string(absent.table) + " ADD COLUMN " + std::string(absent.name) +
+                             " " + TypeText(column, engine));
 }
 
 std::span<const std::string_view> CatalogueTables() {

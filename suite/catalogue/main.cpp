@@ -20,6 +20,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
@@ -339,15 +340,17 @@ private:
         command->add_option("--unsent", unsent_, "Folder of the versions that could not be sent")
             ->type_name("FOLDER")
             ->capture_default_str();
+        command->add_flag("--mend", mending_, "Mend what the rows and the files themselves suffice for");
     }
 
     int Check() {
         const std::map<CheckResult::Kind, const char*> words = {{CheckResult::Kind::Well, "well     "},
                                                                 {CheckResult::Kind::Warning, "warning  "},
+                                                                {CheckResult::Kind::Mended, "mended   "},
                                                                 {CheckResult::Kind::Missing, "MISSING  "}};
         bool missing = false;
         for (const CheckResult& result : CheckInstallation(Catalogue(), reader_, PosixUserInformation().UserName(),
-                                                           std::filesystem::absolute(unsent_))) {
+                                                           std::filesystem::absolute(unsent_), mending_)) {
             std::cout << words.at(result.kind) << result.words << "\n";
             missing = missing || result.kind == CheckResult::Kind::Missing;
         }
@@ -358,7 +361,8 @@ private:
                   "storage service, code tables and studies.\n"
                   "Exit status: 0 done, 1 failed, 2 wrong arguments.",
                   "orbenta-catalogue"};
-    OdbcDatabase database_;
+    // Making an index of a large table takes its time.
+    OdbcDatabase database_{{.most = std::chrono::hours(24)}};
     DcmtkLibrary reader_;
     std::unique_ptr<Connection> connection_ = database_.NewConnection();
     std::function<int()> action_;
@@ -377,6 +381,7 @@ private:
     std::string codeFile_;
     std::string codeKind_;
     bool replacing_ = false;
+    bool mending_ = false;
     std::string folder_;
     std::string unsent_ = DefaultUnsentFolder().string();
 };

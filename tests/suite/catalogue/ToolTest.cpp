@@ -360,24 +360,9 @@ INSTANTIATE_TEST_SUITE_P(
                     Lack{"NoCodes", "DELETE FROM StdFinding", "table StdFinding has no codes"},
                     Lack{"AnApostrophe", "INSERT INTO Patient (ID, PatientName) VALUES ('1', 'D''ANGELO')",
                          "patient D'ANGELO holds an apostrophe"},
-                    Lack{"NoStudyFolder",
-                         "INSERT INTO Study (StudyInstanceUID, StudyPath) VALUES ('2.999.9', '\\no\\such')",
-                         "the folder of study 2.999.9 is not there: /no/such"}),
+                    Lack{"AColumnLess", "ALTER TABLE Study DROP COLUMN AccessionNumber",
+                         "table Study lacks the column AccessionNumber; \"orbenta-catalogue check --mend\" adds it"}),
     [](const auto& test) { return test.param.name; });
-
-TEST_F(Check, AReportWhoseNewestVersionIsBrokenIsFound) {
-    for (int version = 1; version <= 2; ++version)
-        TestObject().Numbered(version).Set(DCM_SOPClassUID, UID_BasicTextSRStorage).Set(DCM_Modality, "SR").Send(room);
-    std::ofstream(room.StoredFiles().at(1)) << "broken";
-    ExpectMissing("the newest version of report ");
-}
-
-TEST_F(Check, AnOlderBrokenVersionDoesNotHinder) {
-    for (int version = 1; version <= 2; ++version)
-        TestObject().Numbered(version).Set(DCM_SOPClassUID, UID_BasicTextSRStorage).Set(DCM_Modality, "SR").Send(room);
-    std::ofstream(room.StoredFiles().at(0)) << "broken";
-    EXPECT_EQ(room.Tool("check").status, 0);
-}
 
 } // namespace
 } // namespace tavrel

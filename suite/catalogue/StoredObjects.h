@@ -1,0 +1,17 @@
+#pragma once
+
+#include "platform/database.h"
+#include "platform/dicom.h"
+#include "suite/catalogue/InstallationCheck.h"
+
+#include <vector>
+
+namespace tavrel {
+
+/// Compares the rows of patients, studies, series and objects with each other and with the files, and reads every
+/// file. `mending` mends what the rows and the files themselves suffice for: the row of a file that lacks one, rows
+/// to which nothing belongs, a file's second row, a study's missing patient. What the storage service has under way
+/// is left to it.
+std::vector<CheckResult> CheckStoredObjects(Connection& catalogue, DicomLibrary& dicom, bool mending);
+
+} // namespace tavrel
