@@ -22,11 +22,29 @@ namespace fs = std::filesystem;
 
 using Settings = std::vector<std::pair<std::string_view, std::string>>;
 
+/// The module that knows all letters, beside the programs as they are built or installed.
+std::optional<std::string> SqliteLetters() {
+    std::error_code failure;
+    const fs::path program = fs::read_symlink("/proc/self/exe", failure);
+    const fs::path module = program.parent_path().parent_path() / "lib/orbenta/sqlite-letters.so";
+    return fs::exists(module, failure) ? std::optional(module.string()) : std::nullopt;
+}
+
+Settings SqliteSettings(const OdbcEntry& entry) {
+    Settings settings = {{"Driver", "SQLite3"},
+                         {"Database", entry.database},
+                         {"Timeout", "2500"},
+                         {"SyncPragma", "NORMAL"},
+                         {"JournalMode", "WAL"}};
+    if (const auto letters = SqliteLetters())
+        settings.emplace_back("LoadExt", *letters);
+    return settings;
+}
+
 Settings SettingsOf(const OdbcEntry& entry) {
     switch (entry.engine) {
     case Engine::Sqlite:
-        return {{"Driver", "SQLite3"}, {"Database", entry.database}, {"Timeout", "2500"},
-                {"FKSupport", "1"},    {"SyncPragma", "NORMAL"},     {"JournalMode", "WAL"}};
+        return SqliteSettings(entry);
     case Engine::PostgreSql:
         return {{"Driver", "PostgreSQL Unicode"},
                 {"Servername", entry.server},

@@ -71,6 +71,21 @@ TEST_P(Engines, CodesOfManyLettersAreImported) {
     EXPECT_EQ(room.Value("SELECT CodeMeaning FROM StdFinding"), "Röntgen 胸部 \U0001F9B4");
 }
 
+TEST_P(Engines, ASearchRaisesEveryLetter) {
+    Import("99SS,F1,Fracture du fémur\n99SS,F2,Κάταγμα\n99SS,F3,Перелом\n99SS,F4,Straße\n");
+    for (const char* part : {"FÉM", "ΚΆΤΑΓ", "РЕЛ", "STRAß"})
+        EXPECT_EQ(
+            room.Column("SELECT CodeValue FROM StdFinding WHERE Upper(CodeMeaning) LIKE '%" + std::string(part) + "%'")
+                .size(),
+            1U)
+            << part;
+}
+
+TEST_P(Engines, NothingHasNoCapitals) {
+    room.Insert("StdFinding", {{"CodeScheme", "99SS"}, {"CodeValue", "F1"}});
+    EXPECT_EQ(room.Value("SELECT Upper(CodeMeaning) FROM StdFinding"), "NULL");
+}
+
 TEST_P(Engines, AMicroSignStaysOne) {
     Import("99SS,µ1,Nodule of 10 µm\n");
     EXPECT_EQ(room.Value("SELECT CodeMeaning FROM StdFinding WHERE CodeValue = 'µ1 ' "), "Nodule of 10 µm");

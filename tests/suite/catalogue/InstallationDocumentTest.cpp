@@ -17,7 +17,8 @@ class InstallationDocument : public testing::TestWithParam<NamedEngine> {};
 
 /// But for the driver, which the page names in words, and for what each site has of its own.
 bool StandsForEverySite(const std::string& setting) {
-    return !setting.ends_with('=') && !setting.ends_with("=0") && !setting.starts_with("Driver");
+    return !setting.ends_with('=') && !setting.ends_with("=0") && !setting.starts_with("Driver") &&
+           !setting.starts_with("LoadExt");
 }
 
 TEST_P(InstallationDocument, NamesTheSettingsThatAreWritten) {

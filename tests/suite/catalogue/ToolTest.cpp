@@ -19,6 +19,10 @@ bool Holds(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
 }
 
+std::string BesideTheTool(const std::string& path) {
+    return (std::filesystem::path(TOOL_PROGRAM).parent_path().parent_path() / path).string();
+}
+
 class Tool : public testing::Test {
 protected:
     std::string Write(const std::string& name, const std::string& text) {
@@ -167,7 +171,8 @@ TEST_F(Tool, AnOdbcEntryIsAddedBesideTheOthers) {
     const std::string file = Write("some.ini", "; mine\n[Other]\nDriver=X\n");
     room.Tool("odbc --engine sqlite --database /a/b.db --file " + file);
     EXPECT_EQ(PosixFiles().ReadText(file), "; mine\n[Other]\nDriver=X\n\n[DicomFDB]\nDriver=SQLite3\nDatabase=/a/b.db\n"
-                                           "Timeout=2500\nFKSupport=1\nSyncPragma=NORMAL\nJournalMode=WAL\n");
+                                           "Timeout=2500\nSyncPragma=NORMAL\nJournalMode=WAL\nLoadExt=" +
+                                               BesideTheTool("lib/orbenta/sqlite-letters.so") + "\n");
 }
 
 TEST_F(Tool, AnOdbcEntryOfTheSameNameIsReplaced) {
