@@ -152,7 +152,7 @@ Error OdbcSession::LeaveAlone() {
     handles_.reset();
     inTransaction_ = false;
     silent_ = true;
-    const Error error = NoAnswer(patience_.most);
+    Error error = NoAnswer(patience_.most);
     lossReason_ = error.description;
     return error;
 }
