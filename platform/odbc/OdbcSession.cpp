@@ -2,6 +2,7 @@
 
 #include "platform/background.h"
 #include "platform/odbc/OdbcError.h"
+#include "platform/text.h"
 
 #include <sqlext.h>
 
@@ -56,7 +57,7 @@ void OdbcSession::Open(std::string_view connectionText, std::string_view user, s
         text += ";UID=" + ConnectionValue(user);
     if (!password.empty())
         text += ";PWD=" + ConnectionValue(password);
-    const SQLRETURN result = Await([handles, text]() mutable {
+    const SQLRETURN result = Await(Effect::Changes, [handles, text]() mutable {
         return SQLDriverConnect(handles->connection.Get(), nullptr, reinterpret_cast<SQLCHAR*>(text.data()),
                                 static_cast<SQLSMALLINT>(text.size()), nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT);
     });
@@ -117,10 +118,18 @@ void OdbcSession::MakeReady(Effect effect) {
     }
 }
 
-SQLRETURN OdbcSession::Await(std::function<SQLRETURN()> call) {
+OdbcSession::Effect OdbcSession::EffectOf(std::string_view statement) {
+    constexpr std::string_view question = "SELECT";
+    const auto start = std::min(statement.find_first_not_of(" \t\r\n"), statement.size());
+    return SameInAnyCase(statement.substr(start, question.size()), question) ? Effect::Reads : Effect::Changes;
+}
+
+SQLRETURN OdbcSession::Await(Effect effect, std::function<SQLRETURN()> call) {
     // What is handled while an answer is waited for may ask the same connection.
     if (running_ && !Answered(*running_, runningUntil_))
         throw NoAnswer(patience_.most);
+    if (engine_ == Engine::Sqlite && effect == Effect::Reads)
+        return call(); // within this process, and behind nobody who writes: a thread costs more than the answer
     const auto until = std::chrono::steady_clock::now() + patience_.most;
     const auto mine = std::make_shared<OdbcCall>([handles = handles_, call = std::move(call)] { return call(); });
     running_ = mine;
@@ -273,20 +282,21 @@ std::string OdbcSession::Info(SQLUSMALLINT item) const {
 
 void OdbcSession::RunPlain(std::string_view statement) {
     const auto handle = NewStatement();
-    const SQLRETURN result = Await([handle = handle->Get(), text = std::string(statement)]() mutable {
-        return SQLExecDirect(handle, reinterpret_cast<SQLCHAR*>(text.data()), SQL_NTS);
-    });
+    const SQLRETURN result =
+        Await(EffectOf(statement), [handle = handle->Get(), text = std::string(statement)]() mutable {
+            return SQLExecDirect(handle, reinterpret_cast<SQLCHAR*>(text.data()), SQL_NTS);
+        });
     if (!SQL_SUCCEEDED(result) && result != SQL_NO_DATA)
         Fail(handle->Get());
 }
 
 SQLRETURN OdbcSession::EndTransaction(SQLSMALLINT how) {
-    return Await([connection = Handle(), how] { return SQLEndTran(SQL_HANDLE_DBC, connection, how); });
+    return Await(Effect::Changes, [connection = Handle(), how] { return SQLEndTran(SQL_HANDLE_DBC, connection, how); });
 }
 
 bool OdbcSession::SetAutocommit(bool on) {
     const SQLULEN value = on ? SQL_AUTOCOMMIT_ON : SQL_AUTOCOMMIT_OFF;
-    return SQL_SUCCEEDED(Await([connection = Handle(), value] {
+    return SQL_SUCCEEDED(Await(Effect::Changes, [connection = Handle(), value] {
         return SQLSetConnectAttr(connection, SQL_ATTR_AUTOCOMMIT, AttributeValue(value), SQL_IS_UINTEGER);
     }));
 }

@@ -42,6 +42,7 @@ public:
     }
 
     enum class Effect { Reads, Changes };
+    static Effect EffectOf(std::string_view statement);
     /// Runs `work`, one statement, on a connection that was lost too: outside a transaction that is opened again, and a
     /// question that met its loss is asked once more. A change is not, which may have been made; the server is asked
     /// before it whether it is there.
@@ -61,7 +62,7 @@ public:
 
     /// Makes a driver's call that may wait for the server, and waits no longer than the session's patience; a server
     /// that has not answered then has lost its connection. `call` must own what it works with, except for handles.
-    SQLRETURN Await(std::function<SQLRETURN()> call);
+    SQLRETURN Await(Effect effect, std::function<SQLRETURN()> call);
 
     /// A statement handle, empty after the session is closed.
     std::shared_ptr<OdbcHandle> NewStatement();

@@ -35,7 +35,7 @@ void OdbcStatement::Run(std::string_view text, std::span<const BoundText> parame
                                parameters[index].sqlType, std::max<SQLULEN>(parameters[index].size, 1), 0, value.data(),
                                static_cast<SQLLEN>(value.size()), &texts->lengths[index]));
     }
-    const SQLRETURN result = session_->Await([handle = Handle(), texts] {
+    const SQLRETURN result = session_->Await(OdbcSession::EffectOf(text), [handle = Handle(), texts] {
         return SQLExecDirect(handle, reinterpret_cast<SQLCHAR*>(texts->statement.data()),
                              static_cast<SQLINTEGER>(texts->statement.size()));
     });
@@ -58,7 +58,7 @@ SQLLEN OdbcStatement::RowCount() const {
 
 std::string OdbcStatement::ColumnAttribute(SQLUSMALLINT number, SQLUSMALLINT attribute) const {
     const auto text = std::make_shared<std::array<char, 512>>();
-    Check(session_->Await([handle = Handle(), number, attribute, text] {
+    Check(session_->Await(OdbcSession::Effect::Reads, [handle = Handle(), number, attribute, text] {
         SQLSMALLINT length = 0;
         return SQLColAttribute(handle, number, attribute, text->data(), static_cast<SQLSMALLINT>(text->size()), &length,
                                nullptr);

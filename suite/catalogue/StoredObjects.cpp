@@ -311,10 +311,12 @@ private:
             keys.push_back(rows->Text(key));
         rows->Close();
         std::erase_if(keys, files);
+        const std::string removal = "DELETE FROM " + table + " WHERE " + key + " = ? AND" + nothing;
+        const auto words = [&](const std::string& uid) {
+            return "the " + name + " " + uid + " has no " + whatIsLacking;
+        };
         for (const std::string& uid : keys)
-            Mend("the " + name + " " + uid + " has no " + whatIsLacking, [&] {
-                RunChange(catalogue_, "DELETE FROM " + table + " WHERE " + key + " = ? AND" + nothing, std::array{uid});
-            });
+            Mend(words(uid), [&] { RunChange(catalogue_, removal, std::array{uid}); });
     }
 
     fs::path FolderOf(const SeriesRow& series) const {

@@ -166,6 +166,23 @@ TEST_P(Engines, ARefusedRowTakesTheFileBack) {
     EXPECT_EQ(TestObject().Send(room), 0) << room.ServiceLog();
 }
 
+TEST_P(Engines, CheckMendsRowsAndColumns) {
+    {
+        const auto service = room.StartService();
+        for (const int number : {1, 2})
+            TestObject().Numbered(number).Send(room);
+    }
+    room.Run("DELETE FROM Image WHERE SOPInstanceUID='2.999.7.2'");
+    room.Run("ALTER TABLE Study DROP COLUMN AccessionNumber");
+    room.Insert("Patient", {{"ID", "P9"}, {"PatientName", "ROSSI^ANNA"}});
+    const std::string out = room.Tool("check --mend").out;
+    for (const char* mended : {" has no row\n", "mended   the patient P9 has no study\n",
+                               "mended   table Study lacks the column AccessionNumber\n"})
+        EXPECT_NE(out.find(mended), std::string::npos) << out;
+    EXPECT_EQ(room.Count("Image"), "2");
+    EXPECT_EQ(room.Count("Patient"), "1");
+}
+
 INSTANTIATE_TEST_SUITE_P(Suite, Engines, testing::Values("sqlite", "postgresql", "mariadb"),
                          [](const auto& engine) { return std::string(engine.param); });
 
