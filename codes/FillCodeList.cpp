@@ -1,5 +1,6 @@
 #include "codes/FillCodeList.h"
 
+#include "host/Catalogue.h"
 #include "host/ErrorReport.h"
 
 namespace tavrel {
@@ -10,7 +11,7 @@ std::string Statement(std::string_view table, std::string_view filter) {
     if (filter.empty())
         return "SELECT CodeScheme, CodeValue, CodeMeaning  FROM " + name + " ORDER BY CodeMeaning ";
     return " SELECT CodeScheme, CodeValue, CodeMeaning  FROM " + name + " WHERE Upper(" + name +
-           ".CodeMeaning) Like '%" + std::string(filter) + "%' ORDER BY CodeMeaning";
+           ".CodeMeaning) Like '%" + InQuotes(filter) + "%' ORDER BY CodeMeaning";
 }
 
 /// A column of the rows, found by its name once for all of them.

@@ -2,6 +2,7 @@
 
 #include "codes/FillCodeList.h"
 #include "codes/FilterSearchKey.h"
+#include "host/Catalogue.h"
 #include "host/ErrorReport.h"
 #include "platform/code_tables.h"
 #include "platform/text.h"
@@ -30,7 +31,7 @@ std::string TableOf(std::string_view key) {
 
 /// The blank before the closing quote is the catalogue's way: its code columns compare blank-padded.
 std::string WhereCode(const Letters& letters, const TextBox& code) {
-    return " WHERE CodeValue = '" + letters.UpperCase(code.Text()) + " ' ";
+    return " WHERE CodeValue = '" + InQuotes(letters.UpperCase(code.Text())) + " ' ";
 }
 
 std::unique_ptr<ResultSet> FindCode(const Global& global, const std::string& table, const TextBox& code) {

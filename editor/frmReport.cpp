@@ -1,6 +1,7 @@
 #include "editor/frmReport.h"
 
 #include "codes/frmBase.h"
+#include "host/Catalogue.h"
 #include "host/ErrorReport.h"
 #include "host/Log.h"
 #include "host/Text.h"
@@ -305,8 +306,8 @@ bool frmReport::UnsavedChanges(const DcmSRDocument& document) const {
 
 void frmReport::LookUpUserAndSite() {
     TrapNumbered(global_.ports.windows, "frmReport.LookUpUserAndSite:", [&] {
-        const auto user =
-            Catalogue(global_).OpenResultSet(" SELECT * FROM Users WHERE UserName='" + global_.currentUserName + "'");
+        const auto user = Catalogue(global_).OpenResultSet(" SELECT * FROM Users WHERE UserName='" +
+                                                           InQuotes(global_.currentUserName) + "'");
         if (!user->AtEnd()) {
             global_.userSignature = user->Text("Signature");
             const auto site = Catalogue(global_).OpenResultSet("SELECT * FROM SiteData");
@@ -350,7 +351,7 @@ bool frmReport::OfAnotherStudy(const std::string& seriesUid) const {
     if (!report.document || !IsUid(seriesUid) || seriesUid == report.document->SeriesUid())
         return false;
     const auto series = Catalogue(global_).OpenResultSet(
-        "SELECT StudyInstanceUID FROM Series WHERE SeriesInstanceUID='" + seriesUid + "'");
+        "SELECT StudyInstanceUID FROM Series WHERE SeriesInstanceUID='" + InQuotes(seriesUid) + "'");
     const bool another = !series->AtEnd() && series->Field("StudyInstanceUID") != report.studyUid;
     series->Close();
     return another;

@@ -44,7 +44,8 @@ bool frmReport::Save() {
 
 void frmReport::PutTitleAndReading(DcmSRDocument& document) {
     const auto& heading = cmbReportTitle.Text();
-    const auto row = Catalogue(global_).OpenResultSet("SELECT * FROM StdTitles Where CodeMeaning='" + heading + "'");
+    const auto row =
+        Catalogue(global_).OpenResultSet("SELECT * FROM StdTitles Where CodeMeaning='" + InQuotes(heading) + "'");
     std::string scheme, code, meaning = heading;
     if (!row->AtEnd()) {
         scheme = row->Text("CodeScheme");

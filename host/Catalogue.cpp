@@ -1,6 +1,15 @@
 #include "host/Catalogue.h"
 
+#include "platform/error.h"
+
 namespace tavrel {
+
+std::string InQuotes(std::string_view value) {
+    if (value.find('\'') != std::string_view::npos)
+        throw Error(Fault::TypeMismatch, "Catalogue",
+                    "The catalogue cannot be asked with a text that holds an apostrophe: " + std::string(value));
+    return std::string(value);
+}
 
 void WriteHistory(Global& global, std::string_view seriesUid, std::string_view actionVal,
                   std::string_view description) {
@@ -9,7 +18,7 @@ void WriteHistory(Global& global, std::string_view seriesUid, std::string_view a
     const std::string node = server->Text("AETitle");
     server->Close();
 
-    const std::string series(seriesUid);
+    const std::string series = InQuotes(seriesUid);
     const auto known = catalogue.OpenResultSet(
         "SELECT Patient.ID, Patient.PatientName, Study.StudyInstanceUID, Series.SeriesInstanceUID "
         " FROM Patient, Study, Series "
@@ -29,14 +38,15 @@ void WriteHistory(Global& global, std::string_view seriesUid, std::string_view a
     catalogue.OpenResultSet(
         "INSERT INTO History (Node, Username, PatientName, PatientID, StudyUID, SeriesUID, ActionVal, Description) "
         " VALUES ('" +
-        node + "','" + global.currentUserName + "','" + patientName + "','" + patientId + "','" + studyUid + "','" +
-        knownSeriesUid + "','" + std::string(actionVal) + "','" + std::string(description) + "')");
+        InQuotes(node) + "','" + InQuotes(global.currentUserName) + "','" + InQuotes(patientName) + "','" +
+        InQuotes(patientId) + "','" + InQuotes(studyUid) + "','" + InQuotes(knownSeriesUid) + "','" +
+        InQuotes(actionVal) + "','" + InQuotes(description) + "')");
 }
 
 bool SetSeriesStatus(Global& global, std::string_view seriesUid, std::string_view status) {
     try {
-        Catalogue(global).OpenResultSet("UPDATE Series SET SeriesStatus='" + std::string(status) +
-                                        "' WHERE SeriesInstanceUID='" + std::string(seriesUid) + "'");
+        Catalogue(global).OpenResultSet("UPDATE Series SET SeriesStatus='" + InQuotes(status) +
+                                        "' WHERE SeriesInstanceUID='" + InQuotes(seriesUid) + "'");
         return true;
     } catch (...) {
         return false;

@@ -1,5 +1,6 @@
 #include "sr/DcmSRDocument.h"
 
+#include "host/Catalogue.h"
 #include "host/ErrorReport.h"
 #include "host/Text.h"
 #include "platform/attributes.h"
@@ -39,7 +40,7 @@ constexpr std::array CopiedAttributes = {
 /// One more than the highest series number of the study, whatever the modality.
 std::string NextSeriesNumber(Connection& catalogue, const std::string& studyUid) {
     const auto highest = catalogue.OpenResultSet(
-        "SELECT Max(SeriesNumber) as SRCount From Series WHERE StudyInstanceUID='" + studyUid + "'");
+        "SELECT Max(SeriesNumber) as SRCount From Series WHERE StudyInstanceUID='" + InQuotes(studyUid) + "'");
     const std::string number(highest->Field("SRCount").value_or("0"));
     highest->Close();
     std::int32_t value = 0; // the range of an integer string (DICOM PS3.5, 6.2)

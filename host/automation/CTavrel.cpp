@@ -32,9 +32,10 @@ struct SeriesRow {
 std::optional<SeriesRow> FindSeries(Database& database, const std::string& seriesUid) {
     const auto connection = database.NewConnection();
     connection->Open(CatalogueConnectionText);
-    const auto row = connection->OpenResultSet("SELECT Series.*,Study.StudyPath FROM Series,Study "
-                                               "WHERE Series.SeriesInstanceUID='" +
-                                               seriesUid + "'  AND Study.StudyInstanceUID =Series.StudyInstanceUID");
+    const auto row =
+        connection->OpenResultSet("SELECT Series.*,Study.StudyPath FROM Series,Study "
+                                  "WHERE Series.SeriesInstanceUID='" +
+                                  InQuotes(seriesUid) + "'  AND Study.StudyInstanceUID =Series.StudyInstanceUID");
     std::optional<SeriesRow> found;
     if (!row->AtEnd())
         found = {row->Text("StudyInstanceUID"), row->Text("StudyPath") + "\\" + row->Text("SeriesDir")};

@@ -1,5 +1,6 @@
 #include "host/chooser/frmSRSeriesChoice.h"
 
+#include "host/Catalogue.h"
 #include "host/ErrorReport.h"
 #include "host/Text.h"
 #include "platform/attributes.h"
@@ -49,8 +50,8 @@ void frmSRSeriesChoice::ShowSRDocuments(std::string_view studyUid) {
         if (!loaded_)
             Form_Load();
 
-        const auto study = Catalogue(global_).OpenResultSet("SELECT * FROM Study WHERE StudyInstanceUID='" +
-                                                            std::string(studyUid) + "'");
+        const auto study =
+            Catalogue(global_).OpenResultSet("SELECT * FROM Study WHERE StudyInstanceUID='" + InQuotes(studyUid) + "'");
         if (study->AtEnd()) {
             global_.ports.windows.Ask({.text = "Non existing Study Instance", .title = {}, .icon = Icon::CriticalStop});
             return;
@@ -68,7 +69,7 @@ void frmSRSeriesChoice::ShowSRDocuments(std::string_view studyUid) {
 
 void frmSRSeriesChoice::CollectReports(std::string_view studyPath, std::string_view studyUid) {
     const auto series = Catalogue(global_).OpenResultSet("SELECT * FROM Series WHERE StudyInstanceUID='" +
-                                                         std::string(studyUid) + "' AND Modality='SR'");
+                                                         InQuotes(studyUid) + "' AND Modality='SR'");
     for (; !series->AtEnd(); series->MoveNext()) {
         const std::string uid(series->Field("SeriesInstanceUID").value_or(""));
         const auto folder = std::string(studyPath) + "\\" + std::string(series->Field("SeriesDir").value_or(""));

@@ -397,6 +397,15 @@ TEST_P(FailingActionTest, AnApostropheInTheCodeLosesNothing) {
     EXPECT_EQ(Stored(), Texts{"C1|SRT|Cyst"});
 }
 
+TEST_P(FailingActionTest, ACodeThatWouldTurnTheStatementIsRefused) {
+    Open(StandardCodes);
+
+    Do(GetParam(), "X' OR 1=1 OR 'A'='B", "SRT", "Cyst");
+
+    ASSERT_EQ(windows.messages.size(), 1U);
+    EXPECT_EQ(Stored(), Texts{"C1|SRT|Cyst"});
+}
+
 TEST_P(FailingActionTest, CanBeDoneAgainOnceTheCauseIsGone) {
     Open(StandardCodes);
     workstation.Execute("ALTER TABLE StdFinding RENAME TO Away");

@@ -119,6 +119,15 @@ TEST(Save, AnApostropheInTheHeadingIsToldAndNothingIsSent) {
     EXPECT_TRUE(station.store.sent.empty());
 }
 
+TEST(Save, AHeadingThatWouldTurnTheStatementTakesNoCode) {
+    OpenReportStation station;
+    station.AddCode("StdTitles", "99SS", "T9", "Another");
+    station.editor.cmbReportTitle.Typed("x' OR 'a'='a");
+    station.editor.cmdSave.Press();
+    EXPECT_TRUE(station.store.sent.empty());
+    EXPECT_EQ(station.windows.messages.size(), 1U);
+}
+
 TEST(Save, AFailureIsToldWithItsNumber) {
     OpenReportStation station;
     class FailingConnection : public ForwardingConnection {

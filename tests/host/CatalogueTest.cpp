@@ -82,6 +82,24 @@ TEST_F(Audit, FailsOnAnApostropheInThePatientsName) {
     EXPECT_THAT(History(), IsEmpty());
 }
 
+TEST_F(Audit, MarksNoOtherSeriesForAUidThatWouldTurnTheStatement) {
+    station.AddExampleStudy();
+
+    EXPECT_FALSE(SetSeriesStatus(global, "x' OR '1'='1", "VIEWED"));
+
+    EXPECT_THAT(station.Rows("Series", {"SeriesStatus"}), ElementsAre(ElementsAre("")));
+}
+
+TEST_F(Audit, NamesTheTextThatNoStatementTakes) {
+    try {
+        InQuotes("O'Brien");
+        FAIL() << "accepted";
+    } catch (const Error& error) {
+        EXPECT_EQ(error.description, "The catalogue cannot be asked with a text that holds an apostrophe: O'Brien");
+    }
+    EXPECT_EQ(InQuotes("O`Brien \"x\" \\"), "O`Brien \"x\" \\");
+}
+
 TEST_F(Audit, ReadsAPatientsMissingNameAsEmpty) {
     station.AddExampleStudy();
     station.Execute("UPDATE Patient SET PatientName = NULL");

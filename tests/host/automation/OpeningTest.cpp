@@ -352,5 +352,15 @@ TEST(OpeningAReport, OfAStudyWhoseImagesWereCancelledForgetsTheImagesOfTheFirst)
     EXPECT_EQ(station.global.report->imageSeries, nullptr);
 }
 
+TEST(AnOpeningByASeriesUidThatWouldTurnTheStatement, IsRefusedAndMarksNothing) {
+    ReportingStation station;
+    station.AddReport();
+    station.automation.LoadSRSeries("x' OR '1'='1");
+    EXPECT_EQ(station.windows.Texts(), Texts{"Quendor.LoadSRSeries: The catalogue cannot be asked with a text that "
+                                             "holds an apostrophe: x' OR '1'='1"});
+    for (const auto& row : station.Rows("Series", {"SeriesStatus"}))
+        EXPECT_EQ(row[0], "");
+}
+
 } // namespace
 } // namespace tavrel::test
