@@ -41,6 +41,8 @@ StateLine Editable(const DcmSRDocument& document, const ScreenState& screen) {
 }
 
 StateLine OfTheVersion(const DcmSRDocument& document, const ScreenState& screen) {
+    if (!document.Damage().empty())
+        return {"Read-only: " + OneLine(document.Damage()), Tone::Failure};
     if (document.HoldsMore())
         return {"Read-only: this report holds contents that are not shown here", Tone::Attention};
     if (const auto* approver = document.Approver())
@@ -56,7 +58,7 @@ std::string Offer(const DcmSRDocument& document, const Draft& draft, std::size_t
     std::string text = "Draft of " + FullDateTimeText(draft.written) + ", not saved";
     if (count > 1)
         text += " (the newest of " + std::to_string(count) + ")";
-    if (document.HoldsMore())
+    if (document.HoldsMore() || !document.Damage().empty())
         return text + "; this report cannot be changed here";
     if (document.status() == DcmSRDocument::Approved)
         return text + "; the report is approved meanwhile";

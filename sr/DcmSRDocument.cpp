@@ -4,8 +4,11 @@
 #include "host/ErrorReport.h"
 #include "host/Text.h"
 #include "platform/attributes.h"
+#include "platform/paths.h"
 #include "sr/ForeignContent.h"
+#include "sr/VersionOrder.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <limits>
@@ -58,6 +61,19 @@ std::string LabelPart(const Value& value, std::string (*text)(const DateTime&)) 
     return dateTime ? text(*dateTime) : TextOf(value);
 }
 
+/// What makes the label of a version and orders it is read at once: a file that does not yield it is damaged.
+void AddFile(DataSetList& versions, const std::string& path) {
+    versions.LoadFile(path);
+    const int index = versions.Count() - 1;
+    try {
+        static_cast<void>(versions.GetElementValue(index, attribute::ContentDate));
+    } catch (...) {
+        versions.RemoveDataSet(index);
+        throw;
+    }
+    versions.Arrange(0);
+}
+
 } // namespace
 
 DcmSRDocument::DcmSRDocument(Global& global) : global_(global) {
@@ -75,6 +91,7 @@ void DcmSRDocument::Clear() {
     reading_.clear();
     loadedComplete_ = false;
     holdsMore_ = false;
+    damage_.clear();
     freshVersion_ = true;
     versionLabels_.clear();
     diagnoses_.clear();
@@ -119,6 +136,7 @@ void DcmSRDocument::LoadFile(std::string_view path) {
 void DcmSRDocument::OpenFile(std::string_view path) {
     DicomLibrary& dicom = global_.ports.dicom;
     series_ = dicom.NewDataSetList();
+    damage_.clear();
     series_->LoadFile(path);
     series_->Arrange(0);
     versionIndex_ = LastVersion();
@@ -129,18 +147,52 @@ void DcmSRDocument::OpenFile(std::string_view path) {
 void DcmSRDocument::LoadSeries(std::string_view folder) {
     const std::string prefix = "SRDocument.LoadSeries(" + std::string(folder) + ") : ";
     TrapShort(global_.ports.windows, prefix, [&] {
-        Clear();
-        freshVersion_ = false;
-        for (const std::string& name : global_.ports.files.List(folder, ".dcm")) {
-            const std::string path = std::string(folder) + "\\" + name;
-            series_->LoadFile(path);
-            series_->Arrange(0);
-            global_.report->filePath = path;
-        }
-        versionIndex_ = LastVersion();
-        ReadContent(*series_->Item(versionIndex_));
-        BuildVersionLabels();
+        if (const std::string last = OpenSeries(folder); !last.empty())
+            global_.report->filePath = last;
+        if (!damage_.empty())
+            throw Error(Fault::Missing, "DcmSRDocument", damage_);
     });
+}
+
+std::string DcmSRDocument::OpenSeries(std::string_view folder) {
+    Clear();
+    freshVersion_ = false;
+    std::vector<std::string> files;
+    int damaged = 0;
+    const auto note = [&](const Error& error) {
+        if (++damaged == 1)
+            damage_ = error.description;
+    };
+    Trap(
+        [&] {
+            for (const std::string& name : global_.ports.files.List(folder, ".dcm")) {
+                const std::string path = std::string(folder) + "\\" + name;
+                if (Trap([&] { AddFile(*series_, path); }, note))
+                    files.push_back(path);
+            }
+            PutInOrder(files);
+        },
+        note);
+    // What only its parsing shows to be damaged is no version either.
+    while (series_->Count() > 0 && !Trap([&] { ReadContent(*series_->Item(LastVersion())); }, note))
+        series_->RemoveDataSet(LastVersion());
+    versionIndex_ = LastVersion();
+    BuildVersionLabels();
+    if (damaged > 1)
+        damage_ += " (" + std::to_string(damaged) + " files of the report cannot be read.)";
+    else if (damaged == 0 && versionIndex_ < 0)
+        damage_ = "The folder " + NativePath(std::string(folder)) + " holds no version of a report.";
+    return files.empty() ? "" : files.back();
+}
+
+void DcmSRDocument::PutInOrder(const std::vector<std::string>& files) {
+    const auto order = OrderOfVersions(global_.ports.dicom, *series_, files);
+    if (std::ranges::is_sorted(order))
+        return;
+    const auto ordered = global_.ports.dicom.NewDataSetList();
+    for (const int index : order)
+        AddFile(*ordered, files[static_cast<std::size_t>(index)]);
+    series_ = ordered;
 }
 
 std::int16_t DcmSRDocument::NumVersions() const {
@@ -164,7 +216,7 @@ void DcmSRDocument::status(int status) {
 }
 
 bool DcmSRDocument::ReadOnly() const {
-    return status_ != Pending || versionIndex_ != Versions().Count() - 1 || holdsMore_;
+    return status_ != Pending || versionIndex_ != Versions().Count() - 1 || holdsMore_ || !damage_.empty();
 }
 
 const ObservationContext* DcmSRDocument::Referring() const {

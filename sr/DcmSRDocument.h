@@ -32,9 +32,12 @@ public:
     void LoadFile(std::string_view path);
     /// As `LoadFile`, but a failure is the caller's and nothing is shown.
     void OpenFile(std::string_view path);
-    /// Loads every "*.dcm" of a folder as the versions and shows the last one. Cost grows with the
-    /// size of the files, which are checked whole; only the last one is parsed.
+    /// Loads every "*.dcm" of a folder as the versions, in the order in which they were written, and shows the last
+    /// one. Cost grows with the size of the files, which are checked whole; as a rule only the last one is parsed.
+    /// Says what could not be read, which `Damage` keeps; the rest can be looked at.
     void LoadSeries(std::string_view folder);
+    /// As `LoadSeries`, but nothing is shown. Answers the last file that was read, empty when there is none.
+    std::string OpenSeries(std::string_view folder);
 
     /// Writes a new version and files the version at `VersionIndex`. Reports its own failures.
     void Save(std::string_view path);
@@ -62,6 +65,9 @@ public:
     bool ReadOnly() const;
     /// Whether the version holds what this program cannot show, and so must not write anew.
     bool HoldsMore() const { return holdsMore_; }
+    /// What of the report could not be read, in words; empty as a rule. Nothing is written after a version that
+    /// nobody has seen.
+    const std::string& Damage() const { return damage_; }
     bool LoadedComplete() const { return loadedComplete_; }
     bool IsProprietary() const { return false; }
 
@@ -114,6 +120,8 @@ public:
 private:
     void ReadContent(const DicomDataSet& dataSet);
     void BuildVersionLabels();
+    /// The versions of `files` in the order in which they were written.
+    void PutInOrder(const std::vector<std::string>& files);
     /// Appends a version and writes the content into it. A failure is the caller's and leaves no version.
     void AppendVersion();
     void WriteVersion(DicomDataSet& version);
@@ -134,6 +142,7 @@ private:
     bool updated_ = false;
     bool loadedComplete_ = false;
     bool holdsMore_ = false;
+    std::string damage_;
     std::vector<ObservationContext> observers_;
     int status_ = Pending;
     ContentNode titleNode_;

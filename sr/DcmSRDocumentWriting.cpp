@@ -20,6 +20,9 @@ DataSetHandle NewItem(DicomLibrary& dicom, DicomDataSet& dataSet, Tag sequence, 
 
 void DcmSRDocument::AppendVersion() {
     DataSetList& versions = Versions();
+    if (!damage_.empty())
+        throw Error(Fault::Missing, "DcmSRDocument",
+                    "No version can be written after one that cannot be read. " + damage_);
     if (freshVersion_)
         static_cast<void>(versions.Item(versions.Count() - 1)); // a report without any version has none to write
     versions.AddDataSet(versions.Count() - 1);

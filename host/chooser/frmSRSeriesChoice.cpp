@@ -5,6 +5,7 @@
 #include "host/Text.h"
 #include "platform/attributes.h"
 #include "sr/DcmSRDocument.h"
+#include "sr/VersionOrder.h"
 
 namespace tavrel {
 namespace {
@@ -14,7 +15,9 @@ constexpr std::string_view ErrorPrefix = "Report Choice: ";
 ListItem RowOf(const DcmSRDocument& report) {
     std::string scheme, code, meaning, annotation;
     report.GetTitle(scheme, code, meaning, annotation);
-    const std::string state = report.status() == DcmSRDocument::Approved ? "APPROVED" : "";
+    std::string state = report.status() == DcmSRDocument::Approved ? "APPROVED" : "";
+    if (!report.Damage().empty())
+        state = "DAMAGED";
     const auto* referring = report.Referring();
     return {.text = annotation,
             .tag = {},
@@ -72,29 +75,27 @@ void frmSRSeriesChoice::CollectReports(std::string_view studyPath, std::string_v
                                                          InQuotes(studyUid) + "' AND Modality='SR'");
     for (; !series->AtEnd(); series->MoveNext()) {
         const std::string uid(series->Field("SeriesInstanceUID").value_or(""));
-        const auto folder = std::string(studyPath) + "\\" + std::string(series->Field("SeriesDir").value_or(""));
-        if (const auto file = NewestFile(uid, folder))
-            Trap(
-                [&] {
-                    reports_.push_back({folder, Preview(*file)});
-                },
-                [&](const Error& error) { LeaveOut(uid, error.description); });
-        else
+        const auto seriesDir = series->Field("SeriesDir").value_or("");
+        const auto folder = std::string(studyPath) + "\\" + std::string(seriesDir);
+        const auto filed = FiledVersions(uid);
+        if (studyPath.empty() || seriesDir.empty() || filed.newestFile.empty())
             LeaveOut(uid, "The catalogue names no file of it.");
+        else
+            reports_.push_back({folder, Preview(folder, filed)});
     }
     series->Close();
 }
 
-std::optional<std::string> frmSRSeriesChoice::NewestFile(std::string_view seriesUid, std::string_view folder) const {
-    const auto images = Catalogue(global_).OpenResultSet("SELECT * From Image WHERE SeriesInstanceUID='" +
-                                                         std::string(seriesUid) + "'");
-    std::optional<std::string> file;
-    for (; !images->AtEnd(); images->MoveNext())
-        file = images->Field("ImageFile");
+frmSRSeriesChoice::Filed frmSRSeriesChoice::FiledVersions(std::string_view seriesUid) const {
+    const auto images =
+        Catalogue(global_).OpenResultSet("SELECT * From Image WHERE SeriesInstanceUID='" + InQuotes(seriesUid) + "'");
+    Filed filed;
+    for (; !images->AtEnd(); images->MoveNext()) {
+        ++filed.count;
+        filed.newestFile = images->Field("ImageFile").value_or("");
+    }
     images->Close();
-    if (file)
-        file = std::string(folder) + "\\" + *file;
-    return file;
+    return filed;
 }
 
 void frmSRSeriesChoice::LeaveOut(const std::string& seriesUid, const std::string& why) const {
@@ -102,9 +103,17 @@ void frmSRSeriesChoice::LeaveOut(const std::string& seriesUid, const std::string
                                        "\" is left out of the choice: " + why);
 }
 
-std::shared_ptr<const DcmSRDocument> frmSRSeriesChoice::Preview(std::string_view file) const {
+std::shared_ptr<const DcmSRDocument> frmSRSeriesChoice::Preview(const std::string& folder, const Filed& filed) const {
     auto report = std::make_shared<DcmSRDocument>(global_);
-    report->OpenFile(file);
+    bool newest = false;
+    Trap(
+        [&] {
+            report->OpenFile(folder + "\\" + filed.newestFile);
+            newest = PredecessorCount(*report->Series()->Item(0)) + 1 >= filed.count;
+        },
+        [](const Error&) {});
+    if (!newest) // it is damaged, or was filed after its successor
+        report->OpenSeries(folder);
     return report;
 }
 
@@ -134,7 +143,9 @@ void frmSRSeriesChoice::cmdOk_Click() {
         const auto document = std::make_shared<DcmSRDocument>(global_);
         auto& report = StartReport(global_, studyUid_, document);
         const auto folder = DDO();
-        document->LoadSeries(folder);
+        document->OpenSeries(folder); // what it lacks is told by whoever shows it
+        if (document->NumVersions() == 0)
+            throw Error(Fault::Missing, "frmSRSeriesChoice", document->Damage());
         report.filePath = folder + "\\img_001.dcm";
         chosenSeriesUid_ = TextOf(document->Series()->GetElementValue(0, attribute::SeriesInstanceUid));
         global_.ports.windows.Hide(*this);

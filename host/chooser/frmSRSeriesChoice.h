@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,7 +18,7 @@ public:
     frmSRSeriesChoice(Global& global, std::function<void()> runNew);
 
     /// Collects the study's report series and, when there are two or more, shows them and returns
-    /// when the person has chosen. One statement for each report series, one file read for each.
+    /// when the person has chosen. One statement for each report series, one file read for each as a rule.
     void ShowSRDocuments(std::string_view studyUid);
     /// The folder of the chosen report; empty when a new one is to be made.
     std::string DDO() const;
@@ -45,10 +44,15 @@ private:
         std::shared_ptr<const DcmSRDocument> newestVersion;
     };
     void CollectReports(std::string_view studyPath, std::string_view studyUid);
-    /// The file of the last image row; nothing when there is none.
-    std::optional<std::string> NewestFile(std::string_view seriesUid, std::string_view folder) const;
-    std::shared_ptr<const DcmSRDocument> Preview(std::string_view file) const;
-    /// A report that cannot be used is no reason to hide the others.
+    /// The image rows of a series.
+    struct Filed {
+        std::size_t count = 0;
+        std::string newestFile; ///< that of the last row; empty when there is none
+    };
+    Filed FiledVersions(std::string_view seriesUid) const;
+    /// Its newest version. A report of which files cannot be read is there with what can.
+    std::shared_ptr<const DcmSRDocument> Preview(const std::string& folder, const Filed& filed) const;
+    /// An incomplete row is no reason to hide the other reports.
     void LeaveOut(const std::string& seriesUid, const std::string& why) const;
     void ListInit();
 

@@ -145,17 +145,6 @@ TEST_F(Loading, OfASeriesTakesEveryFileAndShowsTheLast) {
     EXPECT_FALSE(document.Updated());
 }
 
-TEST_F(Loading, OfASeriesTakesTheFilesInTheOrderOfTheirNames) {
-    const std::string folder = station.AddReport({.versions = 2});
-    std::filesystem::rename(station.NativePath("study/report1/img_000002.dcm"),
-                            station.NativePath("study/report1/IMG_000000.dcm"));
-
-    document.LoadSeries(folder);
-
-    EXPECT_THAT(Labels(), ElementsAre("14/11/2026 08:01:00", "14/11/2026 08:00:00"));
-    EXPECT_EQ(document.Observers().size(), 1U);
-}
-
 TEST_F(Loading, OfASeriesLeavesOtherFilesAlone) {
     const std::string folder = station.AddReport({.versions = 2});
     station.files->WriteText(folder + "\\SR.dat", "image references");
@@ -201,9 +190,11 @@ TEST_F(Loading, OfAnEmptyFolderSaysThatThereIsNoVersion) {
 
     document.LoadSeries(folder);
 
-    EXPECT_THAT(Shown(), ElementsAre("SRDocument.LoadSeries(" + folder + ") : No data set at index -1"));
+    EXPECT_THAT(Shown(), ElementsAre("SRDocument.LoadSeries(" + folder + ") : The folder " +
+                                     station.NativePath("empty").string() + " holds no version of a report."));
     EXPECT_EQ(document.NumVersions(), 0);
     EXPECT_EQ(document.VersionIndex(), -1);
+    EXPECT_TRUE(document.ReadOnly());
 }
 
 TEST_F(Loading, OfAMissingFolderNamesItAndWhy) {
@@ -214,35 +205,95 @@ TEST_F(Loading, OfAMissingFolderNamesItAndWhy) {
     EXPECT_THAT(Shown(), ElementsAre(StartsWith("SRDocument.LoadSeries(" + folder + ") : ")));
 }
 
-TEST_F(Loading, ThatMeetsABrokenFileKeepsTheVersionsBeforeIt) {
-    const std::string folder = station.AddReport({.versions = 3});
-    station.files->WriteText(folder + "\\img_000002.dcm", "broken");
+class Damaged : public Loading {
+protected:
+    /// Three versions, of which these files are broken.
+    void LoadBroken(const std::vector<std::string>& names) {
+        folder = station.AddReport({.versions = 3});
+        for (const auto& name : names)
+            station.files->WriteText(folder + "\\" + name, "broken");
+        document.LoadSeries(folder);
+    }
+    std::string folder;
+};
 
-    document.LoadSeries(folder);
+TEST_F(Damaged, VersionsAreNamedOnceAndTheOthersShown) {
+    LoadBroken({"img_000002.dcm"});
 
-    EXPECT_THAT(Shown(), ElementsAre(StartsWith("SRDocument.LoadSeries(" + folder + ") : ")));
-    EXPECT_EQ(document.NumVersions(), 1);
-    EXPECT_EQ(global.report->filePath, folder + "\\img_000001.dcm");
+    EXPECT_THAT(Shown(),
+                ElementsAre("SRDocument.LoadSeries(" + folder + ") : " + FaultOf(folder + "\\img_000002.dcm")));
+    EXPECT_THAT(Labels(), ElementsAre("14/11/2026 08:00:00", "14/11/2026 08:02:00"));
+    EXPECT_EQ(document.Reading(), "Normal heart and lungs.");
+    EXPECT_EQ(global.report->filePath, folder + "\\img_000003.dcm");
 }
 
-TEST_F(Loading, ThatMeetsABrokenFileHasForgottenTheFormerLabels) {
-    LoadReport({.versions = 3});
-    station.files->WriteText(station.Path("study\\report1\\img_000002.dcm"), "broken");
+TEST_F(Damaged, NewestVersionLeavesTheOneBeforeItReadOnly) {
+    LoadBroken({"img_000003.dcm"});
 
-    document.LoadSeries(station.Path("study\\report1"));
+    EXPECT_EQ(document.VersionIndex(), 1);
+    EXPECT_TRUE(document.ReadOnly());
+    EXPECT_EQ(document.Damage(), FaultOf(folder + "\\img_000003.dcm"));
+}
+
+TEST_F(Damaged, VersionsAreCounted) {
+    LoadBroken({"img_000001.dcm", "img_000003.dcm"});
+
+    EXPECT_EQ(document.Damage(), FaultOf(folder + "\\img_000001.dcm") + " (2 files of the report cannot be read.)");
+}
+
+TEST_F(Damaged, ReportWithoutAReadableVersionIsReadOnlyAndEmpty) {
+    LoadReport({.seriesUid = "1.2.3.2.2", .seriesDir = "report2"});
+    LoadBroken({"img_000001.dcm", "img_000002.dcm", "img_000003.dcm"});
 
     EXPECT_THAT(Labels(), IsEmpty());
     EXPECT_EQ(document.VersionIndex(), -1);
+    EXPECT_TRUE(document.ReadOnly());
 }
 
-TEST_F(Loading, ThatMeetsABrokenFileIsFollowedByAnotherVersion) {
-    const std::string folder = station.AddReport({.versions = 2});
-    station.files->WriteText(folder + "\\img_000002.dcm", "broken");
-    document.LoadSeries(folder);
+TEST_F(Damaged, ReportTakesNoFurtherVersion) {
+    LoadBroken({"img_000002.dcm"});
 
-    document.Send();
+    EXPECT_EQ(document.Send().fate, Delivery::Fate::NotStored);
 
+    EXPECT_THAT(Shown().back(), StartsWith("No version can be written after one that cannot be read. The file "));
     EXPECT_EQ(document.NumVersions(), 2);
+    EXPECT_TRUE(station.store.sent.empty());
+}
+
+TEST_F(Damaged, ReportIsForgottenByTheNextOne) {
+    LoadBroken({"img_000002.dcm"});
+
+    LoadReport({.seriesUid = "1.2.3.2.2", .seriesDir = "report2"});
+
+    EXPECT_FALSE(document.ReadOnly());
+}
+
+/// The toolkit refuses what only its parsing shows to be damaged.
+TEST_F(Damaged, NewestVersionThatFailsWhenItIsParsedIsNoneEither) {
+    struct Unparsable : ForwardingDataSet {
+        using ForwardingDataSet::ForwardingDataSet;
+        int GetSequenceItemCount(Tag) const override { throw Error(Fault::OfTheSuite, "", "not parsable"); }
+    };
+    struct List : ForwardingDataSetList {
+        using ForwardingDataSetList::ForwardingDataSetList;
+        DataSetHandle Item(int index) const override {
+            auto item = ForwardingDataSetList::Item(index);
+            return index == 1 ? std::make_shared<Unparsable>(item) : item;
+        }
+    };
+    struct Library : ForwardingLibrary {
+        using ForwardingLibrary::ForwardingLibrary;
+        std::shared_ptr<DataSetList> NewDataSetList() override {
+            return std::make_shared<List>(ForwardingLibrary::NewDataSetList());
+        }
+    } library(*station.dicom);
+    Global other(station.PortsWith(library));
+    DcmSRDocument loaded(other);
+
+    loaded.LoadSeries(station.AddReport({.versions = 2}));
+
+    EXPECT_EQ(loaded.Damage(), "not parsable");
+    EXPECT_EQ(loaded.NumVersions(), 1);
 }
 
 /// A document whose list of versions writes down how it is loaded.

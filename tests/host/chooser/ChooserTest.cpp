@@ -295,15 +295,55 @@ TEST(Chooser, ASeriesWithoutImagesIsLeftOut) {
     EXPECT_TRUE(station.windows.messages.empty());
 }
 
-TEST(Chooser, AReportThatCannotBeReadIsLeftOutSilently) {
-    ReportingStation station;
-    const auto folder = station.AddReport(FirstReport);
-    station.AddReport(SecondReport);
+TEST(Chooser, AReportThatCannotBeReadIsListedAsDamaged) {
+    TwoReports station;
     station.WriteFile("study\\report2\\img_000001.dcm", "not a report");
+    station.InChooser([&] { station.chooser.cmdCancel.Press(); });
+    station.chooser.ShowSRDocuments("1.2.3");
+    EXPECT_EQ(RowOf(station.chooser, 1), (Texts{"", "DAMAGED", "", ""}));
+    EXPECT_TRUE(station.windows.messages.empty());
+}
+
+TEST(Chooser, ADamagedReportShowsItsNewestReadableVersion) {
+    TwoReports station;
+    station.AddReport({.seriesUid = "1.2.3.2.3", .seriesDir = "report3", .title = "Third", .versions = 3});
+    station.WriteFile("study\\report3\\img_000003.dcm", "not a report");
+    station.InChooser([&] { station.chooser.cmdCancel.Press(); });
+    station.chooser.ShowSRDocuments("1.2.3");
+    EXPECT_EQ(RowOf(station.chooser, 2), (Texts{"Third", "DAMAGED", "14/11/2026 08:01:00", "Dr. Mario Rossi"}));
+}
+
+TEST(Chooser, TheOnlyReportIsTakenDamagedAsItIs) {
+    ReportingStation station;
+    const auto folder = station.AddReport();
+    station.WriteFile("study\\report1\\img_000001.dcm", "not a report");
     station.chooser.ShowSRDocuments("1.2.3");
     EXPECT_EQ(station.chooser.DDO(), folder);
-    EXPECT_FALSE(WasShown(station));
-    EXPECT_TRUE(station.windows.messages.empty());
+}
+
+TEST(Chooser, OkOnADamagedReportLeavesItToTheEditorToTell) {
+    TwoReports station;
+    station.AddReport({.seriesUid = "1.2.3.2.3", .seriesDir = "report3", .versions = 2});
+    station.WriteFile("study\\report3\\img_000002.dcm", "not a report");
+    station.InChooser([&] {
+        station.chooser.lstSRSeries.Select(2);
+        station.chooser.cmdOk.Press();
+    });
+    station.OpenImages();
+    ASSERT_EQ(station.windows.Texts().size(), 1U);
+    EXPECT_TRUE(station.windows.Texts()[0].starts_with("SRDocument.LoadSeries("));
+}
+
+TEST(Chooser, AVersionThatWasFiledAfterItsSuccessorIsNotTheNewest) {
+    TwoReports station;
+    station.AddReport({.seriesUid = "1.2.3.2.3", .seriesDir = "report3", .versions = 3, .approved = true});
+    std::filesystem::rename(station.NativePath("study\\report3\\img_000002.dcm"),
+                            station.NativePath("study\\report3\\img_000004.dcm"));
+    station.Execute("UPDATE Image SET ImageFile = 'img_000004.dcm' WHERE SeriesInstanceUID = '1.2.3.2.3' AND "
+                    "ImageFile = 'img_000003.dcm'"); // the last row, as the service writes it
+    station.InChooser([&] { station.chooser.cmdCancel.Press(); });
+    station.chooser.ShowSRDocuments("1.2.3");
+    EXPECT_EQ(station.chooser.lstSRSeries.Item(2).subItems[0], "APPROVED");
 }
 
 TEST(Chooser, ImageSeriesAreNoReports) {
@@ -342,9 +382,8 @@ TEST(Chooser, AFailingOkIsToldAndStaysOpen) {
         station.chooser.cmdCancel.Press();
     });
     station.chooser.ShowSRDocuments("1.2.3");
-    ASSERT_EQ(station.windows.messages.size(), 2U);
-    EXPECT_TRUE(station.windows.messages[0].text.starts_with("SRDocument.LoadSeries("));
-    EXPECT_EQ(station.windows.messages[1].text, "Report Choice: No data set at index 0");
+    ASSERT_EQ(station.windows.messages.size(), 1U);
+    EXPECT_TRUE(station.windows.messages[0].text.starts_with("Report Choice: "));
 }
 
 TEST(Chooser, EachReportIsReadOnce) {
