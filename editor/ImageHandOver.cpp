@@ -3,7 +3,7 @@
 #include "editor/DelimitedText.h"
 #include "host/ErrorReport.h"
 #include "platform/paths.h"
-#include "sr/ImagePresentationContext.h"
+#include "sr/DcmSRDocument.h"
 
 #include <vector>
 
@@ -49,6 +49,21 @@ void ImageHandOver::AddImage(const std::string& fileName, const ViewParametersHa
 
 void ImageHandOver::RemoveImage(const std::string&) const {}
 
+std::string ImageHandOver::SeriesUid() const {
+    const auto& document = global_.report->document;
+    return document ? document->SeriesUid() : "";
+}
+
+void ImageHandOver::Keep() {
+    if (const auto& images = global_.report->pendingImages; images && !images->empty())
+        waiting_.insert_or_assign(SeriesUid(), *images);
+}
+
+std::size_t ImageHandOver::Waiting() const {
+    const auto found = waiting_.find(SeriesUid());
+    return found == waiting_.end() ? 0 : found->second.size();
+}
+
 void ImageHandOver::Load(ReportOwner* owner) {
     std::vector<std::string> failures; // of the viewer
     TrapNumbered(global_.ports.windows, "LoadSRDat ", [&] {
@@ -57,9 +72,21 @@ void ImageHandOver::Load(ReportOwner* owner) {
                 throw Error(Fault::Missing, "Tavrel", "The report has no automation object to hand its images to");
             return *owner;
         };
+        const auto take = [&](ImagePresentationContext image) {
+            auto& viewers = theOwner();
+            Trap([&] { viewers.ShowImage(image.Filename, image.ViewPars, image.LUTName); },
+                 [&](const Error& error) { failures.push_back(error.description); });
+            global_.report->pendingImages->push_back(
+                std::move(image)); // the viewer may have replaced the list meanwhile
+        };
         if (global_.report->pendingImages && !global_.report->pendingImages->empty())
             theOwner().RemoveImagesFromRefertList();
         global_.report->pendingImages = std::make_shared<ImageList>();
+        if (const auto waiting = waiting_.find(SeriesUid()); waiting != waiting_.end()) {
+            for (const auto& image : ImageList(waiting->second))
+                take(image);
+            return;
+        }
         if (global_.report->filePath.empty())
             return;
         const auto file = HandOverFile();
@@ -73,11 +100,7 @@ void ImageHandOver::Load(ReportOwner* owner) {
                 .Filename = {}, .ViewPars = std::make_shared<ViewParameters>(), .LUTName = {}};
             ForEachField(line, image, *image.ViewPars);
             line.EndLine();
-            auto& viewers = theOwner();
-            Trap([&] { viewers.ShowImage(image.Filename, image.ViewPars, image.LUTName); },
-                 [&](const Error& error) { failures.push_back(error.description); });
-            global_.report->pendingImages->push_back(
-                std::move(image)); // the viewer may have replaced the list meanwhile
+            take(std::move(image));
         }
     });
     if (failures.empty())
@@ -88,17 +111,34 @@ void ImageHandOver::Load(ReportOwner* owner) {
     global_.ports.windows.Ask({.text = words, .title = {}});
 }
 
-void ImageHandOver::Write() const {
+void ImageHandOver::Write() {
     const auto file = HandOverFile();
-    if (!global_.report->pendingImages || global_.report->pendingImages->empty())
+    const auto images = global_.report->pendingImages;
+    if (!images || images->empty())
         return;
+    Keep();                              // until the file holds them
     static const ViewParameters neutral; // for an image that was added without parameters
-    DelimitedWriter line;
-    for (const auto& image : *global_.report->pendingImages) {
-        ForEachField(line, image, image.ViewPars ? *image.ViewPars : neutral);
-        line.EndLine();
+    std::string lines, why;
+    std::size_t left = 0;
+    for (const auto& image : *images) {
+        DelimitedWriter line;
+        const auto write = [&] {
+            ForEachField(line, image, image.ViewPars ? *image.ViewPars : neutral);
+            line.EndLine();
+            lines += line.Text();
+        };
+        Trap(write, [&](const Error& error) {
+            why = error.description;
+            ++left;
+        });
     }
-    global_.ports.files.WriteText(file, line.Text());
+    if (!lines.empty())
+        global_.ports.files.WriteText(file, lines);
+    if (left > 0)
+        throw Error(Fault::TypeMismatch, "ImageHandOver",
+                    why + " (" + std::to_string(left) + " of the report's " + std::to_string(images->size()) +
+                        " images, which wait for the next save)");
+    waiting_.erase(SeriesUid());
 }
 
 } // namespace tavrel

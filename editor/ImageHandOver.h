@@ -2,7 +2,10 @@
 
 #include "editor/ReportOwner.h"
 #include "host/Global.h"
+#include "sr/ImagePresentationContext.h"
 
+#include <cstddef>
+#include <map>
 #include <string>
 
 namespace tavrel {
@@ -18,17 +21,25 @@ public:
     /// Deliberately without effect: single images stay until the whole list is emptied.
     void RemoveImage(const std::string& fileName) const;
 
-    /// Rebuilds the pending list from the file beside the current SR file and hands each image to the
-    /// viewer. Shows its own failures, those of the viewer in one message; the images read before one stay.
+    /// Rebuilds the pending list, from the file beside the current SR file unless images of this report wait, and
+    /// hands each image to the viewer. Shows its own failures, those of the viewer in one message; the images read
+    /// before one stay.
     void Load(ReportOwner* owner);
-    /// Writes the pending list beside the current SR file, whole or not at all. An empty list leaves
-    /// the file as it was.
-    void Write() const;
+    /// Writes the pending list beside the current SR file. An empty list leaves the file as it was. An image that
+    /// no file can hold is left out, which is an `Error`; the list waits then.
+    void Write();
+    /// The pending list of the current report waits for the next `Write`: until then it stands for the file.
+    void Keep();
+    /// How many images of the current report no file holds as they should stand.
+    std::size_t Waiting() const;
 
 private:
     std::string HandOverFile() const;
+    /// Empty while there is none.
+    std::string SeriesUid() const;
 
     Global& global_;
+    std::map<std::string, ImageList> waiting_; ///< by the report's series
 };
 
 } // namespace tavrel

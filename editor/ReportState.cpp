@@ -85,9 +85,11 @@ StateLine DescribeState(const DcmSRDocument& document, const ScreenState& screen
         const std::string waiting = "waiting for the storage service (" + std::to_string(screen.waiting) +
                                     (screen.waiting == 1 ? " version)" : " versions)");
         line.text += "; " + waiting;
-        if (line.tone != Tone::Failure)
-            line.tone = Tone::Attention;
     }
+    if (screen.waitingImages > 0)
+        line.text += "; images not yet kept with the report: " + std::to_string(screen.waitingImages);
+    if ((screen.waiting > 0 || screen.waitingImages > 0) && line.tone != Tone::Failure)
+        line.tone = Tone::Attention;
     return line;
 }
 

@@ -4,6 +4,7 @@
 #include "platform/controls.h"
 #include "sr/DcmSRDocument.h"
 
+#include <cstddef>
 #include <string>
 
 namespace tavrel {
@@ -15,6 +16,7 @@ struct ScreenState {
     std::string notStored{};         ///< why the last save stored nothing
     std::string unwritablePatient{}; ///< what of the patient's own data no version can hold
     int waiting = 0;                 ///< versions of this report that wait for the storage service
+    std::size_t waitingImages = 0;   ///< images of this report that no file holds yet
 };
 
 /// The line at the top of the editor: where this report stands.

@@ -188,6 +188,7 @@ void frmReport::FillScreen() {
             bool readOnly = document.ReadOnly();
             Lock(readOnly);
             screen_.waiting = WaitingVersions(global_.ports, document.SeriesUid(), stored_);
+            screen_.waitingImages = images_.Waiting();
             ShowState();
             drafts_.Show({.owner = DraftOwnerOf(document),
                           .lastVersion = LastLabel(document),
@@ -332,18 +333,54 @@ void frmReport::RemoveImage(const std::string& fileName) {
 
 void frmReport::Porvane_OnStore(const std::string& sopInstanceUid, const std::string& seriesUid,
                                 const std::string& path) {
-    TrapNumbered(global_.ports.windows, "frmReport.Porvane_OnStore:", [&] {
-        stored_.insert(sopInstanceUid);
-        MakeShownCurrent();
-        if (OfAnotherStudy(seriesUid))
-            return;
-        global_.report->filePath = path;
-        images_.Write();
-        if (saving_ || !global_.report->document)
-            return; // the save shows what came of it
-        screen_.waiting = WaitingVersions(global_.ports, global_.report->document->SeriesUid(), stored_);
-        ShowState();
-    });
+    Trap([&] { TakeStore(sopInstanceUid, seriesUid, path); },
+         [&](const Error& error) { storeFailures_.push_back(error); });
+    TellStoreFailures();
+}
+
+void frmReport::TakeStore(const std::string& sopInstanceUid, const std::string& seriesUid, const std::string& path) {
+    stored_.insert(sopInstanceUid);
+    MakeShownCurrent();
+    if (OfAnotherStudy(seriesUid))
+        return;
+    global_.report->filePath = path;
+    handedOver_ = true;
+    images_.Write();
+    ShowWaiting();
+}
+
+void frmReport::OnOtherStore(const std::string& sopInstanceUid) {
+    Trap(
+        [&] {
+            stored_.insert(sopInstanceUid);
+            MakeShownCurrent();
+            ShowWaiting();
+        },
+        [&](const Error& error) { storeFailures_.push_back(error); });
+    TellStoreFailures();
+}
+
+void frmReport::ShowWaiting() {
+    if (saving_ || !global_.report->document)
+        return; // the save shows what came of it
+    screen_.waiting = WaitingVersions(global_.ports, global_.report->document->SeriesUid(), stored_);
+    screen_.waitingImages = images_.Waiting();
+    ShowState();
+}
+
+void frmReport::TellStoreFailures() {
+    if (tellingStoreFailures_)
+        return;
+    tellingStoreFailures_ = true;
+    while (!storeFailures_.empty()) {
+        const auto failures = std::exchange(storeFailures_, {});
+        Error told = failures.front();
+        if (failures.size() > 1)
+            told.description +=
+                "\r\n(" + std::to_string(failures.size() - 1) + " more of the storage service's events failed.)";
+        ShowNumberedError(global_.ports.windows, "frmReport.Porvane_OnStore:", told);
+    }
+    tellingStoreFailures_ = false;
 }
 
 bool frmReport::OfAnotherStudy(const std::string& seriesUid) const {

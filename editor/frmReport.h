@@ -8,6 +8,7 @@
 #include "editor/ReportState.h"
 #include "editor/WritingHelp.h"
 #include "host/Global.h"
+#include "platform/error.h"
 #include "platform/printer.h"
 #include "platform/service_events.h"
 #include "platform/timer.h"
@@ -15,6 +16,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace tavrel {
 
@@ -139,10 +141,16 @@ private:
     TypedTexts Typed() const;
     DraftOwner DraftOwnerOf(const DcmSRDocument& document) const;
     bool UnsavedChanges(const DcmSRDocument& document) const;
+    void TakeStore(const std::string& sopInstanceUid, const std::string& seriesUid, const std::string& path);
+    void ShowWaiting();
+    /// In one message: store events go on arriving while one is read.
+    void TellStoreFailures();
     bool OfAnotherStudy(const std::string& seriesUid) const;
     void SelectLastVersion();
     /// Whether the version is stored or kept.
     bool Save();
+    /// The images of a version that was stored without its store event.
+    void KeepImages(const Delivery& delivery);
     void PutTitleAndReading(DcmSRDocument& document);
     PrintRow PrintedRow() const;
 
@@ -154,6 +162,7 @@ private:
                  const std::string& seriesUid, const std::string& path) override {
         Porvane_OnStore(sopInstanceUid, seriesUid, path);
     }
+    void OnOtherStore(const std::string& sopInstanceUid) override;
 
     Global& global_;
     ServiceEvents& serviceEvents_;
@@ -171,6 +180,9 @@ private:
     std::unique_ptr<ServiceObject> service_;
     bool connected_ = false;
     bool saving_ = false;
+    bool handedOver_ = false;          ///< a store event of this report came since the last save began
+    std::vector<Error> storeFailures_; ///< of store events, not yet told
+    bool tellingStoreFailures_ = false;
     bool choosing_ = false; ///< inside "Other reports", which loads the form itself
 };
 

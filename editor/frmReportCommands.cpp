@@ -24,9 +24,12 @@ bool frmReport::Save() {
             auto& document = ShownDocument();
             const TypedTexts sent = Typed();
             PutTitleAndReading(document);
+            handedOver_ = false;
             delivery = document.Send();
             if (delivery.fate == Delivery::Fate::NotStored)
                 return; // what was typed stays on the screen
+            if (!handedOver_)
+                KeepImages(delivery);
             drafts_.Saved(DraftOwnerOf(document), sent);
             FillHistory();
             SelectLastVersion();
@@ -40,6 +43,15 @@ bool frmReport::Save() {
     screen_.notStored = saved ? "" : delivery.why;
     ShowState();
     return saved;
+}
+
+void frmReport::KeepImages(const Delivery& delivery) {
+    images_.Keep();
+    if (delivery.fate == Delivery::Fate::Stored && images_.Waiting() > 0)
+        global_.ports.windows.Ask(
+            {.text = "The version is stored, but its images are not kept with it yet: the storage service did not tell "
+                     "where it stored the version. They wait for the next save.",
+             .title = {}});
 }
 
 void frmReport::PutTitleAndReading(DcmSRDocument& document) {

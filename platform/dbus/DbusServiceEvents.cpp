@@ -5,6 +5,7 @@
 #include "platform/paths.h"
 
 #include <QDBusMessage>
+#include <QDBusPendingReply>
 
 #include <algorithm>
 #include <utility>
@@ -39,6 +40,23 @@ std::unique_ptr<ServiceObject> DbusServiceEvents::Attach(ServiceEventHandler& ha
     return std::make_unique<Attachment>(*this, handler);
 }
 
+void DbusServiceEvents::Expect(const std::string& sopInstanceUid) {
+    auto ask = QDBusMessage::createMethodCall("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                                              "GetNameOwner");
+    ask.setArguments({QString(PorvaneService.service)});
+    const QDBusPendingReply<QString> owner = bus_.asyncCall(ask);
+    const bool known = AwaitAnswer(owner, bound_) && owner.isValid();
+    expected_.insert_or_assign(sopInstanceUid, known ? owner.value() : QString());
+}
+
+bool DbusServiceEvents::TakeExpected(const std::string& sopInstanceUid) {
+    const auto found = expected_.find(sopInstanceUid);
+    if (found == expected_.end() || (!found->second.isEmpty() && found->second != message().service()))
+        return false;
+    expected_.erase(found);
+    return true;
+}
+
 void DbusServiceEvents::AwaitSentEvents() {
     auto ping = QDBusMessage::createMethodCall(PorvaneService.service, PorvaneService.path, "org.freedesktop.DBus.Peer",
                                                "Ping");
@@ -62,6 +80,10 @@ void DbusServiceEvents::OnEndConnection(const QString& callingAe, const QString&
 
 void DbusServiceEvents::OnStore(const QString& callingAe, const QString& calledAe, const QString& sopClassUid,
                                 const QString& sopInstanceUid, const QString& seriesUid, const QString& path) {
+    if (!TakeExpected(sopInstanceUid.toStdString())) {
+        Tell([&](ServiceEventHandler& handler) { handler.OnOtherStore(sopInstanceUid.toStdString()); });
+        return;
+    }
     Tell([&](ServiceEventHandler& handler) {
         handler.OnStore(callingAe.toStdString(), calledAe.toStdString(), sopClassUid.toStdString(),
                         sopInstanceUid.toStdString(), seriesUid.toStdString(), InsidePath(path.toStdString()));

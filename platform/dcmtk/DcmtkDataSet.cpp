@@ -270,6 +270,8 @@ void DcmtkDataSet::StoreToNode(std::string_view host, std::string_view port, std
                                std::string_view calledAe, bool wait) {
     const StoreTarget target{std::string{host}, std::string{port}, std::string{callingAe}, std::string{calledAe}};
     const auto encoded = Sendable(target);
+    if (wait)
+        network_->events.Expect(GetString(attribute::SopInstanceUid));
     try {
         network_->background.Run("Storing the version ...",
                                  [&] { StoreDataSet(*encoded, target, network_->timeouts); });

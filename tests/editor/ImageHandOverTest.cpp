@@ -134,16 +134,114 @@ TEST(HandOverWrite, AFailureIsToldAndTheStoredFileIsKnown) {
     EXPECT_EQ(station.global.report->filePath, station.Path("nowhere\\F1.dcm"));
 }
 
+void MakeUnwritable(const ReportingStation& station, std::size_t image) {
+    station.global.report->pendingImages->at(image).ViewPars->zoom = std::numeric_limits<float>::quiet_NaN();
+}
+
 TEST(HandOverWrite, AParameterThatIsNoNumberIsToldAndTheFileStays) {
     ReportingStation station;
     station.OpenImages();
     station.WriteFile("data\\SR.dat", "as it was");
     AddImages(station, {"a.dcm"});
-    station.global.report->pendingImages->front().ViewPars->zoom = std::numeric_limits<float>::quiet_NaN();
+    MakeUnwritable(station, 0);
     station.serviceEvents.RaiseStore("1.2.3.2.1", station.Path("data\\F1.dcm"));
     EXPECT_EQ(station.windows.Texts(),
-              Texts{"frmReport.Porvane_OnStore:13-A value is infinite or no number and cannot be written"});
+              Texts{"frmReport.Porvane_OnStore:13-A value is infinite or no number and cannot be written (1 of the "
+                    "report's 1 images, which wait for the next save)"});
     EXPECT_EQ(station.ReadFile("data\\SR.dat"), "as it was");
+}
+
+/// A report with two images, of which the first cannot be written, has been saved.
+class AnUnwritableImage : public testing::Test {
+protected:
+    AnUnwritableImage() {
+        station.OpenReport();
+        station.StoreInto("report1");
+        AddImages(station, {"bad.dcm", "good.dcm"});
+        MakeUnwritable(station, 0);
+        station.editor.cmdSave.Press();
+    }
+    ReportingStation station;
+};
+
+TEST_F(AnUnwritableImage, IsNoReasonToLoseTheOthers) {
+    EXPECT_EQ(station.ReadFile("study\\report1\\SR.dat").find("\"good.dcm\","), 0U);
+}
+
+TEST_F(AnUnwritableImage, StaysPendingAndIsSaid) {
+    EXPECT_EQ(FileNames(station), (Texts{"bad.dcm", "good.dcm"}));
+    EXPECT_TRUE(station.editor.lblState.Text().ends_with("; images not yet kept with the report: 2"))
+        << station.editor.lblState.Text();
+    EXPECT_EQ(station.windows.messages.size(), 1U);
+}
+
+TEST_F(AnUnwritableImage, ReachesTheFileWithALaterSaveOnceItCan) {
+    station.global.report->pendingImages->front().ViewPars->zoom = 2;
+    station.editor.cmdSave.Press();
+    EXPECT_EQ(station.ReadFile("study\\report1\\SR.dat").find("\"bad.dcm\",2,"), 0U);
+    EXPECT_TRUE(station.editor.lblState.Text().starts_with("Saved at ")) << station.editor.lblState.Text();
+    EXPECT_EQ(station.editor.lblState.Text().find("images"), std::string::npos);
+}
+
+TEST_F(AnUnwritableImage, StaysWithItsReport) {
+    station.OpenReport({.seriesUid = "1.2.3.2.2", .seriesDir = "report2"});
+    EXPECT_EQ(FileNames(station), Texts{});
+    station.automation.LoadSRSeries("1.2.3.2.1");
+    EXPECT_EQ(FileNames(station), (Texts{"bad.dcm", "good.dcm"}));
+}
+
+/// The service stores, and its events do not arrive: the desktop's bus is away.
+class WithoutEvents : public testing::Test {
+protected:
+    WithoutEvents() {
+        station.OpenReport();
+        AddImages(station, {"a.dcm"});
+        station.editor.cmdSave.Press();
+    }
+    ReportingStation station;
+};
+
+TEST_F(WithoutEvents, TheImagesOfASaveStayPendingAndAreSaid) {
+    EXPECT_EQ(station.windows.Texts(),
+              Texts{"The version is stored, but its images are not kept with it yet: the storage service did not tell "
+                    "where it stored the version. They wait for the next save."});
+    EXPECT_EQ(FileNames(station), Texts{"a.dcm"});
+    EXPECT_TRUE(station.editor.lblState.Text().ends_with("; images not yet kept with the report: 1"));
+}
+
+TEST_F(WithoutEvents, TheImagesAreHandedOverWithTheNextSaveThatIsTold) {
+    station.StoreInto("report1");
+    station.editor.cmdSave.Press();
+    EXPECT_EQ(station.ReadFile("study\\report1\\SR.dat").find("\"a.dcm\","), 0U);
+    EXPECT_EQ(station.windows.messages.size(), 1U);
+}
+
+TEST_F(WithoutEvents, ALateEventHandsThemOver) {
+    station.serviceEvents.RaiseStore("1.2.3.2.1", station.Path("study\\report1\\img_000002.dcm"));
+    EXPECT_EQ(station.ReadFile("study\\report1\\SR.dat").find("\"a.dcm\","), 0U);
+    EXPECT_EQ(station.editor.lblState.Text().find("images"), std::string::npos);
+}
+
+TEST(WithoutImages, AStoreWithoutAnEventIsNothingToSay) {
+    ReportingStation station;
+    station.OpenReport();
+    station.editor.cmdSave.Press();
+    EXPECT_EQ(station.windows.Texts(), Texts{});
+}
+
+TEST(ServiceEvents, FailuresWhileOneIsToldAreOneMessage) {
+    ReportingStation station;
+    station.OpenImages();
+    AddImages(station, {"a.dcm"});
+    const auto fail = [&] { station.serviceEvents.RaiseStore("1.2.3.2.1", station.Path("nowhere\\F1.dcm")); };
+    int more = 50;
+    station.windows.onMessage = [&](const MessageBox&) {
+        while (more-- > 0)
+            fail();
+    };
+    fail();
+    ASSERT_EQ(station.windows.messages.size(), 2U);
+    EXPECT_TRUE(station.windows.messages[1].text.ends_with("\r\n(49 more of the storage service's events failed.)"));
 }
 
 TEST(HandOverLoad, EveryImageGoesToTheListAndToTheViewer) {

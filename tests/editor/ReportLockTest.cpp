@@ -130,6 +130,17 @@ TEST(ReportState, AVersionThatWasKeptWaitsForTheStorageServiceUntilItIsTakenIn) 
     EXPECT_EQ(station.editor.lblState.Text(), "Saved at 15/11/2026 08:05:09");
 }
 
+TEST(ReportState, AVersionThatAnEarlierRunKeptWaitsNoLongerOnceItIsTakenIn) {
+    ReportingStation station;
+    station.OpenReport();
+    station.store.answer = [](const SentVersion&) { throw Error(1, "Porvane", "The service is down."); };
+    station.editor.cmdSave.Press();
+    const auto file = station.global.report->filePath;
+    station.serviceEvents.RaiseOtherStore("1.2.999.1.2026.11.15.08.05.09");
+    EXPECT_EQ(station.editor.lblState.Text(), "Saved at 15/11/2026 08:05:09");
+    EXPECT_EQ(station.global.report->filePath, file);
+}
+
 TEST(ReportState, AnotherReportsWaitingVersionIsNotCounted) {
     ReportingStation station;
     station.AddReport({.seriesUid = "1.2.3.2.2", .seriesDir = "report2"});

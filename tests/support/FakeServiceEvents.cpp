@@ -37,4 +37,9 @@ void FakeServiceEvents::RaiseStore(const std::string& seriesUid, const std::stri
         handler->OnStore(callingAe, "PORVANE", "1.2.840.10008.5.1.4.1.1.88.11", sopInstanceUid, seriesUid, path);
 }
 
+void FakeServiceEvents::RaiseOtherStore(const std::string& sopInstanceUid) {
+    for (ServiceEventHandler* handler : std::vector(handlers_))
+        handler->OnOtherStore(sopInstanceUid);
+}
+
 } // namespace tavrel::test

@@ -2,6 +2,7 @@
 
 #include "platform/service_events.h"
 
+#include <string>
 #include <vector>
 
 namespace tavrel::test {
@@ -11,8 +12,10 @@ class FakeServiceEvents : public ServiceEvents {
 public:
     int attached = 0; ///< how often a handler was attached
     int awaited = 0;
+    std::vector<std::string> expected; ///< the versions that were about to be sent
 
     std::unique_ptr<ServiceObject> Attach(ServiceEventHandler& handler) override;
+    void Expect(const std::string& sopInstanceUid) override { expected.push_back(sopInstanceUid); }
     void AwaitSentEvents() override { ++awaited; }
 
     /// How many handlers listen now.
@@ -22,6 +25,9 @@ public:
     /// `path` with the separator "\".
     void RaiseStore(const std::string& seriesUid, const std::string& path, const std::string& callingAe = "AE_INTERNAL",
                     const std::string& sopInstanceUid = "1.2.3.4");
+
+    /// The event of an object that this program did not send.
+    void RaiseOtherStore(const std::string& sopInstanceUid);
 
 private:
     class Attachment;

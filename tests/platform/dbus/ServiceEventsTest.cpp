@@ -36,14 +36,21 @@ public:
         events.push_back("OnStore " + a + " " + b + " " + c + " " + d + " " + e + " " + f);
         stored();
     }
+    void OnOtherStore(const std::string& uid) override { others.push_back(uid); }
 
     Names events;
+    Names others; ///< what was stored and not expected
     std::function<void()> stored = [] {};
 };
 
 class ServiceEventsTest : public testing::Test {
 protected:
+    /// A version of this program is stored.
     void Store(DbusServiceEmitter& service, const std::string& uid) {
+        events.Expect(uid);
+        Tell(service, uid);
+    }
+    static void Tell(DbusServiceEmitter& service, const std::string& uid) {
         service.OnStore("AE_INTERNAL", "STORAGE", "1.2", uid, "1.3", "/data/" + uid + ".dcm");
     }
 
@@ -61,6 +68,7 @@ protected:
 };
 
 TEST_F(WithService, EveryEventIsToldInOrderWithTheProgramsSeparator) {
+    events.Expect("1.2.3");
     service.OnConnection("TAVREL", "STORAGE", "127.0.0.1");
     service.OnStore("AE_INTERNAL", "STORAGE", "1.2", "1.2.3", "1.3", "/data/st 1/img_000001.dcm");
     service.OnEndConnection("TAVREL", "STORAGE", "127.0.0.1");
@@ -113,7 +121,8 @@ TEST_F(WithService, AHandlerMayReleaseItsServiceObjectWhileItIsTold) {
 
 TEST_F(WithService, EveryEventSentBeforeTheWaitIsHandledAfterIt) {
     for (std::size_t i = 1; i <= 1000; ++i) {
-        std::thread([&] { Store(service, std::to_string(i)); }).join();
+        events.Expect(std::to_string(i));
+        std::thread([&] { Tell(service, std::to_string(i)); }).join();
         events.AwaitSentEvents();
         ASSERT_EQ(listener.events.size(), i);
     }
@@ -154,6 +163,43 @@ TEST_F(WithService, EventsOfAnotherSenderAreNotTaken) {
     other.interface()->isServiceRegistered(PorvaneService.service); // the bus has passed it on by now
     events.AwaitSentEvents();
     EXPECT_TRUE(listener.events.empty());
+}
+
+TEST_F(WithService, AnEventOfAVersionThatWasNotSentIsAnothers) {
+    Tell(service, "1");
+    events.AwaitSentEvents();
+    EXPECT_TRUE(listener.events.empty());
+    EXPECT_EQ(listener.others, Names{"1"});
+}
+
+TEST_F(WithService, AVersionIsStoredOnce) {
+    Store(service, "1");
+    Tell(service, "1");
+    events.AwaitSentEvents();
+    EXPECT_EQ(listener.events.size(), 1U);
+    EXPECT_EQ(listener.others, Names{"1"});
+}
+
+TEST_F(ServiceEventsTest, AServiceThatCameAfterTheSendingIsNotBelieved) {
+    const auto attached = events.Attach(listener);
+    {
+        const DbusServiceEmitter service{bus.Connect()};
+        events.Expect("1");
+    }
+    DbusServiceEmitter later{bus.Connect()};
+    Tell(later, "1");
+    events.AwaitSentEvents();
+    EXPECT_TRUE(listener.events.empty());
+    EXPECT_EQ(listener.others, Names{"1"});
+}
+
+TEST_F(ServiceEventsTest, AVersionThatWasSentWithoutAServiceIsToldByTheOneThatComes) {
+    const auto attached = events.Attach(listener);
+    events.Expect("1");
+    DbusServiceEmitter service{bus.Connect()};
+    Tell(service, "1");
+    events.AwaitSentEvents();
+    EXPECT_EQ(listener.events.size(), 1U);
 }
 
 TEST_F(WithService, ASecondServiceCannotTakeTheName) {
@@ -227,6 +273,7 @@ protected:
 };
 
 TEST_F(WithServiceProcess, EventsAndTheWaitNeedNoEventLoopThere) {
+    events.Expect("1.2.3");
     service.write("1.2.3\n");
     ASSERT_TRUE(WaitUntil([&] { return !listener.events.empty(); }));
     time.start();
@@ -240,6 +287,13 @@ TEST_F(WithServiceProcess, AHungServiceCostsAtMostTheBound) {
     events.AwaitSentEvents();
     EXPECT_GE(time.elapsed(), 1800);
     EXPECT_LT(time.elapsed(), 4000);
+}
+
+TEST_F(WithServiceProcess, AHungServiceIsNoReasonToWaitBeforeTheSending) {
+    Stop(service);
+    time.start();
+    events.Expect("1");
+    EXPECT_LT(time.elapsed(), AtOnce);
 }
 
 } // namespace

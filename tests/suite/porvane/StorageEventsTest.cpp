@@ -56,6 +56,8 @@ public:
         rowsThen = room_.Value("SELECT count(*) FROM Image WHERE SOPInstanceUID='" + sopInstance + "'");
     }
 
+    void OnOtherStore(const std::string& sopInstance) override { events.push_back("store of another, " + sopInstance); }
+
     std::vector<std::string> events;
     std::string storedPath;
     std::string rowsThen;
@@ -66,7 +68,10 @@ private:
 
 class StorageEvents : public testing::Test {
 protected:
-    StorageEvents() { attachment = events.Attach(witness); }
+    StorageEvents() {
+        attachment = events.Attach(witness);
+        events.Expect("2.999.4"); // the report below
+    }
 
     static TestObject Report() {
         TestObject report;

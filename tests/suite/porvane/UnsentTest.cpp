@@ -175,6 +175,7 @@ public:
 
 private:
     struct NoEvents : ServiceEvents {
+        void Expect(const std::string&) override {}
         std::unique_ptr<ServiceObject> Attach(ServiceEventHandler&) override { return {}; }
         void AwaitSentEvents() override {}
     };
