@@ -71,7 +71,7 @@ int Run(PosixProcess& process) {
                                .windowOpen = [&] { return windows.AnyWindowOpen(); }});
     process.AtEnd([&] { automation.Leave(); });
     QApplication::exec();
-    editor->KeepDraft();
+    editor->Leave();
     process.End(); // the desktop asked to quit: windows are still open, so nothing is taken apart
     return EXIT_SUCCESS;
 }

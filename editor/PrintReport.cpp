@@ -1,6 +1,7 @@
 #include "editor/PrintReport.h"
 
 #include "editor/DicomDB.h"
+#include "host/ErrorReport.h"
 
 #include <utility>
 
@@ -85,6 +86,13 @@ PrintSection PageFooter() {
     return section;
 }
 
+/// The title stands in its place where there is none.
+void ShowLogo(PrintLayout& layout, const std::string& file) {
+    layout.Control("imgLogo").text = file;
+    layout.Control("imgLogo").visible = !file.empty();
+    layout.Control("Label6").visible = file.empty();
+}
+
 } // namespace
 
 PrintLayout PrintReportLayout() {
@@ -111,18 +119,24 @@ void ShowPrintReport(Global& global, ReportPrinter& printer, const PrintRow& row
     DataReport_Initialize(layout);
 
     const std::string logo = global.ports.process.ApplicationFolder() + "\\Logo.bmp";
-    if (global.ports.files.Exists(logo)) {
-        layout.Control("imgLogo").text = logo;
-        layout.Control("imgLogo").visible = true;
-        layout.Control("Label6").visible = false;
-    }
+    ShowLogo(layout, global.ports.files.Exists(logo) ? logo : "");
 
     // Two workstations that filled the table at the same moment may have left a row each.
     for (const auto filled = dicomDB.Report(); !filled->AtEnd(); filled->MoveNext())
         RequirePrintRow(*filled, row);
     const auto rows = dicomDB.Report();
     RequirePrintRow(*rows, row);
-    printer.ShowModal(layout, *rows, global.ports.clock.Now());
+    const auto show = [&] { printer.ShowModal(layout, *rows, global.ports.clock.Now()); };
+    try {
+        show();
+    } catch (const Error& error) {
+        if (error.number != static_cast<int>(Fault::PictureUnusable) || !layout.Control("imgLogo").visible)
+            throw;
+        ShowLogo(layout, "");
+        ShowError(global.ports.windows,
+                  "CmdPrint: ", {error.number, error.source, error.description + ". The title stands in its place."});
+        show();
+    }
 }
 
 } // namespace tavrel

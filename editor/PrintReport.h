@@ -14,7 +14,8 @@ PrintLayout PrintReportLayout();
 void DataReport_Initialize(PrintLayout& layout);
 
 /// Shows the print table, which holds `row`: with "Logo.bmp" of the program's folder in the page header
-/// where there is one, the title in its place otherwise. A failure is the caller's.
+/// where there is one, the title in its place otherwise, also when it is no usable picture, which is said. A failure is
+/// the caller's.
 void ShowPrintReport(Global& global, ReportPrinter& printer, const PrintRow& row);
 
 } // namespace tavrel

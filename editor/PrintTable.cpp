@@ -33,6 +33,8 @@ constexpr std::array<Column, std::tuple_size_v<PrintRow>> Columns = {{
     {"Reading", ParameterType::LongVariableCharacter, LongestPrintedReading},
 }};
 
+constexpr std::size_t PatientName = 0, PatientId = 4;
+
 constexpr std::string_view UpdateStatement =
     " Update Report Set PatientName=?,  BirthDate=?, Age=?, Sex=?, "
     "                               PatientID=?, StudyDate=?, "
@@ -72,6 +74,14 @@ std::string PrintedDate(const std::string& text) {
 
 bool FillPrintTable(Global& global, const PrintRow& row) {
     return TrapNumbered(global.ports.windows, "Format Report : ", [&] { Fill(Catalogue(global), row); });
+}
+
+void EmptyPrintTable(Global& global, const PrintRow& row) {
+    const auto command = Catalogue(global).NewCommand();
+    command->Text("Delete from Report Where PatientName=? And PatientID=?");
+    for (const std::size_t column : {PatientName, PatientId})
+        command->Append(ParameterFor(Columns[column], row[column]));
+    command->Execute();
 }
 
 void RequirePrintRow(const ResultSet& rows, const PrintRow& row) {

@@ -21,6 +21,10 @@ std::string PrintedDate(const std::string& text);
 /// is false; the program issues no rollback.
 bool FillPrintTable(Global& global, const PrintRow& row);
 
+/// Takes the row away again: the table is for printing, and no place for a patient afterwards. Another workstation's
+/// row stays. A failure is the caller's.
+void EmptyPrintTable(Global& global, const PrintRow& row);
+
 /// An error unless `rows` stand on `row`: workstations share the table, and another one may have
 /// printed in the meantime. Nobody must be handed another patient's report.
 void RequirePrintRow(const ResultSet& rows, const PrintRow& row);

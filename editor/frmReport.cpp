@@ -100,8 +100,22 @@ void frmReport::Form_Load() {
     });
 }
 
+void frmReport::Leave() {
+    drafts_.Leave();
+    ForgetPrinted();
+}
+
+void frmReport::ForgetPrinted() {
+    if (const auto row = std::exchange(printed_, std::nullopt))
+        Trap([&] { EmptyPrintTable(global_, *row); },
+             [&](const Error& error) {
+                 global_.ports.process.LogToDesktop("The printed report stays in the print table: " +
+                                                    error.description);
+             });
+}
+
 void frmReport::Form_Unload() {
-    KeepDraft();
+    Leave();
     Trap([&] { Owner().CloseReport(); }, [](const Error&) {});
     global_.ports.windows.Unload(*this);
 }
@@ -118,7 +132,7 @@ void frmReport::ShowSiteCaption() {
 void frmReport::LoadDocs() {
     TrapNumbered(global_.ports.windows, "frmReport.LoadDocs:", [&] {
         const auto& document = CurrentDocument(global_);
-        KeepDraft();
+        drafts_.Leave();
         if (shown_ && shown_->studyUid != global_.report->studyUid)
             StartClean();
         shown_ = global_.report;
@@ -137,6 +151,7 @@ void frmReport::LoadDocs() {
 }
 
 void frmReport::StartClean() {
+    ForgetPrinted();
     for (Label* label : {&txtPtName, &txtPtPatientID, &txtPtSex, &txtPtBirthDate, &txtPtAge, &txtPhysician,
                          &txtStDescription, &txtStDate})
         label->Text(NotFilled);
@@ -174,7 +189,7 @@ void frmReport::lstHistory_Click() {
 }
 
 void frmReport::FillScreen() {
-    KeepDraft();
+    drafts_.Leave();
     screen_.notShown.clear();
     screen_.notStored.clear();
     Trap(

@@ -14,6 +14,7 @@
 #include "platform/timer.h"
 
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -41,8 +42,8 @@ public:
     void MakeShownCurrent();
     /// The study of the report on the screen; empty before the first.
     std::string ShownStudyUid() const { return shown_ ? shown_->studyUid : std::string(); }
-    /// Keeps what is typed and not saved: the process is about to end.
-    void KeepDraft() { drafts_.Leave(); }
+    /// The process is about to end: keeps what is typed and not saved, and leaves no patient in the print table.
+    void Leave();
 
     void Form_Load();
     /// Closes the report at its owner, which ends the process, and unloads.
@@ -138,6 +139,7 @@ private:
     void StartClean();
     void ShowState();
     void ShowDraft();
+    void ForgetPrinted();
     TypedTexts Typed() const;
     DraftOwner DraftOwnerOf(const DcmSRDocument& document) const;
     bool UnsavedChanges(const DcmSRDocument& document) const;
@@ -179,6 +181,7 @@ private:
         stored_; ///< versions that the storage service has told of; their files may wait a moment longer
     std::unique_ptr<ServiceObject> service_;
     bool connected_ = false;
+    std::optional<PrintRow> printed_; ///< what this program has left in the print table
     bool saving_ = false;
     bool handedOver_ = false;          ///< a store event of this report came since the last save began
     std::vector<Error> storeFailures_; ///< of store events, not yet told

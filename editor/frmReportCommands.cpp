@@ -143,8 +143,10 @@ void frmReport::cmdPrint_Click() {
     TrapShort(global_.ports.windows, "CmdPrint: ", [&] {
         MakeShownCurrent();
         const PrintRow row = PrintedRow();
-        if (FillPrintTable(global_, row))
-            ShowPrintReport(global_, printer_, row);
+        if (!FillPrintTable(global_, row))
+            return;
+        printed_ = row;
+        ShowPrintReport(global_, printer_, row);
     });
 }
 
@@ -182,7 +184,7 @@ void frmReport::cmdDiscard_Click() {
 }
 
 void frmReport::cmdClose_Click() {
-    KeepDraft();
+    Leave();
     Trap([&] { global_.ports.process.End(); }, [](const Error&) {});
 }
 

@@ -8,7 +8,7 @@ bool IsCalendarDate(const DateTime& moment) {
     const std::chrono::year_month_day date{std::chrono::year{moment.year},
                                            std::chrono::month{static_cast<unsigned>(moment.month)},
                                            std::chrono::day{static_cast<unsigned>(moment.day)}};
-    return moment.year > 0 && date.ok();
+    return moment.year > 0 && moment.year <= LastYear && date.ok();
 }
 
 bool IsTimeOfDay(const DateTime& moment) {

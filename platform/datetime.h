@@ -20,6 +20,9 @@ struct DateTime {
     bool HasDate() const { return year != 0; }
 };
 
+/// The last that a file can name: its dates have four digits for the year.
+inline constexpr std::int16_t LastYear = 9999;
+
 /// Whether the calendar has the date, whatever the time of day.
 bool IsCalendarDate(const DateTime& moment);
 

@@ -23,6 +23,7 @@ public:
     /// Removes a file; one that is not there, or cannot go, is no error.
     virtual void Remove(std::string_view path) = 0;
 
+    /// A file of more than 64 MB is an error.
     virtual std::string ReadText(std::string_view path) const = 0;
     /// Replaces the contents, whole or not at all.
     virtual void WriteText(std::string_view path, std::string_view text) = 0;

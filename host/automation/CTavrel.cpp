@@ -159,7 +159,7 @@ void CTavrel::ShowImage(const std::string& filename, const ViewParametersHandle&
 
 void CTavrel::CloseReport() {
     closing_ = true;
-    editor_.KeepDraft();
+    editor_.Leave();
     global_.ports.process.End();
 }
 

@@ -103,6 +103,9 @@ void PosixFiles::Remove(std::string_view path) {
     unlink(NativePath(std::string(path)).c_str());
 }
 
+/// In bytes. Nothing that people or this program write as text comes near it; a damaged disk's file may.
+constexpr off_t LongestText = off_t{64} * 1024 * 1024;
+
 std::string PosixFiles::ReadText(std::string_view path) const {
     const auto native = NativePath(std::string(path));
     const OpenFile file(open(native.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
@@ -112,6 +115,8 @@ std::string PosixFiles::ReadText(std::string_view path) const {
     // A pipe would be waited for without end.
     if (!S_ISREG(status.st_mode))
         Fail("Cannot read the file", native, S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
+    if (status.st_size > LongestText)
+        Fail("Cannot read the file", native, EFBIG);
     std::string text(static_cast<std::size_t>(status.st_size), '\0');
     std::size_t length = 0;
     while (length < text.size()) {

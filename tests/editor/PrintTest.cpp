@@ -64,6 +64,66 @@ TEST(Print, ALogoThatHasGoneIsNotShownAgain) {
     EXPECT_FALSE(station.printer.shown.at(1).layout.Control("imgLogo").visible);
 }
 
+/// A printer that can read no picture.
+class NoPictures : public FakeReportPrinter {
+public:
+    void ShowModal(const PrintLayout& layout, ResultSet& rows, const DateTime& today) override {
+        auto asked = layout;
+        if (asked.Control("imgLogo").visible)
+            throw Error(Fault::PictureUnusable, "PrintReport", "The picture cannot be printed: it is cut");
+        FakeReportPrinter::ShowModal(layout, rows, today);
+    }
+};
+
+TEST(Print, AnUnusableLogoIsToldAndThePageHasItsTextAndTitle) {
+    PrintingStation station;
+    station.WriteFile("Logo.bmp", "no picture");
+    NoPictures printer;
+    ASSERT_TRUE(FillPrintTable(station.global, {}));
+    ShowPrintReport(station.global, printer, {});
+    EXPECT_EQ(station.windows.Texts(),
+              Texts{"CmdPrint: The picture cannot be printed: it is cut. The title stands in its place."});
+    ASSERT_EQ(printer.shown.size(), 1U);
+    EXPECT_TRUE(printer.shown.front().layout.Control("Label6").visible);
+    EXPECT_EQ(printer.shown.front().rows.size(), 1U);
+}
+
+TEST(PrintTable, KeepsNoPatientOnceAnotherOnesReportIsOpen) {
+    PrintingStation station;
+    station.AddPatient("P2", "VERDI^LUIGI");
+    station.AddStudy("1.9", "P2", station.Path("study"));
+    station.AddReport({.seriesUid = "1.9.2", .studyUid = "1.9", .seriesDir = "verdi", .patientName = "VERDI^LUIGI"});
+    station.editor.cmdPrint.Press();
+    ASSERT_EQ(station.PrintTable().size(), 1U);
+    station.automation.LoadSRSeries("1.9.2");
+    EXPECT_EQ(station.PrintTable().size(), 0U);
+}
+
+TEST(PrintTable, KeepsNoPatientOnceTheProgramEnds) {
+    PrintingStation station;
+    station.editor.cmdPrint.Press();
+    station.editor.cmdClose.Press();
+    EXPECT_EQ(station.PrintTable().size(), 0U);
+}
+
+TEST(PrintTable, OfAnotherWorkstationIsLeftAlone) {
+    PrintingStation station;
+    station.editor.cmdPrint.Press();
+    station.Execute("UPDATE Report SET PatientName = 'ANOTHER'");
+    station.editor.cmdClose.Press();
+    EXPECT_EQ(station.PrintTable().size(), 1U);
+}
+
+TEST(PrintTable, ThatCannotBeEmptiedIsLogged) {
+    PrintingStation station;
+    station.editor.cmdPrint.Press();
+    station.Execute("DROP TABLE Report");
+    station.process.log.clear();
+    station.editor.cmdClose.Press();
+    ASSERT_EQ(station.process.log.size(), 1U);
+    EXPECT_TRUE(station.process.log[0].starts_with("The printed report stays in the print table: "));
+}
+
 TEST(Print, ReadsTheTableOnAConnectionOfItsOwn) {
     PrintingStation station;
     station.connectionTexts.clear();

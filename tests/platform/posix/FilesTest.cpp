@@ -132,6 +132,13 @@ TEST_F(FilesTest, ALargeFileIsWrittenAndReadWhole) {
     EXPECT_EQ(files.ReadText(Inside("SR.dat")), text);
 }
 
+TEST_F(FilesTest, AFileThatIsNoTextByItsSizeIsAnErrorAtOnce) {
+    files.WriteText(Inside("SR.dat"), "text");
+    fs::resize_file(folder / "SR.dat", std::uintmax_t{4} << 30);
+    EXPECT_EQ(FailureOf([&] { files.ReadText(Inside("SR.dat")); }),
+              "Cannot read the file \"" + (folder / "SR.dat").string() + "\": File too large");
+}
+
 TEST_F(FilesTest, ReadingNoFileIsAnError) {
     EXPECT_EQ(FailureOf([&] { files.ReadText(Inside("none")); }),
               "Cannot read the file \"" + (folder / "none").string() + "\": No such file or directory");

@@ -68,14 +68,15 @@ TEST(Logos, OfAnotherFormatUnderTheSameNameArePrinted) {
 
 class BrokenLogos : public testing::TestWithParam<std::pair<std::string, std::string>> {};
 
-TEST_P(BrokenLogos, AreToldAndNothingIsPrinted) {
+TEST_P(BrokenLogos, AreToldAndThePageIsPrintedWithItsTitle) {
     PdfStation station;
     station.WriteFile("Logo.bmp", GetParam().second);
     station.Print();
     ASSERT_EQ(station.windows.messages.size(), 1U);
     const auto& text = station.windows.messages[0].text;
     EXPECT_TRUE(text.starts_with("CmdPrint: The picture " + station.Path("Logo.bmp") + " cannot be printed: ")) << text;
-    EXPECT_FALSE(std::filesystem::exists(station.file));
+    EXPECT_TRUE(text.ends_with(". The title stands in its place.")) << text;
+    EXPECT_TRUE(std::filesystem::exists(station.file));
 }
 
 /// The headers of a bitmap of this size, with 24 bits a pixel; no pixels follow.
@@ -104,15 +105,16 @@ TEST(Logos, ThatAreHugeAreToldWithTheirSize) {
     station.Print();
     EXPECT_EQ(station.windows.Texts(), Texts{"CmdPrint: The picture " + station.Path("Logo.bmp") +
                                              " cannot be printed: it has 9000 x 8000 pixels, at most 25 million can "
-                                             "be printed"});
+                                             "be printed. The title stands in its place."});
 }
 
 TEST(Logos, ThatAreAFolderAreTold) {
     PdfStation station;
     std::filesystem::create_directory(station.NativePath("Logo.bmp"));
     station.Print();
-    EXPECT_EQ(station.windows.Texts(),
-              Texts{"CmdPrint: The picture " + station.Path("Logo.bmp") + " cannot be printed: it is no file"});
+    EXPECT_EQ(station.windows.Texts(), Texts{"CmdPrint: The picture " + station.Path("Logo.bmp") +
+                                             " cannot be printed: it is no file. The title "
+                                             "stands in its place."});
 }
 
 TEST(Logos, AfterABrokenOneTheNextPrintWorks) {
