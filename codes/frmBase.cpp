@@ -5,6 +5,8 @@
 #include "host/Catalogue.h"
 #include "host/ErrorReport.h"
 #include "platform/code_tables.h"
+#include "platform/limits.h"
+#include "platform/single_value.h"
 #include "platform/text.h"
 
 #include <algorithm>
@@ -165,33 +167,64 @@ void frmBase::cmdUndo_Click() {
     optManageCodes.Unset();
 }
 
+void frmBase::RequireWritable() const {
+    struct Checked {
+        std::string_view name;
+        const TextBox& box;
+        std::size_t most;
+    };
+    for (const auto& [name, box, most] : {Checked{"The code", txtNewCode, longest::CodeValue},
+                                          Checked{"The coding scheme", txtNewCodeScheme, longest::CodeScheme},
+                                          Checked{"The description", txtNewMeaning, longest::CodeMeaning}})
+        if (const auto fault = ValueFault(box.Text(), most); !fault.empty())
+            throw Error(Fault::TypeMismatch, Name(), std::string(name) + " " + fault + ": " + box.Text());
+}
+
+void frmBase::TellUnusableHeading(const std::string& meaning) const {
+    if (TableOf(TableKey) == code_table::Titles && meaning.find('\'') != std::string::npos)
+        global_.ports.windows.Ask(
+            {.text = "The heading is stored as it was typed. No report can be saved with it, as it "
+                     "holds an apostrophe: " +
+                     meaning,
+             .title = {}});
+}
+
 void frmBase::AddStandardCode() {
     if (txtNewCode.Text().empty() || txtNewMeaning.Text().empty())
         return;
+    RequireWritable();
+    const std::string meaning = txtNewMeaning.Text();
+    bool stored = false;
     const auto rows = FindCode(global_, TableOf(TableKey), txtNewCode);
     if (rows->AtBeginning() && rows->AtEnd()) {
         rows->AddNew();
         rows->SetField("CodeValue", txtNewCode.Text());
         rows->SetField("CodeScheme", "99SS"); // codes defined here, not by a published scheme
-        rows->SetField("CodeMeaning", txtNewMeaning.Text());
+        rows->SetField("CodeMeaning", meaning);
         rows->Update();
+        stored = true;
     }
     rows->Close();
     ShowWholeTable();
+    if (stored)
+        TellUnusableHeading(meaning);
 }
 
 void frmBase::UpdateStandardCode() {
     if (txtNewCode.Text().empty() || txtNewMeaning.Text().empty())
         return;
+    RequireWritable();
+    const std::string meaning = txtNewMeaning.Text();
     const auto rows = FindCode(global_, TableOf(TableKey), txtNewCode);
     if (rows->AtEnd())
         return;
     rows->SetField("CodeValue", txtNewCode.Text());
     rows->SetField("CodeScheme", txtNewCodeScheme.Text());
-    rows->SetField("CodeMeaning", txtNewMeaning.Text());
+    rows->SetField("CodeMeaning", meaning);
     rows->Update();
     rows->Close();
     ShowWholeTable();
+    TellUnusableHeading(meaning);
 }
 
 void frmBase::DeleteStandardCode() {

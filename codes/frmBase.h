@@ -76,6 +76,10 @@ private:
     void AddStandardCode();
     void UpdateStandardCode();
     void DeleteStandardCode();
+    /// What cannot stand in a report's file is an error: it would come to light only in a report.
+    void RequireWritable() const;
+    /// A heading that no report can be saved with is said to be one, at once.
+    void TellUnusableHeading(const std::string& meaning) const;
     void ShowWholeTable();
     void EmptyNewCode();
     void CopySelectedToNewCode();

@@ -124,6 +124,8 @@ private:
     void PutInOrder(const std::vector<std::string>& files);
     /// Appends a version and writes the content into it. A failure is the caller's and leaves no version.
     void AppendVersion();
+    /// What would be read as two values where one must stand is an error.
+    void RequireSingleValues() const;
     void WriteVersion(DicomDataSet& version);
     /// The version appended stays: it stands for the one not yet written, where there is one.
     void KeepAppended();

@@ -5,6 +5,9 @@
 #include "sr/DcmSRDocument.h"
 #include "sr/UnwritableText.h"
 
+#include <initializer_list>
+#include <utility>
+
 namespace tavrel {
 
 namespace {
@@ -19,6 +22,7 @@ DataSetHandle NewItem(DicomLibrary& dicom, DicomDataSet& dataSet, Tag sequence, 
 } // namespace
 
 void DcmSRDocument::AppendVersion() {
+    RequireSingleValues();
     DataSetList& versions = Versions();
     if (!damage_.empty())
         throw Error(Fault::Missing, "DcmSRDocument",
@@ -32,6 +36,18 @@ void DcmSRDocument::AppendVersion() {
         TakeBackAppended();
         throw;
     }
+}
+
+void DcmSRDocument::RequireSingleValues() const {
+    const std::initializer_list<std::pair<std::string_view, const std::string&>> values{
+        {"title", titleNode_.Annotation},     {"heading", titleNode_.CodeMeaning},
+        {"heading's code", titleNode_.Code},  {"heading's coding scheme", titleNode_.CodeScheme},
+        {"signature", global_.userSignature}, {"name of the organization", global_.organization}};
+    for (const auto& [name, value] : values)
+        if (value.find('\\') != std::string::npos)
+            throw Error(Fault::TypeMismatch, "DcmSRDocument",
+                        "The report cannot be stored: the " + std::string(name) +
+                            " holds a backslash, which would make two values of it: " + value);
 }
 
 std::string DcmSRDocument::UnwritablePatient() const {

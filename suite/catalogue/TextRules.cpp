@@ -1,6 +1,6 @@
 #include "suite/catalogue/TextRules.h"
 
-#include "platform/text.h"
+#include "platform/single_value.h"
 
 #include <unicode/ustring.h>
 
@@ -23,11 +23,7 @@ std::string TextFault(std::string_view text, std::size_t longest) {
         return "is not UTF-8";
     if (Trimmed(text).empty())
         return "is empty";
-    if (std::ranges::any_of(text, [](unsigned char c) { return c < ' ' || c == 0x7F || c == '\\'; }))
-        return "holds a control character or a backslash";
-    if (CountCharacters(text) > longest)
-        return "is longer than " + std::to_string(longest) + " characters";
-    return {};
+    return ValueFault(text, longest);
 }
 
 bool FitsReports(std::string_view text) {

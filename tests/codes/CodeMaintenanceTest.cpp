@@ -356,6 +356,71 @@ TEST_F(CodeMaintenanceTest, AnUnknownKeyFailsAndSaysSo) {
     EXPECT_EQ(windows.messages.size(), 1U);
 }
 
+/// What a report's file cannot hold: code, scheme, meaning, and what is said of it.
+struct UnwritableCode {
+    std::string_view name;
+    std::string code, scheme, meaning, words;
+    friend void PrintTo(const UnwritableCode& code, std::ostream* out) { *out << code.name; }
+};
+
+class UnwritableCodes : public CodeMaintenanceTest, public testing::WithParamInterface<UnwritableCode> {};
+
+TEST_P(UnwritableCodes, AreRefusedInWordsAndCanBePutRight) {
+    const auto& [name, code, scheme, meaning, words] = GetParam();
+    Open(StandardCodes);
+
+    Do(Modify, code, scheme, meaning);
+
+    EXPECT_EQ(windows.Texts(), Texts{words});
+    EXPECT_EQ(NewCodeBoxes(), code + "|" + scheme + "|" + meaning);
+    EXPECT_EQ(Stored(), Texts{"C1|SRT|Cyst"});
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , UnwritableCodes,
+    testing::Values(UnwritableCode{"LongCode", std::string(17, 'C'), "", "Cyst",
+                                   "The code is longer than 16 characters: " + std::string(17, 'C')},
+                    UnwritableCode{"LongScheme", "C1", std::string(17, 'S'), "Cyst",
+                                   "The coding scheme is longer than 16 characters: " + std::string(17, 'S')},
+                    UnwritableCode{"LongMeaning", "C1", "SRT", std::string(65, 'M'),
+                                   "The description is longer than 64 characters: " + std::string(65, 'M')},
+                    UnwritableCode{"Backslash", "C1", "SRT", "CT\\MR",
+                                   "The description holds a control character or a backslash: CT\\MR"}),
+    testing::PrintToStringParamName());
+
+TEST_F(CodeMaintenanceTest, AddTakesCodesOfTheFullLengthCountedInCharacters) {
+    Open(StandardCodes);
+    std::string meaning;
+    for (int letter = 0; letter < 64; ++letter)
+        meaning += "é";
+
+    Do(Add, std::string(16, 'C'), "", meaning);
+
+    EXPECT_EQ(windows.Texts(), Texts{});
+    EXPECT_EQ(Stored().size(), 2U);
+}
+
+TEST_F(CodeMaintenanceTest, AHeadingWithAnApostropheIsStoredAndSaidToFitNoReport) {
+    Open(StandardCodes, "Ti");
+
+    Do(Add, "H1", "", "Child's chest");
+    Do(Modify, "H1", "99SS", "Children's chest");
+
+    EXPECT_EQ(windows.Texts(), (Texts{"The heading is stored as it was typed. No report can be saved with it, as it "
+                                      "holds an apostrophe: Child's chest",
+                                      "The heading is stored as it was typed. No report can be saved with it, as it "
+                                      "holds an apostrophe: Children's chest"}));
+    EXPECT_EQ(Stored("StdTitles"), Texts{"H1|99SS|Children's chest"});
+}
+
+TEST_F(CodeMaintenanceTest, AnApostropheInAnyOtherCodesMeaningIsNothingToSay) {
+    Open(StandardCodes);
+
+    Do(Add, "F2", "", "Hodgkin's disease");
+
+    EXPECT_EQ(windows.Texts(), Texts{});
+}
+
 class FailingActionTest : public CodeMaintenanceTest, public testing::WithParamInterface<Action> {};
 
 TEST_P(FailingActionTest, IsShownAndKeepsBoxesAndAction) {

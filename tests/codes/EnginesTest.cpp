@@ -115,23 +115,39 @@ TEST_P(CodesOnEngine, AnApostropheInTheCodeLosesNothingAndTheCatalogueStaysUsabl
 TEST_P(CodesOnEngine, ALongMeaningIsListedWhole) {
     const std::string meaning(255, 'M');
 
-    Do(Add, "L1", "", meaning);
+    AddRow("99SS", "L1", meaning);
+
+    Do(Delete, "none", "", ""); // lists the whole table
 
     ExpectNoMessages();
     EXPECT_EQ(Listed().back(), "L1|99SS|" + meaning + "|");
 }
 
-TEST_P(CodesOnEngine, CodesOf17AndOf64CharactersAreMaintainedLikeAnyOther) {
-    for (const std::size_t length : {17U, 64U}) {
-        const std::string code(length, 'L');
-        Do(Add, code, "", "Long");
-        Do(Add, code, "", "Long again");
-        Do(Modify, code, "SRT", "Longer");
-        EXPECT_EQ(StoredCodes(), (Texts{"C1|SRT|Cyst", code + "|SRT|Longer"}));
+TEST_P(CodesOnEngine, CodesOf16CharactersAreMaintainedLikeAnyOther) {
+    const std::string code(16, 'L');
+    Do(Add, code, "", "Long");
+    Do(Add, code, "", "Long again");
+    Do(Modify, code, "SRT", "Longer");
+    EXPECT_EQ(StoredCodes(), (Texts{"C1|SRT|Cyst", code + "|SRT|Longer"}));
 
-        Do(Delete, code, "", "");
-        EXPECT_EQ(StoredCodes(), Texts{"C1|SRT|Cyst"});
-    }
+    Do(Delete, code, "", "");
+    EXPECT_EQ(StoredCodes(), Texts{"C1|SRT|Cyst"});
+    ExpectNoMessages();
+}
+
+TEST_P(CodesOnEngine, ALongerCodeThatTheTableHasCanBeDeleted) {
+    const std::string code(64, 'L');
+    AddRow("99SS", code, "Long");
+
+    Do(Delete, code, "", "");
+
+    EXPECT_EQ(StoredCodes(), Texts{"C1|SRT|Cyst"});
+    ExpectNoMessages();
+}
+
+TEST_P(CodesOnEngine, ABlankBehindACodeTellsItFromNoOther) {
+    Do(Add, "C1 ", "", "Twin");
+    EXPECT_EQ(StoredCodes(), Texts{"C1|SRT|Cyst"});
     ExpectNoMessages();
 }
 

@@ -154,5 +154,41 @@ TEST_F(Sending, HasClosedItsQueryWhenTheServiceWritesTheCatalogue) {
     EXPECT_THAT(station.store.sent, SizeIs(1));
 }
 
+TEST_F(Sending, AfterTheLastYearOfAFilesDatesIsRefusedInWords) {
+    CreateReport();
+    station.clock.now = {10000, 1, 1, 8, 0, 0};
+
+    EXPECT_EQ(document.Send().fate, Delivery::Fate::NotStored);
+
+    EXPECT_THAT(Shown(), testing::ElementsAre("A date that the calendar does not have is no value of VR DA for "
+                                              "Content Date (0008,0023)."));
+    EXPECT_TRUE(station.store.sent.empty());
+}
+
+TEST_F(Sending, OfAValueThatABackslashWouldDivideIsRefusedInWords) {
+    CreateReport();
+    document.SetTitle("", "", "Thorax", "CT\\MR");
+
+    EXPECT_EQ(document.Send().fate, Delivery::Fate::NotStored);
+
+    EXPECT_THAT(Shown(), testing::ElementsAre("The report cannot be stored: the title holds a backslash, which would "
+                                              "make two values of it: CT\\MR"));
+    EXPECT_TRUE(station.store.sent.empty());
+}
+
+TEST_F(Sending, OfASignatureWithABackslashIsRefusedInWords) {
+    CreateReport();
+    global.userSignature = "WARD\\rossi";
+
+    EXPECT_EQ(document.Send().fate, Delivery::Fate::NotStored);
+}
+
+TEST_F(Sending, OfAReadingWithABackslashStoresIt) {
+    CreateReport();
+    document.Reading("C:\\data");
+
+    EXPECT_EQ(document.Send().fate, Delivery::Fate::Stored);
+}
+
 } // namespace
 } // namespace tavrel::test
