@@ -32,6 +32,10 @@ void Acknowledge(int socket, int option) {
     ::setsockopt(socket, IPPROTO_TCP, option, &on, sizeof on);
 }
 
+/// All that a service says in an association of one version. The toolkit would parse an answer of any length and
+/// depth, and lose its stack on it.
+constexpr std::size_t MostAnswered = 16384;
+
 /// Answers at once to every packet. A service that sends its answers in two small packets waits for
 /// the first one's acknowledgement, which the system would otherwise delay by 40 ms.
 class PromptConnection final : public DcmTCPConnection {
@@ -41,11 +45,16 @@ public:
         Acknowledge(socket, TCP_QUICKACK);
     }
 
+    /// A service that says more than it can have to say has ended the connection.
     ssize_t read(void* buffer, size_t count) override {
-        const ssize_t got = DcmTCPConnection::read(buffer, count);
+        const ssize_t got = DcmTCPConnection::read(buffer, std::min(count, left_));
+        left_ -= static_cast<std::size_t>(std::max<ssize_t>(got, 0));
         Acknowledge(getSocket(), TCP_QUICKACK); // the system takes the setting back by itself
         return got;
     }
+
+private:
+    std::size_t left_ = MostAnswered;
 };
 
 class PromptLayer final : public DcmTransportLayer {

@@ -49,6 +49,82 @@ private:
     std::array<int, 6> sockets_{}; ///< the listener and its callers
 };
 
+/// Accepts an association (DICOM PS3.8, 9.3) and answers the version with a command of nested sequences.
+class NestingService {
+public:
+    NestingService() : listener_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        sockaddr_in address{};
+        auto* generic = reinterpret_cast<sockaddr*>(&address);
+        socklen_t length = sizeof address;
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        EXPECT_TRUE(::bind(listener_, generic, length) == 0 && ::listen(listener_, 1) == 0 &&
+                    ::getsockname(listener_, generic, &length) == 0);
+        port_ = ntohs(address.sin_port);
+        thread_ = std::jthread([this] { Serve(); });
+    }
+    NestingService(const NestingService&) = delete;
+    NestingService& operator=(const NestingService&) = delete;
+    ~NestingService() {
+        ::shutdown(listener_, SHUT_RDWR);
+        thread_ = {};
+        ::close(listener_);
+    }
+
+    std::string Port() const { return std::to_string(port_); }
+
+private:
+    static std::string Big(std::size_t number, int size) {
+        std::string bytes;
+        while (size-- > 0)
+            bytes += static_cast<char>(number >> (8 * size) & 0xFFU);
+        return bytes;
+    }
+    static std::string Item(std::size_t type, const std::string& content) {
+        return Big(type, 1) + Big(0, 1) + Big(content.size(), 2) + content;
+    }
+    static std::string Pdu(std::size_t type, const std::string& body) {
+        return Big(type, 1) + Big(0, 1) + Big(body.size(), 4) + body;
+    }
+    static std::string Accept() {
+        const std::string context = Big(1, 1) + Big(0, 3) + Item(0x40, "1.2.840.10008.1.2.1");
+        return Pdu(2, Big(1, 2) + Big(0, 2) + std::string(64, ' ') + Item(0x10, "1.2.840.10008.3.1.1.1") +
+                          Item(0x21, context) + Item(0x50, Item(0x51, Big(16384, 4)) + Item(0x52, "2.999.1")));
+    }
+    static std::string NestedAnswer() {
+        constexpr int depth = 20'000;
+        std::string answer;
+        for (int level = 0; level < depth; ++level)
+            answer += std::string("\x08\x00\x40\x11\xFF\xFF\xFF\xFF\xFE\xFF\x00\xE0\xFF\xFF\xFF\xFF", 16);
+        std::string units;
+        constexpr std::size_t fragment = 16000;
+        for (std::size_t at = 0; at < answer.size(); at += fragment) {
+            const std::string piece = answer.substr(at, fragment);
+            const bool last = at + fragment >= answer.size();
+            units += Pdu(4, Big(piece.size() + 2, 4) + Big(1, 1) + Big(last ? 3 : 1, 1) + piece);
+        }
+        return units;
+    }
+    void Serve() const {
+        const int connection = ::accept(listener_, nullptr, nullptr);
+        std::array<char, 65536> bytes;
+        const auto say = [connection](const std::string& words) {
+            ::send(connection, words.data(), words.size(), MSG_NOSIGNAL);
+        };
+        ::recv(connection, bytes.data(), bytes.size(), 0);
+        say(Accept());
+        ::recv(connection, bytes.data(), bytes.size(), 0);
+        say(NestedAnswer());
+        while (::recv(connection, bytes.data(), bytes.size(), 0) > 0)
+            ;
+        ::close(connection);
+    }
+
+    int listener_;
+    std::uint16_t port_ = 0;
+    std::jthread thread_; ///< last: it is joined first
+};
+
 class Storing : public testing::Test {
 protected:
     void Store(const StorageNode& node) { Store(node.Port()); }
@@ -152,6 +228,11 @@ TEST_F(Storing, AnAbsentServiceIsNamed) {
 TEST_F(Storing, AServiceThatDiesIsAFailure) {
     StorageNode node{Behaviour::DieInTheMiddle};
     EXPECT_NE(Failure(node), "");
+}
+
+TEST_F(Storing, AnAnswerOfNestedSequencesIsAFailure) {
+    const NestingService service;
+    EXPECT_NE(Failure(service.Port()).find("the service did not answer"), std::string::npos);
 }
 
 TEST_F(Storing, ASilentServiceIsWaitedForOnlySoLong) {
