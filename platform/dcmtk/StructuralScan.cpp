@@ -193,6 +193,7 @@ private:
             }
         }
         layout_.dataEnd = at_;
+        layout_.elements = count_;
         if (layout_.earlyEnd == 0)
             layout_.earlyEnd = at_;
     }

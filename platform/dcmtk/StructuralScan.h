@@ -50,6 +50,7 @@ struct DicomLayout {
     std::uint64_t dataBegin = 0; ///< end of the meta information, start of the data set
     std::uint64_t earlyEnd = 0;  ///< end of the data set's groups up to 0008
     std::uint64_t dataEnd = 0;
+    std::size_t elements = 0;   ///< and items, up to there
     std::string transferSyntax; ///< as declared; empty when the file has no meta information
     bool explicitVr = true;
     bool bigEndian = false;

@@ -2,9 +2,11 @@
 
 #include "platform/error.h"
 #include "platform/paths.h"
+#include "platform/uid.h"
 #include "suite/porvane/SameDataSet.h"
 #include "suite/porvane/ServiceLog.h"
 #include "suite/porvane/StoreRefusal.h"
+#include "suite/porvane/WholeObject.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -85,6 +87,14 @@ void LeaveNote(const fs::path& note, const ObjectPlace& place) {
     KeepNames(note.parent_path());
 }
 
+/// What a database says of a failure can repeat the values of a row.
+std::string WithoutPatient(std::string text, const ObjectHeader& header) {
+    for (const std::string& value : {header.patientName, header.patientId, header.accessionNumber, header.birthDate})
+        for (auto at = text.find(value); !value.empty() && at != std::string::npos; at = text.find(value, at + 1))
+            text.replace(at, value.size(), "*");
+    return text;
+}
+
 ObjectPlace ReadNote(const fs::path& note) {
     const std::string text = fs::read_symlink(note).string();
     const auto first = text.find('\n');
@@ -138,6 +148,9 @@ fs::path Archive::NewIncomingPath() {
 
 ObjectHeader Archive::Examine(IncomingFile& object, const std::string& sopClassUid, const std::string& sopInstanceUid) {
     object.Finish();
+    const bool report = sopClassUid == BasicTextSr;
+    const std::lock_guard guard(report ? examiningReport_ : examiningImage_);
+    RequireWhole(object.Path(), report);
     ObjectHeader header = ReadObjectHeader(library_, object.Path().string(), sopClassUid);
     if (header.sopClassUid != sopClassUid || header.sopInstanceUid != sopInstanceUid)
         throw StoreRefusal(Status::DoesNotMatchClass, "the object's UIDs are not those of the request");
@@ -152,7 +165,7 @@ Archive::Stored Archive::Store(IncomingFile& object, const ObjectHeader& header)
             return {header, NativeFile(*before)};
         return {header, File(object, header)};
     } catch (const Error& error) {
-        throw StoreRefusal(Status::ProcessingFailure, "catalogue: " + error.description);
+        throw StoreRefusal(Status::ProcessingFailure, "catalogue: " + WithoutPatient(error.description, header));
     }
 }
 
@@ -246,9 +259,10 @@ ObjectPlace Archive::FolderFor(const ObjectHeader& header) {
     const auto series = catalogue_.Series(header.seriesUid);
     if (series && series->studyUid != header.studyUid)
         throw StoreRefusal(Status::DoesNotMatchClass, "the series belongs to another study");
+    if (series && series->modality == ReportModality && !header.IsReport())
+        throw StoreRefusal(Status::DoesNotMatchClass, "the series holds reports and nothing else");
     if (const auto patient = catalogue_.PatientOf(header.studyUid); patient && *patient != header.patientId)
-        LogLine("study " + header.studyUid + " is of patient " + *patient + "; an object names patient " +
-                header.patientId);
+        LogLine("object " + header.sopInstanceUid + " names another patient than its study " + header.studyUid);
 
     const auto studyPath = catalogue_.StudyPath(header.studyUid);
     ObjectPlace place{studyPath.value_or(InsidePath((root_ / header.studyUid).string())),

@@ -41,7 +41,8 @@ public:
     /// A fresh name to receive an object under.
     std::filesystem::path NewIncomingPath();
 
-    /// Brings a received object that was announced under these UIDs to the disk and reads its header.
+    /// Brings a received object that was announced under these UIDs to the disk, looks that it is whole and
+    /// reads its header.
     /// Throws a StoreRefusal.
     ObjectHeader Examine(IncomingFile& object, const std::string& sopClassUid, const std::string& sopInstanceUid);
 
@@ -68,6 +69,9 @@ private:
     DicomLibrary& library_;
     int lock_ = -1; ///< a file, which holds the archive's number too
     std::atomic<unsigned long> received_ = 0;
+    /// One at a time is parsed, which bounds the memory; reports wait for no image.
+    std::mutex examiningReport_;
+    std::mutex examiningImage_;
     std::mutex filing_;     ///< guards the catalogue and what follows
     bool notesLeft_ = true; ///< of an earlier run, or of a commit that failed
     std::map<std::filesystem::path, int> lastNumbers_;

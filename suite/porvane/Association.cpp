@@ -1,36 +1,35 @@
 #include "suite/porvane/Association.h"
 
 #include "platform/dbus/DbusServiceEmitter.h"
-#include "platform/limits.h"
-#include "suite/porvane/AcceptedTransport.h"
+#include "platform/uid.h"
+#include "suite/porvane/FileMeta.h"
 #include "suite/porvane/ServiceLog.h"
 #include "suite/porvane/StoreRefusal.h"
 #include "suite/porvane/StoredEvent.h"
 #include "suite/porvane/UnsentVersions.h"
 
-#include <dcmtk/dcmdata/dcdatset.h>
-#include <dcmtk/dcmdata/dcdeftag.h>
-#include <dcmtk/dcmdata/dcostrmf.h>
+#include <dcmtk/config/osconfig.h>
+
 #include <dcmtk/dcmdata/dcuid.h>
 #include <dcmtk/dcmdata/dcxfer.h>
 
 #include <algorithm>
 #include <array>
-#include <memory>
 #include <span>
 #include <string_view>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
 
 namespace tavrel {
 namespace {
 
-constexpr int AnswerSeconds = 30; ///< for what must follow at once
-constexpr int IdleSeconds = 60;   ///< between two requests
+using upper_layer::ContextResult;
 
-/// The sender cannot be heard any more; there is nobody to answer.
-class ConnectionLost : public std::runtime_error {
-public:
-    explicit ConnectionLost(const OFCondition& why) : std::runtime_error(why.text()) {}
-};
+constexpr std::uint16_t Success = 0;
+constexpr std::chrono::seconds IdleTime{60};    ///< between two messages
+constexpr std::chrono::seconds MessageTime{30}; ///< for each piece of a message
 
 bool IsStorageClass(std::string_view uid) {
     const std::span all(dcmAllStorageSOPClassUIDs, static_cast<std::size_t>(numberOfDcmAllStorageSOPClassUIDs));
@@ -39,210 +38,200 @@ bool IsStorageClass(std::string_view uid) {
 
 /// Whole data sets in a syntax that says how: a deflated one can grow without bound when it is read,
 /// and a referenced one leaves its pixels elsewhere.
-bool IsStorable(const char* transferSyntax) {
-    const DcmXfer syntax(transferSyntax);
+bool IsStorable(std::string_view transferSyntax) {
+    const DcmXfer syntax(std::string(transferSyntax).c_str());
     return syntax.getXfer() != EXS_Unknown && syntax.getStreamCompression() == ESC_none && !syntax.isReferenced();
 }
 
 /// The first of the sender's own choices that will do.
-const char* ChooseSyntax(const T_ASC_PresentationContext& proposed) {
-    const bool storage = IsStorageClass(proposed.abstractSyntax);
-    if (!storage && std::string_view(proposed.abstractSyntax) != UID_VerificationSOPClass)
-        return nullptr;
-    for (int i = 0; i < proposed.transferSyntaxCount; ++i)
-        if (IsStorable(proposed.proposedTransferSyntaxes[i]))
-            return proposed.proposedTransferSyntaxes[i];
-    return nullptr;
+upper_layer::AnsweredContext Choose(const upper_layer::ProposedContext& proposed) {
+    if (!IsStorageClass(proposed.abstractSyntax) && proposed.abstractSyntax != UID_VerificationSOPClass)
+        return {proposed.id, ContextResult::AbstractSyntaxNotSupported, {}};
+    const auto chosen = std::ranges::find_if(proposed.transferSyntaxes, IsStorable);
+    if (chosen == proposed.transferSyntaxes.end())
+        return {proposed.id, ContextResult::TransferSyntaxesNotSupported, {}};
+    return {proposed.id, ContextResult::Accepted, *chosen};
 }
 
-/// An error comment is one LO in the default repertoire (PS3.7, annex C).
-std::string Comment(std::string text) {
-    std::replace_if(
-        text.begin(), text.end(), [](char c) { return c < ' ' || c > '~' || c == '\\'; }, '?');
-    return text.substr(0, longest::LongString);
+/// DICOM PS3.5, 6.2.
+bool IsTitle(std::string_view text) {
+    return !text.empty() && std::ranges::all_of(text, [](char c) { return c >= ' ' && c <= '~' && c != '\\'; });
 }
 
-using NetworkHandle =
-    std::unique_ptr<T_ASC_Network, decltype([](T_ASC_Network* network) { ASC_dropNetwork(&network); })>;
-using AssociationHandle = std::unique_ptr<T_ASC_Association, decltype([](T_ASC_Association* association) {
-                                              ASC_dropSCPAssociation(association);
-                                              ASC_destroyAssociation(&association);
-                                          })>;
+std::string AddressOf(int socket) {
+    sockaddr_in peer{};
+    socklen_t length = sizeof peer;
+    std::array<char, INET_ADDRSTRLEN> text{};
+    if (getpeername(socket, reinterpret_cast<sockaddr*>(&peer), &length) != 0 ||
+        inet_ntop(AF_INET, &peer.sin_addr, text.data(), text.size()) == nullptr)
+        return {};
+    return text.data();
+}
 
 } // namespace
 
-void Association::Serve(int socket, const ServiceContext& context, const std::stop_token& stop) noexcept try {
-    AcceptedTransport transport(socket);
-    const std::string peer = transport.PeerAddress(); // of the stand-in the toolkit knows none
-    T_ASC_Network* network = nullptr;
-    OFCondition done = ASC_initializeNetwork(NET_ACCEPTOR, 0, AnswerSeconds, &network);
-    const NetworkHandle networkHandle(network);
-    if (done.good())
-        done = ASC_setTransportLayer(network, &transport, 0);
-    T_ASC_Association* association = nullptr;
-    if (done.good())
-        done = ASC_receiveAssociation(network, &association, ASC_MAXIMUMPDUSIZE, nullptr, nullptr, OFFalse, DUL_NOBLOCK,
-                                      AnswerSeconds);
-    const AssociationHandle associationHandle(association);
-    if (done.bad() || !association) {
-        LogLine(std::string("a connection brought no association: ") + done.text());
-        return;
-    }
-    if (association->params->DULparams.applicationContextName[0] == '\0')
-        return; // somebody looked whether the port is open and went away
-    Association served(association, context, peer);
-    if (served.Negotiate())
-        served.Run(stop);
+void Association::Serve(int socket, const std::string& request, const ServiceContext& context, const Places& places,
+                        const std::stop_token& stop) noexcept try {
+    Association(socket, context, places, stop).Run(request);
 } catch (const std::exception& failure) {
     LogLine(std::string("an association failed: ") + failure.what());
 }
 
-Association::Association(T_ASC_Association* association, const ServiceContext& context, std::string peer)
-    : association_(association), context_(context), peer_(std::move(peer)) {
-    std::array<char, DUL_LEN_TITLE + 1> calling{};
-    std::array<char, DUL_LEN_TITLE + 1> called{};
-    ASC_getAPTitles(association->params, calling.data(), calling.size(), called.data(), called.size(), nullptr, 0);
-    callingAe_ = calling.data();
-    calledAe_ = called.data();
+Association::Association(int socket, const ServiceContext& context, const Places& places, const std::stop_token& stop)
+    : context_(context), places_(places), stop_(stop), wire_(socket, PatienceOf(MessageTime, Places::LeastPatience)),
+      messages_(wire_), account_(PeerAccount::Of(socket)) {}
+
+/// The time that a sender has, which shrinks with the places that are left and with the service's own end.
+Wire::Patience Association::PatienceOf(std::chrono::milliseconds usual, std::chrono::milliseconds atTheEnd) const {
+    return [this, usual, atTheEnd] { return stop_.stop_requested() ? atTheEnd : places_.Patience(usual); };
+}
+
+void Association::Run(const std::string& request) try {
+    if (!Negotiate(upper_layer::ReadAssociateRequest(request)))
+        return;
+    const std::string peer = AddressOf(wire_.Socket());
+    if (context_.events)
+        context_.events->OnConnection(callingAe_, calledAe_, peer);
+    Exchange();
+    if (context_.events)
+        context_.events->OnEndConnection(callingAe_, calledAe_, peer);
+} catch (const ProtocolFault& fault) {
+    LogLine(std::string("aborted a connection: ") + fault.what());
+    wire_.Close(upper_layer::Abort(fault.reason));
 }
 
 /// False when the association was refused.
-bool Association::Negotiate() {
-    std::array<char, DUL_LEN_NAME + 1> applicationContext{};
-    ASC_getApplicationContextName(association_->params, applicationContext.data(), applicationContext.size());
-    const bool dicom = std::string_view(applicationContext.data()) == UID_StandardApplicationContext;
-    if (!dicom || calledAe_ != context_.aeTitle) {
-        const T_ASC_RejectParameters refusal{ASC_RESULT_REJECTEDPERMANENT, ASC_SOURCE_SERVICEUSER,
-                                             dicom ? ASC_REASON_SU_CALLEDAETITLENOTRECOGNIZED
-                                                   : ASC_REASON_SU_APPCONTEXTNAMENOTSUPPORTED};
-        ASC_rejectAssociation(association_, &refusal);
-        LogLine("refused " + callingAe_ + ", which called \"" + calledAe_ + "\" and not \"" + context_.aeTitle + "\"");
-        return false;
+bool Association::Negotiate(const upper_layer::AssociateRequest& request) {
+    callingAe_ = request.callingAe;
+    calledAe_ = request.calledAe;
+    if ((request.protocolVersion & upper_layer::FirstVersion) == 0)
+        Reject(upper_layer::ProtocolVersionNotSupported, "which speaks another version of the protocol");
+    else if (request.applicationContext != UID_StandardApplicationContext)
+        Reject(upper_layer::ApplicationContextNotSupported, "which speaks something else than DICOM");
+    else if (calledAe_ != context_.aeTitle)
+        Reject(upper_layer::CalledTitleNotRecognized,
+               "which called " + Quote(calledAe_) + " and not " + Quote(context_.aeTitle));
+    else if (!IsTitle(callingAe_))
+        Reject(upper_layer::CallingTitleNotRecognized, "which is no AE title");
+    else if (callingAe_ == InternalAe && !account_.MayBeOwn())
+        Reject(upper_layer::CallingTitleNotRecognized,
+               "whose connection is of account " + account_.Name() + " and not of this one");
+    else {
+        AcceptContexts(request);
+        return true;
     }
-    AcceptContexts();
-    const OFCondition acknowledged = ASC_acknowledgeAssociation(association_);
-    if (acknowledged.bad())
-        LogLine("no association with " + callingAe_ + ": " + acknowledged.text());
-    return acknowledged.good();
+    return false;
 }
 
-void Association::AcceptContexts() {
-    T_ASC_Parameters* parameters = association_->params;
-    for (int i = 0; i < ASC_countPresentationContexts(parameters); ++i) {
-        T_ASC_PresentationContext proposed{};
-        ASC_getPresentationContext(parameters, i, &proposed);
-        if (const char* syntax = ChooseSyntax(proposed))
-            ASC_acceptPresentationContext(parameters, proposed.presentationContextID, syntax);
+void Association::Reject(const upper_layer::Rejection& rejection, const std::string& why) {
+    LogLine("refused " + Quote(callingAe_) + ", " + why);
+    wire_.Close(upper_layer::AssociateReject(rejection));
+}
+
+/// An association without an accepted context is accepted all the same: its sender is told of each why not.
+void Association::AcceptContexts(const upper_layer::AssociateRequest& request) {
+    longestPdu_ = request.longestPdu;
+    std::vector<upper_layer::AnsweredContext> answers;
+    for (const auto& proposed : request.contexts) {
+        answers.push_back(Choose(proposed));
+        if (answers.back().result == ContextResult::Accepted)
+            transferSyntaxes_[proposed.id] = answers.back().transferSyntax;
     }
+    wire_.Write(upper_layer::AssociateAccept(calledAe_, callingAe_, answers));
 }
 
-void Association::Run(const std::stop_token& stop) {
-    if (context_.events)
-        context_.events->OnConnection(callingAe_, calledAe_, peer_);
-    OFCondition state = EC_Normal;
-    while (state.good()) {
-        T_ASC_PresentationContextID context = 0;
-        T_DIMSE_Message message{};
-        state = AwaitCommand(stop, context, message);
-        if (state.good())
-            state = Answer(context, message);
-    }
-    End(state);
-    if (context_.events)
-        context_.events->OnEndConnection(callingAe_, calledAe_, peer_);
+/// Answers messages until there are no more.
+void Association::Exchange() try {
+    while (wire_.AwaitMessage(PatienceOf(IdleTime, std::chrono::milliseconds(0))))
+        Answer(messages_.ReadCommand());
+    wire_.Close(upper_layer::Abort(ProtocolFault::Reason::NotSpecified));
+} catch (const AssociationEnd& end) {
+    wire_.Close(end.released ? upper_layer::ReleaseAnswer() : std::string());
+} catch (const ConnectionLost& lost) {
+    LogLine("ended the association with " + Quote(callingAe_) + ": " + lost.what());
+    wire_.Close(upper_layer::Abort(ProtocolFault::Reason::NotSpecified));
+} catch (const ProtocolFault& fault) {
+    LogLine("aborted the association with " + Quote(callingAe_) + ": " + fault.what());
+    wire_.Close(upper_layer::Abort(fault.reason));
 }
 
-OFCondition Association::AwaitCommand(const std::stop_token& stop, T_ASC_PresentationContextID& context,
-                                      T_DIMSE_Message& message) {
-    int waited = 0;
-    while (!ASC_dataWaiting(association_, 1))
-        if (stop.stop_requested() || ++waited >= IdleSeconds)
-            return DIMSE_NODATAAVAILABLE;
-    return DIMSE_receiveCommand(association_, DIMSE_NONBLOCKING, AnswerSeconds, &context, &message, nullptr);
+void Association::Answer(const MessageReader::Request& request) {
+    if (!transferSyntaxes_.contains(request.context))
+        throw ProtocolFault("a message in a context that was not accepted");
+    const DimseCommand& command = request.command;
+    if (command.field == DimseCommand::Field::StoreRequest && command.dataSetFollows)
+        Store(request);
+    else if (command.field == DimseCommand::Field::EchoRequest && !command.dataSetFollows)
+        wire_.Write(upper_layer::CommandData(request.context, command.Answer(Success, {}), longestPdu_));
+    else
+        throw ProtocolFault("a request that is not served", ProtocolFault::Reason::NotSpecified);
 }
 
-OFCondition Association::Answer(T_ASC_PresentationContextID context, T_DIMSE_Message& message) {
-    switch (message.CommandField) {
-    case DIMSE_C_ECHO_RQ:
-        return DIMSE_sendEchoResponse(association_, context, &message.msg.CEchoRQ, STATUS_Success, nullptr);
-    case DIMSE_C_STORE_RQ:
-        return Store(context, message.msg.CStoreRQ);
-    default:
-        return DIMSE_BADCOMMANDTYPE;
-    }
-}
-
-OFCondition Association::Store(T_ASC_PresentationContextID context, T_DIMSE_C_StoreRQ& request) {
-    T_DIMSE_C_StoreRSP response{};
+void Association::Store(const MessageReader::Request& request) {
+    std::uint16_t status = Success;
     std::string comment;
     try {
-        comment = TakeObject(context, request, response.DimseStatus);
-    } catch (const ConnectionLost& lost) {
-        LogLine("the connection with " + callingAe_ + " was lost within an object: " + lost.what());
-        return DUL_NETWORKCLOSED;
+        TakeObject(request);
+    } catch (const StoreRefusal& refusal) {
+        status = static_cast<std::uint16_t>(refusal.status);
+        comment = refusal.what();
+    } catch (const ConnectionLost&) {
+        throw;
+    } catch (const ProtocolFault&) {
+        throw;
+    } catch (const std::exception& failure) {
+        status = static_cast<std::uint16_t>(StoreRefusal::Status::ProcessingFailure);
+        comment = failure.what();
     }
-    DcmDataset detail;
-    if (!comment.empty()) {
-        LogLine("refused object " + std::string(request.AffectedSOPInstanceUID) + " of " + callingAe_ + ": " + comment);
-        detail.putAndInsertString(DCM_ErrorComment, Comment(comment).c_str());
-    }
-    return DIMSE_sendStoreResponse(association_, context, &request, &response, comment.empty() ? nullptr : &detail);
+    if (!comment.empty())
+        LogLine("refused object " + Quote(request.command.sopInstanceUid) + " of " + Quote(callingAe_) + " (account " +
+                account_.Name() + "): " + comment);
+    wire_.Write(upper_layer::CommandData(request.context, request.command.Answer(status, comment), longestPdu_));
 }
 
-/// Receives and stores one object; answers why it was not stored, nothing when it was.
-std::string Association::TakeObject(T_ASC_PresentationContextID context, T_DIMSE_C_StoreRQ& request,
-                                    std::uint16_t& status) try {
-    const std::string path = context_.archive.NewIncomingPath();
-    DcmOutputFileStream* metaInformation = nullptr;
-    if (DIMSE_createFilestream(path.c_str(), &request, association_, context, 1, &metaInformation).good())
-        delete metaInformation; // it is written; the data set follows as it comes
-    IncomingFile object(path);
-    ReceiveDataSet(context, object);
-    const ObjectHeader header =
-        context_.archive.Examine(object, request.AffectedSOPClassUID, request.AffectedSOPInstanceUID);
+/// Receives and stores one object. Throws a StoreRefusal once all of the object has come.
+void Association::TakeObject(const MessageReader::Request& request) {
+    const DimseCommand& command = request.command;
+    IncomingFile object(context_.archive.NewIncomingPath());
+    ReceiveDataSet(request, object);
+    const ObjectHeader header = context_.archive.Examine(object, command.sopClassUid, command.sopInstanceUid);
     context_.unsent.TakeInBefore(header.seriesUid);
     const Archive::Stored stored = context_.archive.Store(object, header);
     if (callingAe_ == InternalAe)
         TellStored(context_.events, calledAe_, stored);
-    status = STATUS_Success;
-    return {};
-} catch (const StoreRefusal& refusal) {
-    status = static_cast<std::uint16_t>(refusal.status);
-    return refusal.what();
-} catch (const ConnectionLost&) {
-    throw;
-} catch (const std::exception& failure) {
-    status = static_cast<std::uint16_t>(StoreRefusal::Status::ProcessingFailure);
-    return failure.what();
 }
 
-void Association::ReceiveDataSet(T_ASC_PresentationContextID context, IncomingFile& object) {
-    for (bool last = false; !last;) {
-        DUL_PDV fragment{};
-        if (DUL_NextPDV(&association_->DULassociation, &fragment).bad()) {
-            const OFCondition arrived =
-                DUL_ReadPDVs(&association_->DULassociation, nullptr, DUL_NOBLOCK, AnswerSeconds);
-            if (arrived != DUL_PDATAPDUARRIVED)
-                throw ConnectionLost(arrived);
-            continue;
+void Association::ReceiveDataSet(const MessageReader::Request& request, IncomingFile& object) {
+    using Of = IncomingRoom::Share::Of;
+    const DimseCommand& command = request.command;
+    const bool report = command.sopClassUid == BasicTextSr;
+    IncomingRoom::Share share(context_.room, account_.user, report ? Of::Workstation : Of::Sender);
+    std::optional<StoreRefusal> refusal;
+    const auto keep = [&](std::string_view bytes) {
+        share.Take(bytes.size());
+        object.Write(bytes);
+    };
+    const auto unlessRefused = [&](const auto& action) {
+        try {
+            if (!refusal)
+                action();
+        } catch (const StoreRefusal& why) {
+            refusal = why;
         }
-        if (fragment.pdvType != DUL_DATASETPDV || fragment.presentationContextID != context)
-            throw ConnectionLost(DIMSE_UNEXPECTEDPDVTYPE);
-        object.Write({static_cast<const char*>(fragment.data), fragment.fragmentLength});
-        last = fragment.lastPDV;
+    };
+    unlessRefused([&] {
+        if (report && !account_.MayBeOwn())
+            throw StoreRefusal(StoreRefusal::Status::NotAuthorized, "reports are taken from this account alone");
+        keep(FileMeta(command.sopClassUid, command.sopInstanceUid, transferSyntaxes_.at(request.context), callingAe_));
+    });
+    // A sender hears why only once it has sent everything.
+    for (std::uint64_t discarded = 0; const auto piece = messages_.ReadDataSet(request.context);) {
+        unlessRefused([&] { keep(*piece); });
+        if (refusal && (discarded += piece->size()) > context_.room.LongestObject())
+            throw ProtocolFault(std::string("an object that does not end; refused: ") + refusal->what());
     }
-}
-
-void Association::End(const OFCondition& why) {
-    if (why == DUL_PEERREQUESTEDRELEASE) {
-        ASC_acknowledgeRelease(association_);
-        return;
-    }
-    if (why == DUL_PEERABORTEDASSOCIATION)
-        return;
-    if (why != DUL_NETWORKCLOSED && why != DIMSE_NODATAAVAILABLE)
-        LogLine("ended the association with " + callingAe_ + ": " + why.text());
-    ASC_abortAssociation(association_);
+    if (refusal)
+        throw *refusal;
 }
 
 } // namespace tavrel

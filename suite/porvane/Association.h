@@ -1,14 +1,14 @@
 #pragma once
 
 #include "suite/porvane/Archive.h"
-#include "suite/porvane/IncomingFile.h"
+#include "suite/porvane/IncomingRoom.h"
+#include "suite/porvane/MessageReader.h"
+#include "suite/porvane/PeerAccount.h"
+#include "suite/porvane/Places.h"
+#include "suite/porvane/UpperLayer.h"
+#include "suite/porvane/Wire.h"
 
-#include <dcmtk/config/osconfig.h>
-
-#include <dcmtk/dcmnet/assoc.h>
-#include <dcmtk/dcmnet/dimse.h>
-
-#include <optional>
+#include <map>
 #include <stop_token>
 #include <string>
 
@@ -22,36 +22,45 @@ struct ServiceContext {
     std::string aeTitle;
     Archive& archive;
     UnsentVersions& unsent;
+    IncomingRoom& room;
     DbusServiceEmitter* events; ///< none where there is no session bus
 };
 
 /// One sender's association, from its request to its end: verification and storage (DICOM PS3.4,
-/// annexes A and B). Every wait is bounded.
+/// annexes A and B). Every wait is bounded, and so is the memory that a sender can take.
 class Association {
 public:
-    /// Serves the accepted `socket`, which it takes over, until the sender is done, is silent for
-    /// too long, or `stop` is asked for between two requests. Throws nothing.
-    static void Serve(int socket, const ServiceContext& context, const std::stop_token& stop) noexcept;
+    /// Serves the accepted `socket`, which it takes over and whose `request` (what follows the unit's header) has
+    /// come, until the sender is done, makes nothing of its place, or `stop` is asked for between two messages.
+    /// Throws nothing.
+    static void Serve(int socket, const std::string& request, const ServiceContext& context, const Places& places,
+                      const std::stop_token& stop) noexcept;
 
 private:
-    Association(T_ASC_Association* association, const ServiceContext& context, std::string peer);
+    Association(int socket, const ServiceContext& context, const Places& places, const std::stop_token& stop);
 
-    bool Negotiate();
-    void AcceptContexts();
-    void Run(const std::stop_token& stop);
-    OFCondition AwaitCommand(const std::stop_token& stop, T_ASC_PresentationContextID& context,
-                             T_DIMSE_Message& message);
-    OFCondition Answer(T_ASC_PresentationContextID context, T_DIMSE_Message& message);
-    OFCondition Store(T_ASC_PresentationContextID context, T_DIMSE_C_StoreRQ& request);
-    std::string TakeObject(T_ASC_PresentationContextID context, T_DIMSE_C_StoreRQ& request, std::uint16_t& status);
-    void ReceiveDataSet(T_ASC_PresentationContextID context, IncomingFile& object);
-    void End(const OFCondition& why);
+    void Run(const std::string& request);
+    bool Negotiate(const upper_layer::AssociateRequest& request);
+    void AcceptContexts(const upper_layer::AssociateRequest& request);
+    void Reject(const upper_layer::Rejection& rejection, const std::string& why);
+    void Exchange();
+    void Answer(const MessageReader::Request& request);
+    void Store(const MessageReader::Request& request);
+    void TakeObject(const MessageReader::Request& request);
+    void ReceiveDataSet(const MessageReader::Request& request, IncomingFile& object);
 
-    T_ASC_Association* association_;
+    Wire::Patience PatienceOf(std::chrono::milliseconds usual, std::chrono::milliseconds atTheEnd) const;
+
     const ServiceContext& context_;
+    const Places& places_;
+    const std::stop_token& stop_;
+    Wire wire_;
+    MessageReader messages_;
+    PeerAccount account_;
     std::string callingAe_;
     std::string calledAe_;
-    std::string peer_; ///< the sender's address
+    std::uint32_t longestPdu_ = 0;
+    std::map<std::uint8_t, std::string> transferSyntaxes_; ///< of the accepted contexts
 };
 
 } // namespace tavrel

@@ -45,16 +45,16 @@ IncomingFile::~IncomingFile() {
     unlink(path_.c_str());
 }
 
-void IncomingFile::Write(std::span<const char> bytes) {
-    if (failure_ == 0 && !WriteAll(descriptor_, {bytes.data(), bytes.size()}))
-        failure_ = errno;
+void IncomingFile::Write(std::string_view bytes) {
+    if (failure_ != 0)
+        Refuse("cannot make the file", failure_);
+    if (!WriteAll(descriptor_, bytes))
+        Refuse("cannot write the file", errno);
 }
 
 void IncomingFile::Finish() {
-    if (failure_ == 0 && fsync(descriptor_) != 0)
-        failure_ = errno;
-    if (failure_ != 0)
-        Refuse("cannot write the file", failure_);
+    if (fsync(descriptor_) != 0)
+        Refuse("cannot write the file", errno);
 }
 
 bool IncomingFile::FileAs(const std::filesystem::path& target) {
@@ -65,7 +65,7 @@ bool IncomingFile::FileAs(const std::filesystem::path& target) {
         return false;
     if (errno != EXDEV)
         Refuse("cannot file the object", errno);
-    IncomingFile copy(CopyBeside(path_, target)); // an older study may lie on another disk
+    IncomingFile copy(CopyBeside(path_, target), Start::Begun); // an older study may lie on another disk
     copy.Finish();
     return copy.FileAs(target);
 }

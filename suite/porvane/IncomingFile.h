@@ -1,7 +1,7 @@
 #pragma once
 
 #include <filesystem>
-#include <span>
+#include <string_view>
 
 namespace tavrel {
 
@@ -9,20 +9,20 @@ namespace tavrel {
 class IncomingFile {
 public:
     enum class Start {
-        Begun, ///< the file exists and is appended to
         Made,  ///< there is no such file yet
+        Begun, ///< the file exists and is appended to
     };
-    /// Takes over the file at `path`.
-    explicit IncomingFile(std::filesystem::path path, Start start = Start::Begun);
+    /// Takes over the file at `path`. A failure is told by the first `Write`.
+    explicit IncomingFile(std::filesystem::path path, Start start = Start::Made);
     ~IncomingFile();
     IncomingFile(const IncomingFile&) = delete;
     IncomingFile& operator=(const IncomingFile&) = delete;
 
     const std::filesystem::path& Path() const { return path_; }
 
-    /// Appends. A failure is kept for `Finish`, so that the sender's data can be read to their end.
-    void Write(std::span<const char> bytes);
-    /// Brings everything to the disk. Throws a StoreRefusal when anything could not be written.
+    /// Appends. Throws a StoreRefusal.
+    void Write(std::string_view bytes);
+    /// Brings everything to the disk. Throws a StoreRefusal.
     void Finish();
     /// Gives the file the name `target`, or answers false when something has it already. Throws a
     /// StoreRefusal on any other failure.

@@ -135,10 +135,11 @@ std::optional<std::string> ObjectCatalogue::StudyColumn(const std::string& colum
 
 std::optional<ObjectCatalogue::SeriesRow> ObjectCatalogue::Series(const std::string& seriesUid) {
     const auto rows = connection_->OpenResultSet(
-        "SELECT StudyInstanceUID, SeriesDir FROM Series WHERE SeriesInstanceUID=" + Quoted(seriesUid));
+        "SELECT StudyInstanceUID, SeriesDir, Modality FROM Series WHERE SeriesInstanceUID=" + Quoted(seriesUid));
     if (rows->AtEnd())
         return std::nullopt;
-    return SeriesRow{TextOrEmpty(*rows, "StudyInstanceUID"), TextOrEmpty(*rows, "SeriesDir")};
+    return SeriesRow{TextOrEmpty(*rows, "StudyInstanceUID"), TextOrEmpty(*rows, "SeriesDir"),
+                     TextOrEmpty(*rows, "Modality")};
 }
 
 void ObjectCatalogue::Add(const ObjectHeader& header, const ObjectPlace& place) {

@@ -58,6 +58,7 @@ public:
     struct SeriesRow {
         std::string studyUid;
         std::string seriesDir;
+        std::string modality;
     };
     std::optional<SeriesRow> Series(const std::string& seriesUid);
 

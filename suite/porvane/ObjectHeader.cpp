@@ -49,10 +49,11 @@ public:
         return text ? Catalogued(*text, longest) : std::string();
     }
 
-    /// UIDs name folders and stand in statements: digits and points alone may pass.
+    /// UIDs name folders and stand in statements: digits and points alone may pass. Zero-padded components do,
+    /// every report has them; one without a digit is a sign that the object was made from something broken.
     std::string Uid(const Attribute& attribute, const char* name) const {
         std::string uid = Text(attribute, longest::Uid + 1);
-        if (!IsUid(uid))
+        if (!IsUid(uid) || uid.ends_with('.') || uid.find("..") != std::string::npos)
             throw StoreRefusal(Status::CannotUnderstand, std::string("no valid ") + name);
         return uid;
     }
@@ -74,8 +75,8 @@ private:
 
 std::string CataloguedModality(const ObjectHeader& header, const std::string& modality) {
     if (header.IsReport())
-        return "SR";
-    if (modality == "SR")
+        return std::string(ReportModality);
+    if (modality == ReportModality)
         return "SR-OTHER";
     return modality.empty() ? "OT" : modality;
 }

@@ -4,8 +4,12 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace tavrel {
+
+/// The modality of the series of reports in the catalogue.
+inline constexpr std::string_view ReportModality = "SR";
 
 /// What the catalogue says of an object. Text is UTF-8 as the catalogue takes it: no apostrophe (a
 /// back-quote instead), no control characters, no longer than its column. Dates are "yyyymmdd",
@@ -16,7 +20,7 @@ struct ObjectHeader {
     std::optional<int> instanceNumber;
 
     std::string seriesUid;
-    std::string modality; ///< "SR" for reports alone; other structured reports have "SR-OTHER"
+    std::string modality; ///< ReportModality for reports alone; other structured reports have "SR-OTHER"
     std::optional<int> seriesNumber;
     std::string seriesDescription;
 

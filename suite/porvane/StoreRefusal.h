@@ -12,6 +12,7 @@ public:
     /// DICOM PS3.4, table B.2-1; PS3.7, C.5.
     enum class Status : std::uint16_t {
         ProcessingFailure = 0x0110,
+        NotAuthorized = 0x0124,
         OutOfResources = 0xA700,
         DoesNotMatchClass = 0xA900,
         CannotUnderstand = 0xC000,

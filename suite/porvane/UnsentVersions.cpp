@@ -135,7 +135,7 @@ UnsentVersions::Reason UnsentVersions::Deliver(const Version& version) {
 }
 
 UnsentVersions::Reason UnsentVersions::Store(const Version& version) try {
-    IncomingFile copy(archive_.NewIncomingPath(), IncomingFile::Start::Made);
+    IncomingFile copy(archive_.NewIncomingPath());
     Copy(version, copy);
     const ObjectHeader header = archive_.Examine(copy, version.header.sopClassUid, version.header.sopInstanceUid);
     told_(archive_.Store(copy, header));

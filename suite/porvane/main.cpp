@@ -10,8 +10,10 @@
 
 #include <CLI/CLI.hpp>
 #include <QCoreApplication>
+#include <malloc.h>
 #include <sys/signalfd.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -23,6 +25,7 @@
 namespace {
 
 constexpr int UsageStatus = 2;
+constexpr std::uint64_t MostMegabytes = 1024UL * 1024;
 
 std::string DefaultStudiesFolder() {
     const char* data = std::getenv("XDG_DATA_HOME");
@@ -64,7 +67,24 @@ struct Options {
     std::string studies = DefaultStudiesFolder();
     std::string unsent = tavrel::DefaultUnsentFolder().string();
     std::string dataSource = "DicomFDB";
+    std::uint64_t largestObject = 2048; ///< megabytes
 };
+
+tavrel::IncomingRoom::Disk DiskOf(const std::string& folder) {
+    struct statvfs state {};
+    if (statvfs(folder.c_str(), &state) != 0)
+        return {}; // then the writing fails as well, and says why
+    return {state.f_blocks * state.f_frsize, state.f_bavail * state.f_frsize};
+}
+
+/// The library would keep what it freed in as many places as there are threads.
+void KeepMemorySmall() {
+    constexpr int arenas = 2;
+    constexpr int largeBlock = 256 * 1024;
+    mallopt(M_ARENA_MAX, arenas);
+    mallopt(M_MMAP_THRESHOLD, largeBlock);
+    mallopt(M_TRIM_THRESHOLD, largeBlock);
+}
 
 void Serve(const Options& options, int stopSignals) {
     tavrel::OdbcDatabase database;
@@ -80,7 +100,9 @@ void Serve(const Options& options, int stopSignals) {
         tavrel::LogLine("stored version " + stored.header.sopInstanceUid + ", which had waited to be sent");
     });
     tavrel::UnsentDelivery delivery(unsent, unsentFolder);
-    tavrel::StorageService storage(service.port, {service.aeTitle, archive, unsent, events.get()});
+    tavrel::IncomingRoom room(options.largestObject * tavrel::IncomingRoom::Megabyte,
+                              [&] { return DiskOf(options.studies); });
+    tavrel::StorageService storage(service.port, {service.aeTitle, archive, unsent, room, events.get()});
     delivery.TakeInAtStart(stopSignals);
     delivery.GoOn();
     tavrel::LogLine("stores in \"" + options.studies + "\", called " + service.aeTitle + " on port " +
@@ -114,6 +136,10 @@ int main(int argc, char** argv) {
         ->check(named)
         ->type_name("NAME")
         ->capture_default_str();
+    app.add_option("--largest-object", options.largestObject, "Longest object that is taken, in megabytes")
+        ->check(CLI::Range(std::uint64_t{1}, MostMegabytes))
+        ->type_name("MB")
+        ->capture_default_str();
     app.set_version_flag("--version", "porvane " TAVREL_VERSION);
     try {
         app.parse(argc, argv);
@@ -122,6 +148,7 @@ int main(int argc, char** argv) {
     }
     setenv("LC_ALL", "C.UTF-8", 1); // what it logs and answers is not in the session's language
     umask(S_IRWXG | S_IRWXO);       // what it stores is its owner's alone
+    KeepMemorySmall();
     const int stopSignals = StopSignals();
     const QCoreApplication application(argc, argv); // the session bus needs one
     try {

@@ -20,6 +20,7 @@ public:
     Child& operator=(const Child&) = delete;
 
     bool IsRunning();
+    pid_t Process() const { return pid_; }
     void Signal(int signal) const;
     /// Waits at most 20 seconds; the exit status, or 128 and the signal that ended it.
     int Wait();
