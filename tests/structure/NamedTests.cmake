@@ -1,4 +1,4 @@
-# Each test that docs/safety.md and docs/reliability.md name exists.
+# Each test that docs/safety.md, docs/reliability.md and docs/security.md name exists.
 set(tests "")
 file(GLOB_RECURSE sources ${ROOT}/tests/*.cpp ${ROOT}/tests/*.py)
 foreach(source ${sources})
@@ -6,7 +6,7 @@ foreach(source ${sources})
     string(APPEND tests "${text}")
 endforeach()
 
-foreach(page docs/safety.md docs/reliability.md)
+foreach(page docs/safety.md docs/reliability.md docs/security.md)
     file(READ ${ROOT}/${page} text)
     string(REGEX MATCHALL "`[A-Za-z0-9_]+\\.[A-Za-z0-9_]+`" names "${text}")
     set(missing "")
