@@ -157,16 +157,26 @@ ObjectHeader Archive::Examine(IncomingFile& object, const std::string& sopClassU
     return header;
 }
 
-Archive::Stored Archive::Store(IncomingFile& object, const ObjectHeader& header) {
-    try {
-        const std::lock_guard guard(filing_);
+Archive::Stored Archive::Store(IncomingFile& object, const ObjectHeader& header) try {
+    for (std::vector<ObjectPlace> others;;) { // that have the same UID and other contents
+        std::unique_lock guard(filing_);
         Connect();
-        if (const auto before = StoredBefore(object.Path(), header))
-            return {header, NativeFile(*before)};
-        return {header, File(object, header)};
-    } catch (const Error& error) {
-        throw StoreRefusal(Status::ProcessingFailure, "catalogue: " + WithoutPatient(error.description, header));
+        const auto known = catalogue_.PlacesOf(header.sopInstanceUid);
+        const auto next = std::ranges::find_if(
+            known, [&others](const auto& place) { return std::ranges::find(others, place) == others.end(); });
+        if (next == known.end()) {
+            if (!others.empty())
+                LogLine("object " + header.sopInstanceUid +
+                        " is known with other contents; this one is kept beside it");
+            return {header, File(object, header)};
+        }
+        guard.unlock(); // large objects are compared while others are filed
+        if (SameDataSet(object.Path(), NativeFile(*next)))
+            return {header, NativeFile(*next)};
+        others.push_back(*next);
     }
+} catch (const Error& error) {
+    throw StoreRefusal(Status::ProcessingFailure, "catalogue: " + WithoutPatient(error.description, header));
 }
 
 void Archive::Connect() {
@@ -209,16 +219,6 @@ void Archive::Settle(const fs::path& note) {
         Forget(place);
     }
     fs::remove(note);
-}
-
-std::optional<ObjectPlace> Archive::StoredBefore(const fs::path& object, const ObjectHeader& header) {
-    const auto places = catalogue_.PlacesOf(header.sopInstanceUid);
-    for (const ObjectPlace& place : places)
-        if (SameDataSet(object, NativeFile(place)))
-            return place;
-    if (!places.empty())
-        LogLine("object " + header.sopInstanceUid + " is known with other contents; this one is kept beside it");
-    return std::nullopt;
 }
 
 std::string Archive::File(IncomingFile& object, const ObjectHeader& header) {

@@ -71,15 +71,16 @@ std::string AddressOf(int socket) {
 } // namespace
 
 void Association::Serve(int socket, const std::string& request, const ServiceContext& context, const Places& places,
-                        const std::stop_token& stop) noexcept try {
-    Association(socket, context, places, stop).Run(request);
+                        const PeerAccount& account, const std::stop_token& stop) noexcept try {
+    Association(socket, context, places, account, stop).Run(request);
 } catch (const std::exception& failure) {
     LogLine(std::string("an association failed: ") + failure.what());
 }
 
-Association::Association(int socket, const ServiceContext& context, const Places& places, const std::stop_token& stop)
+Association::Association(int socket, const ServiceContext& context, const Places& places, const PeerAccount& account,
+                         const std::stop_token& stop)
     : context_(context), places_(places), stop_(stop), wire_(socket, PatienceOf(MessageTime, Places::LeastPatience)),
-      messages_(wire_), account_(PeerAccount::Of(socket)) {}
+      messages_(wire_), account_(account) {}
 
 /// The time that a sender has, which shrinks with the places that are left and with the service's own end.
 Wire::Patience Association::PatienceOf(std::chrono::milliseconds usual, std::chrono::milliseconds atTheEnd) const {

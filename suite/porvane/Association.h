@@ -31,13 +31,14 @@ struct ServiceContext {
 class Association {
 public:
     /// Serves the accepted `socket`, which it takes over and whose `request` (what follows the unit's header) has
-    /// come, until the sender is done, makes nothing of its place, or `stop` is asked for between two messages.
-    /// Throws nothing.
+    /// come, from a sender of `account`, until the sender is done, makes nothing of its place, or `stop` is asked for
+    /// between two messages. Throws nothing.
     static void Serve(int socket, const std::string& request, const ServiceContext& context, const Places& places,
-                      const std::stop_token& stop) noexcept;
+                      const PeerAccount& account, const std::stop_token& stop) noexcept;
 
 private:
-    Association(int socket, const ServiceContext& context, const Places& places, const std::stop_token& stop);
+    Association(int socket, const ServiceContext& context, const Places& places, const PeerAccount& account,
+                const std::stop_token& stop);
 
     void Run(const std::string& request);
     bool Negotiate(const upper_layer::AssociateRequest& request);

@@ -20,6 +20,7 @@ struct ObjectPlace {
     std::string imageFile;
 
     std::string Path() const { return studyPath + "\\" + seriesDir + "\\" + imageFile; }
+    bool operator==(const ObjectPlace&) const = default;
 };
 
 /// The `Patient`, `Study`, `Series` and `Image` rows of stored objects. One thread at a time. Errors

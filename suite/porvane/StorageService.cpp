@@ -72,6 +72,7 @@ struct StorageService::Caller {
     Clock::time_point came = Clock::now();
     std::string request; ///< as far as it has come, with the unit's header
     bool complete = false;
+    PeerAccount account; ///< once it is complete
     bool editor = false;
     bool ended = false;
 };
@@ -172,8 +173,8 @@ void StorageService::Hear(Caller& caller) {
     }
     caller.complete = true;
     caller.request.erase(0, upper_layer::PduHeaderSize);
-    caller.editor =
-        upper_layer::CallingTitle(caller.request) == InternalAe && PeerAccount::Of(caller.socket).MayBeOwn();
+    caller.account = PeerAccount::Of(caller.socket);
+    caller.editor = upper_layer::CallingTitle(caller.request) == InternalAe && caller.account.MayBeOwn();
 }
 
 /// Who has waited too long for a place, or with its request, gives way.
@@ -208,8 +209,9 @@ void StorageService::ServeCallers() {
 void StorageService::Serve(Caller& caller) try {
     auto worker = std::make_unique<Worker>();
     auto serve = [this, socket = caller.socket, request = std::move(caller.request), &worker = *worker,
+                  account = caller.account,
                   place = std::make_shared<Places::Taken>(places_)](const std::stop_token& stop) mutable {
-        Association::Serve(socket, request, context_, places_, stop);
+        Association::Serve(socket, request, context_, places_, account, stop);
         place.reset();
         worker.done = true;
         eventfd_write(finished_, 1);

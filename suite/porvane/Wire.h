@@ -35,7 +35,7 @@ public:
 
     /// Waits for the beginning of a message; false when the sender went away or `idle` has passed.
     bool AwaitMessage(const Patience& idle);
-    /// Exactly `count` bytes, valid until the next call. Throws ConnectionLost.
+    /// Exactly `count` bytes, at most 65,536 of them, valid until the next call. Throws ConnectionLost.
     std::string_view Read(std::size_t count);
     /// From one byte to `most` of them, valid until the next call. Throws ConnectionLost.
     std::string_view ReadSome(std::size_t most);
