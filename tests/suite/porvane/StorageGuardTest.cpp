@@ -10,6 +10,7 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <latch>
 #include <sstream>
 
 namespace tavrel {
@@ -330,13 +331,22 @@ TEST_F(StorageGuard, AnImageWithTheLargestHeaderTakesLittleMemory) {
 }
 
 TEST_F(StorageGuard, ThirtySendersOfTheLargestHeadersAtOnceTakeNoMoreThanOne) {
+    constexpr int count = 30;
     ExpectServing();
     const long before = Memory();
     const std::string image = LargestHeader() + ImageAfter("");
-    std::vector<std::jthread> senders;
-    senders.reserve(30);
-    for (int sender = 0; sender < 30; ++sender)
-        senders.emplace_back([&] { EXPECT_EQ(StoreRaw(image).status, Stored) << room.ServiceLog(); });
+    std::latch allButTheEndSent(count);
+    const auto store = [&] {
+        RawSender sender(room.Port());
+        EXPECT_EQ(sender.Associate(), RawSender::Accept);
+        sender.Send(RawSender::DataPdu(RawSender::StoreCommand(RawSender::CtImage, "2.999.3"), true, true));
+        sender.Send(RawSender::DataPdu(image, false, false));
+        allButTheEndSent.arrive_and_wait();
+        sender.Send(RawSender::DataPdu("", false, true));
+        EXPECT_EQ(sender.Receive(seconds(20)), RawSender::Data) << room.ServiceLog();
+    };
+    std::vector<std::jthread> senders(count);
+    std::ranges::generate(senders, [&] { return std::jthread(store); });
     senders.clear();
     EXPECT_LT(Memory() - before, 64 * Megabyte);
 }
