@@ -7,6 +7,7 @@
 
 #include <dcmtk/dcmdata/dcdatset.h>
 #include <dcmtk/dcmdata/dcistrmb.h>
+#include <dcmtk/dcmdata/dcistrmf.h>
 #include <dcmtk/dcmdata/dcxfer.h>
 
 #include <cerrno>
@@ -138,6 +139,21 @@ ParsedFile DicomFile::ParseEarlyPart() {
 
 ParsedFile DicomFile::Parse() const {
     return Read(checked_ ? EveryGroup : LastHeaderGroup);
+}
+
+std::unique_ptr<DcmDataset> DicomFile::ParseImage() const {
+    const DicomLayout layout = OpenFile{path_}.Scan(PixelGroup);
+    DcmInputFileStream stream{path_.c_str()};
+    stream.skip(static_cast<offile_off_t>(layout.dataBegin)); // an offset of the stream's own the late values forget
+    auto dataSet = std::make_unique<DcmDataset>();
+    dataSet->transferInit();
+    const OFCondition outcome =
+        dataSet->readUntilTag(stream, ToolkitSyntax(layout.transferSyntax, layout.explicitVr, layout.bigEndian),
+                              EGL_noChange, DCM_MaxReadLength, DcmTagKey{PixelGroup + 1, 0});
+    dataSet->transferEnd();
+    if (outcome.bad())
+        throw NoDicom(path_, outcome.text());
+    return dataSet;
 }
 
 ParsedFile DicomFile::Read(std::uint16_t lastGroup) const {

@@ -35,6 +35,9 @@ public:
 
     /// Reads the file. A file that is no longer the one that was checked is an error.
     ParsedFile Parse() const;
+    /// Reads the file up to the end of its pixel data, which stay in it, as every long value does, until they are
+    /// asked for. What lies behind them no image needs.
+    std::unique_ptr<DcmDataset> ParseImage() const;
 
 private:
     /// What tells a file from one that took its place.

@@ -58,6 +58,7 @@ struct DicomLayout {
 
 inline constexpr std::uint16_t EveryGroup = 0xFFFF;
 inline constexpr std::uint16_t LastHeaderGroup = 0x7FDF; ///< the pixel data come next
+inline constexpr std::uint16_t PixelGroup = 0x7FE0;
 
 /// Walks the structure of a DICOM file without parsing a value: lengths lie within what holds them,
 /// sequences nest at most 64 deep, elements number at most half a million, nothing is compressed

@@ -2,7 +2,6 @@
 
 #include "platform/dcmtk/CharacterSet.h"
 #include "platform/dcmtk/DicomFile.h"
-#include "platform/dcmtk/StructuralScan.h"
 #include "platform/error.h"
 #include "platform/paths.h"
 #include "suite/lumaret/ScreenText.h"
@@ -18,7 +17,6 @@
 #include <dcmtk/dcmjpls/djdecode.h>
 #include <dcmtk/oflog/oflog.h>
 
-#include <QFile>
 #include <QFileInfo>
 
 #include <vector>
@@ -28,6 +26,9 @@ namespace {
 
 // A frame is held decoded; more than this is no image that a workstation shows.
 constexpr double LargestFrameBytes = 1024.0 * 1024 * 1024;
+
+// More than this says nothing to a person, and would be drawn with each image.
+constexpr Uint32 LongestTextBytes = 4096;
 
 [[noreturn]] void Fail(const QString& path, const std::string& why) {
     throw Error(Fault::OfTheSuite, "Lumaret", QFileInfo(path).fileName().toStdString() + " cannot be shown: " + why);
@@ -41,18 +42,20 @@ long IntegerOf(DcmDataset& dataSet, const DcmTagKey& tag, long absent) {
     return dataSet.findAndGetSint32(tag, number).good() ? number : absent;
 }
 
-/// The toolkit parses by recursion: the structure is looked at before.
-void CheckStructure(const QString& path) {
-    QFile file(path);
-    if (!file.open(QFile::ReadOnly | QFile::Unbuffered))
-        Fail(path, file.errorString().toStdString());
-    constexpr std::size_t pieceSize = 65536;
+std::unique_ptr<DcmDataset> Parsed(const QString& path) {
     try {
-        ByteWindow bytes(file.handle(), static_cast<std::uint64_t>(file.size()), pieceSize);
-        ScanDicom(bytes, LastHeaderGroup);
-    } catch (const StructureFault& fault) {
-        Fail(path, std::string("it cannot be read as a DICOM file: ") + fault.what());
+        return DicomFile::Unopened(InsidePath(path.toStdString())).ParseImage();
+    } catch (const Error& error) {
+        Fail(path, error.description);
     }
+}
+
+void CheckTexts(DcmDataset& dataSet, const QString& path) {
+    for (const DcmTagKey& tag : {DCM_SpecificCharacterSet, DCM_PatientName, DCM_PatientID, DCM_StudyInstanceUID,
+                                 DCM_StudyDate, DCM_StudyDescription, DCM_Modality, DCM_SeriesDescription})
+        if (DcmElement* text = nullptr;
+            dataSet.findAndGetElement(tag, text).good() && text->getLength() > LongestTextBytes)
+            Fail(path, "a text in its header is too long");
 }
 
 QString TextOf(DcmDataset& dataSet, const DcmTagKey& tag, TextKind kind) {
@@ -107,19 +110,9 @@ void ImageFile::RegisterDecoders() {
     OFLog::configure(OFLogger::OFF_LOG_LEVEL); // what cannot be shown says so in its place
 }
 
-ImageFile::ImageFile(const QString& path) : path_(path), file_(std::make_unique<DcmFileFormat>()) {
-    const QFileInfo info(path);
-    if (!info.exists())
-        Fail(path, "the file is not there (" + path.toStdString() + ")");
-    if (!info.isFile())
-        Fail(path, "it is no file (" + path.toStdString() + ")");
-
-    CheckStructure(path);
-    const OFCondition loaded = file_->loadFile(path.toLocal8Bit().constData());
-    if (loaded.bad())
-        Fail(path, std::string("it is damaged or no DICOM file (") + loaded.text() + ")");
-
-    DcmDataset& dataSet = *file_->getDataset();
+ImageFile::ImageFile(const QString& path) : path_(path), dataSet_(Parsed(path)) {
+    DcmDataset& dataSet = *dataSet_;
+    CheckTexts(dataSet, path);
     if (!dataSet.tagExists(DCM_PixelData))
         Fail(path, "it holds no image");
     const long rows = IntegerOf(dataSet, DCM_Rows, 0), columns = IntegerOf(dataSet, DCM_Columns, 0);
@@ -144,11 +137,11 @@ void ImageFile::Decode(int frame) {
         return;
     if (frame < 0 || frame >= frameCount_)
         Fail(path_, "it has no frame " + std::to_string(frame + 1L));
-    const E_TransferSyntax syntax = file_->getDataset()->getOriginalXfer();
+    const E_TransferSyntax syntax = dataSet_->getOriginalXfer();
     const DcmXfer coding(syntax);
     if (coding.isEncapsulated() && !DcmCodecList::canChangeCoding(syntax, EXS_LittleEndianExplicit))
         Fail(path_, std::string("its compression is not supported (") + coding.getXferName() + ")");
-    auto image = std::make_unique<DicomImage>(file_.get(), syntax, CIF_UsePartialAccessToPixelData,
+    auto image = std::make_unique<DicomImage>(dataSet_.get(), syntax, CIF_UsePartialAccessToPixelData,
                                               static_cast<unsigned long>(frame), 1UL);
     if (image->getStatus() != EIS_Normal)
         Fail(path_, std::string("its pixels cannot be read (") + DicomImage::getString(image->getStatus()) + ", " +

@@ -8,7 +8,7 @@
 #include <memory>
 #include <optional>
 
-class DcmFileFormat;
+class DcmDataset;
 class DicomImage;
 
 namespace tavrel {
@@ -65,7 +65,7 @@ private:
     void Decode(int frame);
 
     QString path_;
-    std::unique_ptr<DcmFileFormat> file_;
+    std::unique_ptr<DcmDataset> dataSet_;
     std::unique_ptr<DicomImage> image_; ///< of the frame decoded last
     int decodedFrame_ = -1;
     int frameCount_ = 0;

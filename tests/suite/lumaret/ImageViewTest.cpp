@@ -319,7 +319,8 @@ TEST_F(ImageViewTest, ExtremeParametersComeBackAsTheyWere) {
 
 TEST_F(ImageViewTest, AMissingFileIsSaidInTheImagesPlace) {
     view.Open(folder.filePath("gone.dcm"), 0, false);
-    EXPECT_EQ(view.Failure(), "gone.dcm cannot be shown: the file is not there (" + folder.filePath("gone.dcm") + ")");
+    EXPECT_EQ(view.Failure(), "gone.dcm cannot be shown: The file " + folder.filePath("gone.dcm") +
+                                  " cannot be read: No such file or directory.");
     EXPECT_EQ(view.FrameImage(), QImage());
 }
 
@@ -327,8 +328,6 @@ TEST_F(ImageViewTest, WhatIsNoImageIsSaid) {
     std::ofstream(folder.filePath("text.dcm").toStdString()) << "no image at all";
     view.Open(folder.filePath("text.dcm"), 0, false);
     EXPECT_TRUE(view.Failure().startsWith("text.dcm cannot be shown: ")) << view.Failure().toStdString();
-    view.Open(folder.path(), 0, false);
-    EXPECT_TRUE(view.Failure().contains("it is no file")) << view.Failure().toStdString();
 }
 
 TEST_F(ImageViewTest, ItSaysWhoseImageItIs) {

