@@ -16,6 +16,9 @@ inline constexpr std::size_t CodeScheme = ShortString;
 inline constexpr std::size_t CodeValue = ShortString;
 inline constexpr std::size_t CodeMeaning = LongString;
 
+/// A path of the system, in bytes (PATH_MAX of Linux).
+inline constexpr std::size_t Path = 4096;
+
 /// The root of a site's UIDs, to which a report adds ".1." and a time stamp of 19 characters.
 inline constexpr std::size_t BaseUid = Uid - 22;
 

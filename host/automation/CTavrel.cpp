@@ -7,6 +7,8 @@
 #include "host/Text.h"
 #include "host/chooser/frmSRSeriesChoice.h"
 #include "platform/attributes.h"
+#include "platform/limits.h"
+#include "platform/text.h"
 #include "sr/DcmSRDocument.h"
 #include "sr/ImagePresentationContext.h"
 
@@ -42,6 +44,19 @@ std::optional<SeriesRow> FindSeries(Database& database, const std::string& serie
     row->Close();
     connection->Close();
     return found;
+}
+
+/// The beginning of a text that is longer than any of its kind. A window with megabytes of it would not answer.
+std::string Beginning(std::string_view text) {
+    return std::string(FirstCharacters(text, longest::Uid)) + "...";
+}
+
+/// A client may send anything as a path, or as the look-up table, which is one too for some viewers.
+void CheckLength(std::string_view what, std::string_view path) {
+    if (path.size() > longest::Path)
+        throw Error(Fault::TypeMismatch, "Tavrel",
+                    std::string(what) + " is longer than " + std::to_string(longest::Path) +
+                        " characters: " + Beginning(path));
 }
 
 } // namespace
@@ -80,8 +95,13 @@ void CTavrel::LoadForImgSeries(const std::shared_ptr<DataSetList>& series) {
 }
 
 void CTavrel::LoadForImgSeries(std::span<const std::string> imageFiles) {
-    Trap([&] { OpenForImgSeries(global_.ports.dicom.OpenImageSeries(imageFiles)); },
-         [&](const Error& error) { ShowApplicationError(global_, "Quendor", "Esegui", error); });
+    Trap(
+        [&] {
+            for (const auto& file : imageFiles)
+                CheckLength("The name of an image file", file);
+            OpenForImgSeries(global_.ports.dicom.OpenImageSeries(imageFiles));
+        },
+        [&](const Error& error) { ShowApplicationError(global_, "Quendor", "Esegui", error); });
 }
 
 void CTavrel::OpenForImgSeries(const std::shared_ptr<DataSetList>& series) {
@@ -106,9 +126,12 @@ void CTavrel::OpenForImgSeries(const std::shared_ptr<DataSetList>& series) {
 
 void CTavrel::LoadSRSeries(const std::string& seriesUid) {
     TrapShort(global_.ports.windows, "Quendor.LoadSRSeries: ", [&] {
-        const auto series = FindSeries(global_.ports.database, seriesUid);
+        const bool possible = seriesUid.size() <= longest::Uid;
+        const auto series = possible ? FindSeries(global_.ports.database, seriesUid) : std::nullopt;
         if (!series) {
-            global_.ports.windows.Ask({.text = "Cannot find SRSeries UID='" + seriesUid + "'", .title = {}});
+            global_.ports.windows.Ask(
+                {.text = "Cannot find SRSeries UID='" + (possible ? seriesUid : Beginning(seriesUid)) + "'",
+                 .title = {}});
             return;
         }
         editor_.MakeShownCurrent();
@@ -128,7 +151,11 @@ void CTavrel::MarkViewed(const std::string& seriesUid) {
 
 void CTavrel::AddImageToSR(const std::string& filename, const ViewParametersHandle& viewPars,
                            const std::string& lutName) {
-    TrapShort(global_.ports.windows, "AddImageToSR ", [&] { editor_.AddImage(filename, viewPars, lutName); });
+    TrapShort(global_.ports.windows, "AddImageToSR ", [&] {
+        CheckLength("The name of the image", filename);
+        CheckLength("The name of the look-up table", lutName);
+        editor_.AddImage(filename, viewPars, lutName);
+    });
 }
 
 void CTavrel::RemoveImagesFromSR() {
@@ -150,6 +177,8 @@ void CTavrel::SendFileInfo(const std::string& filename, const ViewParametersHand
 void CTavrel::ShowImage(const std::string& filename, const ViewParametersHandle& viewPars, const std::string& lutName) {
     if (filename.empty() || !viewPars)
         return;
+    CheckLength("The name of the image", filename);
+    CheckLength("The name of the look-up table", lutName);
     auto& viewer = ConnectedViewer();
     viewer.SRFilename(filename);
     viewer.LUTName(lutName);

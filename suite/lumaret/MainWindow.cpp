@@ -23,6 +23,9 @@
 
 namespace tavrel {
 
+// Other programs' words are shown too, and no line of the window takes more.
+constexpr qsizetype LongestWords = 2000;
+
 MainWindow::MainWindow(StudyCatalogue& catalogue, TavrelClient& tavrel, ViewerService& service)
     : catalogue_(catalogue), tavrel_(tavrel), service_(service), studies_(new StudyPanel(catalogue)),
       image_(new ImageView), pane_(new ReportPane), splitter_(new QSplitter), reportImageList_(new QListWidget),
@@ -140,6 +143,7 @@ void MainWindow::ConnectReport() {
         ClearReportImages();
         Refresh();
     });
+    connect(&service_, &ViewerService::Refused, this, &MainWindow::Say);
     connect(&service_, &ViewerService::ListCleared, this, &MainWindow::ClearReportImages);
     connect(&service_, &ViewerService::ImageHanded, this, [this](const ReportImage& image) {
         ListReportImage(image);
@@ -343,9 +347,10 @@ void MainWindow::UpdateActions() {
 }
 
 void MainWindow::Say(const QString& words) {
-    words_->setText(words);
+    const QString shown = words.size() > LongestWords ? words.left(LongestWords) + "..." : words;
+    words_->setText(shown);
     words_->setCursorPosition(0);
-    words_->setToolTip(words);
+    words_->setToolTip(shown);
 }
 
 void MainWindow::ReportStored() {

@@ -2,6 +2,7 @@
 
 #include "platform/dbus/BusNames.h"
 #include "platform/dbus/ViewParametersMap.h"
+#include "platform/limits.h"
 
 #include <QDBusObjectPath>
 #include <QDBusPendingCallWatcher>
@@ -25,8 +26,15 @@ QDBusMessage AskStudy(const QString& owner) {
     return question;
 }
 
+/// A longer text is no study's, and would be shown.
+QString StudyIn(const QVariant& value) {
+    const QString study = value.toString();
+    constexpr qsizetype longest = longest::Uid;
+    return study.size() > longest ? study.left(longest) + "..." : study;
+}
+
 QString StudyIn(const QDBusPendingCall& answer) {
-    return answer.reply().arguments().value(0).value<QDBusVariant>().variant().toString();
+    return StudyIn(answer.reply().arguments().value(0).value<QDBusVariant>().variant());
 }
 
 } // namespace
@@ -118,7 +126,7 @@ void TavrelClient::ReportChanged(const QDBusMessage& signal) {
         return;
     const auto changed = qdbus_cast<QVariantMap>(signal.arguments().value(1));
     if (changed.contains(StudyOfReport))
-        TakeStudy(changed.value(StudyOfReport).toString());
+        TakeStudy(StudyIn(changed.value(StudyOfReport)));
 }
 
 void TavrelClient::TakeStudy(const QString& studyUid) {

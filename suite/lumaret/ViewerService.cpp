@@ -2,6 +2,7 @@
 
 #include "platform/dbus/BusNames.h"
 #include "platform/dbus/ViewParametersMap.h"
+#include "platform/limits.h"
 
 namespace tavrel {
 
@@ -20,7 +21,10 @@ void ViewerService::ViewPars(const QVariantMap& parameters) {
 }
 
 void ViewerService::ViewRefertImages() {
-    if (!srFilename_.isEmpty())
+    constexpr qsizetype longest = longest::Path;
+    if (srFilename_.size() > longest || lutName_.size() > longest)
+        emit Refused(tr("Not shown: the report handed over a file name of more than %1 characters.").arg(longest));
+    else if (!srFilename_.isEmpty())
         emit ImageHanded({srFilename_, viewPars_, lutName_});
 }
 

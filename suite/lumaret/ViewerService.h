@@ -33,6 +33,8 @@ public slots:
 signals:
     /// A report hands an image over, to be shown.
     void ImageHanded(const tavrel::ReportImage& image);
+    /// What a report handed over is no image; why, in plain words.
+    void Refused(const QString& words);
     void ListCleared();
 
 private:

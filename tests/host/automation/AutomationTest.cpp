@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+
 namespace tavrel::test {
 namespace {
 
@@ -158,6 +160,44 @@ TEST(AskingTheViewer, AMissingViewerIsSilentWhenItsListIsCleared) {
     CTavrel automation(station.global, station.viewers, station.chooser, station.editor);
     automation.RemoveImagesFromRefertList();
     EXPECT_EQ(station.windows.Texts(), Texts{"Viewer not loaded"});
+}
+
+const std::string Endless(1024UL * 1024, 'x');
+
+TEST(EndlessTexts, AreNoUidOfASeries) {
+    ReportingStation station;
+    station.automation.LoadSRSeries(Endless);
+    EXPECT_EQ(station.windows.Texts(), Texts{"Cannot find SRSeries UID='" + std::string(64, 'x') + "...'"});
+}
+
+TEST(EndlessTexts, AreNoImageFileOfASeries) {
+    ReportingStation station;
+    station.automation.LoadForImgSeries(std::array{std::string("a.dcm"), Endless});
+    ASSERT_EQ(station.windows.messages.size(), 1U);
+    EXPECT_TRUE(station.windows.messages[0].text.ends_with(
+        "The name of an image file is longer than 4096 characters: " + std::string(64, 'x') + "...)"));
+}
+
+TEST(EndlessTexts, AreNoImageAndNoLookUpTableOfAReport) {
+    ReportingStation station;
+    station.automation.RemoveImagesFromSR();
+    station.automation.AddImageToSR(Endless, SomeView(), "");
+    station.automation.AddImageToSR("a.dcm", SomeView(), Endless);
+    EXPECT_TRUE(station.global.report->pendingImages->empty());
+    EXPECT_EQ(
+        station.windows.Texts(),
+        (Texts{"AddImageToSR The name of the image is longer than 4096 characters: " + std::string(64, 'x') + "...",
+               "AddImageToSR The name of the look-up table is longer than 4096 characters: " + std::string(64, 'x') +
+                   "..."}));
+}
+
+TEST(EndlessTexts, AreNotSentToTheViewer) {
+    ReportingStation station;
+    station.viewers.calls.clear();
+    station.automation.SendFileInfo(Endless, SomeView(), "");
+    station.automation.SendFileInfo("a.dcm", SomeView(), Endless);
+    EXPECT_TRUE(station.viewers.calls.empty());
+    EXPECT_EQ(station.windows.messages.size(), 2U);
 }
 
 TEST(Closing, EndsTheProcessEvenWithUnsavedEdits) {

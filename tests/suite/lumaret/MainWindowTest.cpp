@@ -311,6 +311,11 @@ TEST_F(MainWindowTest, AFileMadeToHarmIsNamedAtTheStartAndTheSlicesGoOn) {
     EXPECT_TRUE(Image().HasImage());
 }
 
+TEST_F(MainWindowTest, WordsWithoutEndAreCut) {
+    emit client.Said(QString(10 * 1024 * 1024, 'x'));
+    EXPECT_EQ(Message(), QString(2000, 'x') + "...");
+}
+
 TEST_F(MainWindowTest, AddedImagesAreListedUntilTheReportIsClosed) {
     EXPECT_FALSE(Action("Add to report").isEnabled());
     OpenReport();

@@ -178,6 +178,23 @@ TEST_F(TavrelClientTest, AReportThatSomebodyElseSwitchedIsKnown) {
     EXPECT_TRUE(WaitUntil([&] { return client.OpenStudy() == Another; }));
 }
 
+TEST_F(TavrelClientTest, AStudyWithoutEndIsCut) {
+    StartTelling();
+    OpenReport();
+    tavrel->openStudy = std::string(1024UL * 1024, '1');
+    EXPECT_TRUE(WaitUntil([&] { return client.OpenStudy() == QString(64, '1') + "..."; }));
+}
+
+TEST_F(TavrelClientTest, WhatAnotherProgramTellsOfReportsIsNotHeard) {
+    StartTelling();
+    OpenReport();
+    auto spoofed = QDBusMessage::createSignal(TavrelReport.path, PropertiesInterface, "PropertiesChanged");
+    spoofed << TavrelReport.interface << QVariantMap{{StudyOfReport, Another}} << QStringList{};
+    ASSERT_TRUE(bus.Connect().send(spoofed));
+    Idle();
+    EXPECT_EQ(client.OpenStudy(), Study);
+}
+
 TEST_F(TavrelClientTest, AReportThatIsSwitchedDuringTheQuestionIsAskedAboutAnew) {
     StartTelling();
     OpenReport();

@@ -66,6 +66,16 @@ TEST_F(ViewerServiceTest, AnEmptyHandOverShowsNothing) {
     EXPECT_TRUE(handed.empty());
 }
 
+TEST_F(ViewerServiceTest, ANameWithoutEndIsNoImageAndThatIsSaid) {
+    QString said;
+    QObject::connect(&service, &ViewerService::Refused, [&](const QString& words) { said = words; });
+    const auto viewer = link.Create();
+    viewer->SRFilename(std::string(10UL * 1024 * 1024, 'x'));
+    viewer->ViewRefertImages();
+    EXPECT_TRUE(handed.empty());
+    EXPECT_EQ(said, "Not shown: the report handed over a file name of more than 4096 characters.");
+}
+
 TEST_F(ViewerServiceTest, AnImageWithoutViewParametersHasNone) {
     const auto viewer = link.Create();
     viewer->SRFilename("a.dcm");
