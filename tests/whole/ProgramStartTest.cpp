@@ -11,6 +11,9 @@
 #include <QDBusVariant>
 #include <QFileInfo>
 
+#include <algorithm>
+#include <array>
+
 namespace tavrel::test {
 namespace {
 
@@ -131,6 +134,21 @@ TEST_F(ProgramStart, ASecondAutomationStartEndsWithAMessage) {
     EXPECT_EQ(program.exitCode(), 1);
     EXPECT_TRUE(program.readAllStandardError().endsWith(
         "tavrel: Another process has the name \"Tavrel.CTavrel\" on the session bus.\n"));
+}
+
+TEST_F(ProgramStart, OfThoseStartedAtOnceOneIsTheProgram) {
+    std::array<QProcess, 3> starts;
+    for (QProcess& start : starts)
+        start.start(TAVREL_PROGRAM, {"--automation"});
+    const auto ended = [&] {
+        return std::ranges::count(starts, QProcess::NotRunning, [](const QProcess& start) { return start.state(); });
+    };
+    EXPECT_TRUE(WaitUntil([&] { return ended() == 2; }, std::chrono::seconds(20)));
+    EXPECT_TRUE(bus.HasOwner("Tavrel.CTavrel"));
+    for (QProcess& start : starts) {
+        start.kill();
+        start.waitForFinished();
+    }
 }
 
 TEST_F(ProgramStart, AnAutomationStartWithoutABusEndsWithAMessage) {

@@ -255,12 +255,25 @@ class TheViewer(BesideTheReport):
     def test_is_there_once(self):
         second = subprocess.Popen(["lumaret"])
         self.addCleanup(second.kill)
-        box = wait_until(lambda: next((window for each in _lumarets() for window in each.windows()
-                                       if "The viewer is open already." in window.labels()), None), "the message")
+        [box] = wait_until(lambda: _refusals(1), "the message")
         box.press("OK")
         self.assertEqual(second.wait(10), 0)
         self.assertEqual(self.viewer.series.count(), 1)
 
+    def test_is_there_once_of_those_started_at_once(self):
+        self.viewer.end()
+        started = [subprocess.Popen(["lumaret"], stderr=subprocess.DEVNULL) for _ in range(3)]
+        for process in started:
+            self.addCleanup(process.kill)
+        refused = wait_until(lambda: _refusals(2), "two of three to be refused")
+        for box in refused:
+            box.press("OK")
+        wait_until(lambda: len([each for each in started if each.poll() is None]) == 1, "one viewer")
 
-def _lumarets():
-    return [Program("Lumaret", process=process) for process in processes("lumaret")]
+
+def _refusals(count):
+    """The messages of those that are not the first, once there are so many."""
+    lumarets = [Program("Lumaret", process=process) for process in processes("lumaret")]
+    boxes = [window for each in lumarets for window in each.windows()
+             if "The viewer is open already." in window.labels()]
+    return boxes if len(boxes) == count else None

@@ -310,6 +310,30 @@ TEST_F(Automation, ASecondProcessCannotTakeTheName) {
     EXPECT_THROW(start(), Error);
 }
 
+TEST_F(Automation, AClientThatMadeAThousandObjectsAndVanishedHoldsUpNobody) {
+    {
+        const auto vanishing = bus.Connect();
+        for (int made = 0; made < 999; ++made)
+            Ask(vanishing, TavrelFactory, "CreateInstance");
+        ASSERT_TRUE(WaitForAnswer(Ask(vanishing, TavrelFactory, "CreateInstance")));
+        QDBusConnection::disconnectFromBus(vanishing.name());
+    }
+    EXPECT_EQ(record.ended.size(), 1000U);
+    ASSERT_TRUE(WaitForAnswer(Call("LoadSRSeries", {"1.2"})));
+    EXPECT_EQ(record.ended.back(), "LoadSRSeries 1.2");
+}
+
+TEST_F(Automation, AClientThatVanishesInsideItsCallHoldsUpNobody) {
+    const auto vanishing = bus.Connect();
+    ShowsWindow("LoadSRSeries 1.2", [&] {
+        QDBusConnection::disconnectFromBus(vanishing.name());
+        Idle();
+    });
+    Ask(vanishing, TavrelFactory.service, object, TavrelObjectInterface, "LoadSRSeries", {"1.2"});
+    ASSERT_TRUE(WaitUntil([&] { return !record.ended.empty(); }));
+    EXPECT_TRUE(WaitForAnswer(Call("LoadSRSeries", {"1.3"})));
+}
+
 TEST_F(Automation, WithoutABusThereIsAClearError) {
     const auto nowhere = QDBusConnection::connectToBus("unix:path=/nowhere", "nowhere");
     const auto failure = FailureOf([&] { DbusAutomation(nowhere, factory, process, {}); });
