@@ -24,6 +24,9 @@ namespace {
 /// More than this is not kept in memory for a file that may never be asked.
 constexpr std::uint64_t MostEarlyBytes = 16UL * 1024;
 
+/// No report and no header of an image is longer.
+constexpr std::uint64_t MostBytes = 256UL * 1024 * 1024;
+
 /// A report is read in one piece mostly; an image's header is a fraction of its file.
 constexpr std::size_t WholePiece = 256UL * 1024;
 constexpr std::size_t HeaderPiece = 16UL * 1024;
@@ -163,6 +166,8 @@ ParsedFile DicomFile::Read(std::uint16_t lastGroup) const {
                            "The file " + path_ +
                                " was changed or replaced since it was opened. Open the report again.");
     const DicomLayout layout = file.Scan(lastGroup);
+    if (layout.dataEnd - layout.metaBegin > MostBytes)
+        throw NoDicom(path_, "it has more than 256 MB");
     return ParseBytes(file.Read(layout.metaBegin, layout.dataEnd),
                       static_cast<std::size_t>(layout.dataBegin - layout.metaBegin), layout.transferSyntax,
                       layout.explicitVr, layout.bigEndian);

@@ -144,6 +144,8 @@ private:
             const Header header = ReadHeader(layout_.dataBegin, size, metaEncoding);
             if (header.length > size - header.valueBegin)
                 throw StructureFault("its header reaches beyond its end");
+            if (header.Vr() == "SQ")
+                throw StructureFault("its header holds a sequence");
             if (header.element == 0x0010 && header.length <= 64) {
                 const auto* text = bytes_.At(header.valueBegin, header.length);
                 layout_.transferSyntax.assign(reinterpret_cast<const char*>(text), header.length);

@@ -5,6 +5,7 @@
 #include "platform/error.h"
 #include "platform/paths.h"
 #include "suite/lumaret/ScreenText.h"
+#include "suite/lumaret/TrialRun.h"
 
 #include <dcmtk/config/osconfig.h>
 
@@ -141,11 +142,21 @@ void ImageFile::Decode(int frame) {
     const DcmXfer coding(syntax);
     if (coding.isEncapsulated() && !DcmCodecList::canChangeCoding(syntax, EXS_LittleEndianExplicit))
         Fail(path_, std::string("its compression is not supported (") + coding.getXferName() + ")");
+    if (!ComesToItsEnd([&] {
+            Take(frame);
+            Render(frame, OwnWindow(frame), false);
+        }))
+        Fail(path_, std::string("its pixels are damaged (") + coding.getXferName() + ")");
+    Take(frame);
+}
+
+void ImageFile::Take(int frame) {
+    const E_TransferSyntax syntax = dataSet_->getOriginalXfer();
     auto image = std::make_unique<DicomImage>(dataSet_.get(), syntax, CIF_UsePartialAccessToPixelData,
                                               static_cast<unsigned long>(frame), 1UL);
     if (image->getStatus() != EIS_Normal)
         Fail(path_, std::string("its pixels cannot be read (") + DicomImage::getString(image->getStatus()) + ", " +
-                        coding.getXferName() + ")");
+                        DcmXfer(syntax).getXferName() + ")");
     image_ = std::move(image);
     decodedFrame_ = frame;
     monochrome_ = image_->isMonochrome();

@@ -27,7 +27,8 @@ QString StudyUidOf(const QString& path);
 /// words that can stand on the screen in place of the image.
 ///
 /// Grey images of 8 to 16 bits, signed or not, and colour; compressed ones as far as the toolkit's
-/// decoders go. A file that is deflated as a whole is refused: it can grow without bound.
+/// decoders go, each frame after a trial: a decoder may end its process over damaged pixels. A file that is deflated as
+/// a whole is refused: it can grow without bound.
 class ImageFile {
 public:
     /// Registers the decoders of the compressed transfer syntaxes (JPEG, JPEG-LS, RLE), once, and
@@ -63,6 +64,7 @@ public:
 
 private:
     void Decode(int frame);
+    void Take(int frame);
 
     QString path_;
     std::unique_ptr<DcmDataset> dataSet_;

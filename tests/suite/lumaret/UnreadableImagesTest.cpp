@@ -1,4 +1,5 @@
 #include "suite/lumaret/ImageView.h"
+#include "suite/lumaret/TrialRun.h"
 #include "tests/platform/dcmtk/RawDicom.h"
 
 #include <QElapsedTimer>
@@ -6,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -102,6 +104,25 @@ const std::vector<Case> Cases{
     {"ALinkToItself", [](const auto& path) { std::filesystem::create_symlink(path, path); }, "cannot be read"},
 };
 
+void ExpectLittleMemory() {
+    rusage used{};
+    ::getrusage(RUSAGE_SELF, &used);
+    EXPECT_LT(used.ru_maxrss, 512L * 1024);
+}
+
+/// Sequences nested in the meta information, each of a length of its own.
+std::string DeepMetaInformation() {
+    std::vector<std::string> heads;
+    for (std::uint32_t depth = 0, size = 0; depth < 20'000; ++depth, size += 20)
+        heads.push_back(std::string("\2\0\2\1SQ\0\0", 8) + Number(size + 8, 4) + std::string("\xFE\xFF\0\xE0", 4) +
+                        Number(size, 4));
+    std::string bytes(128, '\0');
+    bytes += "DICM";
+    for (auto head = heads.rbegin(); head != heads.rend(); ++head)
+        bytes += *head;
+    return bytes + Header().Bytes();
+}
+
 class UnreadableImages : public testing::TestWithParam<Case> {
 protected:
     QTemporaryDir folder;
@@ -117,9 +138,7 @@ TEST_P(UnreadableImages, AreNamedInTheirPlaceSoon) {
     EXPECT_LT(time.elapsed(), 2000);
     EXPECT_TRUE(view.Failure().startsWith("x.dcm cannot be shown: "));
     EXPECT_TRUE(view.Failure().contains(QString::fromStdString(GetParam().words))) << view.Failure().toStdString();
-    rusage used{};
-    ::getrusage(RUSAGE_SELF, &used);
-    EXPECT_LT(used.ru_maxrss, 512L * 1024);
+    ExpectLittleMemory();
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, UnreadableImages, testing::ValuesIn(Cases),
@@ -130,6 +149,34 @@ TEST_F(UnreadableImages, HaveNoneAmongThoseWithAnUnreadableTail) {
     view.Open(path, 0, false);
     EXPECT_EQ(view.Failure(), "");
     EXPECT_EQ(view.FrameImage().size(), QSize(2, 2));
+}
+
+TEST_F(UnreadableImages, WhosePixelsEndTheDecoderEndNoViewer) {
+    view.Open(LUMARET_FUZZ_CORPUS "/damaged-rle.dcm", 0, false);
+    EXPECT_TRUE(view.Failure().contains("its pixels are damaged")) << view.Failure().toStdString();
+}
+
+TEST_F(UnreadableImages, WithSequencesInTheirMetaInformationEndNoViewer) {
+    PutBytes(path.toStdString(), DeepMetaInformation());
+    EXPECT_EQ(StudyUidOf(path), "");
+}
+
+TEST_F(UnreadableImages, AreNotReadWholeForTheirStudy) {
+    PutLongFile(path.toStdString(), RawDicom().Raw(std::string("\x10\0\x10\0UN\0\0", 8) + Number(Long, 4)).File());
+    EXPECT_EQ(StudyUidOf(path), "");
+    ExpectLittleMemory();
+}
+
+TEST(TrialRuns, TellWhetherTheWorkComesToItsEnd) {
+    EXPECT_TRUE(ComesToItsEnd([] {}));
+    EXPECT_TRUE(ComesToItsEnd([] { throw std::runtime_error("a failure is an end too"); }));
+    EXPECT_FALSE(ComesToItsEnd([] { std::raise(SIGKILL); }));
+}
+
+TEST(TrialRuns, LeaveNothingBehind) {
+    int counted = 0;
+    EXPECT_TRUE(ComesToItsEnd([&] { ++counted; }));
+    EXPECT_EQ(counted, 0);
 }
 
 } // namespace
