@@ -1,36 +1,15 @@
-#include "DicomFileFuzz.h"
+// A file is loaded, read and written as a report is: the structural scan, the decoder and the encoder.
 
 #include "platform/attributes.h"
 #include "platform/dcmtk/DcmtkLibrary.h"
 #include "platform/error.h"
+#include "tests/fuzz/Entry.h"
 
 #include <array>
-#include <cstdlib>
-#include <string>
-
-#include <sys/mman.h>
-#include <unistd.h>
 
 namespace {
 
 using namespace tavrel;
-
-/// A file without a place in a folder.
-class MemoryFile {
-public:
-    MemoryFile(const std::uint8_t* bytes, std::size_t size) : handle_(::memfd_create("report", MFD_CLOEXEC)) {
-        if (handle_ < 0 || ::write(handle_, bytes, size) != static_cast<ssize_t>(size))
-            std::abort();
-    }
-    MemoryFile(const MemoryFile&) = delete;
-    MemoryFile& operator=(const MemoryFile&) = delete;
-    ~MemoryFile() { ::close(handle_); }
-
-    std::string Path() const { return "/proc/self/fd/" + std::to_string(handle_); }
-
-private:
-    int handle_;
-};
 
 void ReadItems(const DicomDataSet& dataSet, int depth) {
     constexpr std::array sequences{attribute::ContentSequence, attribute::VerifyingObserverSequence,
@@ -50,7 +29,7 @@ void ReadItems(const DicomDataSet& dataSet, int depth) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
     static DcmtkLibrary library;
-    const MemoryFile file{bytes, size};
+    const test::MemoryFile file{bytes, size};
     const std::array paths{file.Path()};
     try {
         library.OpenImageSeries(paths)->GetElementString(0, attribute::PatientName);
