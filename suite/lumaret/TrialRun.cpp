@@ -16,7 +16,8 @@ constexpr unsigned LongestSeconds = 10;
 [[noreturn]] void Try(const std::function<void()>& work) {
     constexpr rlimit none{};
     ::setrlimit(RLIMIT_CORE, &none);
-    std::signal(SIGALRM, SIG_DFL);
+    for (const int fatal : {SIGALRM, SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV})
+        std::signal(fatal, SIG_DFL); // nobody shall report the end of a copy
     ::alarm(LongestSeconds);
     try {
         work();

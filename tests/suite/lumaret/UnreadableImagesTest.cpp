@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <ranges>
 
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -118,8 +119,8 @@ std::string DeepMetaInformation() {
                         Number(size, 4));
     std::string bytes(128, '\0');
     bytes += "DICM";
-    for (auto head = heads.rbegin(); head != heads.rend(); ++head)
-        bytes += *head;
+    for (const std::string& head : std::views::reverse(heads))
+        bytes += head;
     return bytes + Header().Bytes();
 }
 
