@@ -54,13 +54,13 @@ QVariant NextValue(Bytes& bytes) {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
     const QStringList keys = ViewParametersMap(std::make_shared<ViewParameters>()).keys() + QStringList{"Other"};
-    Bytes bytes(data, size);
+    Bytes input(bytes, size);
     QVariantMap sent;
-    while (!bytes.AtEnd()) {
-        const QString& key = keys[bytes.Next<std::uint8_t>() % keys.size()];
-        sent.insert(key, NextValue(bytes));
+    while (!input.AtEnd()) {
+        const QString& key = keys[input.Next<std::uint8_t>() % keys.size()];
+        sent.insert(key, NextValue(input));
     }
     const auto parameters = ViewParametersOf(sent);
     if (!parameters)
