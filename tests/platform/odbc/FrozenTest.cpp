@@ -2,10 +2,15 @@
 #include "tests/platform/odbc/EngineTest.h"
 #include "tests/support/InlineBackground.h"
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
+#include <thread>
 
 namespace tavrel {
 namespace {
@@ -15,12 +20,26 @@ using namespace std::chrono_literals;
 /// A process that keeps its connections and says nothing, until the end of its scope.
 class Frozen {
 public:
-    explicit Frozen(int process) : process_(process) { EXPECT_EQ(kill(process_, SIGSTOP), 0); }
+    explicit Frozen(int process) : process_(process) {
+        EXPECT_EQ(kill(process_, SIGSTOP), 0);
+        while (!Stopped())
+            std::this_thread::sleep_for(1ms);
+    }
     ~Frozen() { kill(process_, SIGCONT); }
     Frozen(const Frozen&) = delete;
     Frozen& operator=(const Frozen&) = delete;
 
 private:
+    /// Each thread stops when it comes to it.
+    bool Stopped() const {
+        const auto threads = std::filesystem::directory_iterator("/proc/" + std::to_string(process_) + "/task");
+        return std::ranges::all_of(threads, [](const auto& thread) {
+            std::ifstream file(thread.path() / "stat");
+            const std::string stat{std::istreambuf_iterator(file), {}};
+            return stat.find(") T ") != std::string::npos;
+        });
+    }
+
     int process_;
 };
 
