@@ -142,7 +142,8 @@ void ImageFile::Decode(int frame) {
     const DcmXfer coding(syntax);
     if (coding.isEncapsulated() && !DcmCodecList::canChangeCoding(syntax, EXS_LittleEndianExplicit))
         Fail(path_, std::string("its compression is not supported (") + coding.getXferName() + ")");
-    if (!ComesToItsEnd([&] {
+    // The toolkit's decoders fall over damaged pixels; what is not compressed needs none, and no copy at each slice.
+    if (coding.isEncapsulated() && !ComesToItsEnd([&] {
             Take(frame);
             Render(frame, OwnWindow(frame), false);
         }))

@@ -216,9 +216,9 @@ TEST_F(Unsent, OtherFilesOfTheFolderAreNoVersions) {
 }
 
 TEST_F(Unsent, ALaterVersionDoesNotOvertakeAnEarlierOne) {
-    const auto service = room.StartService();
     fs::create_directories(room.Unsent());
     auto other = std::make_unique<Holder>(room.Unsent());
+    const auto service = room.StartService();
     Keep(Version(1));
     EXPECT_EQ(Version(2).Send(room, "AE_INTERNAL"), OutOfResources);
     EXPECT_THAT(room.ServiceLog(), HasSubstr("an earlier version waits: another storage service has its folder"));
@@ -229,9 +229,9 @@ TEST_F(Unsent, ALaterVersionDoesNotOvertakeAnEarlierOne) {
 }
 
 TEST_F(Unsent, AWaitingVersionHoldsUpNoOtherReport) {
-    const auto service = room.StartService();
     fs::create_directories(room.Unsent());
     const Holder other(room.Unsent());
+    const auto service = room.StartService();
     Keep(Version(1));
     EXPECT_EQ(Version(2, "2.999.5").Send(room, "AE_INTERNAL"), Stored);
     EXPECT_EQ(Waiting(), 1U);
