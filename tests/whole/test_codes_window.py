@@ -305,12 +305,12 @@ class MaintainingATable(CodesWindowTest):
 
         self.assertEqual(self.row("OWN4"), [])
 
-    def test_tells_of_a_statement_that_fails_and_keeps_the_boxes(self):
+    def test_refuses_a_code_that_would_turn_a_statement_and_keeps_the_boxes(self):
         self.manager.press("Add")
         self.manager.write("Code", "o'wn")
         self.manager.write("Meaning", "With an apostrophe")
         self.manager.press("Done")
-        self.assertIn("syntax error", self.report.confirm("[SQLite]"))
+        self.report.confirm("The catalogue cannot be asked with a text that holds an apostrophe: O'WN")
 
         self.assertEqual(self.manager.read("Code"), "o'wn")
         self.assertEqual(self.row("O'WN"), [])
