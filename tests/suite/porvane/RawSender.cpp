@@ -53,14 +53,17 @@ std::string Even(std::string text, char padding) {
     return text;
 }
 
+std::size_t LittleEndian(std::string_view bytes) {
+    return static_cast<unsigned char>(bytes[0]) + static_cast<unsigned char>(bytes[1]) * std::size_t{256};
+}
+
 /// The value of an element of the command.
 std::string ValueOf(std::string_view command, std::uint16_t wanted) {
     while (command.size() >= 8) {
-        const auto element = static_cast<unsigned char>(command[2]) | static_cast<unsigned char>(command[3]) << 8U;
-        const auto length = static_cast<unsigned char>(command[4]) | static_cast<unsigned char>(command[5]) << 8U;
-        if (element == wanted)
+        const std::size_t length = LittleEndian(command.substr(4));
+        if (LittleEndian(command.substr(2)) == wanted)
             return std::string(command.substr(8, length));
-        command.remove_prefix(std::min<std::size_t>(8 + length, command.size()));
+        command.remove_prefix(std::min(8 + length, command.size()));
     }
     return {};
 }
