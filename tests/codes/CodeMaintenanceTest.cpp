@@ -360,7 +360,7 @@ TEST_F(CodeMaintenanceTest, AnUnknownKeyFailsAndSaysSo) {
 struct UnwritableCode {
     std::string_view name;
     std::string code, scheme, meaning, words;
-    friend void PrintTo(const UnwritableCode& code, std::ostream* out) { *out << code.name; }
+    friend void PrintTo(const UnwritableCode& unwritable, std::ostream* out) { *out << unwritable.name; }
 };
 
 class UnwritableCodes : public CodeMaintenanceTest, public testing::WithParamInterface<UnwritableCode> {};
