@@ -7,11 +7,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <ranges>
 
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -119,8 +119,7 @@ std::string DeepMetaInformation() {
                         Number(size, 4));
     std::string bytes(128, '\0');
     bytes += "DICM";
-    for (const std::string& head : std::views::reverse(heads))
-        bytes += head;
+    std::for_each(heads.rbegin(), heads.rend(), [&](const std::string& head) { bytes += head; });
     return bytes + Header().Bytes();
 }
 
