@@ -19,6 +19,8 @@ namespace {
 constexpr std::size_t MostNamed = 3;
 /// From this part of the printable length on the reading is counted.
 constexpr std::size_t CountedFrom = LongestPrintedReading * 4 / 5;
+/// Nobody shortens a reading of more by the number.
+constexpr std::size_t MostCounted = 2000;
 
 std::string WithThousands(std::size_t number) {
     std::string digits = std::to_string(number);
@@ -46,16 +48,29 @@ std::size_t LineOf(std::string_view text, std::size_t offset) {
     return 1 + static_cast<std::size_t>(std::ranges::count(text.substr(0, offset), '\n'));
 }
 
-/// How many bytes at the begin and at the end of two texts are the same whole lines.
-std::pair<std::size_t, std::size_t> SameLines(std::string_view a, std::string_view b) {
-    const auto shorter = std::min(a.size(), b.size());
-    const auto different = std::ranges::mismatch(a, b).in1 - a.begin();
-    const auto headEnd = a.substr(0, static_cast<std::size_t>(different)).rfind('\n');
-    const auto head = headEnd == std::string_view::npos ? 0 : headEnd + 1;
-    const auto rest = static_cast<std::ptrdiff_t>(shorter - head);
-    const auto same = std::mismatch(a.rbegin(), a.rbegin() + rest, b.rbegin()).first - a.rbegin();
-    const auto tailBegin = a.substr(a.size() - static_cast<std::size_t>(same)).find('\n');
-    return {head, tailBegin == std::string_view::npos ? 0 : static_cast<std::size_t>(same) - tailBegin};
+/// How many bytes at the beginning of two texts are the same whole lines.
+std::size_t SameHead(std::string_view a, std::string_view b) {
+    std::size_t head = 0;
+    for (auto end = a.find('\n'); end != std::string_view::npos; end = a.find('\n', head)) {
+        const auto line = a.substr(head, end + 1 - head);
+        if (!b.substr(head).starts_with(line))
+            break;
+        head = end + 1;
+    }
+    return head;
+}
+
+/// How many at their end, each line with the break before it.
+std::size_t SameTail(std::string_view a, std::string_view b) {
+    const auto whole = a.size();
+    for (auto begin = a.rfind('\n'); begin != std::string_view::npos; begin = a.rfind('\n')) {
+        const auto line = a.substr(begin);
+        if (!b.ends_with(line))
+            break;
+        a.remove_suffix(line.size());
+        b.remove_suffix(line.size());
+    }
+    return whole - a.size();
 }
 
 /// What tells one report from another; empty when it cannot be told.
@@ -104,8 +119,12 @@ void WritingHelp::Look() {
 
 /// No line depends on another: those that are as they were judged last are not judged again.
 WritingHelp::Judged WritingHelp::JudgeAfter(const Judged& last, const std::string& text) const {
-    const auto [head, tail] = SameLines(last.text, text);
-    const auto middle = std::string_view(text).substr(head, text.size() - tail - head);
+    const std::string_view former = last.text;
+    std::string_view middle = text;
+    const auto head = SameHead(former, middle);
+    middle.remove_prefix(head);
+    const auto tail = SameTail(former.substr(head), middle);
+    middle.remove_suffix(tail);
     Judged now{text, {}};
     for (const LostCharacter& lost : last.lost)
         if (lost.offset < head)
@@ -113,8 +132,8 @@ WritingHelp::Judged WritingHelp::JudgeAfter(const Judged& last, const std::strin
     for (const auto& [lost, offset] : global_.ports.dicom.FindUnwritable(middle, ReportCharacterSet))
         now.lost.push_back({lost, head + offset});
     for (const auto& [lost, offset] : last.lost)
-        if (offset >= last.text.size() - tail)
-            now.lost.push_back({lost, offset - last.text.size() + text.size()});
+        if (offset >= former.size() - tail)
+            now.lost.push_back({lost, offset - former.size() + text.size()});
     return now;
 }
 
@@ -154,15 +173,17 @@ void WritingHelp::TellLost() {
 }
 
 void WritingHelp::TellLength() {
-    const auto length = CountCharacters(controls_.reading.Text());
+    const std::string_view text = controls_.reading.Text();
+    const auto counted = FirstCharacters(text, MostCounted);
+    const auto length = CountCharacters(counted);
     const bool tooLong = length > LongestPrintedReading;
     // In steps: words that change at every key are no calm sight, and the window is laid out anew for each.
     constexpr std::size_t step = 10;
     const auto bound = WithThousands(LongestPrintedReading);
     std::string words;
     if (tooLong)
-        words = "About " + WithThousands((length + step - 1) / step * step) + " characters: more than the " + bound +
-                " that can be printed";
+        words = (counted.size() < text.size() ? "More than " : "About ") +
+                WithThousands((length + step - 1) / step * step) + " characters, of which " + bound + " can be printed";
     else if (length >= CountedFrom)
         words = "About " + WithThousands(length / step * step) + " of the " + bound + " characters that can be printed";
     controls_.length.Text(words);

@@ -53,9 +53,26 @@ inline bool IsContinuation(char byte) {
     return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
 }
 
+/// The length of the UTF-8 character at the beginning of `text`; 0 when there is none.
+inline std::size_t CharacterLength(std::string_view text) {
+    const auto lead = text.empty() ? 0xFFU : static_cast<unsigned char>(text.front());
+    const std::size_t length = lead < 0x80   ? 1
+                               : lead < 0xC2 ? 0
+                               : lead < 0xE0 ? 2
+                               : lead < 0xF0 ? 3
+                               : lead < 0xF5 ? 4
+                                             : 0;
+    const bool whole =
+        length > 0 && length <= text.size() && std::ranges::all_of(text.substr(1, length - 1), IsContinuation);
+    return whole ? length : 0;
+}
+
 /// The number of characters (code points) of a UTF-8 text.
 inline std::size_t CountCharacters(std::string_view text) {
-    return text.size() - static_cast<std::size_t>(std::ranges::count_if(text, IsContinuation));
+    std::size_t count = 0;
+    for (const char byte : text)
+        count += IsContinuation(byte) ? 0 : 1;
+    return count;
 }
 
 /// The first `count` characters of a UTF-8 text.

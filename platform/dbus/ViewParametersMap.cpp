@@ -73,13 +73,13 @@ bool IsNumber(const QVariant& value) {
 void Read(const QVariant& value, float& field) {
     if (!IsNumber(value))
         return;
-    const double number = value.toDouble();
+    const double number = value.value<double>();
     constexpr double largest = std::numeric_limits<float>::max();
     field = static_cast<float>(std::isfinite(number) ? std::clamp(number, -largest, largest) : number);
 }
 
 void Read(const QVariant& value, std::int32_t& field) {
-    const double number = IsNumber(value) ? value.toDouble() : std::numeric_limits<double>::quiet_NaN();
+    const double number = IsNumber(value) ? value.value<double>() : std::numeric_limits<double>::quiet_NaN();
     if (number >= std::numeric_limits<std::int32_t>::min() && number <= std::numeric_limits<std::int32_t>::max())
         field = static_cast<std::int32_t>(number);
 }

@@ -2,6 +2,7 @@
 
 #include "platform/text.h"
 
+#include <algorithm>
 #include <map>
 #include <stdexcept>
 #include <utility>
@@ -103,22 +104,16 @@ bool IsMark(char32_t character) {
 }
 
 char32_t TakeCharacter(std::string_view& utf8) {
-    const auto byte = [&](std::size_t at) { return static_cast<unsigned char>(utf8[at]); };
-    const unsigned char lead = byte(0);
-    const std::size_t length = lead < 0x80   ? 1
-                               : lead < 0xC2 ? 0
-                               : lead < 0xE0 ? 2
-                               : lead < 0xF0 ? 3
-                               : lead < 0xF5 ? 4
-                                             : 0;
-    bool sound = length > 0 && utf8.size() >= length;
-    char32_t character = length < 2 ? lead : lead & (0x7FU >> length);
-    for (std::size_t at = 1; sound && at < length; ++at) {
-        sound = IsContinuation(utf8[at]);
-        character = character << 6 | (byte(at) & 0x3FU);
-    }
-    utf8.remove_prefix(sound ? length : 1);
-    return sound ? character : U'\uFFFD';
+    const std::size_t length = CharacterLength(utf8);
+    const std::string_view bytes = utf8.substr(0, std::max<std::size_t>(length, 1));
+    utf8.remove_prefix(bytes.size());
+    if (length == 0)
+        return U'\uFFFD';
+    const auto lead = static_cast<unsigned char>(bytes.front());
+    char32_t character = length == 1 ? lead : lead & (0x7FU >> length);
+    for (const char byte : bytes.substr(1))
+        character = character << 6 | (static_cast<unsigned char>(byte) & 0x3FU);
+    return character;
 }
 
 } // namespace tavrel

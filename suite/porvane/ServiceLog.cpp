@@ -16,21 +16,6 @@ namespace {
 
 constexpr std::size_t LongestMessage = 1000;
 
-/// The length of the UTF-8 character at the beginning of `text`; 0 when there is none.
-std::size_t CharacterLength(std::string_view text) {
-    const auto lead = static_cast<unsigned char>(text.front());
-    const std::size_t length = lead < 0x80   ? 1
-                               : lead < 0xC2 ? 0
-                               : lead < 0xE0 ? 2
-                               : lead < 0xF0 ? 3
-                               : lead < 0xF5 ? 4
-                                             : 0;
-    if (length > text.size() ||
-        !std::ranges::all_of(text.substr(1, std::max<std::size_t>(length, 1) - 1), IsContinuation))
-        return 0;
-    return length;
-}
-
 /// Control characters, those of the upper half too, ends of lines and turns of the writing direction.
 bool MovesTheCursor(std::string_view character) {
     constexpr std::array turns = {std::pair("\u200E", "\u200F"), std::pair("\u2028", "\u202E"),

@@ -178,8 +178,13 @@ TEST_F(PrintedLengths, AreCountedInTensOfCharacters) {
 TEST_F(PrintedLengths, CallForAttentionWhenTheyAreTooLong) {
     CountOf(LongestPrintedReading);
     EXPECT_EQ(editor.lblPrintedLength.Emphasis(), Label::Tone::Neutral);
-    EXPECT_EQ(CountOf(LongestPrintedReading + 1), "About 1,030 characters: more than the 1,024 that can be printed");
+    EXPECT_EQ(CountOf(LongestPrintedReading + 1), "About 1,030 characters, of which 1,024 can be printed");
     EXPECT_EQ(editor.lblPrintedLength.Emphasis(), Label::Tone::Attention);
+}
+
+TEST_F(PrintedLengths, AreCountedNoFurtherThanAnyoneWouldShorten) {
+    EXPECT_EQ(CountOf(2000), "About 2,000 characters, of which 1,024 can be printed");
+    EXPECT_EQ(CountOf(2001), "More than 2,000 characters, of which 1,024 can be printed");
 }
 
 TEST_F(PrintedLengths, AreToldOfAVersionThatCannotBeChangedToo) {
