@@ -11,6 +11,14 @@ namespace tavrel {
 
 class SuiteRoom;
 
+/// The statuses of a C-STORE response that the service answers with (DICOM PS3.4, table B.2-1; PS3.7, C.5).
+constexpr int Stored = 0x0000;
+constexpr int ProcessingFailure = 0x0110;
+constexpr int NotAuthorized = 0x0124;
+constexpr int OutOfResources = 0xA700;
+constexpr int DoesNotMatch = 0xA900;
+constexpr int CannotUnderstand = 0xC000;
+
 /// A real image of a modality.
 std::filesystem::path RealImage(const std::string& name = "CT_small.dcm");
 

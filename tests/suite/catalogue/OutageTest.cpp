@@ -11,8 +11,6 @@
 namespace tavrel {
 namespace {
 
-constexpr int Stored = 0x0000;
-
 /// A server that fails the storage service, each test on the servers of tests/support/engines.
 class ServerOutage : public testing::TestWithParam<const char*> {
 protected:

@@ -19,10 +19,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int Stored = 0x0000;
-constexpr int ProcessingFailure = 0x0110;
-constexpr int OutOfResources = 0xA700;
-
 class StorageFailure : public testing::Test {
 protected:
     /// Nothing of a refused or interrupted object is left, neither on disk nor in the catalogue.

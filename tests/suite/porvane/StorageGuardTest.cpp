@@ -24,11 +24,6 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
-constexpr int Stored = 0x0000;
-constexpr int NotAuthorized = 0x0124;
-constexpr int OutOfResources = 0xA700;
-constexpr int DoesNotMatch = 0xA900;
-constexpr int CannotUnderstand = 0xC000;
 constexpr long Megabyte = 1024;
 
 /// What other programs of the machine can do to the service through its port.

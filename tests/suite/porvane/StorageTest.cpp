@@ -17,10 +17,6 @@
 namespace tavrel {
 namespace {
 
-constexpr int Stored = 0x0000;
-constexpr int DoesNotMatch = 0xA900;
-constexpr int CannotUnderstand = 0xC000;
-
 class Storage : public testing::Test {
 protected:
     std::string StoreUtf8(const std::string& characterSet, const std::string& name) {

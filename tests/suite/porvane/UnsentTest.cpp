@@ -27,10 +27,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-constexpr int Stored = 0x0000;
-constexpr int CannotUnderstand = 0xC000;
-constexpr int OutOfResources = 0xA700;
-
 /// Versions that the report editor could not send.
 class Unsent : public testing::Test {
 protected:
