@@ -58,7 +58,6 @@ constexpr std::array Plains = {
     Plain{"℃", "°C"},
     Plain{"℉", "°F"},
     Plain{"\u2126", "Ohm"},
-    Plain{"K", "K"},
     Plain{"ℓ", "l"},
     Plain{"№", "No."},
     Plain{"‰", " per mille"},
@@ -70,6 +69,7 @@ constexpr std::array Plains = {
     Plain{"■", "-"},
     Plain{"□", "-"},
     Plain{"○", "-"},
+    Plain{"．", "."},
 
     // μ is what many keyboards write for the micro of units, which Latin-1 has.
     Plain{"μ", "µ"},

@@ -4,6 +4,7 @@
 #include "platform/qt/ListBinding.h"
 #include "platform/qt/QtText.h"
 #include "platform/qt/TextBoxBinding.h"
+#include "platform/qt/WrappingLabel.h"
 
 #include <QComboBox>
 #include <QEvent>
@@ -33,7 +34,10 @@ public:
 protected:
     void ShowState(bool) override {
         widget_.setEnabled(label_.Enabled()); // Within a frame that is out of reach it is still read.
-        widget_.setText(ToQt(label_.Text()));
+        if (widget_.wordWrap())
+            SayWrapped(widget_, ToQt(label_.Text()));
+        else
+            widget_.setText(ToQt(label_.Text()));
         // A long text is cut off where no blank lets it wrap; and it is never markup, here either.
         widget_.setToolTip(Qt::convertFromPlainText(ToQt(label_.Text())));
         constexpr std::array tones{"neutral", "attention", "settled", "failure"};

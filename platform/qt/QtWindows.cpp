@@ -3,6 +3,7 @@
 #include "platform/error.h"
 #include "platform/qt/FormWindow.h"
 #include "platform/qt/QtText.h"
+#include "platform/qt/WrappingLabel.h"
 
 #include <QApplication>
 #include <QEventLoop>
@@ -155,6 +156,7 @@ Answer QtWindows::Ask(const MessageBox& message) {
     box.setWindowTitle(tavrel::ToQt(message.title));
     box.setTextFormat(Qt::PlainText);
     box.setText(tavrel::ToQt(message.text));
+    SayWrapped(*box.findChild<QLabel*>("qt_msgbox_label"), tavrel::ToQt(message.text));
     box.setIcon(ToQt(message.icon));
     const auto offered = Offered(message.buttons);
     for (const auto answer : offered)

@@ -1,6 +1,7 @@
 #include "platform/qt/WrappingLabel.h"
 
 #include <QPainter>
+#include <QRegularExpression>
 #include <QTextLayout>
 
 #include <cmath>
@@ -45,6 +46,12 @@ void WrappingLabel::paintEvent(QPaintEvent*) {
     QTextLayout layout(text(), font());
     BreakLines(layout, width());
     layout.draw(&painter, QPointF(0, 0));
+}
+
+void SayWrapped(QLabel& label, const QString& text) {
+    static const QRegularExpression separator(R"(([/\\])(?=\S{12}))");
+    label.setText(QString(text).replace(separator, "\\1\u200B"));
+    label.setAccessibleName(text);
 }
 
 } // namespace tavrel

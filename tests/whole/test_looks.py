@@ -1,7 +1,9 @@
 """Every window as it looks: it fits the screen and follows the desktop's colours. The pictures stay,
 for whoever changes a layout."""
 
-from bus import DarkDesktop
+from pathlib import Path
+
+from bus import DarkDesktop, GLib
 from case import PICTURES, SystemTest, ViewerTest
 from person.driver import key, keys, wait_until
 from person.editor import SEARCH
@@ -40,7 +42,7 @@ class Looks:
         self.assertGreaterEqual(min(left, top), 0, name)
         self.assertLessEqual(left + width, self.screen[0], name)
         self.assertLessEqual(top + height, self.screen[1], name)
-        light = brightness(path, left, top, width, height=24)  # not the paper in a preview
+        light = brightness(path, left, top, width, height=8)  # neither the band nor the paper in a preview
         self.assertTrue(light < 0.35 if self.dark else light > 0.7, f"{name}: brightness {light}")
 
 
@@ -146,11 +148,52 @@ class OfTheReport(Looks, SystemTest):
         report.confirm("The report cannot be stored: ")
         report.close()
 
+    def take_waiting_images(self, study):
+        client = self.client()
+        report = self.open(study, client)
+        worthless = {"Zoom": GLib.Variant("d", float("nan"))}
+        client.begin("AddImageToSR", "(sa{sv}s)", Path(study.images()[0]).name, worthless, "").result(10)
+        report.fill(title="CT of the chest", reading="No focal lesion in either lung.")
+        report.press("Save")
+        self.picture("images-message", report.program.message("frmReport.Porvane_OnStore:13"))
+        report.confirm("frmReport.Porvane_OnStore:13")
+        self.picture("report-images-waiting", report)
+        report.fill(reading=READING)
+        report.press("Save")
+        report.confirm("frmReport.Porvane_OnStore:13")
+        report.close()
+
+    def take_damaged(self, study):
+        report = self.open(study)
+        report.new()
+        report.fill(title="Second opinion", reading="As before.")
+        report.save()
+        report.close()
+        study.report_files(0)[1].write_bytes(b"torn")
+        study.report_files(1)[0].write_bytes(b"torn")
+        client = self.client()
+        program = self.program(client)
+        opening = client.begin("LoadForImgSeries", "(as)", study.images())
+        chooser = program.window("Report selection")
+        self.picture("chooser-damaged", chooser)
+        chooser.list("Reports").click(0)
+        chooser.press("OK")
+        damage = program.message("SRDocument.LoadSeries(")
+        self.picture("damaged-message", damage)
+        damage.press("OK")
+        opening.result(10)
+        report = self.editor(client)
+        self.picture("report-damaged", report)
+        report.close()
+
     def take_all(self):
         study = Study(PatientName="ROSSINI^ANNA MARIA", PatientBirthDate="19580214", PatientSex="F",
                       ReferringPhysicianName="Neri^Luca", StudyDescription="CT of the chest with contrast medium")
         self.take_report(study)
         self.take_failure()
+        other = Study(PatientName="VERDI^GIUSEPPE", StudyDescription="CT of the chest")
+        self.take_waiting_images(other)
+        self.take_damaged(other)
         self.take_chooser(study)
 
 

@@ -1,5 +1,6 @@
 #include "platform/qt/FormBinder.h"
 #include "platform/qt/Layouts.h"
+#include "platform/qt/WrappingLabel.h"
 #include "tests/editor/ReportingStation.h"
 
 #include <QWidget>
@@ -29,6 +30,17 @@ TEST_F(Forms, TheChooserHasAWidgetForEachControl) {
 
 TEST_F(Forms, TheCodeTablesManagerHasAWidgetForEachControl) {
     EXPECT_THAT(Missing(station_.codeTables), testing::IsEmpty());
+}
+
+TEST_F(Forms, NoFailureThatNamesAFileWidensTheEditor) {
+    QWidget window;
+    DesignedLayouts().at("frmReport")(window);
+    const int width = window.minimumSizeHint().width();
+
+    const QString uid = "/" + QString(64, '1');
+    SayWrapped(*window.findChild<QLabel*>("lblState"), "Read-only: The file " + uid + uid + uid + " is too short.");
+
+    EXPECT_EQ(window.minimumSizeHint().width(), width);
 }
 
 } // namespace

@@ -3,7 +3,9 @@
 #include "platform/error.h"
 #include "tests/platform/qt/OneOfEach.h"
 
+#include <QAccessible>
 #include <QApplication>
+#include <QLabel>
 #include <QMessageBox>
 #include <QTest>
 #include <QTimer>
@@ -213,6 +215,19 @@ TEST_F(WindowsOnScreen, ClosingTheFrameAnswersCancel) {
 
 TEST_F(WindowsOnScreen, ClosingTheFrameAnswersOkWhereThereIsNothingElse) {
     EXPECT_EQ(AskAndThen({"No referenced Series", ""}, [](QMessageBox& box) { box.close(); }), Answer::Ok);
+}
+
+TEST_F(WindowsOnScreen, AMessageBoxCutsNoPathHoweverLongItsFoldersNames) {
+    const std::string folder = "\\" + std::string(64, '1');
+    const std::string text = "LoadSeries(" + folder + folder + folder + folder + ") : it is too short.";
+
+    AskAndThen({text, ""}, [&](QMessageBox& box) {
+        auto* label = box.findChild<QLabel*>("qt_msgbox_label");
+        const QRect drawn = label->fontMetrics().boundingRect(label->contentsRect(), Qt::TextWordWrap, label->text());
+        EXPECT_LE(drawn.width(), label->contentsRect().width());
+        EXPECT_EQ(QAccessible::queryAccessibleInterface(label)->text(QAccessible::Name).toStdString(), text);
+        box.close();
+    });
 }
 
 TEST_F(WindowsOnScreen, AMessageBoxStandsAboveATopMostWindow) {
