@@ -91,8 +91,12 @@ DateTime DateTimeOf(const Value& value) {
 
 namespace {
 
-/// Characters of three bytes in UTF-8, from the first to the last, and what stands for each.
+/// Characters of three bytes in UTF-8, from the first to the last, or one of them, and what stands for each.
 struct Folding {
+    constexpr Folding(std::string_view from, std::string_view to, std::string_view form)
+        : first(from), last(to), plain(form) {}
+    constexpr Folding(std::string_view one, std::string_view form) : Folding(one, one, form) {}
+
     std::string_view first;
     std::string_view last;
     std::string_view plain;
@@ -105,31 +109,31 @@ constexpr std::array Foldings = {
     Folding{"\u2018", "\u201B", "'"},    // single quotes
     Folding{"\u201C", "\u201F", "\""},   // double quotes
     Folding{"\u2022", "\u2023", "-"},    // bullets
-    Folding{"\u2024", "\u2024", "."},    // one dot leader
-    Folding{"\u2025", "\u2025", ".."},   // two dot leader
-    Folding{"\u2026", "\u2026", "..."},  // ellipsis
+    Folding{"\u2024", "."},              // one dot leader
+    Folding{"\u2025", ".."},             // two dot leader
+    Folding{"\u2026", "..."},            // ellipsis
     Folding{"\u2028", "\u2029", "\r\n"}, // line and paragraph separator
     Folding{"\u202A", "\u202E", ""},     // direction embeddings
-    Folding{"\u202F", "\u202F", " "},    // narrow no-break space
-    Folding{"\u2032", "\u2032", "'"},    // prime
-    Folding{"\u2033", "\u2033", "\""},   // double prime
-    Folding{"\u2039", "\u2039", "<"},    // single left angle quote
-    Folding{"\u203A", "\u203A", ">"},    // single right angle quote
-    Folding{"\u2043", "\u2043", "-"},    // hyphen bullet
-    Folding{"\u2044", "\u2044", "/"},    // fraction slash
-    Folding{"\u205F", "\u205F", " "},    // mathematical space
-    Folding{"\u2060", "\u2060", ""},     // word joiner
-    Folding{"\u2212", "\u2212", "-"},    // minus
-    Folding{"\u25AA", "\u25AA", "-"},    // square bullet
-    Folding{"\u25CF", "\u25CF", "-"},    // round bullet
-    Folding{"\u25E6", "\u25E6", "-"},    // white bullet
-    Folding{"\u3000", "\u3000", " "},    // ideographic space
-    Folding{"\uFB00", "\uFB00", "ff"},   // ligature ff
-    Folding{"\uFB01", "\uFB01", "fi"},   // ligature fi
-    Folding{"\uFB02", "\uFB02", "fl"},   // ligature fl
-    Folding{"\uFB03", "\uFB03", "ffi"},  // ligature ffi
-    Folding{"\uFB04", "\uFB04", "ffl"},  // ligature ffl
-    Folding{"\uFEFF", "\uFEFF", ""},     // byte order mark
+    Folding{"\u202F", " "},              // narrow no-break space
+    Folding{"\u2032", "'"},              // prime
+    Folding{"\u2033", "\""},             // double prime
+    Folding{"\u2039", "<"},              // single left angle quote
+    Folding{"\u203A", ">"},              // single right angle quote
+    Folding{"\u2043", "-"},              // hyphen bullet
+    Folding{"\u2044", "/"},              // fraction slash
+    Folding{"\u205F", " "},              // mathematical space
+    Folding{"\u2060", ""},               // word joiner
+    Folding{"\u2212", "-"},              // minus
+    Folding{"\u25AA", "-"},              // square bullet
+    Folding{"\u25CF", "-"},              // round bullet
+    Folding{"\u25E6", "-"},              // white bullet
+    Folding{"\u3000", " "},              // ideographic space
+    Folding{"\uFB00", "ff"},             // ligature ff
+    Folding{"\uFB01", "fi"},             // ligature fi
+    Folding{"\uFB02", "fl"},             // ligature fl
+    Folding{"\uFB03", "ffi"},            // ligature ffi
+    Folding{"\uFB04", "ffl"},            // ligature ffl
+    Folding{"\uFEFF", ""},               // byte order mark
 };
 
 } // namespace

@@ -152,12 +152,15 @@ protected:
         station.editor.txtReportAnnotation.Typed("Typed.");
         station.InChooser([&] { station.chooser.cmdCancel.Press(); });
         station.editor.cmdOthers.Press();
+        ChooseTheOther();
+        EXPECT_EQ(station.editor.txtReportTitle.Text(), "Rossi's");
+    }
+    void ChooseTheOther() {
         station.InChooser([&] {
             station.chooser.lstSRSeries.Select(1);
             station.chooser.cmdOk.Press();
         });
         station.editor.cmdOthers.Press();
-        EXPECT_EQ(station.editor.txtReportTitle.Text(), "Rossi's");
     }
     TwoPatients station;
 };
@@ -179,6 +182,14 @@ TEST_F(AfterAStickyCancel, TheVersionsAreTheShownReports) {
     station.editor.cmdSave.Press();
     station.editor.lstHistory.ListIndex(0);
     EXPECT_EQ(station.editor.txtReportTitle.Text(), "Rossi's");
+}
+
+TEST_F(AfterAStickyCancel, TheImagesRemovedAreTheShownReports) {
+    station.AddOneImage();
+    const auto shown = station.global.report;
+    ChooseTheOther();
+    station.automation.RemoveImagesFromSR();
+    EXPECT_EQ(shown->pendingImages->size(), 0U);
 }
 
 TEST_F(AfterAStickyCancel, ADeletedCodeIsTheShownReports) {

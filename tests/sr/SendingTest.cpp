@@ -176,11 +176,18 @@ TEST_F(Sending, OfAValueThatABackslashWouldDivideIsRefusedInWords) {
     EXPECT_TRUE(station.store.sent.empty());
 }
 
-TEST_F(Sending, OfASignatureWithABackslashIsRefusedInWords) {
+TEST_F(Sending, NamesWhichValueHoldsTheBackslash) {
     CreateReport();
-    global.userSignature = "WARD\\rossi";
-
-    EXPECT_EQ(document.Send().fate, Delivery::Fate::NotStored);
+    const auto refused = [&](const std::string& what, auto&& spoil) {
+        spoil();
+        EXPECT_EQ(document.Send().fate, Delivery::Fate::NotStored);
+        EXPECT_THAT(Shown().back(), testing::HasSubstr("the " + what + " holds a backslash"));
+    };
+    refused("name of the organization", [&] { global.organization = "a\\b"; });
+    refused("signature", [&] { global.userSignature = "WARD\\rossi"; });
+    refused("heading's code", [&] { document.SetTitle("99SS", "C\\D", "Thorax", "CT"); });
+    refused("heading's coding scheme", [&] { document.SetTitle("99\\SS", "C", "Thorax", "CT"); });
+    refused("heading", [&] { document.SetTitle("99SS", "C", "Thorax\\", "CT"); });
 }
 
 TEST_F(Sending, OfAReadingWithABackslashStoresIt) {
