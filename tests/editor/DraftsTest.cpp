@@ -673,6 +673,13 @@ INSTANTIATE_TEST_SUITE_P(Drafts, AFileThatIsNoDraft,
                          testing::Values("", "x", "Tavrel draft 1\n", "Tavrel draft 1\nKind (99999999999999999999): ",
                                          "Tavrel draft 1\nKind (-1): x\n", "\xFF\xFE"));
 
+TEST(ADraftFile, OfAnotherProgramIsSaidToBeNone) {
+    DraftStation station;
+    station.WriteFile("state/drafts/report-1.2.3.2.1-2026.draft", "A letter");
+    station.Open();
+    EXPECT_THAT(station.process.log, ElementsAre(HasSubstr("It is no draft of this program")));
+}
+
 TEST(ADraftFile, OfWhichAWordHasChangedIsLeftAlone) {
     DraftStation station;
     station.LeaveDraft("No fracture.");

@@ -210,6 +210,15 @@ TEST(ForeignContents, OfAnotherKindOfReportAreReadOnly) {
     ExpectEditable(station.editor, false);
 }
 
+TEST(ForeignContents, InATitlesPlaceAreReadOnly) {
+    ReportingStation station;
+    OpenForeign(station, [](DicomDataSet& version) {
+        const auto item = version.GetSequenceItem(attribute::ContentSequence, 0);
+        item->GetSequenceItem(attribute::ConceptNameCodeSequence, 0)->SetValue(attribute::CodeValue, 0, "121071");
+    });
+    ExpectEditable(station.editor, false);
+}
+
 TEST(ForeignContents, AreNotPrintedInPart) {
     ReportingStation station;
     OpenForeign(station, [&](DicomDataSet& version) { AddItem(station, version); }, {.approved = true});

@@ -2,7 +2,7 @@
 #include "tests/editor/ReportingStation.h"
 #include "tests/support/OpenQueries.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <utility>
 
@@ -189,6 +189,18 @@ TEST(Save, WhatCannotBeWrittenIsNamedAllAtOnceByFieldAndLine) {
                                              "the heading: \u0141 \u017A\r\n"
                                              "the reading, line 2: \u2265 \u03A9\r\n"
                                              "the reading, line 3: \u2265"});
+}
+
+TEST(Save, WhatCannotBeWrittenOfASignatureOrIsNoLetterIsNamed) {
+    OpenReportStation station;
+    station.global.userSignature = "\u0141UKASZ";
+    station.editor.txtReportAnnotation.Typed("a\x01"
+                                             "b");
+    station.editor.cmdSave.Press();
+    ASSERT_EQ(station.windows.messages.size(), 1U);
+    EXPECT_THAT(station.windows.messages[0].text,
+                testing::AllOf(testing::HasSubstr("the physician's signature: \u0141"),
+                               testing::HasSubstr("the reading: a control character (U+0001)")));
 }
 
 TEST(Save, ARefusedSaveLeavesNoVersionNoObserverAndNoPredecessor) {
