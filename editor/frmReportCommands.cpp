@@ -125,8 +125,7 @@ void frmReport::cmdLastVersion_Click() {
 void frmReport::cmdOthers_Click() {
     TrapNumbered(global_.ports.windows, "frmReport.cmdOthers_Click:", [&] {
         MakeShownCurrent();
-        chooser_.ShowSRDocuments(global_.report->studyUid);
-        if (chooser_.cancelled() != 0)
+        if (!chooser_.ShowSRDocuments(global_.report->studyUid) || chooser_.cancelled() != 0)
             return;
         const auto seriesUid = chooser_.ChosenSeriesUid();
         if (seriesUid.empty())

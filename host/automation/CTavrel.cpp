@@ -107,7 +107,8 @@ void CTavrel::LoadForImgSeries(std::span<const std::string> imageFiles) {
 void CTavrel::OpenForImgSeries(const std::shared_ptr<DataSetList>& series) {
     editor_.MakeShownCurrent();
     const auto studyUid = StudyUidOf(*series);
-    chooser_.ShowSRDocuments(studyUid);
+    if (!chooser_.ShowSRDocuments(studyUid))
+        return; // a new report might stand beside one that could not be seen
     const auto document = std::make_shared<DcmSRDocument>(global_);
     auto& report = StartReport(global_, studyUid, document);
     if (chooser_.cancelled() == -1)

@@ -44,8 +44,8 @@ void frmSRSeriesChoice::Form_Load() {
     cancelled_ = 0;
 }
 
-void frmSRSeriesChoice::ShowSRDocuments(std::string_view studyUid) {
-    TrapShort(global_.ports.windows, ErrorPrefix, [&] {
+bool frmSRSeriesChoice::ShowSRDocuments(std::string_view studyUid) {
+    return TrapShort(global_.ports.windows, ErrorPrefix, [&] {
         reports_.clear();
         studyUid_ = studyUid;
         selectedIndex_ = 1;

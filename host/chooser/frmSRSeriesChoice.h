@@ -19,7 +19,8 @@ public:
 
     /// Collects the study's report series and, when there are two or more, shows them and returns
     /// when the person has chosen. One statement for each report series, one file read for each as a rule.
-    void ShowSRDocuments(std::string_view studyUid);
+    /// False when they could not be collected, which was told: nobody knows then whether there are reports.
+    bool ShowSRDocuments(std::string_view studyUid);
     /// The folder of the chosen report; empty when a new one is to be made.
     std::string DDO() const;
     /// -1 after Cancel, which sticks until the form is unloaded and loaded again; 0 otherwise.

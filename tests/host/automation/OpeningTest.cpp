@@ -76,6 +76,28 @@ TEST(OpeningImages, FilesAreOpenedAsTheSeries) {
     EXPECT_EQ(station.global.report->seriesUid, "1.2.3.1");
 }
 
+TEST(OpeningImages, AStudyWhoseReportsCannotBeListedGetsNoNewOneBesideThem) {
+    ReportingStation station;
+    AddTwoReports(station);
+    station.Execute("ALTER TABLE Image RENAME TO Lost");
+    station.OpenImages();
+    ASSERT_EQ(station.windows.messages.size(), 1U);
+    EXPECT_TRUE(station.windows.messages[0].text.starts_with("Report Choice: "));
+    EXPECT_FALSE(station.windows.IsShown(station.editor));
+    EXPECT_EQ(station.HistoryCount(), 0);
+}
+
+TEST(OpeningImages, AStudyWhoseReportsCannotBeListedLeavesTheOpenReport) {
+    ReportingStation station;
+    AddOtherPatientsReport(station);
+    station.automation.LoadSRSeries("1.9.2");
+    const auto open = station.global.report;
+    station.Execute("ALTER TABLE Series RENAME TO Lost");
+    station.OpenImages();
+    EXPECT_EQ(station.global.report, open);
+    EXPECT_EQ(station.editor.txtPtName.Text(), "VERDI^LUIGI");
+}
+
 TEST(OpeningImages, CancelOpensNothingButReplacesTheDocument) {
     ReportingStation station;
     AddTwoReports(station);
