@@ -13,11 +13,11 @@
 #include <dcmtk/dcmnet/dcmlayer.h>
 #include <dcmtk/dcmnet/dcmtrans.h>
 #include <dcmtk/dcmnet/dimse.h>
-#include <dcmtk/dcmnet/diutil.h>
 
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cstdio>
 #include <memory>
 
 #include <netinet/in.h>
@@ -78,6 +78,31 @@ Error NotStored(const std::string& what, const OFCondition& why) {
     return DicomFailure(DicomFault::NotStored, what + ": " + why.text());
 }
 
+/// What a status of a C-STORE response says (DICOM PS3.4, table B.2-1; PS3.7, annex C).
+struct Status {
+    unsigned first, last;
+    const char* says;
+};
+constexpr std::array Statuses{
+    Status{0xA700, 0xA7FF, "it is out of resources"},
+    Status{0xA900, 0xA9FF, "the document does not match its kind"},
+    Status{0xC000, 0xCFFF, "it cannot understand the document"},
+    Status{0x0110, 0x0110, "it failed to process the document"},
+    Status{0x0111, 0x0111, "it has this document already"},
+    Status{0x0117, 0x0117, "the document's UID is not valid"},
+    Status{0x0122, 0x0122, "it does not take this kind of document"},
+    Status{0x0124, 0x0124, "this workstation may not store there"},
+    Status{0xFE00, 0xFE00, "the storing was cancelled"},
+};
+
+std::string Meaning(unsigned status) {
+    const auto known =
+        std::ranges::find_if(Statuses, [&](const Status& each) { return status >= each.first && status <= each.last; });
+    std::array<char, 5> number{};
+    std::snprintf(number.data(), number.size(), "%04X", status);
+    return std::string(known == Statuses.end() ? "it failed" : known->says) + ", status " + number.data();
+}
+
 /// One association, aborted unless it was released.
 class Association {
 public:
@@ -122,8 +147,8 @@ public:
             throw NotStored("the service did not answer", outcome);
         const auto status = response.DimseStatus;
         if (status != STATUS_Success && (status & 0xF000U) != 0xB000U)
-            throw DicomFailure(DicomFault::NotStored, std::string{"the service answered "} +
-                                                          DU_cstoreStatusString(status) + Comment(detail.get()));
+            throw DicomFailure(DicomFault::NotStored,
+                               "the service answered that " + Meaning(status) + Comment(detail.get()));
     }
 
     /// The document is stored; a service that fails to say good-bye takes nothing back.

@@ -110,8 +110,8 @@ struct StorageNode::Conversation {
         auto& answering = *static_cast<Answering*>(data);
         StorageNode& node = *answering.node;
         const Behaviour behaviour = node.behaviour_;
-        if (behaviour == Behaviour::AnswerOutOfResources) {
-            response->DimseStatus = STATUS_STORE_Refused_OutOfResources;
+        if (behaviour == Behaviour::AnswerFailure) {
+            response->DimseStatus = static_cast<DIC_US>(node.failure_.load());
             *detail = new DcmDataset; // the toolkit frees it
             (*detail)->putAndInsertString(DCM_ErrorComment, "the disk is full");
             return;

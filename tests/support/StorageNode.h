@@ -21,11 +21,11 @@ public:
     enum class Behaviour {
         Store,
         RefuseAssociation,
-        AnswerOutOfResources, ///< status A700
-        AnswerWarning,        ///< status B000: stored, with a remark
-        HangAtAssociation,    ///< takes the connection and says nothing
-        HangAtAnswer,         ///< takes the object and never answers
-        DieInTheMiddle,       ///< closes the connection when the object begins to arrive
+        AnswerFailure,     ///< status A700, or what `FailWith` says
+        AnswerWarning,     ///< status B000: stored, with a remark
+        HangAtAssociation, ///< takes the connection and says nothing
+        HangAtAnswer,      ///< takes the object and never answers
+        DieInTheMiddle,    ///< closes the connection when the object begins to arrive
     };
 
     struct Received {
@@ -45,6 +45,11 @@ public:
 
     std::string Port() const { return std::to_string(port_); }
     void Behave(Behaviour behaviour) { behaviour_ = behaviour; }
+    /// Stores nothing from now on and answers with that status.
+    void FailWith(int status) {
+        failure_ = status;
+        Behave(Behaviour::AnswerFailure);
+    }
     /// Called on the node's thread when an object is stored and before its sender is answered.
     void BeforeAnswering(std::function<void(const Received&)> hook);
     /// What was stored, in order of arrival.
@@ -61,6 +66,7 @@ private:
     int listener_ = -1;
     int port_ = 0;
     std::atomic<Behaviour> behaviour_;
+    std::atomic<int> failure_ = 0xA700;
     std::atomic<bool> ending_ = false;
     std::atomic<int> fileCount_ = 0;
     mutable std::mutex mutex_;

@@ -202,11 +202,37 @@ TEST_F(Storing, AWarningCountsAsStored) {
     EXPECT_EQ(node.Objects().size(), 1U);
 }
 
-TEST_F(Storing, AServiceOutOfResourcesIsNamed) {
-    StorageNode node{Behaviour::AnswerOutOfResources};
+TEST_F(Storing, AServiceThatFailsSaysWhy) {
+    StorageNode node{Behaviour::AnswerFailure};
     const auto failure = Failure(node);
-    EXPECT_NE(failure.find("OutOfResources (\"the disk is full\")"), std::string::npos) << failure;
+    EXPECT_NE(failure.find("it is out of resources, status A700 (\"the disk is full\")"), std::string::npos) << failure;
     EXPECT_EQ(library.events.awaited, 0);
+}
+
+struct Answer {
+    int status;
+    std::string_view words;
+};
+
+class FailureStatus : public Storing, public testing::WithParamInterface<Answer> {};
+INSTANTIATE_TEST_SUITE_P(, FailureStatus,
+                         testing::Values(Answer{0xA701, "it is out of resources, status A701"},
+                                         Answer{0xA900, "the document does not match its kind, status A900"},
+                                         Answer{0xC123, "it cannot understand the document, status C123"},
+                                         Answer{0x0110, "it failed to process the document, status 0110"},
+                                         Answer{0x0111, "it has this document already, status 0111"},
+                                         Answer{0x0117, "the document's UID is not valid, status 0117"},
+                                         Answer{0x0122, "it does not take this kind of document, status 0122"},
+                                         Answer{0x0124, "this workstation may not store there, status 0124"},
+                                         Answer{0xFE00, "the storing was cancelled, status FE00"},
+                                         Answer{0x0106, "it failed, status 0106"}),
+                         [](const auto& answer) { return std::to_string(answer.param.status); });
+
+TEST_P(FailureStatus, IsToldInWords) {
+    StorageNode node;
+    node.FailWith(GetParam().status);
+    const auto failure = Failure(node);
+    EXPECT_NE(failure.find("the service answered that " + std::string(GetParam().words)), std::string::npos) << failure;
 }
 
 TEST_F(Storing, ARefusedAssociationIsNamed) {
