@@ -82,7 +82,10 @@ std::string NotNull(std::optional<std::string_view> text, std::string_view field
 
 OdbcDiagnostics OdbcDiagnostics::Read(SQLSMALLINT handleType, SQLHANDLE handle) {
     OdbcDiagnostics diagnostics;
+    std::string warning; // the driver manager tells with one that it cannot load the driver
     for (const Record& record : ReadRecords(handleType, handle)) {
+        if (record.IsWarning())
+            warning = record.text;
         diagnostics.connectionLost = diagnostics.connectionLost || record.SaysThatServerIsGone();
         if (record.IsWarning() || diagnostics.text.find(record.text) != std::string::npos)
             continue;
@@ -93,7 +96,7 @@ OdbcDiagnostics OdbcDiagnostics::Read(SQLSMALLINT handleType, SQLHANDLE handle) 
         diagnostics.text += record.text;
     }
     if (diagnostics.text.empty())
-        diagnostics.text = "The database driver failed and did not say why.";
+        diagnostics.text = warning.empty() ? "The database driver failed and did not say why." : warning;
     return diagnostics;
 }
 

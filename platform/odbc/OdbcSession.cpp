@@ -32,6 +32,10 @@ std::string ConnectionValue(std::string_view value) {
     return text + "}";
 }
 
+std::string LossOf(const std::string& reason) {
+    return "The connection to the database was lost: " + reason;
+}
+
 } // namespace
 
 void OdbcSession::Open(std::string_view connectionText, std::string_view user, std::string_view password) {
@@ -64,7 +68,8 @@ void OdbcSession::Open(std::string_view connectionText, std::string_view user, s
     if (!SQL_SUCCEEDED(result)) {
         Error error = OdbcDiagnostics::Read(SQL_HANDLE_DBC, handles->connection.Get()).AsError();
         // What follows the entry's name may be a password.
-        error.description += " (" + login.text.substr(0, login.text.find(';')) + ")";
+        error.description = "The database cannot be opened: " + error.description + " (" +
+                            login.text.substr(0, login.text.find(';')) + ")";
         throw error;
     }
 
@@ -251,12 +256,14 @@ void OdbcSession::Fail(SQLHSTMT statement) {
 
 void OdbcSession::Fail(SQLSMALLINT handleType, SQLHANDLE handle) {
     const OdbcDiagnostics diagnostics = OdbcDiagnostics::Read(handleType, handle);
+    Error error = diagnostics.AsError();
     if (diagnostics.connectionLost || IsConnectionDead()) {
         lossReason_ = diagnostics.text;
+        error.description = LossOf(lossReason_);
         inTransaction_ = false;
         Disconnect();
     }
-    throw diagnostics.AsError();
+    throw error;
 }
 
 void OdbcSession::RequireOpen() const {
@@ -264,7 +271,7 @@ void OdbcSession::RequireOpen() const {
         return;
     if (lossReason_.empty())
         throw OdbcError(OdbcFailure::NotConnected, "The connection to the database is closed.");
-    throw OdbcError(OdbcFailure::NotConnected, "The connection to the database was lost: " + lossReason_);
+    throw OdbcError(OdbcFailure::NotConnected, LossOf(lossReason_));
 }
 
 bool OdbcSession::IsConnectionDead() const {

@@ -90,6 +90,14 @@ TEST(UnknownEntry, IsAnErrorThatNamesIt) {
     EXPECT_FALSE(connection->IsOpen());
 }
 
+TEST(DriverThatIsNotThere, IsNamed) {
+    const TestDatabase database;
+    const auto connection = database.Adapter().NewConnection();
+    const Error error = ErrorOf([&] { connection->Open("DRIVER=/lib/nothing.so"); });
+    EXPECT_TRUE(error.description.starts_with("The database cannot be opened: ")) << error.description;
+    EXPECT_NE(error.description.find("Can't open lib '/lib/nothing.so'"), std::string::npos) << error.description;
+}
+
 TEST(WrongPassword, IsTheServersOwnError) {
     const TestDatabase database;
     const auto connection = database.Adapter().NewConnection();
