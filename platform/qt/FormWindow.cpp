@@ -5,12 +5,9 @@
 
 #include <QCloseEvent>
 #include <QKeyEvent>
-#include <QLabel>
-#include <QProgressBar>
 #include <QPushButton>
 #include <QScreen>
 #include <QSplitter>
-#include <QVBoxLayout>
 #include <QWindow>
 
 namespace tavrel {
@@ -34,22 +31,6 @@ FormWindow::FormWindow(Form& form, const std::function<void(QWidget&)>& layOut) 
     showCaption();
     form.Watch(showCaption);
     resize(size().boundedTo(screen()->availableSize()));
-
-    veil_ = new QFrame(this);
-    veil_->setObjectName("paneVeil");
-    veil_->hide();
-    auto* board = new QFrame(veil_);
-    board->setObjectName("paneVeilBoard");
-    what_ = new QLabel(board);
-    auto* bar = new QProgressBar(board);
-    bar->setRange(0, 0);
-    bar->setTextVisible(false);
-    bar->setFixedSize(280, 8);
-    auto* inside = new QVBoxLayout(board);
-    inside->addWidget(what_);
-    inside->addWidget(bar);
-    auto* around = new QVBoxLayout(veil_);
-    around->addWidget(board, 0, Qt::AlignCenter);
 }
 
 void FormWindow::Dismiss() {
@@ -68,17 +49,6 @@ void FormWindow::StayOnTop() {
         setWindowFlag(Qt::WindowStaysOnTopHint);
 }
 
-void FormWindow::Veil(const QString& what) {
-    what_->setText(what);
-    veil_->setGeometry(rect());
-    veil_->raise();
-    veil_->show();
-}
-
-void FormWindow::Unveil() {
-    veil_->hide();
-}
-
 void FormWindow::closeEvent(QCloseEvent* event) {
     event->ignore();
     if (form_)
@@ -91,10 +61,6 @@ void FormWindow::keyPressEvent(QKeyEvent* event) {
     for (auto* button : findChildren<QPushButton*>())
         if (button->isDefault())
             return button->click();
-}
-
-void FormWindow::resizeEvent(QResizeEvent*) {
-    veil_->setGeometry(rect());
 }
 
 } // namespace tavrel

@@ -7,9 +7,6 @@
 
 #include <optional>
 
-class QFrame;
-class QLabel;
-
 namespace tavrel {
 
 /// The window of a form.
@@ -22,20 +19,13 @@ public:
     /// Keeps the window above others from now on, or from when it is shown.
     void StayOnTop();
 
-    /// Covers the window and says on it what is going on.
-    void Veil(const QString& what);
-    void Unveil();
-
 protected:
     void closeEvent(QCloseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
-    void resizeEvent(QResizeEvent* event) override;
 
 private:
     Form* form_;
     std::optional<FormBinder> binder_;
-    QFrame* veil_;
-    QLabel* what_;
 };
 
 } // namespace tavrel

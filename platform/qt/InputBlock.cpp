@@ -1,11 +1,13 @@
 #include "platform/qt/InputBlock.h"
 
-#include "platform/qt/FormWindow.h"
 #include "platform/qt/QtText.h"
 
 #include <QApplication>
-#include <QEvent>
+#include <QDialog>
 #include <QLabel>
+#include <QProgressBar>
+#include <QResizeEvent>
+#include <QVBoxLayout>
 
 namespace tavrel {
 namespace {
@@ -16,10 +18,35 @@ constexpr auto Long = 2s;
 
 int Living = 0;
 
-void ForEachFormWindow(const std::function<void(FormWindow&)>& act) {
-    for (auto* widget : QApplication::topLevelWidgets())
-        if (auto* window = dynamic_cast<FormWindow*>(widget); window && window->isVisible())
-            act(*window);
+/// The programs' windows that are on the screen, without their messages and questions.
+std::vector<QWidget*> OpenWindows() {
+    std::vector<QWidget*> windows;
+    for (auto* widget : QApplication::topLevelWidgets()) {
+        const auto type = widget->windowType(); // of a form that is kept above another one, that of a dialog
+        if (widget->isVisible() && (type == Qt::Window || type == Qt::Dialog) && !qobject_cast<QDialog*>(widget))
+            windows.push_back(widget);
+    }
+    return windows;
+}
+
+/// Covers the window and says on it what is going on.
+QWidget* Veil(QWidget& window, const QString& what) {
+    auto* veil = new QFrame(&window);
+    veil->setObjectName("paneVeil");
+    auto* board = new QFrame(veil);
+    board->setObjectName("paneVeilBoard");
+    auto* bar = new QProgressBar(board);
+    bar->setRange(0, 0);
+    bar->setTextVisible(false);
+    bar->setFixedSize(280, 8);
+    auto* inside = new QVBoxLayout(board);
+    inside->addWidget(new QLabel(what, board));
+    inside->addWidget(bar);
+    auto* around = new QVBoxLayout(veil);
+    around->addWidget(board, 0, Qt::AlignCenter);
+    veil->setGeometry(window.rect());
+    veil->show();
+    return veil;
 }
 
 std::unique_ptr<QWidget> Note(const QString& text) {
@@ -39,16 +66,15 @@ InputBlock::InputBlock(std::string_view what) {
     ++Living;
     qApp->installEventFilter(this);
     longer_.setSingleShot(true);
-    longer_.callOnTimeout([text = ToQt(what)] {
+    longer_.callOnTimeout([this, text = ToQt(what)] {
         QApplication::setOverrideCursor(Qt::BusyCursor);
-        ForEachFormWindow([&](FormWindow& window) { window.Veil(text); });
+        for (auto* window : OpenWindows())
+            veils_.emplace_back(Veil(*window, text));
     });
     longer_.start(Blink);
     long_.setSingleShot(true);
     long_.callOnTimeout([this, text = ToQt(what)] {
-        bool windowOpen = false;
-        ForEachFormWindow([&](FormWindow&) { windowOpen = true; });
-        if (!windowOpen)
+        if (OpenWindows().empty())
             note_ = Note(text);
     });
     long_.start(Long);
@@ -59,7 +85,8 @@ InputBlock::~InputBlock() {
     QCoreApplication::processEvents();
     if (!longer_.isActive()) {
         QApplication::restoreOverrideCursor();
-        ForEachFormWindow([](FormWindow& window) { window.Unveil(); });
+        for (const auto& veil : veils_)
+            delete veil;
     }
     qApp->removeEventFilter(this);
     --Living;
@@ -69,8 +96,13 @@ bool InputBlock::On() {
     return Living > 0;
 }
 
-bool InputBlock::eventFilter(QObject*, QEvent* event) {
+bool InputBlock::eventFilter(QObject* watched, QEvent* event) {
     switch (event->type()) {
+    case QEvent::Resize:
+        for (const auto& veil : veils_)
+            if (veil && veil->parent() == watched)
+                veil->resize(static_cast<const QResizeEvent*>(event)->size());
+        return false;
     case QEvent::KeyPress:
     case QEvent::KeyRelease:
     case QEvent::ShortcutOverride:

@@ -1,11 +1,13 @@
 #pragma once
 
 #include <QObject>
+#include <QPointer>
 #include <QTimer>
 #include <QWidget>
 
 #include <memory>
 #include <string_view>
+#include <vector>
 
 namespace tavrel {
 
@@ -25,6 +27,7 @@ protected:
 private:
     QTimer longer_;
     QTimer long_;
+    std::vector<QPointer<QWidget>> veils_; ///< each its window's, with which it may vanish
     std::unique_ptr<QWidget> note_;
 };
 

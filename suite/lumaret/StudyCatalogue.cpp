@@ -57,22 +57,19 @@ QString NativePathOf(const QString& inside) {
 StudyCatalogue::StudyCatalogue(Database& database, std::string dataSource)
     : database_(database), dataSource_(std::move(dataSource)) {}
 
-Connection& StudyCatalogue::Catalogue() {
+std::shared_ptr<Connection> StudyCatalogue::Catalogue() {
     if (!connection_) {
-        connection_ = database_.NewConnection();
-        try {
-            connection_->Open("DSN=" + dataSource_);
-        } catch (...) {
-            connection_.reset();
-            throw;
-        }
+        const std::shared_ptr<Connection> made = database_.NewConnection();
+        made->Open("DSN=" + dataSource_);
+        connection_ = made;
     }
-    return *connection_;
+    return connection_;
 }
 
 template <typename Read> auto StudyCatalogue::Query(const QString& statement, Read&& read) {
     try {
-        const auto rows = Catalogue().OpenResultSet(statement.toStdString());
+        const auto catalogue = Catalogue();
+        const auto rows = catalogue->OpenResultSet(statement.toStdString());
         std::vector<std::decay_t<decltype(read(*rows))>> found;
         for (; !rows->AtEnd(); rows->MoveNext())
             found.push_back(read(*rows));

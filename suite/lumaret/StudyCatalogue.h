@@ -27,7 +27,8 @@ struct SeriesRow {
     bool operator==(const SeriesRow&) const = default;
 };
 
-/// What the viewer reads of the catalogue. Every failure is an `Error`.
+/// What the viewer reads of the catalogue. Events may be handled while it waits for an answer. Every failure is an
+/// `Error`.
 class StudyCatalogue {
 public:
     explicit StudyCatalogue(Database& database, std::string dataSource = "DicomFDB");
@@ -46,13 +47,14 @@ public:
 
 private:
     std::vector<StudyRow> StudiesWhere(const QString& condition);
-    /// The connection, made anew after it was lost.
-    Connection& Catalogue();
+    /// The connection, made anew after it was lost. What is handled while an answer is waited for may ask too, and
+    /// lose it.
+    std::shared_ptr<Connection> Catalogue();
     template <typename Read> auto Query(const QString& statement, Read&& read);
 
     Database& database_;
     std::string dataSource_;
-    std::unique_ptr<Connection> connection_;
+    std::shared_ptr<Connection> connection_;
 };
 
 } // namespace tavrel

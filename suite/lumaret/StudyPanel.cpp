@@ -149,12 +149,13 @@ void StudyPanel::SayCount() {
 }
 
 void StudyPanel::ChooseStudy() {
-    const StudyRow* study = SelectedOf(studies_, *studyTable_);
-    if (!study)
+    const StudyRow* selected = SelectedOf(studies_, *studyTable_);
+    if (!selected)
         return;
+    const StudyRow study = *selected; // the lists may change while the catalogue is waited for
     series_.clear();
-    emit StudyChosen(*study);
-    Ask([&] { series_ = catalogue_.SeriesOf(study->studyUid); });
+    emit StudyChosen(study);
+    Ask([&] { series_ = catalogue_.SeriesOf(study.studyUid); });
     FillSeries();
     const auto images = std::ranges::find_if(series_, [](const SeriesRow& series) { return !series.IsDocument(); });
     if (images != series_.end())
@@ -198,15 +199,16 @@ const SeriesRow* StudyPanel::SelectedReport() const {
 }
 
 void StudyPanel::ChooseSeries() {
-    const SeriesRow* series = SelectedSeries();
-    if (!series)
+    const SeriesRow* selected = SelectedSeries();
+    if (!selected)
         return;
+    const SeriesRow series = *selected; // the list may change while the catalogue is waited for
     Ask([&] {
-        const QStringList files = catalogue_.FilesOf(*series);
-        if (series->IsDocument())
-            emit DocumentChosen(*series, files);
+        const QStringList files = catalogue_.FilesOf(series);
+        if (series.IsDocument())
+            emit DocumentChosen(series, files);
         else
-            emit ImagesChosen(*series, files);
+            emit ImagesChosen(series, files);
     });
 }
 

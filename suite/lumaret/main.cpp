@@ -4,6 +4,7 @@
 #include "platform/odbc/OdbcDatabase.h"
 #include "platform/qt/ApplicationOnDisplay.h"
 #include "platform/qt/DesktopLook.h"
+#include "platform/qt/QtBackground.h"
 #include "suite/lumaret/MainWindow.h"
 
 #include <QApplication>
@@ -24,7 +25,8 @@ int main(int argumentCount, char** arguments) {
         return EXIT_SUCCESS;
     }
 
-    OdbcDatabase database;
+    QtBackground background;
+    OdbcDatabase database({.meanwhile = &background});
     StudyCatalogue catalogue(database);
     TavrelClient tavrel(bus);
     MainWindow window(catalogue, tavrel, service);

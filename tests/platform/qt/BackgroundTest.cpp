@@ -21,6 +21,7 @@ protected:
         background_.Run("Storing the version ...",
                         [&] { QMetaObject::invokeMethod(&window_, meanwhile, Qt::BlockingQueuedConnection); });
     }
+    QFrame* Veil() { return window_.findChild<QFrame*>("paneVeil"); }
     QtBackground background_;
 };
 
@@ -116,14 +117,14 @@ TEST_F(BackgroundWork, SaysWhatIsGoingOnWhereNoWindowIsOpen) {
 }
 
 TEST_F(BackgroundWork, SaysOnTheWindowWhatIsGoingOn) {
-    auto& veil = Find<QFrame>("paneVeil");
     std::counting_semaphore<> seen(0);
     std::string said;
     QTimer look;
     look.callOnTimeout([&] {
-        if (!veil.isVisible())
+        const auto* veil = Veil();
+        if (!veil)
             return;
-        said = veil.findChild<QLabel*>()->text().toStdString();
+        said = veil->findChild<QLabel*>()->text().toStdString();
         look.stop();
         seen.release();
     });
@@ -132,13 +133,46 @@ TEST_F(BackgroundWork, SaysOnTheWindowWhatIsGoingOn) {
     background_.Run("Storing the version ...", [&] { (void)seen.try_acquire_for(10s); });
 
     EXPECT_EQ(said, "Storing the version ...");
-    EXPECT_FALSE(veil.isVisible());
+    EXPECT_FALSE(Veil());
+}
+
+TEST_F(BackgroundWork, SaysItOnAWindowThatIsKeptAboveAnother) {
+    window_.setWindowFlag(Qt::Dialog);
+    window_.show();
+    bool said = false;
+    QTimer look;
+    look.callOnTimeout([&] { said = said || Veil(); });
+    look.start(10ms);
+
+    background_.Run("Storing the version ...", [] { std::this_thread::sleep_for(400ms); });
+
+    EXPECT_TRUE(said);
+}
+
+TEST_F(BackgroundWork, SaysItOnAWindowThatIsMadeLargerMeanwhile) {
+    std::counting_semaphore<> seen(0);
+    QSize covered;
+    QTimer look;
+    look.callOnTimeout([&] {
+        if (!Veil())
+            return;
+        look.stop();
+        window_.resize(window_.size() + QSize(50, 50));
+        QCoreApplication::processEvents();
+        covered = Veil()->size();
+        seen.release();
+    });
+    look.start(10ms);
+
+    background_.Run("Storing the version ...", [&] { (void)seen.try_acquire_for(10s); });
+
+    EXPECT_EQ(covered, window_.size());
 }
 
 TEST_F(BackgroundWork, ThatIsDoneInABlinkDisturbsNobody) {
     background_.Run("Storing the version ...", [] {});
 
-    EXPECT_FALSE(Find<QFrame>("paneVeil").isVisible());
+    EXPECT_FALSE(Veil());
     EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
 }
 
