@@ -45,7 +45,7 @@ class SystemTest(WorkstationTest):
 
     def new_client(self, address=None):
         client = Client(address)
-        self.addCleanup(_end, client)
+        self.addCleanup(end, client)
         self.addCleanup(self.picture_failure)
         return client
 
@@ -105,7 +105,8 @@ class ViewerTest(WorkstationTest):
         self.viewer.end()
 
 
-def _end(client):
+def end(client):
+    """Ends the program that serves a client."""
     # A test that failed may have left it with a question on the screen.
     process = client.process_now()
     if process:

@@ -14,6 +14,7 @@ from case import SystemTest
 from person.driver import Program, wait_until
 from person.studies import Study, title_of
 from person.workstation import FOLDER, HOSPITAL, ask, program, wait_ended
+from storage import unused_port
 
 ENTERED = r"^\d\d/\d\d/\d{4} \d\d:\d\d:\d\d - Entering main$"
 
@@ -53,6 +54,31 @@ class AStartByHand(unittest.TestCase):
         self.assertIn("DicomFDB", Program("Tavrel", process=process.pid).confirm("Quendor.Init: "))
 
         self.assertEqual(process.wait(10), 1)
+
+    def test_with_a_broken_entry_says_what_is_wrong_and_ends(self):
+        broken = FOLDER / "broken"
+        broken.mkdir()
+        (broken / "text.db").write_text("no database " * 100)
+        sqlite = "Driver = SQLite3\nDatabase = "
+        entries = {
+            "[DicomFDB]\n": "no default driver specified",
+            "[DicomFDB]\nDriver = Nothing\n": "no default driver specified",
+            "[DicomFDB]\nDriver = /lib/nothing.so\n": "/lib/nothing.so",
+            f"[DicomFDB]\n{sqlite}{broken}/nowhere/catalogue.db\n": "connect failed (DSN=DicomFDB)",
+            f"[DicomFDB]\n{sqlite}{broken}/text.db\n": "file is not a database",
+            f"[DicomFDB]\n{sqlite}{broken}/empty.db\n": "no such table",
+            f"[DicomFDB]\nDriver = PostgreSQL Unicode\nServername = 127.0.0.1\nPort = {unused_port()}\n":
+                "Connection refused",
+            "\0\1\2": "Data source name not found",
+        }
+        for entry, words in entries.items():
+            with self.subTest(entry):
+                (broken / "odbc.ini").write_text(entry)
+                process = subprocess.Popen([program("tavrel")], env={
+                    **os.environ, "ODBCINI": str(broken / "odbc.ini")})
+                self.addCleanup(process.kill)
+                self.assertIn(words, Program("Tavrel", process=process.pid).confirm("Quendor.Init: "))
+                self.assertEqual(process.wait(10), 1)
 
 
 class ACreation(SystemTest):

@@ -44,7 +44,8 @@ class Study:
     def report_series(self):
         """The UIDs of the study's reports, oldest first."""
         return [row[0] for row in ask("SELECT SeriesInstanceUID FROM Series WHERE StudyInstanceUID = ? "
-                                      "AND Modality = 'SR' ORDER BY SeriesNumber, rowid", self.uid)]
+                                      "AND Modality = 'SR' ORDER BY SeriesNumber, (SELECT MIN(ImageID) FROM Image "
+                                      "WHERE Image.SeriesInstanceUID = Series.SeriesInstanceUID)", self.uid)]
 
     def report_files(self, report=0):
         """The version files of a report as the catalogue names them, oldest first."""
