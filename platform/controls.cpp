@@ -2,6 +2,8 @@
 
 #include "platform/error.h"
 
+#include <algorithm>
+
 namespace tavrel {
 namespace {
 
@@ -93,13 +95,23 @@ void OptionButton::Value(bool value) {
         group_.Click(index_);
 }
 
+const std::string& ComboBox::Item(int index) const {
+    RequirePosition(*this, index, static_cast<std::size_t>(ListCount()));
+    const auto list = std::ranges::upper_bound(lists_, index, {}, &Appended::end);
+    return list->items->at(list->items->size() - static_cast<std::size_t>(list->end - index));
+}
+
 void ComboBox::AddItems(std::vector<std::string> items) {
-    items_.insert(items_.end(), std::make_move_iterator(items.begin()), std::make_move_iterator(items.end()));
+    const int end = ListCount() + static_cast<int>(items.size());
+    if (!lists_.empty() && *lists_.back().items == items)
+        lists_.push_back({lists_.back().items, end});
+    else
+        lists_.push_back({std::make_shared<const std::vector<std::string>>(std::move(items)), end});
     Notify(Change::Items);
 }
 
 void ComboBox::Clear() {
-    items_.clear();
+    lists_.clear();
     Notify(Change::Items);
 }
 

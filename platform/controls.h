@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
@@ -236,13 +237,19 @@ private:
 class ComboBox : public TextField {
 public:
     using TextField::TextField;
-    const std::vector<std::string>& Items() const { return items_; }
-    /// Appends these items; the widget is told once.
+    int ListCount() const { return lists_.empty() ? 0 : lists_.back().end; }
+    const std::string& Item(int index) const;
+    /// Appends these items; the widget is told once. The same ones as before cost next to nothing: the list of
+    /// headings grows by the whole table with each report that is shown.
     void AddItems(std::vector<std::string> items);
     void Clear();
 
 private:
-    std::vector<std::string> items_;
+    struct Appended {
+        std::shared_ptr<const std::vector<std::string>> items;
+        int end; ///< the position behind them
+    };
+    std::vector<Appended> lists_;
 };
 
 /// A list of lines of which one may be selected. Positions are 0-based, -1 is none.

@@ -1,6 +1,7 @@
 #include "platform/qt/ApplicationOnDisplay.h"
 
 #include <QApplication>
+#include <QPixmapCache>
 
 #include <cstdlib>
 #include <iostream>
@@ -17,6 +18,10 @@ struct Beginning {
     QtMessageHandler handler = nullptr;                   ///< the one that was in force
     std::vector<std::pair<QtMsgType, QString>> held = {}; ///< what the toolkit said of the display
 };
+
+/// A box with a style sheet is drawn with a palette of its own each time, so that its picture is kept and never
+/// found again.
+constexpr int MostKilobytesOfPictures = 1024;
 
 Beginning* UnderWay = nullptr; // a message handler is a bare function
 
@@ -47,6 +52,7 @@ std::unique_ptr<QApplication> ApplicationOnDisplay(const char* program, int& arg
     state.handler = qInstallMessageHandler(Handle);
     auto application = std::make_unique<QApplication>(argumentCount, arguments);
     qInstallMessageHandler(state.handler);
+    QPixmapCache::setCacheLimit(MostKilobytesOfPictures);
     UnderWay = nullptr;
     for (const auto& [type, message] : state.held)
         state.handler(type, QMessageLogContext(), message);

@@ -6,6 +6,7 @@
 #include "platform/qt/TextBoxBinding.h"
 #include "platform/qt/WrappingLabel.h"
 
+#include <QAbstractListModel>
 #include <QComboBox>
 #include <QEvent>
 #include <QGroupBox>
@@ -85,9 +86,42 @@ private:
     QRadioButton& widget_;
 };
 
+/// The list of a combo box, read from where it lies: a long day's has hundreds of thousands of lines.
+class ComboBoxLines : public QAbstractListModel {
+public:
+    ComboBoxLines(const ComboBox& box, QObject* parent) : QAbstractListModel(parent), box_(box) {}
+
+    /// To be called when lines were appended, or all of them taken away.
+    void Follow() {
+        const int now = box_.ListCount();
+        if (now < shown_) {
+            beginRemoveRows({}, 0, shown_ - 1);
+            shown_ = 0;
+            endRemoveRows();
+        }
+        if (now > shown_) {
+            beginInsertRows({}, shown_, now - 1);
+            shown_ = now;
+            endInsertRows();
+        }
+    }
+    int rowCount(const QModelIndex& parent) const override { return parent.isValid() ? 0 : shown_; }
+    QVariant data(const QModelIndex& index, int role) const override {
+        if (!index.isValid() || (role != Qt::DisplayRole && role != Qt::EditRole))
+            return {};
+        return ToQt(box_.Item(index.row()));
+    }
+
+private:
+    const ComboBox& box_;
+    int shown_ = 0;
+};
+
 class ComboBoxBinding : public Binding {
 public:
-    ComboBoxBinding(ComboBox& box, QComboBox& widget) : Binding(box, widget), box_(box), widget_(widget) {
+    ComboBoxBinding(ComboBox& box, QComboBox& widget)
+        : Binding(box, widget), box_(box), widget_(widget), lines_(new ComboBoxLines(box, &widget)) {
+        widget.setModel(lines_);
         widget.setInsertPolicy(QComboBox::NoInsert);
         widget.setCompleter(nullptr); // What is typed freely stays as it was typed.
         widget.installEventFilter(this);
@@ -107,14 +141,8 @@ protected:
     void ShowRevision() override { Revise(*widget_.lineEdit(), ToQt(box_.Text())); }
     void ShowMarks() override { Underline(*widget_.lineEdit(), box_); }
     void ShowItems() override {
-        const auto& items = box_.Items();
-        if (static_cast<int>(items.size()) < widget_.count())
-            widget_.clear();
-        // Items are only ever appended or cleared.
-        QStringList added;
-        std::transform(items.begin() + widget_.count(), items.end(), std::back_inserter(added), ToQt);
-        const bool first = widget_.count() == 0;
-        widget_.addItems(added);
+        const bool first = widget_.count() == 0 || box_.ListCount() == 0;
+        lines_->Follow();
         if (!first)
             return; // choosing none would empty the text, and forget what was typed
         widget_.setCurrentIndex(-1);
@@ -132,6 +160,7 @@ protected:
 private:
     ComboBox& box_;
     QComboBox& widget_;
+    ComboBoxLines* lines_;
 };
 
 class FrameBinding : public Binding {

@@ -1,8 +1,11 @@
 #include "platform/controls.h"
+#include "platform/error.h"
 #include "tests/support/Failure.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <algorithm>
 
 namespace tavrel {
 namespace {
@@ -161,6 +164,12 @@ TEST_F(Options, ThatAreDisabledCannotBePressed) {
 
 class Combos : public Controls {
 protected:
+    std::vector<std::string> Items() const {
+        std::vector<std::string> items(static_cast<std::size_t>(combo.ListCount()));
+        std::ranges::generate(items, [this, i = 0]() mutable { return combo.Item(i++); });
+        return items;
+    }
+
     ComboBox combo{window, "combo"};
 };
 
@@ -170,8 +179,31 @@ TEST_F(Combos, AppendTheirItemsAndTellOnce) {
 
     combo.AddItems({"two", "three"});
 
-    EXPECT_THAT(combo.Items(), ElementsAre("one", "two", "three"));
+    EXPECT_THAT(Items(), ElementsAre("one", "two", "three"));
     EXPECT_THAT(told, ElementsAre(Change::Items));
+}
+
+TEST_F(Combos, HaveTheSameItemsAsOftenAsTheyWereAppended) {
+    for (const std::string last : {"two", "two", "three", "two"})
+        combo.AddItems({"one", last});
+    combo.AddItems({});
+    combo.AddItems({"four"});
+
+    EXPECT_THAT(Items(), ElementsAre("one", "two", "one", "two", "one", "three", "one", "two", "four"));
+}
+
+TEST_F(Combos, KeepItemsThatAreAppendedAgainOnce) {
+    combo.AddItems({"one", "two"});
+    combo.AddItems({"one", "two"});
+
+    EXPECT_EQ(&combo.Item(3), &combo.Item(1));
+}
+
+TEST_F(Combos, RefuseAnItemThatIsNotThere) {
+    combo.AddItems({"one"});
+
+    EXPECT_THROW(combo.Item(1), Error);
+    EXPECT_THROW(combo.Item(-1), Error);
 }
 
 TEST_F(Combos, ThatAreClearedLoseTheirItemsAndKeepTheirText) {
@@ -181,7 +213,7 @@ TEST_F(Combos, ThatAreClearedLoseTheirItemsAndKeepTheirText) {
 
     combo.Clear();
 
-    EXPECT_THAT(combo.Items(), IsEmpty());
+    EXPECT_EQ(combo.ListCount(), 0);
     EXPECT_EQ(combo.Text(), "typed");
     EXPECT_THAT(told, ElementsAre(Change::Items));
 }

@@ -142,6 +142,18 @@ TEST_F(Fields, AClearedComboBoxHasNoItemsAndItsText) {
     EXPECT_EQ(box_.currentText(), "Knee");
 }
 
+TEST_F(Fields, AComboBoxThatIsFilledAfterItWasClearedHasTheNewItemsAndItsText) {
+    form_.cmbBox.AddItems({"Chest"});
+    form_.cmbBox.Text("Knee");
+    form_.cmbBox.Clear();
+
+    form_.cmbBox.AddItems({"Skull", "Spine"});
+
+    EXPECT_EQ(box_.itemText(1), "Spine");
+    EXPECT_EQ(box_.count(), 2);
+    EXPECT_EQ(form_.cmbBox.Text(), "Knee");
+}
+
 TEST_F(Fields, EnterAddsNothingToTheListOfAComboBox) {
     QTest::keyClicks(box_.lineEdit(), "Knee");
     QTest::keyClick(box_.lineEdit(), Qt::Key_Return);
