@@ -149,7 +149,10 @@ fs::path Archive::NewIncomingPath() {
 ObjectHeader Archive::Examine(IncomingFile& object, const std::string& sopClassUid, const std::string& sopInstanceUid) {
     object.Finish();
     const bool report = sopClassUid == BasicTextSr;
-    const std::lock_guard guard(report ? examiningReport_ : examiningImage_);
+    std::unique_lock<std::mutex> amongImages;
+    if (!report)
+        amongImages = std::unique_lock(waitingImages_);
+    const std::lock_guard guard(examining_);
     RequireWhole(object.Path(), report);
     ObjectHeader header = ReadObjectHeader(library_, object.Path().string(), sopClassUid);
     if (header.sopClassUid != sopClassUid || header.sopInstanceUid != sopInstanceUid)

@@ -69,9 +69,9 @@ private:
     DicomLibrary& library_;
     int lock_ = -1; ///< a file, which holds the archive's number too
     std::atomic<unsigned long> received_ = 0;
-    /// One at a time is parsed, which bounds the memory; reports wait for no image.
-    std::mutex examiningReport_;
-    std::mutex examiningImage_;
+    /// One object at a time is parsed, which bounds the memory; a report waits for one image at most.
+    std::mutex waitingImages_; ///< held by the one that is next
+    std::mutex examining_;
     std::mutex filing_;     ///< guards the catalogue and what follows
     bool notesLeft_ = true; ///< of an earlier run, or of a commit that failed
     std::map<std::filesystem::path, int> lastNumbers_;

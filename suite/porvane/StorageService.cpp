@@ -27,6 +27,7 @@ using Clock = std::chrono::steady_clock;
 constexpr int MostUnheard = 1024; ///< that the system keeps until they are accepted
 constexpr int MostAcceptedAtOnce = 64;
 constexpr std::size_t MostCallers = 256;
+constexpr std::size_t MostWaitingBytes = 4UL * 1024 * 1024; ///< of their requests
 constexpr std::chrono::seconds RequestTime{10};
 constexpr std::chrono::seconds LongestWait{30}; ///< for a place
 constexpr std::chrono::seconds TellingPause{10};
@@ -107,6 +108,7 @@ void StorageService::Run(int stopSignals) {
         if (waiting[2].revents != 0)
             Accept();
         RemoveFinished();
+        BoundRequests();
         LetGo();
         ServeCallers();
     }
@@ -159,6 +161,7 @@ void StorageService::Hear(Caller& caller) {
                 return caller.End(upper_layer::Abort(ProtocolFault::Reason::UnexpectedPdu));
             }
             due += header.length;
+            caller.request.reserve(due); // no byte more
         }
         if (caller.request.size() == due && due > upper_layer::PduHeaderSize)
             break;
@@ -192,6 +195,22 @@ void StorageService::LetGo() {
         LogLine("let " + std::to_string(gaveWay_) + " connections go: they asked for nothing, or no place was left");
         gaveWay_ = 0;
         toldOfThem_ = now;
+    }
+}
+
+/// Of requests that are too long together the longest goes: a usual one has some kilobytes.
+void StorageService::BoundRequests() {
+    const auto size = [](const Caller& caller) { return caller.request.size(); };
+    std::size_t waiting = 0;
+    for (const Caller& caller : callers_)
+        waiting += size(caller);
+    while (waiting > MostWaitingBytes) {
+        const auto longest = std::ranges::max_element(callers_, {}, size);
+        waiting -= size(*longest);
+        if (longest->complete)
+            longest->End(upper_layer::AssociateReject(upper_layer::LocalLimitExceeded));
+        callers_.erase(longest);
+        ++gaveWay_;
     }
 }
 

@@ -32,6 +32,7 @@ private:
     void MakeRoomForCallers();
     void ServeCallers();
     void Serve(Caller& caller);
+    void BoundRequests();
     void LetGo();
     void RemoveFinished();
 

@@ -47,6 +47,17 @@ std::string Title(std::string title) {
     return title;
 }
 
+std::string ProposedContext(std::uint32_t number, std::string_view abstractSyntax, const std::string& moreSyntaxes) {
+    return Item(0x20, Big(number, 1) + Big(0, 3) + Item(0x30, std::string(abstractSyntax)) +
+                          Item(0x40, "1.2.840.10008.1.2.1") + moreSyntaxes);
+}
+
+std::string RequestOf(const std::string& callingAe, const std::string& contexts, const std::string& moreOfTheUser) {
+    return Big(1, 2) + Big(0, 2) + Title("PORVANE") + Title(callingAe) + std::string(32, '\0') +
+           Item(0x10, "1.2.840.10008.3.1.1.1") + contexts +
+           Item(0x50, Item(0x51, Big(16384, 4)) + Item(0x52, "2.999.1") + moreOfTheUser);
+}
+
 std::string Even(std::string text, char padding) {
     if (text.size() % 2 == 1)
         text += padding;
@@ -153,11 +164,19 @@ RawSender::Answer RawSender::Store(std::string_view sopClass, std::string_view s
 }
 
 std::string RawSender::AssociateRequest(const std::string& callingAe, std::string_view abstractSyntax) {
-    const std::string context =
-        Big(Context, 1) + Big(0, 3) + Item(0x30, std::string(abstractSyntax)) + Item(0x40, "1.2.840.10008.1.2.1");
-    return PduOf(1, Big(1, 2) + Big(0, 2) + Title("PORVANE") + Title(callingAe) + std::string(32, '\0') +
-                        Item(0x10, "1.2.840.10008.3.1.1.1") + Item(0x20, context) +
-                        Item(0x50, Item(0x51, Big(16384, 4)) + Item(0x52, "2.999.1")));
+    return PduOf(1, RequestOf(callingAe, ProposedContext(Context, abstractSyntax, {}), {}));
+}
+
+std::string RawSender::LargestAssociateRequest(const std::string& callingAe, std::string_view abstractSyntax) {
+    constexpr std::size_t mostBytes = 65536;
+    constexpr int mostContexts = 128;
+    std::string syntaxes, contexts;
+    for (int i = 0; i < 30; ++i) // 4,096 in all
+        syntaxes += Item(0x40, "1.2");
+    for (std::uint32_t i = 0; i < mostContexts; ++i)
+        contexts += ProposedContext(2 * i + 1, abstractSyntax, syntaxes);
+    const std::size_t rest = mostBytes - RequestOf(callingAe, contexts, Item(0x55, "")).size();
+    return PduOf(1, RequestOf(callingAe, contexts, Item(0x55, std::string(rest, 'x'))));
 }
 
 std::string RawSender::PduOf(std::uint8_t type, const std::string& body) {
@@ -174,6 +193,12 @@ std::string RawSender::StoreCommand(std::string_view sopClass, std::string_view 
                                  Element(0x0110, Little(1, 2)) + Element(0x0700, Little(0, 2)) +
                                  Element(0x0800, Little(0, 2)) + Element(0x1000, Even(std::string(sopInstance), '\0'));
     return Element(0x0000, Little(static_cast<std::uint32_t>(elements.size()), 4)) + elements;
+}
+
+std::string RawSender::LongestStoreCommand(std::string_view sopClass, std::string_view sopInstance) {
+    constexpr std::size_t most = 4096;
+    const std::string command = StoreCommand(sopClass, sopInstance);
+    return command + Element(0x1030, std::string(most - command.size() - Element(0, "").size(), 'x'));
 }
 
 std::string RawSender::EchoCommand() {

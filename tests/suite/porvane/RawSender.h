@@ -58,10 +58,14 @@ public:
 
     static constexpr std::string_view CtImage = "1.2.840.10008.5.1.4.1.1.2";
     static std::string AssociateRequest(const std::string& callingAe, std::string_view abstractSyntax);
+    /// As many contexts and syntaxes as may be in one, and as many bytes.
+    static std::string LargestAssociateRequest(const std::string& callingAe, std::string_view abstractSyntax);
     static std::string PduOf(std::uint8_t type, const std::string& body);
     /// A unit with one fragment; the context is the one that `Associate` asked for.
     static std::string DataPdu(const std::string& bytes, bool ofCommand, bool last);
     static std::string StoreCommand(std::string_view sopClass, std::string_view sopInstance);
+    /// As long as a command may be.
+    static std::string LongestStoreCommand(std::string_view sopClass, std::string_view sopInstance);
     static std::string EchoCommand();
     static std::string Element(std::uint16_t element, const std::string& value);
 

@@ -7,6 +7,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
+#include <atomic>
 #include <fstream>
 #include <iostream>
 #include <iterator>
@@ -58,11 +60,16 @@ protected:
         return sender.Store(RawSender::CtImage, TestObject().Get(DCM_SOPInstanceUID), dataSet);
     }
 
-    static std::string LargestHeader() {
+    static std::string LargestHeader(std::uint16_t group = 0x0009) {
         std::string elements;
         for (int i = 0; i < 49'000; ++i) // distinct ones: of two equal ones the parser keeps one
-            elements += LongElement(0x0009, static_cast<std::uint16_t>(0x1000 + i), "UN", std::string(28, 'x'));
+            elements += LongElement(group, static_cast<std::uint16_t>(0x1000 + i), "UN", std::string(28, 'x'));
         return elements;
+    }
+    /// The data set of one, nearly as large as a report may be with such a header.
+    std::string LargestReport() const {
+        // NOLINTNEXTLINE(bugprone-string-constructor): so large
+        return ImageAfter("", Report().Set(DCM_TextValue, std::string(5'900'000, 'x'))) + LargestHeader(0x4001);
     }
     static TestObject Report() {
         TestObject report;
@@ -344,6 +351,61 @@ TEST_F(StorageGuard, TenSendersOfTheLargestHeadersAtOnceTakeNoMoreThanOne) {
     std::ranges::generate(senders, [&] { return std::jthread(store); });
     senders.clear();
     EXPECT_LT(Memory() - before, 64 * Megabyte);
+}
+
+/// Senders that ask for and send as much as they may, again and again.
+class WorstSenders {
+public:
+    struct Sending {
+        std::string title;
+        std::string_view sopClass;
+        std::string dataSet;
+    };
+    WorstSenders(int port, int count, const Sending& sending) {
+        for (int i = 0; i < count; ++i)
+            senders_.emplace_back([this, port, sending](const std::stop_token& stop) {
+                while (!stop.stop_requested())
+                    Send(port, sending);
+            });
+    }
+    ~WorstSenders() {
+        for (std::jthread& sender : senders_)
+            sender.request_stop(); // all of them, before the first is waited for
+    }
+    WorstSenders(const WorstSenders&) = delete;
+    WorstSenders& operator=(const WorstSenders&) = delete;
+    int Answered() const { return answered_; }
+
+private:
+    void Send(int port, const Sending& sending) {
+        RawSender sender(port);
+        sender.Send(RawSender::LargestAssociateRequest(sending.title, sending.sopClass));
+        if (sender.Receive() != RawSender::Accept)
+            return;
+        sender.Send(RawSender::DataPdu(RawSender::LongestStoreCommand(sending.sopClass, "2.999.3"), true, true));
+        sender.Send(RawSender::DataPdu(sending.dataSet, false, true));
+        answered_ += sender.Receive(seconds(30)) == RawSender::Data ? 1 : 0;
+    }
+
+    std::atomic<int> answered_ = 0;
+    std::vector<std::jthread> senders_; ///< last: they are joined first
+};
+
+TEST_F(StorageGuard, EveryPlaceTakenByTheWorstSendersTakesLittleMemory) {
+    ExpectServing();
+    const long before = Memory();
+    {
+        const WorstSenders modalities(room.Port(), 34,
+                                      {"MODALITY", RawSender::CtImage, LargestHeader() + ImageAfter("")});
+        const WorstSenders editors(room.Port(), 5, {"AE_INTERNAL", UID_BasicTextSRStorage, LargestReport()});
+        std::vector<RawSender> waiting;
+        for (int i = 0; i < 300; ++i) // more than may wait
+            waiting.emplace_back(room.Port()).Send(RawSender::LargestAssociateRequest("WAITING", RawSender::CtImage));
+        EXPECT_TRUE(Eventually([&] { return modalities.Answered() > 0 && editors.Answered() > 1; }));
+    }
+    std::cout << "at most " << (Memory() - before) / Megabyte << " MB more than at the start\n";
+    EXPECT_LT(Memory() - before, 64 * Megabyte);
+    EXPECT_TRUE(Eventually([&] { return TestObject().Numbered(999).Send(room) == Stored; }));
 }
 
 TEST_F(StorageGuard, AReportLargerThanAnyReportIsRefused) {
