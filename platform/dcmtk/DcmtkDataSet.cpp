@@ -22,6 +22,10 @@
 namespace tavrel {
 namespace {
 
+bool IsBeyondAscii(char c) {
+    return static_cast<unsigned char>(c) >= 0x80;
+}
+
 /// Blanks before these values mean nothing (PS3.5, table 6.2-1).
 bool IgnoresLeadingBlanks(std::string_view vr) {
     return vr != "LT" && vr != "ST" && vr != "UT" && vr != "UC";
@@ -119,6 +123,8 @@ std::string DcmtkDataSet::TextOf(const DcmElement& element) const {
     std::string text;
     if (IsTextVr(vr)) {
         text = RawText(element);
+        if (!TextKindOf(vr)) // codes, dates, UIDs: they have no character set, so a byte beyond ASCII means nothing
+            std::ranges::replace_if(text, IsBeyondAscii, '?');
     } else if (vr == "UN") {
         text = CharacterSet{characterSet_}.Decode(RawBytes(element), TextKind::Values);
     } else if (IsNumberVr(vr)) {

@@ -1,4 +1,4 @@
-// A file is loaded, read and written as a report is: the structural scan, the decoder and the encoder.
+// A file is loaded, read and written as a report is: behind the structural scan the decoder and the encoder.
 
 #include "platform/attributes.h"
 #include "platform/dcmtk/DcmtkLibrary.h"

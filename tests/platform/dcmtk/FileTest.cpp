@@ -167,6 +167,10 @@ TEST_F(Files, AnElementOfUnknownVrKeepsTheSetOfItsFile) {
     EXPECT_EQ(Text(*loaded, attribute::FormerStudyElement), "Лю");
 }
 
+TEST_F(Files, AByteThatMeansNothingInACodeReadsAsAQuestionMark) {
+    EXPECT_EQ(Text(*Loaded(RawDicom{}.Text(attribute::PatientSex, "\xC6").File()), attribute::PatientSex), "?");
+}
+
 TEST_F(Files, ADateThatTheCalendarLacksReadsAsNone) {
     const auto loaded = Loaded(
         RawDicom{}.Text(attribute::ContentDate, "20260230").Text(attribute::PatientBirthDate, "unknown ").File());
