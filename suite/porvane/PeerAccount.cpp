@@ -113,8 +113,8 @@ PeerAccount PeerAccount::ReadFromTables(int socket) {
     constexpr const char* mapped = "0000000000000000FFFF0000%08X:%04X";
     const Ends ends(socket);
     for (int look = 0; look < looks; ++look) {
-        std::ifstream table("/proc/net/tcp");
-        std::ifstream mappedTable("/proc/net/tcp6");
+        std::ifstream table("/proc/self/net/tcp");
+        std::ifstream mappedTable("/proc/self/net/tcp6");
         if (!table)
             return {};
         auto user = UserIn(table, InTable(ends.peer, address), InTable(ends.own, address));
