@@ -4,10 +4,11 @@ and that it goes on."""
 import time
 import unittest
 
-from case import SystemTest, ViewerTest, end
+from case import PICTURES, SystemTest, ViewerTest, end
 from database import DatabaseServer, move_catalogue_to
 from faults import STORING, WAITING, Approving, Coding, Opening, Printing, Saving, expect_waiting
 from person.driver import wait_until
+from person.pictures import screenshot
 from person.studies import Study
 from person.workstation import FOLDER
 
@@ -238,5 +239,6 @@ class TheViewersSearch(ViewerTest):
             server.freeze()
             self.search()
             expect_waiting(self, self.viewer.window, WAITING)
+            screenshot(PICTURES / "viewer-waiting.png")
             server.go_on()
             self.expect_found()
