@@ -136,6 +136,7 @@ class AServerThatIsStartedAgain(DatabaseTest):
                 action = self.new(kind)
                 server.restart()
                 self.expect_goes_on(action)
+                end(action.client)
 
 
 class AServerThatFallsSilent(DatabaseTest):
