@@ -1,8 +1,10 @@
 #include "editor/ImageHandOver.h"
 
 #include "editor/DelimitedText.h"
+#include "editor/ReportState.h"
 #include "host/ErrorReport.h"
 #include "platform/paths.h"
+#include "platform/uid.h"
 #include "sr/DcmSRDocument.h"
 
 #include <vector>
@@ -34,6 +36,39 @@ template <typename Line, typename Image, typename View> void ForEachField(Line& 
     line.Field(view.sharpness);
 }
 
+struct Lines {
+    std::string text;
+    std::size_t leftOut = 0; ///< images that no file can hold
+    std::string why;         ///< of the last of them
+};
+
+Lines LinesOf(const ImageList& images) {
+    static const ViewParameters neutral; // for an image that was added without parameters
+    Lines lines;
+    for (const auto& image : images) {
+        DelimitedWriter line;
+        const auto write = [&] {
+            ForEachField(line, image, image.ViewPars ? *image.ViewPars : neutral);
+            line.EndLine();
+            lines.text += line.Text();
+        };
+        Trap(write, [&](const Error& error) {
+            lines.why = error.description;
+            ++lines.leftOut;
+        });
+    }
+    return lines;
+}
+
+ImagePresentationContext ReadImage(DelimitedReader& line) {
+    ImagePresentationContext image{.Filename = {}, .ViewPars = std::make_shared<ViewParameters>(), .LUTName = {}};
+    ForEachField(line, image, *image.ViewPars);
+    line.EndLine();
+    return image;
+}
+
+constexpr std::string_view KeptExtension = ".images";
+
 } // namespace
 
 std::string ImageHandOver::HandOverFile() const {
@@ -55,13 +90,39 @@ std::string ImageHandOver::SeriesUid() const {
 }
 
 void ImageHandOver::Keep() {
-    if (const auto& images = global_.report->pendingImages; images && !images->empty())
-        waiting_.insert_or_assign(SeriesUid(), *images);
+    if (auto images = Images(); !images.empty())
+        waiting_.insert_or_assign(SeriesUid(), std::move(images));
 }
 
 std::size_t ImageHandOver::Waiting() const {
     const auto found = waiting_.find(SeriesUid());
     return found == waiting_.end() ? 0 : found->second.size();
+}
+
+ImageHandOver::Loaded ImageHandOver::ToLoad() const {
+    if (const auto waiting = waiting_.find(SeriesUid()); waiting != waiting_.end())
+        return {waiting->second, {}};
+    const auto file = HandOverFile();
+    Loaded loaded;
+    if (global_.report->filePath.empty() || !global_.ports.files.Exists(file))
+        return loaded;
+    const auto text = global_.ports.files.ReadText(file);
+    DelimitedReader line(text, file);
+    Trap(
+        [&] {
+            while (!line.AtEnd())
+                loaded.images.push_back(ReadImage(line));
+        },
+        [&](const Error& error) { loaded.malformed = error; });
+    return loaded;
+}
+
+ImageList ImageHandOver::Images() const {
+    const auto& pending = global_.report->pendingImages;
+    ImageList images = pending ? *pending : ImageList();
+    if (rest_ && rest_->report == global_.report)
+        images.insert(images.end(), rest_->images.begin(), rest_->images.end());
+    return images;
 }
 
 void ImageHandOver::Load(ReportOwner* owner) {
@@ -72,36 +133,24 @@ void ImageHandOver::Load(ReportOwner* owner) {
                 throw Error(Fault::Missing, "Tavrel", "The report has no automation object to hand its images to");
             return *owner;
         };
-        const auto take = [&](ImagePresentationContext image) {
-            auto& viewers = theOwner();
-            Trap([&] { viewers.ShowImage(image.Filename, image.ViewPars, image.LUTName); },
-                 [&](const Error& error) { failures.push_back(error.description); });
-            global_.report->pendingImages->push_back(
-                std::move(image)); // the viewer may have replaced the list meanwhile
-        };
         if (global_.report->pendingImages && !global_.report->pendingImages->empty())
             theOwner().RemoveImagesFromRefertList();
         global_.report->pendingImages = std::make_shared<ImageList>();
-        if (const auto waiting = waiting_.find(SeriesUid()); waiting != waiting_.end()) {
-            for (const auto& image : ImageList(waiting->second))
-                take(image);
-            return;
+        auto loaded = ToLoad();
+        auto* viewers = loaded.images.empty() ? nullptr : &theOwner();
+        // While the viewer is waited for a version may be stored, or this or another report be loaded.
+        const auto rest = rest_ = std::make_shared<Rest>(Rest{global_.report, std::move(loaded.images)});
+        while (!rest->images.empty()) {
+            const auto image = rest->images.front();
+            Trap([&] { viewers->ShowImage(image.Filename, image.ViewPars, image.LUTName); },
+                 [&](const Error& error) { failures.push_back(error.description); });
+            if (rest != rest_ || rest->report != global_.report)
+                return;
+            rest->images.erase(rest->images.begin());
+            global_.report->pendingImages->push_back(image); // the viewer may have replaced the list meanwhile
         }
-        if (global_.report->filePath.empty())
-            return;
-        const auto file = HandOverFile();
-        if (!global_.ports.files.Exists(file))
-            return;
-
-        const auto text = global_.ports.files.ReadText(file);
-        DelimitedReader line(text, file);
-        while (!line.AtEnd()) {
-            ImagePresentationContext image{
-                .Filename = {}, .ViewPars = std::make_shared<ViewParameters>(), .LUTName = {}};
-            ForEachField(line, image, *image.ViewPars);
-            line.EndLine();
-            take(std::move(image));
-        }
+        if (loaded.malformed)
+            throw Error(*loaded.malformed);
     });
     if (failures.empty())
         return;
@@ -113,32 +162,79 @@ void ImageHandOver::Load(ReportOwner* owner) {
 
 void ImageHandOver::Write() {
     const auto file = HandOverFile();
-    const auto images = global_.report->pendingImages;
-    if (!images || images->empty())
+    const ImageList images = Images();
+    if (images.empty())
         return;
-    Keep();                              // until the file holds them
-    static const ViewParameters neutral; // for an image that was added without parameters
-    std::string lines, why;
-    std::size_t left = 0;
-    for (const auto& image : *images) {
-        DelimitedWriter line;
-        const auto write = [&] {
-            ForEachField(line, image, image.ViewPars ? *image.ViewPars : neutral);
-            line.EndLine();
-            lines += line.Text();
-        };
-        Trap(write, [&](const Error& error) {
-            why = error.description;
-            ++left;
-        });
-    }
-    if (!lines.empty())
-        global_.ports.files.WriteText(file, lines);
-    if (left > 0)
+    const bool waited = Waiting() > 0;
+    Keep(); // until the file holds them
+    const Lines lines = LinesOf(images);
+    if (!lines.text.empty())
+        global_.ports.files.WriteText(file, lines.text);
+    if (lines.leftOut > 0)
         throw Error(Fault::TypeMismatch, "ImageHandOver",
-                    why + " (" + std::to_string(left) + " of the report's " + std::to_string(images->size()) +
-                        " images, which wait for the next save)");
+                    lines.why + " (" + std::to_string(lines.leftOut) + " of the report's " +
+                        std::to_string(images.size()) + " images, which wait for the next save)");
     waiting_.erase(SeriesUid());
+    if (const auto kept = KeptFile(); waited && !kept.empty())
+        global_.ports.files.Remove(kept);
+}
+
+std::string ImageHandOver::KeptFolder() const {
+    return global_.ports.process.StateFolder() + "\\drafts";
+}
+
+std::string ImageHandOver::KeptFile() const {
+    const std::string series = SeriesUid();
+    return IsUid(series) ? KeptFolder() + "\\" + series + std::string(KeptExtension) : std::string();
+}
+
+void ImageHandOver::LogOfKept(const std::string& what, const Error& error) const {
+    global_.ports.process.LogToDesktop(what + ": " + error.description);
+}
+
+void ImageHandOver::KeepOnDisk() {
+    const auto waiting = waiting_.find(SeriesUid());
+    if (waiting == waiting_.end())
+        return;
+    Trap(
+        [&] {
+            const std::string file = KeptFile();
+            if (file.empty())
+                throw Error(Fault::TypeMismatch, "ImageHandOver", "The report's series can name no file");
+            DelimitedWriter version;
+            version.Field(LastLabel(*global_.report->document));
+            version.EndLine();
+            const Lines lines = LinesOf(waiting->second);
+            auto& files = global_.ports.files;
+            if (!files.Exists(file))
+                files.CreateNew(KeptFolder(), SeriesUid(), KeptExtension);
+            files.WriteText(file, version.Text() + lines.text);
+            if (lines.leftOut > 0)
+                throw Error(Fault::TypeMismatch, "ImageHandOver", lines.why);
+        },
+        [&](const Error& error) { LogOfKept("Images that wait for the next save end with the program", error); });
+}
+
+void ImageHandOver::Recall() {
+    const std::string file = KeptFile();
+    if (file.empty() || Waiting() > 0 || !global_.ports.files.Exists(file))
+        return;
+    Trap(
+        [&] {
+            const auto text = global_.ports.files.ReadText(file);
+            DelimitedReader line(text, file);
+            std::string version;
+            line.Field(version);
+            line.EndLine();
+            if (version != LastLabel(*global_.report->document))
+                throw Error(Fault::TypeMismatch, "ImageHandOver", "Another version of the report was saved meanwhile");
+            ImageList images;
+            while (!line.AtEnd())
+                images.push_back(ReadImage(line));
+            if (!images.empty())
+                waiting_.insert_or_assign(SeriesUid(), std::move(images));
+        },
+        [&](const Error& error) { LogOfKept("The images in \"" + NativePath(file) + "\" are left alone", error); });
 }
 
 } // namespace tavrel

@@ -2,10 +2,13 @@
 
 #include "editor/ReportOwner.h"
 #include "host/Global.h"
+#include "platform/error.h"
 #include "sr/ImagePresentationContext.h"
 
 #include <cstddef>
 #include <map>
+#include <memory>
+#include <optional>
 #include <string>
 
 namespace tavrel {
@@ -30,16 +33,39 @@ public:
     void Write();
     /// The pending list of the current report waits for the next `Write`: until then it stands for the file.
     void Keep();
+    /// What waits for the current report is kept beside the drafts as well, for a later run of the program. Where that
+    /// fails, or an image cannot be written at all, the desktop's log says so.
+    void KeepOnDisk();
+    /// What an earlier run has kept so waits again, unless another version of the report was saved meanwhile.
+    void Recall();
     /// How many images of the current report no file holds as they should stand.
     std::size_t Waiting() const;
 
 private:
+    struct Loaded {
+        ImageList images;
+        std::optional<Error> malformed; ///< why not the rest of the file
+    };
+    /// What a loading has not handed to the viewer yet. A store event does not wait for that.
+    struct Rest {
+        std::shared_ptr<OpenedReport> report;
+        ImageList images;
+    };
+    /// Those that wait, or the file's.
+    Loaded ToLoad() const;
+    /// The pending list as it will be.
+    ImageList Images() const;
     std::string HandOverFile() const;
+    /// Empty for a series that can name no file.
+    std::string KeptFile() const;
+    std::string KeptFolder() const;
+    void LogOfKept(const std::string& what, const Error& error) const;
     /// Empty while there is none.
     std::string SeriesUid() const;
 
     Global& global_;
     std::map<std::string, ImageList> waiting_; ///< by the report's series
+    std::shared_ptr<Rest> rest_;
 };
 
 } // namespace tavrel

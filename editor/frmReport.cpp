@@ -203,6 +203,7 @@ void frmReport::FillScreen() {
             bool readOnly = document.ReadOnly();
             Lock(readOnly);
             screen_.waiting = WaitingVersions(global_.ports, document.SeriesUid(), stored_);
+            images_.Recall();
             screen_.waitingImages = images_.Waiting();
             ShowState();
             drafts_.Show({.owner = DraftOwnerOf(document),

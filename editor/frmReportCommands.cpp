@@ -32,6 +32,7 @@ bool frmReport::Save() {
                 KeepImages(delivery);
             drafts_.Saved(DraftOwnerOf(document), sent);
             FillHistory();
+            images_.KeepOnDisk();
             SelectLastVersion();
         },
         [&](const Error& error) {

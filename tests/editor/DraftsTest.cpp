@@ -48,22 +48,6 @@ private:
     PosixFiles files_;
 };
 
-/// A process of the account: it shares the catalogue, the state folder and the clock with the station's own.
-struct AnotherProcess {
-    explicit AnotherProcess(ReportingStation& shared, Files& files)
-        : station(shared), global(shared.PortsWith(files)) {}
-    explicit AnotherProcess(ReportingStation& shared) : AnotherProcess(shared, *shared.files) {}
-
-    ReportingStation& station;
-    Global global;
-    FakeServiceEvents events;
-    FakeTimer timer;
-    frmBase codeTables{global};
-    frmSRSeriesChoice chooser{global, [this] { editor.cmdNew_Click(); }};
-    frmReport editor{global, events, chooser, codeTables, station.printer, timer};
-    CTavrel automation{global, station.viewers, chooser, editor};
-};
-
 /// Reports "1.2.3.2.1" and "1.2.3.2.2" of the example study and "1.9.2" of another patient. `Crash` is what is left
 /// to do for a process that is killed at once: nothing.
 class DraftStation : public ReportingStation {

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <utility>
 
 namespace tavrel::test {
 namespace {
@@ -16,11 +17,15 @@ std::string LineOf(const std::string& fileName) {
     return "\"" + fileName + "\"" + NeutralLine;
 }
 
-Texts FileNames(const ReportingStation& station) {
+Texts FileNames(const Global& global) {
     Texts names;
-    for (const auto& image : *station.global.report->pendingImages)
+    for (const auto& image : *global.report->pendingImages)
         names.push_back(image.Filename);
     return names;
+}
+
+Texts FileNames(const ReportingStation& station) {
+    return FileNames(station.global);
 }
 
 void AddImages(ReportingStation& station, const Texts& fileNames) {
@@ -190,6 +195,86 @@ TEST_F(AnUnwritableImage, StaysWithItsReport) {
     EXPECT_EQ(FileNames(station), (Texts{"bad.dcm", "good.dcm"}));
 }
 
+/// A version is stored, its images could not be written beside it, and the program has ended.
+class ImagesOfAnEarlierRun : public testing::Test {
+protected:
+    ImagesOfAnEarlierRun() {
+        std::filesystem::create_directories(station.NativePath("study\\report1\\SR.dat")); // in the file's way
+        station.OpenReport();
+        station.StoreInto("report1");
+        AddImages(station, {"a.dcm", "b.dcm"});
+        station.editor.cmdSave.Press();
+    }
+    bool Kept() const { return station.files->Exists(KeptFile); }
+    void ExpectThey(const std::string& logged) {
+        later.automation.LoadSRSeries("1.2.3.2.1");
+        EXPECT_EQ(FileNames(later.global), Texts{});
+        ASSERT_FALSE(station.process.log.empty());
+        EXPECT_THAT(station.process.log.back(), testing::HasSubstr(logged));
+    }
+
+    ReportingStation station;
+    AnotherProcess later{station};
+    const std::string KeptFile = station.Path("state\\drafts\\1.2.3.2.1.images");
+};
+
+TEST_F(ImagesOfAnEarlierRun, WaitAgainAndThatIsSaid) {
+    later.automation.LoadSRSeries("1.2.3.2.1");
+    EXPECT_EQ(FileNames(later.global), (Texts{"a.dcm", "b.dcm"}));
+    EXPECT_EQ(*later.global.report->pendingImages->front().ViewPars, *SomeView());
+    EXPECT_TRUE(later.editor.lblState.Text().ends_with("; images not yet kept with the report: 2"))
+        << later.editor.lblState.Text();
+}
+
+TEST_F(ImagesOfAnEarlierRun, WaitForEachRunUntilASaveTakesThem) {
+    later.automation.LoadSRSeries("1.2.3.2.1");
+    AnotherProcess last(station);
+    last.automation.LoadSRSeries("1.2.3.2.1");
+    EXPECT_EQ(FileNames(last.global), (Texts{"a.dcm", "b.dcm"}));
+}
+
+TEST_F(ImagesOfAnEarlierRun, AreWrittenByALaterSaveAndKeptNoLonger) {
+    later.automation.LoadSRSeries("1.2.3.2.1");
+    std::filesystem::remove(station.NativePath("study\\report1\\SR.dat"));
+    station.store.answer = [this](const SentVersion& version) {
+        const auto path = station.Path("study\\report1\\img_000999.dcm");
+        version.dataSet->SaveToFile(path);
+        later.events.RaiseStore("1.2.3.2.1", path);
+    };
+    later.editor.cmdSave.Press();
+    EXPECT_EQ(station.ReadFile("study\\report1\\SR.dat").find("\"a.dcm\","), 0U);
+    EXPECT_FALSE(Kept());
+}
+
+TEST_F(ImagesOfAnEarlierRun, AreNoneOfAnotherPatientsReport) {
+    station.AddPatient("P2", "VERDI^LUIGI");
+    station.AddStudy("1.9", "P2", station.Path("study"));
+    station.AddReport({.seriesUid = "1.9.2", .studyUid = "1.9", .seriesDir = "verdi", .patientName = "VERDI^LUIGI"});
+    later.automation.LoadSRSeries("1.9.2");
+    EXPECT_EQ(FileNames(later.global), Texts{});
+    EXPECT_TRUE(Kept());
+}
+
+TEST_F(ImagesOfAnEarlierRun, AreLeftAloneOnceAnotherVersionWasSaved) {
+    station.WriteFile("state\\drafts\\1.2.3.2.1.images", "\"01/01/2000 00:00:00\"\r\n" + LineOf("old.dcm"));
+    ExpectThey("Another version of the report was saved meanwhile");
+}
+
+TEST_F(ImagesOfAnEarlierRun, AreLeftAloneInADamagedFile) {
+    station.WriteFile("state\\drafts\\1.2.3.2.1.images", "\"01/0");
+    ExpectThey("are left alone: ");
+    EXPECT_TRUE(Kept());
+}
+
+TEST(ImagesThatCannotBeKept, EndWithTheProgramAndTheLogSaysSo) {
+    ReportingStation station;
+    station.WriteFile("state\\drafts", "in the folder's way");
+    station.OpenReport();
+    AddImages(station, {"a.dcm"});
+    station.editor.cmdSave.Press();
+    EXPECT_THAT(station.process.log, testing::Contains(testing::StartsWith("Images that wait for the next save end ")));
+}
+
 /// The service stores, and its events do not arrive: the desktop's bus is away.
 class WithoutEvents : public testing::Test {
 protected:
@@ -315,6 +400,41 @@ TEST(HandOverLoad, AListThatTheViewerEmptiesMeanwhileTakesTheRest) {
     };
     station.editor.lstHistory.ListIndex(0);
     EXPECT_EQ(FileNames(station), Texts{"b.dcm"});
+}
+
+/// Something else happens while the viewer is handed the first of two images.
+class WhileTheViewerIsHandedImages : public testing::Test {
+protected:
+    WhileTheViewerIsHandedImages() { station.WriteFile("study\\report1\\SR.dat", LineOf("a.dcm") + LineOf("b.dcm")); }
+    void Meanwhile(const std::function<void()>& act) {
+        station.viewers.onCall = [this, act](const std::string& call) {
+            if (call == "ViewRefertImages" && !std::exchange(done, true))
+                act();
+        };
+        station.editor.lstHistory.ListIndex(0);
+        ASSERT_TRUE(done);
+    }
+
+    HandOverStation station{""};
+    bool done = false;
+};
+
+TEST_F(WhileTheViewerIsHandedImages, AStoreEventWritesAllOfThem) {
+    Meanwhile([this] { station.serviceEvents.RaiseStore("1.2.3.2.1", station.Path("study\\report1\\F1.dcm")); });
+    EXPECT_EQ(station.ReadFile("study\\report1\\SR.dat"), LineOf("a.dcm") + LineOf("b.dcm"));
+    EXPECT_EQ(FileNames(station), (Texts{"a.dcm", "b.dcm"}));
+}
+
+TEST_F(WhileTheViewerIsHandedImages, ASaveKeepsAllOfThemOnce) {
+    station.StoreInto("report1");
+    Meanwhile([this] { station.editor.cmdSave.Press(); });
+    EXPECT_EQ(station.ReadFile("study\\report1\\SR.dat"), LineOf("a.dcm") + LineOf("b.dcm"));
+    EXPECT_EQ(FileNames(station), (Texts{"a.dcm", "b.dcm"}));
+}
+
+TEST_F(WhileTheViewerIsHandedImages, AnotherReportGetsNoneOfThem) {
+    Meanwhile([this] { station.OpenReport({.seriesUid = "1.2.3.2.2", .seriesDir = "report2"}); });
+    EXPECT_EQ(FileNames(station), Texts{});
 }
 
 TEST(HandOverLoad, ImagesWithoutAnOwnerToTellAreTold) {

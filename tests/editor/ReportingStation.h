@@ -8,6 +8,7 @@
 #include "sr/DcmSRDocument.h"
 #include "sr/ImagePresentationContext.h"
 #include "tests/support/FakeReportPrinter.h"
+#include "tests/support/FakeServiceEvents.h"
 #include "tests/support/FakeTimer.h"
 #include "tests/support/ReadBytes.h"
 #include "tests/support/Workstation.h"
@@ -69,6 +70,22 @@ public:
         std::ofstream(NativePath(below), std::ios::binary) << contents;
     }
     std::string ReadFile(const std::string& below) { return ReadBytes(NativePath(below)); }
+};
+
+/// A process of the account: it shares the catalogue, the state folder and the clock with the station's own.
+struct AnotherProcess {
+    explicit AnotherProcess(ReportingStation& shared, Files& files)
+        : station(shared), global(shared.PortsWith(files)) {}
+    explicit AnotherProcess(ReportingStation& shared) : AnotherProcess(shared, *shared.files) {}
+
+    ReportingStation& station;
+    Global global;
+    FakeServiceEvents events;
+    FakeTimer timer;
+    frmBase codeTables{global};
+    frmSRSeriesChoice chooser{global, [this] { editor.cmdNew_Click(); }};
+    frmReport editor{global, events, chooser, codeTables, station.printer, timer};
+    CTavrel automation{global, station.viewers, chooser, editor};
 };
 
 inline ViewParametersHandle SomeView() {
