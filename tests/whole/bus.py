@@ -8,7 +8,7 @@ from concurrent.futures import ThreadPoolExecutor
 
 from gi.repository import Gio, GLib
 
-from person.driver import wait_until
+from person.driver import TIMEOUT, wait_until
 from person.workstation import FOLDER, program
 
 NO_LIMIT = GLib.MAXINT32
@@ -78,7 +78,7 @@ class Client:
         return _calls.submit(self._create)
 
     def create(self):
-        self.begin_creation().result(20)
+        self.begin_creation().result(2 * TIMEOUT)
         return self
 
     def _create(self):
