@@ -46,21 +46,6 @@ bool EndsWithIgnoringCase(const std::string& name, std::string_view extension) {
            strncasecmp(name.data() + name.size() - extension.size(), extension.data(), extension.size()) == 0;
 }
 
-/// Makes a folder that is missing, and those above it. Each has its name on the disk before anything is in it: a
-/// file lasts no longer than the folders that lead to it.
-void MakeFolder(const std::filesystem::path& folder) {
-    std::error_code ignored;
-    if (folder.empty() || std::filesystem::exists(folder, ignored))
-        return;
-    const auto above = folder.parent_path();
-    MakeFolder(above);
-    if (mkdir(folder.c_str(), S_IRWXU) == 0 && !SyncFolder(above.empty() ? "." : above)) {
-        const int reason = errno;
-        rmdir(folder.c_str()); // or the next attempt would find it there
-        Fail("Cannot make the folder", folder, reason);
-    }
-}
-
 } // namespace
 
 bool PosixFiles::Exists(std::string_view path) const {
@@ -87,7 +72,7 @@ std::vector<std::string> PosixFiles::List(std::string_view folder, std::string_v
 
 std::string PosixFiles::CreateNew(std::string_view folder, std::string_view name, std::string_view extension) {
     const auto native = NativePath(std::string(folder));
-    MakeFolder(native);
+    MakeLastingFolder(native);
     for (int copy = 1;; ++copy) {
         auto path =
             native + "/" + std::string(name) + (copy > 1 ? "-" + std::to_string(copy) : "") + std::string(extension);

@@ -3,11 +3,11 @@
 #include "platform/error.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
-#include <filesystem>
 #include <system_error>
 
 namespace tavrel {
@@ -57,6 +57,23 @@ void WriteWholeFile(const std::string& path, std::string_view bytes) {
     TemporaryFile file{path};
     if (!file.Write(bytes) || !file.Replace(path) || !SyncFolder(FolderOf(path)))
         Fail(path, errno);
+}
+
+void MakeLastingFolder(const std::filesystem::path& folder) {
+    if (folder.empty())
+        return;
+    std::error_code ignored;
+    const bool there = std::filesystem::exists(folder, ignored);
+    if (!there)
+        MakeLastingFolder(folder.parent_path());
+    const bool made = !there && mkdir(folder.c_str(), S_IRWXU) == 0;
+    // Who made one that is there may have been killed before this.
+    if (SyncFolder(FolderOf(folder)) || !made)
+        return;
+    const int reason = errno;
+    rmdir(folder.c_str()); // or the next attempt would find it there
+    throw Error(reason, "Files",
+                "Cannot make the folder \"" + folder.string() + "\": " + std::generic_category().message(reason));
 }
 
 bool WriteAll(int descriptor, std::string_view bytes) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <string>
 #include <string_view>
 
@@ -13,6 +14,11 @@ void WriteWholeFile(const std::string& path, std::string_view bytes);
 
 /// Writes all of `bytes`; false leaves the reason in errno.
 bool WriteAll(int descriptor, std::string_view bytes);
+
+/// Makes a folder that is missing, and those above it. Each has its name on the disk before anything is in it: a file
+/// lasts no longer than the folders that lead to it. One that does not reach the disk is an Error as above; one that
+/// cannot be made is left to whoever then wants something in it.
+void MakeLastingFolder(const std::filesystem::path& folder);
 
 /// Makes the names in a folder durable; false leaves the reason in errno. A file system that knows
 /// no such thing (EINVAL) keeps them in its own way.

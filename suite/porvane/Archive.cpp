@@ -2,6 +2,7 @@
 
 #include "platform/error.h"
 #include "platform/paths.h"
+#include "platform/posix/WholeFile.h"
 #include "platform/uid.h"
 #include "suite/porvane/SameDataSet.h"
 #include "suite/porvane/ServiceLog.h"
@@ -46,20 +47,23 @@ std::string FileName(int number) {
     return name.data();
 }
 
-/// Makes a folder in an existing one.
-void MakeFolder(const fs::path& folder) {
+/// Makes a folder in an existing one. One that holds objects already is durable; of any other the maker may have been
+/// killed before it was.
+void MakeFolder(const fs::path& folder, bool inUse) {
     std::error_code failure;
-    if (fs::create_directory(folder, failure))
-        KeepNames(folder.parent_path());
+    const bool made = fs::create_directory(folder, failure);
     if (failure)
         throw StoreRefusal(Status::OutOfResources,
                            "cannot make the folder " + folder.string() + ": " + failure.message());
+    if (made || !inUse)
+        KeepNames(folder.parent_path());
 }
 
-/// Takes back a file, and the folders that were made for it alone.
+/// Takes back a file, and the folders that were made for it alone. It is gone for good before its note may go.
 void Forget(const ObjectPlace& place) {
     const fs::path folder = NativeFolder(place);
     unlink(NativeFile(place).c_str());
+    SyncFolder(folder.string());
     rmdir(folder.c_str());
     rmdir(folder.parent_path().c_str());
 }
@@ -117,12 +121,12 @@ Archive::Archive(const fs::path& root, ObjectCatalogue& catalogue, DicomLibrary&
       library_(library) {
     if (const std::string fault = PathFault(root_.string()); !fault.empty())
         throw std::runtime_error(fault);
-    std::error_code failure;
-    fs::create_directories(incoming_, failure);
-    lock_ = failure ? -1 : open((incoming_ / "lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    MakeLastingFolder(root_);
+    MakeLastingFolder(incoming_);
+    lock_ = open((incoming_ / "lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
     if (lock_ < 0)
         throw std::runtime_error("Cannot write in the studies' folder \"" + root_.string() +
-                                 "\": " + (failure ? failure.message() : std::generic_category().message(errno)));
+                                 "\": " + std::generic_category().message(errno));
     if (flock(lock_, LOCK_EX | LOCK_NB) != 0) {
         close(lock_);
         throw std::runtime_error("Another storage service works in the studies' folder \"" + root_.string() + "\"");
@@ -272,8 +276,8 @@ ObjectPlace Archive::FolderFor(const ObjectHeader& header) {
                       series ? series->seriesDir : header.seriesUid,
                       {}};
     if (!studyPath)
-        MakeFolder(NativePath(place.studyPath));
-    MakeFolder(NativeFolder(place));
+        MakeFolder(NativePath(place.studyPath), false);
+    MakeFolder(NativeFolder(place), series.has_value());
     return place;
 }
 

@@ -28,8 +28,8 @@ public:
     /// Why a path cannot be that of the studies' folder; empty when it can.
     static std::string PathFault(const std::string& root);
 
-    /// Makes the folder `root` where it is missing and keeps other services out of it. Throws
-    /// std::runtime_error with words for the person who started the service.
+    /// Makes the folder `root` where it is missing and keeps other services out of it. Throws a
+    /// std::exception with words for the person who started the service.
     Archive(const std::filesystem::path& root, ObjectCatalogue& catalogue, DicomLibrary& library);
     ~Archive();
     Archive(const Archive&) = delete;
@@ -58,7 +58,6 @@ private:
     std::string File(IncomingFile& object, const ObjectHeader& header);
     void Connect();
     std::uint32_t Number() const;
-    std::optional<ObjectPlace> StoredBefore(const std::filesystem::path& object, const ObjectHeader& header);
     ObjectPlace FolderFor(const ObjectHeader& header);
     void Settle(const std::filesystem::path& note);
     int NextFreeNumber(const std::filesystem::path& folder);

@@ -34,9 +34,10 @@ void ObjectCatalogue::Open() {
         return;
     connection_->Open("DSN=" + dataSource_);
     engine_ = DetectEngine(*connection_);
-    // The entry's own setting may leave the last commits to a power failure; the servers' do not.
+    // The entry's own setting may leave the last commits to a power failure; the servers' do not. FULL would do for a
+    // log; a journal's end has to be synced as well, lest it take the commit back.
     if (engine_ == Engine::Sqlite)
-        connection_->OpenResultSet("PRAGMA synchronous=FULL");
+        connection_->OpenResultSet("PRAGMA synchronous=EXTRA");
 }
 
 void ObjectCatalogue::EndFormerTransaction() {
