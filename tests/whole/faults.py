@@ -44,6 +44,14 @@ class Action:
         """Whether what was typed is on the screen."""
         return self.report.read("Reading") == TYPED
 
+    def resume(self):
+        """Has the screen filled anew, where the fault has left it in part."""
+        def part():
+            return any(each.startswith("NOT SHOWN: ") for each in self.report.labels())
+        if part():
+            self.report.press("Last Version")
+            wait_until(lambda: not part(), "the screen to be filled")
+
     def finish(self):
         """Takes back what would be in the way of the same action once more."""
 

@@ -70,6 +70,7 @@ class AServerThatEnds(DatabaseTest):
             self.assertRegex("\n".join(action.outcome()), GONE)
             self.assertTrue(action.kept())
             self.start()
+            action.resume()
         self.expect_goes_on(action)
         return action
 
@@ -107,6 +108,7 @@ class AServerThatEndsWithAnyRequest(DatabaseTest):
             if not met:
                 break  # each has met it
             with self.subTest(request=request):
+                action.resume()
                 if not action.done():
                     self.expect_goes_on(action)
             end(action.client)
@@ -194,6 +196,7 @@ class AServerThatStaysSilent(DatabaseTest):
         self.assertIn(SILENT, "\n".join(said))
         self.assertTrue(action.kept())
         server.go_on()
+        action.resume()
         self.expect_goes_on(action)
 
     def test_in_the_middle_of_an_opening_leaves_the_open_report(self):
