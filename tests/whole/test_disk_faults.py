@@ -6,7 +6,7 @@ import unittest
 
 from bus import FurtherBus, RecordingViewer
 from case import SystemTest
-from disk import SmallDisk, possible
+from own_disk import SmallDisk, possible
 from faults import TYPED, Opening, Saving
 from person.driver import wait_until
 from person.studies import Study, reading_of
