@@ -73,7 +73,7 @@ bool IsNumber(const QVariant& value) {
 void Read(const QVariant& value, float& field) {
     if (!IsNumber(value))
         return;
-    const double number = value.value<double>();
+    const auto number = value.value<double>();
     constexpr double largest = std::numeric_limits<float>::max();
     field = static_cast<float>(std::isfinite(number) ? std::clamp(number, -largest, largest) : number);
 }
