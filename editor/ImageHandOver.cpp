@@ -53,7 +53,7 @@ Lines LinesOf(const ImageList& images) {
             lines.text += line.Text();
         };
         Trap(write, [&](const Error& error) {
-            lines.why = error.description;
+            lines.why = "The image " + image.Filename + " cannot be kept with the report: " + error.description;
             ++lines.leftOut;
         });
     }

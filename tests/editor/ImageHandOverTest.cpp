@@ -149,9 +149,10 @@ TEST(HandOverWrite, AParameterThatIsNoNumberIsToldAndTheFileStays) {
     AddImages(station, {"a.dcm"});
     MakeUnwritable(station, 0);
     station.serviceEvents.RaiseStore("1.2.3.2.1", station.Path("data\\F1.dcm"));
-    EXPECT_EQ(station.windows.Texts(),
-              Texts{"frmReport.Porvane_OnStore:13-A value is infinite or no number and cannot be written (1 of the "
-                    "report's 1 images, which wait for the next save)"});
+    EXPECT_EQ(
+        station.windows.Texts(),
+        Texts{"frmReport.Porvane_OnStore:13-The image a.dcm cannot be kept with the report: A value is infinite or "
+              "no number and cannot be written (1 of the report's 1 images, which wait for the next save)"});
     EXPECT_EQ(station.ReadFile("data\\SR.dat"), "as it was");
 }
 

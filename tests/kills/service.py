@@ -28,11 +28,16 @@ class Lost(AssertionError):
 NO_TRACING = 77
 
 
+def tracing_refused():
+    """Why no process may be traced here; empty when it may."""
+    tried = subprocess.run(["strace", "-o", "/dev/null", "true"], capture_output=True, text=True)
+    return tried.stderr.strip() if tried.returncode != 0 else ""
+
+
 def require_tracing(what):
     """Ends the run where no process may be traced."""
-    tried = subprocess.run(["strace", "-o", "/dev/null", "true"], capture_output=True, text=True)
-    if tried.returncode != 0:
-        print(f"No {what} here, where no process may be traced: {tried.stderr.strip()}")
+    if refused := tracing_refused():
+        print(f"No {what} here, where no process may be traced: {refused}")
         sys.exit(NO_TRACING)
 
 

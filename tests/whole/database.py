@@ -10,7 +10,8 @@ from pathlib import Path
 
 from person.driver import wait_until
 from person.workstation import CODES, FOLDER, HOSPITAL, PHYSICIAN, ask, replace_catalogue
-from storage import StorageService, copy, shut, unused_port
+from service import free_port
+from storage import StorageService, copy, serve_all, shut
 
 ROLE = "orbenta"
 
@@ -31,7 +32,7 @@ class DatabaseServer:
         self._run("initdb", "-D", "data", "-U", ROLE, "-A", "trust", "-E", "UTF8", "--locale=C.UTF-8", "--no-sync")
         self._server = None
         self._lock = threading.RLock()  # a fault may come from the gate's thread
-        self._own_port, self.port = unused_port(), unused_port()
+        self._own_port, self.port = free_port(), free_port()
         self._gate = _Gate(self.port, self._own_port)
         self.start()
 
@@ -142,21 +143,13 @@ class _Gate:
     def open(self):
         # The port may still hold connections that have ended.
         self._listener = socket.create_server(("127.0.0.1", self._port))
-        threading.Thread(target=self._accept, args=(self._listener,), daemon=True).start()
+        serve_all(self._listener, self._pass)
 
     def close(self):
         for end in [self._listener, *self._ends]:
             shut(end)
         self._listener.close()
         self._ends.clear()
-
-    def _accept(self, listener):
-        while True:
-            try:
-                caller, _ = listener.accept()
-            except OSError:
-                return
-            threading.Thread(target=self._pass, args=(caller,), daemon=True).start()
 
     def _pass(self, caller):
         with caller, socket.create_connection(("127.0.0.1", self._target)) as server:

@@ -53,36 +53,28 @@ class Endurance:
         while not self._done.wait(self._every):
             at, part = time.monotonic() - self._began, self._part
             taken = [(name, held(process)) for name, process in self._programs.items()]
-            taken += [(name, {"files": files(folder, pattern)})
-                      for name, (folder, pattern) in self._folders.items()]
+            taken += [(name, {"files": files(folder)})
+                      for name, folder in self._folders.items()]
             taken.append(("display", {"windows": windows()}))
             self._samples += [(at, part, name, figures) for name, figures in taken]
 
     # What it comes to
-
-    def figures(self, name, figure, part):
-        """What was held in a part of the time."""
-        return [figures[figure] for _, at, which, figures in self._samples
-                if (which, at) == (name, part) and figure in figures]
-
-    def durations(self, kind, part):
-        return [duration for _, at, duration in self._times[kind] if at == part]
-
-    def kinds(self):
-        return list(self._times)
 
     def rows(self):
         """Of all that is held the least in the second and in the last part, and of all times the medians in seconds."""
         held_figures = dict.fromkeys((name, figure) for _, _, name, figures in self._samples for figure in figures)
         for name, figure in held_figures:
             yield (name, figure, *(self._least(name, figure, part) for part in (SECOND, LAST)))
-        for kind, durations in self._times.items():
-            yield (kind, "seconds", *(_median([each for _, at, each in durations if at == part])
-                                      for part in (SECOND, LAST)))
+        for kind in self._times:
+            yield (kind, "seconds", *(self._median(kind, part) for part in (SECOND, LAST)))
 
     def _least(self, name, figure, part):
         return min((figures[figure] for _, at, which, figures in self._samples
                     if (which, at) == (name, part) and figure in figures), default=0)
+
+    def _median(self, kind, part):
+        durations = [duration for _, at, duration in self._times[kind] if at == part]
+        return statistics.median(durations) if durations else 0
 
     def write(self, path):
         with open(path, "w", newline="") as file:
@@ -137,11 +129,11 @@ def _children(thread):
         return 0
 
 
-def files(folder, pattern):
+def files(folder):
     try:
-        return sum(1 for each in folder.rglob(pattern) if each.is_file())
+        return sum(1 for each in folder.rglob("*") if each.is_file())
     except FileNotFoundError:  # a folder went while it was looked into
-        return files(folder, pattern)
+        return files(folder)
 
 
 def windows():
@@ -150,6 +142,3 @@ def windows():
     # A window that goes while it is asked for ends the asking.
     return windows() if asked.returncode else len(re.findall(r"^ +0x", asked.stdout, re.MULTILINE))
 
-
-def _median(values):
-    return statistics.median(values) if values else 0

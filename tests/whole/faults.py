@@ -169,6 +169,14 @@ class Printing(Action):
         preview.wait_closed()
 
 
+def expect_done(test, action):
+    """Done without a word."""
+    action.begin()
+    test.assertEqual(action.outcome(), [])
+    test.assertTrue(action.done())
+    test.assertTrue(action.kept())
+
+
 def expect_waiting(test, window, words, within=1.5):
     """The window says soon that it waits, is painted and can be moved."""
     wait_until(lambda: words in window.labels(), f"{words!r} on the window", within)

@@ -65,7 +65,7 @@ class Wire:
         self._ends = []
         self._listener = socket.create_server(("127.0.0.1", 0))
         self.port = self._listener.getsockname()[1]
-        threading.Thread(target=self._accept, daemon=True).start()
+        serve_all(self._listener, self._pass)
 
     def hold(self):
         """From the next association on, the version waits on the wire."""
@@ -89,14 +89,6 @@ class Wire:
     def close(self):
         shut(self._listener)
         self.cut()
-
-    def _accept(self):
-        while True:
-            try:
-                caller, _ = self._listener.accept()
-            except OSError:
-                return
-            threading.Thread(target=self._pass, args=(caller,), daemon=True).start()
 
     def _pass(self, caller):
         with caller, socket.create_connection(("127.0.0.1", self.target)) as service:
@@ -123,18 +115,10 @@ class FailingService:
         self._target, self.status = target, status
         self._listener = socket.create_server(("127.0.0.1", 0))
         self.port = self._listener.getsockname()[1]
-        threading.Thread(target=self._accept, daemon=True).start()
+        serve_all(self._listener, self._serve)
 
     def close(self):
         shut(self._listener)
-
-    def _accept(self):
-        while True:
-            try:
-                caller, _ = self._listener.accept()
-            except OSError:
-                return
-            threading.Thread(target=self._serve, args=(caller,), daemon=True).start()
 
     def _serve(self, caller):
         with caller, socket.create_connection(("127.0.0.1", self._target)) as service:
@@ -187,9 +171,16 @@ class SilentService:
         self._listener.close()
 
 
-def unused_port():
-    with socket.create_server(("127.0.0.1", 0)) as listener:
-        return listener.getsockname()[1]
+def serve_all(listener, serve):
+    """Serves each caller, in threads, until the listener is shut."""
+    def accept():
+        while True:
+            try:
+                caller, _ = listener.accept()
+            except OSError:
+                return
+            threading.Thread(target=serve, args=(caller,), daemon=True).start()
+    threading.Thread(target=accept, daemon=True).start()
 
 
 def copy(source, target):

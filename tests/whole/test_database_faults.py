@@ -6,7 +6,7 @@ import unittest
 
 from case import PICTURES, SystemTest, ViewerTest, end
 from database import DatabaseServer, move_catalogue_to
-from faults import STORING, WAITING, Approving, Coding, Opening, Printing, Saving, expect_waiting
+from faults import STORING, WAITING, Approving, Coding, Opening, Printing, Saving, expect_done, expect_waiting
 from person.driver import wait_until
 from person.pictures import screenshot
 from person.studies import Study
@@ -51,12 +51,6 @@ class DatabaseTest(SystemTest):
         server.start()
         wait_until(lambda: not list(UNSENT.glob("*.dcm")), "what was kept to be stored", 30)
 
-    def expect_goes_on(self, action):
-        action.begin()
-        self.assertEqual(action.outcome(), [])
-        self.assertTrue(action.done())
-        self.assertTrue(action.kept())
-
 
 class AServerThatEnds(DatabaseTest):
     """It is started again once its end has been told."""
@@ -71,7 +65,7 @@ class AServerThatEnds(DatabaseTest):
             self.assertTrue(action.kept())
             self.start()
             action.resume()
-        self.expect_goes_on(action)
+        expect_done(self, action)
         return action
 
     def test_in_the_middle_of_an_opening_leaves_the_open_report(self):
@@ -110,7 +104,7 @@ class AServerThatEndsWithAnyRequest(DatabaseTest):
             with self.subTest(request=request):
                 action.resume()
                 if not action.done():
-                    self.expect_goes_on(action)
+                    expect_done(self, action)
             end(action.client)
         print(f"{kind.__name__}: {request - 1} requests", flush=True)
 
@@ -137,7 +131,7 @@ class AServerThatIsStartedAgain(DatabaseTest):
             with self.subTest(kind.__name__):
                 action = self.new(kind)
                 server.restart()
-                self.expect_goes_on(action)
+                expect_done(self, action)
                 end(action.client)
 
 
@@ -159,7 +153,7 @@ class AServerThatFallsSilent(DatabaseTest):
         self.assertTrue(action.done())
         self.assertTrue(action.kept())
         action.finish()
-        self.expect_goes_on(action)
+        expect_done(self, action)
 
     def test_for_a_moment_of_an_opening_is_waited_for(self):
         self.expect_waited_for(Opening, 8)
@@ -197,7 +191,7 @@ class AServerThatStaysSilent(DatabaseTest):
         self.assertTrue(action.kept())
         server.go_on()
         action.resume()
-        self.expect_goes_on(action)
+        expect_done(self, action)
 
     def test_in_the_middle_of_an_opening_leaves_the_open_report(self):
         self.expect_given_up(Opening, 8)

@@ -6,8 +6,8 @@ import unittest
 
 from bus import FurtherBus, RecordingViewer
 from case import SystemTest
+from faults import TYPED, Opening, Saving, expect_done
 from own_disk import SmallDisk, possible
-from faults import TYPED, Opening, Saving
 from person.driver import wait_until
 from person.studies import Study, reading_of
 from person.workstation import FOLDER, STUDIES, program
@@ -84,8 +84,7 @@ class TheStudies(DiskTest):
             self.expect_message(action, words + r".* It is kept in the file .*\.dcm\.$")
             self.mend(self.small, kind)
             self.wait_delivered()
-        action.begin()
-        self.assertEqual(action.outcome(), [])
+        expect_done(self, action)
         self.expect_stored(TYPED, TYPED, TYPED)
         self.expect_clean_for_another(action)
 
@@ -111,8 +110,7 @@ class TheFolderOfKeptVersions(DiskTest):
             self.assertTrue(any(each.startswith("NOT STORED: ") for each in action.report.labels()))
             self.mend(self.small, kind)
             self.storage.start()
-        action.begin()
-        self.assertEqual(action.outcome(), [])
+        expect_done(self, action)
         self.expect_stored(TYPED)
         self.expect_clean_for_another(action)
 
@@ -178,8 +176,7 @@ class TheCatalogue(DiskTest):
             self.expect_message(action, r"database or disk is.* It is kept in the file ")
             self.mend(self.small, FULL)
             self.wait_delivered()
-        action.begin()
-        self.assertEqual(action.outcome(), [])
+        expect_done(self, action)
         self.expect_stored(TYPED, TYPED, TYPED)
         self.expect_clean_for_another(action)
 
@@ -189,9 +186,7 @@ class TheCatalogue(DiskTest):
             self.fault(self.small, FULL)
             self.expect_message(action, "full")
             self.mend(self.small, FULL)
-        action.begin()
-        self.assertEqual(action.outcome(), [])
-        self.assertTrue(action.done())
+        expect_done(self, action)
 
     def test_on_a_read_only_disk_lets_no_report_be_opened_and_says_why(self):
         images = self.study.images()
@@ -235,8 +230,7 @@ class TheLog(DiskTest):
         self.storage.kill()
         self.storage.start(log="/dev/full")
         action = self.new()
-        action.begin()
-        self.assertEqual(action.outcome(), [])
+        expect_done(self, action)
         self.expect_stored(TYPED)
         self.storage.kill()
         self.storage.start()

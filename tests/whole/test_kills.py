@@ -12,7 +12,8 @@ from person.driver import wait_until
 from person.editor import seconds
 from person.studies import reading_of
 from person.workstation import FOLDER, HOSPITAL, wait_ended
-from storage import StorageService, unused_port
+from service import free_port
+from storage import StorageService
 
 UNSENT = FOLDER / "state/tavrel/unsent"
 KILLS = int(os.environ.get("SAVE_KILLS", "3"))
@@ -53,7 +54,7 @@ class Kills:
         reading = f"Reading {len(self.typed) + 1}"
         self.typed.append(reading)
         found = random.random() < 0.7
-        self.storage.call_at(self.port if found else unused_port())
+        self.storage.call_at(self.port if found else free_port())
         window.write("Reading", reading)
         wait_until(lambda: "Unsaved changes" in window.labels(), "the change to be seen")
         band = window.thing("Unsaved changes")

@@ -88,8 +88,7 @@ class ALongDay(WorkstationTest):
             {"tavrel": self.client.process(), "porvane": process_of(bus, "Porvane.Service"),
              "lumaret": self.viewer.process.pid, "dbus-daemon": process_of(bus, "org.freedesktop.DBus"),
              "Xvfb": processes("Xvfb")[0]},
-            {"drafts": (FOLDER / "state", "*"), "incoming": (STUDIES / ".incoming", "*"),
-             "temporary": (Path(os.environ["TMPDIR"]), "*")},
+            {"drafts": FOLDER / "state", "incoming": STUDIES / ".incoming", "temporary": Path(os.environ["TMPDIR"])},
             every=max(1, 10 * SHARE))
         self.addCleanup(self.tell)
         self.addCleanup(self.endurance.stop)

@@ -12,7 +12,8 @@ from case import SystemTest
 from disk import STRACE, ContentsKept, Disk, NamesKept, Strict, Torn, calls, left
 from person.studies import reading_of
 from person.workstation import FOLDER
-from storage import StorageService, unused_port
+from service import free_port, tracing_refused
+from storage import StorageService
 
 STATE = FOLDER / "state"
 
@@ -29,12 +30,12 @@ class AVersionThatIsKept(SystemTest):
 
     def setUp(self):
         super().setUp()
-        if subprocess.run(["strace", "-o", "/dev/null", "true"], stderr=subprocess.DEVNULL).returncode != 0:
-            raise unittest.SkipTest("no process may be traced here")
+        if refused := tracing_refused():
+            raise unittest.SkipTest(f"no process may be traced here: {refused}")
         self.study = self.reported()
         storage = StorageService()
         self.addCleanup(storage.call_at, storage.port)
-        storage.call_at(unused_port())
+        storage.call_at(free_port())
 
     def record_keeping(self):
         """The state folder before a version is kept, and what the program does until it says so."""

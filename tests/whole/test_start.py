@@ -14,7 +14,7 @@ from case import SystemTest
 from person.driver import Program, wait_until
 from person.studies import Study, title_of
 from person.workstation import FOLDER, HOSPITAL, ask, program, wait_ended
-from storage import unused_port
+from service import free_port
 
 ENTERED = r"^\d\d/\d\d/\d{4} \d\d:\d\d:\d\d - Entering main$"
 
@@ -67,7 +67,7 @@ class AStartByHand(unittest.TestCase):
             f"[DicomFDB]\n{sqlite}{broken}/nowhere/catalogue.db\n": "connect failed (DSN=DicomFDB)",
             f"[DicomFDB]\n{sqlite}{broken}/text.db\n": "file is not a database",
             f"[DicomFDB]\n{sqlite}{broken}/empty.db\n": "no such table",
-            f"[DicomFDB]\nDriver = PostgreSQL Unicode\nServername = 127.0.0.1\nPort = {unused_port()}\n":
+            f"[DicomFDB]\nDriver = PostgreSQL Unicode\nServername = 127.0.0.1\nPort = {free_port()}\n":
                 "Connection refused",
             "\0\1\2": "Data source name not found",
         }

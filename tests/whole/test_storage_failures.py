@@ -11,7 +11,8 @@ import pydicom
 from case import SystemTest
 from person.driver import keys, wait_until
 from person.studies import reading_of
-from storage import SilentService, StorageService, Wire, unused_port
+from service import free_port
+from storage import SilentService, StorageService, Wire
 
 REFUSAL = "The version could not be stored by the storage service"
 
@@ -78,7 +79,7 @@ class AVersionThatCannotBeStored(SystemTest):
 
     def test_leaves_an_editor_that_saves_once_the_service_is_there(self):
         port = self.storage.port
-        self.storage.call_at(unused_port())
+        self.storage.call_at(free_port())
         self.begin_failing_save()
         self.failed()
 
