@@ -329,6 +329,7 @@ void frmReport::LookUpUserAndSite() {
             global_.userSignature = user->Text("Signature");
             const auto site = Catalogue(global_).OpenResultSet("SELECT * FROM SiteData");
             global_.organization = site->AtEnd() ? "Unknown organization" : site->Text("Organization");
+            global_.reportForm = site->AtEnd() ? ReportForm::Classic : ReportFormOf(*site);
             site->Close();
         }
         user->Close();

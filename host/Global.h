@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/OpenedReport.h"
+#include "host/ReportForm.h"
 #include "platform/clock.h"
 #include "platform/database.h"
 #include "platform/dicom.h"
@@ -41,6 +42,7 @@ struct Global {
     std::unique_ptr<Connection> catalogue; ///< the one shared connection, none before start-up
     std::string baseUid;                   ///< the site's UID root
     std::string organization;              ///< the institution's name, written into reports
+    ReportForm reportForm = ReportForm::Classic;
     std::unique_ptr<UserInformation> userInformation;
     std::string currentUserName; ///< empty until a first document has been loaded
     std::string userSignature;   ///< the current user's, as it stands in reports

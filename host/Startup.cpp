@@ -19,6 +19,7 @@ void StartUp(Global& global) {
     const auto site = Catalogue(global).OpenResultSet("SELECT * FROM SiteData");
     global.baseUid = site->Text("BaseUID");
     global.organization = site->Text("Organization");
+    global.reportForm = ReportFormOf(*site);
     site->Close();
     global.userInformation = global.ports.newUserInformation();
 }

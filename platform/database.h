@@ -24,6 +24,7 @@ public:
     virtual bool AtBeginning() const = 0;
     virtual void MoveNext() = 0;
 
+    virtual bool HasField(std::string_view name) const = 0;
     /// The position of a column, by its name in any letter case. An unknown name is an error.
     virtual int FieldIndex(std::string_view name) const = 0;
     /// The current row's field; nothing when it is null. Valid until the row is left. An error when

@@ -123,10 +123,13 @@ void OdbcCursor::Close() {
         SQLFreeStmt(statement_.Handle(), SQL_CLOSE);
 }
 
-int OdbcCursor::FieldIndex(std::string_view name) const {
+std::vector<OdbcCursor::Column>::const_iterator OdbcCursor::Find(std::string_view name) const {
     // Engines fold letter case each in their own way.
-    const auto found =
-        std::ranges::find_if(columns_, [&](const Column& column) { return SameInAnyCase(column.name, name); });
+    return std::ranges::find_if(columns_, [&](const Column& column) { return SameInAnyCase(column.name, name); });
+}
+
+int OdbcCursor::FieldIndex(std::string_view name) const {
+    const auto found = Find(name);
     if (found == columns_.end())
         throw OdbcError(OdbcFailure::UnknownField, "The result has no field \"" + std::string(name) + "\".");
     return static_cast<int>(found - columns_.begin());

@@ -28,6 +28,7 @@ public:
 
     int ColumnCount() const { return static_cast<int>(columns_.size()); }
     /// By name in any letter case; an unknown name is an error.
+    bool HasField(std::string_view name) const { return Find(name) != columns_.end(); }
     int FieldIndex(std::string_view name) const;
     /// The current row's field, without the padding of a fixed-width character column; nothing when
     /// it is null. Valid until the next fetch.
@@ -55,6 +56,7 @@ private:
         std::string longText;
     };
 
+    std::vector<Column>::const_iterator Find(std::string_view name) const;
     void DescribeColumns();
     bool IsFixedWidthText(SQLUSMALLINT number, SQLSMALLINT sqlType) const;
     std::string Attribute(SQLUSMALLINT number, SQLUSMALLINT attribute) const;

@@ -23,6 +23,7 @@ public:
     bool AtEnd() const override { return position_ >= rows_.size(); }
     bool AtBeginning() const override { return rows_.empty(); }
     void MoveNext() override;
+    bool HasField(std::string_view name) const override { return cursor_.HasField(name); }
     int FieldIndex(std::string_view name) const override { return cursor_.FieldIndex(name); }
     using ResultSet::Field;
     std::optional<std::string_view> Field(int index) const override;

@@ -18,6 +18,7 @@ public:
     bool AtEnd() const override { return !cursor_.HasRow(); }
     bool AtBeginning() const override { return empty_; }
     void MoveNext() override;
+    bool HasField(std::string_view name) const override { return cursor_.HasField(name); }
     int FieldIndex(std::string_view name) const override { return cursor_.FieldIndex(name); }
     using ResultSet::Field;
     std::optional<std::string_view> Field(int index) const override { return cursor_.Field(index); }

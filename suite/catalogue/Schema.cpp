@@ -61,6 +61,7 @@ constexpr std::array Image{
 constexpr std::array SiteData{
     Column{"BaseUID", Text, Uid},
     Column{"Organization", Text, TextColumn},
+    Column{"ReportForm", Text, ShortColumn},
 };
 constexpr std::array Users{
     Column{"UserName", Key, TextColumn},
@@ -224,11 +225,8 @@ std::vector<AbsentColumn> AbsentColumns(Connection& connection) {
     for (std::size_t table = 0; table < TableNames.size(); ++table) {
         const auto rows = connection.OpenResultSet("SELECT * FROM " + std::string(TableNames[table]) + " WHERE 1=0");
         for (const Column& column : TableColumns[table])
-            try {
-                rows->FieldIndex(column.name);
-            } catch (const Error&) {
+            if (!rows->HasField(column.name))
                 absent.push_back({TableNames[table], column.name});
-            }
     }
     return absent;
 }

@@ -46,6 +46,7 @@ public:
     bool AtEnd() const override { return !version_; }
     bool AtBeginning() const override { return !version_; }
     void MoveNext() override { version_ = false; }
+    bool HasField(std::string_view /*name*/) const override { return true; }
     int FieldIndex(std::string_view /*name*/) const override { return 0; }
     std::optional<std::string_view> Field(int /*index*/) const override { return "3.40"; }
     std::string Text(std::string_view /*name*/) const override { return "3.40"; }

@@ -16,6 +16,7 @@ public:
     bool AtEnd() const override { return true; }
     bool AtBeginning() const override { return true; }
     void MoveNext() override {}
+    bool HasField(std::string_view) const override { return true; }
     int FieldIndex(std::string_view) const override { return 0; }
     std::optional<std::string_view> Field(int) const override { return {}; }
     std::string Text(std::string_view) const override { return {}; }

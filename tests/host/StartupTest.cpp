@@ -11,6 +11,7 @@ namespace tavrel::test {
 namespace {
 
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::StartsWith;
 
 class Startup : public testing::Test {
@@ -50,6 +51,36 @@ TEST_F(Startup, ReadsTheFirstSite) {
 
     EXPECT_EQ(global.baseUid, "1.2.999");
     EXPECT_EQ(global.organization, "Orbenta General Hospital");
+}
+
+TEST_F(Startup, TakesTheClassicFormWhereTheSiteNamesNone) {
+    Init(global);
+
+    EXPECT_EQ(global.reportForm, ReportForm::Classic);
+}
+
+TEST_F(Startup, TakesTheClassicFormFromACatalogueOfBefore) {
+    station.Execute("ALTER TABLE SiteData DROP COLUMN ReportForm");
+
+    Init(global);
+
+    EXPECT_EQ(global.reportForm, ReportForm::Classic);
+}
+
+TEST_F(Startup, TakesTheFormThatTheSiteNames) {
+    station.Execute("UPDATE SiteData SET ReportForm='interchange'");
+
+    Init(global);
+
+    EXPECT_EQ(global.reportForm, ReportForm::Interchange);
+}
+
+TEST_F(Startup, WritesInNoFormThatItDoesNotKnow) {
+    station.Execute("UPDATE SiteData SET ReportForm='modern'");
+
+    Init(global);
+
+    EXPECT_THAT(station.windows.Texts(), ElementsAre(HasSubstr("does not know: \"modern\"")));
 }
 
 TEST_F(Startup, AsksForTheSiteInItsExactWords) {

@@ -15,6 +15,7 @@ public:
     bool AtEnd() const override { return target_->AtEnd(); }
     bool AtBeginning() const override { return target_->AtBeginning(); }
     void MoveNext() override { target_->MoveNext(); }
+    bool HasField(std::string_view name) const override { return target_->HasField(name); }
     int FieldIndex(std::string_view name) const override { return target_->FieldIndex(name); }
     std::optional<std::string_view> Field(int index) const override { return target_->Field(index); }
     std::string Text(std::string_view name) const override { return target_->Text(name); }

@@ -1,0 +1,18 @@
+#include "host/ReportForm.h"
+
+#include "platform/error.h"
+
+namespace tavrel {
+
+ReportForm ReportFormOf(const ResultSet& site) {
+    const std::string form(site.HasField("ReportForm") ? site.Field("ReportForm").value_or("") : "");
+    if (form.empty() || form == "classic")
+        return ReportForm::Classic;
+    if (form == "interchange")
+        return ReportForm::Interchange;
+    throw Error(Fault::TypeMismatch, "ReportForm",
+                "The site's reports are to be written in a form that this program does not know: \"" + form +
+                    "\" (SiteData, ReportForm)");
+}
+
+} // namespace tavrel

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "platform/database.h"
+
+namespace tavrel {
+
+/// How a site's versions are written. Either form is read, whichever the site writes.
+enum class ReportForm {
+    Classic,     ///< as archives of many years have them
+    Interchange, ///< as any archive, viewer and alphabet accept them
+};
+
+/// The form that the row of the table `SiteData` names: the classic one where the column or its value is missing.
+/// An `Error` for any other word than "classic" and "interchange".
+ReportForm ReportFormOf(const ResultSet& site);
+
+} // namespace tavrel
