@@ -1,5 +1,5 @@
 // Makes the files of a report that has been saved again and again: version k names k observers and
-// k - 1 predecessors, so that 1,000 versions have about 97 MB.
+// k - 1 predecessors, so that 1,000 versions have about 97 MB in the classic form.
 
 #include "bench/report/Program.h"
 
@@ -21,11 +21,12 @@ DateTime TimeOfSave(int version) {
             0};
 }
 
-void MakeVersions(const std::filesystem::path& folder, int count) {
+void MakeVersions(ReportForm form, const std::filesystem::path& folder, int count) {
     constexpr int keptInMemory = 50;
     std::filesystem::create_directories(folder);
     test::Workstation station;
     station.AddExampleStudy();
+    station.global.reportForm = form;
     station.global.userSignature = "Dr. Maria Luisa Bianchi";
     station.global.baseUid = "2.25.123456789012345678"; // as long as many a site's
     std::string file;
@@ -34,6 +35,7 @@ void MakeVersions(const std::filesystem::path& folder, int count) {
     DcmSRDocument document(station.global);
     document.CreateFromDDO(*station.ImageSeries(), 0);
     document.SetTitle("99SS", "T1", "Heading", "Chest radiograph");
+    document.SetFinding(-1, "99SS", "F1", "Nodule", "left upper lobe"); // the classic form holds none
     for (int version = 0; version < count; ++version) {
         station.clock.now = TimeOfSave(version);
         file = InsidePath(folder / ("img_" + std::to_string(1000001 + version).substr(1) + ".dcm"));
@@ -52,7 +54,8 @@ void MakeVersions(const std::filesystem::path& folder, int count) {
 } // namespace tavrel
 
 int main(int argc, char** argv) {
-    return tavrel::RunProgram(argc, argv, "bench_make_versions FOLDER COUNT", [](tavrel::Arguments arguments) {
-        tavrel::MakeVersions(std::filesystem::absolute(arguments[0]), std::stoi(arguments[1]));
+    return tavrel::RunProgram(argc, argv, "bench_make_versions FORM FOLDER COUNT", [](tavrel::Arguments arguments) {
+        tavrel::MakeVersions(tavrel::FormNamed(arguments[0]), std::filesystem::absolute(arguments[1]),
+                             std::stoi(arguments[2]));
     });
 }

@@ -21,6 +21,12 @@ int RunProgram(int argc, char** argv, const std::string& usage, const std::funct
     return 1;
 }
 
+ReportForm FormNamed(const std::string& name) {
+    if (name != "classic" && name != "interchange")
+        throw std::invalid_argument("no form of a report: " + name);
+    return name == "classic" ? ReportForm::Classic : ReportForm::Interchange;
+}
+
 void RequireSilence(const test::FakeWindows& windows) {
     if (!windows.messages.empty())
         throw std::runtime_error("shown: " + windows.messages.front().text);

@@ -1,5 +1,5 @@
-// Saves a report: `tavrel` opens the report in FOLDER anew for each save and times Send, which writes
-// the next version and sends it; `dcmtk` times a plain DcmSCU that sends a version which it holds in
+// Saves a report: given a form, `classic` or `interchange`, opens the report in FOLDER anew for each save and times
+// Send, which writes the next version and sends it; `dcmtk` times a plain DcmSCU that sends a version which it holds in
 // memory, in an association for each save.
 
 #include "bench/report/Measurement.h"
@@ -26,12 +26,13 @@ namespace {
 constexpr const char* ServiceTitle = "STORESCP";
 constexpr int UntimedSaves = 1; ///< the first one loads dictionaries
 
-void SaveWithTavrel(const std::filesystem::path& folder, const std::string& port, int saves) {
+void SaveWithTavrel(ReportForm form, const std::filesystem::path& folder, const std::string& port, int saves) {
     test::Workstation station;
     station.SetPort(port, ServiceTitle);
     DcmtkLibrary dicom(station.background, station.serviceEvents); // the workstation's own reaches no service
     Global global(station.PortsWith(dicom));
     Init(global);
+    global.reportForm = form;
     global.userSignature = "Dr. Mario Rossi";
     for (int save = 0; save < saves + UntimedSaves; ++save) {
         DcmSRDocument document(global);
@@ -87,9 +88,12 @@ void SaveWithDcmtk(const std::filesystem::path& file, const std::string& port, i
 
 int main(int argc, char** argv) {
     return tavrel::RunProgram(
-        argc, argv, "bench_send tavrel|dcmtk FOLDER|FILE PORT SAVES", [](tavrel::Arguments arguments) {
+        argc, argv, "bench_send FORM|dcmtk FOLDER|FILE PORT SAVES", [](tavrel::Arguments arguments) {
             const auto path = std::filesystem::absolute(arguments[1]);
-            const auto save = arguments[0] == "tavrel" ? tavrel::SaveWithTavrel : tavrel::SaveWithDcmtk;
-            save(path, arguments[2], std::stoi(arguments[3]));
+            const int saves = std::stoi(arguments[3]);
+            if (arguments[0] == "dcmtk")
+                tavrel::SaveWithDcmtk(path, arguments[2], saves);
+            else
+                tavrel::SaveWithTavrel(tavrel::FormNamed(arguments[0]), path, arguments[2], saves);
         });
 }
