@@ -96,6 +96,8 @@ void DcmSRDocument::Clear() {
     versionLabels_.clear();
     diagnoses_.clear();
     findings_.clear();
+    images_.clear();
+    holdsCodedEntries_ = false;
 }
 
 void DcmSRDocument::CreateFromDDO(const DataSetList& images, std::int16_t imageIndex) {

@@ -3,6 +3,7 @@
 #include "host/Global.h"
 #include "sr/ContentNode.h"
 #include "sr/ObservationContext.h"
+#include "sr/ReferencedImage.h"
 #include "sr/UnsentVersion.h"
 
 #include <cstdint>
@@ -103,6 +104,17 @@ public:
     const std::string& Reading() const { return reading_; }
     void Reading(std::string_view text);
 
+    /// Whether the version last read is one that holds body part, findings, diagnoses and images, even if it has
+    /// none. Another one leaves those that the document has.
+    bool HoldsCodedEntries() const { return holdsCodedEntries_; }
+    void PutCodedEntries(ContentNode bodyPart, std::vector<ContentNode> findings, std::vector<ContentNode> diagnoses);
+    const std::vector<ContentNode>& Findings() const { return findings_; }
+    const std::vector<ContentNode>& Diagnoses() const { return diagnoses_; }
+
+    /// The images that the version refers to; none when it is one that holds no coded entries.
+    const std::vector<ReferencedImage>& Images() const { return images_; }
+    void Images(std::vector<ReferencedImage> images);
+
     std::int16_t GetFindingCount() const;
     void DeleteFinding(std::int16_t index);
     void GetFinding(std::int16_t index, std::string& scheme, std::string& code, std::string& meaning,
@@ -152,6 +164,8 @@ private:
     std::string reading_;
     std::vector<ContentNode> diagnoses_;
     std::vector<ContentNode> findings_;
+    std::vector<ReferencedImage> images_;
+    bool holdsCodedEntries_ = false;
     std::vector<std::string> versionLabels_;
     /// The last data set is a version not yet written: the next write takes its place.
     bool freshVersion_ = true;

@@ -3,6 +3,8 @@
 #include "platform/error.h"
 #include "sr/DcmSRDocument.h"
 
+#include <utility>
+
 namespace tavrel {
 
 namespace {
@@ -136,6 +138,19 @@ void DcmSRDocument::Reading(std::string_view text) {
         return;
     reading_ = text;
     updated_ = true;
+}
+
+void DcmSRDocument::PutCodedEntries(ContentNode bodyPart, std::vector<ContentNode> findings,
+                                    std::vector<ContentNode> diagnoses) {
+    updated_ = updated_ || bodyPart != bodyPartNode_ || findings != findings_ || diagnoses != diagnoses_;
+    bodyPartNode_ = std::move(bodyPart);
+    findings_ = std::move(findings);
+    diagnoses_ = std::move(diagnoses);
+}
+
+void DcmSRDocument::Images(std::vector<ReferencedImage> images) {
+    updated_ = updated_ || images != images_;
+    images_ = std::move(images);
 }
 
 std::int16_t DcmSRDocument::GetFindingCount() const {
