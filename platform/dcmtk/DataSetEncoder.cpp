@@ -4,6 +4,7 @@
 #include "platform/dcmtk/DcmtkDataSet.h"
 #include "platform/dcmtk/DicomFailure.h"
 #include "platform/dcmtk/DicomValues.h"
+#include "platform/dcmtk/FileMeta.h"
 #include "platform/dcmtk/TextCheck.h"
 #include "platform/dcmtk/TextConverter.h"
 #include "platform/dcmtk/TextElements.h"
@@ -12,10 +13,11 @@
 #include <dcmtk/config/osconfig.h>
 
 #include <dcmtk/dcmdata/dcdatset.h>
-#include <dcmtk/dcmdata/dcfilefo.h>
+#include <dcmtk/dcmdata/dcdeftag.h>
 #include <dcmtk/dcmdata/dcostrmb.h>
 #include <dcmtk/dcmdata/dcsequen.h>
 #include <dcmtk/dcmdata/dcwcache.h>
+#include <dcmtk/dcmdata/dcxfer.h>
 
 #include <array>
 #include <cstdio>
@@ -207,25 +209,30 @@ std::vector<Unwritable> FindRefusals(const DcmtkDataSet& source) {
     return found;
 }
 
+std::string UidOf(DcmDataset& dataSet, const DcmTagKey& tag) {
+    OFString uid;
+    dataSet.findAndGetOFString(tag, uid);
+    return uid;
+}
+
 std::string EncodeFile(std::unique_ptr<DcmDataset> dataSet) {
-    DcmFileFormat file{dataSet.release(), OFFalse};
-    if (!file.getDataset()->canWriteXfer(FileSyntax))
+    if (!dataSet->canWriteXfer(FileSyntax))
         throw DicomFailure(DicomFault::FileUnsaved, std::string{HoldsCompressedImages});
     std::array<char, 64UL * 1024> block{};
     DcmOutputBufferStream stream{block.data(), static_cast<offile_off_t>(block.size())};
     DcmWriteCache cache;
-    std::string bytes;
+    std::string bytes = FileMeta(UidOf(*dataSet, DCM_SOPClassUID), UidOf(*dataSet, DCM_SOPInstanceUID),
+                                 DcmXfer(FileSyntax).getXferID());
     OFCondition outcome = EC_StreamNotifyClient;
-    file.transferInit();
+    dataSet->transferInit();
     while (outcome == EC_StreamNotifyClient) {
-        outcome = file.write(stream, FileSyntax, EET_ExplicitLength, &cache, EGL_withoutGL, EPD_withoutPadding, 0, 0, 0,
-                             EWM_createNewMeta);
+        outcome = dataSet->write(stream, FileSyntax, EET_ExplicitLength, &cache, EGL_withoutGL, EPD_withoutPadding);
         void* written = nullptr;
         offile_off_t length = 0;
         stream.flushBuffer(written, length);
         bytes.append(static_cast<const char*>(written), static_cast<std::size_t>(length));
     }
-    file.transferEnd();
+    dataSet->transferEnd();
     if (outcome.bad())
         throw DicomFailure(DicomFault::FileUnsaved,
                            std::string{"The data set cannot be written as a DICOM file: "} + outcome.text() + ".");

@@ -7,6 +7,7 @@
 #include <vector>
 
 class DcmDataset;
+class DcmTagKey;
 
 namespace tavrel {
 
@@ -20,6 +21,9 @@ std::unique_ptr<DcmDataset> EncodeDataSet(const DcmtkDataSet& source);
 
 /// Every element for which EncodeDataSet or EncodeFile would refuse the data set, in its order.
 std::vector<Unwritable> FindRefusals(const DcmtkDataSet& source);
+
+/// Empty when there is none.
+std::string UidOf(DcmDataset& dataSet, const DcmTagKey& tag);
 
 /// The bytes of a DICOM file (PS3.10): explicit VR little endian, explicit lengths.
 std::string EncodeFile(std::unique_ptr<DcmDataset> dataSet);

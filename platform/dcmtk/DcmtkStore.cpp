@@ -1,6 +1,8 @@
 #include "platform/dcmtk/DcmtkStore.h"
 
+#include "platform/dcmtk/DataSetEncoder.h"
 #include "platform/dcmtk/DicomFailure.h"
+#include "platform/dcmtk/Implementation.h"
 #include "platform/limits.h"
 #include "platform/text.h"
 
@@ -13,6 +15,7 @@
 #include <dcmtk/dcmnet/dcmlayer.h>
 #include <dcmtk/dcmnet/dcmtrans.h>
 #include <dcmtk/dcmnet/dimse.h>
+#include <dcmtk/ofstd/ofstd.h>
 
 #include <algorithm>
 #include <array>
@@ -176,6 +179,10 @@ private:
     T_ASC_Parameters* Parameters(const StoreTarget& target, const std::string& sopClass) {
         T_ASC_Parameters* parameters = nullptr;
         Require(ASC_createAssociationParameters(&parameters, ASC_DEFAULTMAXPDU), "The network cannot be used");
+        OFStandard::strlcpy(parameters->ourImplementationClassUID, std::string(ImplementationClassUid).c_str(),
+                            sizeof parameters->ourImplementationClassUID);
+        OFStandard::strlcpy(parameters->ourImplementationVersionName, std::string(ImplementationVersionName()).c_str(),
+                            sizeof parameters->ourImplementationVersionName);
         ASC_setAPTitles(parameters, target.callingAe.c_str(), target.calledAe.c_str(), nullptr);
         const std::string address = Address(target);
         ASC_setPresentationAddresses(parameters, "localhost", address.c_str());
@@ -219,12 +226,6 @@ private:
     T_ASC_Association* association_ = nullptr;
     bool released_ = false;
 };
-
-std::string UidOf(DcmDataset& dataSet, const DcmTagKey& tag) {
-    OFString uid;
-    dataSet.findAndGetOFString(tag, uid);
-    return uid;
-}
 
 } // namespace
 

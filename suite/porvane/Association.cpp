@@ -1,8 +1,8 @@
 #include "suite/porvane/Association.h"
 
 #include "platform/dbus/DbusServiceEmitter.h"
+#include "platform/dcmtk/FileMeta.h"
 #include "platform/uid.h"
-#include "suite/porvane/FileMeta.h"
 #include "suite/porvane/ServiceLog.h"
 #include "suite/porvane/StoreRefusal.h"
 #include "suite/porvane/StoredEvent.h"

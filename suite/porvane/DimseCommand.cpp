@@ -1,8 +1,8 @@
 #include "suite/porvane/DimseCommand.h"
 
+#include "platform/dcmtk/Elements.h"
 #include "platform/limits.h"
 #include "platform/text.h"
-#include "suite/porvane/Elements.h"
 
 #include <algorithm>
 

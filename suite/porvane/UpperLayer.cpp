@@ -1,5 +1,6 @@
 #include "suite/porvane/UpperLayer.h"
 
+#include "platform/dcmtk/Implementation.h"
 #include "platform/limits.h"
 #include "platform/text.h"
 
@@ -163,10 +164,10 @@ std::string AssociateAccept(std::string_view calledAe, std::string_view callingA
         body += MakeItem(ItemType::AnsweredContext,
                          Bytes(context.id, 1) + Bytes(0, 1) + Bytes(static_cast<std::uint8_t>(context.result), 1) +
                              Bytes(0, 1) + MakeItem(ItemType::TransferSyntax, context.transferSyntax));
-    body += MakeItem(ItemType::UserInformation,
-                     MakeItem(ItemType::LongestPdu, Bytes(LongestPdu, 4)) +
-                         MakeItem(ItemType::ImplementationClass, OFFIS_IMPLEMENTATION_CLASS_UID) +
-                         MakeItem(ItemType::ImplementationVersion, OFFIS_DTK_IMPLEMENTATION_VERSION_NAME));
+    body +=
+        MakeItem(ItemType::UserInformation, MakeItem(ItemType::LongestPdu, Bytes(LongestPdu, 4)) +
+                                                MakeItem(ItemType::ImplementationClass, ImplementationClassUid) +
+                                                MakeItem(ItemType::ImplementationVersion, ImplementationVersionName()));
     return Pdu(PduType::AssociateAccept, body);
 }
 

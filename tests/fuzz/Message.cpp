@@ -1,7 +1,7 @@
 // A message of a sender whose association was accepted: the number of its context, the command, the data set. All
 // lengths around them are right, so that what changes is the message itself.
 
-#include "suite/porvane/Elements.h"
+#include "platform/dcmtk/Elements.h"
 #include "tests/fuzz/Conversation.h"
 #include "tests/fuzz/Entry.h"
 

@@ -86,6 +86,8 @@ struct StorageNode::Conversation {
         Received received;
         received.callingAe = association->params->DULparams.callingAPTitle;
         received.calledAe = association->params->DULparams.calledAPTitle;
+        received.implementation = std::string(association->params->theirImplementationClassUID) + " " +
+                                  association->params->theirImplementationVersionName;
         received.sopClassUid = request.AffectedSOPClassUID;
         received.sopInstanceUid = request.AffectedSOPInstanceUID;
         received.file = node.folder_.Path() / (std::to_string(++node.fileCount_) + ".dcm");

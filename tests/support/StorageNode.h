@@ -31,6 +31,7 @@ public:
     struct Received {
         std::string callingAe;
         std::string calledAe;
+        std::string implementation; ///< class UID and version name
         std::string sopClassUid;
         std::string sopInstanceUid;
         std::filesystem::path file;

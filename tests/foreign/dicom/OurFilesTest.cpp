@@ -83,6 +83,8 @@ TEST_F(OurFiles, DcmdumpFindsEveryAttributeInItsVr) {
     ASSERT_EQ(said.status, 0);
     constexpr std::array expected{
         "(0002,0010) UI [1.2.840.10008.1.2.1]",
+        "(0002,0012) UI [2.25.212149006270406854485362438059227932363]",
+        "(0002,0013) SH [TAVREL_1.4]",
         "(0008,0005) CS [ISO_IR 100]",
         "(0008,0016) UI [1.2.840.10008.5.1.4.1.1.88.11]",
         "(0008,0018) UI [1.2.999.1.2026.11.14.08.02.00]",

@@ -1,7 +1,9 @@
 #include "RawDicom.h"
 #include "SampleReport.h"
+#include "platform/dcmtk/Implementation.h"
 #include "platform/paths.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -10,6 +12,9 @@
 
 namespace tavrel::test {
 namespace {
+
+using testing::HasSubstr;
+using testing::Not;
 
 class Files : public testing::Test {
 protected:
@@ -60,6 +65,24 @@ TEST_F(Files, ASavedFileIsTheOwnersAlone) {
     struct stat state {};
     ASSERT_EQ(::stat(Path().c_str(), &state), 0);
     EXPECT_EQ(state.st_mode & 0777U, 0600U);
+}
+
+/// What stands in the file before its data set.
+std::string MetaOf(const std::string& path) {
+    const std::string bytes = ReadBytes(path);
+    return bytes.substr(0, bytes.find(std::string("\x08\0\x05\0", 4)));
+}
+
+TEST_F(Files, AFileSaysWhichProgramWroteIt) {
+    report->SaveToFile(Path());
+    const std::string meta = MetaOf(Path());
+    EXPECT_THAT(meta, HasSubstr(ImplementationClassUid));
+    EXPECT_THAT(meta, HasSubstr("TAVREL_" PROJECT_VERSION));
+}
+
+TEST_F(Files, AFileThatNobodySentNamesNoSender) {
+    report->SaveToFile(Path());
+    EXPECT_THAT(MetaOf(Path()), Not(HasSubstr(std::string("\x02\0\x16\0", 4))));
 }
 
 TEST_F(Files, SavingLeavesNothingBesideTheFile) {

@@ -1,4 +1,5 @@
 #include "SampleReport.h"
+#include "platform/dcmtk/Implementation.h"
 #include "tests/support/StorageNode.h"
 
 #include <gtest/gtest.h>
@@ -166,6 +167,12 @@ TEST_F(Storing, AVersionArrivesWhole) {
     EXPECT_EQ(arrived->Item(0)->GetSequenceItemCount(attribute::ContentSequence), 2);
     EXPECT_EQ(objects[0].callingAe, "AE_INTERNAL");
     EXPECT_EQ(objects[0].calledAe, "PORVANE");
+}
+
+TEST_F(Storing, TheServiceLearnsWhichProgramCalls) {
+    StorageNode node;
+    Store(node);
+    EXPECT_EQ(node.Objects().at(0).implementation, std::string(ImplementationClassUid) + " TAVREL_" PROJECT_VERSION);
 }
 
 TEST_F(Storing, TheBytesAreInTheDeclaredCharacterSet) {

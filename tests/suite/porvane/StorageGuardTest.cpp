@@ -1,3 +1,4 @@
+#include "platform/dcmtk/Implementation.h"
 #include "tests/suite/SuiteRoom.h"
 #include "tests/suite/TestObject.h"
 #include "tests/suite/porvane/RawSender.h"
@@ -492,6 +493,20 @@ TEST_F(StorageGuard, WhatStandsBeforeADataSetSaysWhatItIs) {
     EXPECT_THAT(shown.out, HasSubstr("[" + TestObject().Get(DCM_SOPInstanceUID) + "]"));
     EXPECT_THAT(shown.out, HasSubstr("=LittleEndianExplicit"));
     EXPECT_THAT(shown.out, HasSubstr("[MODALITY]"));
+}
+
+TEST_F(StorageGuard, WhatStandsBeforeADataSetSaysWhoWroteTheFile) {
+    TestObject().Send(room, "MODALITY");
+    const auto shown = RunShell("dcmdump -q +P 0002,0012 +P 0002,0013 " + room.StoredFiles().at(0).string());
+    EXPECT_THAT(shown.out, HasSubstr(ImplementationClassUid));
+    EXPECT_THAT(shown.out, HasSubstr(ImplementationVersionName()));
+}
+
+TEST_F(StorageGuard, ASenderLearnsWhichProgramServes) {
+    RawSender sender(room.Port());
+    sender.Associate();
+    EXPECT_THAT(sender.Body(), HasSubstr(ImplementationClassUid));
+    EXPECT_THAT(sender.Body(), HasSubstr(ImplementationVersionName()));
 }
 
 } // namespace

@@ -1,10 +1,7 @@
-#include "suite/porvane/FileMeta.h"
+#include "platform/dcmtk/FileMeta.h"
 
-#include "suite/porvane/Elements.h"
-
-#include <dcmtk/config/osconfig.h>
-
-#include <dcmtk/dcmdata/dcuid.h>
+#include "platform/dcmtk/Elements.h"
+#include "platform/dcmtk/Implementation.h"
 
 namespace tavrel {
 namespace {
@@ -29,9 +26,9 @@ std::string FileMeta(std::string_view sopClassUid, std::string_view sopInstanceU
     const std::string version = (LittleEndian(2, 2) + LittleEndian(1, 2) + "OB")
                                     .append(LittleEndian(0, 2) + LittleEndian(2, 4) + std::string("\0\1", 2));
     const std::string elements = version + Uid(0x0002, sopClassUid) + Uid(0x0003, sopInstanceUid) +
-                                 Uid(0x0010, transferSyntax) + Uid(0x0012, OFFIS_IMPLEMENTATION_CLASS_UID) +
-                                 Element(0x0013, "SH", Padded(OFFIS_DTK_IMPLEMENTATION_VERSION_NAME, ' ')) +
-                                 Element(0x0016, "AE", Padded(sourceAe, ' '));
+                                 Uid(0x0010, transferSyntax) + Uid(0x0012, ImplementationClassUid) +
+                                 Element(0x0013, "SH", Padded(ImplementationVersionName(), ' ')) +
+                                 (sourceAe.empty() ? "" : Element(0x0016, "AE", Padded(sourceAe, ' ')));
     return std::string(preamble, '\0') + "DICM" +
            Element(0x0000, "UL", LittleEndian(static_cast<std::uint32_t>(elements.size()), 4)) + elements;
 }
