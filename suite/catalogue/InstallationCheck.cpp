@@ -58,6 +58,7 @@ public:
 
     std::vector<CheckResult> Run(const std::string& userName, const std::filesystem::path& unsent) {
         if (Tables() && Columns()) {
+            Form();
             Site();
             Node();
             Signature(userName);
@@ -112,6 +113,14 @@ private:
                     remedy);
     }
 
+    void Form() try {
+        form_ = SiteReportForm(catalogue_);
+        Well(form_ == ReportForm::Classic ? "reports are written in the classic form"
+                                          : "reports are written in the interchange form");
+    } catch (const Error& error) {
+        Missing(error.description + "; \"orbenta-catalogue site --reports classic|interchange\" sets it");
+    }
+
     void Site() {
         OneRowTable site(catalogue_, "SiteData");
         OneRow(site, "SiteData", "\"orbenta-catalogue site --base-uid UID --organization NAME\" sets it");
@@ -126,8 +135,8 @@ private:
         const auto organization = site.Value("Organization");
         if (!organization)
             Missing("the site has no Organization; \"orbenta-catalogue site --organization NAME\" sets it");
-        else if (!FitsReports(*organization))
-            Missing("the site's Organization has characters that reports (ISO_IR 100) cannot hold");
+        else if (!FitsReports(*organization, form_))
+            Missing("the site's Organization has characters that classic reports (ISO_IR 100) cannot hold");
     }
 
     void Node() {
@@ -144,8 +153,8 @@ private:
         if (user == users.end() || user->signature.empty())
             Missing("user " + userName + " has no signature; \"orbenta-catalogue user " + userName +
                     " --signature NAME\" sets it");
-        else if (!FitsReports(user->signature))
-            Missing("the signature of " + userName + " has characters that reports (ISO_IR 100) cannot hold");
+        else if (!FitsReports(user->signature, form_))
+            Missing("the signature of " + userName + " has characters that classic reports (ISO_IR 100) cannot hold");
         else
             Well(userName + " signs as " + user->signature);
     }
@@ -215,6 +224,7 @@ private:
     Connection& catalogue_;
     DicomLibrary& dicom_;
     bool mending_;
+    ReportForm form_ = ReportForm::Classic;
     std::vector<CheckResult> results_;
 };
 

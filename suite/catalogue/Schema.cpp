@@ -24,6 +24,7 @@ struct Column {
     std::string_view name;
     Type type;
     std::size_t size = 0; ///< in characters
+    bool mayLack = false; ///< in a catalogue of before, without a fault
 };
 
 struct Index {
@@ -61,7 +62,7 @@ constexpr std::array Image{
 constexpr std::array SiteData{
     Column{"BaseUID", Text, Uid},
     Column{"Organization", Text, TextColumn},
-    Column{"ReportForm", Text, ShortColumn},
+    Column{"ReportForm", Text, ShortColumn, true},
 };
 constexpr std::array Users{
     Column{"UserName", Key, TextColumn},
@@ -225,7 +226,7 @@ std::vector<AbsentColumn> AbsentColumns(Connection& connection) {
     for (std::size_t table = 0; table < TableNames.size(); ++table) {
         const auto rows = connection.OpenResultSet("SELECT * FROM " + std::string(TableNames[table]) + " WHERE 1=0");
         for (const Column& column : TableColumns[table])
-            if (!rows->HasField(column.name))
+            if (!column.mayLack && !rows->HasField(column.name))
                 absent.push_back({TableNames[table], column.name});
     }
     return absent;

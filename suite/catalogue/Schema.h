@@ -26,7 +26,7 @@ struct AbsentColumn {
 
     std::string Words() const { return "table " + std::string(table) + " lacks the column " + std::string(name); }
 };
-/// Of tables that are there.
+/// Of tables that are there; a column that a catalogue of before may lack is none.
 std::vector<AbsentColumn> AbsentColumns(Connection& connection);
 /// Adds it, empty in every row. An error for one that identifies the row.
 void AddColumn(Connection& connection, Engine engine, const AbsentColumn& absent);

@@ -1,6 +1,7 @@
 #include "suite/catalogue/Settings.h"
 
 #include "platform/sql.h"
+#include "suite/catalogue/Schema.h"
 
 #include <algorithm>
 #include <array>
@@ -14,8 +15,8 @@ int OneRowTable::Rows() {
 }
 
 std::optional<std::string> OneRowTable::Value(const std::string& column) {
-    const auto rows = connection_.OpenResultSet("SELECT " + column + " FROM " + table_);
-    if (rows->AtEnd())
+    const auto rows = connection_.OpenResultSet("SELECT * FROM " + table_);
+    if (rows->AtEnd() || !rows->HasField(column))
         return std::nullopt;
     const auto field = rows->Field(column);
     return field ? std::optional(std::string(*field)) : std::nullopt;
@@ -37,6 +38,19 @@ void OneRowTable::Set(const std::vector<std::pair<std::string, std::string>>& va
         InsertRow(connection_, table_, values);
     }
     connection_.Commit();
+}
+
+void SetSiteData(Connection& connection, const ColumnTexts& values) {
+    const AbsentColumn form{"SiteData", "ReportForm"};
+    const bool needed = std::ranges::any_of(values, [&](const auto& value) { return value.first == form.name; });
+    if (needed && !connection.OpenResultSet("SELECT * FROM SiteData")->HasField(form.name))
+        AddColumn(connection, DetectEngine(connection), form);
+    OneRowTable(connection, "SiteData").Set(values);
+}
+
+ReportForm SiteReportForm(Connection& connection) {
+    const auto site = connection.OpenResultSet("SELECT * FROM SiteData");
+    return site->AtEnd() ? ReportForm::Classic : ReportFormOf(*site);
 }
 
 std::vector<User> ReadUsers(Connection& connection) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/ReportForm.h"
 #include "suite/catalogue/Rows.h"
 
 #include <optional>
@@ -15,7 +16,7 @@ public:
     OneRowTable(Connection& connection, std::string table) : connection_(connection), table_(std::move(table)) {}
 
     int Rows();
-    /// A column of the first row; nothing when there is no row or no value.
+    /// A column of the first row; nothing when there is no row, no such column or no value.
     std::optional<std::string> Value(const std::string& column);
     /// Makes `values` the table's one row. Columns that are not named keep what a
     /// single row holds.
@@ -25,6 +26,11 @@ private:
     Connection& connection_;
     std::string table_;
 };
+
+/// Sets columns of `SiteData`. Adds `ReportForm` where a catalogue of before lacks it and it is to be set.
+void SetSiteData(Connection& connection, const ColumnTexts& values);
+/// The form in which the site's reports are written; an error for one that no program knows.
+ReportForm SiteReportForm(Connection& connection);
 
 struct User {
     std::string name;

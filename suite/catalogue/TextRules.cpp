@@ -26,9 +26,9 @@ std::string TextFault(std::string_view text, std::size_t longest) {
     return ValueFault(text, longest);
 }
 
-bool FitsReports(std::string_view text) {
+bool FitsReports(std::string_view text, ReportForm form) {
     // U+00FF, the last character of ISO_IR 100, is C3 BF in UTF-8.
-    return std::ranges::all_of(text, [](unsigned char c) { return c <= 0xC3; });
+    return form == ReportForm::Interchange || std::ranges::all_of(text, [](unsigned char c) { return c <= 0xC3; });
 }
 
 std::string ForCatalogue(std::string text) {

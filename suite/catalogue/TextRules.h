@@ -1,5 +1,7 @@
 #pragma once
 
+#include "host/ReportForm.h"
+
 #include <string>
 #include <string_view>
 
@@ -9,8 +11,8 @@ namespace tavrel {
 /// at most `longest` characters; empty when it can.
 std::string TextFault(std::string_view text, std::size_t longest);
 
-/// Whether reports, which are written in ISO_IR 100, can hold the text.
-bool FitsReports(std::string_view text);
+/// Whether reports of that form can hold the text: classic ones are written in ISO_IR 100, the others in UTF-8.
+bool FitsReports(std::string_view text, ReportForm form);
 
 /// Statements put values between single quotes as they are: an apostrophe becomes a back-quote.
 std::string ForCatalogue(std::string text);

@@ -40,10 +40,18 @@ CLI::Validator Rule(const std::string& name, std::function<std::string(const std
 
 CLI::Validator CatalogueText(std::size_t longest) {
     return Rule("TEXT", [longest](const std::string& text) {
-        if (const std::string fault = TextFault(text, longest); !fault.empty())
-            return "\"" + text + "\" " + fault;
-        return FitsReports(text) ? std::string() : "\"" + text + "\" has characters that reports (ISO_IR 100) lack";
+        const std::string fault = TextFault(text, longest);
+        return fault.empty() ? fault : "\"" + text + "\" " + fault;
     });
+}
+
+const std::map<std::string, ReportForm> ReportForms = {{"classic", ReportForm::Classic},
+                                                       {"interchange", ReportForm::Interchange}};
+
+/// What a report of that form cannot hold is a wrong argument.
+void RequireFit(const std::string& text, ReportForm form) {
+    if (!FitsReports(text, form))
+        throw CLI::ValidationError("\"" + text + "\" has characters that classic reports (ISO_IR 100) lack");
 }
 
 CLI::Validator AeTitle() {
@@ -193,6 +201,12 @@ private:
         command->add_option("--organization", organization_, "The institution's name")
             ->check(CatalogueText(longest::LongString).description(""))
             ->type_name("NAME");
+        command
+            ->add_option("--reports", reports_,
+                         "Form in which reports are written: classic, as ever, or interchange, which any archive and "
+                         "any alphabet accept")
+            ->check(CLI::IsMember(ReportForms).description(""))
+            ->type_name("FORM");
         command->add_option("--node", node_, "AE title of this node in the audit trail")
             ->check(AeTitle().description(""))
             ->type_name("AE");
@@ -202,19 +216,25 @@ private:
         Connection& catalogue = Catalogue();
         OneRowTable site(catalogue, "SiteData");
         OneRowTable server(catalogue, "DicomServer");
-        if (site.Rows() != 1 && baseUid_.empty() != organization_.empty())
-            throw CLI::ValidationError("The site has no data yet: give both --base-uid and --organization");
         std::vector<std::pair<std::string, std::string>> values;
         if (!baseUid_.empty())
             values.emplace_back("BaseUID", baseUid_);
         if (!organization_.empty())
             values.emplace_back("Organization", organization_);
+        if (!reports_.empty())
+            values.emplace_back("ReportForm", reports_);
+        if (!values.empty() && site.Rows() != 1 && (baseUid_.empty() || organization_.empty()))
+            throw CLI::ValidationError("The site has no data yet: give both --base-uid and --organization");
+        if (!organization_.empty() || !reports_.empty())
+            RequireFit(organization_.empty() ? site.Value("Organization").value_or("") : organization_,
+                       reports_.empty() ? SiteReportForm(catalogue) : ReportForms.at(reports_));
         if (!values.empty())
-            site.Set(values);
+            SetSiteData(catalogue, values);
         if (!node_.empty())
             server.Set({{"AETitle", node_}});
         std::cout << "Base UID: " << site.Value("BaseUID").value_or("none")
                   << "\nOrganization: " << site.Value("Organization").value_or("none")
+                  << "\nReports: " << site.Value("ReportForm").value_or("classic")
                   << "\nNode: " << server.Value("AETitle").value_or("none") << "\n";
         return EXIT_SUCCESS;
     }
@@ -237,8 +257,10 @@ private:
         Connection& catalogue = Catalogue();
         if (removing_ && !RemoveUser(catalogue, user_.name))
             throw Error(Fault::OfTheSuite, "Catalogue", "There is no user " + user_.name);
-        if (!user_.signature.empty())
+        if (!user_.signature.empty()) {
+            RequireFit(user_.signature, SiteReportForm(catalogue));
             SetUser(catalogue, user_);
+        }
         for (const User& user : ReadUsers(catalogue))
             if (user_.name.empty() || user.name == user_.name)
                 std::cout << user.name << ": " << user.signature << "\n";
@@ -373,6 +395,7 @@ private:
     std::string odbcFile_;
     std::string baseUid_;
     std::string organization_;
+    std::string reports_;
     std::string node_;
     User user_;
     bool removing_ = false;

@@ -44,7 +44,7 @@ TEST_F(Tool, EveryCommandExplainsItself) {
         {"", {"odbc", "init", "site", "user", "port", "codes", "import", "check", "--dsn", "Exit status"}},
         {"odbc", {"--engine", "--database", "--server", "--port", "--user", "--password-file", "--file"}},
         {"init", {"tables"}},
-        {"site", {"--base-uid", "--organization", "--node"}},
+        {"site", {"--base-uid", "--organization", "--reports", "--node"}},
         {"user", {"--signature", "--remove"}},
         {"port", {"--port", "--ae-title"}},
         {"codes import", {"--table", "--replace", "CodeMeaning"}},
@@ -59,9 +59,10 @@ TEST_F(Tool, EveryCommandExplainsItself) {
 }
 
 TEST_F(Tool, WrongArgumentsAreSaidOnTheErrorOutput) {
-    for (const char* arguments : {"", "nonsense", "port --port 70000", "site --base-uid 1..2", "import /no/such/folder",
-                                  "port --ae-title A_TITLE_OF_SEVENTEEN", "user \"O'Brien\" --signature X",
-                                  "codes import /dev/null --table nonsense", "odbc --engine oracle --database x"}) {
+    for (const char* arguments :
+         {"", "nonsense", "port --port 70000", "site --base-uid 1..2", "site --reports modern",
+          "import /no/such/folder", "port --ae-title A_TITLE_OF_SEVENTEEN", "user \"O'Brien\" --signature X",
+          "codes import /dev/null --table nonsense", "odbc --engine oracle --database x"}) {
         const Outcome outcome = room.Tool(arguments);
         EXPECT_EQ(outcome.status, WrongArguments) << arguments;
         EXPECT_FALSE(outcome.err.empty()) << arguments;
@@ -90,6 +91,74 @@ TEST_F(Tool, AnOrganizationThatReportsCannotHoldIsRefused) {
     const Outcome outcome = room.Tool("site --base-uid 2.999.1 --organization '山田'");
     EXPECT_EQ(outcome.status, WrongArguments);
     EXPECT_TRUE(Holds(outcome.err, "ISO_IR 100"));
+}
+
+class SiteOfReports : public Tool {
+protected:
+    SiteOfReports() { room.Tool("site --base-uid 2.999.1 --organization Orbenta"); }
+    void SignAs(const std::string& signature) { signing = room.Tool("user anna --signature '" + signature + "'"); }
+
+    Outcome signing;
+};
+
+TEST_F(SiteOfReports, AreClassicUntilItIsSaid) {
+    EXPECT_TRUE(Holds(room.Tool("site").out, "\nReports: classic\n"));
+    EXPECT_EQ(room.Value("SELECT ReportForm FROM SiteData"), "NULL");
+}
+
+TEST_F(SiteOfReports, AreInterchangeOnceItIsSaid) {
+    EXPECT_EQ(room.Tool("site --reports interchange").status, 0);
+    EXPECT_TRUE(Holds(room.Tool("site --node N1").out, "\nReports: interchange\n"));
+    EXPECT_EQ(room.Value("SELECT ReportForm FROM SiteData"), "interchange");
+}
+
+TEST_F(SiteOfReports, KeepTheirFormWhateverElseIsSet) {
+    room.Tool("site --reports interchange");
+    room.Tool("site --organization New --base-uid 2.999.2");
+    EXPECT_EQ(room.Value("SELECT ReportForm FROM SiteData"), "interchange");
+}
+
+TEST_F(SiteOfReports, AreClassicAgainWhenItIsSaid) {
+    room.Tool("site --reports interchange");
+    EXPECT_TRUE(Holds(room.Tool("site --reports classic").out, "\nReports: classic\n"));
+}
+
+TEST_F(SiteOfReports, NeedTheSitesOtherDataFirst) {
+    room.Run("DELETE FROM SiteData");
+    EXPECT_EQ(room.Tool("site --reports interchange").status, WrongArguments);
+    EXPECT_EQ(room.Count("SiteData"), "0");
+}
+
+TEST_F(SiteOfReports, OfACatalogueOfBeforeAreClassic) {
+    room.Run("ALTER TABLE SiteData DROP COLUMN ReportForm");
+    EXPECT_TRUE(Holds(room.Tool("site --organization New").out, "\nReports: classic\n"));
+}
+
+TEST_F(SiteOfReports, InterchangeTakeNamesOfEveryAlphabet) {
+    EXPECT_EQ(room.Tool("site --reports interchange --organization '東京病院'").status, 0);
+    SignAs("Yamada^Tarou=山田^太郎=やまだ^たろう");
+    EXPECT_EQ(signing.status, 0);
+    EXPECT_EQ(room.Value("SELECT Signature FROM Users"), "Yamada^Tarou=山田^太郎=やまだ^たろう");
+}
+
+TEST_F(SiteOfReports, ClassicTakeNoSignatureThatTheyCannotHold) {
+    SignAs("山田^太郎");
+    EXPECT_EQ(signing.status, WrongArguments);
+    EXPECT_EQ(room.Count("Users"), "0");
+}
+
+TEST_F(SiteOfReports, StayInterchangeWhileTheirOrganizationIsNothingForClassicOnes) {
+    room.Tool("site --reports interchange --organization '東京病院'");
+    const Outcome outcome = room.Tool("site --reports classic");
+    EXPECT_EQ(outcome.status, WrongArguments);
+    EXPECT_TRUE(Holds(outcome.err, "ISO_IR 100"));
+    EXPECT_EQ(room.Value("SELECT ReportForm FROM SiteData"), "interchange");
+}
+
+TEST_F(SiteOfReports, AreSetInPlaceOfAFormThatNobodyKnows) {
+    room.Run("UPDATE SiteData SET ReportForm='modern'");
+    EXPECT_EQ(room.Tool("site --organization New").status, Failed);
+    EXPECT_EQ(room.Tool("site --reports classic").status, 0);
 }
 
 TEST_F(Tool, ABaseUidOver42CharactersIsRefused) {
@@ -264,6 +333,21 @@ TEST_F(Check, AWholeInstallationIsWell) {
     EXPECT_FALSE(Holds(outcome.out, "MISSING"));
 }
 
+TEST_F(Check, ACatalogueWithoutAFormOfReportsIsWellAndClassic) {
+    room.Run("ALTER TABLE SiteData DROP COLUMN ReportForm");
+    const Outcome outcome = room.Tool("check");
+    EXPECT_EQ(outcome.status, 0) << outcome.out;
+    EXPECT_TRUE(Holds(outcome.out, "well     reports are written in the classic form\n"));
+}
+
+TEST_F(Check, NamesOfEveryAlphabetAreWellWhereReportsAreInterchange) {
+    room.Tool("site --reports interchange --organization '東京病院'");
+    room.Tool("user $(id -un) --signature '山田^太郎'");
+    const Outcome outcome = room.Tool("check");
+    EXPECT_EQ(outcome.status, 0) << outcome.out;
+    EXPECT_TRUE(Holds(outcome.out, "well     reports are written in the interchange form\n"));
+}
+
 TEST_F(Check, SaysWhenNoVersionWaits) {
     EXPECT_TRUE(Holds(room.Tool("check").out, "well     no version waits to be stored in " + room.Unsent().string()));
 }
@@ -356,6 +440,12 @@ INSTANTIATE_TEST_SUITE_P(
                     Lack{"AZeroPaddedBaseUid", "UPDATE SiteData SET BaseUID='2.999.01'",
                          "the site's BaseUID \"2.999.01\" is no UID"},
                     Lack{"NoOrganization", "UPDATE SiteData SET Organization=NULL", "the site has no Organization"},
+                    Lack{"AnUnknownForm", "UPDATE SiteData SET ReportForm='modern'",
+                         "The site's reports are to be written in a form that this program does not know: \"modern\""},
+                    Lack{"AnOrganizationForInterchangeAlone", "UPDATE SiteData SET Organization='東京病院'",
+                         "the site's Organization has characters that classic reports (ISO_IR 100) cannot hold"},
+                    Lack{"ASignatureForInterchangeAlone", "UPDATE Users SET Signature='山田^太郎'",
+                         "the signature of "},
                     Lack{"TwoServices", "INSERT INTO Port (Port, AETitle) VALUES (1, 'OTHER')",
                          "table Port has 2 rows and must have one"},
                     Lack{"ALongAeTitle", "UPDATE Port SET AETitle='A_TITLE_OF_SEVENTEEN'",
