@@ -19,13 +19,15 @@ QString Quoted(QString text) {
 }
 
 /// A LIKE pattern that matches `text` anywhere, and more: engines differ in the upper case of letters
-/// beyond ASCII, so that any letter stands for one of those.
+/// beyond ASCII, so that any letter stands for one of those. Engines count a letter beyond 16 bits as one.
 QString PatternFor(const QString& text) {
     QString pattern;
-    for (const QChar character : text.toUpper()) {
-        if (QString("!%_").contains(character))
+    for (const uint character : text.toUcs4()) {
+        const bool ascii = character < 0x80;
+        const QChar letter = ascii ? QChar(character).toUpper() : QChar('_');
+        if (ascii && QString("!%_").contains(letter))
             pattern += '!';
-        pattern += character.unicode() < 0x80 ? character : QChar('_');
+        pattern += letter;
     }
     return Quoted("%" + pattern + "%") + " ESCAPE '!'";
 }

@@ -3,7 +3,9 @@
 #include "suite/catalogue/Settings.h"
 #include "tests/suite/SuiteRoom.h"
 #include "tests/suite/TestObject.h"
+#include "tests/support/NamesInScripts.h"
 
+#include <dcmtk/dcmdata/dcdeftag.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -137,6 +139,15 @@ TEST_P(Engines, AOneRowTableKeepsOneRow) {
     EXPECT_EQ(port.Value("AETitle"), "PORVANE");
 }
 
+TEST_P(Engines, TheFormOfReportsIsSetInACatalogueOfBefore) {
+    room.Run("ALTER TABLE SiteData DROP COLUMN ReportForm");
+    room.Insert("SiteData", {{"BaseUID", "2.999.1"}, {"Organization", "Orbenta"}});
+    EXPECT_EQ(SiteReportForm(room.Catalogue()), ReportForm::Classic);
+    SetSiteData(room.Catalogue(), {{"ReportForm", "interchange"}});
+    EXPECT_EQ(SiteReportForm(room.Catalogue()), ReportForm::Interchange);
+    EXPECT_EQ(room.Value("SELECT Organization FROM SiteData"), "Orbenta");
+}
+
 TEST_P(Engines, UsersAreSet) {
     SetUser(room.Catalogue(), {"anna", "O'Brien^Anna"});
     SetUser(room.Catalogue(), {"anna", "O'Brien^A"});
@@ -153,6 +164,42 @@ TEST_P(Engines, TheServiceStoresAndKnowsWhatItStored) {
     EXPECT_EQ(TestObject().Numbered(2).Send(room), 0);
     EXPECT_EQ(room.Count("Image"), "2");
     EXPECT_EQ(room.StoredFiles().size(), 2U);
+}
+
+TestObject Named(int number, const std::string& name) {
+    const std::string digits = std::to_string(number);
+    return TestObject()
+        .Set(DCM_SpecificCharacterSet, "ISO_IR 192")
+        .Set(DCM_PatientID, digits)
+        .Set(DCM_StudyInstanceUID, "2.999.5." + digits)
+        .Set(DCM_SeriesInstanceUID, "2.999.6." + digits)
+        .Set(DCM_PatientName, name)
+        .Numbered(number);
+}
+
+TEST_P(Engines, NamesOfEveryScriptAreCataloguedWhole) {
+    const auto service = room.StartService();
+    const auto names = test::NamesInScripts();
+    ASSERT_GE(names.size(), 12U);
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        const auto number = static_cast<int>(i) + 100;
+        EXPECT_EQ(Named(number, names[i].name).Send(room), 0) << room.ServiceLog();
+        EXPECT_EQ(room.Value("SELECT PatientName FROM Patient WHERE ID='" + std::to_string(number) + "'"),
+                  names[i].name);
+    }
+}
+
+TEST_P(Engines, ALongestNameOfThreeScriptsIsCataloguedWhole) {
+    const auto service = room.StartService();
+    const auto of = [](const std::string& letter) {
+        std::string group;
+        while (group.size() < 64 * letter.size())
+            group += letter;
+        return group;
+    };
+    const std::string name = of("Y") + "=" + of("\U00020BB7") + "=" + of("よ");
+    EXPECT_EQ(Named(1, name).Send(room), 0) << room.ServiceLog();
+    EXPECT_EQ(room.Value("SELECT PatientName FROM Patient"), name);
 }
 
 TEST_P(Engines, ARefusedRowTakesTheFileBack) {

@@ -3,7 +3,9 @@
 #include "suite/lumaret/StudyCatalogue.h"
 #include "platform/error.h"
 #include "tests/suite/lumaret/CatalogueRows.h"
+#include "tests/support/NamesInScripts.h"
 
+#include <QRegularExpression>
 #include <gtest/gtest.h>
 
 namespace tavrel::test {
@@ -69,6 +71,26 @@ TEST_P(StudyCatalogueOn, LettersBeyondAsciiAreFoundInAnyCase) {
     AddNamed("2", "MÜLLER^ANNA");
     AddNamed("3", "MILLER^ANNA");
     EXPECT_EQ(Found("müller"), (QStringList{"1", "2"}));
+}
+
+TEST_P(StudyCatalogueOn, LettersWhoseCapitalsAreTwoAreFoundAsTheyAreWritten) {
+    AddNamed("1", "Weiß^Straßer");
+    EXPECT_EQ(Found("weiß straßer"), QStringList{"1"});
+}
+
+TEST_P(StudyCatalogueOn, ALetterBeyond16BitsIsOne) {
+    AddNamed("1", "𠮷");
+    EXPECT_EQ(Found("𠮷"), QStringList{"1"});
+}
+
+TEST_P(StudyCatalogueOn, PatientsOfEveryScriptAreFoundByEachOfTheirNames) {
+    const auto names = NamesInScripts();
+    ASSERT_GE(names.size(), 12U);
+    for (std::size_t i = 0; i < names.size(); ++i)
+        AddNamed(QString::number(i), QString::fromStdString(names[i].name));
+    for (std::size_t i = 0; i < names.size(); ++i)
+        for (const QString& word : QString::fromStdString(names[i].name).split(QRegularExpression("[=^ ]")))
+            EXPECT_TRUE(Found(word).contains(QString::number(i))) << names[i].script << ": " << word.toStdString();
 }
 
 TEST_P(StudyCatalogueOn, AnApostropheIsFoundAsTheCatalogueKeepsIt) {
