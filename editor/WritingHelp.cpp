@@ -6,7 +6,7 @@
 #include "platform/attributes.h"
 #include "platform/text.h"
 #include "sr/DcmSRDocument.h"
-#include "sr/UnwritableText.h"
+#include "sr/forms/VersionForm.h"
 
 #include <algorithm>
 #include <set>
@@ -125,11 +125,11 @@ WritingHelp::Judged WritingHelp::JudgeAfter(const Judged& last, const std::strin
     middle.remove_prefix(head);
     const auto tail = SameTail(former.substr(head), middle);
     middle.remove_suffix(tail);
-    Judged now{text, {}};
+    Judged now{text, last.characterSet, {}};
     for (const LostCharacter& lost : last.lost)
         if (lost.offset < head)
             now.lost.push_back(lost);
-    for (const auto& [lost, offset] : global_.ports.dicom.FindUnwritable(middle, ReportCharacterSet))
+    for (const auto& [lost, offset] : global_.ports.dicom.FindUnwritable(middle, now.characterSet))
         now.lost.push_back({lost, head + offset});
     for (const auto& [lost, offset] : last.lost)
         if (offset >= former.size() - tail)
@@ -138,7 +138,10 @@ WritingHelp::Judged WritingHelp::JudgeAfter(const Judged& last, const std::strin
 }
 
 void WritingHelp::Judge(Field& field) const {
-    const Judged last = std::exchange(field.judged, {});
+    Judged last = std::exchange(field.judged, {});
+    const auto characterSet = FormOf(global_)->CharacterSet();
+    if (last.characterSet != characterSet)
+        last = {{}, characterSet, {}};
     // A judgement that fails would fail at every key; the save says why.
     Trap(
         [&] {

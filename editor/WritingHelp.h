@@ -42,6 +42,7 @@ private:
     /// What a text holds that the file cannot.
     struct Judged {
         std::string text;
+        std::string_view characterSet;
         std::vector<LostCharacter> lost;
     };
     struct Field {

@@ -7,6 +7,7 @@
 #include "host/Text.h"
 #include "platform/uid.h"
 #include "sr/DcmSRDocument.h"
+#include "sr/forms/VersionForm.h"
 
 #include <array>
 #include <utility>
@@ -61,8 +62,8 @@ frmReport::frmReport(Global& global, ServiceEvents& serviceEvents, frmSRSeriesCh
     };
     for (Control* control : std::to_array<Control*>({&lblDraft, &cmdPutBack, &cmdDiscard}))
         control->Visible(false);
-    txtReportTitle.Filter = PlainText;
-    txtReportAnnotation.Filter = PlainText;
+    for (TextBox* box : {&txtReportTitle, &txtReportAnnotation})
+        box->Filter = [this](std::string_view typed) { return FormOf(global_)->Typed(typed); };
 }
 
 frmReport::~frmReport() = default;

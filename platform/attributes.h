@@ -20,20 +20,30 @@ inline constexpr Attribute AccessionNumber{{0x0008, 0x0050}, "SH"};
 inline constexpr Attribute Modality{{0x0008, 0x0060}, "CS"};
 inline constexpr Attribute Manufacturer{{0x0008, 0x0070}, "LO"};
 inline constexpr Attribute InstitutionName{{0x0008, 0x0080}, "LO"};
+inline constexpr Attribute InstitutionCodeSequence{{0x0008, 0x0082}, "SQ"};
 inline constexpr Attribute ReferringPhysicianName{{0x0008, 0x0090}, "PN"};
 inline constexpr Attribute CodeValue{{0x0008, 0x0100}, "SH"};
 inline constexpr Attribute CodingSchemeDesignator{{0x0008, 0x0102}, "SH"};
 inline constexpr Attribute CodeMeaning{{0x0008, 0x0104}, "LO"};
+inline constexpr Attribute MappingResource{{0x0008, 0x0105}, "CS"};
+inline constexpr Attribute CodingSchemeIdentificationSequence{{0x0008, 0x0110}, "SQ"};
+inline constexpr Attribute CodingSchemeResponsibleOrganization{{0x0008, 0x0116}, "ST"};
+inline constexpr Attribute LongCodeValue{{0x0008, 0x0119}, "UC"};
 inline constexpr Attribute StudyDescription{{0x0008, 0x1030}, "LO"};
+inline constexpr Attribute ProcedureCodeSequence{{0x0008, 0x1032}, "SQ"};
 inline constexpr Attribute SeriesDescription{{0x0008, 0x103E}, "LO"};
 inline constexpr Attribute ManufacturerModelName{{0x0008, 0x1090}, "LO"};
+inline constexpr Attribute ReferencedStudySequence{{0x0008, 0x1110}, "SQ"};
+inline constexpr Attribute ReferencedPerformedProcedureStepSequence{{0x0008, 0x1111}, "SQ"};
 inline constexpr Attribute ReferencedSeriesSequence{{0x0008, 0x1115}, "SQ"};
 inline constexpr Attribute ReferencedSopClassUid{{0x0008, 0x1150}, "UI"};
 inline constexpr Attribute ReferencedSopInstanceUid{{0x0008, 0x1155}, "UI"};
+inline constexpr Attribute ReferencedFrameNumber{{0x0008, 0x1160}, "IS"};
 inline constexpr Attribute ReferencedSopSequence{{0x0008, 0x1199}, "SQ"};
 
 inline constexpr Attribute PatientName{{0x0010, 0x0010}, "PN"};
 inline constexpr Attribute PatientId{{0x0010, 0x0020}, "LO"};
+inline constexpr Attribute IssuerOfPatientId{{0x0010, 0x0021}, "LO"};
 inline constexpr Attribute PatientBirthDate{{0x0010, 0x0030}, "DA"};
 inline constexpr Attribute PatientSex{{0x0010, 0x0040}, "CS"};
 
@@ -43,11 +53,20 @@ inline constexpr Attribute SoftwareVersions{{0x0018, 0x1020}, "LO"};
 inline constexpr Attribute FormerStudyElement{{0x0020, 0x0008}, "SH"};
 inline constexpr Attribute StudyInstanceUid{{0x0020, 0x000D}, "UI"};
 inline constexpr Attribute SeriesInstanceUid{{0x0020, 0x000E}, "UI"};
+inline constexpr Attribute StudyId{{0x0020, 0x0010}, "SH"};
 inline constexpr Attribute SeriesNumber{{0x0020, 0x0011}, "IS"};
 inline constexpr Attribute InstanceNumber{{0x0020, 0x0013}, "IS"};
 
 inline constexpr Attribute PhotometricInterpretation{{0x0028, 0x0004}, "CS"};
 
+inline constexpr Attribute RequestedProcedureDescription{{0x0032, 0x1060}, "LO"};
+inline constexpr Attribute RequestedProcedureCodeSequence{{0x0032, 0x1064}, "SQ"};
+
+inline constexpr Attribute RequestAttributesSequence{{0x0040, 0x0275}, "SQ"};
+inline constexpr Attribute RequestedProcedureId{{0x0040, 0x1001}, "SH"};
+inline constexpr Attribute PersonIdentificationCodeSequence{{0x0040, 0x1101}, "SQ"};
+inline constexpr Attribute PlacerOrderNumber{{0x0040, 0x2016}, "LO"}; ///< of the imaging service request
+inline constexpr Attribute FillerOrderNumber{{0x0040, 0x2017}, "LO"}; ///< of the imaging service request
 inline constexpr Attribute RelationshipType{{0x0040, 0xA010}, "CS"};
 inline constexpr Attribute VerifyingOrganization{{0x0040, 0xA027}, "LO"};
 inline constexpr Attribute VerificationDateTime{{0x0040, 0xA030}, "DT"};
@@ -56,11 +75,24 @@ inline constexpr Attribute ConceptNameCodeSequence{{0x0040, 0xA043}, "SQ"};
 inline constexpr Attribute ContinuityOfContent{{0x0040, 0xA050}, "CS"};
 inline constexpr Attribute VerifyingObserverSequence{{0x0040, 0xA073}, "SQ"};
 inline constexpr Attribute VerifyingObserverName{{0x0040, 0xA075}, "PN"};
+inline constexpr Attribute AuthorObserverSequence{{0x0040, 0xA078}, "SQ"};
+inline constexpr Attribute ParticipantSequence{{0x0040, 0xA07A}, "SQ"};
+inline constexpr Attribute ParticipationType{{0x0040, 0xA080}, "CS"};
+inline constexpr Attribute ParticipationDateTime{{0x0040, 0xA082}, "DT"};
+inline constexpr Attribute ObserverType{{0x0040, 0xA084}, "CS"};
+inline constexpr Attribute VerifyingObserverIdentificationCodeSequence{{0x0040, 0xA088}, "SQ"};
+inline constexpr Attribute PersonName{{0x0040, 0xA123}, "PN"};
 inline constexpr Attribute TextValue{{0x0040, 0xA160}, "UT"};
+inline constexpr Attribute ConceptCodeSequence{{0x0040, 0xA168}, "SQ"};
 inline constexpr Attribute PredecessorDocumentsSequence{{0x0040, 0xA360}, "SQ"};
+inline constexpr Attribute ReferencedRequestSequence{{0x0040, 0xA370}, "SQ"};
+inline constexpr Attribute PerformedProcedureCodeSequence{{0x0040, 0xA372}, "SQ"};
+inline constexpr Attribute CurrentRequestedProcedureEvidenceSequence{{0x0040, 0xA375}, "SQ"};
 inline constexpr Attribute CompletionFlag{{0x0040, 0xA491}, "CS"};
 inline constexpr Attribute VerificationFlag{{0x0040, 0xA493}, "CS"};
+inline constexpr Attribute ContentTemplateSequence{{0x0040, 0xA504}, "SQ"};
 inline constexpr Attribute ContentSequence{{0x0040, 0xA730}, "SQ"};
+inline constexpr Attribute TemplateIdentifier{{0x0040, 0xDB00}, "CS"};
 
 inline constexpr Attribute PixelData{{0x7FE0, 0x0010}, "OW"};
 

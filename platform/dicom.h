@@ -101,6 +101,9 @@ public:
     /// The handle given is the item from then on. An item of another sequence is copied in.
     virtual void SetSequenceItem(Tag sequence, int index, const DataSetHandle& item) = 0;
 
+    /// Puts a sequence without items in the place of what stands there.
+    virtual void SetEmptySequence(Tag sequence) = 0;
+
     /// Sends the data set to a storage service (C-STORE, PS3.4 annex B) in one association and
     /// returns when the service has answered with success and its store event has been handled.
     /// Bounded: 5 s to connect, 30 s for each answer. `DicomFault::NotSendable`, before connecting: no

@@ -16,6 +16,9 @@ public:
     /// The folder of this user for what must outlast the process (XDG base directories, "state"),
     /// without a separator at its end. It need not exist.
     virtual std::string StateFolder() const = 0;
+    /// The language in which the desktop speaks to this user (RFC 5646, without a country: "it"); empty when it names
+    /// none.
+    virtual std::string Language() const = 0;
     /// Writes a line to the log that the desktop keeps of its programs, for whoever looks after the workstation.
     virtual void LogToDesktop(std::string_view line) = 0;
     /// Ends the process at once: clients see it go, nothing is asked or saved. Callers return right

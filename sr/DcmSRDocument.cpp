@@ -7,38 +7,16 @@
 #include "platform/paths.h"
 #include "sr/ForeignContent.h"
 #include "sr/VersionOrder.h"
+#include "sr/forms/InterchangeContent.h"
+#include "sr/forms/VersionForm.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <limits>
 
 namespace tavrel {
 
 namespace {
-
-enum class Copy { Value, Text };
-
-struct CopiedAttribute {
-    Attribute attribute;
-    Copy how;
-};
-
-/// What a new report takes from an image of its study.
-constexpr std::array CopiedAttributes = {
-    CopiedAttribute{attribute::PatientName, Copy::Text},
-    CopiedAttribute{attribute::PatientId, Copy::Value},
-    CopiedAttribute{attribute::PatientBirthDate, Copy::Value},
-    CopiedAttribute{attribute::PatientSex, Copy::Value},
-    CopiedAttribute{attribute::StudyDate, Copy::Value},
-    CopiedAttribute{attribute::StudyTime, Copy::Value},
-    CopiedAttribute{attribute::ReferringPhysicianName, Copy::Value},
-    CopiedAttribute{attribute::ReferringPhysicianName, Copy::Text},
-    CopiedAttribute{attribute::AccessionNumber, Copy::Value},
-    CopiedAttribute{attribute::StudyDescription, Copy::Value},
-    CopiedAttribute{attribute::StudyInstanceUid, Copy::Value},
-    CopiedAttribute{attribute::FormerStudyElement, Copy::Value},
-};
 
 /// One more than the highest series number of the study, whatever the modality.
 std::string NextSeriesNumber(Connection& catalogue, const std::string& studyUid) {
@@ -106,12 +84,8 @@ void DcmSRDocument::CreateFromDDO(const DataSetList& images, std::int16_t imageI
     const int version = series_->Count() - 1;
     versionIndex_ = 0;
 
-    for (const auto& [attribute, how] : CopiedAttributes) {
-        if (how == Copy::Text)
-            series_->SetElementString(version, attribute, images.GetElementString(imageIndex, attribute));
-        else
-            series_->SetElementValue(version, attribute, 0, images.GetElementValue(imageIndex, attribute));
-    }
+    const auto form = FormOf(global_);
+    form->TakeFromImage(*images.Item(imageIndex), series_->Item(version));
 
     const auto make = [&](const Attribute& attribute, const std::string& value) {
         series_->SetElementValue(version, attribute, 0, value);
@@ -119,7 +93,7 @@ void DcmSRDocument::CreateFromDDO(const DataSetList& images, std::int16_t imageI
     // The study is asked of the first image, whichever image the report is made from.
     const auto studyUid = [&] { return TextOf(images.GetElementValue(version, attribute::StudyInstanceUid)); };
     make(attribute::Modality, "SR");
-    make(attribute::SeriesInstanceUid, global_.baseUid + ".2." + TimeStamp(global_.ports.clock));
+    make(attribute::SeriesInstanceUid, form->NewSeriesUid());
     make(attribute::SeriesNumber, NextSeriesNumber(Catalogue(global_), studyUid()));
     make(attribute::InstitutionName, global_.organization);
     make(attribute::ManufacturerModelName, "Orbenta/Refert");
@@ -233,10 +207,7 @@ const ObservationContext* DcmSRDocument::Approver() const {
 }
 
 void DcmSRDocument::ReadContent(const DicomDataSet& dataSet) {
-    observers_.clear();
-    const int observerCount = dataSet.GetSequenceItemCount(attribute::VerifyingObserverSequence);
-    for (int index = 0; index < observerCount; ++index)
-        observers_.emplace_back().DicomObject(dataSet.GetSequenceItem(attribute::VerifyingObserverSequence, index));
+    observers_ = SaversOf(dataSet);
 
     // "SC" is no VR; the library answers by the element's own.
     loadedComplete_ = TextOf(dataSet.GetValue({attribute::CompletionFlag, "SC"})) == "COMPLETE";
@@ -249,9 +220,25 @@ void DcmSRDocument::ReadContent(const DicomDataSet& dataSet) {
     if (const DataSetHandle reading = dataSet.GetSequenceItem(attribute::ContentSequence, 1))
         reading_ = TextOf(reading->GetValue(attribute::TextValue));
 
-    holdsMore_ = HoldsMoreThanAReport(dataSet);
+    ReadCodedEntries(dataSet);
     freshVersion_ = false;
     updated_ = false;
+}
+
+void DcmSRDocument::ReadCodedEntries(const DicomDataSet& dataSet) {
+    images_.clear();
+    holdsCodedEntries_ = IsInterchange(dataSet);
+    holdsMore_ = HoldsMoreThanAReport(dataSet);
+    if (!holdsCodedEntries_)
+        return;
+    auto content = ReadInterchange(dataSet);
+    titleNode_ = std::move(content.title);
+    if (const DataSetHandle reading = dataSet.GetSequenceItem(attribute::ContentSequence, 1))
+        reading_ = InterchangeText(*reading);
+    bodyPartNode_ = std::move(content.bodyPart);
+    findings_ = std::move(content.findings);
+    diagnoses_ = std::move(content.diagnoses);
+    images_ = std::move(content.images);
 }
 
 void DcmSRDocument::BuildVersionLabels() {

@@ -131,21 +131,16 @@ public:
 
 private:
     void ReadContent(const DicomDataSet& dataSet);
+    void ReadCodedEntries(const DicomDataSet& dataSet);
     void BuildVersionLabels();
     /// The versions of `files` in the order in which they were written.
     void PutInOrder(const std::vector<std::string>& files);
     /// Appends a version and writes the content into it. A failure is the caller's and leaves no version.
     void AppendVersion();
-    /// What would be read as two values where one must stand is an error.
-    void RequireSingleValues() const;
-    void WriteVersion(DicomDataSet& version);
     /// The version appended stays: it stands for the one not yet written, where there is one.
     void KeepAppended();
     void TakeBackAppended();
     Delivery Deliver();
-    void WriteObserver(DicomDataSet& version, const DateTime& now) const;
-    void WritePredecessors(DicomDataSet& version) const;
-    void WriteTextItem(DicomDataSet& version, int index, const ContentNode& content) const;
     /// The versions. An error when `Series` has been set to no object.
     DataSetList& Versions() const;
     std::int16_t LastVersion() const;

@@ -3,6 +3,8 @@
 #include "host/Text.h"
 #include "platform/attributes.h"
 #include "platform/uid.h"
+#include "sr/forms/Concepts.h"
+#include "sr/forms/InterchangeContent.h"
 
 #include <array>
 #include <string_view>
@@ -11,7 +13,7 @@ namespace tavrel {
 namespace {
 
 /// The code values of the concepts of a report's items, in their order.
-constexpr std::array<std::string_view, 2> Concepts = {"SR.TITLE", "121073"};
+constexpr std::array<std::string_view, 2> Concepts = {concepts::Title.code, concepts::Impression.code};
 
 /// What an item does not say is no reason to doubt it.
 bool Holds(const std::string& text, std::string_view expected) {
@@ -30,6 +32,8 @@ bool IsItem(const DicomDataSet& item, std::string_view conceptCode) {
 bool HoldsMoreThanAReport(const DicomDataSet& version) {
     if (!Holds(TextOf(version.GetValue(attribute::SopClassUid)), BasicTextSr))
         return true;
+    if (IsInterchange(version))
+        return ReadInterchange(version).more;
     const int items = version.GetSequenceItemCount(attribute::ContentSequence);
     if (items > static_cast<int>(Concepts.size()))
         return true;

@@ -24,7 +24,7 @@ std::string FieldOf(const Unwritable& element) {
         return "the title";
     if (Leads(path, {{attribute::ConceptNameCodeSequence, 0}, {attribute::CodeMeaning, -1}}))
         return "the heading";
-    if (path.back().tag == attribute::VerifyingObserverName)
+    if (path.back().tag == attribute::VerifyingObserverName || path.back().tag == attribute::PersonName)
         return "the physician's signature";
     if (path.back().tag == attribute::VerifyingOrganization || path.back().tag == attribute::InstitutionName)
         return "the institution's name";

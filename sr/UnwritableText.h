@@ -3,12 +3,8 @@
 #include "platform/dicom.h"
 
 #include <string>
-#include <string_view>
 
 namespace tavrel {
-
-/// The Specific Character Set of every version.
-inline constexpr std::string_view ReportCharacterSet = "ISO_IR 100";
 
 /// What of a version its file cannot hold, all of it, each under the name of its field on the screen; empty when it
 /// can be written.

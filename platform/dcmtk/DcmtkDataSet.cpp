@@ -18,6 +18,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 namespace tavrel {
 namespace {
@@ -209,6 +210,14 @@ void DcmtkDataSet::SetSequenceItem(Tag sequence, int index, const DataSetHandle&
         items[static_cast<std::size_t>(index)] = given;
     }
     given->holder_ = weak_from_this();
+}
+
+void DcmtkDataSet::SetEmptySequence(Tag sequence) {
+    ParseAll();
+    const auto items = std::exchange(elements_[sequence], DcmtkSequence{});
+    if (const auto* replaced = std::get_if<DcmtkSequence>(&items))
+        for (const auto& item : *replaced)
+            item->holder_.reset();
 }
 
 bool DcmtkDataSet::Contains(const DcmtkDataSet& other) const {

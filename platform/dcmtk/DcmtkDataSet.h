@@ -42,6 +42,7 @@ public:
     int GetSequenceItemCount(Tag sequence) const override;
     DataSetHandle GetSequenceItem(Tag sequence, int index) const override;
     void SetSequenceItem(Tag sequence, int index, const DataSetHandle& item) override;
+    void SetEmptySequence(Tag sequence) override;
     void StoreToNode(std::string_view host, std::string_view port, std::string_view callingAe,
                      std::string_view calledAe, bool wait) override;
 

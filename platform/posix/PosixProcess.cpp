@@ -34,6 +34,16 @@ std::string PosixProcess::StateFolder() const {
     return InsidePath(tavrel::StateFolder());
 }
 
+std::string PosixProcess::Language() const {
+    for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"})
+        if (const char* value = std::getenv(variable); value && *value) {
+            const std::string_view locale(value);
+            const auto language = locale.substr(0, locale.find_first_of("_.@"));
+            return language == "C" || language == "POSIX" ? std::string() : std::string(language);
+        }
+    return {};
+}
+
 void PosixProcess::LogToDesktop(std::string_view line) {
     std::cerr << "tavrel: " + std::string(line) + "\n" << std::flush;
 }

@@ -16,6 +16,8 @@ public:
     bool StartedByAutomation() const override { return startedByAutomation_; }
     std::string ApplicationFolder() const override;
     std::string StateFolder() const override;
+    /// That of the messages (POSIX, environment variables of internationalization).
+    std::string Language() const override;
     /// On standard error, which the desktop's journal takes.
     void LogToDesktop(std::string_view line) override;
     /// Both run the end hooks in the order of their registration and leave, with status 0 and 1; no

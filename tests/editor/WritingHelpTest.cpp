@@ -1,7 +1,6 @@
 #include "editor/PrintTable.h"
 #include "platform/attributes.h"
 #include "platform/text.h"
-#include "sr/UnwritableText.h"
 #include "tests/editor/ReportingStation.h"
 
 #include <gtest/gtest.h>
@@ -131,7 +130,7 @@ TEST_F(WritingHelps, JudgeAnEditedTextLikeOneThatIsNew) {
         text.replace(at, end - at, pieces[upTo(pieces.size() - 1)]);
         editor.txtReportAnnotation.Typed(text);
         std::vector<TextMark> marks;
-        for (const auto& [lost, offset] : station.global.ports.dicom.FindUnwritable(text, ReportCharacterSet))
+        for (const auto& [lost, offset] : station.global.ports.dicom.FindUnwritable(text, "ISO_IR 100"))
             marks.push_back({offset, lost.size()});
         ASSERT_EQ(editor.txtReportAnnotation.Marks(), marks) << "edit " << edit << ": " << text;
     }

@@ -14,6 +14,7 @@ public:
     bool startedByAutomation = false;
     std::string applicationFolder; ///< no separator at its end, as in the next
     std::string stateFolder;
+    std::string language;
     std::vector<std::string> log; ///< the lines for the desktop
     int ended = 0;                ///< how often the process was ended
     int failed = 0;               ///< how often with the status of a failure
@@ -21,6 +22,7 @@ public:
     bool StartedByAutomation() const override { return startedByAutomation; }
     std::string ApplicationFolder() const override { return applicationFolder; }
     std::string StateFolder() const override { return stateFolder; }
+    std::string Language() const override { return language; }
     void LogToDesktop(std::string_view line) override { log.emplace_back(line); }
     void End() override { ++ended; }
     void Fail() override {

@@ -29,6 +29,7 @@ public:
         const auto wrapper = std::dynamic_pointer_cast<ForwardingDataSet>(item);
         target_->SetSequenceItem(sequence, index, wrapper ? wrapper->target_ : item);
     }
+    void SetEmptySequence(Tag sequence) override { target_->SetEmptySequence(sequence); }
     void StoreToNode(std::string_view host, std::string_view port, std::string_view callingAe,
                      std::string_view calledAe, bool wait) override {
         target_->StoreToNode(host, port, callingAe, calledAe, wait);
