@@ -184,8 +184,12 @@ std::vector<Misfit> CharacterSet::Encode(std::string_view utf8, TextKind kind, s
     const ComposedText composed{utf8};
     bytes.clear();
     // Nothing is left out of a name for a set that might hold it.
-    return kind == TextKind::PersonName && IsWritable() ? EncodeName(composed.Text(), bytes)
-                                                        : EncodeRun(composed.Text(), bytes);
+    auto lost = kind == TextKind::PersonName && IsWritable() ? EncodeName(composed.Text(), bytes)
+                                                             : EncodeRun(composed.Text(), bytes);
+    // To compose a text is to change it, down to other letters in some names: Unicode needs none of it.
+    if (sets_.front() != nullptr && sets_.front()->encoding == std::string_view("UTF-8") && bytes == composed.Text())
+        bytes = utf8;
+    return lost;
 }
 
 std::vector<Misfit> CharacterSet::EncodeName(std::string_view utf8, std::string& bytes) const {

@@ -35,10 +35,10 @@ public:
     std::string Decode(std::string_view bytes, TextKind kind) const;
 
     /// Whether text beyond ASCII can be encoded. Sets with code extensions (ISO 2022), and the Japanese
-    /// ones, are only read: every version is written in ISO_IR 100.
+    /// ones, are only read.
     bool IsWritable() const;
 
-    /// Composes and encodes a UTF-8 text into `bytes`. Answers every character that cannot be, where
+    /// Encodes a UTF-8 text into `bytes`, composed for the older sets. Answers every character that cannot be, where
     /// it stands in the composed text; with any, `bytes` means nothing. The ideographic and phonetic
     /// forms of a person name that cannot be held are left out when the alphabetic one can.
     std::vector<Misfit> Encode(std::string_view utf8, TextKind kind, std::string& bytes) const;

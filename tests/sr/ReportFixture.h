@@ -38,6 +38,21 @@ protected:
             labels.push_back(document.Version(index));
         return labels;
     }
+    /// The item of the last version's content tree.
+    DataSetHandle LastItem(int index) const {
+        return LastVersion()->GetSequenceItem(attribute::ContentSequence, index);
+    }
+    /// Sends a version that is then read back, as a save does it, and lets a second pass.
+    void SendAndRead() {
+        document.Send();
+        document.GotoVersion(static_cast<std::int16_t>(document.NumVersions() - 1));
+        ++station.clock.now.second;
+    }
+    ContentNode Heading() const {
+        ContentNode title;
+        document.GetTitle(title.CodeScheme, title.Code, title.CodeMeaning, title.Annotation);
+        return title;
+    }
     std::vector<std::string> Shown() const { return station.windows.Texts(); }
 
     Workstation station;

@@ -87,6 +87,12 @@ TEST(CharacterSets, ATextIsComposedBeforeItIsEncoded) {
                                                      "ller");
 }
 
+TEST(CharacterSets, AUnicodeTextIsWrittenAsItStands) {
+    for (const char* text : {"Mu\u0308ller", "\uFA19=\uFA19", "\uFB2A", "\u212B"})
+        EXPECT_EQ(Encoded("ISO_IR 192", text, TextKind::PersonName), text);
+    EXPECT_EQ(Encoded("GB18030", "\u212A"), "K");
+}
+
 TEST(CharacterSets, TheFirstCharacterThatDoesNotFitIsNamed) {
     EXPECT_EQ(Lost("ISO_IR 100", "äb€c→", TextKind::Plain), (std::pair<char32_t, std::size_t>{U'€', 3}));
 }
