@@ -398,6 +398,13 @@ TEST(ReportDisplay, TypographicCharactersBecomePlainInTitleAndReadingOnly) {
     EXPECT_EQ(station.editor.txtReportAnnotation.Filter("d’Angelo"), "d'Angelo");
 }
 
+TEST(ReportDisplay, TypographicCharactersStayInTheInterchangeForm) {
+    ReportingStation station;
+    station.global.reportForm = ReportForm::Interchange;
+    EXPECT_EQ(station.editor.txtReportTitle.Filter("“a” – b…"), "“a” – b…");
+    EXPECT_EQ(station.editor.txtReportAnnotation.Filter("d’Angelo"), "d’Angelo");
+}
+
 TEST(ReportDisplay, ClosingTheFrameClosesTheReportAndUnloads) {
     ReportingStation station;
     station.OpenReport();

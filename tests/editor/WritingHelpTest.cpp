@@ -34,6 +34,26 @@ TEST_F(WritingHelps, SayNothingOfATextThatTheFileCanHold) {
     EXPECT_EQ(Underlined(editor.txtReportAnnotation), Texts{});
 }
 
+TEST_F(WritingHelps, SayNothingOfAnyLetterInTheInterchangeForm) {
+    station.global.reportForm = ReportForm::Interchange;
+    editor.cmbReportTitle.Typed("Ακτινογραφία");
+    editor.txtReportTitle.Typed("“size” ≥ 5");
+    editor.txtReportAnnotation.Typed("胸部 שלום");
+    EXPECT_EQ(Told(), "");
+    EXPECT_FALSE(editor.cmdWritePlainly.Visible());
+    EXPECT_EQ(Underlined(editor.txtReportAnnotation), Texts{});
+}
+
+TEST_F(WritingHelps, JudgeAnewWhatWasTypedInAnotherForm) {
+    editor.txtReportAnnotation.Typed("山\r\n≥");
+    station.global.reportForm = ReportForm::Interchange;
+    editor.txtReportAnnotation.Typed("山\r\n≥ 5");
+    EXPECT_EQ(Underlined(editor.txtReportAnnotation), Texts{});
+    station.global.reportForm = ReportForm::Classic;
+    editor.txtReportAnnotation.Typed("山\r\n≥ 56");
+    EXPECT_EQ(Underlined(editor.txtReportAnnotation), (Texts{"山", "≥"}));
+}
+
 TEST_F(WritingHelps, UnderlineEveryCharacterInEveryField) {
     editor.cmbReportTitle.Typed("α");
     editor.txtReportTitle.Typed("size ≥ 5");

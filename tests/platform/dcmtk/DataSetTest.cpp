@@ -138,6 +138,18 @@ TEST_F(DataSets, AReplacedItemKeepsItsHandle) {
     EXPECT_EQ(dataSet->GetSequenceItem(attribute::ContentSequence, 0)->GetValue(attribute::PatientName), Value{});
 }
 
+TEST_F(DataSets, AnEmptySequenceTakesThePlaceOfWhatStoodThereAndIsWritten) {
+    const auto item = NewDataSet();
+    dataSet->SetSequenceItem(attribute::ContentSequence, 0, item);
+    dataSet->SetEmptySequence(attribute::ContentSequence);
+    EXPECT_EQ(dataSet->GetSequenceItemCount(attribute::ContentSequence), 0);
+    dataSet->SetSequenceItem(attribute::ReferencedSopSequence, 0, item);
+    EXPECT_EQ(dataSet->GetSequenceItem(attribute::ReferencedSopSequence, 0), item);
+    dataSet->SaveToFile(library.File("empty.dcm"));
+    const std::string sequence("\x40\0\x30\xA7SQ\0\0\0\0\0\0", 12);
+    EXPECT_NE(ReadBytes(library.File("empty.dcm")).find(sequence), std::string::npos);
+}
+
 TEST_F(DataSets, AReplacedItemCanBePutBack) {
     const auto item = NewDataSet();
     dataSet->SetSequenceItem(attribute::ContentSequence, 0, item);

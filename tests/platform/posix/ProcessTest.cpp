@@ -32,6 +32,32 @@ TEST(Process, TheApplicationFolderIsTheExecutablesWithTheProgramsSeparator) {
     EXPECT_EQ(folder.find('/'), std::string::npos);
 }
 
+struct Desktop {
+    std::string_view name;
+    const char* lcAll;
+    const char* lcMessages;
+    const char* lang;
+    std::string_view language;
+    friend void PrintTo(const Desktop& desktop, std::ostream* out) { *out << desktop.name; }
+};
+
+class Languages : public testing::TestWithParam<Desktop> {};
+
+TEST_P(Languages, AreThoseOfTheMessages) {
+    setenv("LC_ALL", GetParam().lcAll, 1);
+    setenv("LC_MESSAGES", GetParam().lcMessages, 1);
+    setenv("LANG", GetParam().lang, 1);
+    EXPECT_EQ(PosixProcess(0, nullptr).Language(), GetParam().language);
+}
+
+INSTANTIATE_TEST_SUITE_P(, Languages,
+                         testing::Values(Desktop{"Lang", "", "", "it_IT.UTF-8", "it"},
+                                         Desktop{"Messages", "", "de_CH@euro", "it_IT.UTF-8", "de"},
+                                         Desktop{"All", "el", "de_CH", "it_IT", "el"},
+                                         Desktop{"PlainC", "C.UTF-8", "", "it_IT", ""},
+                                         Desktop{"Posix", "", "", "POSIX", ""}, Desktop{"Nothing", "", "", "", ""}),
+                         testing::PrintToStringParamName());
+
 TEST(ProcessDeath, TheEndRunsTheHooksInTheirOrderAndNoDestructor) {
     struct Loud {
         ~Loud() { std::cerr << "destroyed"; }
