@@ -82,12 +82,26 @@ struct StorageNode::Conversation {
         }
     }
 
+    std::vector<std::string> Proposals() const {
+        std::vector<std::string> proposals;
+        for (int at = 0; at < ASC_countPresentationContexts(association->params); ++at) {
+            T_ASC_PresentationContext proposed{};
+            ASC_getPresentationContext(association->params, at, &proposed);
+            for (int syntax = 0; syntax < proposed.transferSyntaxCount; ++syntax)
+                proposals.push_back(std::string(proposed.abstractSyntax) + " " +
+                                    proposed.proposedTransferSyntaxes[syntax]);
+        }
+        return proposals;
+    }
+
     bool Store(T_ASC_PresentationContextID context, T_DIMSE_C_StoreRQ& request) {
         Received received;
         received.callingAe = association->params->DULparams.callingAPTitle;
         received.calledAe = association->params->DULparams.calledAPTitle;
         received.implementation = std::string(association->params->theirImplementationClassUID) + " " +
                                   association->params->theirImplementationVersionName;
+        received.proposals = Proposals();
+        received.longestPdu = association->params->theirMaxPDUReceiveSize;
         received.sopClassUid = request.AffectedSOPClassUID;
         received.sopInstanceUid = request.AffectedSOPInstanceUID;
         received.file = node.folder_.Path() / (std::to_string(++node.fileCount_) + ".dcm");

@@ -31,7 +31,9 @@ public:
     struct Received {
         std::string callingAe;
         std::string calledAe;
-        std::string implementation; ///< class UID and version name
+        std::string implementation;         ///< class UID and version name
+        std::vector<std::string> proposals; ///< abstract syntax and transfer syntax of each context
+        unsigned long longestPdu = 0;       ///< that the caller takes
         std::string sopClassUid;
         std::string sopInstanceUid;
         std::filesystem::path file;

@@ -1,5 +1,6 @@
 #include "SampleReport.h"
 #include "platform/dcmtk/Implementation.h"
+#include "tests/support/DocumentTable.h"
 #include "tests/support/StorageNode.h"
 
 #include <gtest/gtest.h>
@@ -173,6 +174,28 @@ TEST_F(Storing, TheServiceLearnsWhichProgramCalls) {
     StorageNode node;
     Store(node);
     EXPECT_EQ(node.Objects().at(0).implementation, std::string(ImplementationClassUid) + " TAVREL_" PROJECT_VERSION);
+}
+
+TEST_F(Storing, TheContextsAreThoseOfTheConformanceStatement) {
+    std::vector<std::string> documented;
+    for (const auto& row : TableUnder("##### 4.2.1.3 Association initiation: a version is saved", CONFORMANCE_DOCUMENT))
+        documented.push_back(row[1] + " " + row[3]);
+    StorageNode node;
+    Store(node);
+    EXPECT_EQ(node.Objects().at(0).proposals, documented);
+}
+
+TEST_F(Storing, TheLimitsAreThoseOfTheConformanceStatement) {
+    const auto rows = TableUnder("##### 4.2.1.2 Association policies", CONFORMANCE_DOCUMENT);
+    const auto documented = [&](const std::string& policy) {
+        return std::ranges::find(rows, policy, [](const DocumentRow& row) { return row[0]; })->at(1);
+    };
+    StorageNode node;
+    Store(node);
+    EXPECT_EQ(documented("PDU that it asks the service not to exceed"), "16,384 bytes");
+    EXPECT_EQ(node.Objects().at(0).longestPdu, 16384U);
+    EXPECT_EQ(documented("Connection"), std::to_string(StoreTimeouts{}.connect.count()) + " s at most");
+    EXPECT_EQ(documented("Each answer"), std::to_string(StoreTimeouts{}.answer.count()) + " s at most");
 }
 
 TEST_F(Storing, TheBytesAreInTheDeclaredCharacterSet) {
