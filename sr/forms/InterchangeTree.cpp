@@ -49,7 +49,7 @@ std::string_view TextOrNone(std::string_view text) {
 }
 
 ItemBuilder AppendItem(const ItemBuilder& holder, std::string_view relationship, std::string_view valueType) {
-    const auto item = holder.Append(attribute::ContentSequence);
+    auto item = holder.Append(attribute::ContentSequence);
     item.Set(attribute::RelationshipType, std::string(relationship));
     item.Set(attribute::ValueType, std::string(valueType));
     return item;
@@ -57,21 +57,21 @@ ItemBuilder AppendItem(const ItemBuilder& holder, std::string_view relationship,
 
 ItemBuilder AppendItem(const ItemBuilder& holder, std::string_view relationship, std::string_view valueType,
                        const Concept& name) {
-    const auto item = AppendItem(holder, relationship, valueType);
+    auto item = AppendItem(holder, relationship, valueType);
     item.AppendCode(attribute::ConceptNameCodeSequence, name.Node());
     return item;
 }
 
 ItemBuilder AppendText(const ItemBuilder& holder, std::string_view relationship, const Concept& name,
                        std::string_view text) {
-    const auto item = AppendItem(holder, relationship, "TEXT", name);
+    auto item = AppendItem(holder, relationship, "TEXT", name);
     item.Set(attribute::TextValue, std::string(TextOrNone(text)));
     return item;
 }
 
 ItemBuilder AppendCode(const ItemBuilder& holder, std::string_view relationship, const Concept& name,
                        const ContentNode& code) {
-    const auto item = AppendItem(holder, relationship, "CODE", name);
+    auto item = AppendItem(holder, relationship, "CODE", name);
     item.AppendCode(attribute::ConceptCodeSequence, code);
     return item;
 }
@@ -152,13 +152,14 @@ void WriteInterchangeTree(const ItemBuilder& version, const VersionContent& cont
     AppendEntries(version, concepts::Findings, concepts::Finding, content.findings);
     AppendEntries(version, concepts::Conclusions, concepts::Conclusion, content.diagnoses);
     for (const auto& image : content.images)
-        AppendImage(version, image);
+        if (!image.sopInstanceUid.empty())
+            AppendImage(version, image);
 }
 
 std::string PersonNameValue(std::string_view name) {
-    if (name.empty())
+    if (name.find_first_not_of(" ^=") == std::string_view::npos)
         return PersonNameValue("Unknown");
-    std::string value(name);
+    std::string value(Trimmed(name));
     if (value.find_first_of("^=") == std::string::npos)
         value += '^';
     return value;

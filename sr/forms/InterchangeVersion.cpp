@@ -164,12 +164,6 @@ void WriteEvidence(const ItemBuilder& version, const std::vector<ReferencedImage
     }
 }
 
-/// For a value representation in which a backslash divides values.
-std::string SingleValue(std::string text) {
-    std::ranges::replace(text, '\\', '/');
-    return text;
-}
-
 /// PS3.5, 6.2.1.
 bool IsPersonName(std::string_view name) {
     if (std::ranges::count(name, '=') > 2)
@@ -200,18 +194,16 @@ void InterchangeVersion::TakeFromImage(const DicomDataSet& image, const DataSetH
 void InterchangeVersion::RequireWritable(const VersionContent& content) const {
     const auto require = [](const ContentNode& code) {
         if (!code.Code.empty())
-            RequireSingleValues({{"coding scheme", code.CodeScheme},
-                                 {"code", code.Code},
-                                 {"meaning of the code " + code.Code, code.CodeMeaning}});
+            RequireSingleValues({{"coding scheme", code.CodeScheme}, {"code", code.Code}});
     };
     require(content.title);
     require(content.bodyPart);
     std::ranges::for_each(content.findings, require);
     std::ranges::for_each(content.diagnoses, require);
-    RequireSingleValues({{"signature", global_.userSignature}, {"name of the organization", global_.organization}});
+    RequireSingleValues({{"signature", global_.userSignature}});
     if (!IsPersonName(global_.userSignature))
         throw Error(Fault::TypeMismatch, "DcmSRDocument",
-                    "The report cannot be stored: the signature is no person's name of at most 64 characters, with at "
+                    "The report cannot be stored: the signature is no person's name of at most 63 characters, with at "
                     "most five parts divided by ^ and three writings divided by =: " +
                         global_.userSignature);
 }
@@ -249,7 +241,7 @@ void InterchangeVersion::Write(const VersionContent& content, const DataSetList&
     version.Set(attribute::SopInstanceUid, NewUid(global_.baseUid, UidKind::Version));
     WriteSchemes(version, content, global_.organization);
 
-    version.SetShort(attribute::SeriesDescription, SingleValue(content.title.Annotation), longest::LongString);
+    version.SetShort(attribute::SeriesDescription, content.title.Annotation, longest::LongString);
     version.SetEmptySequence(attribute::ReferencedPerformedProcedureStepSequence);
     version.Set(attribute::Manufacturer, "Mervanti");
     version.SetShort(attribute::InstitutionName, TextOf(written->GetValue(attribute::InstitutionName)),

@@ -6,6 +6,8 @@
 #include "platform/text.h"
 #include "sr/forms/Concepts.h"
 
+#include <algorithm>
+
 namespace tavrel {
 
 void ItemBuilder::SetIfAny(const Attribute& attribute, const Value& value) const {
@@ -14,7 +16,10 @@ void ItemBuilder::SetIfAny(const Attribute& attribute, const Value& value) const
 }
 
 void ItemBuilder::SetShort(const Attribute& attribute, std::string_view text, std::size_t longest) const {
-    Set(attribute, std::string(FirstCharacters(text, longest)));
+    std::string value(FirstCharacters(text, longest));
+    std::ranges::replace_if(value, IsBlank, ' ');
+    std::ranges::replace(value, '\\', '/');
+    Set(attribute, value);
 }
 
 ItemBuilder ItemBuilder::Append(Tag sequence) const {

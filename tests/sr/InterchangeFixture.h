@@ -2,6 +2,9 @@
 
 #include "tests/sr/ReportFixture.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace tavrel::test {
 
 /// A report of a site that writes the interchange form.
@@ -29,15 +32,14 @@ protected:
         return items;
     }
     std::vector<std::string> NamesIn(Tag sequence, const Attribute& attribute) const {
-        std::vector<std::string> names;
-        for (int index = 0; index < LastCount(sequence); ++index)
-            names.push_back(Text(LastOf(sequence, index), attribute));
+        std::vector<std::string> names(static_cast<std::size_t>(LastCount(sequence)));
+        for (int index = 0; auto& name : names)
+            name = Text(LastOf(sequence, index++), attribute);
         return names;
     }
     std::vector<std::string> Savers() const {
         std::vector<std::string> names;
-        for (const auto& observer : document.Observers())
-            names.push_back(observer.ObserverName);
+        std::ranges::transform(document.Observers(), std::back_inserter(names), &ObservationContext::ObserverName);
         return names;
     }
     /// What the report's file gives to a program that has just started.

@@ -163,6 +163,35 @@ TEST_F(InterchangeForm, WithoutAnyNameOrOrganizationHasWordsWhereTheyAreRequired
     EXPECT_EQ(Text(verifier, attribute::VerifyingOrganization), "Unknown organization");
 }
 
+TEST_F(InterchangeForm, TakesABlankSignatureForNone) {
+    for (const char* signature : {"  ", "^", "="}) {
+        global.userSignature = signature;
+        CreateReport();
+        document.Send();
+        EXPECT_THAT(NamesIn(attribute::ParticipantSequence, attribute::PersonName), ElementsAre("Unknown^"));
+    }
+}
+
+TEST_F(InterchangeForm, WritesAnOrganizationOfSeveralLinesInOne) {
+    global.organization = "Orbenta\r\nA\\B " + std::string(64, 'x');
+    CreateReport();
+
+    document.Send();
+
+    EXPECT_THAT(Shown(), IsEmpty());
+    EXPECT_EQ(LastText(attribute::InstitutionName), "Orbenta  A/B " + std::string(51, 'x'));
+}
+
+TEST_F(InterchangeForm, LeavesOutAnImageThatNamesNoInstance) {
+    CreateReport();
+    document.Images({{}});
+
+    document.Send();
+
+    EXPECT_EQ(LastCount(attribute::CurrentRequestedProcedureEvidenceSequence), 0);
+    EXPECT_THAT(ReadAgain().Images(), IsEmpty());
+}
+
 TEST_F(InterchangeForm, KeepsTheWritingsOfASignature) {
     global.userSignature = "Yamada^Tarou=山田^太郎=やまだ^たろう";
     CreateReport();

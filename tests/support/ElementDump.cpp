@@ -1,5 +1,6 @@
 #include "tests/support/ElementDump.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -46,10 +47,7 @@ std::string Printable(std::string_view value) {
 
 bool HasLongLength(std::string_view vr) {
     constexpr std::array<std::string_view, 8> longVrs{"OB", "OW", "OF", "SQ", "UC", "UR", "UT", "UN"};
-    for (const auto each : longVrs)
-        if (vr == each)
-            return true;
-    return false;
+    return std::ranges::find(longVrs, vr) != longVrs.end();
 }
 
 void Dump(std::string_view bytes, std::size_t depth, std::string& lines) {
