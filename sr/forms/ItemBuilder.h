@@ -18,8 +18,8 @@ public:
     void Set(const Attribute& attribute, const Value& value) const { dataSet_->SetValue(attribute, 0, value); }
     /// Sets an element that may be missing only if there is something to say.
     void SetIfAny(const Attribute& attribute, const Value& value) const;
-    /// An LO or SH, which has one line of bounded length: the rest is left out, a line's end is a blank, and "\\",
-    /// which would make two values of it, is "/".
+    /// An LO or SH, which has one line of bounded length: the rest is left out, a line's end is a blank, and a
+    /// backslash, which would make two values of it, is "/".
     void SetShort(const Attribute& attribute, std::string_view text, std::size_t longest) const;
     void SetEmptySequence(Tag sequence) const { dataSet_->SetEmptySequence(sequence); }
 

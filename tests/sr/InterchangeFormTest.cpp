@@ -322,6 +322,10 @@ TEST_F(InterchangeForm, KeepsAnEntryThatHasNoCodeAndOneWhoseCodeIsLong) {
 
     EXPECT_EQ(document.BodyPartNode(), words);
     EXPECT_THAT(document.Findings(), ElementsAre(longCode));
+    const auto code = ItemsNamed("121070")[0]
+                          ->GetSequenceItem(attribute::ContentSequence, 0)
+                          ->GetSequenceItem(attribute::ConceptCodeSequence, 0);
+    EXPECT_EQ(code->GetValue(attribute::CodeValue), Value());
 }
 
 TEST_F(InterchangeForm, MakesUpForAMissingSchemeAndMeaning) {
