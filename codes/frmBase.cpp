@@ -2,11 +2,10 @@
 
 #include "codes/FillCodeList.h"
 #include "codes/FilterSearchKey.h"
+#include "codes/ReportCodes.h"
 #include "host/Catalogue.h"
 #include "host/ErrorReport.h"
 #include "platform/code_tables.h"
-#include "platform/limits.h"
-#include "platform/single_value.h"
 #include "platform/text.h"
 
 #include <algorithm>
@@ -168,16 +167,8 @@ void frmBase::cmdUndo_Click() {
 }
 
 void frmBase::RequireWritable() const {
-    struct Checked {
-        std::string_view name;
-        const TextBox& box;
-        std::size_t most;
-    };
-    for (const auto& [name, box, most] : {Checked{"The code", txtNewCode, longest::CodeValue},
-                                          Checked{"The coding scheme", txtNewCodeScheme, longest::CodeScheme},
-                                          Checked{"The description", txtNewMeaning, longest::CodeMeaning}})
-        if (const auto fault = ValueFault(box.Text(), most); !fault.empty())
-            throw Error(Fault::TypeMismatch, Name(), std::string(name) + " " + fault + ": " + box.Text());
+    if (const auto fault = CodeFault(txtNewCode.Text(), txtNewCodeScheme.Text(), txtNewMeaning.Text()); !fault.empty())
+        throw Error(Fault::TypeMismatch, Name(), fault);
 }
 
 void frmBase::TellUnusableHeading(const std::string& meaning) const {
@@ -199,7 +190,7 @@ void frmBase::AddStandardCode() {
     if (rows->AtBeginning() && rows->AtEnd()) {
         rows->AddNew();
         rows->SetField("CodeValue", txtNewCode.Text());
-        rows->SetField("CodeScheme", "99SS"); // codes defined here, not by a published scheme
+        rows->SetField("CodeScheme", OwnScheme);
         rows->SetField("CodeMeaning", meaning);
         rows->Update();
         stored = true;

@@ -13,11 +13,26 @@ namespace {
 constexpr std::chrono::seconds Delay{2};
 
 /// Blanks at the end of a text are not kept by every version.
-bool SameWords(const TypedTexts& left, const TypedTexts& right) {
-    const auto same = [](std::string_view a, std::string_view b) {
-        return TrimmedRight(a, " \r\n") == TrimmedRight(b, " \r\n");
-    };
-    return same(left.heading, right.heading) && same(left.title, right.title) && same(left.reading, right.reading);
+bool Same(std::string_view left, std::string_view right) {
+    return TrimmedRight(left, " \r\n") == TrimmedRight(right, " \r\n");
+}
+
+bool SameEntry(const ContentNode& left, const ContentNode& right) {
+    return Same(left.CodeScheme, right.CodeScheme) && Same(left.Code, right.Code) &&
+           Same(left.CodeMeaning, right.CodeMeaning) && Same(left.Annotation, right.Annotation);
+}
+
+bool SameCodes(const ReportCodes& left, const ReportCodes& right) {
+    return Same(left.bodyPart, right.bodyPart) && std::ranges::equal(left.findings, right.findings, SameEntry) &&
+           std::ranges::equal(left.diagnoses, right.diagnoses, SameEntry);
+}
+
+/// Whether the version holds the draft's words. A draft of a time when codes were no part of a report says nothing
+/// of them.
+bool Holds(const TypedTexts& version, const TypedTexts& draft) {
+    return Same(version.heading, draft.heading) && Same(version.title, draft.title) &&
+           Same(version.reading, draft.reading) &&
+           (!draft.codes || (version.codes && SameCodes(*version.codes, *draft.codes)));
 }
 
 bool SameOwner(const DraftOwner& left, const DraftOwner& right) {
@@ -49,7 +64,7 @@ void DraftKeeper::Show(Report report) {
 void DraftKeeper::DropKnown() {
     std::vector<KeptDraft> worthwhile;
     for (KeptDraft& each : offers_) {
-        const bool ofTheVersion = SameWords(each.draft.texts, saved_);
+        const bool ofTheVersion = Holds(saved_, each.draft.texts);
         const bool twice = std::ranges::any_of(worthwhile, [&](const KeptDraft& newer) {
             return !newer.file.empty() && newer.draft.texts == each.draft.texts;
         });
@@ -66,12 +81,16 @@ void DraftKeeper::Edited() {
         timer_.Start(Delay, [this] { Tick(); });
 }
 
+bool DraftKeeper::Unsaved() const {
+    return report_ && screen_() != saved_;
+}
+
 void DraftKeeper::Tick() {
     waiting_ = false;
     Keep();
     // Looked at again while there is something unsaved: another process may have removed the file, or the state
     // folder can be written again.
-    if (report_ && screen_() != saved_)
+    if (Unsaved())
         Edited();
 }
 

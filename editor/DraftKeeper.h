@@ -29,6 +29,8 @@ public:
     void Show(Report report);
     /// A person has typed. What was typed is on disk within `Delay`, and again so while typing goes on.
     void Edited();
+    /// Whether the boxes hold another thing than the version that they were filled from.
+    bool Unsaved() const;
     /// To be called before the boxes are filled anew and before the process ends: keeps what is typed, and lets go of
     /// the report. Without effect when there is none.
     void Leave();

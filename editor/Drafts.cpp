@@ -16,6 +16,8 @@ namespace {
 
 constexpr std::string_view Extension = ".draft";
 constexpr std::string_view FirstLine = "Tavrel draft 1\n";
+constexpr std::string_view BodyPart = "Body part", Finding = "Finding", Diagnosis = "Diagnosis";
+constexpr std::string_view Scheme = "Scheme", Meaning = "Meaning", Annotation = "Annotation"; // of either
 
 std::string_view Name(DraftOwner::Kind kind) {
     return kind == DraftOwner::Kind::Report ? "report" : "new report of study";
@@ -47,6 +49,13 @@ std::string Line(std::string_view name, std::string_view value) {
     return std::string(name) + " (" + std::to_string(value.size()) + "): " + std::string(value) + "\n";
 }
 
+std::string Lines(std::string_view name, const std::vector<ContentNode>& entries) {
+    std::string lines;
+    for (const auto& [scheme, code, meaning, annotation] : entries)
+        lines += Line(name, code) + Line(Scheme, scheme) + Line(Meaning, meaning) + Line(Annotation, annotation);
+    return lines;
+}
+
 std::string Written(const DraftOwner& owner, const Draft& draft) {
     std::string text(FirstLine);
     text += Line("Kind", Name(owner.kind));
@@ -58,6 +67,10 @@ std::string Written(const DraftOwner& owner, const Draft& draft) {
     text += Line("Heading", draft.texts.heading);
     text += Line("Title", draft.texts.title);
     text += Line("Reading", draft.texts.reading);
+    if (const auto& codes = draft.texts.codes) {
+        text += Line(BodyPart, codes->bodyPart);
+        text += Lines(Finding, codes->findings) + Lines(Diagnosis, codes->diagnoses);
+    }
     return text + Line("Check", Checksum(text));
 }
 
@@ -83,6 +96,18 @@ public:
         at_ += value.size();
         Expect("\n");
         return value;
+    }
+    bool Follows(std::string_view name) const { return text_.substr(at_).starts_with(name); }
+    std::vector<ContentNode> Entries(std::string_view name) {
+        std::vector<ContentNode> entries;
+        while (Follows(name)) {
+            ContentNode& entry = entries.emplace_back();
+            entry.Code = Value(name);
+            entry.CodeScheme = Value(Scheme);
+            entry.CodeMeaning = Value(Meaning);
+            entry.Annotation = Value(Annotation);
+        }
+        return entries;
     }
     void End() {
         const std::string sum = Checksum(text_.substr(0, at_));
@@ -116,6 +141,12 @@ DraftFile ReadDraft(std::string_view text) {
     file.draft.texts.heading = reader.Value("Heading");
     file.draft.texts.title = reader.Value("Title");
     file.draft.texts.reading = reader.Value("Reading");
+    if (reader.Follows(BodyPart)) {
+        auto& codes = file.draft.texts.codes.emplace();
+        codes.bodyPart = reader.Value(BodyPart);
+        codes.findings = reader.Entries(Finding);
+        codes.diagnoses = reader.Entries(Diagnosis);
+    }
     reader.End();
     return file;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "codes/ReportCodes.h"
 #include "host/Global.h"
 #include "platform/datetime.h"
 
@@ -12,6 +13,7 @@ namespace tavrel {
 /// What a person types into a report.
 struct TypedTexts {
     std::string heading{}, title{}, reading{};
+    std::optional<ReportCodes> codes{}; ///< none where they are no part of a report
     bool operator==(const TypedTexts&) const = default;
 };
 

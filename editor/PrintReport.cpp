@@ -2,7 +2,9 @@
 
 #include "editor/DicomDB.h"
 #include "host/ErrorReport.h"
+#include "host/Text.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace tavrel {
@@ -57,9 +59,36 @@ PrintSection PageHeader() {
     return section;
 }
 
-PrintSection Detail() {
-    PrintSection section{
-        .name = "DetailsCommand_Dettaglio", .kind = PrintSection::Kind::Detail, .height = 80, .controls = {}};
+/// One entry a line, its annotation behind it.
+std::string Listed(const std::vector<ContentNode>& entries) {
+    std::string lines;
+    for (const ContentNode& entry : entries) {
+        lines += (lines.empty() ? "" : "\n") + entry.CodeMeaning;
+        if (!entry.Annotation.empty())
+            lines += ": " + OneLine(entry.Annotation);
+    }
+    return lines;
+}
+
+/// What the version says in codes, block below block. Answers where the next one would begin.
+double AddCodes(PrintSection& section, const ReportCodes& codes, double top) {
+    struct Block {
+        std::string name, caption, text;
+    };
+    for (const auto& [name, caption, text] : {Block{"BodyPart", "Distretto corporeo", OneLine(codes.bodyPart)},
+                                              Block{"Findings", "Reperti", Listed(codes.findings)},
+                                              Block{"Diagnoses", "Diagnosi", Listed(codes.diagnoses)}}) {
+        if (text.empty())
+            continue;
+        AddField(section, "lbl" + name, caption, "txt" + name, text, 0, top, PageWidth);
+        section.controls.back().kind = Kind::Text;
+        top += 14;
+    }
+    return top;
+}
+
+PrintSection Detail(const ReportCodes& codes) {
+    PrintSection section{.name = "DetailsCommand_Dettaglio", .kind = PrintSection::Kind::Detail, .controls = {}};
     AddField(section, "Label1", "Paziente", "TextBox1", "PATIENTNAME", 0, 2, 105);
     section.controls.back().bold = true;
     AddField(section, "Label2", "Identificativo paziente", "TextBox2", "PATIENTID", 115, 2, 55);
@@ -68,8 +97,10 @@ PrintSection Detail() {
     AddField(section, "Label5", "Sesso", "TextBox3", "SEX", 80, 16, 25);
     AddField(section, "Label7", "Data studio", "TextBox7", "STUDYDATE", 115, 16, 55);
     AddField(section, "Label12", "Referto", "TextBox18", "READING", 0, 34, PageWidth);
-    AddField(section, "Label8", "Il medico", "TextBox6", "APPROVINGPHYSICIAN", 0, 68, 105);
-    AddField(section, "Label9", "Data referto", "TextBox8", "APPROVINGDATE", 115, 68, 55);
+    const double signature = std::max(68.0, AddCodes(section, codes, 48) + 5);
+    AddField(section, "Label8", "Il medico", "TextBox6", "APPROVINGPHYSICIAN", 0, signature, 105);
+    AddField(section, "Label9", "Data referto", "TextBox8", "APPROVINGDATE", 115, signature, 55);
+    section.height = signature + 12;
     return section;
 }
 
@@ -95,7 +126,7 @@ void ShowLogo(PrintLayout& layout, const std::string& file) {
 
 } // namespace
 
-PrintLayout PrintReportLayout() {
+PrintLayout PrintReportLayout(const ReportCodes& codes) {
     PrintLayout layout{.name = "PrintReport",
                        .caption = "Printing report",
                        .title = "Printing report",
@@ -103,7 +134,7 @@ PrintLayout PrintReportLayout() {
                        .sections = {}};
     layout.sections.push_back({.name = "IntestazioneReport", .kind = PrintSection::Kind::ReportHeader, .controls = {}});
     layout.sections.push_back(PageHeader());
-    layout.sections.push_back(Detail());
+    layout.sections.push_back(Detail(codes));
     layout.sections.push_back(PageFooter());
     layout.sections.push_back({.name = "PièDiPaginaReport", .kind = PrintSection::Kind::ReportFooter, .controls = {}});
     return layout;
@@ -113,9 +144,9 @@ void DataReport_Initialize(PrintLayout& layout) {
     layout.topMost = true;
 }
 
-void ShowPrintReport(Global& global, ReportPrinter& printer, const PrintRow& row) {
+void ShowPrintReport(Global& global, ReportPrinter& printer, const PrintRow& row, const ReportCodes& codes) {
     DicomDB dicomDB(global.ports.database);
-    PrintLayout layout = PrintReportLayout();
+    PrintLayout layout = PrintReportLayout(codes);
     DataReport_Initialize(layout);
 
     const std::string logo = global.ports.process.ApplicationFolder() + "\\Logo.bmp";

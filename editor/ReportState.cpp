@@ -2,19 +2,10 @@
 
 #include "host/Text.h"
 
-#include <algorithm>
-
 namespace tavrel {
 namespace {
 
 using Tone = Label::Tone;
-
-/// An error's words on one line.
-std::string OneLine(std::string text) {
-    std::erase(text, '\r');
-    std::ranges::replace(text, '\n', ' ');
-    return text;
-}
 
 std::string Approval(const ObservationContext& approver) {
     std::string text = "Approved";

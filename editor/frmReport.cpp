@@ -56,9 +56,10 @@ frmReport::frmReport(Global& global, ServiceEvents& serviceEvents, frmSRSeriesCh
     cmdClose.Click = [this] { cmdClose_Click(); };
     cmdPutBack.Click = [this] { cmdPutBack_Click(); };
     cmdDiscard.Click = [this] { cmdDiscard_Click(); };
-    cmbReportTitle.Edited = txtReportTitle.Edited = txtReportAnnotation.Edited = [this] {
-        ShowState();
-        drafts_.Edited();
+    cmbReportTitle.Edited = txtReportTitle.Edited = txtReportAnnotation.Edited = [this] { TakeEdit(); };
+    cmbBodyPart.Edited = lstFinding.Changed = lstDiagnosis.Changed = [this] {
+        if (WritesCodes())
+            TakeEdit();
     };
     for (Control* control : std::to_array<Control*>({&lblDraft, &cmdPutBack, &cmdDiscard}))
         control->Visible(false);
@@ -126,6 +127,8 @@ void frmReport::ShowSiteCaption() {
         const auto site = Catalogue(global_).OpenResultSet("SELECT * FROM SiteData ");
         if (!site->AtEnd())
             Caption(site->Text("Organization"));
+        // Before the screen is filled, which goes by it.
+        global_.reportForm = site->AtEnd() ? ReportForm::Classic : ReportFormOf(*site);
         site->Close();
     });
 }
@@ -161,9 +164,7 @@ void frmReport::StartClean() {
     cmbReportTitle.Text("");
     txtReportTitle.Text("");
     txtReportAnnotation.Text("");
-    cmbBodyPart.Text("");
-    lstFinding.Clear();
-    lstDiagnosis.Clear();
+    ShowCodes({});
     if (shown_->pendingImages && !shown_->pendingImages->empty())
         Owner().RemoveImagesFromRefertList();
 }
@@ -191,10 +192,13 @@ void frmReport::lstHistory_Click() {
 
 void frmReport::FillScreen() {
     drafts_.Leave();
+    ForgetCodes();
     screen_.notShown.clear();
     screen_.notStored.clear();
+    const int fill = ++fills_;
     Trap(
         [&] {
+            const auto report = global_.report; // the viewer may be waited for below
             const auto& document = CurrentDocument(global_);
             FillPatientAndStudy(document);
             FillTitle(document);
@@ -207,12 +211,15 @@ void frmReport::FillScreen() {
             images_.Recall();
             screen_.waitingImages = images_.Waiting();
             ShowState();
+            frmDataReport.Refresh();
+            images_.Load(owner_);
+            if (fill != fills_)
+                return; // another version or report was shown meanwhile
+            FillCodes(document);
             drafts_.Show({.owner = DraftOwnerOf(document),
                           .lastVersion = LastLabel(document),
                           .lastShown = document.VersionIndex() == document.NumVersions() - 1,
                           .editable = !document.ReadOnly()});
-            frmDataReport.Refresh();
-            images_.Load(owner_);
         },
         [&](const Error& error) {
             ShowNumberedError(global_.ports.windows, "frmReport.FillScreen:", error);
@@ -239,14 +246,18 @@ void frmReport::FillAge() {
         txtPtAge.Text(AgeText(*birth, global_.ports.clock.Now()));
 }
 
+std::vector<std::string> frmReport::Meanings(std::string_view statement) const {
+    const auto rows = Catalogue(global_).OpenResultSet(statement);
+    std::vector<std::string> meanings;
+    for (; !rows->AtEnd(); rows->MoveNext())
+        meanings.emplace_back(rows->Field("CodeMeaning").value_or(""));
+    rows->Close();
+    return meanings;
+}
+
 void frmReport::FillTitle(const DcmSRDocument& document) {
     // The list is deliberately not cleared: each fill adds the whole table again.
-    const auto titles = Catalogue(global_).OpenResultSet("SELECT * FROM StdTitles Order by CodeMeaning ");
-    std::vector<std::string> meanings;
-    for (; !titles->AtEnd(); titles->MoveNext())
-        meanings.emplace_back(titles->Field("CodeMeaning").value_or(""));
-    titles->Close();
-    cmbReportTitle.AddItems(std::move(meanings));
+    cmbReportTitle.AddItems(Meanings("SELECT * FROM StdTitles Order by CodeMeaning "));
 
     std::string scheme, code, meaning, annotation;
     document.GetTitle(scheme, code, meaning, annotation);
@@ -283,7 +294,7 @@ void frmReport::ShowState() {
     const auto* document = shown_ ? shown_->document.get() : nullptr;
     if (!document)
         return;
-    screen_.unsavedChanges = UnsavedChanges(*document);
+    screen_.unsavedChanges = drafts_.Unsaved();
     const auto [text, tone] = DescribeState(*document, screen_);
     lblState.Text(text);
     lblState.Emphasis(tone);
@@ -303,8 +314,14 @@ void frmReport::ShowDraft() {
     cmdDiscard.Visible(offered);
 }
 
+void frmReport::TakeEdit() {
+    ShowState();
+    drafts_.Edited();
+}
+
 TypedTexts frmReport::Typed() const {
-    return {cmbReportTitle.Text(), txtReportTitle.Text(), txtReportAnnotation.Text()};
+    return {cmbReportTitle.Text(), txtReportTitle.Text(), txtReportAnnotation.Text(),
+            WritesCodes() ? std::optional(Codes()) : std::nullopt};
 }
 
 DraftOwner frmReport::DraftOwnerOf(const DcmSRDocument& document) const {
@@ -315,13 +332,6 @@ DraftOwner frmReport::DraftOwnerOf(const DcmSRDocument& document) const {
             .patientName = document.PatientName()};
 }
 
-bool frmReport::UnsavedChanges(const DcmSRDocument& document) const {
-    std::string scheme, code, meaning, annotation;
-    document.GetTitle(scheme, code, meaning, annotation);
-    return txtReportAnnotation.Text() != document.Reading() || txtReportTitle.Text() != annotation ||
-           cmbReportTitle.Text() != meaning;
-}
-
 void frmReport::LookUpUserAndSite() {
     TrapNumbered(global_.ports.windows, "frmReport.LookUpUserAndSite:", [&] {
         const auto user = Catalogue(global_).OpenResultSet(" SELECT * FROM Users WHERE UserName='" +
@@ -330,7 +340,6 @@ void frmReport::LookUpUserAndSite() {
             global_.userSignature = user->Text("Signature");
             const auto site = Catalogue(global_).OpenResultSet("SELECT * FROM SiteData");
             global_.organization = site->AtEnd() ? "Unknown organization" : site->Text("Organization");
-            global_.reportForm = site->AtEnd() ? ReportForm::Classic : ReportFormOf(*site);
             site->Close();
         }
         user->Close();

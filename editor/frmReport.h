@@ -109,11 +109,15 @@ public:
     Label txtApprovingPhysician{*this, "txtApprovingPhysician"}, txtApprovalDate{*this, "txtApprovalDate"};
     Button cmdApprove{*this, "cmdApprove"}, cmdBaseBody{*this, "cmdBaseBody"}, cmdTitle{*this, "cmdTitle"};
 
+    Label lblBodyPartNote{*this, "lblBodyPartNote", NotStored}; ///< these three as long as it is so
+
     Frame frmFinding{*this, "frmFinding"};
+    Label lblFindingNote{*this, "lblFindingNote", NotStored};
     ListView lstFinding{*this, "lstFinding", {"Code", "Description", "Annotation"}};
     Button cmdFnAdd{*this, "cmdFnAdd"}, cmdFnModify{*this, "cmdFnModify"}, cmdFnDelete{*this, "cmdFnDelete"};
 
     Frame frmDiagnosis{*this, "frmDiagnosis"};
+    Label lblDiagnosisNote{*this, "lblDiagnosisNote", NotStored};
     ListView lstDiagnosis{*this, "lstDiagnosis", {"Code", "Description", "Annotation"}};
     Button cmdDxAdd{*this, "cmdDxAdd"}, cmdDxModify{*this, "cmdDxModify"}, cmdDxDelete{*this, "cmdDxDelete"};
 
@@ -121,6 +125,7 @@ public:
 
 private:
     static constexpr std::string_view NotFilled = "....";
+    static constexpr std::string_view NotStored = "not stored with the report";
 
     ReportOwner& Owner() const;
     DcmSRDocument& ShownDocument();
@@ -130,6 +135,17 @@ private:
     void FillPatientAndStudy(const DcmSRDocument& document);
     void FillAge();
     void FillTitle(const DcmSRDocument& document);
+    /// The meanings of a code table, in the order of `statement`.
+    std::vector<std::string> Meanings(std::string_view statement) const;
+    /// The body part, the findings and the diagnoses of a version that holds such; no other version's stay.
+    void FillCodes(const DcmSRDocument& document);
+    /// Takes those away that belong to the version shown until now, and follows the site's form.
+    void ForgetCodes();
+    ReportCodes Codes() const;
+    void ShowCodes(const ReportCodes& codes);
+    void TellWhetherStored(bool stored);
+    /// Whether a save puts the codes of the screen into the report.
+    bool WritesCodes() const { return form_ == ReportForm::Interchange; }
     void ShowReferring(const ObservationContext* referring);
     void ShowApprover(const DcmSRDocument& document);
     void LookUpUserAndSite();
@@ -140,9 +156,9 @@ private:
     void ShowState();
     void ShowDraft();
     void ForgetPrinted();
+    void TakeEdit();
     TypedTexts Typed() const;
     DraftOwner DraftOwnerOf(const DcmSRDocument& document) const;
-    bool UnsavedChanges(const DcmSRDocument& document) const;
     void TakeStore(const std::string& sopInstanceUid, const std::string& seriesUid, const std::string& path);
     void ShowWaiting();
     /// In one message: store events go on arriving while one is read.
@@ -154,7 +170,17 @@ private:
     /// The images of a version that was stored without its store event.
     void KeepImages(const Delivery& delivery);
     void PutTitleAndReading(DcmSRDocument& document);
+    /// The entry of a code table that has this meaning; `whereMeaning` is the statement up to the meaning's quote.
+    std::optional<ContentNode> LookUp(std::string_view whereMeaning, const std::string& meaning) const;
+    struct CodesToPut {
+        ContentNode bodyPart;
+        std::vector<ContentNode> findings, diagnoses;
+    };
+    /// The codes of the screen. An error when a file cannot hold one of them.
+    CodesToPut CheckedCodes(const DcmSRDocument& document) const;
+    ContentNode CodedBodyPart(const DcmSRDocument& document) const;
     PrintRow PrintedRow() const;
+    ReportCodes PrintedCodes() const;
 
     void OnConnection(const std::string&, const std::string&, const std::string&) override { Porvane_OnConnection(); }
     void OnEndConnection(const std::string&, const std::string&, const std::string&) override {
@@ -177,6 +203,9 @@ private:
     ReportOwner* owner_ = nullptr;
     std::shared_ptr<OpenedReport> shown_; ///< the report that the screen was filled from; none before the first
     ScreenState screen_;
+    int fills_ = 0;                         ///< of the screen, up to now
+    ReportForm form_ = ReportForm::Classic; ///< the site's, when the screen was filled
+    bool codesOfVersion_ = false;           ///< the coded lists hold what the version shown holds
     std::set<std::string>
         stored_; ///< versions that the storage service has told of; their files may wait a moment longer
     std::unique_ptr<ServiceObject> service_;

@@ -56,21 +56,24 @@ void frmReport::KeepImages(const Delivery& delivery) {
 }
 
 void frmReport::PutTitleAndReading(DcmSRDocument& document) {
-    const auto& heading = cmbReportTitle.Text();
-    const auto row =
-        Catalogue(global_).OpenResultSet("SELECT * FROM StdTitles Where CodeMeaning='" + InQuotes(heading) + "'");
-    std::string scheme, code, meaning = heading;
-    if (!row->AtEnd()) {
-        scheme = row->Text("CodeScheme");
-        code = row->Text("CodeValue");
-        meaning = row->Text("CodeMeaning");
-    }
-    const bool typedFreely = row->AtEnd();
-    row->Close();
-    document.SetTitle(scheme, code, meaning, txtReportTitle.Text());
-    if (typedFreely)
-        document.FreeHeading(meaning);
+    const auto coded = LookUp("SELECT * FROM StdTitles Where CodeMeaning='", cmbReportTitle.Text());
+    const ContentNode heading = coded.value_or(ContentNode{{}, {}, cmbReportTitle.Text(), {}});
+    const auto codes = WritesCodes() ? std::optional(CheckedCodes(document)) : std::nullopt;
+    document.SetTitle(heading.CodeScheme, heading.Code, heading.CodeMeaning, txtReportTitle.Text());
+    if (!coded)
+        document.FreeHeading(heading.CodeMeaning);
     document.Reading(txtReportAnnotation.Text());
+    if (codes)
+        document.PutCodedEntries(codes->bodyPart, codes->findings, codes->diagnoses);
+}
+
+std::optional<ContentNode> frmReport::LookUp(std::string_view whereMeaning, const std::string& meaning) const {
+    const auto row = Catalogue(global_).OpenResultSet(std::string(whereMeaning) + InQuotes(meaning) + "'");
+    std::optional<ContentNode> found;
+    if (!row->AtEnd())
+        found = {row->Text("CodeScheme"), row->Text("CodeValue"), row->Text("CodeMeaning"), {}};
+    row->Close();
+    return found;
 }
 
 void frmReport::cmdApprove_Click() {
@@ -146,7 +149,7 @@ void frmReport::cmdPrint_Click() {
         if (!FillPrintTable(global_, row))
             return;
         printed_ = row;
-        ShowPrintReport(global_, printer_, row);
+        ShowPrintReport(global_, printer_, row, PrintedCodes());
     });
 }
 
@@ -168,6 +171,10 @@ PrintRow frmReport::PrintedRow() const {
             txtReportAnnotation.Text()};
 }
 
+ReportCodes frmReport::PrintedCodes() const {
+    return codesOfVersion_ ? Codes() : ReportCodes{};
+}
+
 void frmReport::cmdPutBack_Click() {
     TrapNumbered(global_.ports.windows, "frmReport.cmdPutBack_Click:", [&] {
         const auto texts = drafts_.PutBack();
@@ -176,6 +183,8 @@ void frmReport::cmdPutBack_Click() {
         cmbReportTitle.TypeIn(texts->heading);
         txtReportTitle.TypeIn(texts->title);
         txtReportAnnotation.TypeIn(texts->reading);
+        if (texts->codes)
+            ShowCodes(*texts->codes);
     });
 }
 

@@ -74,6 +74,12 @@ std::optional<DateTime> ParseDate(std::string_view text) {
     return IsCalendarDate(date) && IsTimeOfDay(date) ? std::optional(date) : std::nullopt;
 }
 
+std::string OneLine(std::string text) {
+    std::erase(text, '\r');
+    std::ranges::replace(text, '\n', ' ');
+    return text;
+}
+
 std::string TextOf(const Value& value) {
     if (const auto* text = std::get_if<std::string>(&value))
         return *text;

@@ -27,6 +27,9 @@ std::string TimeStamp(const Clock& clock);
 /// Reads "dd/mm/yyyy" or "yyyy-mm-dd", with or without a time; nothing when it is no date of the calendar.
 std::optional<DateTime> ParseDate(std::string_view text);
 
+/// The lines of a text behind one another.
+std::string OneLine(std::string text);
+
 /// The text of a value; nothing is empty text, a date-time as `DateTimeText`.
 std::string TextOf(const Value& value);
 /// The date-time of a value; the zero date-time when it is none.

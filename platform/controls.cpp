@@ -136,20 +136,20 @@ void ListBox::ListIndex(int index) {
 
 void ListView::Add(ListItem item) {
     items_.push_back(std::move(item));
-    Notify(Change::Items);
+    TellRows();
 }
 
 void ListView::Replace(int index, ListItem item) {
     RequirePosition(*this, index, items_.size());
     items_[static_cast<std::size_t>(index)] = std::move(item);
-    Notify(Change::Items);
+    TellRows();
 }
 
 void ListView::Remove(int index) {
     RequirePosition(*this, index, items_.size());
     items_.erase(items_.begin() + index);
     selected_ = -1;
-    Notify(Change::Items);
+    TellRows();
 }
 
 void ListView::Clear() {
@@ -157,14 +157,20 @@ void ListView::Clear() {
 }
 
 void ListView::Fill(const std::function<void(std::vector<ListItem>&)>& fill) {
-    struct Told {
-        ListView& list;
-        ~Told() {
-            list.selected_ = -1;
-            list.Notify(Change::Items);
-        }
-    } told{*this};
-    fill(items_);
+    selected_ = -1;
+    try {
+        fill(items_);
+    } catch (...) {
+        Notify(Change::Items);
+        throw;
+    }
+    TellRows();
+}
+
+void ListView::TellRows() {
+    Notify(Change::Items);
+    if (Changed)
+        Changed();
 }
 
 void ListView::Select(int index) {

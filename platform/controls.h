@@ -300,6 +300,9 @@ public:
     /// selection is gone afterwards.
     void Fill(const std::function<void(std::vector<ListItem>&)>& fill);
 
+    /// The rows have become others, whoever did it.
+    std::function<void()> Changed;
+
     int SelectedIndex() const { return selected_; }
     /// Selects a row and raises `ItemClick`, whether the program or a person did it.
     void Select(int index);
@@ -313,6 +316,8 @@ public:
     }
 
 private:
+    void TellRows();
+
     std::vector<std::string> columns_;
     std::vector<ListItem> items_;
     int selected_ = -1;

@@ -14,6 +14,7 @@ struct PrintControl {
     enum class Kind {
         Label, ///< `text` is the caption; "%i" in it is the layout's title, "%d" today's date
         Field, ///< `text` names the column whose value is printed
+        Text,  ///< `text` itself, whatever it holds
         Image, ///< `text` is the path of a picture in a page header or footer, shown in proportion
     };
     enum class Align { Left, Right };

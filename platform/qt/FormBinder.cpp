@@ -41,6 +41,9 @@ protected:
             widget_.setText(ToQt(label_.Text()));
         // A long text is cut off where no blank lets it wrap; and it is never markup, here either.
         widget_.setToolTip(Qt::convertFromPlainText(ToQt(label_.Text())));
+        if (const auto name = widget_.property("describes").toString(); !name.isEmpty())
+            if (auto* described = widget_.window()->findChild<QWidget*>(name))
+                described->setAccessibleDescription(label_.Visible() ? ToQt(label_.Text()) : QString());
         constexpr std::array tones{"neutral", "attention", "settled", "failure"};
         const QVariant tone = tones.at(static_cast<std::size_t>(label_.Emphasis()));
         if (widget_.property("tone") == tone)

@@ -89,7 +89,7 @@ QString SheetOf(Scheme scheme) {
         QGroupBox::title { subcontrol-origin: padding; subcontrol-position: top left; left: 9px; top: 8px; }
         QGroupBox[untitled="true"] { padding-top: 0; }
         QGroupBox[untitled="true"]::title { top: 0; height: 0; }
-        QLabel[objectName^="caption"] { color: @faint; }
+        QLabel[objectName^="caption"], QLabel[describes] { color: @faint; }
         QLabel[band="true"] { border-radius: 6px; padding: 8px 12px; background: @card; border: 1px solid @line;
                               font-weight: bold; }
         QLabel[band="true"][tone="attention"] { background: @attention; color: @onAttention; border-color: @attention; }

@@ -49,16 +49,23 @@ public:
     }
 };
 
+/// A line of a paragraph, which runs in the paragraph's direction whatever it begins with itself.
+struct WrappedLine {
+    QString text;
+    Qt::LayoutDirection direction;
+};
+
 /// The lines of `text`; a paragraph wider than `width` units is broken between words, a word wider
 /// than that within itself.
-QStringList Wrap(const QString& text, const QFont& font, double width) {
+std::vector<WrappedLine> Wrap(const QString& text, const QFont& font, double width) {
     QTextOption option;
     option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
-    QStringList lines;
+    std::vector<WrappedLine> lines;
     for (const QString& part : text.split('\n')) {
+        const auto direction = part.isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight;
         const Paragraph paragraph(part, font, width, option);
         for (int i = 0; i < paragraph.lineCount(); ++i)
-            lines += part.mid(paragraph.lineAt(i).textStart(), paragraph.lineAt(i).textLength());
+            lines.push_back({part.mid(paragraph.lineAt(i).textStart(), paragraph.lineAt(i).textLength()), direction});
     }
     return lines;
 }
@@ -117,6 +124,8 @@ void PrintPages::ReadPictures() {
 QString PrintPages::TextOf(const PrintControl& control, const Row& row) const {
     if (control.kind == PrintControl::Kind::Field)
         return row.at(&control);
+    if (control.kind == PrintControl::Kind::Text)
+        return ToQt(control.text);
     return ToQt(control.text).replace("%i", ToQt(layout_.title)).replace("%d", ToQt(today_));
 }
 
@@ -151,15 +160,18 @@ PrintPages::Lines PrintPages::LinesOf(const PrintSection& section, const Row& ro
         const QFont font = FontOf(*control);
         const double height = QFontMetricsF(font).lineSpacing() * Leading / UnitsPerMillimetre;
         const QString text = TextOf(*control, row);
-        const QStringList wrapped =
-            control->canGrow ? Wrap(text, font, control->width * UnitsPerMillimetre) : QStringList(text);
+        const auto wrapped = control->canGrow ? Wrap(text, font, control->width * UnitsPerMillimetre)
+                                              : std::vector<WrappedLine>{{text, Qt::LayoutDirectionAuto}};
         const auto count = wrapped.size();
-        for (qsizetype i = 0; i < count; ++i)
+        for (std::size_t i = 0; i < count; ++i)
             lines.push_back({.control = control,
-                             .text = wrapped[i],
+                             .text = wrapped[i].text,
+                             .direction = wrapped[i].direction,
+                             .align = count > 1 && wrapped[i].direction == Qt::RightToLeft ? PrintControl::Align::Right
+                                                                                           : control->align,
                              .top = control->top + lowered + static_cast<double>(i) * height,
                              .height = height,
-                             .keepsWithNext = i == 0 || i >= count - 2});
+                             .keepsWithNext = i == 0 || i + 2 >= count});
         const double grown = static_cast<double>(count) * height - control->height;
         placed.push_back({control->top + control->height, lowered + std::max(0.0, grown)});
     }
@@ -265,8 +277,9 @@ void PrintPages::DrawBand(QPainter& painter, PrintSection::Kind kind, double top
 void PrintPages::DrawLines(QPainter& painter, const Lines& lines, double top) const {
     for (const Line& line : lines) {
         const PrintControl& control = *line.control;
-        QTextOption option(control.align == PrintControl::Align::Right ? Qt::AlignRight : Qt::AlignLeft);
+        QTextOption option(line.align == PrintControl::Align::Right ? Qt::AlignRight : Qt::AlignLeft);
         option.setWrapMode(QTextOption::NoWrap);
+        option.setTextDirection(line.direction);
         const Paragraph paragraph(line.text, FontOf(control), control.width * UnitsPerMillimetre, option);
         painter.setPen(control.faint ? Faint : QColor(Qt::black));
         paragraph.draw(&painter, QPointF(control.left, top + line.top) * UnitsPerMillimetre);

@@ -39,6 +39,8 @@ private:
     struct Line {
         const PrintControl* control;
         QString text;
+        Qt::LayoutDirection direction;
+        PrintControl::Align align;
         double top, height;
         bool keepsWithNext; ///< does not end a page: a caption, the first and the last lines of a text
     };

@@ -25,13 +25,16 @@ std::string NameOf(PrintSection::Kind kind) {
     return {};
 }
 
-/// A label's text in quotes, a field's column in brackets, a picture's path in angle brackets.
+/// A label's text in quotes, a field's column in brackets, a text of its own in braces, a picture's path in angle
+/// brackets.
 std::string ContentOf(const PrintControl& control) {
     switch (control.kind) {
     case PrintControl::Kind::Label:
         return '"' + control.text + '"';
     case PrintControl::Kind::Field:
         return '[' + control.text + ']';
+    case PrintControl::Kind::Text:
+        return '{' + control.text + '}';
     case PrintControl::Kind::Image:
         return '<' + control.text + '>';
     }
@@ -103,6 +106,40 @@ TEST(PrintLayouts, ThePageStandsAsItIsDrawn) {
     EXPECT_EQ(Described(PrintReportLayout()), Page);
 }
 
+ReportCodes SomeCodes() {
+    return {
+        "Knee", {{"SRT", "F1", "Nodule", "left\r\nand small"}, {"SRT", "F2", "Mass", ""}}, {{"SRT", "D1", "Cyst", ""}}};
+}
+
+/// What stands on the page below the reading.
+constexpr std::string_view PageWithCodes = R"([READING], grows
+  0 48, 170 x 4.5, 8.5 pt: lblBodyPart "Distretto corporeo", faint
+  0 52.5, 170 x 6, 11 pt: txtBodyPart {Knee}, grows
+  0 62, 170 x 4.5, 8.5 pt: lblFindings "Reperti", faint
+  0 66.5, 170 x 6, 11 pt: txtFindings {Nodule: left and small
+Mass}, grows
+  0 76, 170 x 4.5, 8.5 pt: lblDiagnoses "Diagnosi", faint
+  0 80.5, 170 x 6, 11 pt: txtDiagnoses {Cyst}, grows
+  0 95, 105 x 4.5, 8.5 pt: Label8 "Il medico", faint
+)";
+
+TEST(PrintLayouts, TheCodesStandBetweenTheReadingAndTheSignature) {
+    const auto page = Described(PrintReportLayout(SomeCodes()));
+    const auto reading = page.find("[READING]");
+    EXPECT_EQ(page.substr(reading, PageWithCodes.size()), PageWithCodes);
+}
+
+TEST(PrintLayouts, ACaptionWithoutAnEntryIsNone) {
+    auto codes = SomeCodes();
+    codes.findings.clear();
+    codes.bodyPart.clear();
+    const auto page = Described(PrintReportLayout(codes));
+    EXPECT_EQ(page.find("Reperti"), std::string::npos);
+    EXPECT_EQ(page.find("Distretto"), std::string::npos);
+    EXPECT_NE(page.find("  0 48, 170 x 4.5, 8.5 pt: lblDiagnoses"), std::string::npos);
+    EXPECT_NE(page.find("  0 68, 105 x 4.5, 8.5 pt: Label8"), std::string::npos);
+}
+
 TEST(PrintLayouts, TheWindowAndTheTitleAreNamedAndEveryTextIsInArial) {
     const auto layout = PrintReportLayout();
     EXPECT_EQ(layout.name, "PrintReport");
@@ -112,7 +149,7 @@ TEST(PrintLayouts, TheWindowAndTheTitleAreNamedAndEveryTextIsInArial) {
 }
 
 TEST(PrintLayouts, EveryControlStandsWithinItsSectionAndTheMargins) {
-    const auto layout = PrintReportLayout();
+    const auto layout = PrintReportLayout(SomeCodes());
     for (const auto& section : layout.sections)
         for (const auto& control : section.controls) {
             EXPECT_LE(control.left + control.width, 210 - layout.marginLeft - layout.marginRight) << control.name;

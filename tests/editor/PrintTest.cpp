@@ -80,7 +80,7 @@ TEST(Print, AnUnusableLogoIsToldAndThePageHasItsTextAndTitle) {
     station.WriteFile("Logo.bmp", "no picture");
     NoPictures printer;
     ASSERT_TRUE(FillPrintTable(station.global, {}));
-    ShowPrintReport(station.global, printer, {});
+    ShowPrintReport(station.global, printer, {}, {});
     EXPECT_EQ(station.windows.Texts(),
               Texts{"CmdPrint: The picture cannot be printed: it is cut. The title stands in its place."});
     ASSERT_EQ(printer.shown.size(), 1U);

@@ -346,6 +346,18 @@ TEST_F(Tables, TellAlsoWhenTheirFillingFails) {
     EXPECT_THAT(told, ElementsAre(Change::Items));
 }
 
+TEST_F(Tables, SayThatTheirRowsHaveChangedOnceForEachChange) {
+    int changed = 0;
+    table.Changed = [&] { ++changed; };
+    table.Add({.text = "three"});
+    table.Replace(0, {.text = "zero"});
+    table.Remove(1);
+    table.Select(0);
+    EXPECT_EQ(changed, 3);
+    table.Clear();
+    EXPECT_EQ(changed, 4);
+}
+
 TEST_F(Tables, RaiseAClickForASelection) {
     WatchAll();
 

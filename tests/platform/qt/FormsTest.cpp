@@ -32,6 +32,16 @@ TEST_F(Forms, TheCodeTablesManagerHasAWidgetForEachControl) {
     EXPECT_THAT(Missing(station_.codeTables), testing::IsEmpty());
 }
 
+TEST_F(Forms, TheListsAreDescribedByTheirNotesAsLongAsTheseAreSeen) {
+    QWidget window;
+    DesignedLayouts().at("frmReport")(window);
+    const FormBinder binder(station_.editor, window);
+    auto& list = *window.findChild<QWidget*>("lstDiagnosis");
+    EXPECT_EQ(list.accessibleDescription(), "not stored with the report");
+    station_.editor.lblDiagnosisNote.Visible(false);
+    EXPECT_EQ(list.accessibleDescription(), "");
+}
+
 TEST_F(Forms, NoFailureThatNamesAFileWidensTheEditor) {
     QWidget window;
     DesignedLayouts().at("frmReport")(window);

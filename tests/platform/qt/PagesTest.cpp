@@ -171,6 +171,51 @@ TEST_P(PageBreaks, NeverPartACaptionFromItsValueOrASignatureFromTheReading) {
 INSTANTIATE_TEST_SUITE_P(After, PageBreaks, testing::Range(24, 40),
                          [](const auto& lines) { return std::to_string(lines.param) + "Lines"; });
 
+/// The pages as they are saved, with these codes after a short reading.
+std::string FileWith(PrintingStation& station, const ReportCodes& codes, const std::string& reading = "Normal.") {
+    const auto* test = testing::UnitTest::GetInstance()->current_test_info();
+    const std::string file = std::string(PAGES_FOLDER "/") + test->test_suite_name() + "." + test->name() + ".pdf";
+    PrintPreview::SavePdf(PagesOf(station, reading, codes), QString::fromStdString(file));
+    return file;
+}
+
+TEST(Pages, CodesAreCopiedBetweenTheReadingAndTheSignature) {
+    PrintingStation station;
+    const auto file = FileWith(station, {"Ginocchio",
+                                         {{"SRT", "F1", "Nodulo", "a sinistra"}, {"SRT", "F2", "Versamento", ""}},
+                                         {{"SRT", "D1", "Cisti", ""}}});
+    const auto text = RunShell("pdftotext -raw '" + file + "' -").out;
+    EXPECT_NE(text.find("\nReferto\nNormal.\nDistretto corporeo\nGinocchio\nReperti\nNodulo: a sinistra\n"
+                        "Versamento\nDiagnosi\nCisti\nIl medico\n"),
+              std::string::npos)
+        << text;
+}
+
+TEST(Pages, CodesThatHoldAPlaceholderArePrintedAsTheyAre) {
+    PrintingStation station;
+    const auto file = FileWith(station, {"", {{"SRT", "F1", "50 %i", "70 %d"}}, {}});
+    EXPECT_NE(RunShell("pdftotext -raw '" + file + "' -").out.find("50 %i: 70 %d\n"), std::string::npos);
+}
+
+TEST(Pages, TwoHundredFindingsAreAllPrintedInOrder) {
+    PrintingStation station;
+    ReportCodes codes{"Torace", {}, {{"SRT", "D1", "Cisti", ""}}};
+    for (int i = 0; i < 200; ++i)
+        codes.findings.push_back({"SRT", "F", "Reperto" + std::to_string(i), Repeated("molto esteso ", i % 20)});
+    const auto file = FileWith(station, codes, ShortLines(20));
+    int number = 0;
+    for (const Word& word : WordsOf(file))
+        number += word.text == "Reperto" + std::to_string(number) + (number % 20 == 0 ? "" : ":");
+    EXPECT_EQ(number, 200);
+    ExpectWithinTheMargins(file);
+}
+
+TEST(Pages, ALineOfAParagraphFromTheRightBeginsAtTheRight) {
+    PdfStation station;
+    station.Print(Repeated("שלום ", 34) + "CT.");
+    EXPECT_GT(WordCalled(".CT", station.file).right, 180 * PointsPerMillimetre);
+}
+
 TEST(Pages, OnlyThePagesAskedForAreDrawn) {
     PrintingStation station;
     const PrintPages pages = PagesOf(station, ShortLines(120));

@@ -76,11 +76,12 @@ public:
 };
 
 /// The pages of a report with this reading, as the editor prints it.
-inline PrintPages PagesOf(PrintingStation& station, const std::string& reading = "Normal.") {
+inline PrintPages PagesOf(PrintingStation& station, const std::string& reading = "Normal.",
+                          const ReportCodes& codes = {}) {
     station.PrintReading(reading);
     const auto connection = station.database->NewConnection();
     connection->Open({}, {}, {});
-    return {PrintReportLayout(), *connection->OpenResultSet("SELECT * FROM Report"), {2026, 11, 15}};
+    return {PrintReportLayout(codes), *connection->OpenResultSet("SELECT * FROM Report"), {2026, 11, 15}};
 }
 
 } // namespace tavrel::test

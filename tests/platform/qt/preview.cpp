@@ -54,6 +54,7 @@ public:
         editor.lstHistory.ListIndex(0);
         Picture(editor, "report-older", {1280, 800});
         TakeApproved();
+        TakeCoded();
     }
 
 private:
@@ -95,6 +96,22 @@ private:
         Picture(editor, "report-approved", {1280, 800});
         chooser.ShowSRDocuments("1.2.3");
         Picture(chooser, "chooser");
+    }
+    /// Of a site whose reports hold the codes.
+    void TakeCoded() {
+        Execute("UPDATE SiteData SET ReportForm='interchange'");
+        AddCode("StdBodyPart", "SRT", "T-D3000", "Chest");
+        StoreInto("report1");
+        automation.LoadSRSeries("1.2.3.2.1");
+        editor.cmbBodyPart.Typed("Chest");
+        editor.lstFinding.Add({"M-55400", "SRT", {"Calcification", "4 mm, unchanged"}});
+        editor.lstFinding.Add({"M-44000", "SRT", {"山田 Гранулёма", "ללא שינוי"}});
+        Picture(editor, "report-coded-unsaved", {1280, 800});
+        editor.cmdSave.Press();
+        Picture(editor, "report-coded", {1280, 800});
+        Picture(editor, "report-coded-large", {1920, 1080});
+        editor.lstHistory.ListIndex(0);
+        Picture(editor, "report-coded-older", {1280, 800});
     }
     void Picture(Form& form, const QString& name, QSize size = {}) {
         FormWindow window(form, DesignedLayouts().at(form.Name()));
