@@ -1,5 +1,6 @@
 """A catalogue on a database server that can be stopped, started again and frozen, also in the middle of an action."""
 
+import csv
 import os
 import shutil
 import signal
@@ -19,6 +20,8 @@ ROLE = "orbenta"
 class DatabaseServer:
     """A PostgreSQL server of the workstation's own. Its programs reach it through a port that counts what they ask,
     so that a fault can come with a certain request."""
+
+    engine = "postgresql"
 
     def __init__(self):
         self._folder = FOLDER / "postgres"
@@ -45,9 +48,9 @@ class DatabaseServer:
     def create_database(self):
         subprocess.run(["createdb", "-h", "127.0.0.1", "-p", str(self._own_port), "-U", ROLE, ROLE], check=True)
 
-    def address(self):
-        """Of the catalogue, past the port that counts."""
-        return f"host=127.0.0.1 port={self._own_port} user={ROLE} dbname={ROLE}"
+    def query(self, statement):
+        """Past the port that counts."""
+        return ask_postgresql(statement, self._own_port)
 
     def start(self):
         with self._lock:
@@ -103,13 +106,42 @@ def _children(process):
     return [int(child) for child in Path(f"/proc/{process}/task/{process}/children").read_text().split()]
 
 
+def ask_postgresql(statement, port):
+    said = subprocess.run(["psql", "-X", "-q", "--csv", "-t", "-h", "127.0.0.1", "-p", str(port), "-U", ROLE, "-d", ROLE,
+                           "-c", statement], check=True, capture_output=True, text=True)
+    return [tuple(row) for row in csv.reader(said.stdout.splitlines())]
+
+
+def ask_mariadb(statement, port):
+    said = subprocess.run(["mariadb", "--batch", "--raw", "--skip-column-names", "--default-character-set=utf8mb4",
+                           "-h", "127.0.0.1", "-P", str(port), "-u", ROLE, f"-p{ROLE}", ROLE, "-e", statement],
+                          check=True, capture_output=True, text=True)
+    return [tuple(line.split("\t")) for line in said.stdout.splitlines()]
+
+
+class EngineServer:
+    """A server of tests/support/engines, beside which the tests run then. Its role's password is its name."""
+
+    def __init__(self, engine):
+        self.engine = engine
+        self.port = int(os.environ["PGPORT" if engine == "postgresql" else "MYSQL_TCP_PORT"])
+
+    def create_database(self):
+        pass  # it is there
+
+    def query(self, statement):
+        return (ask_postgresql if self.engine == "postgresql" else ask_mariadb)(statement, self.port)
+
+
 def move_catalogue_to(server):
     """The workstation's catalogue is on that server from now on, with the same settings."""
     port, title = ask("SELECT Port, AETitle FROM Port")[0]
-    address = ["--server", "127.0.0.1", "--port", str(server.port)]
-    _catalogue("odbc", "--engine", "postgresql", "--database", ROLE, "--user", ROLE, *address)
+    password = FOLDER / "password"
+    password.write_text(ROLE)
+    _catalogue("odbc", "--engine", server.engine, "--database", ROLE, "--user", ROLE, "--password-file", str(password),
+               "--server", "127.0.0.1", "--port", str(server.port))
     server.create_database()
-    replace_catalogue(server.address())
+    replace_catalogue(server.query)
     _catalogue("init")
     _catalogue("site", "--base-uid", "2.999.1", "--organization", HOSPITAL, "--node", "ORBENTA")
     _catalogue("user", subprocess.run(["id", "-un"], capture_output=True, text=True).stdout.strip(),

@@ -1,11 +1,47 @@
 """Names in every writing: right on the screen, in the file and in the catalogue, or refused with a clear
-word and not stored."""
+word and not stored.
+
+With CATALOGUE_ENGINE, and beside tests/support/engines, the catalogue is on that server."""
+
+import csv
+import os
+import re
+import subprocess
+from pathlib import Path
 
 import pydicom
 
-from case import SystemTest
+from case import SystemTest, WorkstationTest
+from database import EngineServer, move_catalogue_to
+from person.driver import wait_until
 from person.studies import Study, reading_of, title_of
-from person.workstation import ask
+from person.viewer import Viewer
+from person.workstation import FOLDER, ask
+
+with open(Path(__file__).parents[1] / "support" / "names-in-scripts.csv") as names:
+    NAMES = list(csv.DictReader(names, delimiter=";"))
+# Those whose letters the font has that the programs need; what else is printed depends on the fonts of the machine.
+PRINTED = ("Polish", "Turkish", "Vietnamese", "Greek", "Cyrillic", "Hebrew")
+SAMPLES = {
+    "chrArab": "قباني^لنزار", "chrFren": "Buc^Jérôme", "chrFrenMulti": "Buc^Jérôme", "chrGerm": "Äneas^Rüdiger",
+    "chrGreek": "Διονυσιος", "chrH31": "Yamada^Tarou=山田^太郎=やまだ^たろう",
+    "chrH32": "ﾔﾏﾀﾞ^ﾀﾛｳ=山田^太郎=やまだ^たろう", "chrHbrw": "שרון^דבורה", "chrI2": "Hong^Gildong=洪^吉洞=홍^길동",
+    "chrJapMulti": "やまだ^たろう", "chrJapMultiExplicitIR6": "やまだ^たろう", "chrKoreanMulti": "김희중",
+    "chrRuss": "Люкceмбypг", "chrX1": "Wang^XiaoDong=王^小東=", "chrX2": "Wang^XiaoDong=王^小东="}
+
+
+def setUpModule():
+    if engine := os.environ.get("CATALOGUE_ENGINE"):
+        move_catalogue_to(EngineServer(engine))
+
+
+def set_form(form):
+    subprocess.run(["orbenta-catalogue", "site", "--reports", form], check=True, stdout=subprocess.DEVNULL)
+
+
+def of_script(name):
+    """A study of a patient of one of NAMES."""
+    return Study(SpecificCharacterSet="ISO_IR 192", PatientName=name["Name"])
 
 
 class CharacterSetTest(SystemTest):
@@ -146,3 +182,104 @@ class AnApostrophe(SystemTest):
 
         [version] = study.versions()
         self.assertEqual((title_of(version), reading_of(version)), ("Patient's head", "It's normal"))
+
+
+class InEveryScript(CharacterSetTest):
+    """On a site whose reports are interchange."""
+
+    @classmethod
+    def setUpClass(cls):
+        set_form("interchange")
+        cls.addClassCleanup(set_form, "classic")
+
+    def expect_kept(self, study, name, reading):
+        """A report comes back from the file, the catalogue and the screen as it was typed."""
+        self.study = study
+        self.report = self.open(study)
+        self.assertEqual(self.report.read("Name"), name)
+        version = self.saved(title=reading[:64], reading=reading)
+        self.assertEqual(version.SpecificCharacterSet, "ISO_IR 192")
+        self.assertEqual(str(version.PatientName), name.rstrip("="))  # as pydicom shows it
+        self.assertEqual((title_of(version), reading_of(version)), (reading[:64], reading))
+        self.assertEqual(self.catalogued_name(), name)
+        self.assertEqual((self.report.read("Name"), self.report.read("Reading")), (name, reading))
+        self.report.close()
+
+    def test_a_report_in_every_script_comes_back_equal(self):
+        for name in NAMES:
+            with self.subTest(name["Script"]):
+                self.expect_kept(of_script(name), name["Name"], name["Reading"])
+                again = self.open(self.study)
+                self.assertEqual((again.read("Name"), again.read("Reading")), (name["Name"], name["Reading"]))
+                again.close()
+
+    def test_a_patient_of_every_character_set_gets_a_report(self):
+        for sample, name in SAMPLES.items():
+            with self.subTest(sample):
+                self.expect_kept(Study(f"charset_files/{sample}.dcm"), name, "Ohne Befund, α ≥ 3 µm")
+
+    def test_the_choice_among_reports_shows_titles_of_every_script(self):
+        self.study = of_script(NAMES[0])
+        self.report = self.open(self.study)
+        titles = [name["Reading"][:64] for name in NAMES[3:9]]
+        for title in titles:
+            self.saved(title=title)
+            if title != titles[-1]:
+                self.report.new()
+        self.report.close()
+        client = self.client()
+        opening = client.begin("LoadForImgSeries", "(as)", self.study.images())
+        chooser = self.program(client).window("Report selection")
+        reports = chooser.list("Reports")
+        reports.wait_rows(len(titles))
+        self.assertCountEqual([row[0] for row in reports.rows()], titles)  # in the order of the engine
+        chooser.press("Cancel")
+        opening.result(10)
+
+    def test_a_printed_report_has_each_word(self):
+        for name in [each for each in NAMES if each["Script"] in PRINTED]:
+            with self.subTest(name["Script"]):
+                self.study = of_script(name)
+                self.report = self.open(self.study)
+                self.saved(title=name["Reading"][:64], reading=name["Reading"])
+                self.report.approve()
+                wait_until(lambda: self.report.enabled("Print "), "the report to be printable")
+                words = re.findall(r"\w+", name["Name"] + " " + name["Reading"])
+                text = self.printed(FOLDER / f"{name['Script']}.pdf")
+                self.assertEqual([word for word in words if word not in text], [])
+                self.report.close()
+
+    def printed(self, path):
+        """The text of the printed report."""
+        preview = self.report.preview()
+        preview.press("Save as PDF...")
+        dialog = self.report.program.window("Save as PDF")
+        dialog.write("File name:", str(path))
+        dialog.press("Save")
+        wait_until(path.exists, f"{path.name}")
+        preview.press("Close")
+        preview.wait_closed()
+        return subprocess.run(["pdftotext", path, "-"], check=True, capture_output=True, text=True).stdout
+
+    def test_the_check_finds_nothing_missing(self):
+        for name in NAMES[3:5]:
+            self.study = of_script(name)
+            self.report = self.open(self.study)
+            self.saved(title=name["Reading"][:64])
+            self.report.close()
+        said = subprocess.run(["orbenta-catalogue", "check"], capture_output=True, text=True)
+        self.assertNotIn("MISSING", said.stdout)
+
+
+class TheViewer(WorkstationTest):
+
+    def test_finds_a_patient_of_every_script(self):
+        viewer = Viewer()
+        self.addCleanup(viewer.end)
+        self.addCleanup(self.picture_failure)
+        for name in NAMES:
+            with self.subTest(name["Script"]):
+                study = of_script(name)
+                viewer.search(name["Name"].split("=")[-1].replace("^", " "))
+                wait_until(lambda: study.uid[-16:] in [row[1] for row in viewer.studies.rows()],
+                           f"the study of {name['Name']}")

@@ -1,10 +1,8 @@
 """The workstation itself: its folder, its catalogue, its programs."""
 
-import csv
 import os
 import shutil
 import sqlite3
-import subprocess
 from pathlib import Path
 
 from person.driver import wait_until
@@ -14,33 +12,27 @@ STUDIES = FOLDER / "studies"
 HOSPITAL = "Orbenta General Hospital"
 PHYSICIAN = "Bianchi^Anna"
 CODES = Path(__file__).resolve().parents[2] / "suite" / "catalogue" / "codes"
-_server = None  # of the catalogue, if it is no file
+_query = None  # of the catalogue's server, if it is no file
 
 
-def replace_catalogue(connection):
-    """The catalogue is on a PostgreSQL server from now on."""
-    global _server
-    _server = connection
+def replace_catalogue(query):
+    """The catalogue is on a server from now on, of which `query` answers the rows of a statement."""
+    global _query
+    _query = query
 
 
 def ask(statement, *values):
     """The rows that the catalogue answers; a server's are texts."""
-    if _server:
-        return _ask_server(statement, values)
+    if _query:
+        for value in values:
+            statement = statement.replace("?", "'{}'".format(str(value).replace("'", "''")), 1)
+        return _query(statement)
     catalogue = sqlite3.connect(FOLDER / "catalogue.db", timeout=10)
     try:
         with catalogue:
             return catalogue.execute(statement, values).fetchall()
     finally:
         catalogue.close()
-
-
-def _ask_server(statement, values):
-    for value in values:
-        statement = statement.replace("?", "'{}'".format(str(value).replace("'", "''")), 1)
-    said = subprocess.run(["psql", "-X", "-q", "--csv", "-t", "-d", _server, "-c", statement], check=True,
-                          capture_output=True, text=True)
-    return [tuple(row) for row in csv.reader(said.stdout.splitlines())]
 
 
 def program(name):
