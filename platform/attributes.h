@@ -36,6 +36,7 @@ inline constexpr Attribute ManufacturerModelName{{0x0008, 0x1090}, "LO"};
 inline constexpr Attribute ReferencedStudySequence{{0x0008, 0x1110}, "SQ"};
 inline constexpr Attribute ReferencedPerformedProcedureStepSequence{{0x0008, 0x1111}, "SQ"};
 inline constexpr Attribute ReferencedSeriesSequence{{0x0008, 0x1115}, "SQ"};
+inline constexpr Attribute ReferencedImageSequence{{0x0008, 0x1140}, "SQ"};
 inline constexpr Attribute ReferencedSopClassUid{{0x0008, 0x1150}, "UI"};
 inline constexpr Attribute ReferencedSopInstanceUid{{0x0008, 0x1155}, "UI"};
 inline constexpr Attribute ReferencedFrameNumber{{0x0008, 0x1160}, "IS"};
@@ -47,7 +48,10 @@ inline constexpr Attribute IssuerOfPatientId{{0x0010, 0x0021}, "LO"};
 inline constexpr Attribute PatientBirthDate{{0x0010, 0x0030}, "DA"};
 inline constexpr Attribute PatientSex{{0x0010, 0x0040}, "CS"};
 
+inline constexpr Attribute BodyPartExamined{{0x0018, 0x0015}, "CS"};
 inline constexpr Attribute SoftwareVersions{{0x0018, 0x1020}, "LO"};
+inline constexpr Attribute ImagerPixelSpacing{{0x0018, 0x1164}, "DS"};
+inline constexpr Attribute NominalScannedPixelSpacing{{0x0018, 0x2010}, "DS"};
 
 /// This very element, not the Study ID (0020,0010): reports have always taken it along.
 inline constexpr Attribute FormerStudyElement{{0x0020, 0x0008}, "SH"};
@@ -56,8 +60,26 @@ inline constexpr Attribute SeriesInstanceUid{{0x0020, 0x000E}, "UI"};
 inline constexpr Attribute StudyId{{0x0020, 0x0010}, "SH"};
 inline constexpr Attribute SeriesNumber{{0x0020, 0x0011}, "IS"};
 inline constexpr Attribute InstanceNumber{{0x0020, 0x0013}, "IS"};
+inline constexpr Attribute Laterality{{0x0020, 0x0060}, "CS"};
+inline constexpr Attribute ImageLaterality{{0x0020, 0x0062}, "CS"};
 
 inline constexpr Attribute PhotometricInterpretation{{0x0028, 0x0004}, "CS"};
+inline constexpr Attribute NumberOfFrames{{0x0028, 0x0008}, "IS"};
+inline constexpr Attribute Rows{{0x0028, 0x0010}, "US"};
+inline constexpr Attribute Columns{{0x0028, 0x0011}, "US"};
+inline constexpr Attribute PixelSpacing{{0x0028, 0x0030}, "DS"};
+inline constexpr Attribute PixelAspectRatio{{0x0028, 0x0034}, "IS"};
+inline constexpr Attribute PixelIntensityRelationship{{0x0028, 0x1040}, "CS"};
+inline constexpr Attribute WindowCenter{{0x0028, 0x1050}, "DS"};
+inline constexpr Attribute WindowWidth{{0x0028, 0x1051}, "DS"};
+inline constexpr Attribute RescaleIntercept{{0x0028, 0x1052}, "DS"};
+inline constexpr Attribute RescaleSlope{{0x0028, 0x1053}, "DS"};
+inline constexpr Attribute RescaleType{{0x0028, 0x1054}, "LO"};
+inline constexpr Attribute ModalityLutSequence{{0x0028, 0x3000}, "SQ"};
+inline constexpr Attribute LutDescriptor{{0x0028, 0x3002}, "US"};
+inline constexpr Attribute LutExplanation{{0x0028, 0x3003}, "LO"};
+inline constexpr Attribute LutData{{0x0028, 0x3006}, "US"};
+inline constexpr Attribute SoftcopyVoiLutSequence{{0x0028, 0x3110}, "SQ"};
 
 inline constexpr Attribute RequestedProcedureDescription{{0x0032, 0x1060}, "LO"};
 inline constexpr Attribute RequestedProcedureCodeSequence{{0x0032, 0x1064}, "SQ"};
@@ -93,6 +115,23 @@ inline constexpr Attribute VerificationFlag{{0x0040, 0xA493}, "CS"};
 inline constexpr Attribute ContentTemplateSequence{{0x0040, 0xA504}, "SQ"};
 inline constexpr Attribute ContentSequence{{0x0040, 0xA730}, "SQ"};
 inline constexpr Attribute TemplateIdentifier{{0x0040, 0xDB00}, "CS"};
+
+inline constexpr Attribute ImageHorizontalFlip{{0x0070, 0x0041}, "CS"};
+inline constexpr Attribute ImageRotation{{0x0070, 0x0042}, "US"};
+inline constexpr Attribute DisplayedAreaTopLeft{{0x0070, 0x0052}, "SL"};
+inline constexpr Attribute DisplayedAreaBottomRight{{0x0070, 0x0053}, "SL"};
+inline constexpr Attribute DisplayedAreaSelectionSequence{{0x0070, 0x005A}, "SQ"};
+inline constexpr Attribute ContentLabel{{0x0070, 0x0080}, "CS"};
+inline constexpr Attribute ContentDescription{{0x0070, 0x0081}, "LO"};
+inline constexpr Attribute PresentationCreationDate{{0x0070, 0x0082}, "DA"};
+inline constexpr Attribute PresentationCreationTime{{0x0070, 0x0083}, "TM"};
+inline constexpr Attribute ContentCreatorName{{0x0070, 0x0084}, "PN"};
+inline constexpr Attribute PresentationSizeMode{{0x0070, 0x0100}, "CS"};
+inline constexpr Attribute PresentationPixelSpacing{{0x0070, 0x0101}, "DS"};
+inline constexpr Attribute PresentationPixelAspectRatio{{0x0070, 0x0102}, "IS"};
+
+inline constexpr Attribute PresentationLutSequence{{0x2050, 0x0010}, "SQ"};
+inline constexpr Attribute PresentationLutShape{{0x2050, 0x0020}, "CS"};
 
 inline constexpr Attribute PixelData{{0x7FE0, 0x0010}, "OW"};
 
