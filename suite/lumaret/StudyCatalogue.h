@@ -24,6 +24,8 @@ struct SeriesRow {
     bool IsReport() const { return modality == "SR"; }
     /// A structured report of any class, a list of key objects among them.
     bool IsDocument() const { return IsReport() || modality == "SR-OTHER" || modality == "KO"; }
+    /// Presentation states: ways to show the images that they name, no images themselves.
+    bool IsPresentation() const { return modality == "PR"; }
     bool operator==(const SeriesRow&) const = default;
 };
 

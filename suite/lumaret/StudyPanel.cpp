@@ -60,6 +60,8 @@ void AddRow(QTableWidget& table, const QStringList& cells) {
 QString KindOnScreen(const SeriesRow& series) {
     if (series.IsReport())
         return StudyPanel::tr("Report");
+    if (series.IsPresentation())
+        return StudyPanel::tr("Image views");
     return series.modality == "SR-OTHER" ? StudyPanel::tr("Other report") : series.modality;
 }
 
@@ -157,7 +159,8 @@ void StudyPanel::ChooseStudy() {
     emit StudyChosen(study);
     Ask([&] { series_ = catalogue_.SeriesOf(study.studyUid); });
     FillSeries();
-    const auto images = std::ranges::find_if(series_, [](const SeriesRow& series) { return !series.IsDocument(); });
+    const auto images = std::ranges::find_if(
+        series_, [](const SeriesRow& series) { return !series.IsDocument() && !series.IsPresentation(); });
     if (images != series_.end())
         seriesTable_->selectRow(static_cast<int>(images - series_.begin()));
 }
@@ -203,6 +206,10 @@ void StudyPanel::ChooseSeries() {
     if (!selected)
         return;
     const SeriesRow series = *selected; // the list may change while the catalogue is waited for
+    if (series.IsPresentation()) {
+        emit Said(tr("This series holds views of the report's images, which stand with the report, and no image."));
+        return;
+    }
     Ask([&] {
         const QStringList files = catalogue_.FilesOf(series);
         if (series.IsDocument())
@@ -220,7 +227,7 @@ void StudyPanel::ActivateSeries() {
         emit ReportActivated(series->seriesUid);
     else if (series->IsDocument())
         ChooseSeries(); // it may have been hidden
-    else
+    else if (!series->IsPresentation())
         emit ImagesActivated();
 }
 

@@ -73,9 +73,16 @@ private:
     const DataSetList& object_;
 };
 
+/// Those of every kind: for grey images and colour ones, blended, of volumes (DICOM PS3.4, B.5).
+bool IsPresentationState(const ObjectHeader& header) {
+    return header.sopClassUid.starts_with("1.2.840.10008.5.1.4.1.1.11.");
+}
+
 std::string CataloguedModality(const ObjectHeader& header, const std::string& modality) {
     if (header.IsReport())
         return std::string(ReportModality);
+    if (IsPresentationState(header))
+        return std::string(PresentationModality);
     if (modality == ReportModality)
         return "SR-OTHER";
     return modality.empty() ? "OT" : modality;

@@ -11,6 +11,9 @@ namespace tavrel {
 /// The modality of the series of reports in the catalogue.
 inline constexpr std::string_view ReportModality = "SR";
 
+/// That of presentation states, which are shown with the image that they name and never as images.
+inline constexpr std::string_view PresentationModality = "PR";
+
 /// What the catalogue says of an object. Text is UTF-8 as the catalogue takes it: no apostrophe (a
 /// back-quote instead), no control characters, no longer than its column. Dates are "yyyymmdd",
 /// times "hhmmss".

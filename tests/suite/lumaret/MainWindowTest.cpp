@@ -253,6 +253,19 @@ TEST_F(MainWindowTest, AReportOfAnyKindIsShownAndOnlyOursIsOpened) {
     EXPECT_TRUE(Image().HasImage());
 }
 
+TEST_F(MainWindowTest, PresentationStatesAreNotOfferedAsImages) {
+    rows.AddSeries("1.2.3.0", "1.2.3", "PR", 0, "VIEWS");
+    rows.AddImage("1.2.3.0", "state.dcm", 1);
+    window.Start();
+    EXPECT_EQ(Series().item(0, 1)->text(), "Image views");
+    EXPECT_EQ(File(), "1.dcm");
+    Series().selectRow(0);
+    EXPECT_TRUE(Message().startsWith("This series holds views of the report's images")) << Message().toStdString();
+    emit Series().itemActivated(Series().item(0, 0));
+    QTest::keyClick(&Image(), Qt::Key_Down);
+    EXPECT_EQ(File(), "2.dcm");
+}
+
 TEST_F(MainWindowTest, AReportThatCannotBeReadIsNamedInItsPlace) {
     ChooseReport();
     QFile::resize(folder.filePath("REP/2.dcm"), 300);

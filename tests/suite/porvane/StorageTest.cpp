@@ -171,6 +171,21 @@ TEST_F(Storage, OtherStructuredReportsAreNotOpenedAsReports) {
     EXPECT_EQ(room.Value("SELECT Modality FROM Series"), "SR-OTHER");
 }
 
+TEST_F(Storage, PresentationStatesOfEveryKindHaveTheirModalityAndFolder) {
+    TestObject().Send(room);
+    for (const char* kind : {UID_GrayscaleSoftcopyPresentationStateStorage, UID_ColorSoftcopyPresentationStateStorage})
+        TestObject()
+            .Remove(DCM_PixelData)
+            .Set(DCM_SOPClassUID, kind)
+            .Set(DCM_SOPInstanceUID, std::string("2.999.7.") + std::string(kind).back())
+            .Set(DCM_SeriesInstanceUID, "2.999.6")
+            .Send(room);
+    EXPECT_EQ(room.Value("SELECT Modality FROM Series WHERE SeriesInstanceUID='2.999.6'"), "PR");
+    EXPECT_EQ(room.Value("SELECT count(*) FROM Image WHERE SeriesInstanceUID='2.999.6'"), "2");
+    EXPECT_EQ(room.Value("SELECT SeriesDir FROM Series WHERE SeriesInstanceUID='2.999.6'"), "2.999.6");
+    EXPECT_EQ(room.Tool("check").status, 0);
+}
+
 TEST_F(Storage, PatientsWithoutAnIdentifierStayApart) {
     for (const char* study : {"2.999.1", "2.999.2"})
         TestObject()
