@@ -7,6 +7,7 @@
 #include "platform/uid.h"
 #include "sr/DcmSRDocument.h"
 
+#include <utility>
 #include <vector>
 
 namespace tavrel {
@@ -99,13 +100,40 @@ std::size_t ImageHandOver::Waiting() const {
     return found == waiting_.end() ? 0 : found->second.size();
 }
 
-ImageHandOver::Loaded ImageHandOver::ToLoad() const {
+void ImageHandOver::Name() {
+    unnamed_ = references_.Put(Images());
+}
+
+void ImageHandOver::TellUnnamed() {
+    const auto unnamed = std::exchange(unnamed_, {});
+    if (unnamed.empty())
+        return;
+    std::string words = unnamed.front();
+    if (unnamed.size() > 1)
+        words += "\r\n(So it is with " + std::to_string(unnamed.size()) + " of the report's images.)";
+    Tell(words);
+}
+
+void ImageHandOver::TellNotFound() {
+    if (const std::size_t count = references_.NotFound(); count > 0)
+        Tell("Of the images that the version names " + std::to_string(count) + (count == 1 ? " is" : " are") +
+             " not shown: this workstation's catalogue has no such image of the study.");
+}
+
+void ImageHandOver::Tell(const std::string& words) {
+    if (const std::string former = std::exchange(told_, SeriesUid() + words); former != told_)
+        global_.ports.windows.Ask({.text = words, .title = {}});
+}
+
+ImageHandOver::Loaded ImageHandOver::ToLoad() {
     if (const auto waiting = waiting_.find(SeriesUid()); waiting != waiting_.end())
         return {waiting->second, {}};
     const auto file = HandOverFile();
     Loaded loaded;
-    if (global_.report->filePath.empty() || !global_.ports.files.Exists(file))
+    if (global_.report->filePath.empty() || !global_.ports.files.Exists(file)) {
+        loaded.images = references_.Find();
         return loaded;
+    }
     const auto text = global_.ports.files.ReadText(file);
     DelimitedReader line(text, file);
     Trap(
@@ -152,6 +180,7 @@ void ImageHandOver::Load(ReportOwner* owner) {
         if (loaded.malformed)
             throw Error(*loaded.malformed);
     });
+    TellNotFound();
     if (failures.empty())
         return;
     std::string words = std::string(SendFileInfoPrefix) + failures.front();

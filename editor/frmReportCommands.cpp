@@ -24,6 +24,7 @@ bool frmReport::Save() {
             auto& document = ShownDocument();
             const TypedTexts sent = Typed();
             PutTitleAndReading(document);
+            images_.Name();
             handedOver_ = false;
             delivery = document.Send();
             if (delivery.fate == Delivery::Fate::NotStored)
@@ -34,6 +35,7 @@ bool frmReport::Save() {
             FillHistory();
             images_.KeepOnDisk();
             SelectLastVersion();
+            images_.TellUnnamed();
         },
         [&](const Error& error) {
             ShowNumberedError(global_.ports.windows, "Save report - ", error);

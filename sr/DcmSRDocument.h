@@ -140,7 +140,6 @@ private:
     /// The version appended stays: it stands for the one not yet written, where there is one.
     void KeepAppended();
     void TakeBackAppended();
-    Delivery Deliver();
     /// The versions. An error when `Series` has been set to no object.
     DataSetList& Versions() const;
     std::int16_t LastVersion() const;

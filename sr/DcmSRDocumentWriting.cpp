@@ -69,7 +69,7 @@ Delivery DcmSRDocument::Send() {
     Trap(
         [&] {
             AppendVersion();
-            delivery = Deliver();
+            delivery = StoreOrKeep(global_, *Versions().Item(Versions().ItemCount() - 1));
             if (delivery.fate != Delivery::Fate::NotStored)
                 return KeepAppended();
             // Told whole, where the refusal names the first of it: no save pays for the look but one that failed.
@@ -80,31 +80,6 @@ Delivery DcmSRDocument::Send() {
         [&](const Error& error) { delivery.why = error.description; });
     if (!delivery.why.empty())
         global_.ports.windows.Ask({.text = delivery.why, .title = {}});
-    return delivery;
-}
-
-Delivery DcmSRDocument::Deliver() {
-    const Ports& ports = global_.ports;
-    const DataSetHandle version = Versions().Item(Versions().ItemCount() - 1);
-    Delivery delivery;
-    Trap(
-        [&] {
-            const auto service = Catalogue(global_).OpenResultSet("SELECT * FROM Port");
-            if (service->AtEnd()) {
-                delivery = KeepUnsent(ports, *version, "The catalogue names no storage service.");
-                if (delivery.fate == Delivery::Fate::Kept)
-                    delivery.why.clear(); // nobody is told of a workstation that has none
-                return;
-            }
-            const std::string port = service->Text("Port");
-            const std::string aeTitle = service->Text("AETitle");
-            service->Close();
-            delivery = StoreOrKeep(ports, *version, port, aeTitle);
-        },
-        [&](const Error& unknown) {
-            delivery =
-                KeepUnsent(ports, *version, "The storage service could not be asked for: " + unknown.description);
-        });
     return delivery;
 }
 

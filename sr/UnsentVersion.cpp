@@ -1,9 +1,11 @@
 #include "sr/UnsentVersion.h"
 
+#include "host/Catalogue.h"
 #include "host/ErrorReport.h"
 #include "host/Text.h"
 #include "platform/attributes.h"
 #include "platform/paths.h"
+#include "sr/PresentationState.h"
 
 #include <algorithm>
 
@@ -44,13 +46,38 @@ Delivery KeepUnsent(const Ports& ports, const DicomDataSet& version, std::string
 
 Delivery StoreOrKeep(const Ports& ports, DicomDataSet& version, std::string_view port, std::string_view aeTitle) {
     Delivery delivery{Delivery::Fate::Stored, {}};
-    Trap([&] { version.StoreToNode("Localhost", port, "AE_INTERNAL", aeTitle, true); },
+    // The service tells of reports alone.
+    const bool told = TextOf(version.GetValue(attribute::SopClassUid)) != GrayscalePresentationState;
+    Trap([&] { version.StoreToNode("Localhost", port, "AE_INTERNAL", aeTitle, told); },
          [&](const Error& failure) {
              if (failure.number == static_cast<int>(DicomFault::NotSendable))
                  delivery = {Delivery::Fate::NotStored, failure.description};
              else
                  delivery = KeepUnsent(ports, version, failure.description);
          });
+    return delivery;
+}
+
+Delivery StoreOrKeep(const Global& global, DicomDataSet& version) {
+    const Ports& ports = global.ports;
+    Delivery delivery;
+    Trap(
+        [&] {
+            const auto service = Catalogue(global).OpenResultSet("SELECT * FROM Port");
+            if (service->AtEnd()) {
+                delivery = KeepUnsent(ports, version, "The catalogue names no storage service.");
+                if (delivery.fate == Delivery::Fate::Kept)
+                    delivery.why.clear(); // nobody is told of a workstation that has none
+                return;
+            }
+            const std::string port = service->Text("Port");
+            const std::string aeTitle = service->Text("AETitle");
+            service->Close();
+            delivery = StoreOrKeep(ports, version, port, aeTitle);
+        },
+        [&](const Error& unknown) {
+            delivery = KeepUnsent(ports, version, "The storage service could not be asked for: " + unknown.description);
+        });
     return delivery;
 }
 

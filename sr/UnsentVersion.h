@@ -25,6 +25,9 @@ struct Delivery {
 /// physician's work is never only in memory. A version that was refused before it was sent is not kept.
 Delivery StoreOrKeep(const Ports& ports, DicomDataSet& version, std::string_view port, std::string_view aeTitle);
 
+/// The same with the service that the catalogue names. On a workstation without any the version is kept in silence.
+Delivery StoreOrKeep(const Global& global, DicomDataSet& version);
+
 /// Keeps a version as such a file; `why` says why it could not be sent.
 Delivery KeepUnsent(const Ports& ports, const DicomDataSet& version, std::string why);
 

@@ -2,8 +2,10 @@
 
 #include "codes/frmBase.h"
 #include "editor/frmReport.h"
+#include "host/Text.h"
 #include "host/automation/CTavrel.h"
 #include "host/chooser/frmSRSeriesChoice.h"
+#include "platform/attributes.h"
 #include "platform/error.h"
 #include "sr/DcmSRDocument.h"
 #include "sr/ImagePresentationContext.h"
@@ -46,15 +48,29 @@ public:
     /// Opens the images of the example study, which makes a new report when it has none.
     void OpenImages() { automation.LoadForImgSeries(ImageSeries()); }
 
-    /// From now on the storage service files what is sent in this folder of the study and says so.
+    /// From now on the storage service files the versions that are sent in this folder of the study and says so.
     void StoreInto(const std::string& seriesDir) {
-        std::filesystem::create_directories(NativePath("study\\" + seriesDir));
         store.answer = [this, seriesDir](const SentVersion& version) {
-            const auto number = std::to_string(1000500 + store.sent.size()).substr(1);
-            const auto path = Path("study\\" + seriesDir) + "\\img_" + number + ".dcm";
-            version.dataSet->SaveToFile(path);
-            serviceEvents.RaiseStore("1.2.3.2.1", path);
+            const auto path = File(version, seriesDir);
+            if (TextOf(version.dataSet->GetValue(attribute::Modality)) == "SR")
+                serviceEvents.RaiseStore("1.2.3.2.1", path);
         };
+    }
+    /// Files an object as the storage service does, a version in this folder of the study.
+    std::string File(const SentVersion& object, const std::string& seriesDir) {
+        const auto text = [&](const Attribute& attribute) { return TextOf(object.dataSet->GetValue(attribute)); };
+        const auto series = text(attribute::SeriesInstanceUid);
+        const bool version = text(attribute::Modality) == "SR";
+        const auto seriesFolder = version ? seriesDir : series;
+        const auto name = "img_" + std::to_string(1000500 + store.sent.size()).substr(1) + ".dcm";
+        const auto path = Path("study\\" + seriesFolder) + "\\" + name;
+        if (std::filesystem::create_directories(NativePath("study\\" + seriesFolder)) && !version)
+            AddSeries(series, text(attribute::StudyInstanceUid), text(attribute::Modality), seriesFolder);
+        object.dataSet->SaveToFile(path);
+        Insert(
+            "Image",
+            {{"SeriesInstanceUID", series}, {"ImageFile", name}, {"SOPInstanceUID", text(attribute::SopInstanceUid)}});
+        return path;
     }
 
     /// A person who does this in the chooser.
