@@ -10,6 +10,7 @@
 #include "sr/DcmSRDocument.h"
 #include "sr/NewUid.h"
 #include "sr/UnsentVersion.h"
+#include "sr/forms/InterchangeTree.h"
 
 #include <algorithm>
 #include <array>
@@ -164,7 +165,7 @@ NewPresentationState ImageReferences::NewState(const Work& work) const {
             .seriesUid = series,
             .seriesNumber = Text(*document.Series()->Item(0), attribute::SeriesNumber),
             .instanceNumber = static_cast<int>(work.images.size() + 1),
-            .creator = global_.userSignature,
+            .creator = PersonNameValue(global_.userSignature),
             .made = global_.ports.clock.Now()};
 }
 

@@ -5,6 +5,7 @@
 #include "platform/error.h"
 #include "platform/limits.h"
 #include "platform/text.h"
+#include "sr/forms/ItemBuilder.h"
 
 #include <algorithm>
 #include <array>
@@ -25,11 +26,10 @@ constexpr double LargestP = 65535;
 constexpr std::string_view Utf8 = "ISO_IR 192";
 constexpr std::string_view LutNamePrefix = "Look-up table: ";
 
-/// What a presentation state takes from its image as it stands.
-constexpr std::array CopiedAttributes = {
-    a::StudyDate,        a::StudyTime,        a::AccessionNumber, a::ReferringPhysicianName,
-    a::StudyDescription, a::PatientName,      a::PatientId,       a::PatientBirthDate,
-    a::PatientSex,       a::StudyInstanceUid, a::StudyId};
+/// What a presentation state takes from its image, empty where that says nothing.
+constexpr std::array RequiredAttributes = {
+    a::StudyDate, a::StudyTime,        a::AccessionNumber, a::ReferringPhysicianName, a::PatientName,
+    a::PatientId, a::PatientBirthDate, a::PatientSex,      a::StudyInstanceUid,       a::StudyId};
 
 /// Where an image says how large its pixels are, in the order in which viewers look.
 constexpr std::array PixelSizes = {a::PixelSpacing, a::ImagerPixelSpacing, a::NominalScannedPixelSpacing};
@@ -96,71 +96,49 @@ Corners CornersOf(const ViewParameters::Area& area, const DicomDataSet& image) {
     return {1, 1, IntegerOf(image, a::Columns, 1), IntegerOf(image, a::Rows, 1)};
 }
 
-class Writer {
-public:
-    Writer(DicomLibrary& dicom, DicomDataSet& target) : dicom_(dicom), target_(target) {}
-
-    void Put(const Attribute& attribute, const Value& value) { target_.SetValue(attribute, 0, value); }
-    void Take(const Attribute& attribute, const DicomDataSet& source) { Put(attribute, source.GetValue(attribute)); }
-    /// The only item of a sequence.
-    DataSetHandle Item(const Attribute& sequence) {
-        DataSetHandle item = dicom_.NewDataSet();
-        target_.SetSequenceItem(sequence, 0, item);
-        return item;
-    }
-    Writer Into(const DataSetHandle& item) const { return {dicom_, *item}; }
-
-private:
-    DicomLibrary& dicom_;
-    DicomDataSet& target_;
-};
-
 /// A side that nobody tells is left empty only where no body part says that there is none (PS3.3, C.7.3.1).
-void WriteBodyPart(Writer& state, const DicomDataSet& image) {
+void WriteBodyPart(const ItemBuilder& state, const DicomDataSet& image) {
     const std::string bodyPart = Text(image, a::BodyPartExamined), ofImage = Text(image, a::ImageLaterality);
     const std::string side = ofImage == "L" || ofImage == "R" ? ofImage : Text(image, a::Laterality);
-    if (!bodyPart.empty())
-        state.Put(a::BodyPartExamined, bodyPart);
+    state.SetIfAny(a::BodyPartExamined, bodyPart);
     if (!side.empty() || bodyPart.empty())
-        state.Put(a::Laterality, side);
+        state.Set(a::Laterality, side);
 }
 
-void WriteReference(Writer& state, const DicomDataSet& image, std::int32_t frame) {
-    const DataSetHandle seriesItem = state.Item(a::ReferencedSeriesSequence);
-    Writer series = state.Into(seriesItem);
-    series.Take(a::SeriesInstanceUid, image);
-    const DataSetHandle imageItem = series.Item(a::ReferencedImageSequence);
-    Writer reference = state.Into(imageItem);
-    reference.Put(a::ReferencedSopClassUid, image.GetValue(a::SopClassUid));
-    reference.Put(a::ReferencedSopInstanceUid, image.GetValue(a::SopInstanceUid));
+void WriteReference(const ItemBuilder& state, const DicomDataSet& image, std::int32_t frame) {
+    const auto series = state.Append(a::ReferencedSeriesSequence);
+    series.Set(a::SeriesInstanceUid, image.GetValue(a::SeriesInstanceUid));
+    const auto reference = series.Append(a::ReferencedImageSequence);
+    reference.Set(a::ReferencedSopClassUid, image.GetValue(a::SopClassUid));
+    reference.Set(a::ReferencedSopInstanceUid, image.GetValue(a::SopInstanceUid));
     if (IntegerOf(image, a::NumberOfFrames, 1) > 1)
-        reference.Put(a::ReferencedFrameNumber, std::to_string(frame + 1L));
+        reference.Set(a::ReferencedFrameNumber, std::to_string(frame + 1L));
 }
 
 /// The pixels' size, or their shape where nobody tells their size.
-void WritePixelSize(Writer& area, const DicomDataSet& image) {
+void WritePixelSize(const ItemBuilder& area, const DicomDataSet& image) {
     for (const Attribute& size : PixelSizes) {
         const auto height = NumberOf(image, size, 0), width = NumberOf(image, size, 1);
         if (height && width && *height > 0 && *width > 0)
-            return area.Put(a::PresentationPixelSpacing,
+            return area.Set(a::PresentationPixelSpacing,
                             Decimal(static_cast<float>(*height)) + '\\' + Decimal(static_cast<float>(*width)));
     }
     const int height = IntegerOf(image, a::PixelAspectRatio, 1, 0), width = IntegerOf(image, a::PixelAspectRatio, 1, 1);
-    area.Put(a::PresentationPixelAspectRatio, height > 0 && width > 0 ? Pair(height, width) : Pair(1, 1));
+    area.Set(a::PresentationPixelAspectRatio, height > 0 && width > 0 ? Pair(height, width) : Pair(1, 1));
 }
 
-void WriteDisplayedArea(Writer& state, const DicomDataSet& image, const ViewParameters& view, const Turn& turn) {
-    const DataSetHandle item = state.Item(a::DisplayedAreaSelectionSequence);
-    Writer area = state.Into(item);
+void WriteDisplayedArea(const ItemBuilder& state, const DicomDataSet& image, const ViewParameters& view,
+                        const Turn& turn) {
+    const auto area = state.Append(a::DisplayedAreaSelectionSequence);
     const auto [left, top, right, bottom] = CornersOf(view.displayedArea, image);
     // The image's pixel that is at the top left when it has been turned and flipped.
     int x = turn.flipped ? 1 : -1, y = -1;
     for (int turned = 0; turned < turn.rotation; turned += QuarterTurn)
         x = std::exchange(y, -x);
     const bool fromLeft = x < 0, fromTop = y < 0;
-    area.Put(a::DisplayedAreaTopLeft, Pair(fromLeft ? left : right, fromTop ? top : bottom));
-    area.Put(a::DisplayedAreaBottomRight, Pair(fromLeft ? right : left, fromTop ? bottom : top));
-    area.Put(a::PresentationSizeMode, "SCALE TO FIT");
+    area.Set(a::DisplayedAreaTopLeft, Pair(fromLeft ? left : right, fromTop ? top : bottom));
+    area.Set(a::DisplayedAreaBottomRight, Pair(fromLeft ? right : left, fromTop ? bottom : top));
+    area.Set(a::PresentationSizeMode, "SCALE TO FIT");
     WritePixelSize(area, image);
 }
 
@@ -174,20 +152,20 @@ bool ShownUntransformed(const DicomDataSet& image) {
 }
 
 /// A presentation state's replaces the image's, so that one without any would show other values.
-void WriteModalityTransform(Writer& state, DicomDataSet& target, const DicomDataSet& image) {
+void WriteModalityTransform(const ItemBuilder& state, DicomDataSet& target, const DicomDataSet& image) {
     if (ShownUntransformed(image))
         return;
     if (const DataSetHandle table = image.GetSequenceItem(a::ModalityLutSequence, 0))
         return target.SetSequenceItem(a::ModalityLutSequence, 0, table);
     if (!NumberOf(image, a::RescaleSlope) || !NumberOf(image, a::RescaleIntercept))
         return;
-    state.Take(a::RescaleIntercept, image);
-    state.Take(a::RescaleSlope, image);
+    state.Set(a::RescaleIntercept, image.GetValue(a::RescaleIntercept));
+    state.Set(a::RescaleSlope, image.GetValue(a::RescaleSlope));
     const std::string type = Text(image, a::RescaleType);
-    state.Put(a::RescaleType, type.empty() ? "US" : type);
+    state.Set(a::RescaleType, type.empty() ? "US" : type);
 }
 
-void WriteWindow(Writer& state, const DicomDataSet& image, const ViewParameters& view) {
+void WriteWindow(const ItemBuilder& state, const DicomDataSet& image, const ViewParameters& view) {
     float center = view.windowCenter, width = view.windowWidth;
     if (!(std::isfinite(center) && std::isfinite(width) && width >= 1)) { // the image's own
         const auto ownCenter = NumberOf(image, a::WindowCenter), ownWidth = NumberOf(image, a::WindowWidth);
@@ -196,27 +174,25 @@ void WriteWindow(Writer& state, const DicomDataSet& image, const ViewParameters&
         center = static_cast<float>(*ownCenter);
         width = static_cast<float>(*ownWidth);
     }
-    const DataSetHandle item = state.Item(a::SoftcopyVoiLutSequence);
-    Writer window = state.Into(item);
-    window.Put(a::WindowCenter, Decimal(center));
-    window.Put(a::WindowWidth, Decimal(width));
+    const auto window = state.Append(a::SoftcopyVoiLutSequence);
+    window.Set(a::WindowCenter, Decimal(center));
+    window.Set(a::WindowWidth, Decimal(width));
 }
 
-void WriteGreyLevels(Writer& state, const DicomDataSet& image, const ViewParameters& view) {
+void WriteGreyLevels(const ItemBuilder& state, const DicomDataSet& image, const ViewParameters& view) {
     const bool inverse = IsMonochrome1(image) != view.inverted;
     const double gamma = static_cast<double>(view.gamma);
     if (gamma == 1 || !std::isfinite(gamma) || gamma <= 0)
-        return state.Put(a::PresentationLutShape, inverse ? "INVERSE" : "IDENTITY");
-    const DataSetHandle item = state.Item(a::PresentationLutSequence);
-    Writer table = state.Into(item);
-    table.Put(a::LutDescriptor, std::to_string(GammaEntries) + R"(\0\16)");
-    table.Put(a::LutExplanation, "Gamma " + Decimal(view.gamma));
+        return state.Set(a::PresentationLutShape, inverse ? "INVERSE" : "IDENTITY");
+    const auto table = state.Append(a::PresentationLutSequence);
+    table.Set(a::LutDescriptor, std::to_string(GammaEntries) + R"(\0\16)");
+    table.Set(a::LutExplanation, "Gamma " + Decimal(view.gamma));
     std::string data;
     for (int entry = 0; entry < GammaEntries; ++entry) {
         const double level = (inverse ? GammaEntries - 1 - entry : entry) / (GammaEntries - 1.0);
         data += (entry == 0 ? "" : "\\") + std::to_string(std::lround(LargestP * std::pow(level, 1 / gamma)));
     }
-    table.Put(a::LutData, std::move(data));
+    table.Set(a::LutData, std::move(data));
 }
 
 std::string DescriptionOf(DicomLibrary& dicom, const std::string& lutName) {
@@ -296,32 +272,34 @@ DataSetHandle MakePresentationState(DicomLibrary& dicom, const DicomDataSet& ima
     const auto made = dicom.NewDataSetList();
     made->AddDataSet(-1);
     DataSetHandle target = made->Item(0);
-    Writer state(dicom, *target);
-    state.Put(a::SpecificCharacterSet, std::string(Utf8));
-    state.Put(a::SopClassUid, std::string(GrayscalePresentationState));
-    state.Put(a::SopInstanceUid, identity.sopInstanceUid);
-    for (const Attribute& attribute : CopiedAttributes)
-        state.Take(attribute, image);
-    state.Put(a::Modality, "PR");
-    state.Put(a::Manufacturer, "Mervanti");
-    state.Put(a::SeriesInstanceUid, identity.seriesUid);
-    state.Put(a::SeriesDescription, "Images of reports as they were shown");
-    state.Put(a::SeriesNumber, identity.seriesNumber);
+    const ItemBuilder state(dicom, target);
+    state.Set(a::SpecificCharacterSet, std::string(Utf8));
+    state.Set(a::SopClassUid, std::string(GrayscalePresentationState));
+    state.Set(a::SopInstanceUid, identity.sopInstanceUid);
+    for (const Attribute& attribute : RequiredAttributes)
+        state.Set(attribute, image.GetValue(attribute));
+    for (const Attribute& attribute : {a::StudyDescription, a::IssuerOfPatientId})
+        state.SetIfAny(attribute, image.GetValue(attribute));
+    state.Set(a::Modality, "PR");
+    state.Set(a::Manufacturer, "Mervanti");
+    state.Set(a::SeriesInstanceUid, identity.seriesUid);
+    state.Set(a::SeriesDescription, "Images of reports as they were shown");
+    state.Set(a::SeriesNumber, identity.seriesNumber);
     WriteBodyPart(state, image);
-    state.Put(a::InstanceNumber, std::to_string(identity.instanceNumber));
+    state.Set(a::InstanceNumber, std::to_string(identity.instanceNumber));
 
-    state.Put(a::ContentLabel, "REPORT");
-    state.Put(a::ContentDescription, DescriptionOf(dicom, presentation.lutName));
-    state.Put(a::PresentationCreationDate, identity.made);
-    state.Put(a::PresentationCreationTime, identity.made);
-    state.Put(a::ContentCreatorName, identity.creator);
+    state.Set(a::ContentLabel, "REPORT");
+    state.Set(a::ContentDescription, DescriptionOf(dicom, presentation.lutName));
+    state.Set(a::PresentationCreationDate, identity.made);
+    state.Set(a::PresentationCreationTime, identity.made);
+    state.Set(a::ContentCreatorName, identity.creator);
     const ViewParameters& view = presentation.view;
     WriteReference(state, image, view.frame);
 
     const Turn turn = TurnOf(view);
     WriteDisplayedArea(state, image, view, turn);
-    state.Put(a::ImageHorizontalFlip, turn.flipped ? "Y" : "N");
-    state.Put(a::ImageRotation, std::to_string(turn.rotation));
+    state.Set(a::ImageHorizontalFlip, turn.flipped ? "Y" : "N");
+    state.Set(a::ImageRotation, std::to_string(turn.rotation));
     WriteModalityTransform(state, *target, image);
     WriteWindow(state, image, view);
     WriteGreyLevels(state, image, view);

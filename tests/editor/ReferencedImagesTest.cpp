@@ -285,5 +285,155 @@ TEST_F(ReferencedImages, AVersionThatCannotBeStoredLeavesStatesThatServeAgain) {
     EXPECT_EQ(Named().at(0).presentationSopInstanceUid, Sent(0, attribute::SopInstanceUid));
 }
 
+/// The report is opened again by another program, in a folder that holds no "SR.dat".
+class ReopenedImages : public ReferencedImages {
+protected:
+    void Reopen() {
+        std::filesystem::remove(station.NativePath("study\\report1\\SR.dat"));
+        station.automation.LoadSRSeries("1.2.3.2.1"); // one report is open at a time
+        station.windows.messages.clear();
+        later.automation.LoadSRSeries("1.2.3.2.1");
+    }
+    const ImageList& Pending() const { return *later.global.report->pendingImages; }
+    void SaveLater() {
+        station.store.sent.clear();
+        station.store.answer = [this](const SentVersion& version) {
+            const auto path = station.File(version, "report1");
+            if (TextOf(version.dataSet->GetValue(attribute::Modality)) == "SR")
+                later.events.RaiseStore("1.2.3.2.1", path);
+        };
+        later.editor.cmdSave.Press();
+    }
+    std::filesystem::path StateFile() {
+        return station.NativePath("study\\" + Named().at(0).presentationSeriesUid + "\\img_000501.dcm");
+    }
+
+    AnotherProcess later{station};
+};
+
+TEST_F(ReopenedImages, AreThoseOfTheVersionInTheirViews) {
+    const auto file = WriteImage();
+    const auto view = View();
+    Add(file, view);
+    Save();
+    Reopen();
+    ASSERT_THAT(Pending(), SizeIs(1));
+    EXPECT_EQ(Pending()[0].Filename, file);
+    EXPECT_EQ(*Pending()[0].ViewPars, *view);
+    EXPECT_THAT(station.viewers.images, testing::Contains(file));
+    EXPECT_THAT(Shown(), IsEmpty());
+}
+
+TEST_F(ReopenedImages, AreThoseOfTheHandOverFileWhereThereIsOne) {
+    Add(WriteImage());
+    Save();
+    station.WriteFile("study\\report1\\SR.dat",
+                      R"("b.dcm",1,#FALSE#,#FALSE#,"",0,0,0,0,#FALSE#,#FALSE#,#NULL#,0,0,0,0,0,0,1,0)"
+                      "\r\n");
+    later.automation.LoadSRSeries("1.2.3.2.1");
+    ASSERT_THAT(Pending(), SizeIs(1));
+    EXPECT_EQ(Pending()[0].Filename, "b.dcm");
+}
+
+TEST_F(ReopenedImages, KeepTheirStatesWithTheNextSave) {
+    Add(WriteImage());
+    Save();
+    const auto first = Named();
+    Reopen();
+    SaveLater();
+    EXPECT_THAT(Sent(), ElementsAre("SR"));
+    EXPECT_EQ(later.global.report->document->Images(), first);
+}
+
+TEST_F(ReopenedImages, AreThoseOfTheVersionThatIsShown) {
+    Add(WriteImage());
+    Save();
+    Add(WriteImage({.name = "2"}));
+    Save();
+    Reopen();
+    EXPECT_THAT(Pending(), SizeIs(2));
+    later.editor.lstHistory.ListIndex(1);
+    EXPECT_THAT(Pending(), SizeIs(1));
+    later.editor.lstHistory.ListIndex(0); // the classic one names none
+    EXPECT_THAT(Pending(), IsEmpty());
+}
+
+TEST_F(ReopenedImages, OfAFrameAreShownAtThatFrame) {
+    const auto view = View();
+    view->frame = 2;
+    Add(WriteImage({.photometric = "RGB", .frames = 5}), view);
+    Save();
+    Reopen();
+    EXPECT_EQ(Pending().at(0).ViewPars->frame, 2);
+}
+
+TEST_F(ReopenedImages, AreShownWholeWhenTheirStateIsUnreadable) {
+    Add(WriteImage());
+    Save();
+    std::filesystem::resize_file(StateFile(), 200);
+    Reopen();
+    EXPECT_EQ(Pending().at(0).ViewPars->displayedArea, (ViewParameters::Area{0, 0, 500, 400}));
+}
+
+TEST_F(ReopenedImages, OfAnotherStudyAreNeverShown) {
+    Add(WriteImage());
+    Save();
+    station.AddPatient("P2", "VERDI^LUIGI");
+    station.AddStudy("1.9", "P2", station.Path("study"));
+    station.Execute("UPDATE Series SET StudyInstanceUID = '1.9' WHERE SeriesInstanceUID = '1.2.3.1'");
+    Reopen();
+    EXPECT_THAT(Pending(), IsEmpty());
+}
+
+TEST_F(ReopenedImages, ThatAreNotInTheCatalogueAreSaidAndStayWithTheReport) {
+    Add(WriteImage());
+    Add(WriteImage({.name = "2"}));
+    Save();
+    station.Execute("DELETE FROM Image WHERE SOPInstanceUID = '1.2.3.1.1'");
+    Reopen();
+    EXPECT_THAT(Shown(), ElementsAre(testing::StartsWith("Of the images that the version names 1 is not shown: ")));
+    EXPECT_THAT(Pending(), SizeIs(1));
+    SaveLater();
+    EXPECT_THAT(later.global.report->document->Images(), SizeIs(2));
+    EXPECT_THAT(Shown(), SizeIs(1));
+}
+
+TEST_F(ReopenedImages, ThatWereNotFoundEndWithTheListThatTheyBelongTo) {
+    Add(WriteImage());
+    Save();
+    station.Execute("DELETE FROM Image WHERE SOPInstanceUID = '1.2.3.1.1'");
+    Reopen();
+    later.automation.RemoveImagesFromSR();
+    later.automation.AddImageToSR(WriteImage({.name = "2"}), View(), "");
+    SaveLater();
+    ASSERT_THAT(later.global.report->document->Images(), SizeIs(1));
+    EXPECT_EQ(later.global.report->document->Images()[0].sopInstanceUid, "1.2.3.1.2");
+}
+
+TEST_F(ReopenedImages, WhoseFileIsGoneStayNamed) {
+    const auto file = WriteImage();
+    Add(file);
+    Save();
+    const auto first = Named();
+    Reopen();
+    std::filesystem::remove(file);
+    SaveLater();
+    EXPECT_EQ(later.global.report->document->Images(), first);
+    EXPECT_THAT(Shown(), IsEmpty());
+}
+
+TEST_F(ReopenedImages, OfACatalogueThatFailsAreNotLost) {
+    Add(WriteImage());
+    Save();
+    const auto first = Named();
+    Reopen();
+    station.Execute("ALTER TABLE Image RENAME TO Away");
+    later.editor.cmdLastVersion.Press();
+    later.editor.lstHistory.ListIndex(later.editor.lstHistory.ListCount() - 1);
+    station.Execute("ALTER TABLE Away RENAME TO Image");
+    SaveLater();
+    EXPECT_EQ(later.global.report->document->Images(), first);
+}
+
 } // namespace
 } // namespace tavrel::test
