@@ -13,6 +13,7 @@
 #include <dcmtk/dcmsr/dsrdoc.h>
 
 #include <QFileInfo>
+#include <QHash>
 #include <QRegularExpression>
 
 #include <algorithm>
@@ -70,6 +71,36 @@ bool Read(DSRDocument& document, DcmDataset& dataSet, const QString& path) {
     return false;
 }
 
+/// `html` with what `make` makes of each match.
+template <typename Make> QString Replaced(const QString& html, const QRegularExpression& what, Make&& make) {
+    QString result;
+    qsizetype from = 0;
+    for (auto found = what.globalMatch(html); found.hasNext();) {
+        const auto match = found.next();
+        result += html.mid(from, match.capturedStart() - from) + make(match);
+        from = match.capturedEnd();
+    }
+    return result + html.mid(from);
+}
+
+/// The toolkit's page for people: references are numbered, in the place of their UIDs, and each text is a paragraph of
+/// its own that runs as its script does. Texts of the file are escaped: what looks like markup is the toolkit's.
+QString ForPeople(const QString& html) {
+    static const QRegularExpression reference(R"(<a href="http://localhost/[^"+]*\+([0-9.]+)[^>]*>([^<]*)</a>)");
+    static const QRegularExpression anchor(R"(</?a(?:\s[^>]*)?>)");
+    static const QRegularExpression text(R"(:</b><br>(?=([^<]*)))");
+    QHash<QString, qsizetype> numbers;
+    const auto numbered = [&](const QRegularExpressionMatch& match) {
+        const auto number = numbers.value(match.captured(1), numbers.size() + 1);
+        numbers.insert(match.captured(1), number);
+        return match.captured(2) + " (no. " + QString::number(number) + ')';
+    };
+    const auto apart = [](const QRegularExpressionMatch& match) {
+        return QString(match.captured(1).isRightToLeft() ? R"(:</b></div><div dir="rtl">)" : ":</b></div><div>");
+    };
+    return Replaced(Replaced(html, reference, numbered).remove(anchor), text, apart);
+}
+
 QString Rendered(DSRDocument& document, const QString& path) {
     std::ostringstream html;
     if (const OFCondition outcome = document.renderHTML(html, DSRTypes::HF_renderFullData); outcome.bad())
@@ -77,11 +108,7 @@ QString Rendered(DSRDocument& document, const QString& path) {
     const std::string bytes = html.str();
     if (bytes.size() > LongestDocument)
         Fail(path, "the document is too long");
-    // Texts of the file are escaped: what looks like an anchor is the toolkit's own. Of one that refers to another
-    // object stays what it names.
-    static const QRegularExpression reference(R"(<a href="http://localhost/[^"+]*\+([0-9.]+)[^>]*>([^<]*)</a>)");
-    static const QRegularExpression anchor(R"(</?a(?:\s[^>]*)?>)");
-    return QString::fromStdString(bytes).replace(reference, R"(\2 (\1))").remove(anchor);
+    return ForPeople(QString::fromStdString(bytes));
 }
 
 QString DateAndTimeOf(DcmDataset& dataSet) {

@@ -348,6 +348,21 @@ TEST_F(Check, NamesOfEveryAlphabetAreWellWhereReportsAreInterchange) {
     EXPECT_TRUE(Holds(outcome.out, "well     reports are written in the interchange form\n"));
 }
 
+TEST_F(Check, IsContentWithAPresentationStateThatWasImported) {
+    std::filesystem::create_directories(room.Folder() / "in");
+    TestObject().SaveTo(room.Folder() / "in/image.dcm");
+    TestObject()
+        .Remove(DCM_PixelData)
+        .Set(DCM_SOPClassUID, UID_GrayscaleSoftcopyPresentationStateStorage)
+        .Set(DCM_SOPInstanceUID, "2.999.6.1")
+        .Set(DCM_SeriesInstanceUID, "2.999.6")
+        .SaveTo(room.Folder() / "in/state.dcm");
+    EXPECT_EQ(room.Tool("import " + (room.Folder() / "in").string()).status, 0);
+    EXPECT_EQ(room.Value("SELECT Modality FROM Series WHERE SeriesInstanceUID='2.999.6'"), "PR");
+    const Outcome outcome = room.Tool("check");
+    EXPECT_EQ(outcome.status, 0) << outcome.out;
+}
+
 TEST_F(Check, SaysWhenNoVersionWaits) {
     EXPECT_TRUE(Holds(room.Tool("check").out, "well     no version waits to be stored in " + room.Unsent().string()));
 }

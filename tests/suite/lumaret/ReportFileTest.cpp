@@ -1,11 +1,14 @@
 #include "suite/lumaret/ReportFile.h"
 
+#include "tests/suite/lumaret/InterchangeReport.h"
 #include "tests/suite/lumaret/SampleImage.h"
 #include "tests/suite/lumaret/SampleReport.h"
 #include "tests/support/Failure.h"
 
 #include <QFile>
 #include <QTemporaryDir>
+#include <QTextBlock>
+#include <QTextCursor>
 #include <QTextDocument>
 
 #include <gtest/gtest.h>
@@ -53,7 +56,7 @@ TEST_F(ReportFileTest, PatientTitleAndReadingAreShown) {
 
 TEST_F(ReportFileTest, AMeasurementAndAnImageOfAnotherClassAreShown) {
     const QString shown = Shown({.comprehensive = true});
-    for (const char* words : {"No nodule.", "Diameter", "4 mm", "CT image (1.2.3.9)"})
+    for (const char* words : {"No nodule.", "Diameter", "4 mm", "CT image (no. 1)"})
         EXPECT_TRUE(shown.contains(words)) << words << " in\n" << shown.toStdString();
 }
 
@@ -140,6 +143,43 @@ TEST_F(ReportFileTest, AnyByteMayBeWrongWithoutHarm) {
         WriteBytes(wrong);
         EXPECT_NO_FATAL_FAILURE(FailureOf(path));
     }
+}
+
+TEST_F(ReportFileTest, AnInterchangeReportIsShownWithItsCodedEntries) {
+    WriteInterchangeReport(path);
+    const QString shown = ShownFile();
+    for (const char* words : {"CT Chest", "Chest CT", "No nodule.", "Chest (51185008, SCT)", "Nodule (27925004, SCT)",
+                              "left upper lobe, 4 mm", "Non-small cell lung cancer (254637007, SCT)", "suspected"})
+        EXPECT_TRUE(shown.contains(words)) << words << " in\n" << shown.toStdString();
+}
+
+TEST_F(ReportFileTest, ReferencesAreNumberedAndNoUidIsShown) {
+    WriteInterchangeReport(path);
+    const QString shown = ShownFile();
+    EXPECT_TRUE(shown.contains("CT image with presentation state (no. 1)")) << shown.toStdString();
+    EXPECT_TRUE(shown.contains("CT image with presentation state (no. 2)")) << shown.toStdString();
+    EXPECT_TRUE(shown.contains("Referenced Frame Number:\n7")) << shown.toStdString();
+    EXPECT_FALSE(shown.contains("1.2.3.1.")) << shown.toStdString();
+}
+
+/// The direction of the last paragraph that holds these words.
+Qt::LayoutDirection DirectionOf(const QString& html, const QString& words) {
+    QTextDocument document;
+    document.setHtml(html);
+    return document.find(words, document.characterCount(), QTextDocument::FindBackward).block().textDirection();
+}
+
+TEST_F(ReportFileTest, ATextRunsAsItsScriptDoes) {
+    WriteInterchangeReport(path, {.title = "صورة الصدر", .reading = "אין ממצא."});
+    EXPECT_EQ(DirectionOf(ReportAsHtml(path), "אין ממצא"), Qt::RightToLeft);
+    EXPECT_EQ(DirectionOf(ReportAsHtml(path), "صورة"), Qt::RightToLeft);
+    EXPECT_EQ(DirectionOf(ReportAsHtml(path), "Impression"), Qt::LeftToRight);
+}
+
+TEST_F(ReportFileTest, AReferenceThatATextImitatesStaysText) {
+    const char* text = R"(<a href="http://localhost/x?requestType=WADO+1.2.3">CT</a>:</b><br>)";
+    WriteInterchangeReport(path, {.title = text, .reading = text, .annotation = "</div>"});
+    EXPECT_EQ(ShownFile().count(text), 2);
 }
 
 TEST_F(ReportFileTest, VersionsComeNewestFirstWithTheirDates) {
