@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 #include <utility>
 
 namespace tavrel {
@@ -23,7 +24,7 @@ namespace {
 constexpr std::size_t MostShown = 500;
 
 Error NoReference(const std::string& why) {
-    return Error(Fault::TypeMismatch, "ImageReferences", why);
+    return {Fault::TypeMismatch, "ImageReferences", why};
 }
 
 std::string Text(const DicomDataSet& dataSet, const Attribute& attribute) {
@@ -35,6 +36,10 @@ int Number(const DicomDataSet& header, const Attribute& attribute, int absent) {
     const std::string text = Text(header, attribute);
     const bool whole = !text.empty() && text.size() < 10 && std::ranges::all_of(text, IsDigit);
     return whole ? std::stoi(text) : absent;
+}
+
+std::int16_t Pixels(int count) {
+    return static_cast<std::int16_t>(std::min<int>(count, std::numeric_limits<std::int16_t>::max()));
 }
 
 /// Without a presentation state.
@@ -220,8 +225,8 @@ ImagePresentationContext ImageReferences::Shown(const OpenedReport& report, cons
         [&] {
             const DataSetHandle header = HeaderOf(shown.Filename);
             // Without a state to tell more, the whole image.
-            view.displayedArea.right = static_cast<std::int16_t>(Number(*header, attribute::Columns, 0));
-            view.displayedArea.bottom = static_cast<std::int16_t>(Number(*header, attribute::Rows, 0));
+            view.displayedArea.right = Pixels(Number(*header, attribute::Columns, 0));
+            view.displayedArea.bottom = Pixels(Number(*header, attribute::Rows, 0));
             if (const Presentation* known = Known(report, image, *header)) {
                 view = known->view;
                 shown.LUTName = known->lutName;

@@ -181,7 +181,7 @@ void WriteWindow(const ItemBuilder& state, const DicomDataSet& image, const View
 
 void WriteGreyLevels(const ItemBuilder& state, const DicomDataSet& image, const ViewParameters& view) {
     const bool inverse = IsMonochrome1(image) != view.inverted;
-    const double gamma = static_cast<double>(view.gamma);
+    const auto gamma = static_cast<double>(view.gamma);
     if (gamma == 1 || !std::isfinite(gamma) || gamma <= 0)
         return state.Set(a::PresentationLutShape, inverse ? "INVERSE" : "IDENTITY");
     const auto table = state.Append(a::PresentationLutSequence);

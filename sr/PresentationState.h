@@ -40,7 +40,7 @@ bool ShowsGreyLevels(const DicomDataSet& image);
 /// It is written here rather than by the toolkit's dcmpstat, which wants the pixels, leaves out what the standard has
 /// come to ask for and ties some twenty libraries to a program; in the tests dcmpstat judges what is written here.
 DataSetHandle MakePresentationState(DicomLibrary& dicom, const DicomDataSet& image, const Presentation& presentation,
-                                    const NewPresentationState& state);
+                                    const NewPresentationState& identity);
 
 /// How a presentation state shows a frame (0-based) of a grey image, as near as view parameters go. What it does not
 /// say is as the image has it. An `Error` when it is none of that image.

@@ -285,6 +285,17 @@ TEST_F(ReferencedImages, AVersionThatCannotBeStoredLeavesStatesThatServeAgain) {
     EXPECT_EQ(Named().at(0).presentationSopInstanceUid, Sent(0, attribute::SopInstanceUid));
 }
 
+TEST_F(ReferencedImages, AStateThatNoVersionNamesServesTheNextThatNeedsIt) {
+    const auto file = WriteImage();
+    Add(file);
+    station.editor.txtReportAnnotation.Text("\x01");
+    Save();
+    station.editor.lstHistory.ListIndex(0); // the version is read again, which names none
+    Add(file);
+    Save();
+    EXPECT_THAT(Sent(), ElementsAre("PR", "SR"));
+}
+
 /// The report is opened again by another program, in a folder that holds no "SR.dat".
 class ReopenedImages : public ReferencedImages {
 protected:
@@ -343,6 +354,19 @@ TEST_F(ReopenedImages, KeepTheirStatesWithTheNextSave) {
     SaveLater();
     EXPECT_THAT(Sent(), ElementsAre("SR"));
     EXPECT_EQ(later.global.report->document->Images(), first);
+}
+
+TEST_F(ReopenedImages, InAnotherViewGetAStateInTheReportsSeries) {
+    const auto file = WriteImage();
+    Add(file);
+    Save();
+    const auto series = Named().at(0).presentationSeriesUid;
+    Reopen();
+    later.automation.RemoveImagesFromSR();
+    later.automation.AddImageToSR(file, View(50), "");
+    SaveLater();
+    EXPECT_THAT(Sent(), ElementsAre("PR", "SR"));
+    EXPECT_EQ(Sent(0, attribute::SeriesInstanceUid), series);
 }
 
 TEST_F(ReopenedImages, AreThoseOfTheVersionThatIsShown) {

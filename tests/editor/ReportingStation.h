@@ -63,7 +63,7 @@ public:
         const bool version = text(attribute::Modality) == "SR";
         const auto seriesFolder = version ? seriesDir : series;
         const auto name = "img_" + std::to_string(1000500 + store.sent.size()).substr(1) + ".dcm";
-        const auto path = Path("study\\" + seriesFolder) + "\\" + name;
+        auto path = Path("study\\" + seriesFolder) + "\\" + name;
         if (std::filesystem::create_directories(NativePath("study\\" + seriesFolder)) && !version)
             AddSeries(series, text(attribute::StudyInstanceUid), text(attribute::Modality), seriesFolder);
         object.dataSet->SaveToFile(path);

@@ -1,8 +1,10 @@
-// A file is loaded, read and written as a report is: behind the structural scan the decoder and the encoder.
+// A file is loaded, read and written as a report is: behind the structural scan the decoder and the encoder. It is read
+// as a presentation state too.
 
 #include "platform/attributes.h"
 #include "platform/dcmtk/DcmtkLibrary.h"
 #include "platform/error.h"
+#include "sr/PresentationState.h"
 #include "tests/fuzz/Entry.h"
 
 #include <array>
@@ -25,6 +27,14 @@ void ReadItems(const DicomDataSet& dataSet, int depth) {
             ReadItems(*item, depth - 1);
 }
 
+/// As a presentation state of itself, for want of another image.
+void ReadState(const DicomDataSet& state) {
+    try {
+        ReadPresentationState(state, state, 0);
+    } catch (const Error&) {
+    }
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
@@ -40,6 +50,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
         list->LoadFile(file.Path());
         list->GetElementValue(0, attribute::ContentDate);
         ReadItems(*list->Item(0), 6);
+        ReadState(*list->Item(0));
         list->AddDataSet(0);
         list->Item(1)->SaveToFile("/dev/null/nowhere");
     } catch (const Error&) {
