@@ -147,6 +147,16 @@ TEST_F(PresentationStates, TheSideOfTheBodyIsTakenFromTheImage) {
     EXPECT_EQ(Text(Make(ViewParameters{}), attribute::Laterality), "L");
 }
 
+TEST_F(PresentationStates, AFrameOfSeveralIsNamedByItsNumber) {
+    const auto frameNamed = [&](const DataSetHandle& state) {
+        const auto series = state->GetSequenceItem(attribute::ReferencedSeriesSequence, 0);
+        return Text(series->GetSequenceItem(attribute::ReferencedImageSequence, 0), attribute::ReferencedFrameNumber);
+    };
+    EXPECT_EQ(frameNamed(Make(ViewParameters{})), "");
+    image->SetValue(attribute::NumberOfFrames, 0, "5");
+    EXPECT_EQ(frameNamed(Make(ViewParameters{.displayedArea = {}, .frame = 2})), "3");
+}
+
 TEST_F(PresentationStates, OneOfAnotherImageIsRefused) {
     const auto state = Make(ViewParameters{});
     image->SetValue(SopInstanceUid, 0, "1.2.3.1.2");
