@@ -43,7 +43,7 @@ public:
     bool Fill(const PrintRow& row) { return FillPrintTable(global, row); }
     /// Prints as the editor does; the rows that the page was filled from.
     auto Print(const PrintRow& row) {
-        ShowPrintReport(global, printer, row);
+        ShowPrintReport(global, printer, row, {});
         return printer.shown.back().rows;
     }
     std::vector<std::string> Messages() const { return outside_.windows.Texts(); }
