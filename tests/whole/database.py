@@ -1,12 +1,17 @@
-"""A catalogue on a database server that can be stopped, started again and frozen, also in the middle of an action."""
+"""A catalogue on a database server that can be stopped, started again and frozen, also in the middle of an action.
+
+Of the engine that DATABASE_ENGINE names (postgresql where it is not set), with database and roles as
+docs/installation.md has them made."""
 
 import csv
 import os
+import re
 import shutil
 import signal
 import socket
 import subprocess
 import threading
+import unittest
 from pathlib import Path
 
 from person.driver import wait_until
@@ -14,43 +19,50 @@ from person.workstation import CODES, FOLDER, HOSPITAL, PHYSICIAN, ask, replace_
 from service import free_port
 from storage import StorageService, copy, serve_all, shut
 
-ROLE = "orbenta"
+INSTALLATION = Path(__file__).resolve().parents[2] / "docs/installation.md"
+ENGINE = os.environ.get("DATABASE_ENGINE", "postgresql")
+DATABASE, OWNER, ROLE = "orbenta", "orbenta_owner", "orbenta"
+PASSWORD = "..."  # as the page has it
+
+
+def statements(heading):
+    """What the page has run under that heading."""
+    return re.search(rf"^    -- {heading}\n((?:    .+\n)+)", INSTALLATION.read_text(), re.MULTILINE)[1]
 
 
 class DatabaseServer:
-    """A PostgreSQL server of the workstation's own. Its programs reach it through a port that counts what they ask,
-    so that a fault can come with a certain request."""
+    """A server of the workstation's own. Its programs reach it through a port that counts what they ask, so that a
+    fault can come with a certain request. Each engine tells its account, commands and client, and makes the page's
+    database, in other words if need be."""
+
+    alone = ()  # what has only one data folder made at a time
 
     engine = "postgresql"
 
     def __init__(self):
-        self._folder = FOLDER / "postgres"
+        self._folder = FOLDER / self.account
         self._folder.mkdir()
         self._as = []
         if os.geteuid() == 0:  # the server refuses to be root's
-            shutil.chown(self._folder, "postgres", "postgres")
-            self._as = ["setpriv", "--reuid", "postgres", "--regid", "postgres", "--clear-groups"]
+            shutil.chown(self._folder, self.account, self.account)
+            self._as = ["setpriv", "--reuid", self.account, "--regid", self.account, "--clear-groups"]
             FOLDER.chmod(0o711)
-        self._programs = max(Path("/usr/lib/postgresql").glob("*/bin"), key=lambda path: int(path.parent.name))
-        self._run("initdb", "-D", "data", "-U", ROLE, "-A", "trust", "-E", "UTF8", "--locale=C.UTF-8", "--no-sync")
+        subprocess.run([*self.alone, *self._as, *self._making()], cwd=self._folder, check=True,
+                       stdout=subprocess.DEVNULL)
         self._server = None
         self._lock = threading.RLock()  # a fault may come from the gate's thread
         self._own_port, self.port = free_port(), free_port()
         self._gate = _Gate(self.port, self._own_port)
         self.start()
+        self.make_database()
 
-    def _command(self, name, *arguments):
-        return [*self._as, str(self._programs / name), *arguments]
+    def ask(self, statement, role=ROLE):
+        """The rows that the catalogue answers, past the port that counts."""
+        return list(self._rows(self.run(statement, role, check=True).stdout))
 
-    def _run(self, name, *arguments):
-        subprocess.run(self._command(name, *arguments), cwd=self._folder, check=True, stdout=subprocess.DEVNULL)
-
-    def create_database(self):
-        subprocess.run(["createdb", "-h", "127.0.0.1", "-p", str(self._own_port), "-U", ROLE, ROLE], check=True)
-
-    def query(self, statement):
-        """Past the port that counts."""
-        return ask_postgresql(statement, self._own_port)
+    def run(self, statements, role, database=DATABASE, **how):
+        """The engine's own client."""
+        return subprocess.run(self._client(role, database), input=statements, capture_output=True, text=True, **how)
 
     def start(self):
         with self._lock:
@@ -58,12 +70,10 @@ class DatabaseServer:
                 self._start()
 
     def _start(self):
-        with open(FOLDER / "logs" / "postgres.log", "a") as log:
-            self._server = subprocess.Popen(
-                self._command("postgres", "-D", "data", "-p", str(self._own_port), "-k", str(self._folder), "-c",
-                              "fsync=off"), cwd=self._folder, stdout=log, stderr=log)
-        wait_until(lambda: subprocess.run(["pg_isready", "-q", "-h", "127.0.0.1", "-p", str(self._own_port)])
-                   .returncode == 0, "the database server", 30)
+        with open(FOLDER / "logs" / f"{self.account}.log", "a") as log:
+            self._server = subprocess.Popen([*self._as, *self._serving()], cwd=self._folder, stdout=log, stderr=log)
+        wait_until(lambda: self.run("SELECT 1;", self.administrator, self.any_database).returncode == 0,
+                   "the database server", 30)
         self._gate.open()
 
     def stop(self):
@@ -72,7 +82,7 @@ class DatabaseServer:
             if self._server.poll() is None:
                 self.go_on()
                 self._gate.close()
-                self._server.send_signal(signal.SIGQUIT)
+                self._server.send_signal(self.sudden_end)
                 self._server.wait(20)
 
     def restart(self):
@@ -93,56 +103,102 @@ class DatabaseServer:
         for process in (self._server.pid, *_children(self._server.pid)):
             os.kill(process, number)
 
-    def at_request(self, count, fault):
-        """Has `fault` come just before that many further requests have been passed on."""
-        self._gate.plan(count, fault)
+    def at_request(self, which, fault):
+        """Has `fault` come just before a request is passed on: the one of that number from now on, or the next one that
+        holds that text."""
+        self._gate.plan(which, fault)
 
     def requests(self):
         """How much has been asked since the last `at_request`."""
         return self._gate.count
 
 
+class PostgresqlServer(DatabaseServer):
+
+    account = administrator = any_database = "postgres"
+    sudden_end = signal.SIGQUIT
+
+    def _making(self):
+        return (self._program("initdb"), "-D", "data", "-U", self.administrator, "-A", "trust", "-E", "UTF8",
+                "--locale=C.UTF-8", "--no-sync")
+
+    def _serving(self):
+        return (self._program("postgres"), "-D", "data", "-p", str(self._own_port), "-k", str(self._folder),
+                "-c", "fsync=off")
+
+    def _program(self, name):
+        # Debian keeps the server's programs out of the path.
+        return str(max(Path("/usr/lib/postgresql").glob("*/bin"), key=lambda path: int(path.parent.name)) / name)
+
+    def make_database(self, words=str):
+        self.run(words(statements("PostgreSQL, as the administrator")), self.administrator, self.any_database,
+                 check=True)
+        self.run(words(statements("PostgreSQL, connected to the database as orbenta_owner")), words(OWNER),
+                 words(DATABASE), check=True)
+
+    def _client(self, role, database):
+        address = f"host=127.0.0.1 port={self._own_port} user={role} dbname={database}"
+        return ["psql", "-X", "-q", "--csv", "-t", "-v", "ON_ERROR_STOP=1", "-d", address]
+
+    def _rows(self, said):
+        return map(tuple, csv.reader(said.splitlines()))
+
+
+class MariadbServer(DatabaseServer):
+
+    account, administrator, any_database = "mysql", "root", "mysql"
+    sudden_end = signal.SIGKILL
+    # Two that are made at the same moment have failed one another.
+    alone = ("flock", f"/tmp/tavrel-engines.{os.geteuid()}.lock")
+
+    def _making(self):
+        return ("mariadb-install-db", "--no-defaults", *self._folders(),
+                "--auth-root-authentication-method=normal", "--skip-test-db")
+
+    def _folders(self):
+        return f"--datadir={self._folder}/data", f"--tmpdir={self._folder}"
+
+    def _serving(self):
+        return ("mariadbd", "--no-defaults", *self._folders(), f"--port={self._own_port}", "--bind-address=127.0.0.1",
+                f"--socket={self._folder}/socket", f"--pid-file={self._folder}/pid",
+                "--character-set-server=utf8mb4", "--innodb-flush-method=nosync", "--skip-name-resolve")
+
+    def make_database(self, words=str):
+        self.run(words(statements("MariaDB, as the administrator")), self.administrator, self.any_database, check=True)
+
+    def _client(self, role, database):
+        way = ([f"--socket={self._folder}/socket"] if role == self.administrator else
+               ["--protocol=tcp", "--host=127.0.0.1", f"--port={self._own_port}", f"--password={PASSWORD}"])
+        # A backslash is a character, as in the programs' connections.
+        return ["mariadb", "--no-defaults", *way, f"--user={role}", "--init-command",
+                "SET SESSION sql_mode='STRICT_ALL_TABLES,NO_BACKSLASH_ESCAPES'", "--raw", "-NB", database]
+
+    def _rows(self, said):
+        return (tuple(line.split("\t")) for line in said.splitlines())
+
+
+def catalogue_on_a_server():
+    """The workstation's catalogue is on a server from now on, which ends with the test's module."""
+    server = {"postgresql": PostgresqlServer, "mariadb": MariadbServer}[ENGINE]()
+    unittest.addModuleCleanup(server.stop)
+    _move_catalogue_to(server)
+    return server
+
+
 def _children(process):
     return [int(child) for child in Path(f"/proc/{process}/task/{process}/children").read_text().split()]
 
 
-def ask_postgresql(statement, port):
-    said = subprocess.run(["psql", "-X", "-q", "--csv", "-t", "-h", "127.0.0.1", "-p", str(port), "-U", ROLE, "-d", ROLE,
-                           "-c", statement], check=True, capture_output=True, text=True)
-    return [tuple(row) for row in csv.reader(said.stdout.splitlines())]
-
-
-def ask_mariadb(statement, port):
-    said = subprocess.run(["mariadb", "--batch", "--raw", "--skip-column-names", "--default-character-set=utf8mb4",
-                           "-h", "127.0.0.1", "-P", str(port), "-u", ROLE, f"-p{ROLE}", ROLE, "-e", statement],
-                          check=True, capture_output=True, text=True)
-    return [tuple(line.split("\t")) for line in said.stdout.splitlines()]
-
-
-class EngineServer:
-    """A server of tests/support/engines, beside which the tests run then. Its role's password is its name."""
-
-    def __init__(self, engine):
-        self.engine = engine
-        self.port = int(os.environ["PGPORT" if engine == "postgresql" else "MYSQL_TCP_PORT"])
-
-    def create_database(self):
-        pass  # it is there
-
-    def query(self, statement):
-        return (ask_postgresql if self.engine == "postgresql" else ask_mariadb)(statement, self.port)
-
-
-def move_catalogue_to(server):
-    """The workstation's catalogue is on that server from now on, with the same settings."""
+def _move_catalogue_to(server):
+    """With the same settings."""
     port, title = ask("SELECT Port, AETitle FROM Port")[0]
     password = FOLDER / "password"
-    password.write_text(ROLE)
-    _catalogue("odbc", "--engine", server.engine, "--database", ROLE, "--user", ROLE, "--password-file", str(password),
-               "--server", "127.0.0.1", "--port", str(server.port))
-    server.create_database()
-    replace_catalogue(server.query)
-    _catalogue("init")
+    password.write_text(PASSWORD + "\n")
+    for role, *entry in ((OWNER, "--dsn", "OrbentaOwner"), (ROLE,)):
+        _catalogue("odbc", "--engine", ENGINE, "--server", "127.0.0.1", "--port", str(server.port), "--database",
+                   DATABASE, "--user", role, "--password-file", str(password), *entry)
+    _catalogue("init", "--dsn", "OrbentaOwner")
+    replace_catalogue(server.ask)
     _catalogue("site", "--base-uid", "2.999.1", "--organization", HOSPITAL, "--node", "ORBENTA")
     _catalogue("user", subprocess.run(["id", "-un"], capture_output=True, text=True).stdout.strip(),
                "--signature", PHYSICIAN)
@@ -168,9 +224,9 @@ class _Gate:
         self._lock = threading.Lock()
         self.plan(0, None)
 
-    def plan(self, count, fault):
+    def plan(self, which, fault):
         with self._lock:
-            self.count, self._at, self._fault = 0, count, fault
+            self.count, self._which, self._fault = 0, which, fault
 
     def open(self):
         # The port may still hold connections that have ended.
@@ -186,18 +242,29 @@ class _Gate:
     def _pass(self, caller):
         with caller, socket.create_connection(("127.0.0.1", self._target)) as server:
             self._ends += [caller, server]
+            for end in (caller, server):
+                end.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)  # as between the two
             threading.Thread(target=copy, args=(server, caller), daemon=True).start()
             try:
                 while asked := caller.recv(65536):
-                    self._counted()
+                    if not _awaits_nothing(asked):
+                        self._counted(asked)
                     server.sendall(asked)
             except OSError:
                 pass
             shut(server)
 
-    def _counted(self):
+    def _counted(self, asked):
         with self._lock:
             self.count += 1
-            fault = self._fault if self.count == self._at else None
+            met = self.count == self._which or (isinstance(self._which, str) and self._which.encode() in asked)
+            fault = self._fault if met else None
+            if met:
+                self._fault = None
         if fault:
             fault()
+
+
+def _awaits_nothing(asked):
+    """MariaDB's word that a statement is done with, which comes alone or with the next request."""
+    return asked.startswith(b"\5\0\0\0\x19") and len(asked) == 9

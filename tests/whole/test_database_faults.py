@@ -2,10 +2,9 @@
 and that it goes on."""
 
 import time
-import unittest
 
 from case import PICTURES, SystemTest, ViewerTest, end
-from database import DatabaseServer, move_catalogue_to
+from database import catalogue_on_a_server
 from faults import STORING, WAITING, Approving, Coding, Opening, Printing, Saving, expect_done, expect_waiting
 from person.driver import wait_until
 from person.pictures import screenshot
@@ -16,14 +15,13 @@ UNSENT = FOLDER / "state" / "tavrel" / "unsent"
 GONE = "database cannot be opened: |connection to the database was lost: "
 SILENT = "The database has not answered for 20 seconds."
 BOUND = 20  # seconds for one answer of the database
+AUDIT, FILING = "INSERT INTO History", "SELECT ID FROM Patient"  # requests of an opening and of a storing
 MOST_REQUESTS = 40  # of one action
 
 
 def setUpModule():
     global server
-    server = DatabaseServer()
-    unittest.addModuleCleanup(server.stop)
-    move_catalogue_to(server)
+    server = catalogue_on_a_server()
 
 
 class DatabaseTest(SystemTest):
@@ -69,10 +67,10 @@ class AServerThatEnds(DatabaseTest):
         return action
 
     def test_in_the_middle_of_an_opening_leaves_the_open_report(self):
-        self.expect_told(Opening, 8)
+        self.expect_told(Opening, AUDIT)
 
     def test_in_the_middle_of_a_save_loses_no_version(self):
-        action = self.expect_told(Saving, 8)
+        action = self.expect_told(Saving, FILING)
         action.report.close()
         self.assertEqual(self.open(self.study).versions.count(), 3)
 
@@ -83,7 +81,7 @@ class AServerThatEnds(DatabaseTest):
         self.expect_told(Coding, 1)
 
     def test_in_the_middle_of_printing_leaves_a_report_that_can_be_printed(self):
-        self.expect_told(Printing, 6)
+        self.expect_told(Printing, "Update Report")
 
 
 class AServerThatEndsWithAnyRequest(DatabaseTest):
@@ -156,19 +154,19 @@ class AServerThatFallsSilent(DatabaseTest):
         expect_done(self, action)
 
     def test_for_a_moment_of_an_opening_is_waited_for(self):
-        self.expect_waited_for(Opening, 8)
+        self.expect_waited_for(Opening, AUDIT)
 
     def test_for_a_moment_of_a_save_is_waited_for(self):
-        self.expect_waited_for(Saving, 2)
+        self.expect_waited_for(Saving, "FROM Port")
 
     def test_for_a_moment_of_storing_is_waited_for(self):
-        self.expect_waited_for(Saving, 8, STORING)
+        self.expect_waited_for(Saving, FILING, STORING)
 
     def test_for_a_moment_of_coding_is_waited_for(self):
         self.expect_waited_for(Coding, 1)
 
     def test_for_a_moment_of_printing_is_waited_for(self):
-        self.expect_waited_for(Printing, 6)
+        self.expect_waited_for(Printing, "Update Report")
 
 
 class AServerThatStaysSilent(DatabaseTest):
@@ -194,13 +192,13 @@ class AServerThatStaysSilent(DatabaseTest):
         expect_done(self, action)
 
     def test_in_the_middle_of_an_opening_leaves_the_open_report(self):
-        self.expect_given_up(Opening, 8)
+        self.expect_given_up(Opening, AUDIT)
 
     def test_before_a_save_is_told_and_keeps_what_is_typed(self):
         self.expect_given_up(Saving, 1)
 
     def test_while_the_version_is_stored_loses_no_version(self):
-        self.expect_given_up(Saving, 8, answers=2)  # the service's, and that with the list of headings
+        self.expect_given_up(Saving, FILING, answers=2)  # the service's, and that with the list of headings
 
     def test_before_an_approval_leaves_a_report_that_can_be_approved(self):
         self.expect_given_up(Approving, 1)
@@ -209,7 +207,7 @@ class AServerThatStaysSilent(DatabaseTest):
         self.expect_given_up(Coding, 1)
 
     def test_in_the_middle_of_printing_leaves_a_report_that_can_be_printed(self):
-        self.expect_given_up(Printing, 6)
+        self.expect_given_up(Printing, "Update Report")
 
 
 class TheViewersSearch(ViewerTest):

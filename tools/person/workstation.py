@@ -12,21 +12,21 @@ STUDIES = FOLDER / "studies"
 HOSPITAL = "Orbenta General Hospital"
 PHYSICIAN = "Bianchi^Anna"
 CODES = Path(__file__).resolve().parents[2] / "suite" / "catalogue" / "codes"
-_query = None  # of the catalogue's server, if it is no file
+_ask_server = None  # of the catalogue, if it is no file
 
 
-def replace_catalogue(query):
-    """The catalogue is on a server from now on, of which `query` answers the rows of a statement."""
-    global _query
-    _query = query
+def replace_catalogue(ask_server):
+    """The catalogue is on a server from now on; what is given answers a statement's rows."""
+    global _ask_server
+    _ask_server = ask_server
 
 
 def ask(statement, *values):
     """The rows that the catalogue answers; a server's are texts."""
-    if _query:
+    if _ask_server:
         for value in values:
             statement = statement.replace("?", "'{}'".format(str(value).replace("'", "''")), 1)
-        return _query(statement)
+        return _ask_server(statement)
     catalogue = sqlite3.connect(FOLDER / "catalogue.db", timeout=10)
     try:
         with catalogue:
