@@ -56,9 +56,9 @@ class DatabaseServer:
         self.start()
         self.make_database()
 
-    def ask(self, statement, role=ROLE):
+    def ask(self, statement):
         """The rows that the catalogue answers, past the port that counts."""
-        return list(self._rows(self.run(statement, role, check=True).stdout))
+        return list(self._rows(self.run(statement, ROLE, check=True).stdout))
 
     def run(self, statements, role, database=DATABASE, **how):
         """The engine's own client."""
