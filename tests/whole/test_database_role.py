@@ -5,7 +5,7 @@ import re
 import subprocess
 
 from case import SystemTest, ViewerTest
-from database import ENGINE, INSTALLATION, ROLE, catalogue_on_a_server
+from database import ENGINE, INSTALLATION, OWNER, ROLE, catalogue_on_a_server
 from person.driver import wait_until
 from person.editor import SEARCH
 from person.studies import Study
@@ -72,6 +72,13 @@ class TheRoleOfTheDailyWork(SystemTest):
         subprocess.run(["orbenta-catalogue", "check", "--mend"], stdout=subprocess.DEVNULL)
         self.assertEqual(ask("SELECT count(*) FROM Image WHERE SeriesInstanceUID = ?", study.series_uid), [("1",)])
         subprocess.run(["orbenta-catalogue", "check"], check=True, stdout=subprocess.DEVNULL)
+
+    def test_leaves_a_missing_column_to_the_owner(self):
+        server.run("ALTER TABLE Study DROP COLUMN AccessionNumber", OWNER, check=True)
+        subprocess.run(["orbenta-catalogue", "check", "--mend"], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        self.assertNotEqual(server.run("SELECT AccessionNumber FROM Study", ROLE).returncode, 0)
+        subprocess.run(["orbenta-catalogue", "check", "--mend", "--dsn", "OrbentaOwner"], stdout=subprocess.DEVNULL)
+        self.assertEqual(server.run("SELECT AccessionNumber FROM Study", ROLE).returncode, 0)
 
     def test_is_refused_what_the_page_names(self):
         for statement in refused_statements():
