@@ -37,8 +37,6 @@ class DatabaseServer:
 
     alone = ()  # what has only one data folder made at a time
 
-    engine = "postgresql"
-
     def __init__(self):
         self._folder = FOLDER / self.account
         self._folder.mkdir()

@@ -1,7 +1,7 @@
 """Names in every writing: right on the screen, in the file and in the catalogue, or refused with a clear
 word and not stored.
 
-With CATALOGUE_ENGINE, and beside tests/support/engines, the catalogue is on that server."""
+With DATABASE_ENGINE the catalogue is on a server of that engine."""
 
 import csv
 import os
@@ -12,7 +12,7 @@ from pathlib import Path
 import pydicom
 
 from case import SystemTest, WorkstationTest
-from database import EngineServer, move_catalogue_to
+from database import catalogue_on_a_server
 from person.driver import wait_until
 from person.studies import Study, reading_of, title_of
 from person.viewer import Viewer
@@ -31,8 +31,8 @@ SAMPLES = {
 
 
 def setUpModule():
-    if engine := os.environ.get("CATALOGUE_ENGINE"):
-        move_catalogue_to(EngineServer(engine))
+    if "DATABASE_ENGINE" in os.environ:
+        catalogue_on_a_server()
 
 
 def set_form(form):
