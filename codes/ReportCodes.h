@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/controls.h"
-#include "sr/ContentNode.h"
+#include "sr/content/ContentNode.h"
 
 #include <string>
 #include <string_view>
@@ -10,9 +10,6 @@
 namespace tavrel {
 
 class DcmSRDocument;
-
-/// The coding scheme of codes that a site has defined itself, not a published scheme.
-inline constexpr std::string_view OwnScheme = "99SS";
 
 /// What a version says in codes beside its heading.
 struct ReportCodes {

@@ -190,7 +190,7 @@ void frmBase::AddStandardCode() {
     if (rows->AtBeginning() && rows->AtEnd()) {
         rows->AddNew();
         rows->SetField("CodeValue", txtNewCode.Text());
-        rows->SetField("CodeScheme", OwnScheme);
+        rows->SetField("CodeScheme", PrivateScheme);
         rows->SetField("CodeMeaning", meaning);
         rows->Update();
         stored = true;

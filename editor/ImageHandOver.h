@@ -4,7 +4,7 @@
 #include "editor/ReportOwner.h"
 #include "host/Global.h"
 #include "platform/error.h"
-#include "sr/ImagePresentationContext.h"
+#include "sr/content/ImagePresentationContext.h"
 
 #include <cstddef>
 #include <map>

@@ -8,8 +8,8 @@
 #include "platform/text.h"
 #include "platform/uid.h"
 #include "sr/DcmSRDocument.h"
-#include "sr/NewUid.h"
 #include "sr/UnsentVersion.h"
+#include "sr/content/NewUid.h"
 #include "sr/forms/InterchangeTree.h"
 
 #include <algorithm>

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "host/Global.h"
-#include "sr/ImagePresentationContext.h"
 #include "sr/PresentationState.h"
-#include "sr/ReferencedImage.h"
+#include "sr/content/ImagePresentationContext.h"
+#include "sr/content/ReferencedImage.h"
 
 #include <cstddef>
 #include <map>

@@ -24,7 +24,7 @@ std::vector<ContentNode> Writable(std::vector<ContentNode> entries, std::string_
         if (const auto fault = CodeFault(code, scheme, meaning); !fault.empty())
             Refuse(place, fault);
         if (Trimmed(scheme).empty())
-            scheme = OwnScheme;
+            scheme = PrivateScheme;
     }
     return entries;
 }

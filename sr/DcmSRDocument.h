@@ -1,10 +1,10 @@
 #pragma once
 
 #include "host/Global.h"
-#include "sr/ContentNode.h"
-#include "sr/ObservationContext.h"
-#include "sr/ReferencedImage.h"
 #include "sr/UnsentVersion.h"
+#include "sr/content/ContentNode.h"
+#include "sr/content/ObservationContext.h"
+#include "sr/content/ReferencedImage.h"
 
 #include <cstdint>
 #include <memory>

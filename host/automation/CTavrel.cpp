@@ -10,7 +10,7 @@
 #include "platform/limits.h"
 #include "platform/text.h"
 #include "sr/DcmSRDocument.h"
-#include "sr/ImagePresentationContext.h"
+#include "sr/content/ImagePresentationContext.h"
 
 #include <optional>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/dicom.h"
-#include "sr/ContentNode.h"
+#include "sr/content/ContentNode.h"
 
 #include <string>
 #include <string_view>
@@ -22,9 +22,6 @@ struct Concept {
 
 /// "Basic Diagnostic Imaging Report" (DICOM PS3.16).
 inline constexpr std::string_view DiagnosticReportTemplate = "2000";
-
-/// The program's own coding scheme.
-inline constexpr std::string_view PrivateScheme = "99SS";
 
 namespace concepts {
 

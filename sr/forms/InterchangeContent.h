@@ -1,9 +1,9 @@
 #pragma once
 
 #include "platform/dicom.h"
-#include "sr/ContentNode.h"
-#include "sr/ObservationContext.h"
-#include "sr/ReferencedImage.h"
+#include "sr/content/ContentNode.h"
+#include "sr/content/ObservationContext.h"
+#include "sr/content/ReferencedImage.h"
 
 #include <string>
 #include <string_view>

@@ -6,7 +6,7 @@
 #include "platform/limits.h"
 #include "platform/text.h"
 #include "platform/uid.h"
-#include "sr/NewUid.h"
+#include "sr/content/NewUid.h"
 #include "sr/forms/Concepts.h"
 #include "sr/forms/InterchangeContent.h"
 #include "sr/forms/InterchangeTree.h"

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/dicom.h"
-#include "sr/ContentNode.h"
+#include "sr/content/ContentNode.h"
 
 #include <string_view>
 #include <utility>

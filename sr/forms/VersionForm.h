@@ -2,9 +2,9 @@
 
 #include "host/Global.h"
 #include "platform/dicom.h"
-#include "sr/ContentNode.h"
-#include "sr/ObservationContext.h"
-#include "sr/ReferencedImage.h"
+#include "sr/content/ContentNode.h"
+#include "sr/content/ObservationContext.h"
+#include "sr/content/ReferencedImage.h"
 
 #include <initializer_list>
 #include <memory>

@@ -8,7 +8,7 @@
 #include "platform/attributes.h"
 #include "platform/error.h"
 #include "sr/DcmSRDocument.h"
-#include "sr/ImagePresentationContext.h"
+#include "sr/content/ImagePresentationContext.h"
 #include "tests/support/FakeReportPrinter.h"
 #include "tests/support/FakeServiceEvents.h"
 #include "tests/support/FakeTimer.h"

@@ -1,7 +1,7 @@
-#include "sr/ContentNode.h"
+#include "sr/content/ContentNode.h"
 #include "host/Text.h"
 #include "platform/attributes.h"
-#include "sr/ObservationContext.h"
+#include "sr/content/ObservationContext.h"
 #include "tests/support/Workstation.h"
 
 #include <gtest/gtest.h>

@@ -3,7 +3,7 @@
 #include "editor/ImageHandOver.h"
 #include "platform/dbus/DbusViewerLink.h"
 #include "platform/dbus/ViewParametersMap.h"
-#include "sr/ImagePresentationContext.h"
+#include "sr/content/ImagePresentationContext.h"
 #include "suite/lumaret/ImageView.h"
 #include "suite/lumaret/TavrelClient.h"
 #include "tests/platform/dbus/PrivateBus.h"

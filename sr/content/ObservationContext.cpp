@@ -1,4 +1,4 @@
-#include "sr/ObservationContext.h"
+#include "sr/content/ObservationContext.h"
 
 #include "host/Text.h"
 #include "platform/attributes.h"

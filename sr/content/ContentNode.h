@@ -8,6 +8,9 @@
 
 namespace tavrel {
 
+/// The coding scheme of codes that no published scheme has: the program's own, and those that a site has defined.
+inline constexpr std::string_view PrivateScheme = "99SS";
+
 /// Writes a coded concept (DICOM PS3.3, 8.8) into a code sequence. A negative `itemIndex` appends
 /// and becomes the new item's index; an existing item at that index is replaced.
 void AppendCodeItem(DicomLibrary& dicom, DicomDataSet& dataSet, Tag sequence, std::string_view codeScheme,

@@ -1,4 +1,4 @@
-#include "sr/ContentNode.h"
+#include "sr/content/ContentNode.h"
 
 #include "host/Text.h"
 #include "platform/attributes.h"

@@ -1,4 +1,4 @@
-#include "sr/NewUid.h"
+#include "sr/content/NewUid.h"
 
 #include "platform/limits.h"
 
