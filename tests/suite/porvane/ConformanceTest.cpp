@@ -47,14 +47,13 @@ protected:
             const std::size_t end = std::min(from + MostContexts, offers.size());
             for (std::size_t at = from; at < end; ++at) {
                 OFList<OFString> syntaxes;
-                syntaxes.emplace_back(offers[at].transferSyntax.c_str());
-                caller.addPresentationContext(offers[at].abstractSyntax.c_str(), syntaxes);
+                syntaxes.emplace_back(offers[at].transferSyntax);
+                caller.addPresentationContext(offers[at].abstractSyntax, syntaxes);
             }
             EXPECT_TRUE(caller.initNetwork().good());
             static_cast<void>(caller.negotiateAssociation()); // fails where nothing is taken
             for (std::size_t at = from; at < end; ++at)
-                if (caller.findPresentationContextID(offers[at].abstractSyntax.c_str(),
-                                                     offers[at].transferSyntax.c_str()) != 0)
+                if (caller.findPresentationContextID(offers[at].abstractSyntax, offers[at].transferSyntax) != 0)
                     taken.push_back(offers[at]);
             if (caller.isConnected())
                 caller.releaseAssociation();
@@ -75,6 +74,7 @@ TEST_F(ServiceConformance, TakesTheSopClassesOfThePageAndNoOther) {
                   UID_FINDModalityWorklistInformationModel, UID_StorageCommitmentPushModelSOPClass,
                   UID_ModalityPerformedProcedureStepSOPClass, UID_MediaStorageDirectoryStorage});
     std::vector<Offer> offers;
+    offers.reserve(known.size());
     for (const auto& uid : known)
         offers.push_back({uid, UID_LittleEndianExplicitTransferSyntax});
     std::set<std::string> taken;
