@@ -1,4 +1,6 @@
+#include "platform/attributes.h"
 #include "platform/dcmtk/DicomValues.h"
+#include "sr/PresentationState.h"
 #include "tests/support/DocumentTable.h"
 #include "tests/support/ElementDump.h"
 #include "tests/support/ReadBytes.h"
@@ -231,6 +233,55 @@ TEST_P(Conformance, NamesEachContentItemThatIsWrittenAndNoOther) {
     for (const auto& [item, count] : versions)
         written.insert(item + Presence(count == dataSets.size()));
     EXPECT_EQ(Joined(written), Joined(page));
+}
+
+/// Presentation states of images that tell little and much, and of views that change nothing and all.
+class ConformanceOfPresentationStates : public testing::Test {
+protected:
+    DataSetHandle Image(std::initializer_list<std::pair<Attribute, const char*>> more) {
+        auto image = station.dicom->NewDataSet();
+        const std::initializer_list<std::pair<Attribute, const char*>> values = {
+            {attribute::SopClassUid, "1.2.840.10008.5.1.4.1.1.2"},
+            {attribute::SopInstanceUid, "1.2.3.1.1"},
+            {attribute::StudyInstanceUid, "1.2.3"},
+            {attribute::SeriesInstanceUid, "1.2.3.1"},
+            {attribute::Rows, "400"},
+            {attribute::Columns, "500"},
+            {attribute::PhotometricInterpretation, "MONOCHROME2"}};
+        for (const auto& list : {values, more})
+            for (const auto& [attribute, value] : list)
+                image->SetValue(attribute, 0, value);
+        return image;
+    }
+    void Make(const DataSetHandle& image, const ViewParameters& view) {
+        const auto state = MakePresentationState(*station.dicom, *image, {view, ""},
+                                                 {"1.2.999.3.1", "1.2.999.4.1", "2", 1, "Rossi^Mario", {2026, 11, 15}});
+        state->SaveToFile(station.Path("state.dcm"));
+        uses.Add(DataSetOf(station.NativePath("state.dcm")), {});
+    }
+
+    Workstation station;
+    Uses uses;
+};
+
+TEST_F(ConformanceOfPresentationStates, NamesEachAttributeThatIsWrittenAndNoOther) {
+    const AttributeTable page("#### 9.1.1.5 Presentation states: attributes");
+    Make(Image({}), {});
+    Make(Image({{attribute::StudyDescription, "Chest"},
+                {attribute::IssuerOfPatientId, "Orbenta"},
+                {attribute::BodyPartExamined, "CHEST"},
+                {attribute::NumberOfFrames, "3"},
+                {attribute::PixelSpacing, R"(0.5\0.5)"},
+                {attribute::RescaleSlope, "1"},
+                {attribute::RescaleIntercept, "-1024"}}),
+         {.displayedArea = {}, .windowCenter = 40, .windowWidth = 400, .gamma = 2.2F});
+    const auto image = Image({});
+    const auto table = station.dicom->NewDataSet();
+    table->SetValue(attribute::LutDescriptor, 0, R"(2\0\16)");
+    table->SetValue(attribute::LutData, 0, R"(0\65535)");
+    image->SetSequenceItem(attribute::ModalityLutSequence, 0, table);
+    Make(image, {});
+    EXPECT_EQ(Joined(uses.Lines(page.fixedValues)), Joined(page.lines));
 }
 
 INSTANTIATE_TEST_SUITE_P(
