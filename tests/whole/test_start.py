@@ -142,7 +142,7 @@ class ACreation(SystemTest):
     def test_without_site_data_says_so_and_ends(self):
         [site] = ask("SELECT BaseUID, Organization FROM SiteData")
         ask("DELETE FROM SiteData")
-        self.addCleanup(ask, "INSERT INTO SiteData VALUES (?, ?)", *site)
+        self.addCleanup(ask, "INSERT INTO SiteData (BaseUID, Organization) VALUES (?, ?)", *site)
 
         self.assertGreater(len(self.failed_start(self.new_client())), len("Quendor.Init: "))
 
