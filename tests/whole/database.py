@@ -168,7 +168,7 @@ class MariadbServer(DatabaseServer):
         way = ([f"--socket={self._folder}/socket"] if role == self.administrator else
                ["--protocol=tcp", "--host=127.0.0.1", f"--port={self._own_port}", f"--password={PASSWORD}"])
         # A backslash is a character, as in the programs' connections.
-        return ["mariadb", "--no-defaults", *way, f"--user={role}", "--init-command",
+        return ["mariadb", "--no-defaults", "--default-character-set=utf8mb4", *way, f"--user={role}", "--init-command",
                 "SET SESSION sql_mode='STRICT_ALL_TABLES,NO_BACKSLASH_ESCAPES'", "--raw", "-NB", database]
 
     def _rows(self, said):
