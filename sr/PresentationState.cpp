@@ -23,6 +23,7 @@ namespace a = attribute;
 constexpr int QuarterTurn = 90;
 constexpr int GammaEntries = 256; // the viewer's own grey levels
 constexpr double LargestP = 65535;
+constexpr int MostLutEntries = 65536;
 constexpr std::string_view Utf8 = "ISO_IR 192";
 constexpr std::string_view LutNamePrefix = "Look-up table: ";
 
@@ -241,14 +242,15 @@ std::int16_t Pixel(int value) {
 
 void ReadArea(const DicomDataSet& item, ViewParameters& view) {
     const auto of = [&](const Attribute& corner, int axis) { return IntegerOf(item, corner, 0, axis); };
-    const auto columns = std::minmax(of(a::DisplayedAreaTopLeft, 0), of(a::DisplayedAreaBottomRight, 0));
-    const auto rows = std::minmax(of(a::DisplayedAreaTopLeft, 1), of(a::DisplayedAreaBottomRight, 1));
+    const auto columns = std::minmax({of(a::DisplayedAreaTopLeft, 0), of(a::DisplayedAreaBottomRight, 0)});
+    const auto rows = std::minmax({of(a::DisplayedAreaTopLeft, 1), of(a::DisplayedAreaBottomRight, 1)});
     view.displayedArea = {Pixel(columns.first - 1), Pixel(rows.first - 1), Pixel(columns.second), Pixel(rows.second)};
 }
 
 /// A table is taken for a gamma curve through its middle, and for inverse when it falls.
 void ReadTable(const DicomDataSet& table, ViewParameters& view, bool& inverse) {
-    const int entries = IntegerOf(table, a::LutDescriptor, 0, 0);
+    const int described = IntegerOf(table, a::LutDescriptor, 0, 0);
+    const int entries = described == 0 ? MostLutEntries : described; // 16 bits cannot say as many
     const double first = NumberOf(table, a::LutData, 0).value_or(0);
     const double last = NumberOf(table, a::LutData, entries - 1).value_or(0);
     inverse = last < first;

@@ -187,6 +187,25 @@ TEST_F(PresentationStates, OfSeveralFramesTheOneAskedForIsRead) {
     EXPECT_EQ(ReadPresentationState(*state, *image, 3).view.displayedArea.right, 0);
 }
 
+TEST_F(PresentationStates, AnAreaIsReadWhicheverCornersItsMakerNames) {
+    const auto state = Make(ViewParameters{});
+    AreaOf(state)->SetValue(attribute::DisplayedAreaTopLeft, 0, R"(300\21)");
+    AreaOf(state)->SetValue(attribute::DisplayedAreaBottomRight, 0, R"(11\200)");
+    EXPECT_EQ(ReadPresentationState(*state, *image, 0).view.displayedArea, (ViewParameters::Area{10, 20, 300, 200}));
+}
+
+/// 65,536 entries have the number 0 (DICOM PS3.3, C.11.6.1).
+TEST_F(PresentationStates, ATableOfAllEntriesThatRisesIsNotInverse) {
+    const auto state = Make(ViewParameters{.displayedArea = {}, .gamma = 2});
+    const auto table = state->GetSequenceItem(attribute::PresentationLutSequence, 0);
+    table->SetValue(attribute::LutDescriptor, 0, R"(0\0\16)");
+    std::string data = "1";
+    for (int entry = 1; entry < 65536; ++entry)
+        data += "\\" + std::to_string(entry);
+    table->SetValue(attribute::LutData, 0, data);
+    EXPECT_FALSE(ReadPresentationState(*state, *image, 0).view.inverted);
+}
+
 TEST_F(PresentationStates, ATableOfAnotherMakerIsNoReasonToFail) {
     const auto state = Make(ViewParameters{.displayedArea = {}, .gamma = 2});
     const auto table = state->GetSequenceItem(attribute::PresentationLutSequence, 0);
