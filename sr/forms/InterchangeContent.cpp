@@ -6,6 +6,7 @@
 #include "platform/uid.h"
 #include "sr/forms/Concepts.h"
 
+#include <algorithm>
 #include <charconv>
 #include <map>
 #include <optional>
@@ -112,7 +113,9 @@ private:
     }
 
     bool TakeHeading(const DicomDataSet& item) {
-        if (!Is(item, "HAS CONCEPT MOD", "TEXT", concepts::EquivalentMeaning))
+        // Another code would be lost: it is not written beside such words.
+        if (!Is(item, "HAS CONCEPT MOD", "TEXT", concepts::EquivalentMeaning) ||
+            !concepts::DiagnosticImagingReport.Is(content_.title))
             return false;
         content_.title.CodeScheme.clear();
         content_.title.Code.clear();
@@ -162,9 +165,12 @@ private:
         if (ValueOf(item, attribute::RelationshipType) != "CONTAINS" ||
             ValueOf(item, attribute::ValueType) != "IMAGE" ||
             item.GetSequenceItemCount(attribute::ContentSequence) != 0 ||
+            item.GetSequenceItemCount(attribute::ConceptNameCodeSequence) != 0 ||
             item.GetSequenceItemCount(attribute::ReferencedSopSequence) != 1)
             return false;
         const DataSetHandle reference = item.GetSequenceItem(attribute::ReferencedSopSequence, 0);
+        if (!TextOf(reference->GetValue(attribute::ReferencedFrameNumber, 1)).empty())
+            return false; // several frames
         auto& image = content_.images.emplace_back();
         image.sopClassUid = ValueOf(*reference, attribute::ReferencedSopClassUid);
         image.sopInstanceUid = ValueOf(*reference, attribute::ReferencedSopInstanceUid);
@@ -172,6 +178,7 @@ private:
         image.seriesUid = evidence_.SeriesOf(image.sopInstanceUid);
         const std::string frame = ValueOf(*reference, attribute::ReferencedFrameNumber);
         std::from_chars(frame.data(), frame.data() + frame.size(), image.frame);
+        image.frame = std::max(image.frame, 0);
         if (const DataSetHandle state = reference->GetSequenceItem(attribute::ReferencedSopSequence, 0)) {
             image.presentationSopClassUid = ValueOf(*state, attribute::ReferencedSopClassUid);
             image.presentationSopInstanceUid = ValueOf(*state, attribute::ReferencedSopInstanceUid);

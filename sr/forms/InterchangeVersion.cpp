@@ -140,7 +140,8 @@ void WriteEvidence(const ItemBuilder& version, const std::vector<ReferencedImage
     std::set<std::string> instances;
     const auto add = [&](const std::string& studyUid, const std::string& seriesUid, const std::string& classUid,
                          const std::string& instanceUid) {
-        if (instanceUid.empty() || !instances.insert(instanceUid).second)
+        // Of a file that does not tell where an instance lies nothing is made up.
+        if (studyUid.empty() || seriesUid.empty() || instanceUid.empty() || !instances.insert(instanceUid).second)
             return;
         auto study = studies.find(studyUid);
         if (study == studies.end()) {

@@ -2,6 +2,7 @@
 
 #include "platform/attributes.h"
 #include "platform/error.h"
+#include "platform/text.h"
 #include "sr/forms/ClassicVersion.h"
 #include "sr/forms/InterchangeContent.h"
 #include "sr/forms/InterchangeVersion.h"
@@ -15,12 +16,18 @@ std::unique_ptr<const VersionForm> FormOf(Global& global) {
 }
 
 std::vector<ObservationContext> SaversOf(const DicomDataSet& version) {
-    if (IsInterchange(version))
-        return Participants(version);
-    std::vector<ObservationContext> savers;
+    const bool interchange = IsInterchange(version);
+    auto savers = interchange ? Participants(version) : std::vector<ObservationContext>();
+    if (!savers.empty())
+        return savers;
+    // Another maker's interchange version may name its verifier alone.
     const int count = version.GetSequenceItemCount(attribute::VerifyingObserverSequence);
-    for (int index = 0; index < count; ++index)
-        savers.emplace_back().DicomObject(version.GetSequenceItem(attribute::VerifyingObserverSequence, index));
+    for (int index = 0; index < count; ++index) {
+        auto& saver = savers.emplace_back();
+        saver.DicomObject(version.GetSequenceItem(attribute::VerifyingObserverSequence, index));
+        if (interchange)
+            saver.ObserverName = TrimmedRight(saver.ObserverName, "^");
+    }
     return savers;
 }
 

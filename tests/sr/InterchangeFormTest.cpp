@@ -461,6 +461,65 @@ TEST_F(InterchangeForm, WithAnItemThatOnlyItsMakerKnowsIsReadOnly) {
     EXPECT_TRUE(document.ReadOnly());
 }
 
+TEST_F(InterchangeForm, WithAnImageOfWhichMoreIsSaidIsReadOnly) {
+    CreateReport();
+    document.Images({image});
+    SendAndRead();
+    const auto item = LastItem(LastCount(attribute::ContentSequence) - 1);
+    const auto reference = item->GetSequenceItem(attribute::ReferencedSopSequence, 0);
+    reference->SetValue(attribute::ReferencedFrameNumber, 0, R"(1\2)");
+    document.GotoVersion(0);
+    EXPECT_TRUE(document.HoldsMore());
+
+    reference->SetValue(attribute::ReferencedFrameNumber, 0, "1");
+    document.GotoVersion(0);
+    EXPECT_FALSE(document.HoldsMore());
+
+    std::int16_t appended = -1;
+    effusion.ConceptMacroAppend(*station.dicom, *item, appended);
+    document.GotoVersion(0);
+    EXPECT_TRUE(document.HoldsMore());
+}
+
+TEST_F(InterchangeForm, TakesNoFrameForOneThatIsNone) {
+    CreateReport();
+    document.Images({image});
+    SendAndRead();
+    LastItem(LastCount(attribute::ContentSequence) - 1)
+        ->GetSequenceItem(attribute::ReferencedSopSequence, 0)
+        ->SetValue(attribute::ReferencedFrameNumber, 0, "-2147483648");
+    document.GotoVersion(0);
+    EXPECT_EQ(document.Images().at(0).frame, 0);
+}
+
+TEST_F(InterchangeForm, WithOtherWordsForAHeadingOfItsMakersCodeIsReadOnly) {
+    CreateReport();
+    document.SetTitle("", "", "Any words", "Title");
+    SendAndRead();
+    LastOf(attribute::ConceptNameCodeSequence)->SetValue(attribute::CodeValue, 0, "11528-7");
+    document.GotoVersion(0);
+    EXPECT_TRUE(document.HoldsMore());
+}
+
+TEST_F(InterchangeForm, NamesNoEvidenceWithoutItsStudyAndSeries) {
+    ReferencedImage lost = image;
+    lost.studyUid = lost.seriesUid = "";
+    CreateReport();
+    document.Images({lost});
+    document.Send();
+    EXPECT_EQ(LastCount(attribute::CurrentRequestedProcedureEvidenceSequence), 0);
+}
+
+TEST_F(InterchangeForm, OfAnotherMakerIsApprovedByItsVerifier) {
+    CreateReport();
+    document.status(DcmSRDocument::Approved);
+    SendAndRead();
+    LastVersion()->SetEmptySequence(attribute::ParticipantSequence);
+    document.GotoVersion(0);
+    ASSERT_NE(document.Approver(), nullptr);
+    EXPECT_EQ(document.Approver()->ObserverName, "Dr. Mario Rossi");
+}
+
 TEST_F(InterchangeForm, WithAFindingThatHoldsMoreThanAnAnnotationIsReadOnly) {
     CreateReport();
     document.PutCodedEntries({}, {effusion}, {});
