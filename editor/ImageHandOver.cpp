@@ -126,14 +126,14 @@ void ImageHandOver::Tell(const std::string& words) {
 }
 
 ImageHandOver::Loaded ImageHandOver::ToLoad() {
+    Loaded loaded; // what is not found is in no hand-over file either
+    Trap([&] { loaded.images = references_.Find(); }, [&](const Error& error) { loaded.malformed = error; });
     if (const auto waiting = waiting_.find(SeriesUid()); waiting != waiting_.end())
         return {waiting->second, {}};
     const auto file = HandOverFile();
-    Loaded loaded;
-    if (global_.report->filePath.empty() || !global_.ports.files.Exists(file)) {
-        loaded.images = references_.Find();
+    if (global_.report->filePath.empty() || !global_.ports.files.Exists(file))
         return loaded;
-    }
+    loaded = {};
     const auto text = global_.ports.files.ReadText(file);
     DelimitedReader line(text, file);
     Trap(

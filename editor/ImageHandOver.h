@@ -52,7 +52,7 @@ public:
 private:
     struct Loaded {
         ImageList images;
-        std::optional<Error> malformed; ///< why not the rest of the file
+        std::optional<Error> malformed; ///< why not the rest of them
     };
     /// What a loading has not handed to the viewer yet. A store event does not wait for that.
     struct Rest {

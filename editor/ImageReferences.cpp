@@ -72,6 +72,11 @@ std::int32_t FrameOf(const ReferencedImage& image) {
     return std::max(image.frame - 1, 0);
 }
 
+/// The state with the image and the frame that it shows.
+std::tuple<std::string, std::string, std::int32_t> KeyOf(const ReferencedImage& image) {
+    return {image.presentationSopInstanceUid, image.sopInstanceUid, FrameOf(image)};
+}
+
 bool Same(const ReferencedImage& left, const ReferencedImage& right) {
     return left.sopInstanceUid == right.sopInstanceUid && left.frame == right.frame;
 }
@@ -102,7 +107,9 @@ std::vector<std::string> ImageReferences::Put(const ImageList& images) {
                                              error.description);
              });
     if (found_.lock() == report->pendingImages)
-        work.images.insert(work.images.end(), notFound_.begin(), notFound_.end());
+        for (const ReferencedImage& other : notFound_)
+            if (std::ranges::none_of(work.images, [&](const auto& image) { return Same(image, other); }))
+                work.images.push_back(other);
     report->document->Images(std::move(work.images));
     return work.failures;
 }
@@ -136,7 +143,7 @@ void ImageReferences::AddState(Work& work, ReferencedImage& named, const Present
     named.presentationSeriesUid = identity.seriesUid;
     named.presentationSopClassUid = GrayscalePresentationState;
     named.presentationSopInstanceUid = identity.sopInstanceUid;
-    known_.insert_or_assign(identity.sopInstanceUid, shown);
+    known_.insert_or_assign(KeyOf(named), shown);
     made_.push_back({work.report.document->SeriesUid(), named});
 }
 
@@ -244,11 +251,12 @@ const Presentation* ImageReferences::Known(const OpenedReport& report, const Ref
     const Presentation* known = nullptr;
     Trap(
         [&] {
-            auto found = known_.find(state);
+            auto found = known_.find(KeyOf(image));
             if (found == known_.end()) {
                 const auto stored = global_.ports.dicom.NewDataSetList();
                 stored->LoadFile(FileOf(report, state));
-                found = known_.emplace(state, ReadPresentationState(*stored->Item(0), header, FrameOf(image))).first;
+                found =
+                    known_.emplace(KeyOf(image), ReadPresentationState(*stored->Item(0), header, FrameOf(image))).first;
             }
             known = &found->second;
         },

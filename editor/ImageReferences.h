@@ -6,10 +6,12 @@
 #include "sr/content/ReferencedImage.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace tavrel {
@@ -65,7 +67,8 @@ private:
     DataSetHandle HeaderOf(const std::string& file) const;
 
     Global& global_;
-    std::map<std::string, Presentation> known_; ///< of the states that were read or made, by their UIDs
+    /// Of the states that were read or made: of another maker's each image may have a view of its own.
+    std::map<std::tuple<std::string, std::string, std::int32_t>, Presentation> known_;
     std::vector<Made> made_;
     std::weak_ptr<const ImageList> found_; ///< the pending list that is filled with what was found
     std::vector<ReferencedImage> notFound_;

@@ -24,11 +24,14 @@ bool frmReport::Save() {
             auto& document = ShownDocument();
             const TypedTexts sent = Typed();
             PutTitleAndReading(document);
+            const auto named = document.Images();
             images_.Name();
             handedOver_ = false;
             delivery = document.Send();
-            if (delivery.fate == Delivery::Fate::NotStored)
-                return; // what was typed stays on the screen
+            if (delivery.fate == Delivery::Fate::NotStored) {
+                document.Images(named); // those of the list stay there, and may be taken away before the next save
+                return;                 // what was typed stays on the screen
+            }
             if (!handedOver_)
                 KeepImages(delivery);
             drafts_.Saved(DraftOwnerOf(document), sent);

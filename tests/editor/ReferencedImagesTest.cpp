@@ -206,7 +206,9 @@ TEST_F(ReferencedImages, WithoutImagesThoseOfTheFormerVersionStay) {
 }
 
 TEST_F(ReferencedImages, ASiteOfTheClassicFormMakesNoStates) {
-    station.global.reportForm = ReportForm::Classic;
+    station.Execute("UPDATE SiteData SET ReportForm = 'classic'");
+    station.automation.LoadSRSeries("1.2.3.2.1");
+    station.automation.RemoveImagesFromSR();
     Add(WriteImage());
     Save();
     EXPECT_THAT(Sent(), ElementsAre("SR"));
@@ -267,7 +269,7 @@ TEST_F(WithoutAService, AStateThatIsNowhereIsNotNamedAndThatIsSaid) {
     station.WriteFile("state\\unsent", "in the folder's way");
     Add(WriteImage());
     Save();
-    EXPECT_EQ(Named().at(0).presentationSopInstanceUid, "");
+    EXPECT_THAT(Named(), IsEmpty());
     EXPECT_THAT(Shown(), SizeIs(1)); // the version is nowhere either
     std::filesystem::remove(station.NativePath("state\\unsent"));
     Save();
@@ -294,6 +296,16 @@ TEST_F(ReferencedImages, AStateThatNoVersionNamesServesTheNextThatNeedsIt) {
     Add(file);
     Save();
     EXPECT_THAT(Sent(), ElementsAre("PR", "SR"));
+}
+
+TEST_F(ReferencedImages, OfASaveThatFailedAreNotNamedOnceTheyAreTakenAway) {
+    Add(WriteImage());
+    station.editor.txtReportAnnotation.Text("\x01");
+    Save();
+    station.automation.RemoveImagesFromSR();
+    station.editor.txtReportAnnotation.Text("Normal.");
+    Save();
+    EXPECT_THAT(Named(), IsEmpty());
 }
 
 /// The report is opened again by another program, in a folder that holds no "SR.dat".
@@ -420,6 +432,36 @@ TEST_F(ReopenedImages, ThatAreNotInTheCatalogueAreSaidAndStayWithTheReport) {
     SaveLater();
     EXPECT_THAT(later.global.report->document->Images(), SizeIs(2));
     EXPECT_THAT(Shown(), SizeIs(1));
+}
+
+TEST_F(ReopenedImages, ThatAreNotInTheCatalogueStayHoweverOftenTheReportIsSaved) {
+    Add(WriteImage());
+    Add(WriteImage({.name = "2"}));
+    Save();
+    station.Execute("DELETE FROM Image WHERE SOPInstanceUID = '1.2.3.1.1'");
+    Reopen();
+    SaveLater();
+    SaveLater();
+    EXPECT_THAT(later.global.report->document->Images(), SizeIs(2));
+}
+
+TEST_F(ReopenedImages, InOneStateOfAnotherMakerEachHasItsOwnFrame) {
+    const auto file = WriteImage({.frames = 3});
+    auto second = View();
+    second->frame = 1;
+    Add(file);
+    Add(file, second);
+    Save();
+    auto images = Named();
+    ASSERT_THAT(images, SizeIs(2));
+    images[1].presentationSopInstanceUid = images[0].presentationSopInstanceUid;
+    station.Document().Images(images);
+    station.automation.RemoveImagesFromSR(); // those of the document stay
+    Save();
+    Reopen();
+    ASSERT_THAT(Pending(), SizeIs(2));
+    EXPECT_EQ(Pending()[0].ViewPars->frame, 0);
+    EXPECT_EQ(Pending()[1].ViewPars->frame, 1);
 }
 
 TEST_F(ReopenedImages, ThatWereNotFoundEndWithTheListThatTheyBelongTo) {
