@@ -23,6 +23,7 @@ bool frmReport::Save() {
         [&] {
             auto& document = ShownDocument();
             const TypedTexts sent = Typed();
+            global_.reportForm = form_; // of which the screen tells; the site may have been read again since
             PutTitleAndReading(document);
             const auto named = document.Images();
             images_.Name();
@@ -121,6 +122,7 @@ void frmReport::cmdNew_Click() {
         }
         // Made apart: a report that could not be made leaves the shown one whole.
         const auto document = std::make_shared<DcmSRDocument>(global_);
+        ReadReportForm(global_);
         document->CreateFromDDO(*global_.report->imageSeries, 0);
         StartReport(global_, global_.report->studyUid, document);
         Form_Load();

@@ -1,6 +1,8 @@
 #include "host/ReportForm.h"
 
-#include "platform/error.h"
+#include "host/Catalogue.h"
+#include "host/ErrorReport.h"
+#include "host/Global.h"
 
 namespace tavrel {
 
@@ -13,6 +15,12 @@ ReportForm ReportFormOf(const ResultSet& site) {
     throw Error(Fault::TypeMismatch, "ReportForm",
                 "The site's reports are to be written in a form that this program does not know: \"" + form +
                     "\" (SiteData, ReportForm)");
+}
+
+void ReadReportForm(Global& global) {
+    const auto site = Catalogue(global).OpenResultSet("SELECT * FROM SiteData");
+    global.reportForm = site->AtEnd() ? ReportForm::Classic : ReportFormOf(*site);
+    site->Close();
 }
 
 } // namespace tavrel

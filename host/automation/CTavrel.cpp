@@ -117,8 +117,10 @@ void CTavrel::OpenForImgSeries(const std::shared_ptr<DataSetList>& series) {
     report.imageSeries = series;
     if (const auto folder = chooser_.DDO(); !folder.empty())
         document->LoadSeries(folder);
-    else
+    else {
+        ReadReportForm(global_);
         document->CreateFromDDO(*series, 0);
+    }
 
     report.seriesUid = UidOfFirst(*series, attribute::SeriesInstanceUid);
     MarkViewed(report.seriesUid);

@@ -165,6 +165,34 @@ TEST(ASiteThatTurnsToCodes, PutsNoneOfAnotherReportIntoThisOne) {
     EXPECT_EQ(station.editor.lblState.Text().substr(0, 8), "Saved at");
 }
 
+TEST(ASiteThatTurnsToCodes, HasItsNextNewReportWhollyInItsForm) {
+    ReportingStation station;
+    station.Execute("UPDATE SiteData SET ReportForm='interchange'");
+    station.OpenImages();
+    const auto series = station.Document().SeriesUid();
+    EXPECT_GT(series.size(), 40U) << series; // a random number
+}
+
+TEST(ASiteThatTurnsFromCodes, HasItsNextNewReportWhollyInItsForm) {
+    InterchangeStation station;
+    station.Open();
+    station.global.report->imageSeries = station.ImageSeries();
+    station.editor.cmdLastVersion.Press();
+    station.WriteForm("classic");
+    station.editor.cmdNew_Click();
+    EXPECT_EQ(station.Document().SeriesUid(), "1.2.999.2." + TimeStamp(station.clock));
+}
+
+TEST(ASiteThatTurnsFromCodes, StoresThoseOfWhichTheScreenSaysSo) {
+    InterchangeStation station;
+    station.Open();
+    station.WriteForm("classic");
+    const CTavrel anotherViewers(station.global, station.viewers, station.chooser, station.editor);
+    station.SaveCodes("Knee", "F1", "D1");
+    EXPECT_THAT(station.DocumentsFindings(), ElementsAre("F1"));
+    EXPECT_THAT(Codes(station.editor.lstFinding), ElementsAre("F1"));
+}
+
 TEST(ASiteThatTurnsToCodes, LeavesTypographyAsItIsTyped) {
     InterchangeStation station;
     station.WriteForm("classic");
