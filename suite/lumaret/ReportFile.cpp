@@ -83,10 +83,11 @@ template <typename Make> QString Replaced(const QString& html, const QRegularExp
     return result + html.mid(from);
 }
 
-/// The toolkit's page for people: references are numbered, in the place of their UIDs, and each text is a paragraph of
-/// its own that runs as its script does. Texts of the file are escaped: what looks like markup is the toolkit's.
+/// The toolkit's page for people: references are numbered, in the place of their UIDs, an image in another view as
+/// another one, and each text is a paragraph of its own that runs as its script does. Texts of the file are escaped:
+/// what looks like markup is the toolkit's.
 QString ForPeople(const QString& html) {
-    static const QRegularExpression reference(R"(<a href="http://localhost/[^"+]*\+([0-9.]+)[^>]*>([^<]*)</a>)");
+    static const QRegularExpression reference(R"(<a href="http://localhost/([^"+]*\+[0-9.]+[^"]*)[^>]*>([^<]*)</a>)");
     static const QRegularExpression anchor(R"(</?a(?:\s[^>]*)?>)");
     static const QRegularExpression text(R"(:</b><br>(?=([^<]*)))");
     QHash<QString, qsizetype> numbers;

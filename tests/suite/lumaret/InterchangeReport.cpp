@@ -28,8 +28,8 @@ void WriteInterchangeReport(const QString& path, const InterchangeReport& report
         image.studyUid = "1.2.3";
         image.seriesUid = "1.2.3.1";
         image.sopClassUid = "1.2.840.10008.5.1.4.1.1.2";
-        image.sopInstanceUid = "1.2.3.1." + std::to_string(number);
-        image.frame = number == 2 ? 7 : 0;
+        image.sopInstanceUid = "1.2.3.1." + std::to_string(report.oneImage ? 1 : number);
+        image.frame = number == 2 && !report.oneImage ? 7 : 0;
         image.presentationSeriesUid = "1.2.999.4.1";
         image.presentationSopClassUid = "1.2.840.10008.5.1.4.1.1.11.1";
         image.presentationSopInstanceUid = "1.2.999.3." + std::to_string(number);

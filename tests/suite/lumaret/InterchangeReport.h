@@ -12,6 +12,7 @@ struct InterchangeReport {
     const char* finding = "Nodule";
     const char* annotation = "left upper lobe, 4 mm";
     int images = 2;
+    bool oneImage = false; ///< in so many views
 };
 
 /// Writes it as a report of the form is written: a body part, a finding and a diagnosis with their annotations, and

@@ -162,6 +162,13 @@ TEST_F(ReportFileTest, ReferencesAreNumberedAndNoUidIsShown) {
     EXPECT_FALSE(shown.contains("1.2.3.1.")) << shown.toStdString();
 }
 
+TEST_F(ReportFileTest, EachViewOfAnImageHasANumberOfItsOwn) {
+    WriteInterchangeReport(path, {.oneImage = true});
+    const QString shown = ShownFile();
+    EXPECT_TRUE(shown.contains("(no. 1)")) << shown.toStdString();
+    EXPECT_TRUE(shown.contains("(no. 2)")) << shown.toStdString();
+}
+
 /// The direction of the last paragraph that holds these words.
 Qt::LayoutDirection DirectionOf(const QString& html, const QString& words) {
     QTextDocument document;
