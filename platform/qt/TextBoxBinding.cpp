@@ -8,12 +8,21 @@
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QScopedValueRollback>
+#include <QTextBlock>
 #include <QTextDocument>
 
 #include <algorithm>
 
 namespace tavrel {
 namespace {
+
+/// Whether the first paragraph that says something does.
+bool RunsFromTheRight(const QTextDocument& document) {
+    auto paragraph = document.begin();
+    while (paragraph != document.lastBlock() && paragraph.text().trimmed().isEmpty())
+        paragraph = paragraph.next();
+    return paragraph.text().isRightToLeft();
+}
 
 /// A pasted line break would stand in a single line unseen.
 std::string OneLine(std::string text) {
@@ -220,12 +229,26 @@ std::string LineBinding::Filtered(const std::string& text) const {
 ParagraphsBinding::ParagraphsBinding(TextBox& box, QPlainTextEdit& paragraphs)
     : TextBoxBinding(box, paragraphs, *paragraphs.viewport()), paragraphs_(paragraphs) {
     paragraphs.document()->setDocumentMargin(8);
-    connect(&paragraphs, &QPlainTextEdit::textChanged, this, [this] { Edited(); });
+    connect(&paragraphs, &QPlainTextEdit::textChanged, this, [this] {
+        Align();
+        Edited();
+    });
 }
 
 QString ParagraphsBinding::Shown() const {
     // The raw text keeps non-breaking blanks, which the plain one turns into blanks.
     return paragraphs_.document()->toRawText();
+}
+
+void ParagraphsBinding::Align() {
+    auto& document = *paragraphs_.document();
+    auto option = document.defaultTextOption();
+    // Unlike a line, the toolkit's paragraphs begin on the left whatever their script.
+    const auto side = RunsFromTheRight(document) ? Qt::AlignRight : Qt::AlignLeft;
+    if (option.alignment() == side)
+        return;
+    option.setAlignment(side);
+    document.setDefaultTextOption(option);
 }
 
 void ParagraphsBinding::ShowMarks() {

@@ -90,6 +90,8 @@ protected:
     void Caret(int position) override;
 
 private:
+    void Align();
+
     QPlainTextEdit& paragraphs_;
 };
 

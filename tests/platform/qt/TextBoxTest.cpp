@@ -178,6 +178,18 @@ TEST_F(TextBoxes, ShowParagraphsAndHandThemBackWithTheirLineEnds) {
     EXPECT_EQ(form_.txtParagraphs.Text(), "First.\r\n\r\nSecond.\r\nThird.");
 }
 
+TEST_F(TextBoxes, ShowParagraphsFromTheRightOnTheRight) {
+    const auto side = [&] { return paragraphs_.document()->defaultTextOption().alignment(); };
+    form_.txtParagraphs.Text("\r\nללא ממצא.");
+    EXPECT_EQ(side(), Qt::AlignRight);
+    form_.txtParagraphs.Text("No lesions.");
+    EXPECT_EQ(side(), Qt::AlignLeft);
+    QTest::keyClick(&paragraphs_, Qt::Key_A, Qt::ControlModifier);
+    Paste(paragraphs_, "ללא ממצא.");
+    EXPECT_EQ(side(), Qt::AlignRight);
+    EXPECT_EQ(form_.txtParagraphs.Text(), "ללא ממצא.");
+}
+
 TEST_F(TextBoxes, TakeALineBreakWithinAParagraphForALineEnd) {
     QTest::keyClick(&paragraphs_, 'a');
     QTest::keyClick(&paragraphs_, Qt::Key_Return, Qt::ShiftModifier);
