@@ -6,8 +6,10 @@
 
 #include <QFileInfo>
 #include <QFontMetricsF>
+#include <QGlyphRun>
 #include <QImageReader>
 #include <QPagedPaintDevice>
+#include <QPaintEngine>
 #include <QPainter>
 #include <QPrinter>
 #include <QTextLayout>
@@ -68,6 +70,22 @@ std::vector<WrappedLine> Wrap(const QString& text, const QFont& font, double wid
             lines.push_back({part.mid(paragraph.lineAt(i).textStart(), paragraph.lineAt(i).textLength()), direction});
     }
     return lines;
+}
+
+bool HoldsRightToLeft(const QString& text) {
+    return std::ranges::any_of(text.toUcs4(), [](char32_t character) {
+        const auto direction = QChar::direction(character);
+        return direction == QChar::DirR || direction == QChar::DirAL;
+    });
+}
+
+void Draw(QPainter& painter, const QPointF& place, const QTextLayout& paragraph) {
+    // The preview records words and lays each piece of a line out anew, which moves the commas and brackets between
+    // letters that run to the left; it keeps glyphs where they stand. A PDF is to hold the words.
+    if (painter.paintEngine()->type() != QPaintEngine::Picture || !HoldsRightToLeft(paragraph.text()))
+        return paragraph.draw(&painter, place);
+    for (const QGlyphRun& run : paragraph.glyphRuns())
+        painter.drawGlyphRun(place, run);
 }
 
 QImage ReadPicture(const std::string& file, QSizeF place) {
@@ -282,7 +300,7 @@ void PrintPages::DrawLines(QPainter& painter, const Lines& lines, double top) co
         option.setTextDirection(line.direction);
         const Paragraph paragraph(line.text, FontOf(control), control.width * UnitsPerMillimetre, option);
         painter.setPen(control.faint ? Faint : QColor(Qt::black));
-        paragraph.draw(&painter, QPointF(control.left, top + line.top) * UnitsPerMillimetre);
+        Draw(painter, QPointF(control.left, top + line.top) * UnitsPerMillimetre, paragraph);
     }
 }
 

@@ -11,6 +11,16 @@
 namespace tavrel::test {
 namespace {
 
+/// Where two pictures are not the same.
+QRect Difference(const QImage& one, const QImage& other) {
+    QRect place;
+    for (int y = 0; y < one.height(); ++y)
+        for (int x = 0; x < one.width(); ++x)
+            if (one.pixel(x, y) != other.pixel(x, y))
+                place |= QRect(x, y, 1, 1);
+    return place;
+}
+
 TEST_F(Preview, IsAModalTopMostWindowThatTheProgramWaitsFor) {
     Show("Normal.", [&](QWidget& preview) {
         EXPECT_EQ(preview.windowTitle(), "Printing report");
@@ -78,6 +88,20 @@ TEST_F(Preview, ZoomsTheWidthIntoTheWindow) {
         Press(preview, "Zoom &out");
         Picture(preview, "zoomed");
     });
+}
+
+TEST_F(Preview, ACommaStandsBehindTheWordAlsoWhereThatIsToItsLeft) {
+    const auto shown = [&](const std::string& reading) {
+        QImage picture;
+        Show(reading + "\r\nنعم", [&](QWidget& preview) {
+            Press(preview, "Page wi&dth");
+            QTest::qWait(100);
+            picture = preview.grab().toImage();
+        });
+        return picture;
+    };
+    const QImage word = shown("نعم");
+    EXPECT_LT(Difference(word, shown("نعم،")).right(), Difference(word, shown(" ")).left());
 }
 
 TEST_F(Preview, SavesAPdfUnderTheNameThatThePersonGives) {
