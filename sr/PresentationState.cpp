@@ -24,6 +24,7 @@ constexpr int QuarterTurn = 90;
 constexpr int GammaEntries = 256; // the viewer's own grey levels
 constexpr double LargestP = 65535;
 constexpr int MostLutEntries = 65536;
+constexpr int MostFramesRead = 1000; // each is looked for from the first on
 constexpr std::string_view Utf8 = "ISO_IR 192";
 constexpr std::string_view LutNamePrefix = "Look-up table: ";
 
@@ -219,11 +220,12 @@ DataSetHandle ItemFor(const DicomDataSet& state, const Attribute& sequence, cons
     const auto names = [&](const DicomDataSet& reference) {
         if (Text(reference, a::ReferencedSopInstanceUid) != image)
             return false;
-        for (int at = 0;; ++at) {
+        for (int at = 0; at < MostFramesRead; ++at) {
             const int named = IntegerOf(reference, a::ReferencedFrameNumber, 0, at);
             if (named == 0 || named == frame + 1)
                 return at == 0 || named != 0;
         }
+        return false;
     };
     for (int index = 0; auto item = state.GetSequenceItem(sequence, index); ++index) {
         if (item->GetSequenceItemCount(a::ReferencedImageSequence) == 0)
