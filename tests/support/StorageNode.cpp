@@ -101,7 +101,7 @@ struct StorageNode::Conversation {
         received.implementation = std::string(association->params->theirImplementationClassUID) + " " +
                                   association->params->theirImplementationVersionName;
         received.proposals = Proposals();
-        received.longestPdu = association->params->theirMaxPDUReceiveSize;
+        received.longestPdu = static_cast<unsigned long>(association->params->theirMaxPDUReceiveSize);
         received.sopClassUid = request.AffectedSOPClassUID;
         received.sopInstanceUid = request.AffectedSOPInstanceUID;
         received.file = node.folder_.Path() / (std::to_string(++node.fileCount_) + ".dcm");
