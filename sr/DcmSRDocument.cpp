@@ -228,10 +228,12 @@ void DcmSRDocument::ReadContent(const DicomDataSet& dataSet) {
 void DcmSRDocument::ReadCodedEntries(const DicomDataSet& dataSet) {
     images_.clear();
     holdsCodedEntries_ = IsInterchange(dataSet);
-    holdsMore_ = HoldsMoreThanAReport(dataSet);
-    if (!holdsCodedEntries_)
+    if (!holdsCodedEntries_) {
+        holdsMore_ = HoldsMoreThanAReport(dataSet);
         return;
+    }
     auto content = ReadInterchange(dataSet);
+    holdsMore_ = content.more;
     titleNode_ = std::move(content.title);
     if (const DataSetHandle reading = dataSet.GetSequenceItem(attribute::ContentSequence, 1))
         reading_ = InterchangeText(*reading);

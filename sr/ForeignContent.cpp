@@ -4,7 +4,6 @@
 #include "platform/attributes.h"
 #include "platform/uid.h"
 #include "sr/forms/Concepts.h"
-#include "sr/forms/InterchangeContent.h"
 
 #include <array>
 #include <string_view>
@@ -32,8 +31,6 @@ bool IsItem(const DicomDataSet& item, std::string_view conceptCode) {
 bool HoldsMoreThanAReport(const DicomDataSet& version) {
     if (!Holds(TextOf(version.GetValue(attribute::SopClassUid)), BasicTextSr))
         return true;
-    if (IsInterchange(version))
-        return ReadInterchange(version).more;
     const int items = version.GetSequenceItemCount(attribute::ContentSequence);
     if (items > static_cast<int>(Concepts.size()))
         return true;
