@@ -3,6 +3,7 @@
 #include "host/ErrorReport.h"
 #include "host/Text.h"
 #include "platform/attributes.h"
+#include "sr/content/Items.h"
 
 #include <algorithm>
 #include <numeric>
@@ -22,14 +23,9 @@ struct Version {
 
 std::vector<std::string> PredecessorsOf(const DicomDataSet& version) {
     std::vector<std::string> uids;
-    const auto forEach = [](const DicomDataSet& holder, Tag sequence, auto&& body) {
-        const int count = holder.GetSequenceItemCount(sequence);
-        for (int index = 0; index < count; ++index)
-            body(*holder.GetSequenceItem(sequence, index));
-    };
-    forEach(version, attribute::PredecessorDocumentsSequence, [&](const DicomDataSet& study) {
-        forEach(study, attribute::ReferencedSeriesSequence, [&](const DicomDataSet& series) {
-            forEach(series, attribute::ReferencedSopSequence, [&](const DicomDataSet& document) {
+    ForEachItem(version, attribute::PredecessorDocumentsSequence, [&](const DicomDataSet& study) {
+        ForEachItem(study, attribute::ReferencedSeriesSequence, [&](const DicomDataSet& series) {
+            ForEachItem(series, attribute::ReferencedSopSequence, [&](const DicomDataSet& document) {
                 uids.push_back(TextOf(document.GetValue(attribute::ReferencedSopInstanceUid)));
             });
         });

@@ -4,6 +4,7 @@
 #include "platform/attributes.h"
 #include "platform/text.h"
 #include "platform/uid.h"
+#include "sr/content/Items.h"
 #include "sr/forms/Concepts.h"
 
 #include <algorithm>
@@ -13,12 +14,6 @@
 
 namespace tavrel {
 namespace {
-
-template <typename Body> void ForEachItem(const DicomDataSet& holder, Tag sequence, Body body) {
-    const int count = holder.GetSequenceItemCount(sequence);
-    for (int index = 0; index < count; ++index)
-        body(*holder.GetSequenceItem(sequence, index));
-}
 
 std::string ValueOf(const DicomDataSet& dataSet, const Attribute& attribute) {
     return TextOf(dataSet.GetValue(attribute));

@@ -6,6 +6,7 @@
 #include "platform/limits.h"
 #include "platform/text.h"
 #include "platform/uid.h"
+#include "sr/content/Items.h"
 #include "sr/content/NewUid.h"
 #include "sr/forms/Concepts.h"
 #include "sr/forms/InterchangeContent.h"
@@ -83,10 +84,8 @@ void AppendRequest(const ItemBuilder& version, const DicomDataSet& request) {
 }
 
 void CopyRequests(const DicomDataSet& source, Tag from, const ItemBuilder& version) {
-    const int count = source.GetSequenceItemCount(from);
-    for (int index = 0; index < count; ++index)
-        AppendRequest(version, *source.GetSequenceItem(from, index));
-    if (count == 0 && !TextOf(source.GetValue(attribute::AccessionNumber)).empty())
+    ForEachItem(source, from, [&](const DicomDataSet& request) { AppendRequest(version, request); });
+    if (source.GetSequenceItemCount(from) == 0 && !TextOf(source.GetValue(attribute::AccessionNumber)).empty())
         AppendRequest(version, source);
 }
 
