@@ -193,11 +193,11 @@ void Association::Store(const MessageReader::Request& request) {
 /// Receives and stores one object. Throws a StoreRefusal once all of the object has come.
 void Association::TakeObject(const MessageReader::Request& request) {
     const DimseCommand& command = request.command;
-    IncomingFile object(context_.archive.NewIncomingPath());
+    IncomingFile object(context_.tree.NewIncomingPath());
     ReceiveDataSet(request, object);
-    const ObjectHeader header = context_.archive.Examine(object, command.sopClassUid, command.sopInstanceUid);
+    const ObjectHeader header = context_.tree.Examine(object, command.sopClassUid, command.sopInstanceUid);
     context_.unsent.TakeInBefore(header.seriesUid);
-    const Archive::Stored stored = context_.archive.Store(object, header);
+    const StudyTree::Stored stored = context_.tree.Store(object, header);
     if (callingAe_ == InternalAe)
         TellStored(context_.events, calledAe_, stored);
 }

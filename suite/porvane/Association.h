@@ -1,10 +1,10 @@
 #pragma once
 
-#include "suite/porvane/Archive.h"
 #include "suite/porvane/IncomingRoom.h"
 #include "suite/porvane/MessageReader.h"
 #include "suite/porvane/PeerAccount.h"
 #include "suite/porvane/Places.h"
+#include "suite/porvane/StudyTree.h"
 #include "suite/porvane/UpperLayer.h"
 #include "suite/porvane/Wire.h"
 
@@ -20,7 +20,7 @@ class UnsentVersions;
 /// What all associations share.
 struct ServiceContext {
     std::string aeTitle;
-    Archive& archive;
+    StudyTree& tree;
     UnsentVersions& unsent;
     IncomingRoom& room;
     DbusServiceEmitter* events; ///< none where there is no session bus

@@ -10,7 +10,7 @@
 namespace tavrel {
 namespace {
 
-/// What PostgreSQL calls the locks of archives: "porv".
+/// What PostgreSQL calls the locks of study trees: "porv".
 constexpr std::int32_t LockKind = 0x706F7276;
 
 std::string TextOrEmpty(const ResultSet& rows, std::string_view column) {
@@ -54,7 +54,7 @@ void ObjectCatalogue::EndHolder() {
             "SELECT pg_terminate_backend(pid) FROM pg_locks WHERE locktype='advisory' AND granted"
             " AND database=(SELECT oid FROM pg_database WHERE datname=current_database())"
             " AND classid=" +
-            std::to_string(LockKind) + " AND objid=" + std::to_string(archive_) +
+            std::to_string(LockKind) + " AND objid=" + std::to_string(tree_) +
             " AND objsubid=2 AND pid<>pg_backend_pid()");
     if (engine_ != Engine::MariaDb)
         return;
@@ -73,7 +73,7 @@ void ObjectCatalogue::TakeLock() {
     if (engine_ == Engine::PostgreSql) {
         connection_->OpenResultSet(std::string("SELECT set_config('lock_timeout', '") + seconds +
                                    "s', true), pg_advisory_xact_lock(" + std::to_string(LockKind) + ", " +
-                                   std::to_string(archive_) + ")");
+                                   std::to_string(tree_) + ")");
     } else if (engine_ == Engine::MariaDb && Answer("SELECT GET_LOCK(" + LockName() + ", " + seconds + ")") != "1") {
         throw Error(Fault::OfTheSuite, "Catalogue", "an earlier object is still being stored");
     }

@@ -30,9 +30,9 @@ public:
     /// `dataSource`: the name of the ODBC entry.
     ObjectCatalogue(Database& database, std::string dataSource);
 
-    /// The archive whose rows these are, among all that share the catalogue. Its transactions hold a lock by this
+    /// The study tree whose rows these are, among all that share the catalogue. Its transactions hold a lock by this
     /// number until the database has ended them, also when whoever began one is gone.
-    void OfArchive(std::uint32_t number) { archive_ = number; }
+    void OfTree(std::uint32_t number) { tree_ = number; }
 
     /// Opens the connection when it is not open.
     void Open();
@@ -45,7 +45,7 @@ public:
     /// Where the service is called, from table `Port`; nothing when the table has no usable row.
     std::optional<Service> ReadService();
 
-    /// Ends what a former connection of the archive may still be committing, of this process or an earlier one, and
+    /// Ends what a former connection of the tree may still be committing, of this process or an earlier one, and
     /// waits until it has ended: what `Holds` answers from then on is final. An error when it cannot be ended.
     void EndFormerTransaction();
 
@@ -72,7 +72,7 @@ public:
 private:
     void TakeLock();
     void EndHolder();
-    std::string LockName() const { return "'porvane-" + std::to_string(archive_) + "'"; }
+    std::string LockName() const { return "'porvane-" + std::to_string(tree_) + "'"; }
     std::optional<std::string> Answer(const std::string& query);
     bool Exists(const std::string& query);
     std::optional<std::string> StudyColumn(const std::string& column, const std::string& studyUid);
@@ -80,7 +80,7 @@ private:
     std::unique_ptr<Connection> connection_;
     std::string dataSource_;
     Engine engine_ = Engine::Sqlite;
-    std::uint32_t archive_ = 0;
+    std::uint32_t tree_ = 0;
 };
 
 } // namespace tavrel

@@ -4,7 +4,7 @@
 
 namespace tavrel {
 
-void TellStored(DbusServiceEmitter* events, const std::string& calledAe, const Archive::Stored& stored) {
+void TellStored(DbusServiceEmitter* events, const std::string& calledAe, const StudyTree::Stored& stored) {
     const ObjectHeader& header = stored.header;
     if (events != nullptr && header.IsReport())
         events->OnStore(std::string(InternalAe), calledAe, header.sopClassUid, header.sopInstanceUid, header.seriesUid,

@@ -40,8 +40,8 @@ private:
 
 } // namespace
 
-UnsentVersions::UnsentVersions(fs::path folder, DicomLibrary& library, Archive& archive, Told told)
-    : folder_(std::move(folder)), library_(library), archive_(archive), told_(std::move(told)) {}
+UnsentVersions::UnsentVersions(fs::path folder, DicomLibrary& library, StudyTree& tree, Told told)
+    : folder_(std::move(folder)), library_(library), tree_(tree), told_(std::move(told)) {}
 
 UnsentVersions::~UnsentVersions() {
     if (heldFolder_ >= 0)
@@ -135,10 +135,10 @@ UnsentVersions::Reason UnsentVersions::Deliver(const Version& version) {
 }
 
 UnsentVersions::Reason UnsentVersions::Store(const Version& version) try {
-    IncomingFile copy(archive_.NewIncomingPath());
+    IncomingFile copy(tree_.NewIncomingPath());
     Copy(version, copy);
-    const ObjectHeader header = archive_.Examine(copy, version.header.sopClassUid, version.header.sopInstanceUid);
-    told_(archive_.Store(copy, header));
+    const ObjectHeader header = tree_.Examine(copy, version.header.sopClassUid, version.header.sopInstanceUid);
+    told_(tree_.Store(copy, header));
     said_.erase(version.file.path);
     if (unlink(version.file.path.c_str()) != 0 && errno != ENOENT) {
         Say(version, "is stored; the file cannot be removed: " + std::generic_category().message(errno));

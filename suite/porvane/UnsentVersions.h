@@ -1,8 +1,8 @@
 #pragma once
 
 #include "suite/catalogue/UnsentFiles.h"
-#include "suite/porvane/Archive.h"
 #include "suite/porvane/StoreRefusal.h"
+#include "suite/porvane/StudyTree.h"
 
 #include <filesystem>
 #include <functional>
@@ -21,9 +21,9 @@ namespace tavrel {
 class UnsentVersions {
 public:
     /// Told of each version before its file goes away; told again when that was interrupted.
-    using Told = std::function<void(const Archive::Stored&)>;
+    using Told = std::function<void(const StudyTree::Stored&)>;
 
-    UnsentVersions(std::filesystem::path folder, DicomLibrary& library, Archive& archive, Told told);
+    UnsentVersions(std::filesystem::path folder, DicomLibrary& library, StudyTree& tree, Told told);
     ~UnsentVersions();
     UnsentVersions(const UnsentVersions&) = delete;
     UnsentVersions& operator=(const UnsentVersions&) = delete;
@@ -56,7 +56,7 @@ private:
 
     std::filesystem::path folder_;
     DicomLibrary& library_;
-    Archive& archive_;
+    StudyTree& tree_;
     Told told_;
 
     std::mutex listing_; ///< guards the next ones

@@ -2,10 +2,10 @@
 #include "platform/dcmtk/DcmtkLibrary.h"
 #include "platform/error.h"
 #include "platform/odbc/OdbcDatabase.h"
-#include "suite/porvane/Archive.h"
 #include "suite/porvane/ServiceLog.h"
 #include "suite/porvane/StorageService.h"
 #include "suite/porvane/StoredEvent.h"
+#include "suite/porvane/StudyTree.h"
 #include "suite/porvane/UnsentDelivery.h"
 
 #include <CLI/CLI.hpp>
@@ -90,19 +90,19 @@ void Serve(const Options& options, int stopSignals) {
     tavrel::OdbcDatabase database;
     tavrel::ObjectCatalogue catalogue(database, options.dataSource);
     tavrel::DcmtkLibrary reader;
-    tavrel::Archive archive(options.studies, catalogue, reader);
-    archive.Open();
+    tavrel::StudyTree tree(options.studies, catalogue, reader);
+    tree.Open();
     const auto service = ReadService(catalogue);
     const auto events = Events();
     const auto unsentFolder = std::filesystem::absolute(options.unsent).lexically_normal();
-    tavrel::UnsentVersions unsent(unsentFolder, reader, archive, [&](const tavrel::Archive::Stored& stored) {
+    tavrel::UnsentVersions unsent(unsentFolder, reader, tree, [&](const tavrel::StudyTree::Stored& stored) {
         tavrel::TellStored(events.get(), service.aeTitle, stored);
         tavrel::LogLine("stored version " + stored.header.sopInstanceUid + ", which had waited to be sent");
     });
     tavrel::UnsentDelivery delivery(unsent, unsentFolder);
     tavrel::IncomingRoom room(options.largestObject * tavrel::IncomingRoom::Megabyte,
                               [&] { return DiskOf(options.studies); });
-    tavrel::StorageService storage(service.port, {service.aeTitle, archive, unsent, room, events.get()});
+    tavrel::StorageService storage(service.port, {service.aeTitle, tree, unsent, room, events.get()});
     delivery.TakeInAtStart(stopSignals);
     delivery.GoOn();
     tavrel::LogLine("stores in \"" + options.studies + "\", called " + service.aeTitle + " on port " +
@@ -123,7 +123,7 @@ int main(int argc, char** argv) {
     const CLI::Validator named([](const std::string& text) { return text.empty() ? "it is empty" : std::string(); },
                                "");
     app.add_option("--studies", options.studies, "Folder that new studies are stored in")
-        ->check(CLI::Validator([](const std::string& text) { return tavrel::Archive::PathFault(text); }, ""))
+        ->check(CLI::Validator([](const std::string& text) { return tavrel::StudyTree::PathFault(text); }, ""))
         ->type_name("FOLDER")
         ->capture_default_str();
     app.add_option("--unsent", options.unsent,

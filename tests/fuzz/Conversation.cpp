@@ -115,11 +115,11 @@ public:
 /// All of the storage service that stands behind an association.
 class Service {
 public:
-    Service() { archive_.Open(); }
+    Service() { tree_.Open(); }
 
     void Serve(int socket, const std::string& request) {
         const PeerAccount own{PeerAccount::Whose::Own, geteuid()};
-        Association::Serve(socket, request, {"PORVANE", archive_, unsent_, room_, nullptr}, places_, own, {});
+        Association::Serve(socket, request, {"PORVANE", tree_, unsent_, room_, nullptr}, places_, own, {});
     }
 
 private:
@@ -127,8 +127,8 @@ private:
     Catalogue database_;
     DcmtkLibrary library_;
     ObjectCatalogue catalogue_{database_, "none"};
-    Archive archive_{folder_.Path(), catalogue_, library_};
-    UnsentVersions unsent_{folder_.Path() / "unsent", library_, archive_, [](const Archive::Stored&) {}};
+    StudyTree tree_{folder_.Path(), catalogue_, library_};
+    UnsentVersions unsent_{folder_.Path() / "unsent", library_, tree_, [](const StudyTree::Stored&) {}};
     IncomingRoom room_{IncomingRoom::Megabyte, [] {
                            return IncomingRoom::Disk{1024 * IncomingRoom::Megabyte, 1024 * IncomingRoom::Megabyte};
                        }};

@@ -23,17 +23,17 @@ namespace tavrel {
 /// gets its final name and the folder is synced; its rows are committed; the note goes away. A note
 /// that is found later tells which file may be without its row, once no transaction that could still
 /// write that row is left.
-class Archive {
+class StudyTree {
 public:
     /// Why a path cannot be that of the studies' folder; empty when it can.
     static std::string PathFault(const std::string& root);
 
     /// Makes the folder `root` where it is missing and keeps other services out of it. Throws a
     /// std::exception with words for the person who started the service.
-    Archive(const std::filesystem::path& root, ObjectCatalogue& catalogue, DicomLibrary& library);
-    ~Archive();
-    Archive(const Archive&) = delete;
-    Archive& operator=(const Archive&) = delete;
+    StudyTree(const std::filesystem::path& root, ObjectCatalogue& catalogue, DicomLibrary& library);
+    ~StudyTree();
+    StudyTree(const StudyTree&) = delete;
+    StudyTree& operator=(const StudyTree&) = delete;
 
     /// Connects to the catalogue and takes back what an earlier run left unfinished.
     void Open();
@@ -66,7 +66,7 @@ private:
     std::filesystem::path incoming_;
     ObjectCatalogue& catalogue_;
     DicomLibrary& library_;
-    int lock_ = -1; ///< a file, which holds the archive's number too
+    int lock_ = -1; ///< a file, which holds the tree's number too
     std::atomic<unsigned long> received_ = 0;
     /// One object at a time is parsed, which bounds the memory; a report waits for one image at most.
     std::mutex waitingImages_; ///< held by the one that is next

@@ -1,4 +1,4 @@
-#include "suite/porvane/Archive.h"
+#include "suite/porvane/StudyTree.h"
 
 #include "platform/error.h"
 #include "platform/paths.h"
@@ -108,7 +108,7 @@ ObjectPlace ReadNote(const fs::path& note) {
 
 } // namespace
 
-std::string Archive::PathFault(const std::string& root) {
+std::string StudyTree::PathFault(const std::string& root) {
     if (root.empty())
         return "The studies' folder must have a name";
     if (root.find_first_of("'\\\n") != std::string::npos)
@@ -116,7 +116,7 @@ std::string Archive::PathFault(const std::string& root) {
     return {};
 }
 
-Archive::Archive(const fs::path& root, ObjectCatalogue& catalogue, DicomLibrary& library)
+StudyTree::StudyTree(const fs::path& root, ObjectCatalogue& catalogue, DicomLibrary& library)
     : root_(fs::absolute(root).lexically_normal()), incoming_(root_ / ".incoming"), catalogue_(catalogue),
       library_(library) {
     if (const std::string fault = PathFault(root_.string()); !fault.empty())
@@ -131,14 +131,14 @@ Archive::Archive(const fs::path& root, ObjectCatalogue& catalogue, DicomLibrary&
         close(lock_);
         throw std::runtime_error("Another storage service works in the studies' folder \"" + root_.string() + "\"");
     }
-    catalogue_.OfArchive(Number());
+    catalogue_.OfTree(Number());
 }
 
-Archive::~Archive() {
+StudyTree::~StudyTree() {
     close(lock_);
 }
 
-void Archive::Open() {
+void StudyTree::Open() {
     const std::lock_guard guard(filing_);
     for (const auto& entry : fs::directory_iterator(incoming_))
         if (entry.path().extension() == ".part")
@@ -146,11 +146,12 @@ void Archive::Open() {
     Connect();
 }
 
-fs::path Archive::NewIncomingPath() {
+fs::path StudyTree::NewIncomingPath() {
     return incoming_ / (std::to_string(++received_) + ".part");
 }
 
-ObjectHeader Archive::Examine(IncomingFile& object, const std::string& sopClassUid, const std::string& sopInstanceUid) {
+ObjectHeader StudyTree::Examine(IncomingFile& object, const std::string& sopClassUid,
+                                const std::string& sopInstanceUid) {
     object.Finish();
     const bool report = sopClassUid == BasicTextSr;
     std::unique_lock<std::mutex> amongImages;
@@ -164,7 +165,7 @@ ObjectHeader Archive::Examine(IncomingFile& object, const std::string& sopClassU
     return header;
 }
 
-Archive::Stored Archive::Store(IncomingFile& object, const ObjectHeader& header) try {
+StudyTree::Stored StudyTree::Store(IncomingFile& object, const ObjectHeader& header) try {
     for (std::vector<ObjectPlace> others;;) { // that have the same UID and other contents
         std::unique_lock guard(filing_);
         Connect();
@@ -186,7 +187,7 @@ Archive::Stored Archive::Store(IncomingFile& object, const ObjectHeader& header)
     throw StoreRefusal(Status::ProcessingFailure, "catalogue: " + WithoutPatient(error.description, header));
 }
 
-void Archive::Connect() {
+void StudyTree::Connect() {
     catalogue_.Open();
     if (!notesLeft_)
         return;
@@ -201,7 +202,7 @@ void Archive::Connect() {
 }
 
 /// Made by the first service that works here.
-std::uint32_t Archive::Number() const {
+std::uint32_t StudyTree::Number() const {
     constexpr std::uint32_t largest = 0x7FFFFFFF; // the databases take it for any kind of integer
     std::array<char, 16> text{};
     std::uint32_t number = 0;
@@ -219,7 +220,7 @@ std::uint32_t Archive::Number() const {
 }
 
 /// A file whose row is not there was never answered as stored.
-void Archive::Settle(const fs::path& note) {
+void StudyTree::Settle(const fs::path& note) {
     const ObjectPlace place = ReadNote(note);
     if (!catalogue_.Holds(place)) {
         LogLine("took back " + NativeFile(place).string() + ", whose storing was interrupted");
@@ -228,7 +229,7 @@ void Archive::Settle(const fs::path& note) {
     fs::remove(note);
 }
 
-std::string Archive::File(IncomingFile& object, const ObjectHeader& header) {
+std::string StudyTree::File(IncomingFile& object, const ObjectHeader& header) {
     ObjectPlace place = FolderFor(header);
     const fs::path folder = NativeFolder(place);
     place.imageFile = FileName(NextFreeNumber(folder));
@@ -262,7 +263,7 @@ std::string Archive::File(IncomingFile& object, const ObjectHeader& header) {
 }
 
 /// The place of the object, still without a file name; its folders exist.
-ObjectPlace Archive::FolderFor(const ObjectHeader& header) {
+ObjectPlace StudyTree::FolderFor(const ObjectHeader& header) {
     const auto series = catalogue_.Series(header.seriesUid);
     if (series && series->studyUid != header.studyUid)
         throw StoreRefusal(Status::DoesNotMatchClass, "the series belongs to another study");
@@ -281,7 +282,7 @@ ObjectPlace Archive::FolderFor(const ObjectHeader& header) {
     return place;
 }
 
-int Archive::NextFreeNumber(const fs::path& folder) {
+int StudyTree::NextFreeNumber(const fs::path& folder) {
     const auto [entry, isNew] = lastNumbers_.try_emplace(folder, 0);
     int& last = entry->second;
     std::error_code ignored;
