@@ -18,6 +18,8 @@ enum class Type {
     Integer, ///< a whole number
     Counter, ///< numbers the rows in the order of their making, and identifies them
     Now,     ///< the time at which the row was made
+    RowOf,   ///< the counter of another table's row, which identifies this one too
+    Moment,  ///< seconds since 1970, by the catalogue's own clock
 };
 
 struct Column {
@@ -104,13 +106,35 @@ constexpr std::array Report{
     Column{"ApprovingDate", Text, TextColumn},
     Column{"Reading", Text, LongColumn},
 };
+constexpr std::array Archive{
+    Column{"AETitle", Text, AeTitle},   Column{"Host", Text, TextColumn},    Column{"Port", Integer},
+    Column{"CallingAE", Text, AeTitle}, Column{"Images", Text, ShortColumn}, Column{"Tls", Text, ShortColumn},
+};
+constexpr std::array Outgoing{
+    Column{"ImageID", RowOf},
+    Column{"SeriesInstanceUID", Text, Uid},
+    Column{"SOPClassUID", Text, Uid},
+    Column{"SOPInstanceUID", Text, Uid},
+    Column{"Turn", Integer},
+    Column{"State", Text, ShortColumn},
+    Column{"Attempts", Integer},
+    Column{"QueuedTime", Moment},
+    Column{"NextTime", Moment},
+    Column{"LastWords", Text, TextColumn},
+    Column{"TransactionUID", Text, Uid},
+};
+constexpr std::array OutgoingClaim{
+    Column{"SeriesInstanceUID", Key, Uid},
+    Column{"Claimant", Text, LongString},
+    Column{"ClaimedUntil", Moment},
+};
 constexpr std::array Codes{
     Column{"CodeScheme", Text, LongString},
     Column{"CodeValue", Code, LongString},
     Column{"CodeMeaning", Text, TextColumn},
 };
 
-constexpr std::array<std::string_view, 14> TableNames = {
+constexpr std::array<std::string_view, 17> TableNames = {
     "Patient",
     "Study",
     "Series",
@@ -125,14 +149,21 @@ constexpr std::array<std::string_view, 14> TableNames = {
     code_table::BodyParts,
     code_table::Findings,
     code_table::Diagnoses,
+    "Archive",
+    "Outgoing",
+    "OutgoingClaim",
 };
 constexpr std::array<std::span<const Column>, TableNames.size()> TableColumns = {
-    Patient, Study, Series, Image, SiteData, Users, DicomServer, Port, History, Report, Codes, Codes, Codes, Codes};
+    Patient, Study, Series, Image, SiteData, Users,   DicomServer, Port,         History,
+    Report,  Codes, Codes,  Codes, Codes,    Archive, Outgoing,    OutgoingClaim};
+/// Of a catalogue that was made before it, without a fault.
+constexpr std::array<std::string_view, 3> TablesThatMayLack = {"Archive", "Outgoing", "OutgoingClaim"};
 
 constexpr std::array Indexes{
     Index{"StudyByPatient", "Study", "IDPatient"},        Index{"SeriesByStudy", "Series", "StudyInstanceUID"},
     Index{"ImageBySeries", "Image", "SeriesInstanceUID"}, Index{"ImageByInstance", "Image", "SOPInstanceUID"},
-    Index{"HistoryBySeries", "History", "SeriesUID"},
+    Index{"HistoryBySeries", "History", "SeriesUID"},     Index{"OutgoingBySeries", "Outgoing", "SeriesInstanceUID"},
+    Index{"OutgoingByState", "Outgoing", "State"},        Index{"OutgoingByInstance", "Outgoing", "SOPInstanceUID"},
 };
 
 std::string CounterType(Engine engine) {
@@ -164,6 +195,10 @@ std::string TypeText(const Column& column, Engine engine) {
     case Now:
         // MariaDB would renew a TIMESTAMP with every change of the row.
         return std::string(engine == Engine::MariaDb ? "DATETIME" : "TIMESTAMP") + " DEFAULT CURRENT_TIMESTAMP";
+    case RowOf:
+        return "BIGINT NOT NULL PRIMARY KEY";
+    case Moment:
+        return "BIGINT";
     case Text:
         break;
     }
@@ -224,6 +259,8 @@ void CreateSchema(Connection& connection, Engine engine) {
 std::vector<AbsentColumn> AbsentColumns(Connection& connection) {
     std::vector<AbsentColumn> absent;
     for (std::size_t table = 0; table < TableNames.size(); ++table) {
+        if (MayLackTable(TableNames[table]))
+            continue;
         const auto rows = connection.OpenResultSet("SELECT * FROM " + std::string(TableNames[table]) + " WHERE 1=0");
         for (const Column& column : TableColumns[table])
             if (!column.mayLack && !rows->HasField(column.name))
@@ -243,6 +280,10 @@ void AddColumn(Connection& connection, Engine engine, const AbsentColumn& absent
 
 std::span<const std::string_view> CatalogueTables() {
     return TableNames;
+}
+
+bool MayLackTable(std::string_view table) {
+    return std::ranges::find(TablesThatMayLack, table) != TablesThatMayLack.end();
 }
 
 } // namespace tavrel

@@ -33,5 +33,7 @@ void AddColumn(Connection& connection, Engine engine, const AbsentColumn& absent
 
 /// The names of all tables of the catalogue.
 std::span<const std::string_view> CatalogueTables();
+/// A catalogue that was made before that table is none the worse: what would use it does without.
+bool MayLackTable(std::string_view table);
 
 } // namespace tavrel
