@@ -9,18 +9,15 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <initializer_list>
 #include <optional>
 #include <sstream>
 #include <string_view>
-#include <utility>
-#include <vector>
 
 namespace tavrel {
 namespace {
 
 namespace fs = std::filesystem;
-
-using Settings = std::vector<std::pair<std::string_view, std::string>>;
 
 /// The module that knows all letters, beside the programs as they are built or installed.
 std::optional<std::string> SqliteLetters() {
@@ -30,29 +27,32 @@ std::optional<std::string> SqliteLetters() {
     return fs::exists(module, failure) ? std::optional(module.string()) : std::nullopt;
 }
 
-Settings SqliteSettings(const OdbcEntry& entry) {
-    Settings settings = {{"Driver", "SQLite3"},
-                         {"Database", entry.database},
-                         {"Timeout", "2500"},
-                         {"SyncPragma", "NORMAL"},
-                         {"JournalMode", "WAL"}};
+OdbcSettings SqliteSettings(const OdbcEntry& entry) {
+    OdbcSettings settings = {{"Driver", "SQLite3"},
+                             {"Database", entry.database},
+                             {"Timeout", "2500"},
+                             {"SyncPragma", "NORMAL"},
+                             {"JournalMode", "WAL"}};
     if (const auto letters = SqliteLetters())
         settings.emplace_back("LoadExt", *letters);
     return settings;
 }
 
-Settings SettingsOf(const OdbcEntry& entry) {
+/// Of several hosts the one that takes changes: a standby does not, until it is told to.
+std::string PostgreSqlOptions(const OdbcEntry& entry) {
+    const bool several = entry.server.find(',') != std::string::npos;
+    return std::string("connect_timeout=5 tcp_user_timeout=10000 keepalives_idle=15") +
+           (several ? " target_session_attrs=read-write" : "");
+}
+
+OdbcSettings SettingsOf(const OdbcEntry& entry) {
     switch (entry.engine) {
     case Engine::Sqlite:
         return SqliteSettings(entry);
     case Engine::PostgreSql:
-        return {{"Driver", "PostgreSQL Unicode"},
-                {"Servername", entry.server},
-                {"Port", std::to_string(entry.port)},
-                {"Database", entry.database},
-                {"Username", entry.user},
-                {"Password", entry.password},
-                {"pqopt", "connect_timeout=5 tcp_user_timeout=10000 keepalives_idle=15"}};
+        return {{"Driver", "PostgreSQL Unicode"},   {"Servername", entry.server}, {"Port", std::to_string(entry.port)},
+                {"Database", entry.database},       {"Username", entry.user},     {"Password", entry.password},
+                {"pqopt", PostgreSqlOptions(entry)}};
     case Engine::MariaDb:
         break;
     }
@@ -66,19 +66,17 @@ Settings SettingsOf(const OdbcEntry& entry) {
             {"OPTION", "2"}, // a change that meets a row counts it, also when it changes nothing
             {"CONN_TIMEOUT", "5"},
             {"READ_TIMEOUT", "60"},
-            {"INITSTMT", "SET SESSION sql_mode='STRICT_ALL_TABLES,NO_BACKSLASH_ESCAPES,PIPES_AS_CONCAT,ANSI_QUOTES'"}};
+            // Who reads what is committed locks no gap in which another workstation adds its rows.
+            {"INITSTMT", "SET SESSION sql_mode='STRICT_ALL_TABLES,NO_BACKSLASH_ESCAPES,PIPES_AS_CONCAT,ANSI_QUOTES',"
+                         " tx_isolation='READ-COMMITTED'"}};
 }
 
 /// "name=value" for each setting, each with `end` behind it.
-std::string Written(const OdbcEntry& entry, char end) {
+std::string Written(const OdbcSettings& settings, char end) {
     std::string text;
-    for (const auto& [name, value] : SettingsOf(entry))
+    for (const auto& [name, value] : settings)
         text.append(name).append("=").append(value) += end;
     return text;
-}
-
-std::string Section(const OdbcEntry& entry) {
-    return "[" + entry.name + "]\n" + Written(entry, '\n');
 }
 
 /// The name of the entry that a line opens.
@@ -90,7 +88,7 @@ std::optional<std::string> OpenedEntry(const std::string& line) {
     return line.substr(open + 1, close - open - 1);
 }
 
-std::string WithEntry(const std::string& text, const OdbcEntry& entry) {
+std::string WithEntry(const std::string& text, const std::string& name, const OdbcSettings& settings) {
     std::istringstream lines(text);
     std::string result;
     bool replacing = false;
@@ -99,25 +97,29 @@ std::string WithEntry(const std::string& text, const OdbcEntry& entry) {
         if (const auto opened = OpenedEntry(line)) {
             if (replacing)
                 result += "\n";
-            replacing = SameInAnyCase(*opened, entry.name);
+            replacing = SameInAnyCase(*opened, name);
             if (replacing && !written)
-                result += Section(entry);
+                result += OdbcSection(name, settings);
             written = written || replacing;
         }
         if (!replacing)
             result += line + "\n";
     }
     if (!written)
-        result += (result.empty() ? "" : "\n") + Section(entry);
+        result += (result.empty() ? "" : "\n") + OdbcSection(name, settings);
     return result;
 }
 
-void RequireOneLine(const OdbcEntry& entry) {
-    for (const std::string* value : {&entry.name, &entry.database, &entry.server, &entry.user, &entry.password})
-        if (std::ranges::any_of(*value, [](unsigned char c) { return c < ' '; }))
+void RequireOneLine(const std::string& name, const OdbcSettings& settings) {
+    for (const auto& setting : settings)
+        if (std::ranges::any_of(setting.second, [](unsigned char c) { return c < ' '; }))
             throw Error(Fault::OfTheSuite, "Catalogue", "An ODBC entry's values must hold no line ends");
-    if (entry.name.empty() || entry.name.find_first_of("[]{}(),;?*=!@\\") != std::string::npos)
-        throw Error(Fault::OfTheSuite, "Catalogue", "\"" + entry.name + "\" cannot be the name of an ODBC entry");
+    if (name.empty() || name.find_first_of("[]{}(),;?*=!@\\") != std::string::npos)
+        throw Error(Fault::OfTheSuite, "Catalogue", "\"" + name + "\" cannot be the name of an ODBC entry");
+}
+
+bool IsOneOf(std::initializer_list<std::string_view> names, std::string_view name) {
+    return std::ranges::any_of(names, [&](std::string_view each) { return SameInAnyCase(each, name); });
 }
 
 } // namespace
@@ -130,7 +132,44 @@ OdbcEntry SqliteEntry(const std::string& name, const fs::path& file) {
 }
 
 std::string ConnectionText(const OdbcEntry& entry) {
-    return Written(entry, ';');
+    return ConnectionText(SettingsOf(entry));
+}
+
+std::string ConnectionText(const OdbcSettings& settings) {
+    return Written(settings, ';');
+}
+
+std::string OdbcSection(const std::string& name, const OdbcSettings& settings) {
+    return "[" + name + "]\n" + Written(settings, '\n');
+}
+
+OdbcSettings ReadOdbcEntry(const fs::path& file, const std::string& name) {
+    std::istringstream lines(PosixFiles().ReadText(file.string()));
+    OdbcSettings settings;
+    bool found = false;
+    bool within = false;
+    for (std::string line; std::getline(lines, line);) {
+        const auto equals = line.find('=');
+        if (const auto opened = OpenedEntry(line)) {
+            within = SameInAnyCase(*opened, name);
+            found = found || within;
+        } else if (within && equals != std::string::npos && !IsOneOf({"#", ";"}, Trimmed(line).substr(0, 1))) {
+            settings.emplace_back(Trimmed(line.substr(0, equals)), Trimmed(line.substr(equals + 1)));
+        }
+    }
+    if (!found)
+        throw Error(Fault::OfTheSuite, "Catalogue", file.string() + " has no entry [" + name + "]");
+    return settings;
+}
+
+OdbcSettings ForAccount(OdbcSettings settings, Engine engine, const std::string& user, const std::string& password) {
+    std::erase_if(settings, [](const auto& setting) {
+        return IsOneOf({"User", "Username", "UID", "Password", "PWD"}, setting.first);
+    });
+    const bool mariaDb = engine == Engine::MariaDb;
+    settings.emplace_back(mariaDb ? "USER" : "Username", user);
+    settings.emplace_back(mariaDb ? "PASSWORD" : "Password", password);
+    return settings;
 }
 
 fs::path UserOdbcFile() {
@@ -141,14 +180,18 @@ fs::path UserOdbcFile() {
 }
 
 void WriteOdbcEntry(const fs::path& file, const OdbcEntry& entry) {
-    RequireOneLine(entry);
+    WriteOdbcEntry(file, entry.name, SettingsOf(entry));
+}
+
+void WriteOdbcEntry(const fs::path& file, const std::string& name, const OdbcSettings& settings) {
+    RequireOneLine(name, settings);
     std::error_code ignored;
     const fs::path target = fs::weakly_canonical(file, ignored); // a link stays a link
     const bool there = fs::exists(target, ignored);
     const auto permissions = fs::status(target, ignored).permissions();
 
     PosixFiles files;
-    files.WriteText(target.string(), WithEntry(there ? files.ReadText(target.string()) : "", entry));
+    files.WriteText(target.string(), WithEntry(there ? files.ReadText(target.string()) : "", name, settings));
     if (there)
         fs::permissions(target, permissions, ignored);
 }

@@ -3,9 +3,11 @@
 #include "platform/code_tables.h"
 #include "platform/error.h"
 #include "platform/limits.h"
+#include "platform/sql.h"
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <string>
 
 namespace tavrel {
@@ -20,6 +22,7 @@ enum class Type {
     Now,     ///< the time at which the row was made
     RowOf,   ///< the counter of another table's row, which identifies this one too
     Moment,  ///< seconds since 1970, by the catalogue's own clock
+    Maker,   ///< the account that made the row
 };
 
 struct Column {
@@ -134,6 +137,16 @@ constexpr std::array Codes{
     Column{"CodeMeaning", Text, TextColumn},
 };
 
+constexpr std::array Workstation{
+    Column{"Name", Key, LongestAccount},
+    Column{"Machine", Text, TextColumn},
+};
+/// What stands before the columns of a workstation's own table, where the rows of all are.
+constexpr std::array OfAll{
+    Column{"RowID", Counter},
+    Column{"Workstation", Maker, LongestAccount},
+};
+
 constexpr std::array<std::string_view, 17> TableNames = {
     "Patient",
     "Study",
@@ -199,6 +212,9 @@ std::string TypeText(const Column& column, Engine engine) {
         return "BIGINT NOT NULL PRIMARY KEY";
     case Moment:
         return "BIGINT";
+    case Maker:
+        return "VARCHAR" + size + " NOT NULL DEFAULT " +
+               (engine == Engine::MariaDb ? "(" + CurrentAccount(engine) + ")" : CurrentAccount(engine));
     case Text:
         break;
     }
@@ -231,6 +247,10 @@ std::optional<std::string> Answer(Connection& connection, std::string_view query
     }
 }
 
+std::span<const Column> ColumnsOf(std::string_view table) {
+    return TableColumns.at(static_cast<std::size_t>(std::ranges::find(TableNames, table) - TableNames.begin()));
+}
+
 } // namespace
 
 Engine DetectEngine(Connection& connection) {
@@ -256,6 +276,32 @@ void CreateSchema(Connection& connection, Engine engine) {
     connection.Commit();
 }
 
+std::string CurrentAccount(Engine engine) {
+    return engine == Engine::MariaDb ? "SUBSTRING_INDEX(USER(),'@',1)" : "current_user";
+}
+
+std::string TableOfAll(std::string_view ownTable) {
+    return "Workstation" + std::string(ownTable);
+}
+
+std::string OwnColumns(std::string_view ownTable) {
+    std::vector<std::string> names;
+    for (const Column& column : ColumnsOf(ownTable))
+        names.emplace_back(column.name);
+    return Listed(names);
+}
+
+void CreateDepartmentTables(Connection& connection, Engine engine) {
+    connection.OpenResultSet(CreateTable("Workstation", Workstation, engine));
+    for (const std::string_view ownTable : OwnTables) {
+        const std::string table = TableOfAll(ownTable);
+        std::vector<Column> columns(OfAll.begin(), OfAll.end());
+        std::ranges::copy(ColumnsOf(ownTable), std::back_inserter(columns));
+        connection.OpenResultSet(CreateTable(table, columns, engine));
+        connection.OpenResultSet(CreateIndex({table + "ByWorkstation", table, "Workstation"}));
+    }
+}
+
 std::vector<AbsentColumn> AbsentColumns(Connection& connection) {
     std::vector<AbsentColumn> absent;
     for (std::size_t table = 0; table < TableNames.size(); ++table) {
@@ -270,8 +316,7 @@ std::vector<AbsentColumn> AbsentColumns(Connection& connection) {
 }
 
 void AddColumn(Connection& connection, Engine engine, const AbsentColumn& absent) {
-    const auto table = static_cast<std::size_t>(std::ranges::find(TableNames, absent.table) - TableNames.begin());
-    const Column& column = *std::ranges::find(TableColumns.at(table), absent.name, &Column::name);
+    const Column& column = *std::ranges::find(ColumnsOf(absent.table), absent.name, &Column::name);
     if (column.type == Key || column.type == Counter)
         throw Error(Fault::OfTheSuite, "Catalogue", "it identifies the row");
     connection.OpenResultSet("ALTER TABLE " + std::string(absent.table) + " ADD COLUMN " + std::string(absent.name) +

@@ -6,6 +6,7 @@
 #include "platform/posix/PosixUserInformation.h"
 #include "platform/uid.h"
 #include "suite/catalogue/CodeTable.h"
+#include "suite/catalogue/Department.h"
 #include "suite/catalogue/FolderImport.h"
 #include "suite/catalogue/InstallationCheck.h"
 #include "suite/catalogue/OdbcEntry.h"
@@ -73,6 +74,13 @@ CLI::Validator BaseUid() {
     });
 }
 
+CLI::Validator WorkstationName() {
+    return Rule("NAME", [](const std::string& text) {
+        const std::string fault = Department::NameFault(text);
+        return fault.empty() ? fault : "a workstation's name " + fault;
+    });
+}
+
 CLI::Validator UserName() {
     return Rule("NAME", [](const std::string& text) {
         if (text.find('\'') != std::string::npos)
@@ -108,6 +116,7 @@ public:
         AddPort();
         AddCodes();
         AddImport();
+        AddDepartment();
         AddCheck();
     }
 
@@ -149,7 +158,9 @@ private:
         command->add_option("--database", entry_.database, "sqlite: the file; else the database's name")
             ->required()
             ->type_name("DATABASE");
-        command->add_option("--server", entry_.server, "Host of the database (not for sqlite)")
+        command
+            ->add_option("--server", entry_.server,
+                         "Host of the database (not for sqlite); of PostgreSQL several, with commas between")
             ->type_name("HOST")
             ->default_val("127.0.0.1");
         command->add_option("--port", entry_.port, "Port of the database; 5432 or 3306 unless given")
@@ -168,6 +179,8 @@ private:
             entry_.database = std::filesystem::absolute(entry_.database).lexically_normal().string();
         else if (entry_.user.empty())
             throw CLI::RequiredError("--user");
+        if (entry_.engine == Engine::MariaDb && entry_.server.find(',') != std::string::npos)
+            throw CLI::ValidationError("The driver of MariaDB takes one host: that of the proxy before its nodes");
         if (entry_.port == 0)
             entry_.port = entry_.engine == Engine::PostgreSql ? 5432 : 3306;
         if (!passwordFile_.empty()) {
@@ -185,6 +198,8 @@ private:
         Command(app_, "init", "Make the tables of the catalogue that are not there yet", [this] {
             Connection& catalogue = Catalogue();
             CreateSchema(catalogue, DetectEngine(catalogue));
+            if (Department department(catalogue); department.Exists())
+                department.Renew();
             std::cout << "The catalogue " << dataSource_ << " has all its tables\n";
             return EXIT_SUCCESS;
         });
@@ -356,6 +371,93 @@ private:
         return summary.failures.empty() ? EXIT_SUCCESS : EXIT_FAILURE;
     }
 
+    void AddDepartment() {
+        CLI::App* department =
+            app_.add_subcommand("department", "Many workstations with one catalogue, as the owner of its tables");
+        department->require_subcommand(1);
+        const auto name = [this](CLI::App* command, const char* option, const char* words) {
+            return command->add_option(option, workstation_.name, words)
+                ->check(WorkstationName().description(""))
+                ->type_name("NAME");
+        };
+        CLI::App* init = Command(*department, "init", "Make the catalogue a department's, with all its tables",
+                                 [this] { return MakeDepartment(); });
+        name(init, "--former",
+             "The workstation that the catalogue has served until now, which keeps its port and node");
+
+        CLI::App* join =
+            Command(*department, "join", "Make a workstation's account, rights and rows, or what of them is missing",
+                    [this] { return Join(); });
+        name(join, "--name", "The workstation's name, and its account's on the server")->required();
+        join->add_option("--port", workstation_.port, "TCP port of its storage service on its machine")
+            ->check(CLI::Range(1, 65535).description(""))
+            ->type_name("N");
+        join->add_option("--ae-title", workstation_.aeTitle, "AE title of its storage service")
+            ->check(AeTitle().description(""))
+            ->type_name("AE");
+        join->add_option("--node", workstation_.node,
+                         "Its AE title in the audit trail; its name in capitals unless given")
+            ->check(AeTitle().description(""))
+            ->type_name("AE");
+        join->add_option("--machine", workstation_.machine,
+                         "Its machine, where several workstations are accounts of one; its name unless given")
+            ->check(CatalogueText(longest::TextColumn).description(""))
+            ->type_name("NAME");
+        join->add_flag("--new-password", newPassword_, "Give a workstation that is known another password");
+        join->add_option("--file", odbcFile_, "ODBC file to write its entry DicomFDB into; shown unless given")
+            ->type_name("FILE");
+
+        name(Command(*department, "leave", "Take a workstation's account, rights and rows away",
+                     [this] { return Leave(); }),
+             "--name", "The workstation")
+            ->required();
+        Command(*department, "list", "List the workstations", [this] { return ListWorkstations(); });
+    }
+
+    int MakeDepartment() {
+        Department(Catalogue()).Make(workstation_.name);
+        std::cout << "The catalogue " << dataSource_ << " is a department's\n";
+        if (!workstation_.name.empty())
+            std::cout << "\"orbenta-catalogue department join --name " << workstation_.name << "\" gives "
+                      << workstation_.name << " its account\n";
+        return EXIT_SUCCESS;
+    }
+
+    int Join() {
+        // Before anything is made, as the entry is made of the owner's.
+        const OdbcSettings owners = ReadOdbcEntry(UserOdbcFile(), dataSource_);
+        Connection& catalogue = Catalogue();
+        const auto password = Department(catalogue).Join(workstation_, newPassword_);
+        if (!password) {
+            std::cout << workstation_.name
+                      << " is a workstation already, and now whole; --new-password gives it another "
+                      << "password and entry\n";
+            return EXIT_SUCCESS;
+        }
+        const OdbcSettings entry = ForAccount(owners, DetectEngine(catalogue), workstation_.name, *password);
+        if (odbcFile_.empty())
+            std::cout << OdbcSection("DicomFDB", entry);
+        else
+            WriteOdbcEntry(odbcFile_, "DicomFDB", entry);
+        std::cerr << workstation_.name << " is a workstation; "
+                  << (odbcFile_.empty() ? "the lines above belong" : odbcFile_ + " belongs")
+                  << " into the ODBC file of its account (~/.odbc.ini)\n";
+        return EXIT_SUCCESS;
+    }
+
+    int Leave() {
+        Department(Catalogue()).Leave(workstation_.name);
+        std::cout << workstation_.name << " is no workstation any more\n";
+        return EXIT_SUCCESS;
+    }
+
+    int ListWorkstations() {
+        for (const auto& each : Department(Catalogue()).Workstations())
+            std::cout << each.name << ": node " << each.node << ", storage service " << each.aeTitle << " on port "
+                      << each.port << " of " << each.machine << "\n";
+        return EXIT_SUCCESS;
+    }
+
     void AddCheck() {
         CLI::App* command = Command(app_, "check", "Look at the whole installation and say what is missing",
                                     [this] { return Check(); });
@@ -404,6 +506,8 @@ private:
     std::string codeFile_;
     std::string codeKind_;
     bool replacing_ = false;
+    Department::Workstation workstation_;
+    bool newPassword_ = false;
     bool mending_ = false;
     std::string folder_;
     std::string unsent_ = DefaultUnsentFolder().string();

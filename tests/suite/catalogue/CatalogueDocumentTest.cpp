@@ -9,16 +9,21 @@ namespace {
 
 constexpr std::string_view TableHeading = "### ";
 
-/// Takes the statements down that would make a catalogue, a column a line.
+std::string ColumnALine(std::string_view statements) {
+    std::string text;
+    for (const char character : statements)
+        text += character == ',' ? ",\n" : std::string(1, character);
+    return text;
+}
+
+/// Takes the statements down that would make a catalogue.
 class MakingNothing : public ForwardingConnection {
 public:
     MakingNothing() : ForwardingConnection(nullptr) {}
     void BeginTransaction() override {}
     void Commit() override {}
     std::unique_ptr<ResultSet> OpenResultSet(std::string_view statement, Cursor) override {
-        for (const char character : statement)
-            statements += character == ',' ? ",\n" : std::string(1, character);
-        statements += '\n';
+        statements += ColumnALine(statement) + "\n";
         return nullptr;
     }
 
@@ -42,22 +47,46 @@ public:
             if (table.heading.starts_with(TableHeading))
                 statements += Tables(table);
         for (const auto& index : TableUnder("## Indexes", CATALOGUE_DOCUMENT))
-            statements += "CREATE INDEX IF NOT EXISTS " + index[0] + " ON " + index[1] + " (" + index[2] + ")\n";
-        return statements;
+            statements += Index(index[0], index[1], index[2]);
+        return ColumnALine(statements);
+    }
+
+    std::string DepartmentStatements() const {
+        std::string statements = Table("Workstation", Columns(Rows("#### Workstation")));
+        for (const std::string_view own : OwnTables) {
+            const std::string table = TableOfAll(own);
+            statements += Table(table, Columns(Rows("#### The rows of all")) + ", " +
+                                           Columns(Rows(std::string(TableHeading).append(own))));
+            statements += Index(table + "ByWorkstation", table, "Workstation");
+        }
+        return ColumnALine(statements);
     }
 
 private:
+    static std::vector<DocumentRow> Rows(const std::string& heading) { return TableUnder(heading, CATALOGUE_DOCUMENT); }
+
+    std::string Columns(const std::vector<DocumentRow>& rows) const {
+        std::string columns;
+        for (const auto& row : rows)
+            columns += (columns.empty() ? "" : ", ") + row[0] + " " + Type(row[1]);
+        return columns;
+    }
+
+    std::string Table(const std::string& name, const std::string& columns) const {
+        const auto end = Type("the table itself");
+        return "CREATE TABLE IF NOT EXISTS " + name + " (" + columns + ")" + (end.empty() ? "" : " " + end) + "\n";
+    }
+
+    static std::string Index(const std::string& name, const std::string& table, const std::string& column) {
+        return "CREATE INDEX IF NOT EXISTS " + name + " ON " + table + " (" + column + ")\n";
+    }
+
     /// Tables with the same columns share a heading: "### One, Two".
     std::string Tables(const DocumentTable& table) const {
-        std::string columns;
-        for (const auto& row : table.rows)
-            columns += (columns.empty() ? "" : ",\n ") + row[0] + " " + Type(row[1]);
-        const auto end = Type("the table itself");
         std::string statements;
         std::string names = table.heading.substr(TableHeading.size()) + ", ";
         for (; !names.empty(); names.erase(0, names.find(", ") + 2))
-            statements += "CREATE TABLE IF NOT EXISTS " + names.substr(0, names.find(',')) + " (" + columns + ")" +
-                          (end.empty() ? "" : " " + end) + "\n";
+            statements += Table(names.substr(0, names.find(',')), Columns(table.rows));
         return statements;
     }
 
@@ -90,6 +119,20 @@ TEST(CatalogueDocument, SaysWhatIsMadeOnPostgreSql) {
 
 TEST(CatalogueDocument, SaysWhatIsMadeOnMariaDb) {
     EXPECT_EQ(Page(3).Statements(), MadeBy(Engine::MariaDb));
+}
+
+std::string MadeForADepartmentBy(Engine engine) {
+    MakingNothing connection;
+    CreateDepartmentTables(connection, engine);
+    return connection.statements;
+}
+
+TEST(CatalogueDocument, SaysWhatADepartmentHasOnPostgreSql) {
+    EXPECT_EQ(Page(2).DepartmentStatements(), MadeForADepartmentBy(Engine::PostgreSql));
+}
+
+TEST(CatalogueDocument, SaysWhatADepartmentHasOnMariaDb) {
+    EXPECT_EQ(Page(3).DepartmentStatements(), MadeForADepartmentBy(Engine::MariaDb));
 }
 
 } // namespace

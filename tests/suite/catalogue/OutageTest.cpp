@@ -103,7 +103,7 @@ TEST_P(ServerOutage, ACommitThatOutlivesItsServiceLeavesNoRowWithoutItsFile) {
 class FormerTransaction : public ServerOutage {
 protected:
     void SetUp() override {
-        former.OfArchive(1);
+        former.OfTree(1);
         former.Open();
         header.patientId = "1";
         header.studyUid = "2.999.1";
@@ -114,7 +114,7 @@ protected:
     /// Another service, or the same one again, which finds a note.
     bool Judge(std::uint32_t archive) {
         ObjectCatalogue later(database, DataSource());
-        later.OfArchive(archive);
+        later.OfTree(archive);
         later.Open();
         later.EndFormerTransaction();
         return later.Holds(place);

@@ -41,7 +41,8 @@ protected:
 
 TEST_F(Tool, EveryCommandExplainsItself) {
     const std::vector<std::pair<std::string, std::vector<std::string>>> commands = {
-        {"", {"odbc", "init", "site", "user", "port", "codes", "import", "check", "--dsn", "Exit status"}},
+        {"",
+         {"odbc", "init", "site", "user", "port", "codes", "import", "department", "check", "--dsn", "Exit status"}},
         {"odbc", {"--engine", "--database", "--server", "--port", "--user", "--password-file", "--file"}},
         {"init", {"tables"}},
         {"site", {"--base-uid", "--organization", "--reports", "--node"}},
@@ -49,6 +50,8 @@ TEST_F(Tool, EveryCommandExplainsItself) {
         {"port", {"--port", "--ae-title"}},
         {"codes import", {"--table", "--replace", "CodeMeaning"}},
         {"import", {"FOLDER"}},
+        {"department", {"init", "join", "leave", "list"}},
+        {"department join", {"--name", "--port", "--ae-title", "--node", "--machine", "--new-password", "--file"}},
         {"check", {"missing"}}};
     for (const auto& [command, words] : commands) {
         const Outcome help = room.Tool(command + " --help");
@@ -62,7 +65,9 @@ TEST_F(Tool, WrongArgumentsAreSaidOnTheErrorOutput) {
     for (const char* arguments :
          {"", "nonsense", "port --port 70000", "site --base-uid 1..2", "site --reports modern",
           "import /no/such/folder", "port --ae-title A_TITLE_OF_SEVENTEEN", "user \"O'Brien\" --signature X",
-          "codes import /dev/null --table nonsense", "odbc --engine oracle --database x"}) {
+          "codes import /dev/null --table nonsense", "odbc --engine oracle --database x",
+          "odbc --engine mariadb --database x --user y --server a,b", "department join --name Ward1",
+          "department leave"}) {
         const Outcome outcome = room.Tool(arguments);
         EXPECT_EQ(outcome.status, WrongArguments) << arguments;
         EXPECT_FALSE(outcome.err.empty()) << arguments;
@@ -262,6 +267,20 @@ TEST_F(Tool, AServersEntryTakesItsPasswordFromAFile) {
     EXPECT_TRUE(Holds(text, "Password=a secret\n"));
     const auto permissions = std::filesystem::status(room.Folder() / "new.ini").permissions();
     EXPECT_EQ(permissions & std::filesystem::perms(077), std::filesystem::perms::none);
+}
+
+TEST_F(Tool, OfSeveralServersTheEntryWantsTheOneThatTakesChanges) {
+    const std::string file = (room.Folder() / "new.ini").string();
+    room.Tool("odbc --engine postgresql --database orbenta --user o --server a,b,c --file " + file);
+    const std::string text = PosixFiles().ReadText(file);
+    EXPECT_TRUE(Holds(text, "\nServername=a,b,c\n")) << text;
+    EXPECT_TRUE(Holds(text, " target_session_attrs=read-write\n")) << text;
+}
+
+TEST_F(Tool, ACatalogueInAFileIsNoDepartments) {
+    const Outcome outcome = room.Tool("department init");
+    EXPECT_EQ(outcome.status, Failed);
+    EXPECT_TRUE(Holds(outcome.err, "A department needs a catalogue on a PostgreSQL or MariaDB server")) << outcome.err;
 }
 
 TEST_F(Tool, AServersEntryNeedsAUser) {

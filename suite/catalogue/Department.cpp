@@ -1,0 +1,308 @@
+#include "suite/catalogue/Department.h"
+
+#include "platform/error.h"
+#include "platform/limits.h"
+#include "platform/sql.h"
+#include "platform/text.h"
+#include "suite/catalogue/Rows.h"
+
+#include <sys/random.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <iterator>
+#include <system_error>
+
+namespace tavrel {
+namespace {
+
+struct Right {
+    std::string_view table;
+    std::string_view what;
+};
+
+/// The site's data and its signatures are the owner's to set, and the audit trail only grows.
+constexpr std::array FewerRights{
+    Right{"Workstation", "SELECT"},     Right{"SiteData", "SELECT"},     Right{"Users", "SELECT"},
+    Right{"History", "SELECT, INSERT"}, Right{"Port", "SELECT, UPDATE"}, Right{"DicomServer", "SELECT, UPDATE"},
+};
+
+std::string RightsOn(std::string_view table) {
+    const auto found = std::ranges::find(FewerRights, table, &Right::table);
+    return std::string(found == FewerRights.end() ? "SELECT, INSERT, UPDATE, DELETE" : found->what);
+}
+
+[[noreturn]] void Refuse(const std::string& words) {
+    throw Error(Fault::OfTheSuite, "Department", words);
+}
+
+std::string NewPassword() {
+    // None that a driver takes for a sign of its own: PostgreSQL's reads "+" as a blank.
+    constexpr std::string_view letters = "ABCDEFGHJKLMNPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_-.~";
+    static_assert(letters.size() == 64); // each as likely as any other
+    std::array<unsigned char, 32> bytes{};
+    if (getrandom(bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size()))
+        Refuse("No password can be made: " + std::generic_category().message(errno));
+    std::string password;
+    for (const unsigned char byte : bytes)
+        password += letters[byte % letters.size()];
+    return password;
+}
+
+std::string TextOrEmpty(const ResultSet& rows, std::string_view column) {
+    return std::string(rows.Field(column).value_or(""));
+}
+
+/// What joins: as it is known, where nothing else is said. What is known stays.
+Department::Workstation Completed(Department::Workstation given, const Department::Workstation& known) {
+    const auto keep = [&](auto& value, const auto& present, const auto& none, const char* what) {
+        if (value != none && present != none && value != present)
+            Refuse(given.name + " is a workstation already, with another " + what +
+                   "; \"orbenta-catalogue department list\" shows it");
+        if (present != none)
+            value = present;
+    };
+    const std::string nothing;
+    keep(given.machine, known.machine, nothing, "machine");
+    keep(given.port, known.port, 0, "port");
+    keep(given.aeTitle, known.aeTitle, nothing, "AE title");
+    keep(given.node, known.node, nothing, "node");
+    if (given.machine.empty())
+        given.machine = given.name;
+    if (given.node.empty())
+        std::ranges::transform(given.name, std::back_inserter(given.node), ToUpper);
+    return given;
+}
+
+void RequireWhole(const Department::Workstation& joining) {
+    if (joining.node.size() > longest::AeTitle)
+        Refuse("The name " + joining.name + " is too long for a node's: give --node");
+    if (joining.port == 0 || joining.aeTitle.empty())
+        Refuse("The storage service of " + joining.name + " is not known yet: give both --port and --ae-title");
+}
+
+} // namespace
+
+Department::Department(Connection& catalogue) : catalogue_(catalogue), engine_(DetectEngine(catalogue)) {
+    // Without this MariaDB makes an account, open to everybody, of whoever is given a right.
+    if (engine_ == Engine::MariaDb)
+        Run("SET SESSION sql_mode=CONCAT(@@sql_mode, ',NO_AUTO_CREATE_USER')");
+}
+
+std::string Department::NameFault(const std::string& name) {
+    const auto allowed = [](char c) { return IsLower(c) || IsDigit(c) || c == '-' || c == '_'; };
+    if (name.empty() || !IsLower(name.front()) || !std::ranges::all_of(name, allowed))
+        return R"(must have small letters, digits, "-" and "_" alone, and begin with a letter)";
+    if (name.size() > LongestAccount)
+        return "has more than " + std::to_string(LongestAccount) + " characters";
+    return {};
+}
+
+std::string Department::Collision(const Workstation& one, const Workstation& other) {
+    const std::string both = one.name + " and " + other.name + " both ";
+    if (!one.node.empty() && one.node == other.node)
+        return both + "are the node " + one.node;
+    if (one.machine != other.machine)
+        return {};
+    if (one.port != 0 && one.port == other.port)
+        return both + "have port " + std::to_string(one.port) + " of the machine " + one.machine;
+    if (!one.aeTitle.empty() && one.aeTitle == other.aeTitle)
+        return both + "have a storage service " + one.aeTitle + " on the machine " + one.machine;
+    return {};
+}
+
+bool Department::Exists() try {
+    Run("SELECT Name FROM Workstation WHERE 1=0");
+    return true;
+} catch (const Error&) {
+    return false;
+}
+
+void Department::RequireDepartment() {
+    if (!Exists())
+        Refuse("The catalogue is no department's; \"orbenta-catalogue department init\" makes it one");
+}
+
+void Department::Make(const std::string& former) {
+    if (engine_ == Engine::Sqlite)
+        Refuse("A department needs a catalogue on a PostgreSQL or MariaDB server; this one is a SQLite file, which is "
+               "for one machine alone");
+    CreateSchema(catalogue_, engine_);
+    // PostgreSQL takes all of it back when something fails. MariaDB commits each of these statements by itself: in this
+    // order nothing is lost, and a second run goes on.
+    catalogue_.BeginTransaction();
+    CreateDepartmentTables(catalogue_, engine_);
+    for (const std::string_view table : OwnTables)
+        if (IsTable(table))
+            KeepRows(table, former);
+    for (const std::string_view table : OwnTables)
+        if (IsTable(table)) {
+            Run("DROP TABLE " + std::string(table));
+            Run("CREATE VIEW " + std::string(table) + " AS SELECT " + OwnColumns(table) + " FROM " + TableOfAll(table) +
+                " WHERE Workstation = " + CurrentAccount(engine_));
+        }
+    catalogue_.Commit();
+    Renew();
+}
+
+bool Department::IsTable(std::string_view name) {
+    const std::string schema = engine_ == Engine::MariaDb ? "DATABASE()" : "current_schema()";
+    return Any("SELECT table_name FROM information_schema.tables WHERE table_type='BASE TABLE' AND table_schema=" +
+               schema + " AND lower(table_name)=lower('" + std::string(name) + "')");
+}
+
+void Department::KeepRows(std::string_view ownTable, const std::string& former) {
+    // A page lives as long as it is printed.
+    if (ownTable == "Report" || !Any("SELECT * FROM " + std::string(ownTable)))
+        return;
+    if (former.empty())
+        Refuse("The catalogue has served one workstation until now, which keeps its port and its node: name it by "
+               "--former NAME");
+    if (!Find(former))
+        InsertRow(catalogue_, "Workstation", {{"Name", former}, {"Machine", former}});
+    const std::string all = TableOfAll(ownTable);
+    RunChange(catalogue_, "DELETE FROM " + all + " WHERE Workstation=?", std::array{former});
+    const std::string columns = OwnColumns(ownTable);
+    Run("INSERT INTO " + all + " (Workstation, " + columns + ") SELECT '" + former + "', " + columns + " FROM " +
+        std::string(ownTable));
+}
+
+void Department::Renew() {
+    for (const Workstation& workstation : Workstations())
+        if (HasAccount(workstation.name)) {
+            catalogue_.BeginTransaction();
+            Grant(workstation.name);
+            catalogue_.Commit();
+        }
+}
+
+std::vector<Department::Workstation> Department::Workstations() {
+    RequireDepartment();
+    std::vector<Workstation> found;
+    const auto rows =
+        catalogue_.OpenResultSet("SELECT w.Name, w.Machine, p.Port, p.AETitle, n.AETitle AS Node FROM Workstation w"
+                                 " LEFT JOIN WorkstationPort p ON p.Workstation=w.Name"
+                                 " LEFT JOIN WorkstationDicomServer n ON n.Workstation=w.Name ORDER BY w.Name");
+    for (; !rows->AtEnd(); rows->MoveNext())
+        found.push_back({rows->Text("Name"), TextOrEmpty(*rows, "Machine"),
+                         std::atoi(TextOrEmpty(*rows, "Port").c_str()), TextOrEmpty(*rows, "AETitle"),
+                         TextOrEmpty(*rows, "Node")});
+    return found;
+}
+
+std::optional<Department::Workstation> Department::Find(const std::string& name) {
+    const auto all = Workstations();
+    const auto found = std::ranges::find(all, name, &Workstation::name);
+    return found == all.end() ? std::nullopt : std::optional(*found);
+}
+
+std::optional<std::string> Department::Join(const Workstation& workstation, bool newPassword) {
+    const auto known = Find(workstation.name);
+    const Workstation joining = Completed(workstation, known.value_or(Workstation{}));
+    RequireWhole(joining);
+    for (const Workstation& other : Workstations())
+        if (const std::string words = Collision(joining, other); other.name != joining.name && !words.empty())
+            Refuse(words);
+    const bool account = HasAccount(joining.name);
+    if (account && !known)
+        Refuse("The server has an account " + joining.name +
+               " that is no workstation's of this department: choose "
+               "another name. What an interrupted join has left, the server's administrator drops");
+
+    const std::string password = NewPassword();
+    bool made = false;
+    try {
+        catalogue_.BeginTransaction();
+        if (!account) {
+            MakeAccount(joining.name, password);
+            made = true;
+        } else if (newPassword) {
+            Run("ALTER " + Account(joining.name) + Identified(password));
+        }
+        AddMissingRows(joining, known);
+        Grant(joining.name);
+        catalogue_.Commit();
+    } catch (const Error&) {
+        if (made && !known && engine_ == Engine::MariaDb) // where no transaction takes an account back
+            DropAccount(joining.name);
+        throw;
+    }
+    return made || newPassword ? std::optional(password) : std::nullopt;
+}
+
+void Department::Leave(const std::string& name) {
+    if (!Find(name))
+        Refuse("There is no workstation " + name);
+    const bool account = HasAccount(name);
+    catalogue_.BeginTransaction();
+    if (account)
+        DropAccount(name);
+    for (const std::string_view table : OwnTables)
+        RunChange(catalogue_, "DELETE FROM " + TableOfAll(table) + " WHERE Workstation=?", std::array{name});
+    RunChange(catalogue_, "DELETE FROM Workstation WHERE Name=?", std::array{name});
+    catalogue_.Commit();
+}
+
+bool Department::HasAccount(const std::string& name) {
+    if (engine_ == Engine::PostgreSql)
+        return Any("SELECT rolname FROM pg_roles WHERE rolname='" + name + "'");
+    constexpr int noSuchAccount = 1133;
+    try { // who may not read the server's own tables learns it by a right that is none
+        Run("GRANT USAGE ON Workstation TO " + Grantee(name));
+        return true;
+    } catch (const Error& error) {
+        if (error.number == noSuchAccount)
+            return false;
+        throw;
+    }
+}
+
+void Department::MakeAccount(const std::string& name, const std::string& password) {
+    Run("CREATE " + Account(name) + Identified(password));
+}
+
+void Department::DropAccount(const std::string& name) {
+    if (engine_ == Engine::PostgreSql)
+        for (const std::string& table : Tables())
+            Run("REVOKE ALL ON " + table + " FROM " + Grantee(name));
+    Run("DROP " + Account(name));
+}
+
+void Department::AddMissingRows(const Workstation& joining, const std::optional<Workstation>& known) {
+    if (!known)
+        InsertRow(catalogue_, "Workstation", {{"Name", joining.name}, {"Machine", joining.machine}});
+    if (!known || known->port == 0)
+        InsertRow(
+            catalogue_, TableOfAll("Port"),
+            {{"Workstation", joining.name}, {"Port", std::to_string(joining.port)}, {"AETitle", joining.aeTitle}});
+    if (!known || known->node.empty())
+        InsertRow(catalogue_, TableOfAll("DicomServer"), {{"Workstation", joining.name}, {"AETitle", joining.node}});
+}
+
+void Department::Grant(const std::string& name) {
+    for (const std::string& table : Tables())
+        Run("GRANT " + RightsOn(table) + " ON " + table + " TO " + Grantee(name));
+}
+
+std::vector<std::string> Department::Tables() {
+    std::vector<std::string> tables(CatalogueTables().begin(), CatalogueTables().end());
+    tables.emplace_back("Workstation");
+    return tables;
+}
+
+std::string Department::Grantee(const std::string& name) const {
+    return engine_ == Engine::MariaDb ? "'" + name + "'@'%'" : "\"" + name + "\"";
+}
+
+/// As CREATE, ALTER and DROP name it.
+std::string Department::Account(const std::string& name) const {
+    return (engine_ == Engine::MariaDb ? "USER " : "ROLE ") + Grantee(name);
+}
+
+std::string Department::Identified(const std::string& password) const {
+    return (engine_ == Engine::MariaDb ? " IDENTIFIED BY '" : " LOGIN PASSWORD '") + password + "'";
+}
+
+} // namespace tavrel

@@ -1,0 +1,76 @@
+#pragma once
+
+#include "suite/catalogue/Schema.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tavrel {
+
+/// A department: one catalogue on a server for many workstations, each with an account of its own on that server.
+///
+/// All tables are shared but three, of which each workstation has rows of its own: its port, its node, its page to
+/// print. Those are views by the account that asks, on either engine, of tables that the owner alone reads. So no
+/// statement of the programs changes, a new table or column is there for every workstation at once, and a workstation
+/// is an account and a few rows. Schemas of their own would do for PostgreSQL; on MariaDB each would have to hold a
+/// view of every shared table, made anew with every column. What it costs: on MariaDB two workstations that print at
+/// the same moment would lock the gaps between each other's rows, if the entry (`OdbcEntry.cpp`) did not ask for what
+/// is committed, which is PostgreSQL's way.
+class Department {
+public:
+    struct Workstation {
+        std::string name; ///< its account's, too
+        std::string machine;
+        int port = 0; ///< 0: none
+        std::string aeTitle;
+        std::string node;
+    };
+
+    /// `catalogue` is open. Whatever changes something needs the owner of the tables, who may make accounts.
+    explicit Department(Connection& catalogue);
+
+    /// What is wrong with a workstation's name; empty when nothing is.
+    static std::string NameFault(const std::string& name);
+    /// What two workstations must not share, in words; empty when all is well.
+    static std::string Collision(const Workstation& one, const Workstation& other);
+
+    bool Exists();
+    /// Makes the catalogue a department's, with all tables; once more, what is missing of it. A catalogue that has
+    /// served one workstation keeps its rows as those of `former`, which must be named then.
+    void Make(const std::string& former);
+    /// Gives every workstation the rights that it needs, on tables that are new too.
+    void Renew();
+
+    /// By their names.
+    std::vector<Workstation> Workstations();
+
+    /// Makes account, rights and rows of a workstation, or what is missing of them; rows that are there stay as they
+    /// are. Answers the account's password when it is a new one, which `newPassword` asks for. An account of that name
+    /// that is no workstation's is left alone, with an error.
+    std::optional<std::string> Join(const Workstation& workstation, bool newPassword);
+    /// Takes account, rights and rows of a workstation away.
+    void Leave(const std::string& name);
+
+private:
+    void RequireDepartment();
+    std::optional<Workstation> Find(const std::string& name);
+    bool IsTable(std::string_view name);
+    void KeepRows(std::string_view ownTable, const std::string& former);
+    bool HasAccount(const std::string& name);
+    void MakeAccount(const std::string& name, const std::string& password);
+    void DropAccount(const std::string& name);
+    void AddMissingRows(const Workstation& joining, const std::optional<Workstation>& known);
+    void Grant(const std::string& name);
+    static std::vector<std::string> Tables();
+    std::string Grantee(const std::string& name) const;
+    std::string Account(const std::string& name) const;
+    std::string Identified(const std::string& password) const;
+    void Run(const std::string& statement) { catalogue_.OpenResultSet(statement); }
+    bool Any(const std::string& query) { return !catalogue_.OpenResultSet(query)->AtEnd(); }
+
+    Connection& catalogue_;
+    Engine engine_;
+};
+
+} // namespace tavrel

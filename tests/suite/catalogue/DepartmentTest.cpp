@@ -1,0 +1,247 @@
+#include "suite/catalogue/Department.h"
+#include "platform/error.h"
+#include "platform/posix/PosixFiles.h"
+#include "suite/catalogue/OdbcEntry.h"
+#include "tests/suite/SuiteRoom.h"
+
+#include <gtest/gtest.h>
+
+namespace tavrel {
+namespace {
+
+const std::string PortAndTitle = "SELECT Port, AETitle FROM Port";
+
+/// A department on each of the servers of tests/support/engines.
+class OfDepartments : public testing::TestWithParam<const char*> {
+protected:
+    OfDepartments() {
+        Clear();
+        room.Run("DELETE FROM Port");
+    }
+    ~OfDepartments() override { Clear(); }
+
+    /// The server is the next test's, too.
+    void Clear() {
+        Department department(room.Catalogue());
+        if (!department.Exists())
+            return;
+        for (const auto& workstation : department.Workstations())
+            department.Leave(workstation.name);
+        for (const std::string_view table : OwnTables) {
+            room.Run("DROP VIEW " + std::string(table));
+            room.Run("DROP TABLE " + TableOfAll(table));
+        }
+        room.Run("DROP TABLE Workstation");
+        CreateSchema(room.Catalogue(), DetectEngine(room.Catalogue()));
+    }
+
+    Outcome Make(const std::string& options = {}) { return room.Tool("department init" + options); }
+    std::string EntryOf(const std::string& name) const { return (room.Folder() / (name + ".ini")).string(); }
+    Outcome Join(const std::string& name, const std::string& options) {
+        return room.Tool("department join --name " + name + " --file " + EntryOf(name) + " " + options);
+    }
+    /// The usual department.
+    void MakeWithTwo() {
+        Make();
+        EXPECT_EQ(Join("ct-1", "--port 10404 --ae-title PORVANE").status, 0);
+        EXPECT_EQ(Join("mr-1", "--port 10405 --ae-title STORE").status, 0);
+    }
+    std::unique_ptr<Connection> As(const std::string& name) {
+        auto connection = database.NewConnection();
+        connection->Open(ConnectionText(ReadOdbcEntry(EntryOf(name), "DicomFDB")));
+        return connection;
+    }
+    static std::string First(Connection& connection, const std::string& query) {
+        const auto rows = connection.OpenResultSet(query);
+        return rows->AtEnd() ? "no row" : std::string(rows->Field(0).value_or("NULL"));
+    }
+    std::string List() { return room.Tool("department list").out; }
+    void MakeAccount(const std::string& name) {
+        const bool mariaDb = DetectEngine(room.Catalogue()) == Engine::MariaDb;
+        room.Run(mariaDb ? "CREATE USER '" + name + "'@'%'" : "CREATE ROLE \"" + name + "\"");
+    }
+    void DropAccount(const std::string& name) {
+        const bool mariaDb = DetectEngine(room.Catalogue()) == Engine::MariaDb;
+        if (!mariaDb)
+            room.Run("DROP OWNED BY \"" + name + "\"");
+        room.Run(mariaDb ? "DROP USER '" + name + "'@'%'" : "DROP ROLE \"" + name + "\"");
+    }
+
+    SuiteRoom room{std::string("DicomFDB_") + GetParam()};
+    OdbcDatabase database;
+};
+
+void Print(Connection& workstation, const std::string& reading) {
+    for (const std::string& statement :
+         {std::string("Delete from Report"), std::string("Insert Into Report (PatientName) Values ('ROSSI^ANNA')"),
+          " Update Report Set Reading='" + reading + "'"})
+        workstation.OpenResultSet(statement);
+}
+
+TEST_P(OfDepartments, EachWorkstationSeesItsOwnPortAndNode) {
+    MakeWithTwo();
+    EXPECT_EQ(First(*As("ct-1"), PortAndTitle), "10404");
+    EXPECT_EQ(First(*As("mr-1"), PortAndTitle), "10405");
+    EXPECT_EQ(First(*As("mr-1"), "SELECT AETitle FROM DicomServer"), "MR-1");
+}
+
+TEST_P(OfDepartments, AWorkstationChangesItsOwnPortAlone) {
+    MakeWithTwo();
+    As("ct-1")->OpenResultSet("UPDATE Port SET Port=10500");
+    EXPECT_EQ(List(), "ct-1: node CT-1, storage service PORVANE on port 10500 of ct-1\n"
+                      "mr-1: node MR-1, storage service STORE on port 10405 of mr-1\n");
+}
+
+TEST_P(OfDepartments, TwoThatPrintAtOnceWaitForNobodyAndHaveEachItsPage) {
+    MakeWithTwo();
+    for (int turn = 0; turn < 2; ++turn) { // without and with a page of before
+        const auto one = As("ct-1");
+        const auto other = As("mr-1");
+        one->BeginTransaction();
+        other->BeginTransaction();
+        Print(*one, "No effusion");
+        Print(*other, "A nodule");
+        one->Commit();
+        other->Commit();
+        EXPECT_EQ(First(*one, "SELECT Reading FROM Report"), "No effusion");
+        EXPECT_EQ(First(*other, "SELECT Reading FROM Report"), "A nodule");
+    }
+}
+
+TEST_P(OfDepartments, AWorkstationMaintainsTheCodes) {
+    MakeWithTwo();
+    const auto workstation = As("ct-1");
+    const auto rows = workstation->OpenResultSet("SELECT * FROM StdTitles WHERE CodeValue = 'T1 '", Cursor::Dynamic);
+    rows->AddNew();
+    rows->SetField("CodeValue", "T1");
+    rows->SetField("CodeMeaning", "Chest X-ray");
+    rows->Update();
+    rows->SetField("CodeMeaning", "Chest CT");
+    rows->Update();
+    EXPECT_EQ(First(*As("mr-1"), "SELECT CodeMeaning FROM StdTitles WHERE CodeValue = 'T1 '"), "Chest CT");
+}
+
+TEST_P(OfDepartments, AWorkstationIsRefusedWhatItDoesNotNeed) {
+    MakeWithTwo();
+    const auto workstation = As("ct-1");
+    workstation->OpenResultSet("INSERT INTO History (Node) VALUES ('CT-1')");
+    for (const char* statement :
+         {"UPDATE History SET Node='MR-1'", "DELETE FROM History", "SELECT * FROM WorkstationReport",
+          "DELETE FROM Port", "INSERT INTO Users (UserName, Signature) VALUES ('x', 'Y')",
+          "UPDATE SiteData SET Organization='X'", "DELETE FROM Workstation", "CREATE TABLE Note (Number INTEGER)"})
+        EXPECT_THROW(workstation->OpenResultSet(statement), Error) << statement;
+}
+
+TEST_P(OfDepartments, TheWorkstationOfBeforeKeepsItsPortAndNode) {
+    room.Insert("Port", {{"Port", "10404"}, {"AETitle", "PORVANE"}});
+    room.Insert("DicomServer", {{"AETitle", "ORBENTA"}});
+    const Outcome unnamed = Make();
+    EXPECT_NE(unnamed.err.find("name it by --former NAME"), std::string::npos) << unnamed.err;
+    EXPECT_EQ(Make(" --former ct-1").status, 0);
+    EXPECT_EQ(Make(" --former ct-1").status, 0);
+    EXPECT_EQ(Join("ct-1", "").status, 0);
+    EXPECT_EQ(List(), "ct-1: node ORBENTA, storage service PORVANE on port 10404 of ct-1\n");
+    EXPECT_EQ(First(*As("ct-1"), PortAndTitle), "10404");
+}
+
+TEST_P(OfDepartments, ADepartmentKeepsEveryRowOfTheCatalogueOfBefore) {
+    room.Insert("Patient", {{"ID", "P1"}, {"PatientName", "ROSSI^ANNA"}});
+    room.Insert("Users", {{"UserName", "anna"}, {"Signature", "Bianchi^Anna"}});
+    MakeWithTwo();
+    EXPECT_EQ(First(*As("ct-1"), "SELECT PatientName FROM Patient"), "ROSSI^ANNA");
+    EXPECT_EQ(First(*As("mr-1"), "SELECT Signature FROM Users"), "Bianchi^Anna");
+}
+
+TEST_P(OfDepartments, JoiningAgainChangesNothingAndSaysSo) {
+    MakeWithTwo();
+    const std::string list = List();
+    const Outcome again = Join("ct-1", "--port 10404");
+    EXPECT_EQ(again.status, 0) << again.err;
+    EXPECT_NE(again.out.find("is a workstation already"), std::string::npos) << again.out;
+    EXPECT_EQ(Join("ct-1", "--port 10406").status, 1);
+    EXPECT_EQ(List(), list);
+    EXPECT_EQ(First(*As("ct-1"), PortAndTitle), "10404"); // with the password of before
+}
+
+TEST_P(OfDepartments, JoiningAgainMakesAnAccountThatIsGone) {
+    MakeWithTwo();
+    DropAccount("ct-1");
+    EXPECT_THROW(As("ct-1"), Error);
+    EXPECT_EQ(Join("ct-1", "").status, 0);
+    EXPECT_EQ(First(*As("ct-1"), PortAndTitle), "10404");
+}
+
+TEST_P(OfDepartments, JoiningAgainMakesRowsThatAreGone) {
+    MakeWithTwo();
+    room.Run("DELETE FROM WorkstationPort WHERE Workstation='ct-1'");
+    room.Run("DELETE FROM WorkstationDicomServer WHERE Workstation='ct-1'");
+    EXPECT_EQ(Join("ct-1", "").status, 1);
+    EXPECT_EQ(Join("ct-1", "--port 10407 --ae-title PORVANE --node CT").status, 0);
+    EXPECT_EQ(First(*As("ct-1"), PortAndTitle), "10407");
+    EXPECT_EQ(First(*As("ct-1"), "SELECT AETitle FROM DicomServer"), "CT");
+}
+
+TEST_P(OfDepartments, AnotherPasswordEndsTheOneOfBefore) {
+    MakeWithTwo();
+    const std::string before = PosixFiles().ReadText(EntryOf("ct-1"));
+    EXPECT_EQ(Join("ct-1", "--new-password").status, 0);
+    EXPECT_EQ(First(*As("ct-1"), PortAndTitle), "10404");
+    PosixFiles().WriteText(EntryOf("ct-1"), before);
+    EXPECT_THROW(As("ct-1"), Error);
+}
+
+TEST_P(OfDepartments, AnAccountThatIsNoWorkstationsIsLeftAlone) {
+    MakeWithTwo();
+    MakeAccount("anna");
+    const Outcome outcome = Join("anna", "--port 10408 --ae-title PORVANE");
+    DropAccount("anna");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.err.find("no workstation's of this department"), std::string::npos) << outcome.err;
+    EXPECT_EQ(List().find("anna"), std::string::npos);
+}
+
+TEST_P(OfDepartments, WhatTwoWouldShareIsRefused) {
+    MakeWithTwo();
+    for (const char* options :
+         {"--port 10408 --ae-title PORVANE --node CT-1", "--port 10404 --ae-title OTHER --machine ct-1",
+          "--port 10408 --ae-title PORVANE --machine ct-1"})
+        EXPECT_EQ(Join("us-1", options).status, 1) << options;
+    EXPECT_EQ(Join("us-1", "--port 10404 --ae-title PORVANE").status, 0);
+}
+
+TEST_P(OfDepartments, AWorkstationThatLeftIsLetInNoMore) {
+    MakeWithTwo();
+    EXPECT_EQ(room.Tool("department leave --name ct-1").status, 0);
+    EXPECT_THROW(As("ct-1"), Error);
+    EXPECT_EQ(List(), "mr-1: node MR-1, storage service STORE on port 10405 of mr-1\n");
+    const Outcome twice = room.Tool("department leave --name ct-1");
+    EXPECT_EQ(twice.err, "orbenta-catalogue: There is no workstation ct-1\n");
+    EXPECT_EQ(Join("ct-1", "--port 10404 --ae-title PORVANE").status, 0);
+}
+
+TEST_P(OfDepartments, ATableThatIsMadeLaterIsEveryWorkstations) {
+    MakeWithTwo();
+    room.Run("DROP TABLE StdFinding");
+    EXPECT_EQ(room.Tool("init").status, 0);
+    for (const char* name : {"ct-1", "mr-1"})
+        EXPECT_EQ(First(*As(name), "SELECT CodeValue FROM StdFinding"), "no row");
+}
+
+TEST_P(OfDepartments, ACatalogueThatIsNoDepartmentsSaysSo) {
+    for (const char* command : {"list", "leave --name ct-1", "join --name ct-1 --port 1 --ae-title A"})
+        EXPECT_NE(room.Tool(std::string("department ") + command).err.find("is no department's"), std::string::npos);
+}
+
+INSTANTIATE_TEST_SUITE_P(Suite, OfDepartments, testing::Values("postgresql", "mariadb"),
+                         [](const auto& engine) { return std::string(engine.param); });
+
+TEST(NamesOfWorkstations, AreThoseThatEveryServerTakes) {
+    for (const char* name : {"ct-1", "w", "reading_room_2"})
+        EXPECT_EQ(Department::NameFault(name), "") << name;
+    for (const char* name :
+         {"", "1ct", "CT", "ct 1", "ct'", "ct\"", "röntgen", "-ct", "a23456789012345678901234567890123"})
+        EXPECT_NE(Department::NameFault(name), "") << name;
+}
+
+} // namespace
+} // namespace tavrel
