@@ -36,6 +36,7 @@ struct Index {
     std::string_view name;
     std::string_view table;
     std::string_view columns;
+    bool unique = false;
 };
 
 using enum Type;
@@ -59,10 +60,12 @@ constexpr std::array Series{
     Column{"SeriesStatus", Text, ShortColumn},     Column{"SeriesNumber", Integer},
     Column{"SeriesDescription", Text, TextColumn},
 };
-// The counter keeps a series' rows in the order of their storing: the last one is the newest.
+// The counter keeps a series' rows in the order of their storing: the last one is the newest. Objects of one UID with
+// other contents are twins, numbered from 0: two services that store the same object at once make one row.
 constexpr std::array Image{
     Column{"ImageID", Counter},          Column{"SeriesInstanceUID", Text, Uid}, Column{"ImageFile", Text, TextColumn},
     Column{"SOPInstanceUID", Text, Uid}, Column{"SOPClassUID", Text, Uid},       Column{"InstanceNumber", Integer},
+    Column{"Twin", Integer, 0, true},
 };
 constexpr std::array SiteData{
     Column{"BaseUID", Text, Uid},
@@ -178,6 +181,7 @@ constexpr std::array Indexes{
     Index{"HistoryBySeries", "History", "SeriesUID"},     Index{"OutgoingBySeries", "Outgoing", "SeriesInstanceUID"},
     Index{"OutgoingByState", "Outgoing", "State"},        Index{"OutgoingByInstance", "Outgoing", "SOPInstanceUID"},
 };
+constexpr Index ImageOnce{"ImageOnce", "Image", "SOPInstanceUID, Twin", true};
 
 std::string CounterType(Engine engine) {
     switch (engine) {
@@ -235,8 +239,8 @@ std::string CreateTable(std::string_view name, std::span<const Column> columns, 
 }
 
 std::string CreateIndex(const Index& index) {
-    return "CREATE INDEX IF NOT EXISTS " + std::string(index.name) + " ON " + std::string(index.table) + " (" +
-           std::string(index.columns) + ")";
+    return std::string(index.unique ? "CREATE UNIQUE INDEX" : "CREATE INDEX") + " IF NOT EXISTS " +
+           std::string(index.name) + " ON " + std::string(index.table) + " (" + std::string(index.columns) + ")";
 }
 
 std::optional<std::string> Answer(Connection& connection, std::string_view query) {
@@ -274,6 +278,12 @@ void CreateSchema(Connection& connection, Engine engine) {
     for (const std::string_view table : code_table::All)
         connection.OpenResultSet(CreateIndex({std::string(table) + "ByValue", table, "CodeValue"}));
     connection.Commit();
+    try {
+        connection.OpenResultSet(CreateIndex(ImageOnce));
+    } catch (const Error&) {
+        if (connection.OpenResultSet("SELECT * FROM Image WHERE 1=0")->HasField("Twin"))
+            throw; // else the catalogue was made before
+    }
 }
 
 std::string CurrentAccount(Engine engine) {

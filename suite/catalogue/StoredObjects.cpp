@@ -9,14 +9,18 @@
 #include "suite/catalogue/Rows.h"
 #include "suite/catalogue/TextRules.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <array>
 #include <filesystem>
 #include <functional>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <system_error>
+#include <utility>
 
 namespace tavrel {
 namespace {
@@ -69,6 +73,13 @@ std::vector<std::string> ObjectFiles(const fs::path& folder) {
     return names;
 }
 
+using Identity = std::pair<dev_t, ino_t>;
+
+std::optional<Identity> IdentityOf(const fs::path& file) {
+    struct stat state {};
+    return stat(file.c_str(), &state) == 0 ? std::optional(Identity(state.st_dev, state.st_ino)) : std::nullopt;
+}
+
 class StoredObjects {
 public:
     StoredObjects(Connection& catalogue, DicomLibrary& dicom, bool mending)
@@ -114,8 +125,9 @@ private:
     }
 
     void ListFiles() {
+        std::set<fs::path> roots;
         for (const auto& [uid, study] : studies_) {
-            UnderWay(study.folder.parent_path() / ".incoming");
+            roots.insert(study.folder.parent_path());
             std::error_code failure;
             for (auto folder = fs::directory_iterator(study.folder, failure);
                  !failure && folder != fs::directory_iterator(); folder.increment(failure))
@@ -123,19 +135,33 @@ private:
                     files_.push_back(folder->path() / name);
         }
         std::ranges::sort(files_);
+        for (const fs::path& root : roots)
+            UnderWay(root / ".incoming");
     }
 
-    /// The storage service's notes of what it is about to store there.
+    /// What storage services have received there, and their notes of where something is about to go. It stays until it
+    /// has its row: this is read after the files and before the rows.
     void UnderWay(const fs::path& incoming) {
         std::error_code failure;
-        for (auto note = fs::directory_iterator(incoming, failure); !failure && note != fs::directory_iterator();
-             note.increment(failure)) {
+        for (auto entry = fs::directory_iterator(incoming, failure); !failure && entry != fs::directory_iterator();
+             entry.increment(failure)) {
             std::error_code gone;
-            std::string place = fs::read_symlink(note->path(), gone).string();
-            std::ranges::replace(place, '\n', '\\');
-            if (!gone)
+            if (entry->is_directory(gone)) {
+                UnderWay(entry->path());
+            } else if (entry->path().extension() == ".part") {
+                if (const auto identity = IdentityOf(entry->path()))
+                    received_.insert(*identity);
+                receivedNames_.insert("img_" + entry->path().stem().string() + ".dcm");
+            } else if (std::string place = fs::read_symlink(entry->path(), gone).string(); !gone) {
+                std::ranges::replace(place, '\n', '\\');
                 underWay_.insert(NativePath(place));
+            }
         }
+    }
+
+    bool IsUnderWay(const fs::path& file) const {
+        const auto identity = IdentityOf(file);
+        return underWay_.contains(file) || (identity && received_.contains(*identity));
     }
 
     void ReadImages() {
@@ -183,6 +209,8 @@ private:
     std::string FaultOf(const fs::path& file, const ImageRow& image) {
         std::error_code failure;
         const auto size = fs::file_size(file, failure);
+        if (failure == std::errc::no_such_file_or_directory && receivedNames_.contains(image.fileName))
+            return ""; // a power failure took its name; the storage service's next start gives it again
         if (failure)
             return failure == std::errc::no_such_file_or_directory ? "is gone" : "cannot be read, " + failure.message();
         if (size == 0)
@@ -215,7 +243,7 @@ private:
         for (const auto& [uid, series] : series_)
             folders[FolderOf(series)] = uid;
         for (const fs::path& file : files_) {
-            if (named_.contains(file) || underWay_.contains(file))
+            if (named_.contains(file) || IsUnderWay(file))
                 continue;
             const auto folder = folders.find(file.parent_path());
             if (folder == folders.end())
@@ -349,6 +377,8 @@ private:
     std::vector<ImageRow> images_;
     std::vector<fs::path> files_;
     std::set<fs::path> underWay_;
+    std::set<Identity> received_;
+    std::set<std::string> receivedNames_;       ///< that what was received gets
     std::set<fs::path> named_;                  ///< files that have a row
     std::set<std::string> known_;               ///< objects that have a row
     std::map<std::string, std::string> newest_; ///< the file of a series' last row

@@ -193,7 +193,7 @@ void Association::Store(const MessageReader::Request& request) {
 /// Receives and stores one object. Throws a StoreRefusal once all of the object has come.
 void Association::TakeObject(const MessageReader::Request& request) {
     const DimseCommand& command = request.command;
-    IncomingFile object(context_.tree.NewIncomingPath());
+    IncomingFile object(context_.tree.Area());
     ReceiveDataSet(request, object);
     const ObjectHeader header = context_.tree.Examine(object, command.sopClassUid, command.sopInstanceUid);
     context_.unsent.TakeInBefore(header.seriesUid);

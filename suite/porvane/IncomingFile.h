@@ -1,19 +1,20 @@
 #pragma once
 
+#include "suite/porvane/StoreRefusal.h"
+
 #include <filesystem>
+#include <optional>
 #include <string_view>
 
 namespace tavrel {
 
-/// A file that an object is received into. Its first name goes away with this object.
+class IncomingArea;
+
+/// A file of an area that an object is received into. Its name goes away with this object, unless it is left.
 class IncomingFile {
 public:
-    enum class Start {
-        Made,  ///< there is no such file yet
-        Begun, ///< the file exists and is appended to
-    };
-    /// Takes over the file at `path`. A failure is told by the first `Write`.
-    explicit IncomingFile(std::filesystem::path path, Start start = Start::Made);
+    /// A failure is told by the first `Write`.
+    explicit IncomingFile(IncomingArea& area);
     ~IncomingFile();
     IncomingFile(const IncomingFile&) = delete;
     IncomingFile& operator=(const IncomingFile&) = delete;
@@ -24,17 +25,14 @@ public:
     void Write(std::string_view bytes);
     /// Brings everything to the disk. Throws a StoreRefusal.
     void Finish();
-    /// Gives the file the name `target`, or answers false when something has it already. Throws a
-    /// StoreRefusal on any other failure.
-    bool FileAs(const std::filesystem::path& target);
+    /// Somebody else takes its name away.
+    void Leave() { left_ = true; }
 
 private:
     std::filesystem::path path_;
-    int descriptor_;
-    int failure_ = 0;
+    int descriptor_ = -1;
+    bool left_ = false;
+    std::optional<StoreRefusal> failure_;
 };
-
-/// Makes the names in `folder` durable. Throws a StoreRefusal.
-void KeepNames(const std::filesystem::path& folder);
 
 } // namespace tavrel

@@ -5,16 +5,21 @@
 #include "platform/sql.h"
 #include "suite/catalogue/Rows.h"
 
+#include <algorithm>
 #include <charconv>
 
 namespace tavrel {
 namespace {
 
-/// What PostgreSQL calls the locks of study trees: "porv".
+/// What PostgreSQL calls the locks of areas: "porv".
 constexpr std::int32_t LockKind = 0x706F7276;
 
 std::string TextOrEmpty(const ResultSet& rows, std::string_view column) {
     return std::string(rows.Field(column).value_or(""));
+}
+
+std::string LockName(std::uint32_t area) {
+    return "'porvane-" + std::to_string(area) + "'";
 }
 
 /// A number that an object does not have is left out.
@@ -38,27 +43,41 @@ void ObjectCatalogue::Open() {
     // log; a journal's end has to be synced as well, lest it take the commit back.
     if (engine_ == Engine::Sqlite)
         connection_->OpenResultSet("PRAGMA synchronous=EXTRA");
+    numbersTwins_.reset();
 }
 
-void ObjectCatalogue::EndFormerTransaction() {
-    EndHolder();
+bool ObjectCatalogue::NumbersTwins() {
+    if (!numbersTwins_)
+        numbersTwins_ = connection_->OpenResultSet("SELECT * FROM Image WHERE 1=0")->HasField("Twin");
+    return *numbersTwins_;
+}
+
+void ObjectCatalogue::EndFormerTransaction(std::uint32_t area) {
+    EndHolder(area);
     connection_->BeginTransaction(); // which waits for other writers on SQLite, where a process's work ends with it
-    TakeLock();
+    TakeLock(area);
     connection_->Commit();
+    if (engine_ == Engine::MariaDb && area != area_)
+        Answer("SELECT RELEASE_LOCK(" + LockName(area) + ")");
+}
+
+void ObjectCatalogue::Begin() {
+    connection_->BeginTransaction();
+    TakeLock(area_);
 }
 
 /// A session whose client is gone may go on for hours, and one that commits ends when it has.
-void ObjectCatalogue::EndHolder() {
+void ObjectCatalogue::EndHolder(std::uint32_t area) {
     if (engine_ == Engine::PostgreSql)
         connection_->OpenResultSet(
             "SELECT pg_terminate_backend(pid) FROM pg_locks WHERE locktype='advisory' AND granted"
             " AND database=(SELECT oid FROM pg_database WHERE datname=current_database())"
             " AND classid=" +
-            std::to_string(LockKind) + " AND objid=" + std::to_string(tree_) +
+            std::to_string(LockKind) + " AND objid=" + std::to_string(area) +
             " AND objsubid=2 AND pid<>pg_backend_pid()");
     if (engine_ != Engine::MariaDb)
         return;
-    const auto holder = Answer("SELECT NULLIF(IS_USED_LOCK(" + LockName() + "), CONNECTION_ID())");
+    const auto holder = Answer("SELECT NULLIF(IS_USED_LOCK(" + LockName(area) + "), CONNECTION_ID())");
     try {
         if (holder)
             connection_->OpenResultSet("KILL " + *holder);
@@ -68,13 +87,14 @@ void ObjectCatalogue::EndHolder() {
 }
 
 /// The transaction's, on MariaDB the session's.
-void ObjectCatalogue::TakeLock() {
+void ObjectCatalogue::TakeLock(std::uint32_t area) {
     constexpr const char* seconds = "10";
     if (engine_ == Engine::PostgreSql) {
         connection_->OpenResultSet(std::string("SELECT set_config('lock_timeout', '") + seconds +
                                    "s', true), pg_advisory_xact_lock(" + std::to_string(LockKind) + ", " +
-                                   std::to_string(tree_) + ")");
-    } else if (engine_ == Engine::MariaDb && Answer("SELECT GET_LOCK(" + LockName() + ", " + seconds + ")") != "1") {
+                                   std::to_string(area) + ")");
+    } else if (engine_ == Engine::MariaDb &&
+               Answer("SELECT GET_LOCK(" + LockName(area) + ", " + seconds + ")") != "1") {
         throw Error(Fault::OfTheSuite, "Catalogue", "an earlier object is still being stored");
     }
 }
@@ -99,17 +119,23 @@ std::optional<ObjectCatalogue::Service> ObjectCatalogue::ReadService() {
     return service;
 }
 
-std::vector<ObjectPlace> ObjectCatalogue::PlacesOf(const std::string& sopInstanceUid) {
-    std::vector<ObjectPlace> places;
-    const auto rows =
-        connection_->OpenResultSet("SELECT Study.StudyPath, Series.SeriesDir, Image.ImageFile FROM Image, Series, Study"
-                                   " WHERE Image.SOPInstanceUID=" +
-                                   Quoted(sopInstanceUid) +
-                                   " AND Series.SeriesInstanceUID=Image.SeriesInstanceUID"
-                                   " AND Study.StudyInstanceUID=Series.StudyInstanceUID ORDER BY Image.ImageID");
-    for (; !rows->AtEnd(); rows->MoveNext())
-        places.push_back({rows->Text("StudyPath"), rows->Text("SeriesDir"), rows->Text("ImageFile")});
-    return places;
+ObjectCatalogue::Rows ObjectCatalogue::RowsOf(const std::string& sopInstanceUid) {
+    Rows known;
+    const auto rows = connection_->OpenResultSet(
+        std::string("SELECT Study.StudyPath, Series.SeriesDir, Image.ImageFile, ") +
+        (NumbersTwins() ? "Image.Twin" : "0") +
+        " FROM Image LEFT JOIN Series ON Series.SeriesInstanceUID=Image.SeriesInstanceUID"
+        " LEFT JOIN Study ON Study.StudyInstanceUID=Series.StudyInstanceUID WHERE Image.SOPInstanceUID=" +
+        Quoted(sopInstanceUid) + " ORDER BY Image.ImageID");
+    for (; !rows->AtEnd(); rows->MoveNext()) {
+        if (const auto studyPath = rows->Field(0))
+            known.places.push_back({std::string(*studyPath), rows->Text("SeriesDir"), rows->Text("ImageFile")});
+        const std::string_view twin = rows->Field(3).value_or("0");
+        int number = 0;
+        std::from_chars(twin.data(), twin.data() + twin.size(), number);
+        known.nextTwin = std::max(known.nextTwin, number + 1);
+    }
+    return known;
 }
 
 bool ObjectCatalogue::Holds(const ObjectPlace& place) {
@@ -120,43 +146,29 @@ bool ObjectCatalogue::Holds(const ObjectPlace& place) {
                   " AND Study.StudyInstanceUID=Series.StudyInstanceUID");
 }
 
-std::optional<std::string> ObjectCatalogue::StudyPath(const std::string& studyUid) {
-    return StudyColumn("StudyPath", studyUid);
+ObjectCatalogue::Home ObjectCatalogue::HomeOf(const ObjectHeader& header) {
+    Home home;
+    if (const auto rows = connection_->OpenResultSet(
+            "SELECT StudyInstanceUID, SeriesDir, Modality FROM Series WHERE SeriesInstanceUID=" +
+            Quoted(header.seriesUid));
+        !rows->AtEnd())
+        home.series = Series{TextOrEmpty(*rows, "StudyInstanceUID"), TextOrEmpty(*rows, "SeriesDir"),
+                             TextOrEmpty(*rows, "Modality")};
+    if (const auto rows = connection_->OpenResultSet("SELECT StudyPath, IDPatient FROM Study WHERE StudyInstanceUID=" +
+                                                     Quoted(header.studyUid));
+        !rows->AtEnd())
+        home.study = Study{TextOrEmpty(*rows, "StudyPath"), TextOrEmpty(*rows, "IDPatient")};
+    return home;
 }
 
-std::optional<std::string> ObjectCatalogue::PatientOf(const std::string& studyUid) {
-    return StudyColumn("IDPatient", studyUid);
-}
-
-std::optional<std::string> ObjectCatalogue::StudyColumn(const std::string& column, const std::string& studyUid) {
-    const auto rows =
-        connection_->OpenResultSet("SELECT " + column + " FROM Study WHERE StudyInstanceUID=" + Quoted(studyUid));
-    return rows->AtEnd() ? std::nullopt : std::optional(TextOrEmpty(*rows, column));
-}
-
-std::optional<ObjectCatalogue::SeriesRow> ObjectCatalogue::Series(const std::string& seriesUid) {
-    const auto rows = connection_->OpenResultSet(
-        "SELECT StudyInstanceUID, SeriesDir, Modality FROM Series WHERE SeriesInstanceUID=" + Quoted(seriesUid));
-    if (rows->AtEnd())
-        return std::nullopt;
-    return SeriesRow{TextOrEmpty(*rows, "StudyInstanceUID"), TextOrEmpty(*rows, "SeriesDir"),
-                     TextOrEmpty(*rows, "Modality")};
-}
-
-void ObjectCatalogue::Add(const ObjectHeader& header, const ObjectPlace& place) {
-    const bool newPatient = !Exists("SELECT ID FROM Patient WHERE ID=" + Quoted(header.patientId));
-    const bool newStudy = !StudyPath(header.studyUid);
-    const bool newSeries = !Series(header.seriesUid);
-
-    connection_->BeginTransaction();
-    TakeLock();
-    if (newPatient && newStudy)
+void ObjectCatalogue::Add(const ObjectHeader& header, const ObjectPlace& place, const Home& home, int twin) {
+    if (!home.study && !Exists("SELECT ID FROM Patient WHERE ID=" + Quoted(header.patientId)))
         InsertRow(*connection_, "Patient",
                   {{"ID", header.patientId},
                    {"PatientName", header.patientName},
                    {"BirthDate", header.birthDate},
                    {"Sex", header.sex}});
-    if (newStudy)
+    if (!home.study)
         InsertRow(*connection_, "Study",
                   {{"StudyInstanceUID", header.studyUid},
                    {"StudyPath", place.studyPath},
@@ -166,7 +178,7 @@ void ObjectCatalogue::Add(const ObjectHeader& header, const ObjectPlace& place) 
                    {"StudyDescription", header.studyDescription},
                    {"ReferringPhysician", header.referringPhysician},
                    {"AccessionNumber", header.accessionNumber}});
-    if (newSeries)
+    if (!home.series)
         InsertRow(*connection_, "Series",
                   With({{"SeriesInstanceUID", header.seriesUid},
                         {"StudyInstanceUID", header.studyUid},
@@ -176,11 +188,12 @@ void ObjectCatalogue::Add(const ObjectHeader& header, const ObjectPlace& place) 
                         {"SeriesDescription", header.seriesDescription}},
                        "SeriesNumber", header.seriesNumber));
     InsertRow(*connection_, "Image",
-              With({{"SeriesInstanceUID", header.seriesUid},
-                    {"ImageFile", place.imageFile},
-                    {"SOPInstanceUID", header.sopInstanceUid},
-                    {"SOPClassUID", header.sopClassUid}},
-                   "InstanceNumber", header.instanceNumber));
+              With(With({{"SeriesInstanceUID", header.seriesUid},
+                         {"ImageFile", place.imageFile},
+                         {"SOPInstanceUID", header.sopInstanceUid},
+                         {"SOPClassUID", header.sopClassUid}},
+                        "InstanceNumber", header.instanceNumber),
+                   "Twin", NumbersTwins() ? std::optional(twin) : std::nullopt));
 }
 
 bool ObjectCatalogue::Exists(const std::string& query) {

@@ -23,16 +23,17 @@ struct ObjectPlace {
     bool operator==(const ObjectPlace&) const = default;
 };
 
-/// The `Patient`, `Study`, `Series` and `Image` rows of stored objects. One thread at a time. Errors
-/// are the database's own.
+/// The `Patient`, `Study`, `Series` and `Image` rows of stored objects. Several services may write them at once: of two
+/// that make the same row one fails, and finds the other's when it tries again. One thread at a time. Errors are the
+/// database's own.
 class ObjectCatalogue {
 public:
     /// `dataSource`: the name of the ODBC entry.
     ObjectCatalogue(Database& database, std::string dataSource);
 
-    /// The study tree whose rows these are, among all that share the catalogue. Its transactions hold a lock by this
-    /// number until the database has ended them, also when whoever began one is gone.
-    void OfTree(std::uint32_t number) { tree_ = number; }
+    /// The area in which the service works, among those of all services that share the catalogue. Its transactions
+    /// hold a lock by this number until the database has ended them, also when whoever began one is gone.
+    void OfArea(std::uint32_t number) { area_ = number; }
 
     /// Opens the connection when it is not open.
     void Open();
@@ -45,42 +46,55 @@ public:
     /// Where the service is called, from table `Port`; nothing when the table has no usable row.
     std::optional<Service> ReadService();
 
-    /// Ends what a former connection of the tree may still be committing, of this process or an earlier one, and
-    /// waits until it has ended: what `Holds` answers from then on is final. An error when it cannot be ended.
-    void EndFormerTransaction();
+    /// Ends what a former connection of the area may still be committing, of this process or an earlier one, and
+    /// waits until it has ended: what is read from then on is final. An error when it cannot be ended.
+    void EndFormerTransaction(std::uint32_t area);
 
-    /// Every stored object with this SOP Instance UID, the oldest first.
-    std::vector<ObjectPlace> PlacesOf(const std::string& sopInstanceUid);
+    /// What is known of an object.
+    struct Rows {
+        std::vector<ObjectPlace> places; ///< every stored object with its SOP Instance UID, the oldest first
+        int nextTwin = 0;                ///< the number among them that is free
+    };
+    Rows RowsOf(const std::string& sopInstanceUid);
     bool Holds(const ObjectPlace& place);
 
-    std::optional<std::string> StudyPath(const std::string& studyUid);
-    /// The `IDPatient` of a known study.
-    std::optional<std::string> PatientOf(const std::string& studyUid);
-    struct SeriesRow {
+    struct Study {
+        std::string path;
+        std::string patientId;
+    };
+    struct Series {
         std::string studyUid;
-        std::string seriesDir;
+        std::string folder;
         std::string modality;
     };
-    std::optional<SeriesRow> Series(const std::string& seriesUid);
+    /// What is known of the study and the series that an object belongs to.
+    struct Home {
+        std::optional<Study> study;
+        std::optional<Series> series;
+    };
+    Home HomeOf(const ObjectHeader& header);
 
-    /// Writes the object's row, and those of its patient, study and series where they are new, in a
-    /// transaction that `Commit` ends. A failure leaves no row.
-    void Add(const ObjectHeader& header, const ObjectPlace& place);
-    /// After a failure only `Holds` knows whether the rows are there, after `EndFormerTransaction`.
+    /// What is read and added from here on belongs together, until `Commit` ends it; a failure before leaves no row.
+    void Begin();
+    /// Writes the object's row, and those of its patient, study and series where they are new.
+    void Add(const ObjectHeader& header, const ObjectPlace& place, const Home& home, int twin);
+    /// After a failure only the rows tell whether they are there, after `EndFormerTransaction` where the connection was
+    /// lost.
     void Commit() { connection_->Commit(); }
 
 private:
-    void TakeLock();
-    void EndHolder();
-    std::string LockName() const { return "'porvane-" + std::to_string(tree_) + "'"; }
+    void TakeLock(std::uint32_t area);
+    void EndHolder(std::uint32_t area);
+    /// A catalogue that was made before has no column for it.
+    bool NumbersTwins();
     std::optional<std::string> Answer(const std::string& query);
     bool Exists(const std::string& query);
-    std::optional<std::string> StudyColumn(const std::string& column, const std::string& studyUid);
 
     std::unique_ptr<Connection> connection_;
     std::string dataSource_;
     Engine engine_ = Engine::Sqlite;
-    std::uint32_t tree_ = 0;
+    std::optional<bool> numbersTwins_;
+    std::uint32_t area_ = 0;
 };
 
 } // namespace tavrel

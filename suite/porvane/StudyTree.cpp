@@ -7,88 +7,43 @@
 #include "suite/porvane/SameDataSet.h"
 #include "suite/porvane/ServiceLog.h"
 #include "suite/porvane/StoreRefusal.h"
+#include "suite/porvane/TreeFiles.h"
 #include "suite/porvane/WholeObject.h"
 
-#include <fcntl.h>
-#include <sys/file.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <charconv>
-#include <cstdio>
-#include <functional>
-#include <random>
+#include <exception>
+#include <optional>
+#include <set>
 #include <stdexcept>
-#include <system_error>
-#include <vector>
+#include <utility>
 
 namespace tavrel {
 namespace {
 
 namespace fs = std::filesystem;
 using Status = StoreRefusal::Status;
+using Clock = std::chrono::steady_clock;
 
-constexpr std::string_view NoteExtension = ".note";
-constexpr std::string_view FilePrefix = "img_";
+constexpr int MostAttempts = 5;
+constexpr std::chrono::seconds AttemptTime{5}; ///< after which there is no further attempt
+constexpr std::chrono::milliseconds AttemptPause{5};
+constexpr int MostFolderAttempts = 5;
+constexpr int MostNumbers = 20;
+constexpr std::chrono::milliseconds HousekeepingPause{500}; ///< in which former names collect
+constexpr std::size_t MostFormerNames = 512;                ///< that wait for it
+constexpr std::chrono::seconds LeftoverPause{30};
 
-fs::path NativeFolder(const ObjectPlace& place) {
-    return NativePath(place.studyPath + "\\" + place.seriesDir);
+fs::path NoteOf(const fs::path& incoming) {
+    return incoming.string() + IncomingArea::NoteExtension;
 }
 
-fs::path NativeFile(const ObjectPlace& place) {
-    return NativePath(place.Path());
-}
-
-std::string FileName(int number) {
-    std::array<char, 32> name{};
-    std::snprintf(name.data(), name.size(), "img_%06d.dcm", number);
-    return name.data();
-}
-
-/// Makes a folder in an existing one. One that holds objects already is durable; of any other the maker may have been
-/// killed before it was.
-void MakeFolder(const fs::path& folder, bool inUse) {
-    std::error_code failure;
-    const bool made = fs::create_directory(folder, failure);
-    if (failure)
-        throw StoreRefusal(Status::OutOfResources,
-                           "cannot make the folder " + folder.string() + ": " + failure.message());
-    if (made || !inUse)
-        KeepNames(folder.parent_path());
-}
-
-/// Takes back a file, and the folders that were made for it alone. It is gone for good before its note may go.
-void Forget(const ObjectPlace& place) {
-    const fs::path folder = NativeFolder(place);
-    unlink(NativeFile(place).c_str());
-    SyncFolder(folder.string());
-    rmdir(folder.c_str());
-    rmdir(folder.parent_path().c_str());
-}
-
-/// Takes something back at the end of its scope, unless it is dropped before.
-class Undo {
-public:
-    explicit Undo(std::function<void()> action) : action_(std::move(action)) {}
-    ~Undo() {
-        if (action_)
-            action_();
-    }
-    Undo(const Undo&) = delete;
-    Undo& operator=(const Undo&) = delete;
-    void Drop() { action_ = nullptr; }
-
-private:
-    std::function<void()> action_;
-};
-
-void LeaveNote(const fs::path& note, const ObjectPlace& place) {
-    const std::string text = place.studyPath + "\n" + place.seriesDir + "\n" + place.imageFile;
-    if (symlink(text.c_str(), note.c_str()) != 0)
-        throw StoreRefusal(Status::OutOfResources, "cannot file the object: " + std::generic_category().message(errno));
-    KeepNames(note.parent_path());
+/// Of an object that goes to another disk, under a name that no reader of the folder takes for an object.
+fs::path CopyOf(const fs::path& incoming, const fs::path& seriesFolder) {
+    return seriesFolder / ("." + incoming.filename().string());
 }
 
 /// What a database says of a failure can repeat the values of a row.
@@ -99,14 +54,27 @@ std::string WithoutPatient(std::string text, const ObjectHeader& header) {
     return text;
 }
 
-ObjectPlace ReadNote(const fs::path& note) {
-    const std::string text = fs::read_symlink(note).string();
-    const auto first = text.find('\n');
-    const auto second = text.find('\n', first + 1);
-    return {text.substr(0, first), text.substr(first + 1, second - first - 1), text.substr(second + 1)};
-}
-
 } // namespace
+
+/// An object on its way into the tree.
+struct StudyTree::Filing {
+    IncomingFile& object;
+    const ObjectHeader& header;
+    std::vector<ObjectPlace> others = {}; ///< that have its UID and other contents
+
+    /// What comes of it: the place of another object of its UID, with which it has to be compared, or its own, or why
+    /// it has none.
+    std::optional<ObjectPlace> known = std::nullopt;
+    std::string path = {};
+    std::optional<StoreRefusal> refusal = std::nullopt;
+    std::exception_ptr failure = nullptr; ///< of the transaction
+    bool done = false;
+
+    std::optional<ObjectPlace> linked = std::nullopt; ///< where it has a name
+    fs::path seriesFolder = {};                       ///< where it has one, or had: it may be durable by chance
+    bool noted = false;                               ///< a note tells of that
+    bool unsettled = false;                           ///< its rows may be there
+};
 
 std::string StudyTree::PathFault(const std::string& root) {
     if (root.empty())
@@ -123,31 +91,24 @@ StudyTree::StudyTree(const fs::path& root, ObjectCatalogue& catalogue, DicomLibr
         throw std::runtime_error(fault);
     MakeLastingFolder(root_);
     MakeLastingFolder(incoming_);
-    lock_ = open((incoming_ / "lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
-    if (lock_ < 0)
-        throw std::runtime_error("Cannot write in the studies' folder \"" + root_.string() +
-                                 "\": " + std::generic_category().message(errno));
-    if (flock(lock_, LOCK_EX | LOCK_NB) != 0) {
-        close(lock_);
-        throw std::runtime_error("Another storage service works in the studies' folder \"" + root_.string() + "\"");
-    }
-    catalogue_.OfTree(Number());
+    area_ = IncomingArea::TakeOwn(incoming_);
+    catalogue_.OfArea(area_->Number());
 }
 
 StudyTree::~StudyTree() {
-    close(lock_);
+    housekeeper_ = {}; // ended and joined
+    GiveUpFormerNames();
 }
 
 void StudyTree::Open() {
-    const std::lock_guard guard(filing_);
-    for (const auto& entry : fs::directory_iterator(incoming_))
-        if (entry.path().extension() == ".part")
-            fs::remove(entry.path());
-    Connect();
-}
-
-fs::path StudyTree::NewIncomingPath() {
-    return incoming_ / (std::to_string(++received_) + ".part");
+    {
+        const std::lock_guard guard(rows_);
+        catalogue_.Open();
+        SettleArea(*area_);
+    }
+    SettleLeftovers();
+    area_->MakeNames();
+    housekeeper_ = std::jthread([this](const std::stop_token& stop) { KeepHouse(stop); });
 }
 
 ObjectHeader StudyTree::Examine(IncomingFile& object, const std::string& sopClassUid,
@@ -166,138 +127,399 @@ ObjectHeader StudyTree::Examine(IncomingFile& object, const std::string& sopClas
 }
 
 StudyTree::Stored StudyTree::Store(IncomingFile& object, const ObjectHeader& header) try {
-    for (std::vector<ObjectPlace> others;;) { // that have the same UID and other contents
-        std::unique_lock guard(filing_);
-        Connect();
-        const auto known = catalogue_.PlacesOf(header.sopInstanceUid);
-        const auto next = std::ranges::find_if(
-            known, [&others](const auto& place) { return std::ranges::find(others, place) == others.end(); });
-        if (next == known.end()) {
-            if (!others.empty())
+    Filing filing{object, header};
+    const auto close = [this](Filing* ended) { Close(*ended); };
+    const std::unique_ptr<Filing, decltype(close)> atTheEnd(&filing, close);
+    for (;;) {
+        FileInTurn(filing);
+        if (filing.refusal)
+            throw *filing.refusal;
+        if (filing.failure)
+            std::rethrow_exception(filing.failure);
+        if (!filing.known) {
+            if (!filing.others.empty())
                 LogLine("object " + header.sopInstanceUid +
                         " is known with other contents; this one is kept beside it");
-            return {header, File(object, header)};
+            return {header, filing.path};
         }
-        guard.unlock(); // large objects are compared while others are filed
-        if (SameDataSet(object.Path(), NativeFile(*next)))
-            return {header, NativeFile(*next)};
-        others.push_back(*next);
+        // Large objects are compared while others are filed.
+        if (SameDataSet(object.Path(), NativeFile(*filing.known)))
+            return {header, NativeFile(*filing.known)};
+        filing.others.push_back(*filing.known);
     }
 } catch (const Error& error) {
     throw StoreRefusal(Status::ProcessingFailure, "catalogue: " + WithoutPatient(error.description, header));
 }
 
-void StudyTree::Connect() {
-    catalogue_.Open();
-    if (!notesLeft_)
+/// Whoever finds nobody filing files what has come meanwhile, of all senders, and the others wait for that.
+void StudyTree::FileInTurn(Filing& filing) {
+    std::unique_lock lock(queue_);
+    filing.done = false;
+    waiting_.push_back(&filing);
+    turn_.wait(lock, [&] { return filing.done || !filing_; });
+    if (filing.done)
         return;
-    std::vector<fs::path> notes;
-    for (const auto& entry : fs::directory_iterator(incoming_))
-        if (entry.path().extension() == NoteExtension)
-            notes.push_back(entry.path());
-    if (!notes.empty())
-        catalogue_.EndFormerTransaction();
-    std::ranges::for_each(notes, [this](const fs::path& note) { Settle(note); });
-    notesLeft_ = false;
+    const std::vector<Filing*> filings = std::exchange(waiting_, {});
+    filing_ = true;
+    lock.unlock();
+    FileAll(filings);
+    lock.lock();
+    filing_ = false;
+    for (Filing* each : filings)
+        each->done = true;
+    turn_.notify_all();
 }
 
-/// Made by the first service that works here.
-std::uint32_t StudyTree::Number() const {
-    constexpr std::uint32_t largest = 0x7FFFFFFF; // the databases take it for any kind of integer
-    std::array<char, 16> text{};
-    std::uint32_t number = 0;
-    if (pread(lock_, text.data(), text.size() - 1, 0) > 0)
-        std::from_chars(text.data(), text.data() + text.size(), number);
-    if (number != 0)
-        return number;
-    std::random_device random;
-    number = std::uniform_int_distribution<std::uint32_t>(1, largest)(random);
-    const std::string written = std::to_string(number);
-    if (pwrite(lock_, written.data(), written.size(), 0) != static_cast<ssize_t>(written.size()) || fsync(lock_) != 0)
-        throw std::runtime_error("Cannot write in the studies' folder \"" + root_.string() +
-                                 "\": " + std::generic_category().message(errno));
-    return number;
-}
-
-/// A file whose row is not there was never answered as stored.
-void StudyTree::Settle(const fs::path& note) {
-    const ObjectPlace place = ReadNote(note);
-    if (!catalogue_.Holds(place)) {
-        LogLine("took back " + NativeFile(place).string() + ", whose storing was interrupted");
-        Forget(place);
+/// In one transaction; where that fails each in its own, some times. Which failures pass every engine tells in its own
+/// way (another service made a row first, two wait for each other, a node has gone): all are taken for such.
+void StudyTree::FileAll(Filings filings) {
+    const std::lock_guard guard(rows_);
+    const auto begun = Clock::now();
+    bool done = Attempt(filings);
+    for (int attempt = 1; !done && attempt < MostAttempts && Clock::now() - begun < AttemptTime; ++attempt) {
+        std::this_thread::sleep_for(attempt * AttemptPause);
+        done = true;
+        for (Filing* filing : filings)
+            if (filing->failure && Clock::now() - begun < AttemptTime)
+                done = Attempt({&filing, 1}) && done;
     }
-    fs::remove(note);
 }
 
-std::string StudyTree::File(IncomingFile& object, const ObjectHeader& header) {
-    ObjectPlace place = FolderFor(header);
-    const fs::path folder = NativeFolder(place);
-    place.imageFile = FileName(NextFreeNumber(folder));
-    const fs::path file = NativeFile(place);
-
-    const fs::path note = object.Path().string() + std::string(NoteExtension);
-    Undo removeNote([&] { unlink(note.c_str()); });
-    LeaveNote(note, place);
-    if (!object.FileAs(file))
-        throw StoreRefusal(Status::OutOfResources, "cannot file the object: another program made " + file.string());
-    Undo takeBack([&] {
-        Forget(place);
-        lastNumbers_.erase(folder);
-    });
-    KeepNames(folder);
-    catalogue_.Add(header, place);
-
-    // From here on only the catalogue knows whether the object is stored.
-    takeBack.Drop();
+/// False leaves a failure in each.
+bool StudyTree::Attempt(Filings filings) noexcept {
     try {
-        catalogue_.Commit();
-    } catch (const Error&) {
-        removeNote.Drop();
-        if (catalogue_.IsOpen())
-            Settle(note);
-        else
-            notesLeft_ = true;
+        FileTogether(filings);
+        return true;
+    } catch (...) {
+        for (Filing* filing : filings)
+            filing->failure = std::current_exception();
+        return false;
+    }
+}
+
+void StudyTree::FileTogether(Filings filings) {
+    Connect(filings);
+    try {
+        catalogue_.Begin();
+        for (Filing* filing : filings)
+            try {
+                File(*filing);
+            } catch (const StoreRefusal& refusal) {
+                filing->refusal = refusal;
+                TakeBack(*filing);
+            }
+    } catch (...) {
+        std::ranges::for_each(filings, TakeBack, [](Filing* filing) -> Filing& { return *filing; });
         throw;
     }
-    return file.string();
-}
-
-/// The place of the object, still without a file name; its folders exist.
-ObjectPlace StudyTree::FolderFor(const ObjectHeader& header) {
-    const auto series = catalogue_.Series(header.seriesUid);
-    if (series && series->studyUid != header.studyUid)
-        throw StoreRefusal(Status::DoesNotMatchClass, "the series belongs to another study");
-    if (series && series->modality == ReportModality && !header.IsReport())
-        throw StoreRefusal(Status::DoesNotMatchClass, "the series holds reports and nothing else");
-    if (const auto patient = catalogue_.PatientOf(header.studyUid); patient && *patient != header.patientId)
-        LogLine("object " + header.sopInstanceUid + " names another patient than its study " + header.studyUid);
-
-    const auto studyPath = catalogue_.StudyPath(header.studyUid);
-    ObjectPlace place{studyPath.value_or(InsidePath((root_ / header.studyUid).string())),
-                      series ? series->seriesDir : header.seriesUid,
-                      {}};
-    if (!studyPath)
-        MakeFolder(NativePath(place.studyPath), false);
-    MakeFolder(NativeFolder(place), series.has_value());
-    return place;
-}
-
-int StudyTree::NextFreeNumber(const fs::path& folder) {
-    const auto [entry, isNew] = lastNumbers_.try_emplace(folder, 0);
-    int& last = entry->second;
-    std::error_code ignored;
-    for (auto file = fs::directory_iterator(folder, ignored); isNew && file != fs::directory_iterator();
-         file.increment(ignored)) {
-        const std::string name = file->path().filename().string();
-        int number = 0;
-        if (name.starts_with(FilePrefix))
-            std::from_chars(name.data() + FilePrefix.size(), name.data() + name.size(), number);
-        last = std::max(last, number);
+    // From here on only the catalogue knows whether they are stored.
+    try {
+        catalogue_.Commit();
+    } catch (...) {
+        for (Filing* filing : filings)
+            filing->unsettled = filing->linked.has_value();
+        throw;
     }
-    // Another program's file keeps its name.
-    while (fs::exists(folder / FileName(++last)))
-        ;
-    return last;
+}
+
+/// What an attempt before has left open is settled first, and begun anew.
+void StudyTree::Connect(Filings filings) {
+    catalogue_.Open();
+    const auto open = [](const Filing* filing) { return filing->unsettled; };
+    if (!unsettled_.empty() || std::ranges::any_of(filings, open))
+        catalogue_.EndFormerTransaction(area_->Number());
+    for (Filing* filing : filings) {
+        if (filing->unsettled)
+            Settle(filing->object.Path());
+        filing->unsettled = false;
+        filing->linked.reset();
+        filing->known.reset();
+        filing->refusal.reset();
+        filing->failure = nullptr;
+    }
+    while (!unsettled_.empty()) {
+        Settle(unsettled_.back());
+        unlink(unsettled_.back().c_str());
+        unsettled_.pop_back();
+    }
+}
+
+void StudyTree::File(Filing& filing) {
+    const ObjectHeader& header = filing.header;
+    const auto [places, nextTwin] = catalogue_.RowsOf(header.sopInstanceUid);
+    const auto own = std::ranges::find(places, UniqueName(filing.object.Path()), &ObjectPlace::imageFile);
+    if (own != places.end()) { // an attempt before has stored it, and was not told
+        filing.path = NativeFile(*own).string();
+        return;
+    }
+    const auto next = std::ranges::find_if(
+        places, [&](const auto& place) { return std::ranges::find(filing.others, place) == filing.others.end(); });
+    if (next != places.end()) {
+        filing.known = *next;
+        return;
+    }
+    const auto home = catalogue_.HomeOf(header);
+    const ObjectPlace place = PlaceFor(header, home);
+    if (header.IsReport())
+        FileUnderNumber(filing, place);
+    else
+        FileUnderUniqueName(filing, place);
+    catalogue_.Add(header, *filing.linked, home, nextTwin);
+    filing.path = NativeFile(*filing.linked).string();
+}
+
+/// The place of the object, still without a file name.
+ObjectPlace StudyTree::PlaceFor(const ObjectHeader& header, const ObjectCatalogue::Home& home) const {
+    if (home.series && home.series->studyUid != header.studyUid)
+        throw StoreRefusal(Status::DoesNotMatchClass, "the series belongs to another study");
+    if (home.series && home.series->modality == ReportModality && !header.IsReport())
+        throw StoreRefusal(Status::DoesNotMatchClass, "the series holds reports and nothing else");
+    if (home.study && home.study->patientId != header.patientId)
+        LogLine("object " + header.sopInstanceUid + " names another patient than its study " + header.studyUid);
+    return PlaceOf(header, home);
+}
+
+ObjectPlace StudyTree::PlaceOf(const ObjectHeader& header, const ObjectCatalogue::Home& home) const {
+    return {home.study ? home.study->path : InsidePath((root_ / header.studyUid).string()),
+            home.series ? home.series->folder : header.seriesUid,
+            {}};
+}
+
+void StudyTree::FileUnderUniqueName(Filing& filing, ObjectPlace place) const {
+    place.imageFile = UniqueName(filing.object.Path());
+    const Linked linked = LinkTo(filing, filing.object.Path(), place);
+    if (linked == Linked::NameTaken || (linked == Linked::OtherDisk && !FileDurably(filing, place, true)))
+        throw StoreRefusal(Status::OutOfResources,
+                           "cannot file the object: another program made " + NativeFile(place).string());
+}
+
+/// Behind all versions that lie there. Who comes second to a number takes the next.
+void StudyTree::FileUnderNumber(Filing& filing, ObjectPlace place) const {
+    for (int attempt = 0; attempt < MostNumbers; ++attempt) {
+        MakeFolders(place);
+        filing.seriesFolder = NativeFolder(place);
+        place.imageFile = VersionName(NumberBehindAll(filing.seriesFolder));
+        if (FileDurably(filing, place, !AreOnOneDisk(incoming_, filing.seriesFolder)))
+            return;
+    }
+    throw StoreRefusal(Status::OutOfResources, "cannot file the object: other programs take every number");
+}
+
+/// False when another object has that name.
+bool StudyTree::FileDurably(Filing& filing, const ObjectPlace& place, bool onOtherDisk) {
+    const fs::path& incoming = filing.object.Path();
+    unlink(NoteOf(incoming).c_str()); // of another number
+    filing.noted = true;
+    LeaveNote(NoteOf(incoming), place);
+    fs::path from = incoming;
+    if (onOtherDisk) {
+        from = CopyOf(incoming, NativeFolder(place));
+        MakeFolders(place);
+        Copy(incoming, from);
+    }
+    if (LinkTo(filing, from, place) != Linked::Done)
+        return false;
+    SyncFolders(filing.seriesFolder);
+    return true;
+}
+
+Linked StudyTree::LinkTo(Filing& filing, const fs::path& from, const ObjectPlace& place) {
+    for (int attempt = 0; attempt < MostFolderAttempts; ++attempt) {
+        MakeFolders(place);
+        filing.seriesFolder = NativeFolder(place);
+        const Linked linked = Link(from, NativeFile(place));
+        if (linked == Linked::Done)
+            filing.linked = place;
+        if (linked != Linked::FolderGone) // another service has found it empty
+            return linked;
+    }
+    throw StoreRefusal(Status::OutOfResources, "cannot file the object: its folder goes again and again");
+}
+
+void StudyTree::TakeBack(Filing& filing) {
+    if (filing.seriesFolder.empty())
+        return;
+    if (filing.linked)
+        unlink(NativeFile(*filing.linked).c_str());
+    if (filing.noted) { // it is gone for good before its note may go
+        unlink(CopyOf(filing.object.Path(), filing.seriesFolder).c_str());
+        SyncFolder(filing.seriesFolder.string());
+        unlink(NoteOf(filing.object.Path()).c_str());
+    }
+    RemoveEmptyFolders(filing.seriesFolder);
+    filing.linked.reset();
+    filing.noted = false;
+}
+
+/// What has come to an end gives up its former name once what came of it is durable.
+void StudyTree::Close(Filing& filing) {
+    const fs::path& incoming = filing.object.Path();
+    if (filing.seriesFolder.empty())
+        return;
+    filing.object.Leave();
+    if (filing.unsettled) {
+        const std::lock_guard guard(rows_);
+        unsettled_.push_back(incoming);
+        return;
+    }
+    if (filing.noted) {
+        if (unlink(CopyOf(incoming, filing.seriesFolder).c_str()) == 0)
+            SyncFolder(filing.seriesFolder.string());
+        unlink(NoteOf(incoming).c_str());
+    }
+    const std::lock_guard guard(house_);
+    formerNames_.push_back({incoming, filing.seriesFolder});
+    somethingToDo_.notify_one();
+}
+
+/// Of an object that was received and of which nobody knows what came of it, brings the names to what the rows say.
+/// Its former name may go then.
+void StudyTree::Settle(const fs::path& incoming) {
+    if (fs::is_symlink(NoteOf(incoming)))
+        SettleNote(incoming);
+    else
+        SettleUniqueName(incoming);
+}
+
+void StudyTree::SettleNote(const fs::path& incoming) {
+    const ObjectPlace place = ReadNote(NoteOf(incoming));
+    const fs::path file = NativeFile(place);
+    const fs::path folder = NativeFolder(place);
+    const fs::path copy = CopyOf(incoming, folder);
+    // Another service's has a former name, too, until its row is there: this is asked before the rows are.
+    const bool own = AreOneFile(file, incoming) || AreOneFile(file, copy) || HasOneName(file);
+    if (own && !catalogue_.Holds(place)) {
+        LogLine("took back " + file.string() + ", whose storing was interrupted");
+        unlink(file.c_str());
+    }
+    unlink(copy.c_str());
+    SyncFolders(folder);
+    RemoveEmptyFolders(folder);
+    unlink(NoteOf(incoming).c_str());
+}
+
+void StudyTree::SettleUniqueName(const fs::path& incoming) {
+    const auto header = HeaderOf(incoming);
+    if (!header)
+        return;
+    const std::string name = UniqueName(incoming);
+    const auto places = catalogue_.RowsOf(header->sopInstanceUid).places;
+    if (const auto stored = std::ranges::find(places, name, &ObjectPlace::imageFile); stored != places.end()) {
+        MakeFolders(*stored);
+        const Linked linked = Link(incoming, NativeFile(*stored));
+        if (linked == Linked::Done)
+            LogLine("gave " + NativeFile(*stored).string() + " its name again");
+        else if (linked != Linked::NameTaken)
+            throw StoreRefusal(Status::OutOfResources, "cannot give " + NativeFile(*stored).string() + " its name");
+        SyncFolders(NativeFolder(*stored));
+        return;
+    }
+    for (const auto& home : {catalogue_.HomeOf(*header), ObjectCatalogue::Home()}) {
+        const fs::path folder = NativeFolder(PlaceOf(*header, home));
+        if (AreOneFile(incoming, folder / name)) {
+            LogLine("took back " + (folder / name).string() + ", whose storing was interrupted");
+            unlink((folder / name).c_str());
+        }
+        SyncFolders(folder);
+        RemoveEmptyFolders(folder);
+    }
+}
+
+/// Nothing of an object that was not received whole, which has no other name.
+std::optional<ObjectHeader> StudyTree::HeaderOf(const fs::path& incoming) {
+    std::error_code gone;
+    if (fs::file_size(incoming, gone) == 0 || gone)
+        return std::nullopt;
+    try {
+        const std::lock_guard guard(examining_);
+        RequireWhole(incoming, false);
+        return ReadObjectHeader(library_, incoming.string(), {});
+    } catch (const StoreRefusal& refusal) {
+        if (refusal.status == Status::CannotUnderstand && HasOneName(incoming))
+            return std::nullopt;
+        throw;
+    }
+}
+
+void StudyTree::SettleArea(const IncomingArea& area) {
+    std::set<fs::path> objects;
+    for (const fs::path& remains : area.Remains())
+        objects.insert(remains.extension() == IncomingArea::NoteExtension ? remains.parent_path() / remains.stem()
+                                                                          : remains);
+    const auto received = [](const fs::path& object) {
+        std::error_code gone;
+        return fs::is_symlink(NoteOf(object)) || fs::file_size(object, gone) != 0;
+    };
+    if (std::ranges::any_of(objects, received))
+        catalogue_.EndFormerTransaction(area.Number());
+    for (const fs::path& object : objects)
+        try {
+            if (received(object))
+                Settle(object);
+            unlink(object.c_str());
+        } catch (const StoreRefusal& refusal) {
+            LogLine("left " + object.string() + " as it is: " + refusal.what());
+        }
+}
+
+/// What services that are gone have left, and what a lost connection has.
+void StudyTree::SettleLeftovers() {
+    {
+        const std::lock_guard guard(rows_);
+        Connect({});
+    }
+    for (const auto& area : IncomingArea::TakeAbandoned(incoming_)) {
+        const std::lock_guard guard(rows_);
+        catalogue_.Open();
+        SettleArea(*area);
+    }
+}
+
+void StudyTree::KeepHouse(const std::stop_token& stop) {
+    auto nextRound = Clock::now() + LeftoverPause;
+    while (!stop.stop_requested()) {
+        {
+            std::unique_lock lock(house_);
+            somethingToDo_.wait_until(lock, stop, nextRound,
+                                      [this] { return !formerNames_.empty() || area_->WantsNames(); });
+            somethingToDo_.wait_for(lock, stop, HousekeepingPause,
+                                    [this] { return formerNames_.size() >= MostFormerNames || area_->WantsNames(); });
+        }
+        GiveUpFormerNames();
+        try {
+            if (area_->WantsNames())
+                area_->MakeNames();
+            if (Clock::now() >= nextRound) {
+                nextRound = Clock::now() + LeftoverPause;
+                SettleLeftovers();
+            }
+        } catch (const std::exception&) { // who needs it meets the same
+            std::unique_lock lock(house_);
+            somethingToDo_.wait_for(lock, stop, HousekeepingPause, [] { return false; });
+        }
+    }
+}
+
+void StudyTree::GiveUpFormerNames() {
+    std::vector<FormerName> names;
+    {
+        const std::lock_guard guard(house_);
+        names = std::exchange(formerNames_, {});
+    }
+    std::set<fs::path> folders;
+    for (const FormerName& name : names)
+        folders.insert(name.seriesFolder);
+    try {
+        std::ranges::for_each(folders, SyncFolders);
+        for (const FormerName& name : names)
+            unlink(name.path.c_str());
+        toldOfFault_ = false;
+    } catch (const StoreRefusal& refusal) {
+        if (!std::exchange(toldOfFault_, true))
+            LogLine(std::string("objects keep their names in the incoming area: ") + refusal.what());
+        const std::lock_guard guard(house_);
+        formerNames_.insert(formerNames_.end(), names.begin(), names.end());
+    }
 }
 
 } // namespace tavrel

@@ -1,45 +1,57 @@
 #pragma once
 
 #include "platform/dicom.h"
+#include "suite/porvane/IncomingArea.h"
 #include "suite/porvane/IncomingFile.h"
 #include "suite/porvane/ObjectCatalogue.h"
 #include "suite/porvane/ObjectHeader.h"
+#include "suite/porvane/TreeFiles.h"
 
-#include <atomic>
-#include <cstdint>
+#include <chrono>
+#include <condition_variable>
 #include <filesystem>
-#include <map>
+#include <memory>
 #include <mutex>
 #include <optional>
+#include <span>
+#include <stop_token>
 #include <string>
+#include <thread>
+#include <vector>
 
 namespace tavrel {
 
-/// The studies on disk and their rows, which always agree: what is answered as stored is durable in
-/// both, and what was interrupted is taken back, at once or by the next `Open`.
+/// The studies on disk and their rows, which always agree: what is answered as stored is durable in both, and what was
+/// interrupted is taken back or finished. Several services may work in one tree, each in an area of its own
+/// (`IncomingArea`).
 ///
-/// An object's way: it is received into the folder ".incoming" of the studies' root and synced; a
-/// note of where it is about to go is left there (a symbolic link, whose text is that place); it
-/// gets its final name and the folder is synced; its rows are committed; the note goes away. A note
-/// that is found later tells which file may be without its row, once no transaction that could still
-/// write that row is left.
+/// An object is received under a name that is durable already, and synced: the first sync. It gets its final name
+/// beside that one, which tells it from every other object; its rows are committed: the second sync, which objects that
+/// come at once share. A while later the folders are synced, of many objects at once, and only then do the first names
+/// go. A first name that is found when its service is gone therefore has the object's bytes, and the rows tell whether
+/// it was stored: then it gets its final name again, or else it goes, and that name with it.
+///
+/// Reports have numbers for names, which are taken once and for all: their names are durable before their rows are
+/// committed. So is what goes to another disk than the area's, as a copy. Of these a note is left before anything else,
+/// of where they are about to go.
 class StudyTree {
 public:
     /// Why a path cannot be that of the studies' folder; empty when it can.
     static std::string PathFault(const std::string& root);
 
-    /// Makes the folder `root` where it is missing and keeps other services out of it. Throws a
-    /// std::exception with words for the person who started the service.
+    /// Makes the folder `root` where it is missing and takes an area of it. Throws a std::exception with words for the
+    /// person who started the service.
     StudyTree(const std::filesystem::path& root, ObjectCatalogue& catalogue, DicomLibrary& library);
     ~StudyTree();
     StudyTree(const StudyTree&) = delete;
     StudyTree& operator=(const StudyTree&) = delete;
 
-    /// Connects to the catalogue and takes back what an earlier run left unfinished.
+    /// Connects to the catalogue and settles what services that are gone have left unfinished; from then on also what
+    /// others leave.
     void Open();
 
-    /// A fresh name to receive an object under.
-    std::filesystem::path NewIncomingPath();
+    /// Where objects are received.
+    IncomingArea& Area() { return *area_; }
 
     /// Brings a received object that was announced under these UIDs to the disk, looks that it is whole and
     /// reads its header.
@@ -55,25 +67,61 @@ public:
     Stored Store(IncomingFile& object, const ObjectHeader& header);
 
 private:
-    std::string File(IncomingFile& object, const ObjectHeader& header);
-    void Connect();
-    std::uint32_t Number() const;
-    ObjectPlace FolderFor(const ObjectHeader& header);
-    void Settle(const std::filesystem::path& note);
-    int NextFreeNumber(const std::filesystem::path& folder);
+    struct Filing;
+    using Filings = std::span<Filing* const>;
+    struct FormerName {
+        std::filesystem::path path;
+        std::filesystem::path seriesFolder; ///< of the name that it has now, or had
+    };
+
+    void FileInTurn(Filing& filing);
+    void FileAll(Filings filings);
+    bool Attempt(Filings filings) noexcept;
+    void FileTogether(Filings filings);
+    void File(Filing& filing);
+    ObjectPlace PlaceFor(const ObjectHeader& header, const ObjectCatalogue::Home& home) const;
+    ObjectPlace PlaceOf(const ObjectHeader& header, const ObjectCatalogue::Home& home) const;
+    void FileUnderUniqueName(Filing& filing, ObjectPlace place) const;
+    void FileUnderNumber(Filing& filing, ObjectPlace place) const;
+    static bool FileDurably(Filing& filing, const ObjectPlace& place, bool onOtherDisk);
+    static Linked LinkTo(Filing& filing, const std::filesystem::path& from, const ObjectPlace& place);
+    static void TakeBack(Filing& filing);
+    void Close(Filing& filing);
+
+    void Connect(Filings filings);
+    void Settle(const std::filesystem::path& incoming);
+    void SettleNote(const std::filesystem::path& incoming);
+    void SettleUniqueName(const std::filesystem::path& incoming);
+    std::optional<ObjectHeader> HeaderOf(const std::filesystem::path& incoming);
+    void SettleArea(const IncomingArea& area);
+    void SettleLeftovers();
+
+    void KeepHouse(const std::stop_token& stop);
+    void GiveUpFormerNames();
 
     std::filesystem::path root_;
     std::filesystem::path incoming_;
     ObjectCatalogue& catalogue_;
     DicomLibrary& library_;
-    int lock_ = -1; ///< a file, which holds the tree's number too
-    std::atomic<unsigned long> received_ = 0;
+    std::unique_ptr<IncomingArea> area_;
     /// One object at a time is parsed, which bounds the memory; a report waits for one image at most.
     std::mutex waitingImages_; ///< held by the one that is next
     std::mutex examining_;
-    std::mutex filing_;     ///< guards the catalogue and what follows
-    bool notesLeft_ = true; ///< of an earlier run, or of a commit that failed
-    std::map<std::filesystem::path, int> lastNumbers_;
+
+    std::mutex queue_; ///< guards the next ones
+    std::condition_variable turn_;
+    std::vector<Filing*> waiting_;
+    bool filing_ = false; ///< somebody files what waited
+
+    std::mutex rows_; ///< guards the catalogue and the next one
+    /// Of this service, of which nobody knows whether their rows are there: the connection was lost.
+    std::vector<std::filesystem::path> unsettled_;
+
+    std::mutex house_; ///< guards the next ones
+    std::condition_variable_any somethingToDo_;
+    std::vector<FormerName> formerNames_;
+    bool toldOfFault_ = false;
+    std::jthread housekeeper_; ///< last: it ends first
 };
 
 } // namespace tavrel

@@ -135,7 +135,7 @@ UnsentVersions::Reason UnsentVersions::Deliver(const Version& version) {
 }
 
 UnsentVersions::Reason UnsentVersions::Store(const Version& version) try {
-    IncomingFile copy(tree_.NewIncomingPath());
+    IncomingFile copy(tree_.Area());
     Copy(version, copy);
     const ObjectHeader header = tree_.Examine(copy, version.header.sopClassUid, version.header.sopInstanceUid);
     told_(tree_.Store(copy, header));

@@ -285,22 +285,35 @@ class Torn:
                 if self._chance.random() < 0.5]
 
 
-def left(node, loss):
-    """What a power failure leaves, as a value: a folder's names, a file's bytes, a link's text."""
-    if isinstance(node, Link):
-        return node.text
-    if isinstance(node, File):
-        return loss.contents(node)
-    return tuple((name, left(each, loss)) for name, each in sorted(loss.names(node).items()))
+def left(top, loss):
+    """What a power failure leaves, as a value: a folder's names, a file's bytes, a link's text; for a further name of a
+    file the number of the file, in the order of their first names."""
+    files = {}
+
+    def value(node):
+        if isinstance(node, Link):
+            return node.text
+        if isinstance(node, File):
+            if id(node) in files:
+                return files[id(node)]
+            files[id(node)] = len(files)
+            return loss.contents(node)
+        return tuple((name, value(each)) for name, each in sorted(loss.names(node).items()))
+
+    return value(top)
 
 
-def lay(tree, path):
+def lay(tree, path, files=None):
     """Writes what is left as a folder."""
+    files = [] if files is None else files
     if isinstance(tree, str):
         path.symlink_to(tree)
     elif isinstance(tree, bytes):
         path.write_bytes(tree)
+        files.append(path)
+    elif isinstance(tree, int):
+        path.hardlink_to(files[tree])
     else:
         path.mkdir()
         for name, each in tree:
-            lay(each, path / name)
+            lay(each, path / name, files)

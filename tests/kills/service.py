@@ -1,5 +1,6 @@
 """A storage service on a catalogue of its own, that is started, killed and judged."""
 
+import contextlib
 import os
 import random
 import shutil
@@ -151,10 +152,22 @@ class Room:
         self._expect("catalogued and never sent", set(uids) - set(self.sent))
         files = {uid: Path(path.replace("\\", "/")) / series / file for uid, path, series, file in rows}
         self._expect("catalogued and not whole", [uid for uid in uids if not self._whole(files[uid], uid)])
-        on_disk = {each for each in self.studies.rglob("*") if each.is_file()} - {self.studies / ".incoming/lock"}
-        self._expect("on the disk and in no row", on_disk - set(files.values()))
+        self._expect("on the disk and in no row", self._objects() - set(files.values()))
+        named = {identity(file) for file in files.values()} | {identity(self.folder / "gone meanwhile")}
+        self._expect("left in the incoming areas", [each for each in self._received() if identity(each) not in named])
         self._expect("not kept any longer and not stored", [
             uid for uid in self.kept - set(uids) if not self._whole(self.unsent / f"{uid}.dcm", uid)])
+
+    def _objects(self):
+        incoming = self.studies / ".incoming"
+        return {each for each in self.studies.rglob("*") if each.is_file() and incoming not in each.parents}
+
+    def _received(self):
+        """What lies in the areas; names that were made ahead have nothing in them. A former name may go meanwhile."""
+        for each in (self.studies / ".incoming").glob("*/*"):
+            with contextlib.suppress(FileNotFoundError):
+                if each.name != "lock" and (each.is_symlink() or each.stat().st_size > 0):
+                    yield each
 
     def check(self):
         """The catalogue's tool finds what `judge` finds."""
@@ -170,6 +183,15 @@ class Room:
     def _expect(self, what, found):
         if found:
             raise Lost(f"{what}: {sorted(map(str, found))[:5]}, in {self.folder}\n{self.log()[-3000:]}")
+
+
+def identity(file):
+    """Which no other file has."""
+    try:
+        state = file.stat()
+    except FileNotFoundError:
+        return None
+    return state.st_dev, state.st_ino
 
 
 def free_port():

@@ -59,6 +59,11 @@ void SuiteRoom::Fill() {
     Insert("Port", {{"Port", std::to_string(port_)}, {"AETitle", "PORVANE"}});
 }
 
+void SuiteRoom::MoveToAnotherPort() {
+    port_ = FreePort();
+    Run("UPDATE Port SET Port=" + std::to_string(port_));
+}
+
 std::vector<std::string> SuiteRoom::Column(const std::string& query) {
     std::vector<std::string> values;
     for (const auto rows = catalogue_->OpenResultSet(query); !rows->AtEnd(); rows->MoveNext())
@@ -98,6 +103,16 @@ std::vector<fs::path> SuiteRoom::StoredFiles() const {
             files.push_back(entry.path());
     std::ranges::sort(files);
     return files;
+}
+
+std::vector<fs::path> SuiteRoom::Received() const {
+    std::vector<fs::path> received;
+    for (const auto& entry : fs::recursive_directory_iterator(Incoming())) {
+        std::error_code gone;
+        if (entry.is_symlink(gone) || (entry.path().extension() == ".part" && entry.file_size(gone) > 0 && !gone))
+            received.push_back(entry.path());
+    }
+    return received;
 }
 
 bool Listens(int port) {

@@ -24,9 +24,13 @@ public:
     std::filesystem::path Folder() const { return folder_.Path(); }
     std::filesystem::path Studies() const { return Folder() / "studies"; }
     std::filesystem::path Incoming() const { return Studies() / ".incoming"; }
+    /// What services have in their areas, but for names that were made ahead.
+    std::vector<std::filesystem::path> Received() const;
     /// Where the report editor keeps what it could not send; not there yet.
     std::filesystem::path Unsent() const { return Folder() / "state/tavrel/unsent"; }
     int Port() const { return port_; }
+    /// For the next service that starts: those that work go on where they are.
+    void MoveToAnotherPort();
 
     Connection& Catalogue() { return *catalogue_; }
     void Run(const std::string& statement) { catalogue_->OpenResultSet(statement); }

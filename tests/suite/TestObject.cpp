@@ -50,12 +50,16 @@ std::filesystem::path TestObject::SaveTo(const std::filesystem::path& file) {
 }
 
 int TestObject::Send(const SuiteRoom& room, const std::string& callingAe, const std::string& calledAe) {
+    return Send(room.Port(), callingAe, calledAe);
+}
+
+int TestObject::Send(int port, const std::string& callingAe, const std::string& calledAe) {
     constexpr Uint32 seconds = 20;
     const DcmXfer syntax(file_.getDataset()->getOriginalXfer());
     DcmSCU sender;
     sender.setAETitle(callingAe);
     sender.setPeerHostName("127.0.0.1");
-    sender.setPeerPort(static_cast<Uint16>(room.Port()));
+    sender.setPeerPort(static_cast<Uint16>(port));
     sender.setPeerAETitle(calledAe);
     sender.setDIMSEBlockingMode(DIMSE_NONBLOCKING);
     sender.setDIMSETimeout(seconds);

@@ -35,6 +35,7 @@ public:
 
     std::filesystem::path SaveTo(const std::filesystem::path& file);
     /// Sends it in an association of its own; the status of the answer, or -1 when there was none.
+    int Send(int port, const std::string& callingAe = "MODALITY", const std::string& calledAe = "PORVANE");
     int Send(const SuiteRoom& room, const std::string& callingAe = "MODALITY", const std::string& calledAe = "PORVANE");
 
 private:

@@ -47,7 +47,7 @@ public:
             if (table.heading.starts_with(TableHeading))
                 statements += Tables(table);
         for (const auto& index : TableUnder("## Indexes", CATALOGUE_DOCUMENT))
-            statements += Index(index[0], index[1], index[2]);
+            statements += Index(index[0], index[1], index[2], index[3] == "yes");
         return ColumnALine(statements);
     }
 
@@ -77,8 +77,10 @@ private:
         return "CREATE TABLE IF NOT EXISTS " + name + " (" + columns + ")" + (end.empty() ? "" : " " + end) + "\n";
     }
 
-    static std::string Index(const std::string& name, const std::string& table, const std::string& column) {
-        return "CREATE INDEX IF NOT EXISTS " + name + " ON " + table + " (" + column + ")\n";
+    static std::string Index(const std::string& name, const std::string& table, const std::string& column,
+                             bool unique = false) {
+        return std::string(unique ? "CREATE UNIQUE INDEX" : "CREATE INDEX") + " IF NOT EXISTS " + name + " ON " +
+               table + " (" + column + ")\n";
     }
 
     /// Tables with the same columns share a heading: "### One, Two".

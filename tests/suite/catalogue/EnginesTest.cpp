@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <csignal>
 
 namespace tavrel {
 namespace {
@@ -218,6 +219,8 @@ TEST_P(Engines, CheckMendsRowsAndColumns) {
         const auto service = room.StartService();
         for (const int number : {1, 2})
             TestObject().Numbered(number).Send(room);
+        service->Signal(SIGTERM);
+        service->Wait();
     }
     room.Run("DELETE FROM Image WHERE SOPInstanceUID='2.999.7.2'");
     room.Run("ALTER TABLE Study DROP COLUMN AccessionNumber");

@@ -103,20 +103,21 @@ TEST_P(ServerOutage, ACommitThatOutlivesItsServiceLeavesNoRowWithoutItsFile) {
 class FormerTransaction : public ServerOutage {
 protected:
     void SetUp() override {
-        former.OfTree(1);
+        former.OfArea(1);
         former.Open();
         header.patientId = "1";
         header.studyUid = "2.999.1";
         header.seriesUid = "2.999.2";
         header.sopInstanceUid = "2.999.3";
-        former.Add(header, place);
+        former.Begin();
+        former.Add(header, place, {}, 0);
     }
     /// Another service, or the same one again, which finds a note.
-    bool Judge(std::uint32_t archive) {
+    bool Judge(std::uint32_t area) {
         ObjectCatalogue later(database, DataSource());
-        later.OfTree(archive);
+        later.OfArea(area);
         later.Open();
-        later.EndFormerTransaction();
+        later.EndFormerTransaction(area);
         return later.Holds(place);
     }
 
@@ -132,7 +133,7 @@ TEST_P(FormerTransaction, CanNoLongerBeCommittedOnceItsNoteWasJudged) {
     EXPECT_EQ(room.Count("Image"), "0");
 }
 
-TEST_P(FormerTransaction, OfAnotherArchiveIsLeftAlone) {
+TEST_P(FormerTransaction, OfAnotherAreaIsLeftAlone) {
     EXPECT_FALSE(Judge(2));
     EXPECT_NO_THROW(former.Commit());
     EXPECT_EQ(room.Count("Image"), "1");

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <csignal>
 #include <fstream>
 
 namespace tavrel {
@@ -28,6 +29,8 @@ protected:
         for (int number = 1; number <= 3; ++number)
             Version(number).Send(room);
         TestObject().Numbered(9).Send(room);
+        service->Signal(SIGTERM);
+        service->Wait();
     }
     static TestObject Version(int number) {
         TestObject version;
@@ -169,6 +172,21 @@ TEST_F(StoredObjects, WhatTheServiceHasUnderWayIsLeftToIt) {
     fs::create_symlink(studyPath + "\n2.999.5\nimg_000009.dcm", room.Incoming() / "7.part.note");
     EXPECT_THAT(Missing(), ElementsAre());
     EXPECT_THAT(Mended(), ElementsAre());
+}
+
+TEST_F(StoredObjects, WhatWasReceivedAndHasNoRowYetIsLeftToTheService) {
+    fs::create_directory(room.Incoming() / "7");
+    Version(4).SaveTo(room.Incoming() / "7/4.part");
+    fs::create_hard_link(room.Incoming() / "7/4.part", ReportFile(1).parent_path() / "img_000009.dcm");
+    EXPECT_THAT(Missing(), ElementsAre());
+    EXPECT_THAT(Mended(), ElementsAre());
+}
+
+TEST_F(StoredObjects, AnImageWhoseNameTheServicesNextStartGivesAgainIsNotGone) {
+    fs::create_directory(room.Incoming() / "7");
+    const std::string name = ImageFile().stem().string().substr(std::string("img_").size()) + ".part";
+    fs::rename(ImageFile(), room.Incoming() / "7" / name);
+    EXPECT_THAT(Missing(), ElementsAre());
 }
 
 TEST_F(StoredObjects, AFolderThatTheCatalogueDoesNotKnowIsNamed) {

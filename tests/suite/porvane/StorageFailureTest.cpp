@@ -29,17 +29,16 @@ protected:
         ExpectNothingIncoming();
     }
     void ExpectNothingIncoming() {
-        for (const auto& entry : fs::directory_iterator(room.Incoming()))
-            EXPECT_EQ(entry.path().filename(), "lock");
+        EXPECT_TRUE(Eventually([this] { return room.Received().empty(); }));
     }
 
-    /// What a service leaves that is killed after an object has got its name.
+    /// What a service of before leaves that is killed after an object has got its name.
     fs::path LeaveUnfinished(const std::string& imageFile) {
         const fs::path series = room.Studies() / "2.999.1" / "2.999.2";
         fs::create_directories(series);
         fs::create_directories(room.Incoming());
-        std::ofstream(series / imageFile) << "object";
         std::ofstream(room.Incoming() / "7.part") << "object";
+        fs::create_hard_link(room.Incoming() / "7.part", series / imageFile);
         const std::string studyPath = InsidePath(room.Studies() / "2.999.1");
         fs::create_symlink(studyPath + "\n2.999.2\n" + imageFile, room.Incoming() / "7.part.note");
         room.Insert("Study", {{"StudyInstanceUID", "2.999.1"}, {"StudyPath", studyPath}});
@@ -68,7 +67,7 @@ TEST_F(StorageFailure, RowsThatCannotBeWrittenTakeTheFileBack) {
     ExpectNothingStored();
     room.Run("DROP TRIGGER Full");
     EXPECT_EQ(TestObject().Send(room), Stored);
-    EXPECT_EQ(room.StoredFiles().at(0).filename(), "img_000001.dcm");
+    EXPECT_EQ(room.StoredFiles().size(), 1U);
 }
 
 TEST_F(StorageFailure, ALockedCatalogueRefusesTheObject) {
@@ -145,9 +144,9 @@ TEST_F(StorageFailure, ASenderThatGoesAwayWithinAnObjectLeavesNothing) {
     Child sender(
         {"storescu", "-aec", "PORVANE", "127.0.0.1", std::to_string(room.Port()), (room.Folder() / "big.dcm").string()},
         (room.Folder() / "sender.log").string());
-    Eventually([this] { return fs::exists(room.Incoming() / "1.part"); });
+    ASSERT_TRUE(Eventually([this] { return !room.Received().empty(); }));
     sender.Signal(SIGKILL);
-    EXPECT_TRUE(Eventually([this] { return !fs::exists(room.Incoming() / "1.part"); }));
+    EXPECT_TRUE(Eventually([this] { return room.Received().empty(); }));
     ExpectNothingStored();
 }
 
@@ -183,14 +182,6 @@ TEST_F(StorageFailure, TheServiceEndsCleanlyWhenItIsAsked) {
     TestObject().Send(room);
     service->Signal(SIGTERM);
     EXPECT_EQ(service->Wait(), 0);
-}
-
-TEST_F(StorageFailure, ASecondServiceForTheSameStudiesSaysSo) {
-    const auto service = room.StartService();
-    Child second(room.ServiceCommand(), (room.Folder() / "second.log").string());
-    EXPECT_EQ(second.Wait(), 1);
-    EXPECT_NE(RunShell("cat " + (room.Folder() / "second.log").string()).out.find("Another storage service works"),
-              std::string::npos);
 }
 
 TEST_F(StorageFailure, AServiceWithoutAPortRowSaysWhatSetsIt) {

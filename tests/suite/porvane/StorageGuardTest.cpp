@@ -307,7 +307,7 @@ TEST_F(StorageBesideBadSenders, ConnectionsThatAskForNothingGiveWay) {
 
 TEST_F(StorageBesideBadSenders, TheServiceEndsSoonThoughAnObjectTrickles) {
     const BadSenders trickling(room.Port(), BadSenders::Kind::Trickling, 4);
-    Eventually([this] { return fs::exists(room.Incoming() / "4.part"); });
+    Eventually([this] { return room.Received().size() == 4; });
     const auto begun = steady_clock::now();
     service->Signal(SIGTERM);
     EXPECT_EQ(service->Wait(), 0);
@@ -440,7 +440,7 @@ TEST_F(StorageGuard, ARefusedObjectThatGoesOnIsAborted) {
     while (pieces < 10'000 && sender.Send(piece))
         ++pieces;
     EXPECT_LT(pieces, 1000);
-    EXPECT_TRUE(Eventually([this] { return !fs::exists(room.Incoming() / "1.part"); }));
+    EXPECT_TRUE(Eventually([this] { return room.Received().empty(); }));
     ExpectServing();
 }
 

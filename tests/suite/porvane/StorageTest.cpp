@@ -24,14 +24,22 @@ protected:
         return room.Value("SELECT PatientName FROM Patient");
     }
 
+    static TestObject Report(int number) {
+        return TestObject()
+            .Numbered(number)
+            .Set(DCM_SOPClassUID, UID_BasicTextSRStorage)
+            .Set(DCM_SeriesInstanceUID, "2.999.4");
+    }
+
     SuiteRoom room;
     std::unique_ptr<Child> service = room.StartService();
 };
 
-TEST_F(Storage, AnImageIsFiledAsItsSeriesFirstFile) {
+TEST_F(Storage, AnImageIsFiledInTheFolderOfItsSeries) {
     ASSERT_EQ(TestObject().Send(room), Stored);
     ASSERT_EQ(room.StoredFiles().size(), 1U);
-    EXPECT_EQ(room.StoredFiles().front().filename(), "img_000001.dcm");
+    EXPECT_EQ(room.StoredFiles().front().parent_path(),
+              room.Studies() / TestObject().Get(DCM_StudyInstanceUID) / TestObject().Get(DCM_SeriesInstanceUID));
 }
 
 TEST_F(Storage, AnImageKeepsItsBytes) {
@@ -78,21 +86,40 @@ TEST_F(Storage, FilesAndFoldersAreTheirOwnersAlone) {
     }
 }
 
-TEST_F(Storage, ObjectsOfASeriesAreNumberedInTheOrderOfTheirComing) {
+TEST_F(Storage, FilesOfASeriesSortInTheOrderOfTheirComing) {
     for (int number = 1; number <= 3; ++number)
         TestObject().Numbered(number).Send(room);
-    const std::vector<std::string> files = {"img_000001.dcm", "img_000002.dcm", "img_000003.dcm"};
-    EXPECT_EQ(room.Column("SELECT * FROM Image").size(), 3U);
-    EXPECT_EQ(room.Column("SELECT ImageFile FROM Image"), files);
+    service.reset();
+    service = room.StartService();
+    TestObject().Numbered(4).Send(room);
+    EXPECT_EQ(room.Column("SELECT SOPInstanceUID FROM Image ORDER BY ImageFile"),
+              room.Column("SELECT SOPInstanceUID FROM Image ORDER BY ImageID"));
+    EXPECT_EQ(room.Column("SELECT ImageFile FROM Image").size(), 4U);
     EXPECT_EQ(room.Count("Series"), "1");
 }
 
-TEST_F(Storage, NumbersGoOnAfterARestart) {
-    TestObject().Numbered(1).Send(room);
+TEST_F(Storage, VersionsOfAReportAreNumberedInTheOrderOfTheirComing) {
+    Report(1).Send(room);
+    Report(2).Send(room);
     service.reset();
     service = room.StartService();
-    TestObject().Numbered(2).Send(room);
-    EXPECT_EQ(room.StoredFiles().back().filename(), "img_000002.dcm");
+    Report(3).Send(room);
+    const std::vector<std::string> files = {"img_000001.dcm", "img_000002.dcm", "img_000003.dcm"};
+    EXPECT_EQ(room.Column("SELECT ImageFile FROM Image"), files);
+}
+
+TEST_F(Storage, AVersionGetsTheNumberBehindAllThatLieThere) {
+    Report(1).Send(room);
+    std::ofstream(room.StoredFiles().at(0).parent_path() / "img_000007.dcm") << "put there by hand";
+    Report(2).Send(room);
+    EXPECT_EQ(room.Value("SELECT ImageFile FROM Image WHERE SOPInstanceUID='2.999.7.2'"), "img_000008.dcm");
+}
+
+TEST_F(Storage, NamesInTheIncomingAreaGoAWhileAfterTheAnswer) {
+    TestObject().Send(room);
+    Report(1).Send(room);
+    EXPECT_TRUE(Eventually([this] { return room.Received().empty(); }));
+    EXPECT_EQ(room.StoredFiles().size(), 2U);
 }
 
 TEST_F(Storage, TheSameObjectTwiceIsStoredOnce) {
