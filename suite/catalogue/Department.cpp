@@ -134,17 +134,28 @@ void Department::Make(const std::string& former) {
     // order nothing is lost, and a second run goes on.
     catalogue_.BeginTransaction();
     CreateDepartmentTables(catalogue_, engine_);
-    for (const std::string_view table : OwnTables)
-        if (IsTable(table))
-            KeepRows(table, former);
+    const std::string asking = " = " + CurrentAccount(engine_);
     for (const std::string_view table : OwnTables)
         if (IsTable(table)) {
-            Run("DROP TABLE " + std::string(table));
-            Run("CREATE VIEW " + std::string(table) + " AS SELECT " + OwnColumns(table) + " FROM " + TableOfAll(table) +
-                " WHERE Workstation = " + CurrentAccount(engine_));
+            KeepRows(table, former);
+            Replace(table,
+                    "SELECT " + ColumnNames(table) + " FROM " + TableOfAll(table) + " WHERE Workstation" + asking);
         }
+    if (IsTable("SiteData")) {
+        KeepSite();
+        // The owner, who is no workstation, sees the department's own root.
+        Replace("SiteData", "SELECT CASE WHEN Workstation.Number IS NULL THEN BaseUID"
+                            " ELSE CONCAT(BaseUID, '.', Workstation.Number) END AS BaseUID, Organization, ReportForm"
+                            " FROM DepartmentSite LEFT JOIN Workstation ON Workstation.Name" +
+                                asking);
+    }
     catalogue_.Commit();
     Renew();
+}
+
+void Department::Replace(std::string_view table, const std::string& query) {
+    Run("DROP TABLE " + std::string(table));
+    Run("CREATE VIEW " + std::string(table) + " AS " + query);
 }
 
 bool Department::IsTable(std::string_view name) {
@@ -164,9 +175,21 @@ void Department::KeepRows(std::string_view ownTable, const std::string& former) 
         InsertRow(catalogue_, "Workstation", {{"Name", former}, {"Machine", former}});
     const std::string all = TableOfAll(ownTable);
     RunChange(catalogue_, "DELETE FROM " + all + " WHERE Workstation=?", std::array{former});
-    const std::string columns = OwnColumns(ownTable);
+    const std::string columns = ColumnNames(ownTable);
     Run("INSERT INTO " + all + " (Workstation, " + columns + ") SELECT '" + former + "', " + columns + " FROM " +
         std::string(ownTable));
+}
+
+void Department::KeepSite() {
+    const auto site = catalogue_.OpenResultSet("SELECT * FROM SiteData");
+    if (site->AtEnd())
+        return;
+    if (!site->HasField("ReportForm"))
+        AddColumn(catalogue_, engine_, {"SiteData", "ReportForm"});
+    site->Close();
+    const std::string columns = ColumnNames("SiteData");
+    Run("DELETE FROM DepartmentSite");
+    Run("INSERT INTO DepartmentSite (" + columns + ") SELECT " + columns + " FROM SiteData");
 }
 
 void Department::Renew() {
@@ -202,6 +225,7 @@ std::optional<std::string> Department::Join(const Workstation& workstation, bool
     const auto known = Find(workstation.name);
     const Workstation joining = Completed(workstation, known.value_or(Workstation{}));
     RequireWhole(joining);
+    RequireShortBaseUid();
     for (const Workstation& other : Workstations())
         if (const std::string words = Collision(joining, other); other.name != joining.name && !words.empty())
             Refuse(words);
@@ -230,6 +254,14 @@ std::optional<std::string> Department::Join(const Workstation& workstation, bool
         throw;
     }
     return made || newPassword ? std::optional(password) : std::nullopt;
+}
+
+void Department::RequireShortBaseUid() {
+    const auto site = catalogue_.OpenResultSet("SELECT BaseUID FROM DepartmentSite");
+    constexpr std::size_t longest = longest::BaseUid - LongestNumber;
+    if (!site->AtEnd() && TextOrEmpty(*site, "BaseUID").size() > longest)
+        Refuse("Below the department's base UID each workstation has one of its own, so it must have at most " +
+               std::to_string(longest) + R"( characters: "orbenta-catalogue site --base-uid UID" sets it)");
 }
 
 void Department::Leave(const std::string& name) {

@@ -10,15 +10,19 @@ namespace tavrel {
 
 /// A department: one catalogue on a server for many workstations, each with an account of its own on that server.
 ///
-/// All tables are shared but three, of which each workstation has rows of its own: its port, its node, its page to
-/// print. Those are views by the account that asks, on either engine, of tables that the owner alone reads. So no
-/// statement of the programs changes, a new table or column is there for every workstation at once, and a workstation
-/// is an account and a few rows. Schemas of their own would do for PostgreSQL; on MariaDB each would have to hold a
-/// view of every shared table, made anew with every column. What it costs: on MariaDB two workstations that print at
-/// the same moment would lock the gaps between each other's rows, if the entry (`OdbcEntry.cpp`) did not ask for what
-/// is committed, which is PostgreSQL's way.
+/// All tables are shared but a few, of which each workstation has rows of its own: its port, its node, its page to
+/// print, and its root of UIDs below the department's, because two that save in one second would make the same UID for
+/// two patients. Those are views by the account that asks, on either engine, of tables that the owner alone reads. So
+/// no statement of the programs changes, a new table or column is there for every workstation at once, and a
+/// workstation is an account and a few rows. Schemas of their own would do for PostgreSQL; on MariaDB each would have
+/// to hold a view of every shared table, made anew with every column. What it costs: on MariaDB two workstations that
+/// print at the same moment would lock the gaps between each other's rows, if the entry (`OdbcEntry.cpp`) did not ask
+/// for what is committed, which is PostgreSQL's way.
 class Department {
 public:
+    /// What a workstation's root of UIDs adds to the department's: a point and its number.
+    static constexpr std::size_t LongestNumber = 5;
+
     struct Workstation {
         std::string name; ///< its account's, too
         std::string machine;
@@ -57,6 +61,9 @@ private:
     std::optional<Workstation> Find(const std::string& name);
     bool IsTable(std::string_view name);
     void KeepRows(std::string_view ownTable, const std::string& former);
+    void KeepSite();
+    void Replace(std::string_view table, const std::string& query);
+    void RequireShortBaseUid();
     bool HasAccount(const std::string& name);
     void MakeAccount(const std::string& name, const std::string& password);
     void DropAccount(const std::string& name);

@@ -140,8 +140,10 @@ constexpr std::array Codes{
     Column{"CodeMeaning", Text, TextColumn},
 };
 
+// The number is never another one's, not even of one that has left.
 constexpr std::array Workstation{
-    Column{"Name", Key, LongestAccount},
+    Column{"Number", Counter},
+    Column{"Name", Text, LongestAccount},
     Column{"Machine", Text, TextColumn},
 };
 /// What stands before the columns of a workstation's own table, where the rows of all are.
@@ -294,15 +296,16 @@ std::string TableOfAll(std::string_view ownTable) {
     return "Workstation" + std::string(ownTable);
 }
 
-std::string OwnColumns(std::string_view ownTable) {
+std::string ColumnNames(std::string_view table) {
     std::vector<std::string> names;
-    for (const Column& column : ColumnsOf(ownTable))
+    for (const Column& column : ColumnsOf(table))
         names.emplace_back(column.name);
     return Listed(names);
 }
 
 void CreateDepartmentTables(Connection& connection, Engine engine) {
     connection.OpenResultSet(CreateTable("Workstation", Workstation, engine));
+    connection.OpenResultSet(CreateTable(DepartmentSite, SiteData, engine));
     for (const std::string_view ownTable : OwnTables) {
         const std::string table = TableOfAll(ownTable);
         std::vector<Column> columns(OfAll.begin(), OfAll.end());

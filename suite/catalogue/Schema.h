@@ -45,8 +45,10 @@ inline constexpr std::array<std::string_view, 3> OwnTables = {"DicomServer", "Po
 /// The table that holds such rows of all workstations, with the name of each in the column `Workstation`.
 std::string TableOfAll(std::string_view ownTable);
 /// "a, b, c"
-std::string OwnColumns(std::string_view ownTable);
-/// Makes those tables that are not there yet, and the one that names the workstations. Not on SQLite.
+std::string ColumnNames(std::string_view table);
+/// What all workstations of a department share of `SiteData`, which is a view there.
+inline constexpr std::string_view DepartmentSite = "DepartmentSite";
+/// Makes these tables where they are not there yet, and the one that names the workstations. Not on SQLite.
 void CreateDepartmentTables(Connection& connection, Engine engine);
 /// The expression that names the account of a connection.
 std::string CurrentAccount(Engine engine);

@@ -1,7 +1,7 @@
 #include "suite/catalogue/Settings.h"
 
 #include "platform/sql.h"
-#include "suite/catalogue/Schema.h"
+#include "suite/catalogue/Department.h"
 
 #include <algorithm>
 #include <array>
@@ -41,6 +41,8 @@ void OneRowTable::Set(const std::vector<std::pair<std::string, std::string>>& va
 }
 
 void SetSiteData(Connection& connection, const ColumnTexts& values) {
+    if (Department(connection).Exists())
+        return OneRowTable(connection, std::string(DepartmentSite)).Set(values);
     const AbsentColumn form{"SiteData", "ReportForm"};
     const bool needed = std::ranges::any_of(values, [&](const auto& value) { return value.first == form.name; });
     if (needed && !connection.OpenResultSet("SELECT * FROM SiteData")->HasField(form.name))

@@ -238,6 +238,10 @@ private:
             values.emplace_back("Organization", organization_);
         if (!reports_.empty())
             values.emplace_back("ReportForm", reports_);
+        if (baseUid_.size() > longest::BaseUid - Department::LongestNumber && Department(catalogue).Exists())
+            throw CLI::ValidationError("Below a department's base UID each workstation has one of its own, so it must "
+                                       "have at most " +
+                                       std::to_string(longest::BaseUid - Department::LongestNumber) + " characters");
         if (!values.empty() && site.Rows() != 1 && (baseUid_.empty() || organization_.empty()))
             throw CLI::ValidationError("The site has no data yet: give both --base-uid and --organization");
         if (!organization_.empty() || !reports_.empty())

@@ -52,7 +52,8 @@ public:
     }
 
     std::string DepartmentStatements() const {
-        std::string statements = Table("Workstation", Columns(Rows("#### Workstation")));
+        std::string statements = Table("Workstation", Columns(Rows("#### Workstation"))) +
+                                 Table("DepartmentSite", Columns(Rows("### SiteData")));
         for (const std::string_view own : OwnTables) {
             const std::string table = TableOfAll(own);
             statements += Table(table, Columns(Rows("#### The rows of all")) + ", " +

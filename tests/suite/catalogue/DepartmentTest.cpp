@@ -14,10 +14,7 @@ const std::string PortAndTitle = "SELECT Port, AETitle FROM Port";
 /// A department on each of the servers of tests/support/engines.
 class OfDepartments : public testing::TestWithParam<const char*> {
 protected:
-    OfDepartments() {
-        Clear();
-        room.Run("DELETE FROM Port");
-    }
+    OfDepartments() { room.Run("DELETE FROM Port"); }
     ~OfDepartments() override { Clear(); }
 
     /// The server is the next test's, too.
@@ -31,7 +28,8 @@ protected:
             room.Run("DROP VIEW " + std::string(table));
             room.Run("DROP TABLE " + TableOfAll(table));
         }
-        room.Run("DROP TABLE Workstation");
+        for (const char* statement : {"DROP VIEW SiteData", "DROP TABLE DepartmentSite", "DROP TABLE Workstation"})
+            room.Run(statement);
         CreateSchema(room.Catalogue(), DetectEngine(room.Catalogue()));
     }
 
@@ -150,6 +148,47 @@ TEST_P(OfDepartments, ADepartmentKeepsEveryRowOfTheCatalogueOfBefore) {
     MakeWithTwo();
     EXPECT_EQ(First(*As("ct-1"), "SELECT PatientName FROM Patient"), "ROSSI^ANNA");
     EXPECT_EQ(First(*As("mr-1"), "SELECT Signature FROM Users"), "Bianchi^Anna");
+}
+
+constexpr const char* SetSite = "site --base-uid 2.999.7 --organization Orbenta --reports interchange";
+
+TEST_P(OfDepartments, WorkstationsThatSaveInOneSecondMakeUidsOfTheirOwn) {
+    room.Tool(SetSite);
+    MakeWithTwo();
+    const auto root = [this](const char* name) { return First(*As(name), "SELECT BaseUID FROM SiteData"); };
+    EXPECT_EQ(root("ct-1"), "2.999.7.1");
+    EXPECT_EQ(root("mr-1"), "2.999.7.2");
+    room.Tool("department leave --name mr-1");
+    Join("us-1", "--port 10406 --ae-title STORE");
+    EXPECT_EQ(root("us-1"), "2.999.7.3"); // there may be reports of the one that has left
+}
+
+TEST_P(OfDepartments, TheSitesDataAreSetInOnePlaceForAll) {
+    room.Tool(SetSite);
+    MakeWithTwo();
+    EXPECT_EQ(room.Tool("site --organization Clinic --base-uid 2.999.8").status, 0);
+    EXPECT_EQ(room.Tool("site").out, "Base UID: 2.999.8\nOrganization: Clinic\nReports: interchange\nNode: none\n");
+    EXPECT_EQ(First(*As("mr-1"), "SELECT BaseUID FROM SiteData"), "2.999.8.2");
+    EXPECT_EQ(First(*As("mr-1"), "SELECT Organization FROM SiteData"), "Clinic");
+    EXPECT_EQ(First(*As("mr-1"), "SELECT ReportForm FROM SiteData"), "interchange");
+}
+
+TEST_P(OfDepartments, ASiteOfACatalogueOfBeforeIsTheDepartments) {
+    room.Tool("site --base-uid 2.999.7 --organization Orbenta");
+    room.Run("ALTER TABLE SiteData DROP COLUMN ReportForm");
+    MakeWithTwo();
+    EXPECT_EQ(First(*As("ct-1"), "SELECT Organization FROM SiteData"), "Orbenta");
+    EXPECT_EQ(First(*As("ct-1"), "SELECT ReportForm FROM SiteData"), "NULL");
+}
+
+TEST_P(OfDepartments, ARootOfUidsThatLeavesNoRoomForANumberIsRefused) {
+    const std::string longest = "2.999.1234567890123456789012345678901234";
+    room.Tool("site --organization Orbenta --base-uid " + longest);
+    Make();
+    EXPECT_NE(Join("ct-1", "--port 10404 --ae-title PORVANE").err.find("at most 37 characters"), std::string::npos);
+    EXPECT_EQ(room.Tool("site --base-uid " + longest).status, 2);
+    EXPECT_EQ(room.Tool("site --base-uid " + longest.substr(0, 37)).status, 0);
+    EXPECT_EQ(Join("ct-1", "--port 10404 --ae-title PORVANE").status, 0);
 }
 
 TEST_P(OfDepartments, JoiningAgainChangesNothingAndSaysSo) {
