@@ -439,13 +439,13 @@ private:
             return EXIT_SUCCESS;
         }
         const OdbcSettings entry = ForAccount(owners, DetectEngine(catalogue), workstation_.name, *password);
-        if (odbcFile_.empty())
+        if (odbcFile_.empty()) { // the entry alone, which may go into a file
             std::cout << OdbcSection("DicomFDB", entry);
-        else
+            std::cerr << workstation_.name << " is a workstation; these lines belong into its account's ODBC file\n";
+        } else {
             WriteOdbcEntry(odbcFile_, "DicomFDB", entry);
-        std::cerr << workstation_.name << " is a workstation; "
-                  << (odbcFile_.empty() ? "the lines above belong" : odbcFile_ + " belongs")
-                  << " into the ODBC file of its account (~/.odbc.ini)\n";
+            std::cout << workstation_.name << " is a workstation; its entry is in " << odbcFile_ << "\n";
+        }
         return EXIT_SUCCESS;
     }
 

@@ -54,9 +54,9 @@ class DatabaseServer:
         self.start()
         self.make_database()
 
-    def ask(self, statement):
+    def ask(self, statement, role=ROLE):
         """The rows that the catalogue answers, past the port that counts."""
-        return list(self._rows(self.run(statement, ROLE, check=True).stdout))
+        return list(self._rows(self.run(statement, role, check=True).stdout))
 
     def run(self, statements, role, database=DATABASE, **how):
         """The engine's own client."""
@@ -193,22 +193,23 @@ def _move_catalogue_to(server):
     password = FOLDER / "password"
     password.write_text(PASSWORD + "\n")
     for role, *entry in ((OWNER, "--dsn", "OrbentaOwner"), (ROLE,)):
-        _catalogue("odbc", "--engine", ENGINE, "--server", "127.0.0.1", "--port", str(server.port), "--database",
+        catalogue("odbc", "--engine", ENGINE, "--server", "127.0.0.1", "--port", str(server.port), "--database",
                    DATABASE, "--user", role, "--password-file", str(password), *entry)
-    _catalogue("init", "--dsn", "OrbentaOwner")
+    catalogue("init", "--dsn", "OrbentaOwner")
     replace_catalogue(server.ask)
-    _catalogue("site", "--base-uid", "2.999.1", "--organization", HOSPITAL, "--node", "ORBENTA")
-    _catalogue("user", subprocess.run(["id", "-un"], capture_output=True, text=True).stdout.strip(),
+    catalogue("site", "--base-uid", "2.999.1", "--organization", HOSPITAL, "--node", "ORBENTA")
+    catalogue("user", subprocess.run(["id", "-un"], capture_output=True, text=True).stdout.strip(),
                "--signature", PHYSICIAN)
     for kind in ("titles", "bodyparts", "findings", "diagnoses"):
-        _catalogue("codes", "import", str(CODES / f"{kind}.csv"), "--table", kind)
-    _catalogue("port", "--port", str(port), "--ae-title", title)
+        catalogue("codes", "import", str(CODES / f"{kind}.csv"), "--table", kind)
+    catalogue("port", "--port", str(port), "--ae-title", title)
     storage = StorageService()
     storage.kill()
     storage.start()
 
 
-def _catalogue(*arguments):
+def catalogue(*arguments):
+    """Runs the catalogue tool."""
     subprocess.run(["orbenta-catalogue", *arguments], check=True, stdout=subprocess.DEVNULL)
 
 

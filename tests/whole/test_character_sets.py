@@ -245,21 +245,9 @@ class InEveryScript(CharacterSetTest):
                 self.report.approve()
                 wait_until(lambda: self.report.enabled("Print "), "the report to be printable")
                 words = re.findall(r"\w+", name["Name"] + " " + name["Reading"])
-                text = self.printed(FOLDER / f"{name['Script']}.pdf")
+                text = self.report.printed(FOLDER / f"{name['Script']}.pdf")
                 self.assertEqual([word for word in words if word not in text], [])
                 self.report.close()
-
-    def printed(self, path):
-        """The text of the printed report."""
-        preview = self.report.preview()
-        preview.press("Save as PDF...")
-        dialog = self.report.program.window("Save as PDF")
-        dialog.write("File name:", str(path))
-        dialog.press("Save")
-        wait_until(path.exists, f"{path.name}")
-        preview.press("Close")
-        preview.wait_closed()
-        return subprocess.run(["pdftotext", path, "-"], check=True, capture_output=True, text=True).stdout
 
     def test_the_check_finds_nothing_missing(self):
         for name in NAMES[3:5]:

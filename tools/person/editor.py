@@ -1,5 +1,6 @@
 """The report editor and its code tables manager as the physician works them."""
 
+import subprocess
 import time
 
 from person.driver import Program, wait_until
@@ -87,6 +88,21 @@ class Editor:
         """Opens the preview of the printed report."""
         self.window.press("Print ")
         return self.program.window("Printing report")
+
+    def printed(self, path):
+        """The words of the printed report, which is saved as the PDF `path`."""
+        return self.saved_page(self.preview(), path)
+
+    def saved_page(self, preview, path):
+        """The words of the page in a preview that is open; it is closed."""
+        preview.press("Save as PDF...")
+        dialog = self.program.window("Save as PDF")
+        dialog.write("File name:", str(path))
+        dialog.press("Save")
+        wait_until(path.exists, path.name)
+        preview.press("Close")
+        preview.wait_closed()
+        return subprocess.run(["pdftotext", path, "-"], check=True, capture_output=True, text=True).stdout
 
     def confirm(self, text, timeout=10):
         """Confirms the program's message that begins with `text`, and answers its whole text."""
