@@ -4,19 +4,22 @@
 #       [PART NAME]             another program of the same room: test_ROOM_NAME
 #       [LIBRARIES LIBRARY...]  what it links beside GoogleTest
 #       [DEFINITIONS D...]
-#       [ENGINES | RUNNER COMMAND...]
+#       [ENGINES | CLUSTERS | RUNNER COMMAND...]
 #       [TIMEOUT SECONDS])      of one test (60)
 #
 # A room with a main.cpp among its sources brings its own main function. The tests of a program with
-# ENGINES run beside PostgreSQL and MariaDB servers; as one start of the servers, or whatever else a
-# RUNNER starts, serves the whole program, ctest sees it as one test, ROOM.NAME.
+# ENGINES run beside PostgreSQL and MariaDB servers, with CLUSTERS beside clusters of them; as one start of the
+# servers, or whatever else a RUNNER starts, serves the whole program, ctest sees it as one test, ROOM.NAME.
 function(tavrel_test room)
-    cmake_parse_arguments(PARSE_ARGV 1 test ENGINES "PART;TIMEOUT" "LIBRARIES;DEFINITIONS;RUNNER")
+    cmake_parse_arguments(PARSE_ARGV 1 test "ENGINES;CLUSTERS" "PART;TIMEOUT" "LIBRARIES;DEFINITIONS;RUNNER")
     if(NOT test_TIMEOUT)
         set(test_TIMEOUT 60)
     endif()
+    set(support ${PROJECT_SOURCE_DIR}/tests/support)
     if(test_ENGINES)
-        set(test_RUNNER env TAVREL_BIN=${CMAKE_RUNTIME_OUTPUT_DIRECTORY} ${PROJECT_SOURCE_DIR}/tests/support/engines)
+        set(test_RUNNER env TAVREL_BIN=${CMAKE_RUNTIME_OUTPUT_DIRECTORY} ${support}/engines)
+    elseif(test_CLUSTERS)
+        set(test_RUNNER env TAVREL_BIN=${CMAKE_RUNTIME_OUTPUT_DIRECTORY} ${support}/clusters both)
     endif()
     string(REPLACE . _ program test_${room})
     if(test_PART)
@@ -30,13 +33,12 @@ function(tavrel_test room)
     endif()
     target_link_libraries(${program} PRIVATE ${test_LIBRARIES} GTest::gmock ${main})
     target_compile_definitions(${program} PRIVATE ${test_DEFINITIONS})
-    if(test_ENGINES)
+    if(test_ENGINES OR test_CLUSTERS)
         add_dependencies(${program} orbenta-catalogue) # writes the engines' entries
     endif()
 
     # Libraries leak and race in their own way. A race of ours ends the program that it is in, so that a test
     # notices it in the programs that it starts too.
-    set(support ${PROJECT_SOURCE_DIR}/tests/support)
     set(properties
         TIMEOUT ${test_TIMEOUT}
         ENVIRONMENT LSAN_OPTIONS=suppressions=${support}/lsan.supp

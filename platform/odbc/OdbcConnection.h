@@ -13,7 +13,8 @@ namespace tavrel {
 ///
 /// - A connection that its server has ended is opened again by the next call, and so is one whose server has
 ///   given no answer in time; `IsOpen` answers false until then. A query outside a transaction does not notice. A
-///   change that fails so may have been made: it is not tried again.
+///   change that fails so may have been made: it is not tried again, unless the server says that it was not.
+/// - Where the server is a cluster's node, the new connection waits for the one that takes over.
 /// - A statement that fails inside a transaction drops the transaction; a later `Commit` is an error.
 /// - `BeginTransaction` drops a transaction that was left open: what was never committed does not
 ///   become part of the next one.

@@ -22,7 +22,19 @@ struct Record {
     /// Class 08 is the standard's; PostgreSQL names its own shutdown 57P01 to 57P03; MariaDB reports
     /// "gone away" (2006) and "lost" (2013) under varying states.
     bool SaysThatServerIsGone() const {
-        return state.starts_with("08") || state.starts_with("57P0") || number == 2006 || number == 2013;
+        return state.starts_with("08") || state.starts_with("57P0") || number == 2006 || number == 2013 ||
+               SaysThatNodeIsOfNoUse();
+    }
+    /// A cluster's node that lives and has no majority behind it (Galera), or is a standby (PostgreSQL): the
+    /// statement was not begun, and a further connection leads to another node.
+    bool SaysThatNodeIsOfNoUse() const {
+        constexpr int notPrepared = 1047;
+        return number == notPrepared || state == "25006";
+    }
+    /// The statement gave way to another one and was undone; on Galera also to one on another node.
+    bool SaysThatStatementWasUndone() const {
+        constexpr int deadlock = 1213;
+        return number == deadlock || state == "40001" || state == "40P01";
     }
 };
 
@@ -87,6 +99,8 @@ OdbcDiagnostics OdbcDiagnostics::Read(SQLSMALLINT handleType, SQLHANDLE handle) 
         if (record.IsWarning())
             warning = record.text;
         diagnostics.connectionLost = diagnostics.connectionLost || record.SaysThatServerIsGone();
+        diagnostics.nothingMade =
+            diagnostics.nothingMade || record.SaysThatNodeIsOfNoUse() || record.SaysThatStatementWasUndone();
         if (record.IsWarning() || diagnostics.text.find(record.text) != std::string::npos)
             continue;
         if (diagnostics.text.empty())

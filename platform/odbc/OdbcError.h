@@ -36,11 +36,12 @@ Error NoAnswer(std::chrono::milliseconds waited);
 std::string NotNull(std::optional<std::string_view> text, std::string_view field);
 
 /// What the driver says of the last call on a handle: the first record's native number, the texts
-/// of all records that are errors, and whether the server is gone.
+/// of all records that are errors, whether the server is gone, and whether it is certain that nothing was made.
 struct OdbcDiagnostics {
     int number = 0;
     std::string text;
     bool connectionLost = false;
+    bool nothingMade = false;
 
     static OdbcDiagnostics Read(SQLSMALLINT handleType, SQLHANDLE handle);
     Error AsError() const;

@@ -9,10 +9,14 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <thread>
 
 namespace tavrel {
 
 namespace {
+
+/// Of MariaDB: what a node without a majority may say, too, which waits in vain for the others' changes.
+constexpr int LockWaitTimeout = 1205;
 
 /// Nearly every answer comes sooner.
 constexpr auto Blink = std::chrono::milliseconds(150);
@@ -30,6 +34,19 @@ std::string ConnectionValue(std::string_view value) {
     for (const char character : value)
         text.append(character == '}' ? 2 : 1, character);
     return text + "}";
+}
+
+SQLRETURN Ask(SQLHSTMT statement, std::string question) {
+    return SQLExecDirect(statement, reinterpret_cast<SQLCHAR*>(question.data()), SQL_NTS);
+}
+
+/// Whether a node that took a connection answers: one of a cluster may find itself without a majority.
+bool Serves(const OdbcHandles& handles) {
+    SQLHANDLE statement = nullptr;
+    if (!SQL_SUCCEEDED(SQLAllocHandle(SQL_HANDLE_STMT, handles.connection.Get(), &statement)))
+        return false;
+    const OdbcHandle ended(SQL_HANDLE_STMT, statement);
+    return SQL_SUCCEEDED(Ask(statement, "SELECT 1"));
 }
 
 std::string LossOf(const std::string& reason) {
@@ -61,9 +78,20 @@ void OdbcSession::Open(std::string_view connectionText, std::string_view user, s
         text += ";UID=" + ConnectionValue(user);
     if (!password.empty())
         text += ";PWD=" + ConnectionValue(password);
-    const SQLRETURN result = Await(Effect::Changes, [handles, text]() mutable {
-        return SQLDriverConnect(handles->connection.Get(), nullptr, reinterpret_cast<SQLCHAR*>(text.data()),
-                                static_cast<SQLSMALLINT>(text.size()), nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT);
+    // The others take over within some seconds, of which the last quarter is left for the connection itself.
+    const auto until =
+        std::chrono::steady_clock::now() + (othersBeside_ ? patience_.most * 3 / 4 : std::chrono::seconds(0));
+    const SQLRETURN result = Await(Effect::Changes, [handles, text, until]() mutable {
+        for (;;) {
+            const SQLRETURN tried =
+                SQLDriverConnect(handles->connection.Get(), nullptr, reinterpret_cast<SQLCHAR*>(text.data()),
+                                 static_cast<SQLSMALLINT>(text.size()), nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT);
+            const bool awaited = std::chrono::steady_clock::now() < until;
+            if (!awaited || (SQL_SUCCEEDED(tried) && Serves(*handles)))
+                return tried;
+            SQLDisconnect(handles->connection.Get());
+            std::this_thread::sleep_for(Blink);
+        }
     });
     if (!SQL_SUCCEEDED(result)) {
         Error error = OdbcDiagnostics::Read(SQL_HANDLE_DBC, handles->connection.Get()).AsError();
@@ -85,6 +113,7 @@ void OdbcSession::Open(std::string_view connectionText, std::string_view user, s
     else
         engine_ = engine == "MariaDB" || engine == "MySQL" ? Engine::Mariadb : Engine::Other;
     identifierQuote_ = Info(SQL_IDENTIFIER_QUOTE_CHAR);
+    othersBeside_ = HasOthersBeside();
 }
 
 void OdbcSession::Close() noexcept {
@@ -117,8 +146,9 @@ void OdbcSession::MakeReady(Effect effect) {
     try {
         RunPlain("SELECT 1");
     } catch (const Error&) {
-        if (!Lost())
+        if (silent_)
             throw;
+        Disconnect();
         Reopen();
     }
 }
@@ -256,8 +286,9 @@ void OdbcSession::Fail(SQLHSTMT statement) {
 
 void OdbcSession::Fail(SQLSMALLINT handleType, SQLHANDLE handle) {
     const OdbcDiagnostics diagnostics = OdbcDiagnostics::Read(handleType, handle);
+    nothingMade_ = diagnostics.nothingMade;
     Error error = diagnostics.AsError();
-    if (diagnostics.connectionLost || IsConnectionDead()) {
+    if (diagnostics.connectionLost || IsConnectionDead() || (othersBeside_ && error.number == LockWaitTimeout)) {
         lossReason_ = diagnostics.text;
         error.description = LossOf(lossReason_);
         inTransaction_ = false;
@@ -287,12 +318,23 @@ std::string OdbcSession::Info(SQLUSMALLINT item) const {
     return text.data();
 }
 
+/// An entry of PostgreSQL's names them all; a node of a Galera cluster knows that it is one.
+bool OdbcSession::HasOthersBeside() {
+    if (engine_ == Engine::Postgresql)
+        return Info(SQL_SERVER_NAME).find(',') != std::string::npos;
+    if (engine_ != Engine::Mariadb)
+        return false;
+    const auto handle = NewStatement();
+    return SQL_SUCCEEDED(Await(Effect::Reads, [statement = handle->Get()] {
+        const SQLRETURN asked = Ask(statement, "SHOW VARIABLES WHERE Variable_name='wsrep_on' AND Value='ON'");
+        return SQL_SUCCEEDED(asked) ? SQLFetch(statement) : asked;
+    }));
+}
+
 void OdbcSession::RunPlain(std::string_view statement) {
     const auto handle = NewStatement();
-    const SQLRETURN result =
-        Await(EffectOf(statement), [handle = handle->Get(), text = std::string(statement)]() mutable {
-            return SQLExecDirect(handle, reinterpret_cast<SQLCHAR*>(text.data()), SQL_NTS);
-        });
+    const SQLRETURN result = Await(
+        EffectOf(statement), [handle = handle->Get(), text = std::string(statement)] { return Ask(handle, text); });
     if (!SQL_SUCCEEDED(result) && result != SQL_NO_DATA)
         Fail(handle->Get());
 }

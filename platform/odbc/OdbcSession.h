@@ -44,19 +44,21 @@ public:
     enum class Effect { Reads, Changes };
     static Effect EffectOf(std::string_view statement);
     /// Runs `work`, one statement, on a connection that was lost too: outside a transaction that is opened again, and a
-    /// question that met its loss is asked once more. A change is not, which may have been made; the server is asked
-    /// before it whether it is there.
+    /// question that met its loss is asked once more. A change is not, which may have been made, unless the server says
+    /// that it was not; the server is asked before it whether it is there.
     template <class Work> auto Run(Effect effect, Work work) {
         if (inTransaction_)
             return Guarded(work);
         MakeReady(effect);
+        nothingMade_ = false;
         try {
             return work();
         } catch (const Error&) {
-            if (effect == Effect::Changes || !Lost())
+            if (!nothingMade_ && (effect == Effect::Changes || !Lost()))
                 throw;
         }
-        Reopen();
+        if (!IsOpen())
+            Reopen();
         return work();
     }
 
@@ -91,6 +93,7 @@ private:
     SQLHDBC Handle() const { return handles_->connection.Get(); }
     bool IsConnectionDead() const;
     std::string Info(SQLUSMALLINT item) const;
+    bool HasOthersBeside();
     void RunPlain(std::string_view statement);
     bool SetAutocommit(bool on);
     void DropTransaction() noexcept;
@@ -112,7 +115,9 @@ private:
     enum class Engine { Other, Sqlite, Postgresql, Mariadb };
     Engine engine_ = Engine::Other;
     bool inTransaction_ = false;
-    bool silent_ = false; ///< the last loss was a server's silence
+    bool silent_ = false;       ///< the last loss was a server's silence
+    bool nothingMade_ = false;  ///< by the statement that failed last
+    bool othersBeside_ = false; ///< nodes that take over when the one that answers is gone
 };
 
 } // namespace tavrel

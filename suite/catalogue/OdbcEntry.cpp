@@ -66,9 +66,10 @@ OdbcSettings SettingsOf(const OdbcEntry& entry) {
             {"OPTION", "2"}, // a change that meets a row counts it, also when it changes nothing
             {"CONN_TIMEOUT", "5"},
             {"READ_TIMEOUT", "60"},
-            // Who reads what is committed locks no gap in which another workstation adds its rows.
+            // Who reads what is committed locks no gap in which another workstation adds its rows. A node of a cluster
+            // answers with all that the others had committed before it was asked.
             {"INITSTMT", "SET SESSION sql_mode='STRICT_ALL_TABLES,NO_BACKSLASH_ESCAPES,PIPES_AS_CONCAT,ANSI_QUOTES',"
-                         " tx_isolation='READ-COMMITTED'"}};
+                         " tx_isolation='READ-COMMITTED', wsrep_sync_wait=1"}};
 }
 
 /// "name=value" for each setting, each with `end` behind it.
