@@ -1,6 +1,7 @@
 #include "platform/posix/WholeFile.h"
 
 #include "platform/error.h"
+#include "platform/posix/AccessBelow.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -9,6 +10,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <system_error>
+#include <tuple>
 
 namespace tavrel {
 namespace {
@@ -22,11 +24,14 @@ std::string FolderOf(const std::string& path) {
     return folder.empty() ? "." : folder;
 }
 
+constexpr mode_t OwnerOnly = S_IRUSR | S_IWUSR;
+constexpr mode_t NoFileRuns = static_cast<mode_t>(~(S_IXUSR | S_IXGRP | S_IXOTH));
+
 /// A file beside the place where it shall stand; what was not moved there is removed again.
 class TemporaryFile {
 public:
     explicit TemporaryFile(const std::string& target)
-        : name_(FolderOf(target) + "/.tavrel-XXXXXX"), descriptor_(mkostemp(name_.data(), O_CLOEXEC)) { // mode 0600
+        : name_(FolderOf(target) + "/.tavrel-XXXXXX"), descriptor_(mkostemp(name_.data(), O_CLOEXEC)) { // OwnerOnly
         if (descriptor_ < 0)
             Fail(target, errno);
     }
@@ -36,6 +41,12 @@ public:
         close(descriptor_);
         if (!moved_)
             unlink(name_.c_str());
+    }
+
+    /// Where the file system has no permissions of its own, the file keeps those that it got.
+    void LetIn(mode_t access) const {
+        if (access != OwnerOnly)
+            std::ignore = fchmod(descriptor_, access);
     }
 
     bool Write(std::string_view bytes) const { return WriteAll(descriptor_, bytes) && fsync(descriptor_) == 0; }
@@ -51,12 +62,21 @@ private:
     bool moved_ = false;
 };
 
+void Write(const std::string& path, std::string_view bytes, mode_t access) {
+    TemporaryFile file{path};
+    file.LetIn(access);
+    if (!file.Write(bytes) || !file.Replace(path) || !SyncFolder(FolderOf(path)))
+        Fail(path, errno);
+}
+
 } // namespace
 
 void WriteWholeFile(const std::string& path, std::string_view bytes) {
-    TemporaryFile file{path};
-    if (!file.Write(bytes) || !file.Replace(path) || !SyncFolder(FolderOf(path)))
-        Fail(path, errno);
+    Write(path, bytes, AccessBelow(FolderOf(path)) & NoFileRuns);
+}
+
+void WriteSecretFile(const std::string& path, std::string_view bytes) {
+    Write(path, bytes, OwnerOnly);
 }
 
 void MakeLastingFolder(const std::filesystem::path& folder) {
@@ -66,7 +86,7 @@ void MakeLastingFolder(const std::filesystem::path& folder) {
     const bool there = std::filesystem::exists(folder, ignored);
     if (!there)
         MakeLastingFolder(folder.parent_path());
-    const bool made = !there && mkdir(folder.c_str(), S_IRWXU) == 0;
+    const bool made = !there && mkdir(folder.c_str(), AccessBelow(folder.parent_path())) == 0;
     // Who made one that is there may have been killed before this.
     if (SyncFolder(FolderOf(folder)) || !made)
         return;

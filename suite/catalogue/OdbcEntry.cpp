@@ -2,6 +2,7 @@
 
 #include "platform/error.h"
 #include "platform/posix/PosixFiles.h"
+#include "platform/posix/WholeFile.h"
 #include "platform/text.h"
 
 #include <pwd.h>
@@ -191,8 +192,7 @@ void WriteOdbcEntry(const fs::path& file, const std::string& name, const OdbcSet
     const bool there = fs::exists(target, ignored);
     const auto permissions = fs::status(target, ignored).permissions();
 
-    PosixFiles files;
-    files.WriteText(target.string(), WithEntry(there ? files.ReadText(target.string()) : "", name, settings));
+    WriteSecretFile(target.string(), WithEntry(there ? PosixFiles().ReadText(target.string()) : "", name, settings));
     if (there)
         fs::permissions(target, permissions, ignored);
 }

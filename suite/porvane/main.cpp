@@ -2,6 +2,7 @@
 #include "platform/dcmtk/DcmtkLibrary.h"
 #include "platform/error.h"
 #include "platform/odbc/OdbcDatabase.h"
+#include "platform/posix/AccessBelow.h"
 #include "suite/porvane/ServiceLog.h"
 #include "suite/porvane/StorageService.h"
 #include "suite/porvane/StoredEvent.h"
@@ -147,7 +148,7 @@ int main(int argc, char** argv) {
         return app.exit(error) == 0 ? EXIT_SUCCESS : UsageStatus;
     }
     setenv("LC_ALL", "C.UTF-8", 1); // what it logs and answers is not in the session's language
-    umask(S_IRWXG | S_IRWXO);       // what it stores is its owner's alone
+    umask(~tavrel::AccessBelow(options.studies) & (S_IRWXU | S_IRWXG | S_IRWXO)); // for what it stores
     KeepMemorySmall();
     const int stopSignals = StopSignals();
     const QCoreApplication application(argc, argv); // the session bus needs one
