@@ -10,10 +10,13 @@
 #include "suite/catalogue/StoredObjects.h"
 #include "suite/catalogue/TextRules.h"
 #include "suite/catalogue/UnsentFiles.h"
+#include "suite/porvane/forwarding/ArchiveSetting.h"
+#include "suite/porvane/forwarding/OutgoingQueue.h"
 
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <chrono>
 #include <ctime>
 #include <filesystem>
 #include <iterator>
@@ -51,6 +54,19 @@ std::string LocalTime(std::int64_t nanoseconds) {
     return {text.data(), std::strftime(text.data(), text.size(), "%d/%m/%Y %H:%M:%S", &local)};
 }
 
+std::string Duration(std::chrono::seconds time) {
+    constexpr std::chrono::hours twoDays{48};
+    constexpr std::chrono::minutes twoHours{120};
+    constexpr std::chrono::seconds twoMinutes{120};
+    if (time >= twoDays)
+        return std::to_string(std::chrono::duration_cast<std::chrono::hours>(time).count() / 24) + " days";
+    if (time >= twoHours)
+        return std::to_string(std::chrono::duration_cast<std::chrono::hours>(time).count()) + " hours";
+    if (time >= twoMinutes)
+        return std::to_string(std::chrono::duration_cast<std::chrono::minutes>(time).count()) + " minutes";
+    return std::to_string(time.count()) + " seconds";
+}
+
 class Check {
 public:
     Check(Connection& catalogue, DicomLibrary& dicom, bool mending)
@@ -66,6 +82,7 @@ public:
             Apostrophes();
             Objects();
             Service();
+            Archive();
         }
         Unsent(unsent);
         return std::move(results_);
@@ -200,6 +217,37 @@ private:
                     "); start porvane");
         else
             Well("the storage service answers as " + service.aeTitle + " on port " + port);
+    }
+
+    /// What lies here alone.
+    void Archive() {
+        if (!OutgoingQueue::IsThere(catalogue_))
+            return;
+        const auto archive = ReadArchive(catalogue_);
+        OutgoingQueue queue(catalogue_, DetectEngine(catalogue_), {});
+        const auto states = queue.States();
+        bool whole = true;
+        for (const auto& [name, meaning] : {std::pair(outgoing::Waiting, "to be sent to the archive"),
+                                            std::pair(outgoing::Sent, "sent to the archive and not committed by it"),
+                                            std::pair(outgoing::Refused, "refused by the archive; \"orbenta-catalogue "
+                                                                         "archive --retry\" has it tried again")}) {
+            const auto state = states.find(std::string(name));
+            if (state == states.end())
+                continue;
+            whole = false;
+            const auto& [count, oldest, lastWords] = state->second;
+            Warn(std::to_string(count) + (count == 1 ? " object is " : " objects are ") + meaning +
+                 ", the oldest for " + Duration(oldest.value_or(std::chrono::seconds(0))) +
+                 (lastWords.empty() ? std::string() : ": " + OnOneLine(lastWords)));
+        }
+        if (const int never = archive ? queue.NeverQueued() : 0; never > 0) {
+            whole = false;
+            Warn(std::to_string(never) +
+                 (never == 1 ? " report or presentation state was" : " reports and presentation states were") +
+                 " stored before there was an archive; \"orbenta-catalogue archive --queue-all\" sends them");
+        }
+        if (archive && whole)
+            Well("the archive " + archive->Address() + " has all reports");
     }
 
     /// One line for each study, in the order in which their first versions were kept.

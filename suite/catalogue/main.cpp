@@ -14,6 +14,8 @@
 #include "suite/catalogue/Settings.h"
 #include "suite/catalogue/TextRules.h"
 #include "suite/catalogue/UnsentFiles.h"
+#include "suite/porvane/forwarding/ArchiveSetting.h"
+#include "suite/porvane/forwarding/OutgoingQueue.h"
 
 #include <CLI/CLI.hpp>
 
@@ -114,6 +116,7 @@ public:
         AddSite();
         AddUser();
         AddPort();
+        AddArchive();
         AddCodes();
         AddImport();
         AddDepartment();
@@ -313,6 +316,60 @@ private:
         return EXIT_SUCCESS;
     }
 
+    void AddArchive() {
+        CLI::App* command = Command(app_, "archive",
+                                    "Set the archive that the storage services of the department send to; without "
+                                    "options show it and what waits for it",
+                                    [this] { return SetArchive(); });
+        auto* address = command->add_option("--address", archiveAddress_, "Where it is: AET@HOST:PORT")
+                            ->check(Rule("ADDRESS",
+                                         [](const std::string& text) {
+                                             ArchiveSetting setting;
+                                             return ReadArchiveAddress(text, setting);
+                                         })
+                                        .description(""))
+                            ->type_name("ADDRESS");
+        command->add_option("--calling", archive_.callingAe, "AE title of the services there, unless given their own")
+            ->check(AeTitle().description(""))
+            ->type_name("AE")
+            ->needs(address);
+        command->add_flag("--images", archive_.images, "Send images too, not reports and presentation states alone")
+            ->needs(address);
+        command->add_flag("--tls", archive_.tls, "Send by TLS alone; each service has a certificate")->needs(address);
+        command->add_flag("--none", withoutArchive_, "From now on there is no archive; what waits goes on waiting")
+            ->excludes(address);
+        command->add_flag("--queue-all", queueingAll_, "Queue what was stored before there was an archive");
+        command->add_flag("--retry", retrying_, "Let what the archive refused be tried again");
+    }
+
+    int SetArchive() {
+        Connection& catalogue = Catalogue();
+        if (!OutgoingQueue::IsThere(catalogue))
+            throw Error(
+                Fault::OfTheSuite, "Catalogue",
+                "The catalogue has no tables for what goes to an archive; \"orbenta-catalogue init\" makes them");
+        if (!archiveAddress_.empty()) {
+            ReadArchiveAddress(archiveAddress_, archive_);
+            WriteArchive(catalogue, archive_);
+        } else if (withoutArchive_) {
+            WriteArchive(catalogue, std::nullopt);
+        }
+        const auto setting = ReadArchive(catalogue);
+        OutgoingQueue queue(catalogue, DetectEngine(catalogue), {});
+        if (queueingAll_)
+            std::cout << "Queued: " << queue.QueueAll(setting && setting->images) << "\n";
+        if (retrying_)
+            std::cout << "To be tried again: " << queue.RetryRefused() << "\n";
+        std::cout << "Archive: " << (setting ? setting->Address() : "none") << "\n";
+        if (setting)
+            std::cout << "Called there: " << (setting->callingAe.empty() ? "as each service" : setting->callingAe)
+                      << "\nImages: " << (setting->images ? "yes" : "no") << "\nTLS: " << (setting->tls ? "yes" : "no")
+                      << "\n";
+        for (const auto& [state, objects] : queue.States())
+            std::cout << "Objects " << state << ": " << objects.count << "\n";
+        return EXIT_SUCCESS;
+    }
+
     void AddCodes() {
         CLI::App* codes = app_.add_subcommand("codes", "Work on the code tables");
         codes->require_subcommand(1);
@@ -507,6 +564,11 @@ private:
     bool removing_ = false;
     int port_ = 0;
     std::string aeTitle_;
+    std::string archiveAddress_;
+    ArchiveSetting archive_;
+    bool withoutArchive_ = false;
+    bool queueingAll_ = false;
+    bool retrying_ = false;
     std::string codeFile_;
     std::string codeKind_;
     bool replacing_ = false;

@@ -10,7 +10,7 @@ namespace tavrel {
 
 /// The command set of a request, and the answers to it (DICOM PS3.7, 9.3 and annex E).
 struct DimseCommand {
-    enum class Field : std::uint16_t { StoreRequest = 0x0001, EchoRequest = 0x0030 };
+    enum class Field : std::uint16_t { StoreRequest = 0x0001, EchoRequest = 0x0030, EventReportRequest = 0x0100 };
 
     /// The longest command that the standard knows has a few hundred bytes.
     static constexpr std::size_t MostBytes = 4096;

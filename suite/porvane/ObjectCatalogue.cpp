@@ -4,6 +4,7 @@
 #include "platform/limits.h"
 #include "platform/sql.h"
 #include "suite/catalogue/Rows.h"
+#include "suite/porvane/forwarding/OutgoingQueue.h"
 
 #include <algorithm>
 #include <charconv>
@@ -194,6 +195,8 @@ void ObjectCatalogue::Add(const ObjectHeader& header, const ObjectPlace& place, 
                          {"SOPClassUID", header.sopClassUid}},
                         "InstanceNumber", header.instanceNumber),
                    "Twin", NumbersTwins() ? std::optional(twin) : std::nullopt));
+    if (queuesImages_)
+        QueueStoredObject(*connection_, engine_, header.seriesUid, place.imageFile, *queuesImages_);
 }
 
 bool ObjectCatalogue::Exists(const std::string& query) {

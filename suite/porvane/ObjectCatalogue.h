@@ -74,6 +74,9 @@ public:
     };
     Home HomeOf(const ObjectHeader& header);
 
+    /// From now on an object's row queues it for the archive too, an image's where `images` are asked for.
+    void QueueForArchive(bool images) { queuesImages_ = images; }
+
     /// What is read and added from here on belongs together, until `Commit` ends it; a failure before leaves no row.
     void Begin();
     /// Writes the object's row, and those of its patient, study and series where they are new.
@@ -95,6 +98,7 @@ private:
     Engine engine_ = Engine::Sqlite;
     std::optional<bool> numbersTwins_;
     std::uint32_t area_ = 0;
+    std::optional<bool> queuesImages_; ///< nothing where no archive is set
 };
 
 } // namespace tavrel

@@ -25,6 +25,7 @@ enum class ItemType : std::uint8_t {
     UserInformation = 0x50,
     LongestPdu = 0x51,
     ImplementationClass = 0x52,
+    RoleSelection = 0x54,
     ImplementationVersion = 0x55,
 };
 
@@ -80,11 +81,23 @@ ProposedContext ReadContext(std::string_view content, std::size_t& syntaxes) {
     return context;
 }
 
-std::uint32_t ReadLongestPdu(std::string_view userInformation) {
-    for (Reader reader(userInformation); !reader.AtEnd();)
-        if (const Item item = TakeItem(reader); item.type == ItemType::LongestPdu)
-            return Reader(item.content).TakeNumber(4);
-    return 0;
+Role ReadRole(std::string_view content) {
+    Reader reader(content);
+    Role role;
+    role.sopClass = Unpadded(reader.Take(reader.TakeNumber(2)));
+    role.user = reader.TakeNumber(1) != 0;
+    role.provider = reader.TakeNumber(1) != 0;
+    return role;
+}
+
+void ReadUserInformation(std::string_view userInformation, AssociateRequest& request) {
+    for (Reader reader(userInformation); !reader.AtEnd();) {
+        const Item item = TakeItem(reader);
+        if (item.type == ItemType::LongestPdu)
+            request.longestPdu = Reader(item.content).TakeNumber(4);
+        else if (item.type == ItemType::RoleSelection && request.roles.size() < MostContexts)
+            request.roles.push_back(ReadRole(item.content));
+    }
 }
 
 std::string Bytes(std::uint32_t number, int size) {
@@ -142,7 +155,7 @@ AssociateRequest ReadAssociateRequest(std::string_view body) {
         else if (item.type == ItemType::ProposedContext)
             request.contexts.push_back(ReadContext(item.content, syntaxes));
         else if (item.type == ItemType::UserInformation)
-            request.longestPdu = ReadLongestPdu(item.content);
+            ReadUserInformation(item.content, request);
         if (request.contexts.size() > MostContexts)
             throw ProtocolFault("an association request with too many contexts");
     }
@@ -155,7 +168,7 @@ std::string_view CallingTitle(std::string_view body) {
 }
 
 std::string AssociateAccept(std::string_view calledAe, std::string_view callingAe,
-                            const std::vector<AnsweredContext>& contexts) {
+                            const std::vector<AnsweredContext>& contexts, const std::vector<Role>& roles) {
     constexpr std::size_t reserved = 32;
     std::string body = Bytes(FirstVersion, 2) + Bytes(0, 2) + Title(calledAe) + Title(callingAe);
     body.append(reserved, '\0');
@@ -164,10 +177,15 @@ std::string AssociateAccept(std::string_view calledAe, std::string_view callingA
         body += MakeItem(ItemType::AnsweredContext,
                          Bytes(context.id, 1) + Bytes(0, 1) + Bytes(static_cast<std::uint8_t>(context.result), 1) +
                              Bytes(0, 1) + MakeItem(ItemType::TransferSyntax, context.transferSyntax));
-    body +=
-        MakeItem(ItemType::UserInformation, MakeItem(ItemType::LongestPdu, Bytes(LongestPdu, 4)) +
-                                                MakeItem(ItemType::ImplementationClass, ImplementationClassUid) +
-                                                MakeItem(ItemType::ImplementationVersion, ImplementationVersionName()));
+    std::string user = MakeItem(ItemType::LongestPdu, Bytes(LongestPdu, 4)) +
+                       MakeItem(ItemType::ImplementationClass, ImplementationClassUid);
+    for (const Role& role : roles)
+        user += MakeItem(ItemType::RoleSelection,
+                         Bytes(static_cast<std::uint32_t>(role.sopClass.size()), 2)
+                             .append(role.sopClass)
+                             .append({static_cast<char>(role.user), static_cast<char>(role.provider)}));
+    user += MakeItem(ItemType::ImplementationVersion, ImplementationVersionName());
+    body += MakeItem(ItemType::UserInformation, user);
     return Pdu(PduType::AssociateAccept, body);
 }
 

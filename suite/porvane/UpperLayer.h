@@ -43,6 +43,13 @@ struct ProposedContext {
     std::vector<std::string_view> transferSyntaxes;
 };
 
+/// Who asks, who serves, of a kind of object (PS3.7, D.3.3.4): the requestor unless it says otherwise.
+struct Role {
+    std::string_view sopClass;
+    bool user = true;
+    bool provider = false;
+};
+
 inline constexpr std::uint16_t FirstVersion = 1; ///< a bit for each
 
 /// Its texts lie in the bytes that it was read from.
@@ -52,6 +59,7 @@ struct AssociateRequest {
     std::string_view callingAe;
     std::string_view applicationContext;
     std::vector<ProposedContext> contexts;
+    std::vector<Role> roles;
     std::uint32_t longestPdu = 0; ///< that the sender takes; 0 without a limit
 };
 
@@ -72,7 +80,7 @@ struct AnsweredContext {
     std::string_view transferSyntax; ///< means nothing unless accepted
 };
 std::string AssociateAccept(std::string_view calledAe, std::string_view callingAe,
-                            const std::vector<AnsweredContext>& contexts);
+                            const std::vector<AnsweredContext>& contexts, const std::vector<Role>& roles = {});
 
 /// Result, source and reason of a rejection (PS3.8, table 9-21).
 struct Rejection {

@@ -8,6 +8,8 @@
 #include "suite/porvane/StoredEvent.h"
 #include "suite/porvane/StudyTree.h"
 #include "suite/porvane/UnsentDelivery.h"
+#include "suite/porvane/forwarding/ArchiveAnswers.h"
+#include "suite/porvane/forwarding/Forwarding.h"
 
 #include <CLI/CLI.hpp>
 #include <QCoreApplication>
@@ -69,6 +71,7 @@ struct Options {
     std::string unsent = tavrel::DefaultUnsentFolder().string();
     std::string dataSource = "DicomFDB";
     std::uint64_t largestObject = 2048; ///< megabytes
+    tavrel::Forwarding::Options archive;
 };
 
 tavrel::IncomingRoom::Disk DiskOf(const std::string& folder) {
@@ -87,6 +90,38 @@ void KeepMemorySmall() {
     mallopt(M_TRIM_THRESHOLD, largeBlock);
 }
 
+void AddArchiveOptions(CLI::App& app, tavrel::Forwarding::Options& archive) {
+    const auto rule = [](auto fault) { return CLI::Validator(fault, ""); };
+    app.add_option("--archive", archive.address,
+                   "Archive that what is stored is sent to: AET@HOST:PORT; unless given that of\n"
+                   "\"orbenta-catalogue archive\", which is the department's")
+        ->check(rule([](const std::string& text) {
+            tavrel::ArchiveSetting setting;
+            return tavrel::ReadArchiveAddress(text, setting);
+        }))
+        ->type_name("ADDRESS");
+    app.add_flag("--archive-images", archive.images, "Send images too, not reports and presentation states alone");
+    app.add_option("--archive-calling", archive.callingAe,
+                   "AE title that the service calls itself there, unless given its own")
+        ->check(rule([](const std::string& text) { return tavrel::AeTitleFault(text); }))
+        ->type_name("AE");
+    app.add_option("--archive-answers", archive.answers,
+                   "Address and port of this machine at which the archive tells what it keeps (storage\n"
+                   "commitment); without it the archive must tell in the association that asks")
+        ->check(rule([](const std::string& text) {
+            return tavrel::ArchiveAnswers::ReadPlace(text) ? std::string()
+                                                           : "\"" + text + "\" is not of the form ADDRESS:PORT";
+        }))
+        ->type_name("ADDRESS:PORT");
+    const auto file = [&](const char* name, std::string& path, const char* words) {
+        return app.add_option(name, path, words)->check(CLI::ExistingFile.description(""))->type_name("FILE");
+    };
+    file("--archive-certificate", archive.files.certificate, "This service's certificate (PEM)");
+    file("--archive-key", archive.files.key, "The key of that certificate (PEM, without a password)");
+    file("--archive-trust", archive.files.trust, "Certificates that vouch for the archive's (PEM)");
+    app.add_flag("--archive-tls", archive.tls, "Speak with the archive by TLS alone, with these three files");
+}
+
 void Serve(const Options& options, int stopSignals) {
     tavrel::OdbcDatabase database;
     tavrel::ObjectCatalogue catalogue(database, options.dataSource);
@@ -94,6 +129,9 @@ void Serve(const Options& options, int stopSignals) {
     tavrel::StudyTree tree(options.studies, catalogue, reader);
     tree.Open();
     const auto service = ReadService(catalogue);
+    tavrel::Forwarding forwarding(database, options.dataSource, service.aeTitle, options.archive);
+    if (forwarding.Archive())
+        catalogue.QueueForArchive(forwarding.Archive()->images);
     const auto events = Events();
     const auto unsentFolder = std::filesystem::absolute(options.unsent).lexically_normal();
     tavrel::UnsentVersions unsent(unsentFolder, reader, tree, [&](const tavrel::StudyTree::Stored& stored) {
@@ -106,6 +144,7 @@ void Serve(const Options& options, int stopSignals) {
     tavrel::StorageService storage(service.port, {service.aeTitle, tree, unsent, room, events.get()});
     delivery.TakeInAtStart(stopSignals);
     delivery.GoOn();
+    forwarding.GoOn();
     tavrel::LogLine("stores in \"" + options.studies + "\", called " + service.aeTitle + " on port " +
                     std::to_string(service.port) + " of 127.0.0.1");
     storage.Run(stopSignals);
@@ -141,9 +180,13 @@ int main(int argc, char** argv) {
         ->check(CLI::Range(std::uint64_t{1}, MostMegabytes))
         ->type_name("MB")
         ->capture_default_str();
+    AddArchiveOptions(app, options.archive);
     app.set_version_flag("--version", "porvane " TAVREL_VERSION);
     try {
         app.parse(argc, argv);
+        const auto& files = options.archive.files;
+        if (options.archive.tls && (files.certificate.empty() || files.key.empty() || files.trust.empty()))
+            throw CLI::RequiredError("--archive-certificate, --archive-key and --archive-trust");
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? EXIT_SUCCESS : UsageStatus;
     }

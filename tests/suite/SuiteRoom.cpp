@@ -82,8 +82,10 @@ std::vector<std::string> SuiteRoom::ServiceCommand() const {
     return {PORVANE_PROGRAM, "--dsn", dataSource_, "--studies", Studies().string()};
 }
 
-std::unique_ptr<Child> SuiteRoom::StartService() {
-    auto service = std::make_unique<Child>(ServiceCommand(), (Folder() / "porvane.log").string());
+std::unique_ptr<Child> SuiteRoom::StartService(const std::vector<std::string>& options) {
+    auto command = ServiceCommand();
+    command.insert(command.end(), options.begin(), options.end());
+    auto service = std::make_unique<Child>(command, (Folder() / "porvane.log").string());
     Eventually([&] { return Listens(port_) || !service->IsRunning(); });
     return service;
 }

@@ -44,7 +44,7 @@ public:
     /// How long the driver of SQLite lets the programs wait for another writer, instead of its entry's time.
     void WaitForLocks(std::chrono::milliseconds time) { dataSource_ += ";Timeout=" + std::to_string(time.count()); }
     /// Starts the service and waits until it listens.
-    std::unique_ptr<Child> StartService();
+    std::unique_ptr<Child> StartService(const std::vector<std::string>& options = {});
     std::vector<std::string> ServiceCommand() const;
     std::string ServiceLog() const;
     /// Runs the administration tool; `arguments` as for the shell.

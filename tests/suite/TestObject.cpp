@@ -33,6 +33,14 @@ TestObject& TestObject::Remove(const DcmTagKey& tag) {
     return *this;
 }
 
+TestObject& TestObject::Naming(const std::string& sopClass, const std::string& sopInstance) {
+    DcmItem* item = nullptr;
+    file_.getDataset()->findOrCreateSequenceItem(DCM_ReferencedSOPSequence, item, -2);
+    item->putAndInsertString(DCM_ReferencedSOPClassUID, sopClass.c_str());
+    item->putAndInsertString(DCM_ReferencedSOPInstanceUID, sopInstance.c_str());
+    return *this;
+}
+
 TestObject& TestObject::Numbered(int number) {
     return Set(DCM_SOPInstanceUID, "2.999.7." + std::to_string(number)).Set(DCM_InstanceNumber, std::to_string(number));
 }

@@ -29,6 +29,8 @@ public:
 
     TestObject& Set(const DcmTagKey& tag, const std::string& value);
     TestObject& Remove(const DcmTagKey& tag);
+    /// Refers to another object.
+    TestObject& Naming(const std::string& sopClass, const std::string& sopInstance);
     /// A further object of the same series.
     TestObject& Numbered(int number);
     std::string Get(const DcmTagKey& tag);

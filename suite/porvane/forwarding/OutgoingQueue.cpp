@@ -191,9 +191,9 @@ std::vector<OutgoingQueue::Object> OutgoingQueue::NotTaken(const std::string& se
     std::vector<Object> objects;
     const auto rows = connection_.OpenResultSet(
         "SELECT Outgoing.ImageID, Outgoing.SOPClassUID, Outgoing.SOPInstanceUID, Outgoing.Turn, Outgoing.State,"
-        " Outgoing.Attempts, CASE WHEN Outgoing.NextTime<=" +
+        " Outgoing.Attempts, Outgoing.NextTime-" +
         Now() +
-        " THEN 1 ELSE 0 END AS Due, Study.StudyPath, Series.SeriesDir, Image.ImageFile"
+        " AS DueIn, Study.StudyPath, Series.SeriesDir, Image.ImageFile"
         " FROM Outgoing, Image, Series, Study WHERE Outgoing.SeriesInstanceUID=" +
         Quoted(seriesUid) +
         " AND Outgoing.State IN ('waiting', 'refused') AND Image.ImageID=Outgoing.ImageID"
@@ -208,7 +208,7 @@ std::vector<OutgoingQueue::Object> OutgoingQueue::NotTaken(const std::string& se
                                               rows->Text("ImageFile")),
                            .turn = static_cast<int>(Integer(rows->Field("Turn"))),
                            .refused = rows->Text("State") == outgoing::Refused,
-                           .due = Integer(rows->Field("Due")) != 0,
+                           .dueIn = seconds(Integer(rows->Field("DueIn"))),
                            .attempts = static_cast<int>(Integer(rows->Field("Attempts")))});
     return objects;
 }

@@ -52,7 +52,7 @@ public:
         std::filesystem::path file;
         int turn = 0; ///< 0 presentation states, 1 reports, 2 all else
         bool refused = false;
-        bool due = false;
+        std::chrono::seconds dueIn{0};
         int attempts = 0;
     };
 
