@@ -101,7 +101,7 @@ public:
         const auto moment = next_;
         next_ += Whole(aStep_);
         const auto late = Clock::now() - moment;
-        if (late < late.zero())
+        if (late < Clock::duration::zero())
             Rest(-late);
         return std::max<Seconds>(late, Seconds{});
     }

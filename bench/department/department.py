@@ -6,8 +6,10 @@ import csv
 import functools
 import os
 import pathlib
+import re
 import select
 import shutil
+import signal
 import socket
 import subprocess
 import sys
@@ -16,6 +18,7 @@ import time
 HERE = pathlib.Path(__file__).resolve().parent
 ROOT = HERE.parents[1]
 CODES = ROOT / "suite" / "catalogue" / "codes"
+CLUSTERS, PROXY = ROOT / "tests" / "support" / "clusters", ROOT / "tests" / "support" / "haproxy.cfg"
 FINDINGS = 5000  # of the department's table, beside those of the suite
 OWNER, OWNERS_ENTRY, PASSWORD = "orbenta", "OrbentaOwner", "orbenta"
 STUDIES = "studies"
@@ -51,7 +54,8 @@ def own_network():
         return
     if subprocess.run(["unshare", "--net", "true"], stderr=subprocess.DEVNULL).returncode == 0:
         os.environ["DEPARTMENT_NETWORK"] = BRIDGE
-        os.execvp("unshare", ["unshare", "--net", sys.executable, *sys.argv])
+        os.execvp("unshare", ["unshare", "--net", "sh", "-c", 'ip link set lo up && exec "$@"', "sh", sys.executable,
+                              *sys.argv])
 
 
 def networks_apart():
@@ -63,7 +67,6 @@ def lay_network():
     """The server's end of it. Answers the server's address."""
     if not networks_apart():
         return "127.0.0.1"
-    run("ip", "link", "set", "lo", "up")
     # With an address of its own: otherwise it takes another one with each link, and packets go astray meanwhile.
     run("ip", "link", "add", BRIDGE, "address", "02:00:00:00:00:01", "type", "bridge")
     run("ip", "address", "add", f"{SERVER}/{NETWORK}", "dev", BRIDGE)
@@ -138,6 +141,12 @@ class PostgresqlServer:
         return {"syncs of the database": int(synced), "bytes of the database's log": int(written),
                 "bytes of the database": int(size)}
 
+    def tables(self):
+        """Of each table that grows with the reports: rows and bytes, indexes included."""
+        return {table: [int(figure) for figure in self.rows(
+            f"SELECT count(*), pg_total_relation_size('{table.lower()}') FROM {table}")[0]]
+            for table in ("Patient", "Study", "Series", "Image", "History")}
+
     def waits(self):
         """What the sessions that work wait for at this moment: name to how many."""
         rows = self.rows("SELECT coalesce(wait_event_type || ': ' || wait_event, 'working'), count(*) FROM"
@@ -146,9 +155,75 @@ class PostgresqlServer:
         return {what: int(sessions) for what, sessions in rows}
 
     def stop(self):
-        self._server.terminate()
-        self._server.send_signal(2)
-        self._server.wait(60)
+        self._server.send_signal(signal.SIGINT)
+        self._server.wait(PATIENCE)
+
+
+def own_cluster(bin_folder):
+    """Begins this program again beside three nodes of MariaDB Galera."""
+    if "CLUSTER_NODE" not in os.environ:
+        os.environ["TAVREL_BIN"] = str(bin_folder)
+        os.execv(CLUSTERS, [str(CLUSTERS), "galera", sys.executable, *sys.argv])
+
+
+class GaleraCluster:
+    """Three nodes behind HAProxy, which wait for no disk: what one has committed the others have as well."""
+
+    name, engine = "MariaDB Galera", "mariadb"
+    serving = "galera-1"  # the node that HAProxy turns to first
+
+    def __init__(self, folder):
+        self.address, self.port = lay_network(), int(os.environ["MYSQL_TCP_PORT"])
+        self._proxy = None
+        if networks_apart():  # the cluster's own proxy is to be reached from within the server alone
+            self.port = free_port()
+            nodes = re.sub(r"NODE(\d):3306", rf"127.0.0.1\1:{os.environ['GALERA_PORT']}", PROXY.read_text())
+            (folder / "haproxy.cfg").write_text(nodes.replace("ADDRESS:PORT", f"{self.address}:{self.port}"))
+            self._proxy = subprocess.Popen(["setpriv", "--pdeathsig", "TERM", "haproxy", "-f", folder / "haproxy.cfg",
+                                            "-db"], stderr=(folder / "haproxy.log").open("w"))
+        self._password = folder / "password"
+        self._password.write_text(PASSWORD + "\n")
+        wait_until(lambda: self._client("SELECT 1", check=False).returncode == 0, "the cluster")
+
+    def _client(self, statement, check=True):
+        ended = subprocess.run(["mariadb", "--no-defaults", "--protocol=tcp", f"--host={self.address}",
+                                f"--port={self.port}", f"--user={OWNER}", f"--password={PASSWORD}", "--raw", "-NB", "-e",
+                                statement, "orbenta"], capture_output=True, text=True)
+        if check and ended.returncode != 0:
+            raise Failure(ended.stderr)
+        return ended
+
+    def rows(self, statement):
+        return [line.split("\t") for line in self._client(statement).stdout.splitlines()]
+
+    def entry(self):
+        return ("--server", self.address, "--port", self.port, "--database", "orbenta", "--user", OWNER,
+                "--password-file", self._password)
+
+    def counters(self):
+        status = dict(self.rows("SHOW GLOBAL STATUS LIKE 'wsrep_%'"))
+        return {"bytes between the nodes": int(status["wsrep_replicated_bytes"]),
+                "transactions that another node's undid":
+                    int(status["wsrep_local_cert_failures"]) + int(status["wsrep_local_bf_aborts"])}
+
+    def tables(self):
+        return {}  # the engine guesses
+
+    def waits(self):
+        sessions = subprocess.run(
+            ["mariadb", "--no-defaults", "--user=root", "-NB", "-e",
+             "SELECT coalesce(nullif(STATE, ''), COMMAND), count(*) FROM information_schema.PROCESSLIST"
+             " WHERE COMMAND <> 'Sleep' AND USER LIKE 'desk%' GROUP BY 1",
+             f"--socket={os.environ['ENGINES_FOLDER']}/mysql/{self.serving}.socket"], capture_output=True, text=True)
+        return {what: int(count) for what, count in (line.split("\t") for line in sessions.stdout.splitlines())}
+
+    def kill_node(self):
+        run(os.environ["CLUSTER_NODE"], "kill", self.serving)
+
+    def stop(self):
+        if self._proxy:
+            self._proxy.terminate()
+            self._proxy.wait()
 
 
 # The workstations
@@ -239,7 +314,7 @@ class Department:
         self._as_owner("user", f"desk{number}", "--signature", signature(number))
 
     def studies(self, number):
-        return self.folder / STUDIES / f"desk{number}"
+        return self.folder / STUDIES
 
     def grow(self, desks):
         """Has that many desks, all ready."""

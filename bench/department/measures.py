@@ -2,8 +2,10 @@
 
 import collections
 import dataclasses
+import itertools
 import os
 import pathlib
+import statistics
 import threading
 import time
 
@@ -141,13 +143,13 @@ class Judge:
                 "SELECT Image.SOPInstanceUID, Series.SeriesInstanceUID, Study.StudyInstanceUID, Study.IDPatient,"
                 " Study.StudyPath, Series.SeriesDir, Image.ImageFile FROM Image, Series, Study WHERE"
                 " Series.SeriesInstanceUID = Image.SeriesInstanceUID AND Series.Modality = 'SR' AND"
-                " Study.StudyInstanceUID = Series.StudyInstanceUID"):
+                " Study.StudyInstanceUID = Series.StudyInstanceUID ORDER BY Image.ImageID"):
             self._rows[version].append(place)
         self._department = department
         actions = [action for desk in department.desks for action in actions_of(desk)]
         told = [action for action in actions if action.told_stored() or action.told_kept()]
         self.told = len(told)
-        self.lost = [f"desk {action.desk}, {action.version}: {fault}" for action in told
+        self.lost = [(action.when, f"desk {action.desk}, {action.version}: {fault}") for action in told
                      if (fault := self._fault(action))]
         self.versions, self.rows = len(self._rows), sum(map(len, self._rows.values()))
         filed = {os.path.join(path.replace("\\", "/"), folder, file)
@@ -155,6 +157,14 @@ class Judge:
         on_disk = {str(file) for file in (department.folder / STUDIES).rglob("*.dcm")
                    if ".incoming" not in file.parts and "SR" in self._modality(file)}
         self.without_row = sorted(on_disk - filed)
+
+    def sizes(self):
+        """Of the first, second ... version of a report, in bytes: the middle one of all reports."""
+        reports = collections.defaultdict(list)
+        for (series, _, _, path, folder, file), *_ in self._rows.values():
+            reports[series].append(os.path.getsize(os.path.join(path.replace("\\", "/"), folder, file)))
+        return [statistics.median(at_all) for at_all in
+                ([size for size in sizes if size] for sizes in itertools.zip_longest(*reports.values()))]
 
     @staticmethod
     def _modality(file):

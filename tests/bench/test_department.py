@@ -59,8 +59,8 @@ class TheJudge(unittest.TestCase):
         return measures.Judge(types.SimpleNamespace(server=server, desks=[desk], folder=self.folder))
 
     def lost(self):
-        [lost] = self.judge().lost
-        return lost
+        [(_, fault)] = self.judge().lost
+        return fault
 
     def test_finds_nothing_where_all_is_as_it_was_told(self):
         self.file()
