@@ -17,6 +17,7 @@
 #include "platform/posix/PosixFiles.h"
 #include "platform/posix/PosixProcess.h"
 #include "platform/posix/PosixUserInformation.h"
+#include "platform/posix/ShellAnswer.h"
 #include "platform/posix/SystemClock.h"
 #include "platform/qt/ApplicationOnDisplay.h"
 #include "platform/qt/DesktopLook.h"
@@ -25,6 +26,7 @@
 #include "platform/qt/QtReportPrinter.h"
 #include "platform/qt/QtTimer.h"
 #include "platform/qt/QtWindows.h"
+#include "platform/qt/WindowIcon.h"
 
 #include <QApplication>
 
@@ -79,12 +81,17 @@ int Run(PosixProcess& process) {
 } // namespace
 
 int main(int argumentCount, char** arguments) {
+    if (AnsweredAtShell(argumentCount, arguments, "tavrel", TAVREL_VERSION,
+                        "The report editor of the workstation. Nobody starts it by hand: the image viewer creates its\n"
+                        "object on the session bus, which starts the program. By itself it runs the start-up alone."))
+        return EXIT_SUCCESS;
     PosixProcess process(argumentCount, arguments);
-    int nameOnly = 1; // there are no options for people, not even the toolkit's
+    int nameOnly = 1; // no option directs its work, not even one of the toolkit's
     const auto application = ApplicationOnDisplay("tavrel", nameOnly, arguments);
     const DesktopLook look(*application);
     QApplication::setApplicationName("Tavrel"); // titles the message boxes that have no title of their own
     QApplication::setDesktopFileName("tavrel");
+    QApplication::setWindowIcon(WindowIcon("tavrel"));
     std::setlocale(LC_NUMERIC, "C"); // numbers in files and statements have a point in every country
     try {
         return Run(process);

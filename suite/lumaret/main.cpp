@@ -2,9 +2,11 @@
 
 #include "platform/dbus/BusNames.h"
 #include "platform/odbc/OdbcDatabase.h"
+#include "platform/posix/ShellAnswer.h"
 #include "platform/qt/ApplicationOnDisplay.h"
 #include "platform/qt/DesktopLook.h"
 #include "platform/qt/QtBackground.h"
+#include "platform/qt/WindowIcon.h"
 #include "suite/lumaret/MainWindow.h"
 
 #include <QApplication>
@@ -12,9 +14,14 @@
 
 int main(int argumentCount, char** arguments) {
     using namespace tavrel;
+    if (AnsweredAtShell(argumentCount, arguments, "lumaret", TAVREL_VERSION,
+                        "The image viewer of the workstation: shows the studies of the catalogue and opens their\n"
+                        "reports. It takes the options of the Qt toolkit besides."))
+        return EXIT_SUCCESS;
     const auto application = ApplicationOnDisplay("lumaret", argumentCount, arguments);
     QApplication::setApplicationName("Lumaret"); // no display name: it would stand in every title once more
     QApplication::setDesktopFileName("lumaret");
+    QApplication::setWindowIcon(WindowIcon("lumaret"));
     ImageFile::RegisterDecoders();
 
     QDBusConnection bus = QDBusConnection::sessionBus();

@@ -121,6 +121,11 @@ TEST_F(ProgramStart, NoReportIsOpenAfterAStart) {
     EXPECT_EQ(study.reply().arguments().value(0).value<QDBusVariant>().variant().toString(), "");
 }
 
+TEST_F(ProgramStart, AnAutomationStartAnswersNoPersonsQuestion) {
+    Start({"--automation", "--help"});
+    EXPECT_TRUE(bus.WaitForOwner("Tavrel.CTavrel"));
+}
+
 TEST_F(ProgramStart, AnAutomationStartTakesTheName) {
     Start({"--automation"});
     EXPECT_TRUE(bus.WaitForOwner("Tavrel.CTavrel"));
