@@ -67,8 +67,9 @@ void ObjectCatalogue::Begin() {
     TakeLock(area_);
 }
 
-/// A session whose client is gone may go on for hours, and one that commits ends when it has.
-void ObjectCatalogue::EndHolder(std::uint32_t area) {
+/// A session whose client is gone may go on for hours, and one that commits ends when it has. One of another account
+/// may not be ended, or has ended meanwhile: the lock tells.
+void ObjectCatalogue::EndHolder(std::uint32_t area) try {
     if (engine_ == Engine::PostgreSql)
         connection_->OpenResultSet(
             "SELECT pg_terminate_backend(pid) FROM pg_locks WHERE locktype='advisory' AND granted"
@@ -78,13 +79,11 @@ void ObjectCatalogue::EndHolder(std::uint32_t area) {
             " AND objsubid=2 AND pid<>pg_backend_pid()");
     if (engine_ != Engine::MariaDb)
         return;
-    const auto holder = Answer("SELECT NULLIF(IS_USED_LOCK(" + LockName(area) + "), CONNECTION_ID())");
-    try {
-        if (holder)
-            connection_->OpenResultSet("KILL " + *holder);
-    } catch (const Error&) {
-        return; // it has ended by itself; else the lock tells
-    }
+    if (const auto holder = Answer("SELECT NULLIF(IS_USED_LOCK(" + LockName(area) + "), CONNECTION_ID())"))
+        connection_->OpenResultSet("KILL " + *holder);
+} catch (const Error&) {
+    if (!connection_->IsOpen())
+        throw;
 }
 
 /// The transaction's, on MariaDB the session's.

@@ -470,8 +470,12 @@ void StudyTree::SettleLeftovers() {
     }
     for (const auto& area : IncomingArea::TakeAbandoned(incoming_)) {
         const std::lock_guard guard(rows_);
-        catalogue_.Open();
-        SettleArea(*area);
+        try {
+            catalogue_.Open();
+            SettleArea(*area);
+        } catch (const Error& error) { // it holds up nobody but those who wait for what is in it
+            LogLine("cannot settle now what another storage service has left: " + error.description);
+        }
     }
 }
 
