@@ -4,14 +4,14 @@
 #       [PART NAME]             another program of the same room: test_ROOM_NAME
 #       [LIBRARIES LIBRARY...]  what it links beside GoogleTest
 #       [DEFINITIONS D...]
-#       [ENGINES | CLUSTERS | RUNNER COMMAND...]
+#       [ENGINES | CLUSTERS WHICH | RUNNER COMMAND...]
 #       [TIMEOUT SECONDS])      of one test (60)
 #
 # A room with a main.cpp among its sources brings its own main function. The tests of a program with
 # ENGINES run beside PostgreSQL and MariaDB servers, with CLUSTERS beside clusters of them; as one start of the
 # servers, or whatever else a RUNNER starts, serves the whole program, ctest sees it as one test, ROOM.NAME.
 function(tavrel_test room)
-    cmake_parse_arguments(PARSE_ARGV 1 test "ENGINES;CLUSTERS" "PART;TIMEOUT" "LIBRARIES;DEFINITIONS;RUNNER")
+    cmake_parse_arguments(PARSE_ARGV 1 test ENGINES "PART;TIMEOUT;CLUSTERS" "LIBRARIES;DEFINITIONS;RUNNER")
     if(NOT test_TIMEOUT)
         set(test_TIMEOUT 60)
     endif()
@@ -19,7 +19,7 @@ function(tavrel_test room)
     if(test_ENGINES)
         set(test_RUNNER env TAVREL_BIN=${CMAKE_RUNTIME_OUTPUT_DIRECTORY} ${support}/engines)
     elseif(test_CLUSTERS)
-        set(test_RUNNER env TAVREL_BIN=${CMAKE_RUNTIME_OUTPUT_DIRECTORY} ${support}/clusters both)
+        set(test_RUNNER env TAVREL_BIN=${CMAKE_RUNTIME_OUTPUT_DIRECTORY} ${support}/clusters ${test_CLUSTERS})
     endif()
     string(REPLACE . _ program test_${room})
     if(test_PART)

@@ -134,6 +134,10 @@ constexpr std::array OutgoingClaim{
     Column{"Claimant", Text, LongString},
     Column{"ClaimedUntil", Moment},
 };
+constexpr std::array StorageArea{
+    Column{"Number", RowOf},
+    Column{"Turn", Integer},
+};
 constexpr std::array Codes{
     Column{"CodeScheme", Text, LongString},
     Column{"CodeValue", Code, LongString},
@@ -152,7 +156,7 @@ constexpr std::array OfAll{
     Column{"Workstation", Maker, LongestAccount},
 };
 
-constexpr std::array<std::string_view, 17> TableNames = {
+constexpr std::array<std::string_view, 18> TableNames = {
     "Patient",
     "Study",
     "Series",
@@ -170,12 +174,13 @@ constexpr std::array<std::string_view, 17> TableNames = {
     "Archive",
     "Outgoing",
     "OutgoingClaim",
+    "StorageArea",
 };
 constexpr std::array<std::span<const Column>, TableNames.size()> TableColumns = {
-    Patient, Study, Series, Image, SiteData, Users,   DicomServer, Port,         History,
-    Report,  Codes, Codes,  Codes, Codes,    Archive, Outgoing,    OutgoingClaim};
+    Patient, Study, Series, Image, SiteData, Users,   DicomServer, Port,          History,
+    Report,  Codes, Codes,  Codes, Codes,    Archive, Outgoing,    OutgoingClaim, StorageArea};
 /// Of a catalogue that was made before it, without a fault.
-constexpr std::array<std::string_view, 3> TablesThatMayLack = {"Archive", "Outgoing", "OutgoingClaim"};
+constexpr std::array<std::string_view, 4> TablesThatMayLack = {"Archive", "Outgoing", "OutgoingClaim", "StorageArea"};
 
 constexpr std::array Indexes{
     Index{"StudyByPatient", "Study", "IDPatient"},        Index{"SeriesByStudy", "Series", "StudyInstanceUID"},

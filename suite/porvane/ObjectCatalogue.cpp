@@ -45,6 +45,11 @@ void ObjectCatalogue::Open() {
     if (engine_ == Engine::Sqlite)
         connection_->OpenResultSet("PRAGMA synchronous=EXTRA");
     numbersTwins_.reset();
+    // A catalogue that was made before has no table for it.
+    countsTurns_ = engine_ == Engine::MariaDb &&
+                   Exists("SELECT table_name FROM information_schema.tables, information_schema.global_variables"
+                          " WHERE table_schema=DATABASE() AND table_name='StorageArea'"
+                          " AND variable_name='WSREP_ON' AND variable_value='ON'");
 }
 
 bool ObjectCatalogue::NumbersTwins() {
@@ -55,11 +60,22 @@ bool ObjectCatalogue::NumbersTwins() {
 
 void ObjectCatalogue::EndFormerTransaction(std::uint32_t area) {
     EndHolder(area);
+    try {
+        TakeTurn(area);
+    } catch (const Error& error) {
+        constexpr int gaveWay = 1213; // to the former one, which was committed on another node
+        if (error.number != gaveWay)
+            throw;
+        TakeTurn(area);
+    }
+    if (engine_ == Engine::MariaDb && area != area_)
+        Answer("SELECT RELEASE_LOCK(" + LockName(area) + ")");
+}
+
+void ObjectCatalogue::TakeTurn(std::uint32_t area) {
     connection_->BeginTransaction(); // which waits for other writers on SQLite, where a process's work ends with it
     TakeLock(area);
     connection_->Commit();
-    if (engine_ == Engine::MariaDb && area != area_)
-        Answer("SELECT RELEASE_LOCK(" + LockName(area) + ")");
 }
 
 void ObjectCatalogue::Begin() {
@@ -97,6 +113,10 @@ void ObjectCatalogue::TakeLock(std::uint32_t area) {
                Answer("SELECT GET_LOCK(" + LockName(area) + ", " + seconds + ")") != "1") {
         throw Error(Fault::OfTheSuite, "Catalogue", "an earlier object is still being stored");
     }
+    // A lock of MariaDB's is its node's. Of two transactions of a cluster that change one row the later one fails.
+    if (countsTurns_)
+        connection_->OpenResultSet("INSERT INTO StorageArea (Number, Turn) VALUES (" + std::to_string(area) +
+                                   ", 1) ON DUPLICATE KEY UPDATE Turn=Turn+1");
 }
 
 std::optional<std::string> ObjectCatalogue::Answer(const std::string& query) {

@@ -86,6 +86,7 @@ public:
     void Commit() { connection_->Commit(); }
 
 private:
+    void TakeTurn(std::uint32_t area);
     void TakeLock(std::uint32_t area);
     void EndHolder(std::uint32_t area);
     /// A catalogue that was made before has no column for it.
@@ -97,6 +98,7 @@ private:
     std::string dataSource_;
     Engine engine_ = Engine::Sqlite;
     std::optional<bool> numbersTwins_;
+    bool countsTurns_ = false; ///< of the area's transactions, on a cluster
     std::uint32_t area_ = 0;
     std::optional<bool> queuesImages_; ///< nothing where no archive is set
 };

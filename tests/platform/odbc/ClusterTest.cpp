@@ -2,7 +2,6 @@
 #include "tests/support/Shell.h"
 
 #include <chrono>
-#include <cstdlib>
 #include <future>
 #include <thread>
 
@@ -103,9 +102,8 @@ class Galera : public Cluster {
 protected:
     /// A connection to a node that is not the one which everybody asks.
     std::unique_ptr<Connection> Elsewhere() {
-        const std::string address = First() == "galera-2" ? "127.0.0.13" : "127.0.0.12";
         auto elsewhere = database.Adapter().NewConnection();
-        elsewhere->Open(database.ConnectionText() + ";SERVER=" + address + ";PORT=" + std::getenv("GALERA_PORT"));
+        elsewhere->Open(First() == "galera-2" ? "DSN=DicomFDB_galera-3" : "DSN=DicomFDB_galera-2");
         return elsewhere;
     }
 };
