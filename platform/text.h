@@ -11,7 +11,7 @@ inline bool IsDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
-inline bool IsUpper(char c) {
+constexpr bool IsUpper(char c) {
     return c >= 'A' && c <= 'Z';
 }
 

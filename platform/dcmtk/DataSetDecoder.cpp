@@ -14,14 +14,14 @@
 namespace tavrel {
 namespace {
 
-void DecodeText(DcmElement& element, const CharacterSet& set) {
-    const auto kind = TextKindOf(VrOf(element));
-    if (!kind)
-        return;
-    const std::string_view raw = RawText(element);
-    std::string text = WithCrLf(set.Decode(raw, *kind));
-    if (text != raw)
-        PutText(element, text);
+TextElement DecodeText(const DcmElement& element, const CharacterSet& set) {
+    TextElement decoded = StoredText(element);
+    if (const auto kind = TextKindOf(decoded.Vr())) {
+        std::string text = WithCrLf(set.Decode(decoded.Text(), *kind));
+        if (text != decoded.Text())
+            decoded.stored = std::move(text);
+    }
+    return decoded;
 }
 
 /// Decodes an item and those in it that declare no character set of their own.
@@ -39,8 +39,10 @@ public:
                 elements.emplace(tag, DecodeItems(static_cast<DcmSequenceOfItems&>(*element)));
                 continue;
             }
-            DecodeText(*element, set_);
-            elements.emplace(tag, std::move(element));
+            if (IsTextVr(VrOf(*element)))
+                elements.emplace(tag, DecodeText(*element, set_));
+            else
+                elements.emplace(tag, std::move(element));
         }
         return elements;
     }

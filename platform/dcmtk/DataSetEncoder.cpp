@@ -4,6 +4,7 @@
 #include "platform/dcmtk/DcmtkDataSet.h"
 #include "platform/dcmtk/DicomFailure.h"
 #include "platform/dcmtk/DicomValues.h"
+#include "platform/dcmtk/Elements.h"
 #include "platform/dcmtk/FileMeta.h"
 #include "platform/dcmtk/TextCheck.h"
 #include "platform/dcmtk/TextConverter.h"
@@ -12,10 +13,9 @@
 
 #include <dcmtk/config/osconfig.h>
 
-#include <dcmtk/dcmdata/dcdatset.h>
-#include <dcmtk/dcmdata/dcdeftag.h>
+#include <dcmtk/dcmdata/dcelem.h>
 #include <dcmtk/dcmdata/dcostrmb.h>
-#include <dcmtk/dcmdata/dcsequen.h>
+#include <dcmtk/dcmdata/dcvr.h>
 #include <dcmtk/dcmdata/dcwcache.h>
 #include <dcmtk/dcmdata/dcxfer.h>
 
@@ -98,56 +98,126 @@ std::optional<Error> FindLength(std::size_t bytes, std::string_view vr, const Pl
                                                  " can be stored.");
 }
 
+constexpr E_TransferSyntax FileSyntax = EXS_LittleEndianExplicit;
+constexpr std::string_view ItemTag("\xFE\xFF\x00\xE0", 4);
+constexpr int LengthSize = 4; ///< bytes, of an item and of the VRs of long values
+
+int LengthSizeOf(std::string_view vr) {
+    return ShortLengthVrs.Holds(vr) ? 2 : LengthSize;
+}
+
+/// An element's tag and VR; the length comes next.
+void AppendHead(std::string& bytes, Tag tag, std::string_view vr) {
+    bytes.append(LittleEndian(tag.group, 2)).append(LittleEndian(tag.element, 2)).append(vr);
+    if (!ShortLengthVrs.Holds(vr))
+        bytes.append(2, '\0'); // reserved
+}
+
+/// Writes what `content` appends behind its length, of four bytes.
+template <typename Content> void AppendMeasured(std::string& bytes, Content content) {
+    const auto begin = bytes.size();
+    bytes.append(LengthSize, '\0');
+    content();
+    bytes.replace(begin, LengthSize,
+                  LittleEndian(static_cast<std::uint32_t>(bytes.size() - begin - LengthSize), LengthSize));
+}
+
+/// Appends the element as the toolkit writes it.
+OFCondition AppendOther(std::string& bytes, const DcmElement& element) {
+    const auto copy = CopyOf(element);
+    if (!copy->canWriteXfer(FileSyntax, EXS_Unknown))
+        return EC_CannotChangeRepresentation;
+    std::array<char, 4096> block{};
+    DcmOutputBufferStream stream{block.data(), static_cast<offile_off_t>(block.size())};
+    DcmWriteCache cache;
+    OFCondition outcome = EC_StreamNotifyClient;
+    copy->transferInit();
+    while (outcome == EC_StreamNotifyClient) {
+        outcome = copy->write(stream, FileSyntax, EET_ExplicitLength, &cache);
+        void* written = nullptr;
+        offile_off_t length = 0;
+        stream.flushBuffer(written, length);
+        bytes.append(static_cast<const char*>(written), static_cast<std::size_t>(length));
+    }
+    copy->transferEnd();
+    return outcome;
+}
+
+/// Most texts of a report: they are the same in every character set, and hold nothing that no text may.
+bool IsPrintableAscii(std::string_view text) {
+    return std::ranges::all_of(text, [](char c) { return c >= ' ' && c <= '~'; });
+}
+
 class Encoder {
 public:
-    Encoder(std::string declared, const Refuse& refuse)
-        : declared_(std::move(declared)), set_(declared_), refuse_(refuse) {}
+    Encoder(std::string declared, const Refuse& refuse, std::string& bytes)
+        : declared_(std::move(declared)), set_(declared_), refuse_(refuse), bytes_(bytes) {}
 
-    void Encode(const DcmtkDataSet& source, DcmItem& target, const Place* holder) const {
+    void Encode(const DcmtkDataSet& source, const Place* holder) const {
         for (const auto& [tag, element] : source.Elements()) {
             if (tag.group == 0x0002)
                 continue;
-            std::unique_ptr<DcmElement> encoded;
-            if (const auto* sequence = std::get_if<DcmtkSequence>(&element))
-                encoded = EncodeSequence(tag, *sequence, holder);
+            const Place place{holder, tag, 0};
+            if (const auto* text = std::get_if<TextElement>(&element))
+                EncodeText(*text, place);
+            else if (const auto* other = std::get_if<std::unique_ptr<DcmElement>>(&element))
+                EncodeOther(**other, place);
             else
-                encoded = EncodeElement(*std::get<std::unique_ptr<DcmElement>>(element), {holder, tag, 0});
-            if (target.insert(encoded.get(), OFTrue).good())
-                static_cast<void>(encoded.release());
+                EncodeSequence(std::get<DcmtkSequence>(element), place);
         }
     }
 
 private:
-    std::unique_ptr<DcmElement> EncodeSequence(Tag tag, const DcmtkSequence& items, const Place* holder) const {
-        auto sequence = std::make_unique<DcmSequenceOfItems>(DcmTag{tag.group, tag.element, EVR_SQ});
-        for (std::size_t index = 0; index < items.size(); ++index) {
-            const Place place{holder, tag, index + 1};
-            auto item = std::make_unique<DcmItem>();
-            if (items[index]->Elements().contains(attribute::SpecificCharacterSet))
-                Encoder{items[index]->GetString(attribute::SpecificCharacterSet), refuse_}.Encode(*items[index], *item,
-                                                                                                  &place);
-            else
-                Encode(*items[index], *item, &place);
-            if (sequence->append(item.get()).good())
-                static_cast<void>(item.release());
-        }
-        return sequence;
+    void EncodeSequence(const DcmtkSequence& items, const Place& place) const {
+        AppendHead(bytes_, place.tag, "SQ");
+        AppendMeasured(bytes_, [&] {
+            for (std::size_t index = 0; index < items.size(); ++index) {
+                bytes_ += ItemTag;
+                AppendMeasured(bytes_, [&] { EncodeItem(*items[index], {place.holder, place.tag, index + 1}); });
+            }
+        });
     }
 
-    std::unique_ptr<DcmElement> EncodeElement(const DcmElement& element, const Place& place) const {
-        auto copy = CopyOf(element);
-        const auto vr = VrOf(element);
-        if (!IsTextVr(vr))
-            return copy;
-        const auto text = RawText(element);
+    void EncodeItem(const DcmtkDataSet& item, const Place& place) const {
+        if (item.Elements().contains(attribute::SpecificCharacterSet))
+            Encoder{item.GetString(attribute::SpecificCharacterSet), refuse_, bytes_}.Encode(item, &place);
+        else
+            Encode(item, &place);
+    }
+
+    void EncodeOther(const DcmElement& element, const Place& place) const {
+        const OFCondition outcome = AppendOther(bytes_, element);
+        if (outcome.good())
+            return;
+        const std::string reason = outcome == EC_CannotChangeRepresentation
+                                       ? "The data set holds compressed images, which cannot be saved uncompressed."
+                                       : place.Name() + " cannot be written: " + outcome.text() + ".";
+        refuse_({DicomFailure(DicomFault::FileUnsaved, reason), {place.Path(), place.Words(), {}, {}, reason}});
+    }
+
+    void EncodeText(const TextElement& element, const Place& place) const {
+        const auto vr = element.Vr();
+        const auto text = element.Text();
         const auto kind = TextKindOf(vr);
         static const CharacterSet ascii{""};
-        const auto check = CheckText(text, kind ? set_ : ascii, kind.value_or(TextKind::Plain));
+        TextCheck check;
+        if (!IsPrintableAscii(text))
+            check = CheckText(text, kind ? set_ : ascii, kind.value_or(TextKind::Plain));
+        else
+            check.bytes = text;
         if (auto refusal = Judge(text, check, vr, place))
             refuse_(std::move(*refusal));
-        else if (check.bytes != text)
-            PutText(*copy, check.bytes);
-        return copy;
+        else
+            AppendText(place.tag, vr, check.bytes == text ? std::string_view{element.stored} : check.bytes);
+    }
+
+    void AppendText(Tag tag, std::string_view vr, std::string_view value) const {
+        const bool odd = value.size() % 2 == 1;
+        AppendHead(bytes_, tag, vr);
+        bytes_ += LittleEndian(static_cast<std::uint32_t>(value.size() + (odd ? 1 : 0)), LengthSizeOf(vr));
+        bytes_ += value;
+        if (odd)
+            bytes_ += vr == "UI" ? '\0' : ' ';
     }
 
     std::optional<Refusal> Judge(std::string_view text, const TextCheck& check, std::string_view vr,
@@ -179,64 +249,58 @@ private:
     std::string declared_;
     CharacterSet set_;
     const Refuse& refuse_;
+    std::string& bytes_;
 };
 
-std::unique_ptr<DcmDataset> Encoded(const DcmtkDataSet& source, const Refuse& refuse) {
-    auto target = std::make_unique<DcmDataset>();
-    Encoder{source.GetString(attribute::SpecificCharacterSet), refuse}.Encode(source, *target, nullptr);
-    return target;
+std::string Encoded(const DcmtkDataSet& source, const Refuse& refuse) {
+    std::string bytes;
+    Encoder{source.GetString(attribute::SpecificCharacterSet), refuse, bytes}.Encode(source, nullptr);
+    return bytes;
 }
 
-constexpr E_TransferSyntax FileSyntax = EXS_LittleEndianExplicit;
-constexpr std::string_view HoldsCompressedImages =
-    "The data set holds compressed images, which cannot be saved uncompressed.";
+std::string FirstUid(const DcmtkDataSet& source, const Attribute& attribute) {
+    const Value uid = source.GetValue(attribute);
+    const auto* text = std::get_if<std::string>(&uid);
+    return text == nullptr ? std::string{} : *text;
+}
+
+std::string_view TakeBytes(std::string_view& bytes, std::size_t count) {
+    const auto taken = bytes.substr(0, count);
+    bytes.remove_prefix(count);
+    return taken;
+}
 
 } // namespace
 
-std::unique_ptr<DcmDataset> EncodeDataSet(const DcmtkDataSet& source) {
-    return Encoded(source, [](const Refusal& refusal) { throw refusal.error; });
+EncodedDataSet EncodeDataSet(const DcmtkDataSet& source) {
+    return {FirstUid(source, attribute::SopClassUid), FirstUid(source, attribute::SopInstanceUid),
+            Encoded(source, [](const Refusal& refusal) { throw refusal.error; })};
 }
 
 std::vector<Unwritable> FindRefusals(const DcmtkDataSet& source) {
     std::vector<Unwritable> found;
-    const auto encoded = Encoded(source, [&](Refusal refusal) { found.push_back(std::move(refusal.element)); });
-    if (!encoded->canWriteXfer(FileSyntax))
-        found.push_back({{{attribute::PixelData, -1}},
-                         AttributeWords(attribute::PixelData),
-                         {},
-                         {},
-                         std::string{HoldsCompressedImages}});
+    Encoded(source, [&](Refusal refusal) { found.push_back(std::move(refusal.element)); });
     return found;
 }
 
-std::string UidOf(DcmDataset& dataSet, const DcmTagKey& tag) {
-    OFString uid;
-    dataSet.findAndGetOFString(tag, uid);
-    return uid;
+std::string InImplicitVr(std::string_view explicitVr) {
+    std::string bytes;
+    while (!explicitVr.empty()) {
+        const auto tag = TakeBytes(explicitVr, 4);
+        const bool item = tag == ItemTag;
+        const auto vr = item ? std::string_view{} : TakeBytes(explicitVr, 2);
+        if (!item && !ShortLengthVrs.Holds(vr))
+            TakeBytes(explicitVr, 2);
+        const auto length = TakeBytes(explicitVr, static_cast<std::size_t>(item ? LengthSize : LengthSizeOf(vr)));
+        const auto value = TakeBytes(explicitVr, LittleEndian(length));
+        bytes += tag;
+        AppendMeasured(bytes, [&] { bytes += item || vr == "SQ" ? InImplicitVr(value) : std::string{value}; });
+    }
+    return bytes;
 }
 
-std::string EncodeFile(std::unique_ptr<DcmDataset> dataSet) {
-    if (!dataSet->canWriteXfer(FileSyntax))
-        throw DicomFailure(DicomFault::FileUnsaved, std::string{HoldsCompressedImages});
-    std::array<char, 64UL * 1024> block{};
-    DcmOutputBufferStream stream{block.data(), static_cast<offile_off_t>(block.size())};
-    DcmWriteCache cache;
-    std::string bytes = FileMeta(UidOf(*dataSet, DCM_SOPClassUID), UidOf(*dataSet, DCM_SOPInstanceUID),
-                                 DcmXfer(FileSyntax).getXferID());
-    OFCondition outcome = EC_StreamNotifyClient;
-    dataSet->transferInit();
-    while (outcome == EC_StreamNotifyClient) {
-        outcome = dataSet->write(stream, FileSyntax, EET_ExplicitLength, &cache, EGL_withoutGL, EPD_withoutPadding);
-        void* written = nullptr;
-        offile_off_t length = 0;
-        stream.flushBuffer(written, length);
-        bytes.append(static_cast<const char*>(written), static_cast<std::size_t>(length));
-    }
-    dataSet->transferEnd();
-    if (outcome.bad())
-        throw DicomFailure(DicomFault::FileUnsaved,
-                           std::string{"The data set cannot be written as a DICOM file: "} + outcome.text() + ".");
-    return bytes;
+std::string EncodeFile(const EncodedDataSet& dataSet) {
+    return FileMeta(dataSet.sopClassUid, dataSet.sopInstanceUid, DcmXfer(FileSyntax).getXferID()) + dataSet.bytes;
 }
 
 } // namespace tavrel

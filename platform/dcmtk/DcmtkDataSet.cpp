@@ -7,7 +7,7 @@
 #include "platform/dcmtk/DcmtkStore.h"
 #include "platform/dcmtk/DicomFailure.h"
 #include "platform/dcmtk/DicomValues.h"
-#include "platform/dcmtk/TextElements.h"
+#include "platform/dcmtk/Elements.h"
 #include "platform/paths.h"
 #include "platform/posix/WholeFile.h"
 
@@ -27,20 +27,9 @@ bool IsBeyondAscii(char c) {
     return static_cast<unsigned char>(c) >= 0x80;
 }
 
-/// Blanks before these values mean nothing (PS3.5, table 6.2-1).
-bool IgnoresLeadingBlanks(std::string_view vr) {
-    return vr != "LT" && vr != "ST" && vr != "UT" && vr != "UC";
-}
-
-/// Index 0 of these names the whole text, whatever "\" it holds.
-bool IsAnsweredWhole(std::string_view vr) {
-    constexpr std::array<std::string_view, 8> whole{"LO", "SH", "PN", "UT", "LT", "ST", "UR", "UN"};
-    return std::ranges::find(whole, vr) != whole.end();
-}
-
-bool HoldsOneValue(std::string_view vr) {
-    return vr == "UT" || vr == "LT" || vr == "ST" || vr == "UR";
-}
+constexpr VrSet LeadingBlankVrs{"LT ST UT UC"};      ///< of all others blanks before a value mean nothing (PS3.5, 6.2)
+constexpr VrSet WholeVrs{"LO SH PN UT LT ST UR UN"}; ///< index 0 of these names the whole text, whatever "\" it holds
+constexpr VrSet SingleValueVrs{"UT LT ST UR"};
 
 std::string_view Part(std::string_view text, int index) {
     for (; index > 0; --index) {
@@ -52,9 +41,31 @@ std::string_view Part(std::string_view text, int index) {
     return text.substr(0, text.find('\\'));
 }
 
-std::string_view ValueVr(const DcmElement& element) {
-    const auto vr = VrOf(element);
-    return vr == "UN" ? DictionaryVrOf(element) : vr;
+std::string_view ValueVr(const DcmtkElement& element) {
+    if (const auto* text = std::get_if<TextElement>(&element))
+        return text->Vr();
+    const auto& other = *std::get<std::unique_ptr<DcmElement>>(element);
+    const auto vr = VrOf(other);
+    return vr == "UN" ? DictionaryVrOf(other) : vr;
+}
+
+DcmtkElement NewElement(const Attribute& attribute, std::string text) {
+    if (!IsTextVr(attribute.vr))
+        return NewNumber(attribute, text);
+    return TextElement{{attribute.vr[0], attribute.vr[1]}, std::move(text)};
+}
+
+DcmtkElement CopyOf(const DcmtkElement& element) {
+    if (const auto* text = std::get_if<TextElement>(&element))
+        return *text;
+    if (const auto* other = std::get_if<std::unique_ptr<DcmElement>>(&element))
+        return tavrel::CopyOf(**other);
+    const auto& items = std::get<DcmtkSequence>(element);
+    DcmtkSequence copies;
+    copies.reserve(items.size());
+    for (const auto& item : items)
+        copies.push_back(item->Copy());
+    return copies;
 }
 
 void CheckValueIndex(int valueIndex, Tag tag) {
@@ -110,41 +121,42 @@ void DcmtkDataSet::Adopt(DcmtkElements elements, std::string characterSet) {
     characterSet_ = std::move(characterSet);
 }
 
-const DcmElement* DcmtkDataSet::Find(Tag tag) const {
+const DcmtkElement* DcmtkDataSet::Find(Tag tag) const {
     file_&& tag.group <= file_->LastEarlyGroup() ? ParseEarlyPart() : ParseAll();
     const auto found = elements_.find(tag);
-    if (found == elements_.end())
+    if (found == elements_.end() || std::holds_alternative<DcmtkSequence>(found->second))
         return nullptr;
-    const auto* element = std::get_if<std::unique_ptr<DcmElement>>(&found->second);
-    return element == nullptr ? nullptr : element->get();
+    return &found->second;
 }
 
-std::string DcmtkDataSet::TextOf(const DcmElement& element) const {
-    const auto vr = VrOf(element);
+std::string DcmtkDataSet::TextOf(const DcmtkElement& element) const {
+    const auto* held = std::get_if<TextElement>(&element);
+    const auto* other = held != nullptr ? nullptr : std::get<std::unique_ptr<DcmElement>>(element).get();
+    const auto vr = held != nullptr ? held->Vr() : VrOf(*other);
     std::string text;
-    if (IsTextVr(vr)) {
-        text = RawText(element);
+    if (held != nullptr) {
+        text = held->Text();
         if (!TextKindOf(vr)) // codes, dates, UIDs: they have no character set, so a byte beyond ASCII means nothing
             std::ranges::replace_if(text, IsBeyondAscii, '?');
     } else if (vr == "UN") {
-        text = CharacterSet{characterSet_}.Decode(RawBytes(element), TextKind::Values);
+        text = CharacterSet{characterSet_}.Decode(RawBytes(*other), TextKind::Values);
     } else if (IsNumberVr(vr)) {
-        text = NumberText(element);
+        text = NumberText(*other);
     }
-    if (IgnoresLeadingBlanks(vr))
+    if (!LeadingBlankVrs.Holds(vr))
         text.erase(0, std::min(text.find_first_not_of(' '), text.size()));
     return text;
 }
 
 Value DcmtkDataSet::GetValue(const Attribute& attribute, int valueIndex) const {
-    const DcmElement* element = Find(attribute);
+    const DcmtkElement* element = Find(attribute);
     if (element == nullptr)
         return {};
-    const std::string text = TextOf(*element);
+    std::string text = TextOf(*element);
     const auto vr = ValueVr(*element);
-    if (text.empty() || valueIndex < 0 || (valueIndex > 0 && HoldsOneValue(vr)))
+    if (text.empty() || valueIndex < 0 || (valueIndex > 0 && SingleValueVrs.Holds(vr)))
         return {};
-    if (valueIndex == 0 && IsAnsweredWhole(vr))
+    if (valueIndex == 0 && WholeVrs.Holds(vr))
         return text;
     const auto part = Part(text, valueIndex);
     if (IsDateTimeVr(vr)) {
@@ -155,7 +167,7 @@ Value DcmtkDataSet::GetValue(const Attribute& attribute, int valueIndex) const {
 }
 
 std::string DcmtkDataSet::GetString(Tag tag) const {
-    const DcmElement* element = Find(tag);
+    const DcmtkElement* element = Find(tag);
     return element == nullptr ? std::string{} : TextOf(*element);
 }
 
@@ -233,17 +245,8 @@ bool DcmtkDataSet::Contains(const DcmtkDataSet& other) const {
 std::shared_ptr<DcmtkDataSet> DcmtkDataSet::Copy() const {
     auto copy = std::make_shared<DcmtkDataSet>(network_);
     DcmtkElements elements;
-    for (const auto& [tag, element] : Elements()) {
-        if (const auto* sequence = std::get_if<DcmtkSequence>(&element)) {
-            DcmtkSequence items;
-            items.reserve(sequence->size());
-            for (const auto& item : *sequence)
-                items.push_back(item->Copy());
-            elements.emplace_hint(elements.end(), tag, std::move(items));
-        } else {
-            elements.emplace_hint(elements.end(), tag, CopyOf(*std::get<std::unique_ptr<DcmElement>>(element)));
-        }
-    }
+    for (const auto& [tag, element] : Elements())
+        elements.emplace_hint(elements.end(), tag, CopyOf(element));
     copy->Adopt(std::move(elements), characterSet_);
     return copy;
 }
@@ -268,7 +271,7 @@ std::vector<Unwritable> DcmtkDataSet::FindUnwritable() const {
     return found;
 }
 
-std::unique_ptr<DcmDataset> DcmtkDataSet::Sendable(const StoreTarget& target) const {
+EncodedDataSet DcmtkDataSet::Sendable(const StoreTarget& target) const {
     try {
         if (network_ == nullptr)
             throw DicomFailure(DicomFault::NotSendable, "A data set of a program that only reads cannot be sent.");
@@ -288,8 +291,7 @@ void DcmtkDataSet::StoreToNode(std::string_view host, std::string_view port, std
     if (wait)
         network_->events.Expect(GetString(attribute::SopInstanceUid));
     try {
-        network_->background.Run("Storing the version ...",
-                                 [&] { StoreDataSet(*encoded, target, network_->timeouts); });
+        network_->background.Run("Storing the version ...", [&] { StoreDataSet(encoded, target, network_->timeouts); });
     } catch (const std::exception& failure) {
         throw DicomFailure(DicomFault::NotStored, "The version could not be stored by the storage service " +
                                                       target.Name() + ": " + failure.what() + ".");

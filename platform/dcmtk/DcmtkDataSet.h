@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/dcmtk/DicomFile.h"
+#include "platform/dcmtk/TextElements.h"
 #include "platform/dicom.h"
 
 #include <map>
@@ -10,22 +11,20 @@
 #include <variant>
 #include <vector>
 
-class DcmDataset;
-class DcmElement;
-
 namespace tavrel {
 
 class DcmtkDataSet;
 struct DcmtkNetwork;
+struct EncodedDataSet;
 struct StoreTarget;
 
 using DcmtkSequence = std::vector<std::shared_ptr<DcmtkDataSet>>;
-using DcmtkElement = std::variant<std::unique_ptr<DcmElement>, DcmtkSequence>;
+using DcmtkElement = std::variant<TextElement, std::unique_ptr<DcmElement>, DcmtkSequence>;
 using DcmtkElements = std::map<Tag, DcmtkElement>;
 
-/// A data set or item. The toolkit's objects are the leaves only; sequences are this class's own, so
-/// that a handle stays sound whatever becomes of the sequence that holds it. Text is kept in UTF-8,
-/// decoded when the file is parsed, so a later change of the declared character set harms nothing.
+/// A data set or item. The toolkit's objects are those leaves only that hold no text; sequences are this class's own,
+/// so that a handle stays sound whatever becomes of the sequence that holds it. Text is kept in UTF-8, decoded when
+/// the file is parsed, so a later change of the declared character set harms nothing.
 /// Elements of group 0002 are kept beside the others and never written into the data set.
 class DcmtkDataSet final : public DicomDataSet, public std::enable_shared_from_this<DcmtkDataSet> {
 public:
@@ -62,13 +61,14 @@ private:
     void ParseEarlyPart() const;
     void ParseAll() const;
     void ReadInto(const ParsedFile& file) const;
-    const DcmElement* Find(Tag tag) const;
+    /// No sequence.
+    const DcmtkElement* Find(Tag tag) const;
     const DcmtkSequence* FindSequence(Tag tag) const;
     bool Contains(const DcmtkDataSet& other) const;
-    std::string TextOf(const DcmElement& element) const;
+    std::string TextOf(const DcmtkElement& element) const;
     std::vector<Unwritable> MissingUids() const;
     /// A data set that cannot go out as it stands is an error.
-    std::unique_ptr<DcmDataset> Sendable(const StoreTarget& target) const;
+    EncodedDataSet Sendable(const StoreTarget& target) const;
 
     std::shared_ptr<const DcmtkNetwork> network_;
     std::weak_ptr<const DcmtkDataSet> holder_; ///< the data set whose sequence holds this item

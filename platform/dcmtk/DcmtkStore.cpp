@@ -10,6 +10,7 @@
 
 #include <dcmtk/dcmdata/dcdatset.h>
 #include <dcmtk/dcmdata/dcdeftag.h>
+#include <dcmtk/dcmdata/dcostrma.h>
 #include <dcmtk/dcmdata/dcuid.h>
 #include <dcmtk/dcmnet/assoc.h>
 #include <dcmtk/dcmnet/dcmlayer.h>
@@ -77,6 +78,25 @@ private:
     DcmNativeSocketType socket_ = -1;
 };
 
+/// Hands the toolkit a data set that is encoded already, as it asks for it.
+class EncodedForSending final : public DcmDataset {
+public:
+    explicit EncodedForSending(std::string_view bytes) : left_(bytes) {}
+
+    OFBool isEmpty(const OFBool) override { return OFFalse; }
+    OFBool canWriteXfer(const E_TransferSyntax, const E_TransferSyntax) override { return OFTrue; }
+    using DcmDataset::write;
+    OFCondition write(DcmOutputStream& stream, const E_TransferSyntax, const E_EncodingType, DcmWriteCache*,
+                      const E_GrpLenEncoding, const E_PaddingEncoding, const Uint32, const Uint32, Uint32) override {
+        const auto length = std::min(static_cast<offile_off_t>(left_.size()), stream.avail());
+        left_.remove_prefix(static_cast<std::size_t>(stream.write(left_.data(), length)));
+        return left_.empty() ? EC_Normal : EC_StreamNotifyClient;
+    }
+
+private:
+    std::string_view left_;
+};
+
 Error NotStored(const std::string& what, const OFCondition& why) {
     return DicomFailure(DicomFault::NotStored, what + ": " + why.text());
 }
@@ -131,7 +151,8 @@ public:
     Association& operator=(const Association&) = delete;
     ~Association() { Destroy(); }
 
-    void Store(DcmDataset& dataSet, const std::string& sopClass, const std::string& sopInstance, int answerSeconds) {
+    void Store(const EncodedDataSet& dataSet, int answerSeconds) {
+        const auto& [sopClass, sopInstance, explicitVr] = dataSet;
         const auto context = ASC_findAcceptedPresentationContextID(association_, sopClass.c_str());
         if (context == 0)
             throw DicomFailure(DicomFault::NotStored, "the service does not take this kind of document");
@@ -141,10 +162,12 @@ public:
         request.Priority = DIMSE_PRIORITY_MEDIUM;
         sopClass.copy(request.AffectedSOPClassUID, sizeof request.AffectedSOPClassUID - 1);
         sopInstance.copy(request.AffectedSOPInstanceUID, sizeof request.AffectedSOPInstanceUID - 1);
+        const std::string implicitVr = context == ImplicitVrContext ? InImplicitVr(explicitVr) : std::string{};
+        EncodedForSending sent{context == ImplicitVrContext ? implicitVr : explicitVr};
         T_DIMSE_C_StoreRSP response{};
         DcmDataset* received = nullptr;
-        const OFCondition outcome = DIMSE_storeUser(association_, context, &request, nullptr, &dataSet, nullptr,
-                                                    nullptr, DIMSE_NONBLOCKING, answerSeconds, &response, &received);
+        const OFCondition outcome = DIMSE_storeUser(association_, context, &request, nullptr, &sent, nullptr, nullptr,
+                                                    DIMSE_NONBLOCKING, answerSeconds, &response, &received);
         const std::unique_ptr<DcmDataset> detail{received};
         if (outcome.bad())
             throw NotStored("the service did not answer", outcome);
@@ -188,8 +211,8 @@ private:
         ASC_setPresentationAddresses(parameters, "localhost", address.c_str());
         std::array<const char*, 2> syntaxes{UID_LittleEndianExplicitTransferSyntax,
                                             UID_LittleEndianImplicitTransferSyntax};
-        ASC_addPresentationContext(parameters, 1, sopClass.c_str(), syntaxes.data(), 1);
-        ASC_addPresentationContext(parameters, 3, sopClass.c_str(), syntaxes.data() + 1, 1);
+        ASC_addPresentationContext(parameters, ExplicitVrContext, sopClass.c_str(), syntaxes.data(), 1);
+        ASC_addPresentationContext(parameters, ImplicitVrContext, sopClass.c_str(), syntaxes.data() + 1, 1);
         return parameters;
     }
 
@@ -221,6 +244,9 @@ private:
             ASC_dropNetwork(&network_);
     }
 
+    static constexpr T_ASC_PresentationContextID ExplicitVrContext = 1;
+    static constexpr T_ASC_PresentationContextID ImplicitVrContext = 3;
+
     PromptLayer layer_;
     T_ASC_Network* network_ = nullptr;
     T_ASC_Association* association_ = nullptr;
@@ -244,11 +270,9 @@ void CheckTarget(const StoreTarget& target) {
         throw DicomFailure(DicomFault::NotSendable, "\"" + target.port + "\" is no port of a storage service.");
 }
 
-void StoreDataSet(DcmDataset& dataSet, const StoreTarget& target, const StoreTimeouts& timeouts) {
-    const std::string sopClass = UidOf(dataSet, DCM_SOPClassUID);
-    const std::string sopInstance = UidOf(dataSet, DCM_SOPInstanceUID);
-    Association association{target, sopClass, timeouts};
-    association.Store(dataSet, sopClass, sopInstance, static_cast<int>(timeouts.answer.count()));
+void StoreDataSet(const EncodedDataSet& dataSet, const StoreTarget& target, const StoreTimeouts& timeouts) {
+    Association association{target, dataSet.sopClassUid, timeouts};
+    association.Store(dataSet, static_cast<int>(timeouts.answer.count()));
     association.Release();
 }
 

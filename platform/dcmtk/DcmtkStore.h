@@ -4,9 +4,9 @@
 
 #include <string>
 
-class DcmDataset;
-
 namespace tavrel {
+
+struct EncodedDataSet;
 
 /// A storage service as a report names it.
 struct StoreTarget {
@@ -25,6 +25,6 @@ void CheckTarget(const StoreTarget& target);
 /// Sends an encoded data set in one association (C-STORE, PS3.4 annex B). Blocks for no longer than
 /// the time-outs; every failure is an Error that says what went wrong. The status warnings (Bxxx)
 /// count as stored.
-void StoreDataSet(DcmDataset& dataSet, const StoreTarget& target, const StoreTimeouts& timeouts);
+void StoreDataSet(const EncodedDataSet& dataSet, const StoreTarget& target, const StoreTimeouts& timeouts);
 
 } // namespace tavrel

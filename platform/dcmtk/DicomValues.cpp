@@ -95,21 +95,26 @@ Error BadValue(std::string_view text, const Attribute& attribute) {
     return DicomFailure(DicomFault::BadValue, std::move(description));
 }
 
+/// The last digits of a number, with leading zeros.
+std::string Digits(int number, std::size_t count) {
+    std::string digits(count, '0');
+    for (; count > 0; number /= 10)
+        digits[--count] = static_cast<char>('0' + number % 10);
+    return digits;
+}
+
 std::string MomentText(const DateTime& moment, const Attribute& attribute) {
     const auto vr = attribute.vr;
     if (!IsValid(moment))
         throw BadValue("A date that the calendar does not have", attribute);
     if (vr != "TM" && !moment.HasDate())
         return {};
-    std::array<char, 32> text{};
-    if (vr == "DA")
-        std::snprintf(text.data(), text.size(), "%04d%02d%02d", moment.year, moment.month, moment.day);
-    else if (vr == "TM")
-        std::snprintf(text.data(), text.size(), "%02d%02d%02d", moment.hour, moment.minute, moment.second);
-    else
-        std::snprintf(text.data(), text.size(), "%04d%02d%02d%02d%02d%02d", moment.year, moment.month, moment.day,
-                      moment.hour, moment.minute, moment.second);
-    return text.data();
+    std::string text;
+    if (vr != "TM")
+        text += Digits(moment.year, 4) + Digits(moment.month, 2) + Digits(moment.day, 2);
+    if (vr != "DA")
+        text += Digits(moment.hour, 2) + Digits(moment.minute, 2) + Digits(moment.second, 2);
+    return text;
 }
 
 /// Runs `fits` over each value of a multi-valued text.
@@ -227,6 +232,8 @@ std::string DicomText(const Value& value, const Attribute& attribute) {
 }
 
 std::string WithCrLf(std::string_view text) {
+    if (text.find('\r') == std::string_view::npos && text.find('\n') == std::string_view::npos)
+        return std::string{text};
     std::string result;
     result.reserve(text.size());
     for (std::size_t at = 0; at < text.size(); ++at) {

@@ -1,10 +1,39 @@
 #pragma once
 
+#include "platform/text.h"
+
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
 
 namespace tavrel {
+
+/// A set of VRs: a table, since one is asked for every element of a report.
+class VrSet {
+public:
+    /// VRs in capital letters with a blank between.
+    constexpr explicit VrSet(std::string_view vrs) {
+        for (; vrs.size() >= 2; vrs.remove_prefix(vrs.size() > 2 ? 3 : 2))
+            held_[Place(vrs)] = true;
+    }
+    constexpr bool Holds(std::string_view vr) const {
+        return vr.size() == 2 && IsUpper(vr[0]) && IsUpper(vr[1]) && held_[Place(vr)];
+    }
+
+private:
+    static constexpr std::size_t Letters = 26;
+    static constexpr std::size_t Place(std::string_view vr) {
+        return static_cast<std::size_t>(vr[0] - 'A') * Letters + static_cast<std::size_t>(vr[1] - 'A');
+    }
+
+    std::array<bool, Letters * Letters> held_{};
+};
+
+/// The VRs whose length has 16 bits (PS3.5, table 7.1-2); that of all others, those of later editions too, has 32 bits
+/// after two reserved bytes.
+inline constexpr VrSet ShortLengthVrs{"AE AS AT CS DA DS DT FD FL IS LO LT PN SH SL SS ST TM UI UL US"};
 
 /// A number of data elements, little endian.
 inline std::string LittleEndian(std::uint32_t number, int size) {

@@ -1,5 +1,6 @@
 #include "platform/dcmtk/StructuralScan.h"
 
+#include "platform/dcmtk/Elements.h"
 #include "platform/text.h"
 
 #include <dcmtk/config/osconfig.h>
@@ -23,22 +24,6 @@ constexpr std::uint32_t UndefinedLength = 0xFFFFFFFF;
 constexpr std::uint64_t PreambleSize = 132;
 
 constexpr std::array<std::string_view, 2> DeflatedSyntaxes{"1.2.840.10008.1.2.1.99", "1.2.840.10008.1.2.4.95"};
-
-constexpr std::size_t Letters = 26;
-
-constexpr std::size_t VrIndex(char first, char second) {
-    return static_cast<std::size_t>(first - 'A') * Letters + static_cast<std::size_t>(second - 'A');
-}
-
-/// Whether a VR's length has 16 bits (PS3.5, table 7.1-2); all others, those of later editions too,
-/// have 32 bits after two reserved bytes. A table, since it is asked for every element of a report.
-constexpr auto ShortLength = [] {
-    constexpr std::string_view shortVrs = "AEASATCSDADSDTFDFLISLOLTPNSHSLSSSTTMUIULUS";
-    std::array<bool, Letters * Letters> table{};
-    for (std::size_t at = 0; at < shortVrs.size(); at += 2)
-        table[VrIndex(shortVrs[at], shortVrs[at + 1])] = true;
-    return table;
-}();
 
 /// What stands at the VR's place in the element header `at`.
 std::array<char, 2> VrAt(const std::uint8_t* at) {
@@ -110,7 +95,7 @@ private:
         header.vr = VrAt(at);
         if (!IsVr(header.vr))
             throw StructureFault("an element has no valid type");
-        if (ShortLength[VrIndex(header.vr[0], header.vr[1])]) {
+        if (ShortLengthVrs.Holds(header.Vr())) {
             header.length = Number16(at + 6, encoding.bigEndian);
             return header;
         }

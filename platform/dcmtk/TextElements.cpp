@@ -2,6 +2,7 @@
 
 #include "platform/dcmtk/DicomFailure.h"
 #include "platform/dcmtk/DicomValues.h"
+#include "platform/dcmtk/Elements.h"
 #include "platform/text.h"
 
 #include <dcmtk/config/osconfig.h>
@@ -13,13 +14,10 @@
 namespace tavrel {
 namespace {
 
-constexpr std::string_view TextVrs = "AE AS CS DA DS DT IS LO LT PN SH ST TM UC UI UR UT ";
-constexpr std::string_view NumberVrs = "AT FD FL SL SS SV UL US UV ";
-
-bool Holds(std::string_view vrs, std::string_view vr) {
-    const auto at = vrs.find(vr);
-    return vr.size() == 2 && at != std::string_view::npos && at % 3 == 0;
-}
+constexpr VrSet TextVrs{"AE AS CS DA DS DT IS LO LT PN SH ST TM UC UI UR UT"};
+constexpr VrSet NumberVrs{"AT FD FL SL SS SV UL US UV"};
+constexpr VrSet MultipleTextVrs{"LO SH UC"};
+constexpr VrSet SingleTextVrs{"LT ST UT"};
 
 std::string_view WithoutPadding(std::string_view text) {
     return TrimmedRight(text, std::string_view{" \0", 2});
@@ -30,7 +28,24 @@ DcmElement& Accessible(const DcmElement& element) {
     return const_cast<DcmElement&>(element);
 }
 
+std::string_view StoredCharacters(const DcmElement& element) {
+    char* text = nullptr;
+    Uint32 length = 0;
+    if (Accessible(element).getString(text, length).bad() || text == nullptr)
+        return {};
+    return {text, length};
+}
+
 } // namespace
+
+std::string_view TextElement::Text() const {
+    return WithoutPadding(stored);
+}
+
+TextElement StoredText(const DcmElement& element) {
+    const auto vr = VrOf(element);
+    return {{vr[0], vr[1]}, std::string{StoredCharacters(element)}};
+}
 
 std::string_view VrOf(const DcmElement& element) {
     return DcmVR{Accessible(element).getVR()}.getValidVRName();
@@ -44,19 +59,19 @@ std::string_view DictionaryVrOf(const DcmElement& element) {
 std::optional<TextKind> TextKindOf(std::string_view vr) {
     if (vr == "PN")
         return TextKind::PersonName;
-    if (Holds("LO SH UC ", vr))
+    if (MultipleTextVrs.Holds(vr))
         return TextKind::Values;
-    if (Holds("LT ST UT ", vr))
+    if (SingleTextVrs.Holds(vr))
         return TextKind::Plain;
     return std::nullopt;
 }
 
 bool IsTextVr(std::string_view vr) {
-    return Holds(TextVrs, vr);
+    return TextVrs.Holds(vr);
 }
 
 bool IsNumberVr(std::string_view vr) {
-    return Holds(NumberVrs, vr);
+    return NumberVrs.Holds(vr);
 }
 
 std::string NumberText(const DcmElement& element) {
@@ -67,11 +82,7 @@ std::string NumberText(const DcmElement& element) {
 }
 
 std::string_view RawText(const DcmElement& element) {
-    char* text = nullptr;
-    Uint32 length = 0;
-    if (Accessible(element).getString(text, length).bad() || text == nullptr)
-        return {};
-    return WithoutPadding({text, length});
+    return WithoutPadding(StoredCharacters(element));
 }
 
 std::string_view RawBytes(const DcmElement& element) {
@@ -90,9 +101,9 @@ void PutText(DcmElement& element, std::string_view text) {
     }
 }
 
-std::unique_ptr<DcmElement> NewElement(const Attribute& attribute, std::string_view text) {
+std::unique_ptr<DcmElement> NewNumber(const Attribute& attribute, std::string_view text) {
     const std::string vr{attribute.vr};
-    if (!Holds(TextVrs, vr) && !Holds(NumberVrs, vr))
+    if (!IsNumberVr(vr))
         throw DicomFailure(DicomFault::BadValue,
                            "A value of VR \"" + vr + "\" cannot be written to " + AttributeName(attribute) + ".");
     DcmElement* made = nullptr;

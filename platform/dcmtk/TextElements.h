@@ -3,6 +3,7 @@
 #include "platform/dcmtk/CharacterSet.h"
 #include "platform/dicom.h"
 
+#include <array>
 #include <memory>
 #include <optional>
 #include <string>
@@ -11,6 +12,16 @@
 class DcmElement;
 
 namespace tavrel {
+
+/// An element whose value is characters: in UTF-8 where its VR depends on the character set, with the padding that its
+/// file had. The toolkit's own objects cost ten times as much to make, to copy and to write.
+struct TextElement {
+    std::array<char, 2> vr{};
+    std::string stored;
+
+    std::string_view Vr() const { return {vr.data(), vr.size()}; }
+    std::string_view Text() const; ///< without padding
+};
 
 /// The two letters of the element's VR; "UN" for one that is not known.
 std::string_view VrOf(const DcmElement& element);
@@ -39,8 +50,11 @@ std::string_view RawBytes(const DcmElement& element);
 /// Replaces the stored characters.
 void PutText(DcmElement& element, std::string_view text);
 
-/// A new element; an unknown VR, or one whose value is no text or number, is an error.
-std::unique_ptr<DcmElement> NewElement(const Attribute& attribute, std::string_view text);
+/// The element as text, as its file has it; not yet decoded.
+TextElement StoredText(const DcmElement& element);
+
+/// A new element of a number; an unknown VR is an error.
+std::unique_ptr<DcmElement> NewNumber(const Attribute& attribute, std::string_view text);
 
 std::unique_ptr<DcmElement> CopyOf(const DcmElement& element);
 

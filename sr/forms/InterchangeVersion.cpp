@@ -232,9 +232,9 @@ void InterchangeVersion::Write(const VersionContent& content, const DataSetList&
     const DataSetHandle written = versions.Item(versions.Count() - 1);
     const ItemBuilder version(Dicom(), written);
     const DateTime now = global_.ports.clock.Now();
-    const auto saversBefore = Participants(*written);
     const auto saver = Saver(now);
-    const auto& author = content.approved && !saversBefore.empty() ? saversBefore.back() : saver;
+    const auto saversBefore = content.approved ? Participants(*written) : std::vector<ObservationContext>();
+    const auto& author = !saversBefore.empty() ? saversBefore.back() : saver;
 
     version.Set(attribute::SpecificCharacterSet, std::string(CharacterSet()));
     version.Set(attribute::SopClassUid, std::string(BasicTextSr));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/attributes.h"
+#include "platform/dcmtk/Elements.h"
 
 #include <cstdint>
 #include <string>
@@ -89,7 +90,7 @@ private:
         if (!encoding_.explicitVr)
             return Number(length, 4);
         bytes_ += attribute.vr;
-        if (attribute.vr != "SQ" && attribute.vr != "UT" && attribute.vr != "OW")
+        if (ShortLengthVrs.Holds(attribute.vr))
             return Number(length, 2);
         Number(0, 2);
         Number(length, 4);
