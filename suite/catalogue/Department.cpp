@@ -23,10 +23,11 @@ struct Right {
     std::string_view what;
 };
 
-/// The site's data and its signatures are the owner's to set, and the audit trail only grows.
+/// The site's data, its signatures and its archive are the owner's to set, and the audit trail only grows.
 constexpr std::array FewerRights{
     Right{"Workstation", "SELECT"},     Right{"SiteData", "SELECT"},     Right{"Users", "SELECT"},
     Right{"History", "SELECT, INSERT"}, Right{"Port", "SELECT, UPDATE"}, Right{"DicomServer", "SELECT, UPDATE"},
+    Right{"Archive", "SELECT"},
 };
 
 std::string RightsOn(std::string_view table) {

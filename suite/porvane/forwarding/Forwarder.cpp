@@ -31,7 +31,9 @@ constexpr int MostSeriesAtOnce = 20;
 constexpr int MostRefusals = 5;
 constexpr int MostPausesOfTheArchive = 6; ///< 2 s and their doubles, to two minutes
 constexpr int ReportTurn = 1;
-constexpr milliseconds IdlePause = seconds(2);
+constexpr milliseconds IdlePause = seconds(2); ///< fifty services ask the catalogue 25 times a second
+constexpr milliseconds BusyPause{200};
+constexpr seconds BusyTime{10}; ///< for which more is expected
 constexpr milliseconds FailedPause = seconds(5);
 constexpr seconds BlockedPause{300};
 constexpr seconds ForAPresentationState{5};
@@ -90,7 +92,7 @@ void Forwarder::GoOn() {
 void Forwarder::Run(const std::stop_token& stop) {
     const std::stop_callback wake(stop, [this] { eventfd_write(wakeUp_, 1); });
     while (!stop.stop_requested()) {
-        milliseconds pause = IdlePause;
+        milliseconds pause = Clock::now() < busyUntil_ ? BusyPause : IdlePause;
         try {
             if (Pass(stop))
                 pause = milliseconds(0);
@@ -118,6 +120,7 @@ bool Forwarder::Pass(const std::stop_token& stop) {
             if (stop.stop_requested())
                 return false;
             sent = SendSeries(series, stop) || sent;
+            busyUntil_ = Clock::now() + BusyTime;
         }
         Ask(stop);
     } catch (const ArchiveLost& lost) {

@@ -60,6 +60,7 @@ private:
     std::optional<OutgoingQueue> queue_;
     int notReached_ = 0;
     Clock::time_point restsUntil_ = Clock::now();
+    Clock::time_point busyUntil_ = Clock::now();
     std::string said_;
     int wakeUp_;
     std::jthread thread_;
