@@ -237,11 +237,9 @@ public:
 
 private:
     /// Does something at its moment and writes down how it went. `work` answers what is wrong with the outcome.
-    bool Act(const char* what, const std::function<std::string()>& work) {
-        editor_.clock.Pass(VisitOfADay / StepsAVisit);
-        return Act(what, pace_.Await(), work);
-    }
+    bool Act(const char* what, const std::function<std::string()>& work) { return Act(what, pace_.Await(), work); }
     bool Act(const char* what, Seconds late, const std::function<std::string()>& work) {
+        editor_.clock.Pass(VisitOfADay / StepsAVisit); // two versions of one second would have one name
         auto& messages = editor_.windows.messages;
         messages.clear();
         const Moment begin = std::chrono::steady_clock::now();

@@ -6,6 +6,7 @@ import csv
 import functools
 import os
 import pathlib
+import random
 import re
 import select
 import shutil
@@ -23,6 +24,7 @@ FINDINGS = 5000  # of the department's table, beside those of the suite
 OWNER, OWNERS_ENTRY, PASSWORD = "orbenta", "OrbentaOwner", "orbenta"
 STUDIES = "studies"
 BRIDGE, LINK, SERVER, NETWORK = "department", "desk", "10.77.0.1", 16
+CONNECTIONS = 1000  # that the server takes; a desk keeps three: its editor, its viewer, its storage service
 PATIENCE = 120  # seconds, for whatever is awaited
 
 
@@ -83,9 +85,12 @@ def bytes_on_network():
 
 
 def free_port():
-    with socket.socket() as free:
-        free.bind(("127.0.0.1", 0))
-        return free.getsockname()[1]
+    """Below the ports that outgoing connections take."""
+    while True:
+        port = random.randrange(20000, 32000)
+        with socket.socket() as probe:
+            if probe.connect_ex(("127.0.0.1", port)) != 0:
+                return port
 
 
 # The database
@@ -114,7 +119,7 @@ class PostgresqlServer:
         self._server = subprocess.Popen(
             [*self._as, "setpriv", "--pdeathsig", "INT", self._programs / "postgres", "-D", self._folder / "data",
              "-p", str(self.port), "-k", self._folder, "-c", f"listen_addresses=127.0.0.1,{self.address}",
-             "-c", "max_connections=1000"],
+             "-c", f"max_connections={CONNECTIONS}"],
             cwd=self._folder, stdout=(self._folder / "log").open("w"), stderr=subprocess.STDOUT)
         wait_until(lambda: self._client("postgres", "SELECT 1", check=False).returncode == 0, "the database server")
         self._client("postgres", "CREATE DATABASE orbenta")
@@ -184,6 +189,13 @@ class GaleraCluster:
         self._password = folder / "password"
         self._password.write_text(PASSWORD + "\n")
         wait_until(lambda: self._client("SELECT 1", check=False).returncode == 0, "the cluster")
+        for node in (1, 2, 3):
+            self._as_root(f"galera-{node}", f"SET GLOBAL max_connections = {CONNECTIONS}")
+
+    def _as_root(self, node, statement):
+        return subprocess.run(["mariadb", "--no-defaults", "--user=root", "-NB", "-e", statement,
+                               f"--socket={os.environ['ENGINES_FOLDER']}/mysql/{node}.socket"],
+                              capture_output=True, text=True).stdout
 
     def _client(self, statement, check=True):
         ended = subprocess.run(["mariadb", "--no-defaults", "--protocol=tcp", f"--host={self.address}",
@@ -210,12 +222,10 @@ class GaleraCluster:
         return {}  # the engine guesses
 
     def waits(self):
-        sessions = subprocess.run(
-            ["mariadb", "--no-defaults", "--user=root", "-NB", "-e",
-             "SELECT coalesce(nullif(STATE, ''), COMMAND), count(*) FROM information_schema.PROCESSLIST"
-             " WHERE COMMAND <> 'Sleep' AND USER LIKE 'desk%' GROUP BY 1",
-             f"--socket={os.environ['ENGINES_FOLDER']}/mysql/{self.serving}.socket"], capture_output=True, text=True)
-        return {what: int(count) for what, count in (line.split("\t") for line in sessions.stdout.splitlines())}
+        sessions = self._as_root(
+            self.serving, "SELECT coalesce(nullif(STATE, ''), COMMAND), count(*) FROM information_schema.PROCESSLIST"
+            " WHERE COMMAND <> 'Sleep' AND USER LIKE 'desk%' GROUP BY 1")
+        return {what: int(count) for what, count in (line.split("\t") for line in sessions.splitlines())}
 
     def kill_node(self):
         run(os.environ["CLUSTER_NODE"], "kill", self.serving)
@@ -238,7 +248,7 @@ class Workstation:
         (self.folder / "state").mkdir()
         self._port = 10404 if networks_apart() else free_port()
         department.join(number, self._port, self.folder / "odbc.ini")
-        command = [HERE / "workstation", number, self.folder, department.studies(number), self._port]
+        command = [HERE / "workstation", number, self.folder, department.folder / STUDIES, self._port]
         if networks_apart():
             # Over the first address of the network come the desks'.
             command = ["unshare", "--net", *command, f"10.77.{1 + number // 250}.{1 + number % 250}/{NETWORK}"]
@@ -271,6 +281,10 @@ class Workstation:
 
     def dismiss(self):
         self._process.stdin.close()
+
+    def end(self):
+        self.dismiss()
+        self._process.wait(PATIENCE)
 
     def await_end(self):
         if self._process.wait(PATIENCE) != 0:
@@ -313,15 +327,17 @@ class Department:
                        "--file", entry)
         self._as_owner("user", f"desk{number}", "--signature", signature(number))
 
-    def studies(self, number):
-        return self.folder / STUDIES
-
     def grow(self, desks):
         """Has that many desks, all ready."""
         added = [Workstation(self, number) for number in range(len(self.desks) + 1, desks + 1)]
-        self.desks += added
         for desk in added:
-            desk.await_ready()
+            try:
+                desk.await_ready()
+            except Failure:
+                for other in added:
+                    other.end()
+                raise
+        self.desks += added
 
     def begin(self, seconds, visit):
         """All desks work for so long, a visit in so many seconds, or as fast as they can."""

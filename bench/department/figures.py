@@ -23,7 +23,7 @@ def percentile(values, share):
 
 
 def digits(number):
-    return f"{number:,.0f}" if number >= 1000 else f"{number:.3g}"
+    return f"{number:,.0f}" if number >= 999.5 else f"{number:.3g}"
 
 
 def a_second(go):
@@ -150,10 +150,20 @@ def draw(all_results):
     figure.savefig(PICTURE, dpi=80)
 
 
+def merged(all_results):
+    """One for each catalogue, with the goes of all its files."""
+    by_catalogue = {}
+    for results in all_results:
+        goes = by_catalogue.setdefault(results["catalogue"], {**results, "goes": []})["goes"]
+        known = {(go["desks"], go["visit"]) for go in goes}
+        goes += [go for go in results["goes"] if go["killed"] or (go["desks"], go["visit"]) not in known]
+    return list(by_catalogue.values())
+
+
 def main():
     if len(sys.argv) < 2:
         sys.exit(__doc__)
-    all_results = [json.loads(pathlib.Path(file).read_text()) for file in sys.argv[1:]]
+    all_results = merged(json.loads(pathlib.Path(file).read_text()) for file in sys.argv[1:])
     before, rest = README.read_text().split(MARKS[0])
     _, after = rest.split(MARKS[1])
     README.write_text(before + MARKS[0] + "\n".join(map(tables, all_results)) + MARKS[1] + after)

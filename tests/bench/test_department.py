@@ -1,5 +1,6 @@
 #!/usr/bin/python3
-"""What the department's judge finds missing of what desks were told; rows and desks are fakes, the files are real."""
+"""What the department's judge finds missing of what desks were told, and what its tables say; rows and desks are fakes,
+the files are real."""
 
 import sys
 import tempfile
@@ -9,7 +10,9 @@ from pathlib import Path
 
 sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "bench" / "department"))
 
+import figures
 import measures
+import pydicom
 from pydicom.dataset import Dataset, FileDataset, FileMetaDataset
 
 BASIC_TEXT_SR = "1.2.840.10008.5.1.4.1.1.88.11"
@@ -100,6 +103,13 @@ class TheJudge(unittest.TestCase):
         self.file(observer="Physician^Desk2")
         self.assertIn("Physician^Desk2", self.lost())
 
+    def test_knows_the_physicians_of_either_form(self):
+        self.file()
+        dataset = pydicom.dcmread(self.report / "img_000001.dcm")
+        dataset.VerifyingObserverSequence = [item(VerifyingObserverName="Physician^Desk2")]
+        dataset.save_as(self.report / "img_000001.dcm")
+        self.assertIn("Physician^Desk2", self.lost())
+
     def test_looks_for_what_was_kept_as_well(self):
         self.tell("Saved at 22/11/2026 08:00:00; waiting for the storage service (1 version)", wrong="It is kept.")
         self.assertIn("0 rows", self.lost())
@@ -107,6 +117,26 @@ class TheJudge(unittest.TestCase):
     def test_looks_for_nothing_that_was_not_told(self):
         self.tell("NOT STORED: the database cannot be opened")
         self.assertEqual(self.judge().told, 0)
+
+
+class TheTables(unittest.TestCase):
+
+    def tables(self, **changed):
+        go = {"desks": 50, "visit": 10, "killed": None, "seconds": 2, "late": 0, "errors": [], "lost": 0, "waits": {},
+              "actions": {"save": {"count": 30, "median": 12, "p99": 34}}, "processor": {"postgres": 0.5, "porvane": 0.25},
+              "counters": {"syncs of the disk": 40}, **changed}
+        return figures.tables({"catalogue": "PostgreSQL", "goes": [go]})
+
+    def test_tell_how_far_the_day_is_pressed_together(self):
+        self.assertIn("18 times", self.tables())
+
+    def test_have_rates_by_the_second(self):
+        self.assertIn("| 50 | 15 |  |  |  | 12 / 34 |  |  | 0 | 0 | 0 | 0.50 / 0.25 / 0.00 | 20 |", self.tables())
+
+    def test_tell_what_was_said_when_a_node_was_killed(self):
+        told = ["desk 1, save: Lost: connection, at once", "desk 2, save: Lost: connection, at once", "desk 3, open: Gone"]
+        text = self.tables(killed=1, errors=told)
+        self.assertIn("| save | 2 | Lost: connection, at once |\n| open | 1 | Gone |", text)
 
 
 if __name__ == "__main__":
