@@ -110,8 +110,9 @@ def tables(results):
         for error in go["errors"]:
             _, action, told = (part.strip() for part in error.replace(":", ",", 1).split(",", 2))
             words.setdefault(action, []).append(told)
-        text += table(("while", "told", "the first of them"), [
-            (action, len(told), told[0].replace("|", "/")) for action, told in words.items()]) + "\n"
+        text += (table(("while", "told", "the first of them"), [
+            (action, len(told), told[0].replace("|", "/")) for action, told in words.items()])
+            if words else "Nobody was shown a message.\n") + "\n"
     return text
 
 

@@ -36,8 +36,9 @@ def programs_below(root):
         program = line[line.index("(") + 1:line.rindex(")")]
         fields = line[line.rindex(")") + 2:].split()
         parents[int(folder.name)] = int(fields[1])
-        # Its children's that have ended as well: a server makes a process for each connection.
-        found[int(folder.name)] = (program, sum(map(int, fields[11:15])) / TICKS)
+        # Of this server its children's that have ended as well: it makes a process for each connection.
+        spent = fields[11:15] if program == "postgres" else fields[11:13]
+        found[int(folder.name)] = (program, sum(map(int, spent)) / TICKS)
 
     def comes_from_root(process):
         while process not in (root, 0):

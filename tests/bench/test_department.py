@@ -138,6 +138,9 @@ class TheTables(unittest.TestCase):
         text = self.tables(killed=1, errors=told)
         self.assertIn("| save | 2 | Lost: connection, at once |\n| open | 1 | Gone |", text)
 
+    def test_say_so_when_nothing_was_said(self):
+        self.assertIn("Nobody was shown a message.", self.tables(killed=1))
+
 
 if __name__ == "__main__":
     unittest.main()
