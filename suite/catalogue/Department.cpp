@@ -216,6 +216,31 @@ std::vector<Department::Workstation> Department::Workstations() {
     return found;
 }
 
+std::vector<std::string> Department::Names() {
+    std::vector<std::string> names;
+    for (const auto rows = catalogue_.OpenResultSet("SELECT Name FROM Workstation ORDER BY Name"); !rows->AtEnd();
+         rows->MoveNext())
+        names.push_back(rows->Text("Name"));
+    return names;
+}
+
+std::string Department::LackingRights() {
+    std::vector<std::string> given;
+    const auto rows =
+        catalogue_.OpenResultSet("SELECT table_name, privilege_type FROM information_schema.table_privileges");
+    for (; !rows->AtEnd(); rows->MoveNext())
+        given.push_back(TextOrEmpty(*rows, "privilege_type") + " on " + TextOrEmpty(*rows, "table_name"));
+    std::vector<std::string> lacking;
+    for (const std::string& table : Tables())
+        for (const std::string_view right : {"SELECT", "INSERT", "UPDATE", "DELETE"}) {
+            const std::string words = std::string(right) + " on " + table;
+            const auto same = [&](const std::string& each) { return SameInAnyCase(each, words); };
+            if (RightsOn(table).find(right) != std::string::npos && std::ranges::none_of(given, same))
+                lacking.push_back(words);
+        }
+    return Listed(lacking);
+}
+
 std::optional<Department::Workstation> Department::Find(const std::string& name) {
     const auto all = Workstations();
     const auto found = std::ranges::find(all, name, &Workstation::name);

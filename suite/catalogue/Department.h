@@ -46,8 +46,14 @@ public:
     /// Gives every workstation the rights that it needs, on tables that are new too.
     void Renew();
 
-    /// By their names.
+    /// In the order of their names, which every workstation may read, and with what the owner alone may.
+    std::vector<std::string> Names();
     std::vector<Workstation> Workstations();
+    /// For the owner alone, too.
+    bool HasAccount(const std::string& name);
+    /// Of the account that asks, with the tables, in words; empty when it lacks none.
+    std::string LackingRights();
+    Engine ItsEngine() const { return engine_; }
 
     /// Makes account, rights and rows of a workstation, or what is missing of them; rows that are there stay as they
     /// are. Answers the account's password when it is a new one, which `newPassword` asks for. An account of that name
@@ -64,7 +70,6 @@ private:
     void KeepSite();
     void Replace(std::string_view table, const std::string& query);
     void RequireShortBaseUid();
-    bool HasAccount(const std::string& name);
     void MakeAccount(const std::string& name, const std::string& password);
     void DropAccount(const std::string& name);
     void AddMissingRows(const Workstation& joining, const std::optional<Workstation>& known);

@@ -4,6 +4,7 @@
 #include "platform/error.h"
 #include "platform/limits.h"
 #include "platform/uid.h"
+#include "suite/catalogue/DepartmentCheck.h"
 #include "suite/catalogue/FolderImport.h"
 #include "suite/catalogue/Schema.h"
 #include "suite/catalogue/Settings.h"
@@ -74,13 +75,18 @@ public:
 
     std::vector<CheckResult> Run(const std::string& userName, const std::filesystem::path& unsent) {
         if (Tables() && Columns()) {
+            const bool here = LookAtDepartment(); // or the owner asks, who has no desk
             Form();
             Site();
-            Node();
-            Signature(userName);
+            if (here) {
+                Node();
+                Signature(userName);
+            }
             Codes();
             Apostrophes();
             Objects();
+            if (!here)
+                return std::move(results_);
             Service();
             Archive();
         }
@@ -107,6 +113,23 @@ private:
         else
             Missing("the catalogue lacks " + absent + "; \"orbenta-catalogue init\" makes them");
         return absent.empty();
+    }
+
+    /// Whether this is a workstation, as it is wherever there is no department.
+    bool LookAtDepartment() {
+        Department department(catalogue_);
+        if (!department.Exists())
+            return true;
+        DepartmentCheck check(catalogue_, department);
+        const auto workstation = check.Here();
+        auto found = workstation ? check.OfWorkstation(*workstation) : check.OfAll(mending_);
+        std::ranges::move(found, std::back_inserter(results_));
+        treeFault_ = check.TreeFault();
+        if (treeFault_)
+            results_.push_back({workstation ? CheckResult::Kind::Missing : CheckResult::Kind::Warning,
+                                *treeFault_ + ", so that rows and files are not compared"});
+        byOwner_ = " (by the owner of the tables)";
+        return workstation.has_value();
     }
 
     bool Columns() {
@@ -136,7 +159,7 @@ private:
         Well(form_ == ReportForm::Classic ? "reports are written in the classic form"
                                           : "reports are written in the interchange form");
     } catch (const Error& error) {
-        Missing(error.description + "; \"orbenta-catalogue site --reports classic|interchange\" sets it");
+        Missing(error.description + "; \"orbenta-catalogue site --reports classic|interchange\" sets it" + byOwner_);
     }
 
     void Site() {
@@ -152,7 +175,7 @@ private:
             Well("reports get UIDs under " + uid);
         const auto organization = site.Value("Organization");
         if (!organization)
-            Missing("the site has no Organization; \"orbenta-catalogue site --organization NAME\" sets it");
+            Missing("the site has no Organization; \"orbenta-catalogue site --organization NAME\" sets it" + byOwner_);
         else if (!FitsReports(*organization, form_))
             Missing("the site's Organization has characters that classic reports (ISO_IR 100) cannot hold");
     }
@@ -170,7 +193,7 @@ private:
         const auto user = std::ranges::find(users, userName, &User::name);
         if (user == users.end() || user->signature.empty())
             Missing("user " + userName + " has no signature; \"orbenta-catalogue user " + userName +
-                    " --signature NAME\" sets it");
+                    " --signature NAME\" sets it" + byOwner_);
         else if (!FitsReports(user->signature, form_))
             Missing("the signature of " + userName + " has characters that classic reports (ISO_IR 100) cannot hold");
         else
@@ -197,6 +220,8 @@ private:
     }
 
     void Objects() {
+        if (treeFault_)
+            return;
         auto found = CheckStoredObjects(catalogue_, dicom_, mending_);
         std::ranges::move(found, std::back_inserter(results_));
     }
@@ -274,6 +299,8 @@ private:
     DicomLibrary& dicom_;
     bool mending_;
     ReportForm form_ = ReportForm::Classic;
+    std::optional<std::string> treeFault_;
+    std::string byOwner_; ///< behind what a workstation of a department may not do itself
     std::vector<CheckResult> results_;
 };
 

@@ -26,6 +26,7 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t NamesAtOnce = 64;
 constexpr int MostAreas = 1000;
+constexpr mode_t WhomTheMaskLetsIn = S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP;
 
 [[noreturn]] void CannotWrite(const fs::path& folder, int number) {
     throw std::runtime_error("Cannot write in the studies' folder \"" + folder.parent_path().string() +
@@ -87,7 +88,7 @@ std::vector<std::unique_ptr<IncomingArea>> IncomingArea::TakeAbandoned(const fs:
 
 /// Nothing while another has it, or when it cannot be had, with the reason in errno.
 std::unique_ptr<IncomingArea> IncomingArea::Take(const fs::path& folder) {
-    const int lock = open((folder / "lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    const int lock = open((folder / "lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, WhomTheMaskLetsIn);
     if (lock < 0)
         return nullptr;
     if (flock(lock, LOCK_EX | LOCK_NB) == 0)
@@ -137,7 +138,7 @@ void IncomingArea::MakeNames() {
     try {
         while (made.size() < NamesAtOnce) {
             const fs::path name = folder_ / (FreshName() + ObjectExtension);
-            const int file = open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
+            const int file = open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, WhomTheMaskLetsIn);
             if (file < 0)
                 throw StoreRefusal(StoreRefusal::Status::OutOfResources,
                                    "cannot make the file: " + std::generic_category().message(errno));

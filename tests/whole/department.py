@@ -2,14 +2,17 @@
 port, a storage service, a session bus and a state of their own."""
 
 import os
+import re
+import shutil
 import signal
+import socket
 import subprocess
 import unittest
 
-from bus import FurtherBus, RecordingViewer, ask_bus, connect
-from database import ENGINE, OWNER, catalogue, catalogue_on_a_server, statements
+from bus import FurtherBus, RecordingViewer
+from database import ENGINE, INSTALLATION, OWNER, catalogue, catalogue_on_a_server, statements
 from person.driver import wait_until
-from person.workstation import FOLDER, replace_catalogue
+from person.workstation import FOLDER, STUDIES, replace_catalogue
 from service import free_port
 from storage import StorageService
 
@@ -33,6 +36,13 @@ def department_of(first, *others):
     return server, [Workstation(name) for name in others]
 
 
+def page_commands(heading):
+    """What docs/installation.md has run in its chapter on departments, under that heading."""
+    chapter = re.search(r"^## A department\n(.*?)^## ", INSTALLATION.read_text(), re.MULTILINE | re.DOTALL)[1]
+    part = re.search(rf"^### {heading}\n(.*?)(?=^### |\Z)", chapter, re.MULTILINE | re.DOTALL)[1]
+    return re.findall(r"^    ((?:orbenta-catalogue|install|chgrp|chmod|find) .+)$", part, re.MULTILINE)
+
+
 def join(name, file, *options):
     """A workstation of that name has its entry in `file`."""
     catalogue("department", "join", "--name", name, "--file", str(file), *options, *OWNERS_ENTRY)
@@ -40,14 +50,21 @@ def join(name, file, *options):
 
 class Workstation:
     """A workstation beside the test's own. Its editor is on `address`, where a client asks for it
-    (`self.client(workstation.address)`), its windows are on the same display."""
+    (`self.client(workstation.address)`), its windows are on the same display. Its service may run as another account of
+    the machine, which is then in that group."""
 
-    def __init__(self, name):
+    def __init__(self, name, studies=STUDIES, account=None, group=None):
         self.name, self.folder = name, FOLDER / name
         self.folder.mkdir()
-        self.port, self.studies = free_port(), self.folder / "studies"
+        self.port, self.studies = free_port(), studies
+        self._as = ["setpriv", "--reuid", str(account), "--regid", str(account), "--groups", str(group),
+                    "--inh-caps=-all"] if account else []
         join(name, self.folder / "odbc.ini", "--port", str(self.port), "--ae-title", "PORVANE", "--machine", name)
         self.environment = {"ODBCINI": str(self.folder / "odbc.ini"), "XDG_STATE_HOME": str(self.folder / "state")}
+        if account:
+            shutil.chown(self.folder, account)
+            shutil.chown(self.folder / "odbc.ini", account)
+            FOLDER.chmod(0o711)
         self._bus = FurtherBus(name, **self.environment)
         self.address = self._bus.address
         self.viewer = RecordingViewer(self.address)
@@ -58,10 +75,13 @@ class Workstation:
     def start_service(self):
         with open(FOLDER / "logs" / f"porvane-{self.name}.log", "a") as log:
             self._service = subprocess.Popen(
-                ["porvane", "--studies", str(self.studies)], stdout=log, stderr=log,
+                [*self._as, "porvane", "--studies", str(self.studies)], stdout=log, stderr=log,
                 env={**os.environ, **self.environment, "DBUS_SESSION_BUS_ADDRESS": self.address})
-        wait_until(lambda: ask_bus(connect(self.address), "NameHasOwner", "(s)", "Porvane.Service"),
-                   f"the storage service of {self.name}")
+        wait_until(self._serves, f"the storage service of {self.name}")
+
+    def _serves(self):
+        with socket.socket() as caller:
+            return caller.connect_ex(("127.0.0.1", self.port)) == 0
 
     def kill_service(self):
         self._service.send_signal(signal.SIGKILL)

@@ -1,11 +1,24 @@
 """Two workstations of a department: one catalogue on a database server, accounts, services and editors of their own."""
 
+import os
+import re
+import stat
+import subprocess
+import unittest
+from concurrent.futures import ThreadPoolExecutor
+
+import pydicom
+from pydicom.uid import generate_uid
+
 from case import SystemTest
-from department import department_of
+from department import Workstation, department_of, page_commands
 from person.driver import wait_until
 from person.editor import seconds
 from person.studies import Study
 from person.workstation import FOLDER, ask
+
+ROOT = os.geteuid() == 0
+GROUP = 20000
 
 
 def setUpModule():
@@ -82,3 +95,80 @@ class TwoWorkstations(SystemTest):
         said = second.tool("import", str(study.folder))
         self.assertEqual((said.returncode, said.stderr), (0, ""))
         self.assertEqual(ask("SELECT count(*) FROM Image WHERE SeriesInstanceUID = ?", study.series_uid), [("1",)])
+
+
+class ThePageOnDepartments(unittest.TestCase):
+    """Its commands, each as it stands there but for a name, a port and a path."""
+
+    def run_commands(self, heading, **replacements):
+        for command in page_commands(heading):
+            for old, new in replacements.items():
+                command = re.sub(rf"\b{old.replace('_', '-')}\b", new, command)
+            said = subprocess.run(command, shell=True, cwd=FOLDER, capture_output=True, text=True)
+            yield command, said.returncode, said.stdout + said.stderr
+
+    def at(self, name):
+        return {**os.environ, "ODBCINI": str(FOLDER / f"{name}.ini")}
+
+    def test_makes_a_workstation_and_lets_it_leave(self):
+        renamed = {"mr_1": "us-1", "10404": "10499"}
+        for command, status, said in self.run_commands("The workstations", **renamed):
+            if "check" not in command:
+                self.assertEqual(status, 0, said)
+        check = subprocess.run(["orbenta-catalogue", "check"], env=self.at("us-1"), capture_output=True, text=True)
+        self.assertIn("well     this is us-1, of a department of ", check.stdout)
+        self.assertIn("well     its account may do what it must\n", check.stdout)
+        self.assertEqual([status for _, status, _ in self.run_commands("When one leaves", **renamed)], [0])
+        self.assertNotEqual(subprocess.run(["orbenta-catalogue", "port"], env=self.at("us-1"),
+                                           capture_output=True).returncode, 0)
+
+    def test_makes_a_catalogue_a_departments_once_more(self):
+        for heading in ("The server", "Update and backup"):
+            for command, status, said in self.run_commands(heading):
+                self.assertEqual(status, 0, f"{command}: {said}")
+
+    @unittest.skipUnless(ROOT, "needs the right to give files to a group")
+    def test_opens_a_tree_to_its_group(self):
+        tree = FOLDER / "tree-of-before"
+        (tree / "2.999.1/2.999.2").mkdir(parents=True)
+        (tree / "2.999.1/2.999.2/img_000001.dcm").touch()
+        for path in (tree, *tree.rglob("*")):
+            path.chmod(0o700 if path.is_dir() else 0o600)
+        for command in page_commands("The tree"):
+            if not command.startswith("install"):
+                command = command.replace("/data/studies", str(tree)).replace("-R orbenta", f"-R {GROUP}")
+                subprocess.run(command, shell=True, check=True)
+        for path in (tree, *tree.rglob("*")):
+            self.assertEqual(stat.S_IMODE(path.stat().st_mode), 0o2770 if path.is_dir() else 0o660, path)
+            self.assertEqual(path.stat().st_gid, GROUP)
+
+
+@unittest.skipUnless(ROOT, "needs the right to act as other accounts")
+class ATreeOfSeveralAccounts(unittest.TestCase):
+
+    def test_takes_what_their_services_store_at_once_into_one_series(self):
+        tree = FOLDER / "shared"
+        [command] = [each for each in page_commands("The tree") if each.startswith("install")]
+        command = command.replace("/data/studies", str(tree)).replace("orbenta", str(GROUP))
+        subprocess.run(command, shell=True, check=True)
+        places = [Workstation(f"account-{number}", tree, number, GROUP) for number in (20001, 20002)]
+        sample = Study().images()[0]
+        halves = [FOLDER / f"half-{number}" for number in range(2)]
+        study, series = generate_uid(), generate_uid()
+        for number in range(40):
+            image = pydicom.dcmread(sample)
+            image.StudyInstanceUID, image.SeriesInstanceUID = study, series
+            image.SOPInstanceUID = generate_uid()
+            image.file_meta.MediaStorageSOPInstanceUID = image.SOPInstanceUID
+            halves[number % 2].mkdir(exist_ok=True)
+            image.save_as(halves[number % 2] / f"{number}.dcm")
+        with ThreadPoolExecutor() as both:
+            said = list(both.map(lambda each: each[0].tool("import", str(each[1])), zip(places, halves)))
+        self.assertEqual([each.stdout for each in said],
+                         ["Stored 20 objects; 0 failed; 0 files are not DICOM objects\n"] * 2)
+        files = [row[0] for row in ask("SELECT ImageFile FROM Image WHERE SeriesInstanceUID = ?", series)]
+        folder = tree / study / series
+        self.assertCountEqual(files, [path.name for path in folder.glob("*.dcm")])
+        self.assertEqual(len(set(files)), 40)
+        owners = {path.stat().st_uid for path in folder.glob("*.dcm")}
+        self.assertEqual(owners, {20001, 20002})

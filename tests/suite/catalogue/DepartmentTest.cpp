@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace tavrel {
 namespace {
 
@@ -22,8 +24,8 @@ protected:
         Department department(room.Catalogue());
         if (!department.Exists())
             return;
-        for (const auto& workstation : department.Workstations())
-            department.Leave(workstation.name);
+        for (const std::string& name : department.Names())
+            department.Leave(name);
         for (const std::string_view table : OwnTables) {
             room.Run("DROP VIEW " + std::string(table));
             room.Run("DROP TABLE " + TableOfAll(table));
@@ -266,13 +268,103 @@ TEST_P(OfDepartments, ATableThatIsMadeLaterIsEveryWorkstations) {
         EXPECT_EQ(First(*As(name), "SELECT CodeValue FROM StdFinding"), "no row");
 }
 
+class CheckOfDepartments : public OfDepartments {
+protected:
+    std::string CheckAt(const std::string& name, const std::string& before = {}) const {
+        return RunShell("ODBCINI=" + EntryOf(name) + " " + before + " " TOOL_PROGRAM " check").out;
+    }
+    void HaveAStudyIn(const std::filesystem::path& folder) {
+        std::string path = folder.string();
+        std::ranges::replace(path, '/', '\\');
+        room.Insert("Study", {{"StudyInstanceUID", "2.999.1"}, {"StudyPath", path}, {"IDPatient", "P1"}});
+        room.Insert("Series", {{"SeriesInstanceUID", "2.999.2"}, {"StudyInstanceUID", "2.999.1"}});
+        room.Insert("Image", {{"SeriesInstanceUID", "2.999.2"}, {"ImageFile", "img_000001.dcm"}});
+    }
+};
+
+void ExpectSays(const std::string& text, const std::string& part) {
+    EXPECT_NE(text.find(part), std::string::npos) << text;
+}
+
+TEST_P(CheckOfDepartments, AtAWorkstationIsContent) {
+    MakeWithTwo();
+    const std::string out = CheckAt("ct-1");
+    ExpectSays(out, "well     this is ct-1, of a department of 2\n");
+    ExpectSays(out, "well     its account may do what it must\n");
+    ExpectSays(out, "well     the clocks of this machine and of the server agree\n");
+    EXPECT_EQ(out.find("warning"), std::string::npos) << out;
+}
+
+TEST_P(CheckOfDepartments, AtAWorkstationNamesARightThatItLacks) {
+    MakeWithTwo();
+    const bool mariaDb = DetectEngine(room.Catalogue()) == Engine::MariaDb;
+    room.Run(std::string("REVOKE DELETE ON Patient FROM ") + (mariaDb ? "'ct-1'@'%'" : "\"ct-1\""));
+    ExpectSays(CheckAt("ct-1"), "MISSING  its account lacks DELETE on Patient;");
+    ExpectSays(room.Tool("check --mend").out, "mended   every workstation's rights were given again\n");
+    ExpectSays(CheckAt("ct-1"), "well     its account may do what it must\n");
+}
+
+TEST_P(CheckOfDepartments, AtAWorkstationWarnsOfAClockThatIsApart) {
+    if (RunShell("faketime -f +0 true").status != 0)
+        GTEST_SKIP() << "needs faketime";
+    MakeWithTwo();
+    ExpectSays(CheckAt("ct-1", "faketime -f +10"), "warning  the clock of this machine is 10 seconds ahead of the");
+    ExpectSays(CheckAt("ct-1", "faketime -f -10"), "warning  the clock of this machine is 10 seconds behind the");
+}
+
+TEST_P(CheckOfDepartments, AtAWorkstationNamesATreeThatIsNotThere) {
+    MakeWithTwo();
+    HaveAStudyIn("/nowhere/studies/2.999.1");
+    ExpectSays(CheckAt("ct-1"), "MISSING  the department's studies are in /nowhere/studies, which is not there on");
+}
+
+TEST_P(CheckOfDepartments, AtAWorkstationNamesATreeThatIsAnother) {
+    MakeWithTwo();
+    std::filesystem::create_directory(room.Studies());
+    HaveAStudyIn(room.Studies() / "2.999.1");
+    ExpectSays(CheckAt("ct-1"), room.Studies().string() + " is another one than the department's: the newest study, ");
+}
+
+TEST_P(CheckOfDepartments, ByTheOwnerIsContentAndAsksForNoDesk) {
+    MakeWithTwo();
+    const std::string out = room.Tool("check").out;
+    ExpectSays(out, "well     the department's 2 workstations have what they need of their own\n");
+    EXPECT_EQ(out.find("storage service"), std::string::npos) << out;
+    EXPECT_EQ(out.find("signature"), std::string::npos) << out;
+}
+
+TEST_P(CheckOfDepartments, ByTheOwnerNamesWhatAWorkstationLacks) {
+    MakeWithTwo();
+    DropAccount("ct-1");
+    room.Run("DELETE FROM WorkstationPort WHERE Workstation='mr-1'");
+    room.Run("DELETE FROM WorkstationDicomServer WHERE Workstation='mr-1'");
+    const std::string out = room.Tool("check").out;
+    ExpectSays(out, "MISSING  ct-1 has no account on the server; \"orbenta-catalogue department join --name ct-1\"");
+    ExpectSays(out, "MISSING  mr-1 has no port");
+    ExpectSays(out, "MISSING  mr-1 has no node name");
+}
+
+TEST_P(CheckOfDepartments, ByTheOwnerNamesWhatTwoShare) {
+    MakeWithTwo();
+    room.Run("UPDATE WorkstationDicomServer SET AETitle='CT-1'");
+    ExpectSays(room.Tool("check").out, "MISSING  ct-1 and mr-1 both are the node CT-1;");
+    room.Run("UPDATE WorkstationPort SET Port=10404");
+    room.Run("UPDATE Workstation SET Machine='terminals'");
+    room.Run("UPDATE WorkstationDicomServer SET AETitle=Workstation");
+    ExpectSays(room.Tool("check").out, "MISSING  ct-1 and mr-1 both have port 10404 of the machine terminals;");
+}
+
 TEST_P(OfDepartments, ACatalogueThatIsNoDepartmentsSaysSo) {
     for (const char* command : {"list", "leave --name ct-1", "join --name ct-1 --port 1 --ae-title A"})
         EXPECT_NE(room.Tool(std::string("department ") + command).err.find("is no department's"), std::string::npos);
 }
 
-INSTANTIATE_TEST_SUITE_P(Suite, OfDepartments, testing::Values("postgresql", "mariadb"),
-                         [](const auto& engine) { return std::string(engine.param); });
+std::string NameOf(const testing::TestParamInfo<const char*>& engine) {
+    return engine.param;
+}
+
+INSTANTIATE_TEST_SUITE_P(Suite, OfDepartments, testing::Values("postgresql", "mariadb"), NameOf);
+INSTANTIATE_TEST_SUITE_P(Suite, CheckOfDepartments, testing::Values("postgresql", "mariadb"), NameOf);
 
 TEST(NamesOfWorkstations, AreThoseThatEveryServerTakes) {
     for (const char* name : {"ct-1", "w", "reading_room_2"})
