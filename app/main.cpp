@@ -14,6 +14,7 @@
 #include "platform/error.h"
 #include "platform/icu/IcuLetters.h"
 #include "platform/odbc/OdbcDatabase.h"
+#include "platform/odbc/OdbcReportWatch.h"
 #include "platform/posix/PosixFiles.h"
 #include "platform/posix/PosixProcess.h"
 #include "platform/posix/PosixUserInformation.h"
@@ -55,9 +56,12 @@ int Run(PosixProcess& process) {
     frmBase codeTables(global);
     QtReportPrinter printer(windows);
     QtTimer draftTimer;
+    OdbcReportWatch reportWatch(std::string(CatalogueConnectionText), [](std::function<void()> act) {
+        QMetaObject::invokeMethod(qApp, std::move(act), Qt::QueuedConnection);
+    });
     std::optional<frmReport> editor; // the chooser's New is the editor's, which holds the chooser
     frmSRSeriesChoice chooser(global, [&] { editor->cmdNew_Click(); });
-    editor.emplace(global, serviceEvents, chooser, codeTables, printer, draftTimer);
+    editor.emplace(global, serviceEvents, chooser, codeTables, printer, draftTimer, reportWatch);
 
     Main(global);
     if (!process.StartedByAutomation())

@@ -31,11 +31,35 @@ StateLine Editable(const DcmSRDocument& document, const ScreenState& screen) {
     return {"Saved at " + document.Version(document.VersionCount()), Tone::Neutral};
 }
 
+std::string Saver(const OtherVersion& other) {
+    return other.saver.empty() ? "Somebody" : other.saver;
+}
+
+/// The band tells of the last one, which is what counts.
+StateLine OfOthers(const DcmSRDocument& document, const ScreenState& screen) {
+    const OtherVersion& last = document.Others().back();
+    std::string text;
+    if (last.label.empty())
+        text = "A further version of this report cannot be read: " + OneLine(last.barrier);
+    else if (last.approved)
+        text = Saver(last) + " approved this report at " + last.label;
+    else
+        text = Saver(last) + " saved a version at " + last.label;
+    if (document.Others().size() > 1)
+        text += " (the last of " + std::to_string(document.Others().size()) + ")";
+    text += "; \"Last Version\" shows it";
+    if (screen.unsavedChanges)
+        text += document.OthersBarrier().empty() ? "; unsaved changes" : "; what is typed is kept as a draft";
+    return {std::move(text), Tone::Attention};
+}
+
 StateLine OfTheVersion(const DcmSRDocument& document, const ScreenState& screen) {
     if (!document.Damage().empty())
         return {"Read-only: " + OneLine(document.Damage()), Tone::Failure};
     if (document.HoldsMore())
         return {"Read-only: this report holds contents that are not shown here", Tone::Attention};
+    if (!document.Others().empty())
+        return OfOthers(document, screen);
     if (const auto* approver = document.Approver())
         return {Approval(*approver), Tone::Settled};
     if (document.NumVersions() > 0 && !LastVersion(document))
@@ -51,7 +75,8 @@ std::string Offer(const DcmSRDocument& document, const Draft& draft, std::size_t
         text += " (the newest of " + std::to_string(count) + ")";
     if (document.HoldsMore() || !document.Damage().empty())
         return text + "; this report cannot be changed here";
-    if (document.status() == DcmSRDocument::Approved)
+    const auto& others = document.Others();
+    if (document.status() == DcmSRDocument::Approved || (!others.empty() && others.back().approved))
         return text + "; the report is approved meanwhile";
     if (document.ReadOnly())
         return text + "; \"Last Version\" shows where it can be put back";
@@ -60,7 +85,36 @@ std::string Offer(const DcmSRDocument& document, const Draft& draft, std::size_t
     return text;
 }
 
+/// A line for each.
+std::string List(const std::vector<OtherVersion>& others) {
+    std::string text;
+    for (const OtherVersion& other : others) {
+        if (other.label.empty())
+            text += "A further version of this report, " + other.file + ", cannot be read.";
+        else
+            text += Saver(other) +
+                    (other.approved ? " approved this report at " : " saved a version of this report at ") +
+                    other.label + ".";
+        text += "\r\n";
+    }
+    return text;
+}
+
 } // namespace
+
+std::string DescribeOthers(const DcmSRDocument& document, std::string_view onTop) {
+    return List(document.Others()) +
+           "It is not what your screen shows.\r\n\r\n"
+           "\"Look at it first\" shows it. What you have typed is kept as a draft, which \"Put back\" offers.\r\n\"" +
+           std::string(onTop) +
+           "\" makes what your screen shows the newest version. Every version stays in the list, and yours names "
+           "them all.\r\n\"Cancel\" leaves everything as it is.";
+}
+
+std::string DescribeBarrier(const DcmSRDocument& document) {
+    return List(document.Others()) + document.OthersBarrier() +
+           "\r\n\r\nNothing was saved. The screen shows the last version now; what you have typed is kept as a draft.";
+}
 
 std::string LastLabel(const DcmSRDocument& document) {
     return document.VersionCount() > 0 ? document.Version(document.VersionCount()) : "";

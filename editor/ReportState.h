@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 
 namespace tavrel {
 
@@ -26,6 +27,13 @@ struct StateLine {
 };
 
 StateLine DescribeState(const DcmSRDocument& document, const ScreenState& screen);
+
+/// What a person is asked before a version is written after those that others have saved meanwhile; `onTop` stands on
+/// the button that does it.
+std::string DescribeOthers(const DcmSRDocument& document, std::string_view onTop);
+
+/// What a person is told when no version can be written after them.
+std::string DescribeBarrier(const DcmSRDocument& document);
 
 /// The label of the last version; empty when there is none.
 std::string LastLabel(const DcmSRDocument& document);

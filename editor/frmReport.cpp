@@ -36,7 +36,7 @@ std::string AgeText(const DateTime& birth, const DateTime& today) {
 } // namespace
 
 frmReport::frmReport(Global& global, ServiceEvents& serviceEvents, frmSRSeriesChoice& chooser, frmBase& codeTables,
-                     ReportPrinter& printer, Timer& draftTimer)
+                     ReportPrinter& printer, Timer& draftTimer, ReportWatch& watch)
     : Form("frmReport"), global_(global), serviceEvents_(serviceEvents), chooser_(chooser), printer_(printer),
       codedEntries_(
           global, codeTables, *this, [this]() -> DcmSRDocument& { return ShownDocument(); },
@@ -45,7 +45,8 @@ frmReport::frmReport(Global& global, ServiceEvents& serviceEvents, frmSRSeriesCh
       writingHelp_(global, {cmbReportTitle, txtReportTitle, txtReportAnnotation, frmReading, lblUnwritable,
                             cmdWritePlainly, lblPrintedLength}),
       images_(global), drafts_(
-                           global.ports, draftTimer, [this] { return Typed(); }, [this] { ShowDraft(); }) {
+                           global.ports, draftTimer, [this] { return Typed(); }, [this] { ShowDraft(); }),
+      watch_(watch) {
     lstHistory.Click = [this] { lstHistory_Click(); };
     cmdSave.Click = [this] { cmdSave_Click(); };
     cmdApprove.Click = [this] { cmdApprove_Click(); };
@@ -103,6 +104,7 @@ void frmReport::Form_Load() {
 }
 
 void frmReport::Leave() {
+    watch_.Stop();
     drafts_.Leave();
     ForgetPrinted();
 }
@@ -151,6 +153,10 @@ void frmReport::LoadDocs() {
         WriteLog(global_, "LoadDocs: Document loaded");
         global_.currentUserName = global_.userInformation->UserName();
         LookUpUserAndSite();
+        watch_.Watch(document.SeriesUid(), [this, report = shown_](const std::string& lastFile) {
+            if (report == shown_)
+                Trap([&] { LookForOthers(lastFile); }, [](const Error&) {});
+        });
     });
 }
 
@@ -185,9 +191,37 @@ void frmReport::SelectLastVersion() {
 
 void frmReport::lstHistory_Click() {
     TrapNumbered(global_.ports.windows, "frmReport.lstHistory_Click:", [&] {
-        ShownDocument().GotoVersion(static_cast<std::int16_t>(lstHistory.ListIndex()));
+        auto& document = ShownDocument();
+        const int chosen = lstHistory.ListIndex();
+        if (TakeInOthers())
+            return lstHistory.ListIndex(chosen); // which comes here again
+        document.GotoVersion(static_cast<std::int16_t>(chosen));
         FillScreen();
     });
+}
+
+bool frmReport::TakeInOthers() {
+    auto& document = ShownDocument();
+    if (document.Others().empty())
+        return false;
+    document.TakeInOthers();
+    FillHistory();
+    return true;
+}
+
+void frmReport::LookForOthers(const std::string& lastFile) {
+    if (saving_) { // which looks by itself, and may be sending what is told
+        missedFile_ = lastFile;
+        return;
+    }
+    auto& document = *shown_->document;
+    if (document.LookForOthers(lastFile).empty())
+        return;
+    if (bool readOnly = true; !document.OthersBarrier().empty()) {
+        Lock(readOnly);
+        ShowDraft();
+    }
+    ShowState();
 }
 
 void frmReport::FillScreen() {
@@ -370,6 +404,8 @@ void frmReport::TakeStore(const std::string& sopInstanceUid, const std::string& 
     MakeShownCurrent();
     if (OfAnotherStudy(seriesUid))
         return;
+    if (global_.report->document)
+        global_.report->document->StoredAs(sopInstanceUid, path);
     global_.report->filePath = path;
     handedOver_ = true;
     images_.Write();

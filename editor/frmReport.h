@@ -10,6 +10,7 @@
 #include "host/Global.h"
 #include "platform/error.h"
 #include "platform/printer.h"
+#include "platform/report_watch.h"
 #include "platform/service_events.h"
 #include "platform/timer.h"
 
@@ -31,7 +32,7 @@ class frmReport : public Form, private ServiceEventHandler {
 public:
     /// `codeTables` writes coded findings and diagnoses into this form's lists. `draftTimer` is this form's alone.
     frmReport(Global& global, ServiceEvents& serviceEvents, frmSRSeriesChoice& chooser, frmBase& codeTables,
-              ReportPrinter& printer, Timer& draftTimer);
+              ReportPrinter& printer, Timer& draftTimer, ReportWatch& watch);
     ~frmReport() override;
 
     /// Shows the current document for `owner`, in a window made now or already there. The owner outlives
@@ -165,8 +166,18 @@ private:
     void TellStoreFailures();
     bool OfAnotherStudy(const std::string& seriesUid) const;
     void SelectLastVersion();
-    /// Whether the version is stored or kept.
-    bool Save();
+    /// Whether the version is stored or kept. `deed` is what the person is about to do, on a button: "Save".
+    bool Save(std::string_view deed);
+    /// Puts the screen into the report and sends it. What came of that is told even when the rest fails.
+    void WriteVersion(Delivery& delivery);
+    /// Whether a version may be written now: when others have saved versions meanwhile, the person decides.
+    bool MayWrite(std::string_view deed);
+    /// "Yes" to look at them, "No" to write after them.
+    Answer AskAboutOthers(std::string_view deed);
+    /// The catalogue has other versions of the report on the screen than before.
+    void LookForOthers(const std::string& lastFile);
+    /// The versions of others become lines of the list. False when there is none.
+    bool TakeInOthers();
     /// The images of a version that was stored without its store event.
     void KeepImages(const Delivery& delivery);
     void PutTitleAndReading(DcmSRDocument& document);
@@ -211,9 +222,11 @@ private:
     std::unique_ptr<ServiceObject> service_;
     bool connected_ = false;
     std::optional<PrintRow> printed_; ///< what this program has left in the print table
+    ReportWatch& watch_;
     bool saving_ = false;
-    bool handedOver_ = false;          ///< a store event of this report came since the last save began
-    std::vector<Error> storeFailures_; ///< of store events, not yet told
+    std::optional<std::string> missedFile_; ///< told by the watch during a save
+    bool handedOver_ = false;               ///< a store event of this report came since the last save began
+    std::vector<Error> storeFailures_;      ///< of store events, not yet told
     bool tellingStoreFailures_ = false;
     bool choosing_ = false; ///< inside "Other reports", which loads the form itself
 };

@@ -13,43 +13,86 @@
 namespace tavrel {
 
 void frmReport::cmdSave_Click() {
-    Save();
+    Save("Save");
 }
 
-bool frmReport::Save() {
+bool frmReport::Save(std::string_view deed) {
     Delivery delivery;
     saving_ = true;
     Trap(
         [&] {
-            auto& document = ShownDocument();
-            const TypedTexts sent = Typed();
-            global_.reportForm = form_; // of which the screen tells; the site may have been read again since
-            PutTitleAndReading(document);
-            const auto named = document.Images();
-            images_.Name();
-            handedOver_ = false;
-            delivery = document.Send();
-            if (delivery.fate == Delivery::Fate::NotStored) {
-                document.Images(named); // those of the list stay there, and may be taken away before the next save
-                return;                 // what was typed stays on the screen
-            }
-            if (!handedOver_)
-                KeepImages(delivery);
-            drafts_.Saved(DraftOwnerOf(document), sent);
-            FillHistory();
-            images_.KeepOnDisk();
-            SelectLastVersion();
-            images_.TellUnnamed();
+            do {
+                delivery = {};
+                if (!MayWrite(deed))
+                    return;
+                WriteVersion(delivery);
+            } while (delivery.fate == Delivery::Fate::Overtaken);
         },
         [&](const Error& error) {
             ShowNumberedError(global_.ports.windows, "Save report - ", error);
             delivery.why = error.description;
         });
     saving_ = false;
-    const bool saved = delivery.fate != Delivery::Fate::NotStored;
+    const bool saved = delivery.fate == Delivery::Fate::Stored || delivery.fate == Delivery::Fate::Kept;
     screen_.notStored = saved ? "" : delivery.why;
     ShowState();
+    if (const auto file = std::exchange(missedFile_, std::nullopt))
+        LookForOthers(*file);
     return saved;
+}
+
+void frmReport::WriteVersion(Delivery& delivery) {
+    auto& document = ShownDocument();
+    const TypedTexts sent = Typed();
+    global_.reportForm = form_; // of which the screen tells; the site may have been read again since
+    PutTitleAndReading(document);
+    const auto named = document.Images();
+    images_.Name();
+    handedOver_ = false;
+    delivery = document.Send();
+    if (delivery.fate != Delivery::Fate::Stored && delivery.fate != Delivery::Fate::Kept) {
+        document.Images(named); // those of the list stay there, and may be taken away before the next save
+        return;                 // what was typed stays on the screen
+    }
+    if (!handedOver_)
+        KeepImages(delivery);
+    drafts_.Saved(DraftOwnerOf(document), sent);
+    FillHistory();
+    images_.KeepOnDisk();
+    SelectLastVersion();
+    images_.TellUnnamed();
+}
+
+bool frmReport::MayWrite(std::string_view deed) {
+    auto& document = ShownDocument();
+    while (!document.LookForOthers().empty()) {
+        const auto told = document.Others().size();
+        const Answer answer = AskAboutOthers(deed);
+        if (answer == Answer::Cancel)
+            return false;
+        if (document.LookForOthers().size() != told)
+            continue; // one more came while the question stood there
+        TakeInOthers();
+        if (answer == Answer::No)
+            return true;
+        SelectLastVersion();
+        return false;
+    }
+    return true;
+}
+
+Answer frmReport::AskAboutOthers(std::string_view deed) {
+    const auto& document = ShownDocument();
+    if (!document.OthersBarrier().empty())
+        return global_.ports.windows.Ask({.text = DescribeBarrier(document), .title = {}, .icon = Icon::Exclamation});
+    const std::string onTop = std::string(deed) + " on top";
+    return global_.ports.windows.Ask({.text = DescribeOthers(document, onTop),
+                                      .title = {},
+                                      .buttons = Buttons::YesNoCancel,
+                                      .icon = Icon::Exclamation,
+                                      .defaultAnswer = Answer::Yes,
+                                      .yes = "Look at it first",
+                                      .no = onTop});
 }
 
 void frmReport::KeepImages(const Delivery& delivery) {
@@ -84,7 +127,8 @@ std::optional<ContentNode> frmReport::LookUp(std::string_view whereMeaning, cons
 
 void frmReport::cmdApprove_Click() {
     TrapNumbered(global_.ports.windows, "Approve Report ", [&] {
-        MakeShownCurrent();
+        if (!MayWrite("Approve"))
+            return ShowState();
         const auto answer = global_.ports.windows.Ask(
             {.text = "The approved document will not be editable anymore ... do you want to continue ?",
              .title = "Approving document ... ",
@@ -98,7 +142,9 @@ void frmReport::cmdApprove_Click() {
         document.status(DcmSRDocument::Approved);
         txtApprovingPhysician.Text(global_.userSignature);
         txtApprovalDate.Text(DateTimeText(global_.ports.clock.Now()));
-        if (!Save()) { // there is no approved version anywhere
+        if (const int fill = fills_; !Save("Approve")) { // there is no approved version anywhere
+            if (fill != fills_)
+                return; // the screen shows another's version now, as it stands
             document.status(DcmSRDocument::Pending);
             txtApprovingPhysician.Text(formerPhysician);
             txtApprovalDate.Text(formerDate);
@@ -130,7 +176,13 @@ void frmReport::cmdNew_Click() {
 }
 
 void frmReport::cmdLastVersion_Click() {
-    TrapNumbered(global_.ports.windows, "frmReport.cmdLastVersion_Click:", [&] { SelectLastVersion(); });
+    TrapNumbered(global_.ports.windows, "frmReport.cmdLastVersion_Click:", [&] {
+        if (shown_ && shown_->document) {
+            shown_->document->LookForOthers();
+            TakeInOthers();
+        }
+        SelectLastVersion();
+    });
 }
 
 void frmReport::cmdOthers_Click() {
@@ -184,6 +236,8 @@ ReportCodes frmReport::PrintedCodes() const {
 
 void frmReport::cmdPutBack_Click() {
     TrapNumbered(global_.ports.windows, "frmReport.cmdPutBack_Click:", [&] {
+        if (ShownDocument().ReadOnly())
+            return;
         const auto texts = drafts_.PutBack();
         if (!texts)
             return;

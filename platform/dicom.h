@@ -42,6 +42,7 @@ enum class DicomFault : int {
     FileUnsaved, ///< the file could not be written
     NotSendable, ///< refused before anything was sent: the data set or its address cannot go out
     NotStored,   ///< the service could not be reached, refused or did not answer
+    NotItsTurn,  ///< the service refused: the report has a version that this one does not follow, or is approved
 };
 
 /// A character, with the marks that combine with it, that a data set cannot hold.
@@ -108,7 +109,8 @@ public:
     /// returns when the service has answered with success and its store event has been handled.
     /// Bounded: 5 s to connect, 30 s for each answer. `DicomFault::NotSendable`, before connecting: no
     /// study or series UID, a UID over 64 characters, an AE title over 16, text that the declared set
-    /// cannot hold. Any other error: the service may not have the data set.
+    /// cannot hold. `DicomFault::NotItsTurn`: the service has not got it (`platform/store_status.h`). Any other
+    /// error: the service may not have the data set.
     virtual void StoreToNode(std::string_view host, std::string_view port, std::string_view callingAe,
                              std::string_view calledAe, bool wait) = 0;
 };

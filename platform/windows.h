@@ -6,7 +6,7 @@
 
 namespace tavrel {
 
-enum class Buttons { Ok, OkCancel, YesNo };
+enum class Buttons { Ok, OkCancel, YesNo, YesNoCancel };
 enum class Icon { None, CriticalStop, Exclamation };
 enum class Answer { Ok, Cancel, Yes, No };
 
@@ -18,6 +18,7 @@ struct MessageBox {
     Buttons buttons = Buttons::Ok;
     Icon icon = Icon::None;
     Answer defaultAnswer = Answer::Ok;
+    std::string yes{}, no{}; ///< what stands on these two buttons, where it is not "Yes" and "No"
 };
 
 /// Windows on the screen. A form's window is made when it is first shown and gone when it is

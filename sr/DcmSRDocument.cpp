@@ -39,19 +39,6 @@ std::string LabelPart(const Value& value, std::string (*text)(const DateTime&)) 
     return dateTime ? text(*dateTime) : TextOf(value);
 }
 
-/// What makes the label of a version and orders it is read at once: a file that does not yield it is damaged.
-void AddFile(DataSetList& versions, const std::string& path) {
-    versions.LoadFile(path);
-    const int index = versions.Count() - 1;
-    try {
-        static_cast<void>(versions.GetElementValue(index, attribute::ContentDate));
-    } catch (...) {
-        versions.RemoveDataSet(index);
-        throw;
-    }
-    versions.Arrange(0);
-}
-
 } // namespace
 
 DcmSRDocument::DcmSRDocument(Global& global) : global_(global) {
@@ -76,6 +63,9 @@ void DcmSRDocument::Clear() {
     findings_.clear();
     images_.clear();
     holdsCodedEntries_ = false;
+    folder_.clear();
+    knownFiles_.clear();
+    others_.clear();
 }
 
 void DcmSRDocument::CreateFromDDO(const DataSetList& images, std::int16_t imageIndex) {
@@ -102,6 +92,18 @@ void DcmSRDocument::CreateFromDDO(const DataSetList& images, std::int16_t imageI
     updated_ = true;
     freshVersion_ = true;
     versionIndex_ = 0;
+}
+
+void DcmSRDocument::AddFile(DataSetList& versions, const std::string& path) {
+    versions.LoadFile(path);
+    const int index = versions.Count() - 1;
+    try {
+        static_cast<void>(versions.GetElementValue(index, attribute::ContentDate));
+    } catch (...) {
+        versions.RemoveDataSet(index);
+        throw;
+    }
+    versions.Arrange(0);
 }
 
 void DcmSRDocument::LoadFile(std::string_view path) {
@@ -133,6 +135,7 @@ void DcmSRDocument::LoadSeries(std::string_view folder) {
 std::string DcmSRDocument::OpenSeries(std::string_view folder) {
     Clear();
     freshVersion_ = false;
+    folder_ = folder;
     std::vector<std::string> files;
     int damaged = 0;
     const auto note = [&](const Error& error) {
@@ -143,6 +146,7 @@ std::string DcmSRDocument::OpenSeries(std::string_view folder) {
         [&] {
             for (const std::string& name : global_.ports.files.List(folder, ".dcm")) {
                 const std::string path = std::string(folder) + "\\" + name;
+                knownFiles_.insert(name);
                 if (Trap([&] { AddFile(*series_, path); }, note))
                     files.push_back(path);
             }
@@ -192,7 +196,8 @@ void DcmSRDocument::status(int status) {
 }
 
 bool DcmSRDocument::ReadOnly() const {
-    return status_ != Pending || versionIndex_ != Versions().Count() - 1 || holdsMore_ || !damage_.empty();
+    return status_ != Pending || versionIndex_ != Versions().Count() - 1 || holdsMore_ || !damage_.empty() ||
+           !OthersBarrier().empty();
 }
 
 const ObservationContext* DcmSRDocument::Referring() const {
@@ -247,11 +252,14 @@ void DcmSRDocument::BuildVersionLabels() {
     versionLabels_.clear();
     if (!series_)
         return;
-    for (int index = 0; index < series_->Count(); ++index) {
-        const Value date = series_->GetElementValue(index, attribute::ContentDate);
-        const Value time = series_->GetElementValue(index, attribute::ContentTime);
-        versionLabels_.push_back(LabelPart(date, DateText) + " " + LabelPart(time, TimeText));
-    }
+    for (int index = 0; index < series_->Count(); ++index)
+        versionLabels_.push_back(LabelOf(*series_, index));
+}
+
+std::string DcmSRDocument::LabelOf(const DataSetList& versions, int index) {
+    const Value date = versions.GetElementValue(index, attribute::ContentDate);
+    const Value time = versions.GetElementValue(index, attribute::ContentTime);
+    return LabelPart(date, DateText) + " " + LabelPart(time, TimeText);
 }
 
 DataSetList& DcmSRDocument::Versions() const {

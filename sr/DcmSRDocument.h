@@ -8,11 +8,21 @@
 
 #include <cstdint>
 #include <memory>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace tavrel {
+
+/// A version that somebody else has put into the report's folder since the document was read.
+struct OtherVersion {
+    std::string file{};    ///< its name in the folder
+    std::string saver{};   ///< who saved it, as the version says; may be empty
+    std::string label{};   ///< as in the list of versions; empty when it cannot be read
+    bool approved = false; ///< that save was the approval
+    std::string barrier{}; ///< why no version can be written after it, in a sentence; empty as a rule
+};
 
 /// A report: a Basic Text SR document (DICOM PS3.3, A.35.1) whose saved states are kept in order as
 /// data sets, and the content being edited as plain objects. Version indexes are 0-based; lists of
@@ -43,8 +53,21 @@ public:
     /// Writes a new version and files the version at `VersionIndex`. Reports its own failures.
     void Save(std::string_view path);
     /// Writes a new version and sends it to the workstation's storage service, or keeps it as a file. Reports its
-    /// own failures. A version that is neither stored nor kept is taken out of the report again.
+    /// own failures. A version that is neither stored nor kept is taken out of the report again, and so is one that the
+    /// service refused because the report has `Others`, of which nothing is shown here.
     Delivery Send();
+
+    /// Looks into the report's folder for versions that the document has neither read nor written: names first, and
+    /// only new files are read. `file` names one besides, which the folder's list may not show yet. Answers all that
+    /// wait to be taken in, in the order of their files, an approved one last. A folder that cannot be read has none.
+    const std::vector<OtherVersion>& LookForOthers(std::string_view file = {});
+    const std::vector<OtherVersion>& Others() const { return others_; }
+    /// Why no version can be written after one of the others; empty as a rule.
+    std::string OthersBarrier() const;
+    /// Makes the others the last versions, which the next one follows. What is being edited stays.
+    void TakeInOthers();
+    /// The storage service has told where it stored a version.
+    void StoredAs(std::string_view sopInstanceUid, std::string_view path);
 
     std::shared_ptr<DataSetList> Series() const { return series_; }
     void Series(std::shared_ptr<DataSetList> versions) { series_ = std::move(versions); }
@@ -133,6 +156,14 @@ private:
     void ReadContent(const DicomDataSet& dataSet);
     void ReadCodedEntries(const DicomDataSet& dataSet);
     void BuildVersionLabels();
+    static std::string LabelOf(const DataSetList& versions, int index);
+    /// Appends a version's file. One that does not yield what makes its label and orders it is damaged.
+    static void AddFile(DataSetList& versions, const std::string& path);
+    std::string ReportFolder() const;
+    OtherVersion ReadOther(const std::string& file, const DataSetList& read) const;
+    /// Of the document's versions the first `own` count as its own.
+    const std::vector<OtherVersion>& LookForOthersThan(int own, std::string_view file);
+    bool Knows(int own, const DataSetList& read) const;
     /// The versions of `files` in the order in which they were written.
     void PutInOrder(const std::vector<std::string>& files);
     /// Appends a version and writes the content into it. A failure is the caller's and leaves no version.
@@ -161,6 +192,9 @@ private:
     std::vector<ReferencedImage> images_;
     bool holdsCodedEntries_ = false;
     std::vector<std::string> versionLabels_;
+    std::string folder_;               ///< of the report's files, as soon as it is known
+    std::set<std::string> knownFiles_; ///< names in that folder
+    std::vector<OtherVersion> others_;
     /// The last data set is a version not yet written: the next write takes its place.
     bool freshVersion_ = true;
     std::shared_ptr<DataSetList> series_;

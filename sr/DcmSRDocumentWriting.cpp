@@ -69,9 +69,18 @@ Delivery DcmSRDocument::Send() {
     Trap(
         [&] {
             AppendVersion();
-            delivery = StoreOrKeep(global_, *Versions().Item(Versions().ItemCount() - 1));
-            if (delivery.fate != Delivery::Fate::NotStored)
+            const DataSetHandle version = Versions().Item(Versions().ItemCount() - 1);
+            delivery = StoreOrKeep(global_, *version);
+            // A service that tells of versions which cannot be found is not the suite's, or sees another folder.
+            if (const int before = Versions().Count() - 1;
+                delivery.fate == Delivery::Fate::Overtaken && LookForOthersThan(before, {}).empty())
+                delivery = KeepUnsent(global_.ports, *version, delivery.why);
+            if (delivery.fate == Delivery::Fate::Stored || delivery.fate == Delivery::Fate::Kept)
                 return KeepAppended();
+            if (delivery.fate == Delivery::Fate::Overtaken) {
+                delivery.why.clear(); // who shows the others tells it
+                return TakeBackAppended();
+            }
             // Told whole, where the refusal names the first of it: no save pays for the look but one that failed.
             if (auto words = WhatCannotBeWritten(*Versions().Item(Versions().Count() - 1)); !words.empty())
                 delivery.why = std::move(words);

@@ -52,6 +52,8 @@ Delivery StoreOrKeep(const Ports& ports, DicomDataSet& version, std::string_view
          [&](const Error& failure) {
              if (failure.number == static_cast<int>(DicomFault::NotSendable))
                  delivery = {Delivery::Fate::NotStored, failure.description};
+             else if (failure.number == static_cast<int>(DicomFault::NotItsTurn))
+                 delivery = {Delivery::Fate::Overtaken, failure.description};
              else
                  delivery = KeepUnsent(ports, version, failure.description);
          });

@@ -15,6 +15,7 @@ struct Delivery {
         Stored,    ///< the storage service has it
         Kept,      ///< it waits for the storage service as a file
         NotStored, ///< it is nowhere
+        Overtaken, ///< it is nowhere: the service says that the report has another version meanwhile
     };
     Fate fate = Fate::NotStored;
     std::string why; ///< unless it was stored, in words for the physician

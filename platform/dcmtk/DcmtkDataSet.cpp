@@ -293,8 +293,11 @@ void DcmtkDataSet::StoreToNode(std::string_view host, std::string_view port, std
     try {
         network_->background.Run("Storing the version ...", [&] { StoreDataSet(encoded, target, network_->timeouts); });
     } catch (const std::exception& failure) {
-        throw DicomFailure(DicomFault::NotStored, "The version could not be stored by the storage service " +
-                                                      target.Name() + ": " + failure.what() + ".");
+        const auto* known = dynamic_cast<const Error*>(&failure);
+        const bool notItsTurn = known && known->number == static_cast<int>(DicomFault::NotItsTurn);
+        throw DicomFailure(notItsTurn ? DicomFault::NotItsTurn : DicomFault::NotStored,
+                           "The version could not be stored by the storage service " + target.Name() + ": " +
+                               failure.what() + ".");
     }
     if (wait)
         network_->events.AwaitSentEvents();

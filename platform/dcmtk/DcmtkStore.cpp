@@ -4,6 +4,7 @@
 #include "platform/dcmtk/DicomFailure.h"
 #include "platform/dcmtk/Implementation.h"
 #include "platform/limits.h"
+#include "platform/store_status.h"
 #include "platform/text.h"
 
 #include <dcmtk/config/osconfig.h>
@@ -109,6 +110,8 @@ struct Status {
 constexpr std::array Statuses{
     Status{0xA700, 0xA7FF, "it is out of resources"},
     Status{0xA900, 0xA9FF, "the document does not match its kind"},
+    Status{store_status::ReportHasOthers, store_status::ReportHasOthers, "the report has another version meanwhile"},
+    Status{store_status::ReportApproved, store_status::ReportApproved, "the report is approved"},
     Status{0xC000, 0xCFFF, "it cannot understand the document"},
     Status{0x0110, 0x0110, "it failed to process the document"},
     Status{0x0111, 0x0111, "it has this document already"},
@@ -172,8 +175,9 @@ public:
         if (outcome.bad())
             throw NotStored("the service did not answer", outcome);
         const auto status = response.DimseStatus;
+        const bool notItsTurn = status == store_status::ReportHasOthers || status == store_status::ReportApproved;
         if (status != STATUS_Success && (status & 0xF000U) != 0xB000U)
-            throw DicomFailure(DicomFault::NotStored,
+            throw DicomFailure(notItsTurn ? DicomFault::NotItsTurn : DicomFault::NotStored,
                                "the service answered that " + Meaning(status) + Comment(detail.get()));
     }
 

@@ -8,9 +8,11 @@
 #include <QApplication>
 #include <QEventLoop>
 #include <QMessageBox>
+#include <QPushButton>
 #include <QWindow>
 
 #include <algorithm>
+#include <utility>
 
 namespace tavrel {
 namespace {
@@ -65,6 +67,8 @@ std::vector<Answer> Offered(Buttons buttons) {
         return {Answer::Ok, Answer::Cancel};
     case Buttons::YesNo:
         return {Answer::Yes, Answer::No};
+    case Buttons::YesNoCancel:
+        return {Answer::Yes, Answer::No, Answer::Cancel};
     }
     return {};
 }
@@ -161,6 +165,9 @@ Answer QtWindows::Ask(const MessageBox& message) {
     const auto offered = Offered(message.buttons);
     for (const auto answer : offered)
         box.addButton(ToQt(answer));
+    for (const auto& [button, words] : {std::pair{QMessageBox::Yes, &message.yes}, {QMessageBox::No, &message.no}})
+        if (!words->empty())
+            box.button(button)->setText(tavrel::ToQt(*words));
     box.setDefaultButton(ToQt(message.defaultAnswer));
     box.setEscapeButton(ToQt(offered.back()));
     if (AnyTopMost())

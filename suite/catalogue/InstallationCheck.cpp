@@ -1,8 +1,11 @@
 #include "suite/catalogue/InstallationCheck.h"
 
+#include "platform/attributes.h"
 #include "platform/code_tables.h"
 #include "platform/error.h"
 #include "platform/limits.h"
+#include "platform/paths.h"
+#include "platform/sql.h"
 #include "platform/uid.h"
 #include "suite/catalogue/DepartmentCheck.h"
 #include "suite/catalogue/FolderImport.h"
@@ -29,7 +32,8 @@ namespace {
 
 /// The unsent versions of a study.
 struct Waiting {
-    std::string owner; ///< patient and study in words
+    std::string owner;     ///< patient and study in words
+    bool approved = false; ///< their report is, which takes no further version
     int versions = 0;
     std::int64_t since = 0; ///< when the first was kept, in nanoseconds of the system's clock
 };
@@ -279,20 +283,52 @@ private:
     void Unsent(const std::filesystem::path& folder) try {
         std::vector<Waiting> studies;
         for (const UnsentFile& file : ListUnsentFiles(folder)) {
-            const std::string owner = OwnerOf(ReadUnsentHeader(dicom_, file.path));
-            auto study = std::ranges::find(studies, owner, &Waiting::owner);
+            const UnsentHeader version = ReadUnsentHeader(dicom_, file.path);
+            const std::string owner = OwnerOf(version);
+            const bool approved = IsApproved(version.seriesUid);
+            auto study = std::ranges::find_if(
+                studies, [&](const Waiting& each) { return each.owner == owner && each.approved == approved; });
             if (study == studies.end())
-                study = studies.insert(study, {owner, 0, file.kept});
+                study = studies.insert(study, {owner, approved, 0, file.kept});
             ++study->versions;
         }
-        for (const Waiting& study : studies)
-            Warn(std::to_string(study.versions) + (study.versions == 1 ? " version " : " versions ") + study.owner +
-                 (study.versions == 1 ? " waits" : " wait") + " to be stored since " + LocalTime(study.since) + " in " +
-                 folder.string());
+        for (const Waiting& study : studies) {
+            const bool one = study.versions == 1;
+            const std::string versions =
+                std::to_string(study.versions) + (one ? " version " : " versions ") + study.owner;
+            const std::string place = " since " + LocalTime(study.since) + " in " + folder.string();
+            if (study.approved)
+                Warn(versions + (one ? " stays" : " stay") + " unstored" + place +
+                     ": the report was approved meanwhile and takes no further version");
+            else
+                Warn(versions + (one ? " waits" : " wait") + " to be stored" + place);
+        }
         if (studies.empty())
             Well("no version waits to be stored in " + folder.string());
     } catch (const std::system_error& failure) {
         Warn(std::string("whether versions wait to be stored is not known: ") + failure.what());
+    }
+
+    /// Whether a report that is stored is approved. What cannot be asked or read is not.
+    bool IsApproved(const std::string& seriesUid) try {
+        if (!IsUid(seriesUid))
+            return false; // another program's file may say anything
+        const auto file = catalogue_.OpenResultSet(
+            "SELECT Study.StudyPath, Series.SeriesDir, Image.ImageFile FROM Image, Series, Study"
+            " WHERE Image.SeriesInstanceUID=" +
+            Quoted(seriesUid) +
+            " AND Series.SeriesInstanceUID=Image.SeriesInstanceUID"
+            " AND Study.StudyInstanceUID=Series.StudyInstanceUID ORDER BY Image.ImageID DESC");
+        for (; !file->AtEnd(); file->MoveNext()) {
+            const std::string path =
+                NativePath(file->Text("StudyPath") + "\\" + file->Text("SeriesDir") + "\\" + file->Text("ImageFile"));
+            if (dicom_.OpenImageSeries(std::array{path})->GetElementString(0, attribute::VerificationFlag) ==
+                "VERIFIED")
+                return true;
+        }
+        return false;
+    } catch (const Error&) {
+        return false;
     }
 
     Connection& catalogue_;

@@ -197,7 +197,8 @@ void Association::TakeObject(const MessageReader::Request& request) {
     ReceiveDataSet(request, object);
     const ObjectHeader header = context_.tree.Examine(object, command.sopClassUid, command.sopInstanceUid);
     context_.unsent.TakeInBefore(header.seriesUid);
-    const StudyTree::Stored stored = context_.tree.Store(object, header);
+    const StudyTree::Stored stored = context_.tree.Store(
+        object, header, callingAe_ == InternalAe ? std::optional(VersionTurn::From::Editor) : std::nullopt);
     if (callingAe_ == InternalAe)
         TellStored(context_.events, calledAe_, stored);
 }

@@ -218,6 +218,16 @@ void ObjectCatalogue::Add(const ObjectHeader& header, const ObjectPlace& place, 
         QueueStoredObject(*connection_, engine_, header.seriesUid, place.imageFile, *queuesImages_);
 }
 
+std::map<std::string, std::string> ObjectCatalogue::FilesOf(const std::string& seriesUid, const std::string& fromName) {
+    std::map<std::string, std::string> files;
+    const auto rows = connection_->OpenResultSet(
+        "SELECT ImageFile, SOPInstanceUID FROM Image WHERE SeriesInstanceUID=" + Quoted(seriesUid) +
+        " AND ImageFile>=" + Quoted(fromName));
+    for (; !rows->AtEnd(); rows->MoveNext())
+        files.emplace(rows->Text("ImageFile"), TextOrEmpty(*rows, "SOPInstanceUID"));
+    return files;
+}
+
 bool ObjectCatalogue::Exists(const std::string& query) {
     return !connection_->OpenResultSet(query)->AtEnd();
 }

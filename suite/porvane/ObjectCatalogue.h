@@ -5,6 +5,7 @@
 #include "suite/porvane/ObjectHeader.h"
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -73,6 +74,8 @@ public:
         std::optional<Series> series;
     };
     Home HomeOf(const ObjectHeader& header);
+    /// The SOP Instance UIDs of a series' files by their names, of those from this name on.
+    std::map<std::string, std::string> FilesOf(const std::string& seriesUid, const std::string& fromName);
 
     /// From now on an object's row queues it for the archive too, an image's where `images` are asked for.
     void QueueForArchive(bool images) { queuesImages_ = images; }

@@ -5,6 +5,7 @@
 #include "platform/limits.h"
 #include "platform/text.h"
 #include "platform/uid.h"
+#include "sr/content/Items.h"
 #include "suite/catalogue/TextRules.h"
 #include "suite/porvane/StoreRefusal.h"
 
@@ -99,6 +100,20 @@ std::shared_ptr<DataSetList> OpenObject(DicomLibrary& library, const std::string
     return library.OpenImageSeries(std::array{path});
 }
 
+std::vector<std::string> PredecessorsOf(const DicomDataSet& version) {
+    std::vector<std::string> uids;
+    ForEachItem(version, attribute::PredecessorDocumentsSequence, [&](const DicomDataSet& study) {
+        ForEachItem(study, attribute::ReferencedSeriesSequence, [&](const DicomDataSet& series) {
+            ForEachItem(series, attribute::ReferencedSopSequence, [&](const DicomDataSet& document) {
+                const Value uid = document.GetValue(attribute::ReferencedSopInstanceUid);
+                if (const auto* text = std::get_if<std::string>(&uid))
+                    uids.push_back(*text);
+            });
+        });
+    });
+    return uids;
+}
+
 ObjectHeader ReadHeader(const HeaderReader& read) {
     ObjectHeader header;
     header.sopClassUid = read.Uid(attribute::SopClassUid, "SOP Class UID");
@@ -139,7 +154,10 @@ bool ObjectHeader::IsReport() const {
 ObjectHeader ReadObjectHeader(DicomLibrary& library, const std::string& path, const std::string& sopClassUid) {
     try {
         const auto object = OpenObject(library, path, sopClassUid);
-        return ReadHeader(HeaderReader(*object));
+        ObjectHeader header = ReadHeader(HeaderReader(*object));
+        if (header.IsReport())
+            header.predecessors = PredecessorsOf(*object->Item(0));
+        return header;
     } catch (const Error& error) {
         throw StoreRefusal(Status::CannotUnderstand, error.description);
     }

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace tavrel {
 
@@ -38,6 +39,9 @@ struct ObjectHeader {
     std::string patientName;
     std::string birthDate;
     std::string sex;
+
+    /// The SOP Instance UIDs that a report's version names as its predecessors.
+    std::vector<std::string> predecessors;
 
     bool IsReport() const;
 };

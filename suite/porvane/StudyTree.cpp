@@ -60,7 +60,8 @@ std::string WithoutPatient(std::string text, const ObjectHeader& header) {
 struct StudyTree::Filing {
     IncomingFile& object;
     const ObjectHeader& header;
-    std::vector<ObjectPlace> others = {}; ///< that have its UID and other contents
+    std::optional<VersionTurn::From> from; ///< of a report's version that is stored in its turn
+    std::vector<ObjectPlace> others = {};  ///< that have its UID and other contents
 
     /// What comes of it: the place of another object of its UID, with which it has to be compared, or its own, or why
     /// it has none.
@@ -86,7 +87,7 @@ std::string StudyTree::PathFault(const std::string& root) {
 
 StudyTree::StudyTree(const fs::path& root, ObjectCatalogue& catalogue, DicomLibrary& library)
     : root_(fs::absolute(root).lexically_normal()), incoming_(root_ / ".incoming"), catalogue_(catalogue),
-      library_(library) {
+      library_(library), versionTurn_(library) {
     if (const std::string fault = PathFault(root_.string()); !fault.empty())
         throw std::runtime_error(fault);
     MakeLastingFolder(root_);
@@ -126,8 +127,9 @@ ObjectHeader StudyTree::Examine(IncomingFile& object, const std::string& sopClas
     return header;
 }
 
-StudyTree::Stored StudyTree::Store(IncomingFile& object, const ObjectHeader& header) try {
-    Filing filing{object, header};
+StudyTree::Stored StudyTree::Store(IncomingFile& object, const ObjectHeader& header,
+                                   std::optional<VersionTurn::From> from) try {
+    Filing filing{object, header, from};
     const auto close = [this](Filing* ended) { Close(*ended); };
     const std::unique_ptr<Filing, decltype(close)> atTheEnd(&filing, close);
     for (;;) {
@@ -294,11 +296,15 @@ void StudyTree::FileUnderUniqueName(Filing& filing, ObjectPlace place) const {
 }
 
 /// Behind all versions that lie there. Who comes second to a number takes the next.
-void StudyTree::FileUnderNumber(Filing& filing, ObjectPlace place) const {
-    for (int attempt = 0; attempt < MostNumbers; ++attempt) {
+void StudyTree::FileUnderNumber(Filing& filing, ObjectPlace place) {
+    const auto rows = [&](const std::string& from) { return catalogue_.FilesOf(filing.header.seriesUid, from); };
+    for (int attempt = 0, number = 0; attempt < MostNumbers; ++attempt) {
         MakeFolders(place);
         filing.seriesFolder = NativeFolder(place);
-        place.imageFile = VersionName(NumberBehindAll(filing.seriesFolder));
+        number = filing.from ? versionTurn_.NumberFor(filing.seriesFolder, filing.header.predecessors, *filing.from,
+                                                      rows, number)
+                             : NumberBehindAll(filing.seriesFolder);
+        place.imageFile = VersionName(number);
         if (FileDurably(filing, place, !AreOnOneDisk(incoming_, filing.seriesFolder)))
             return;
     }

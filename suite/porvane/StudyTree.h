@@ -6,6 +6,7 @@
 #include "suite/porvane/ObjectCatalogue.h"
 #include "suite/porvane/ObjectHeader.h"
 #include "suite/porvane/TreeFiles.h"
+#include "suite/porvane/VersionTurn.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -64,7 +65,8 @@ public:
     };
     /// Files an examined object. One whose SOP Instance UID and data set are known already is stored
     /// already. From any thread. Throws a StoreRefusal; then nothing of the object is left.
-    Stored Store(IncomingFile& object, const ObjectHeader& header);
+    /// A report's version is stored in its turn when it says where it comes from.
+    Stored Store(IncomingFile& object, const ObjectHeader& header, std::optional<VersionTurn::From> from = {});
 
 private:
     struct Filing;
@@ -82,7 +84,7 @@ private:
     ObjectPlace PlaceFor(const ObjectHeader& header, const ObjectCatalogue::Home& home) const;
     ObjectPlace PlaceOf(const ObjectHeader& header, const ObjectCatalogue::Home& home) const;
     void FileUnderUniqueName(Filing& filing, ObjectPlace place) const;
-    void FileUnderNumber(Filing& filing, ObjectPlace place) const;
+    void FileUnderNumber(Filing& filing, ObjectPlace place);
     static bool FileDurably(Filing& filing, const ObjectPlace& place, bool onOtherDisk);
     static Linked LinkTo(Filing& filing, const std::filesystem::path& from, const ObjectPlace& place);
     static void TakeBack(Filing& filing);
@@ -113,7 +115,8 @@ private:
     std::vector<Filing*> waiting_;
     bool filing_ = false; ///< somebody files what waited
 
-    std::mutex rows_; ///< guards the catalogue and the next one
+    std::mutex rows_; ///< guards the catalogue and the next ones
+    VersionTurn versionTurn_;
     /// Of this service, of which nobody knows whether their rows are there: the connection was lost.
     std::vector<std::filesystem::path> unsettled_;
 

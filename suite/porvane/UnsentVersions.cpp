@@ -23,6 +23,11 @@ using Status = StoreRefusal::Status;
     throw std::system_error(number, std::generic_category(), "cannot read the file");
 }
 
+/// Whether the same file would be refused each time.
+bool IsFinal(const StoreRefusal& reason) {
+    return reason.status == Status::CannotUnderstand || reason.status == Status::ReportApproved;
+}
+
 class Descriptor {
 public:
     explicit Descriptor(int number) : number_(number) {
@@ -72,7 +77,7 @@ UnsentVersions::Outcome UnsentVersions::TakeIn(const std::function<bool()>& ende
             continue;
         }
         blocked.insert(series);
-        outcome.left = outcome.left || reason->status != Status::CannotUnderstand;
+        outcome.left = outcome.left || !IsFinal(*reason);
         if (reason->status == Status::ProcessingFailure)
             break; // the catalogue's failures take their time, and senders wait for it meanwhile
     }
@@ -125,12 +130,11 @@ UnsentVersions::Reason UnsentVersions::Deliver(const Version& version) {
         failedSeries_.insert(version.header.seriesUid);
     else
         failedSeries_.erase(version.header.seriesUid);
-    if (reason && reason->status == Status::CannotUnderstand)
+    if (reason && IsFinal(*reason))
         settled_[version.file.path] = {version.file.identity, reason};
     if (reason)
-        Say(version, std::string("cannot be stored") +
-                         (reason->status == Status::CannotUnderstand ? " and stays there: " : " now: ") +
-                         reason->what());
+        Say(version,
+            std::string("cannot be stored") + (IsFinal(*reason) ? " and stays there: " : " now: ") + reason->what());
     return reason;
 }
 
@@ -138,7 +142,7 @@ UnsentVersions::Reason UnsentVersions::Store(const Version& version) try {
     IncomingFile copy(tree_.Area());
     Copy(version, copy);
     const ObjectHeader header = tree_.Examine(copy, version.header.sopClassUid, version.header.sopInstanceUid);
-    told_(tree_.Store(copy, header));
+    told_(tree_.Store(copy, header, VersionTurn::From::KeptFile));
     said_.erase(version.file.path);
     if (unlink(version.file.path.c_str()) != 0 && errno != ENOENT) {
         Say(version, "is stored; the file cannot be removed: " + std::generic_category().message(errno));

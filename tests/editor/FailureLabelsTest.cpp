@@ -91,7 +91,8 @@ TEST(FailureLabels, AStorageServiceThatCannotBeReachedNamesTheLoading) {
     } events;
     ReportingStation station;
     station.OpenReport();
-    frmReport editor(station.global, events, station.chooser, station.codeTables, station.printer, station.draftTimer);
+    frmReport editor(station.global, events, station.chooser, station.codeTables, station.printer, station.draftTimer,
+                     station.reportWatch);
     editor.Form_Load();
     EXPECT_EQ(station.windows.Texts(), Texts{"frmReport.Form_Load:7-No bus"});
 }

@@ -94,7 +94,7 @@ TEST(HandOverWrite, AStoredFileWithoutAFolderIsHandedOverInTheCurrentOne) {
     Global global(station.PortsWith(files));
     global.report->pendingImages = std::make_shared<ImageList>(1, ImagePresentationContext{"a.dcm", SomeView(), ""});
     frmReport editor(global, station.serviceEvents, station.chooser, station.codeTables, station.printer,
-                     station.draftTimer);
+                     station.draftTimer, station.reportWatch);
     editor.Porvane_OnStore("", "", "F1.dcm");
     EXPECT_EQ(files.written, Texts{".SR.dat"});
     EXPECT_EQ(global.report->filePath, "F1.dcm");

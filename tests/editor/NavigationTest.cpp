@@ -160,7 +160,7 @@ TEST(OtherReports, NewInTheChooserMakesANewReport) {
 TEST(OtherReports, AnEditorThatNoAutomationObjectShowedSaysSo) {
     TwoReportsOpen station;
     frmReport unowned(station.global, station.serviceEvents, station.chooser, station.codeTables, station.printer,
-                      station.draftTimer);
+                      station.draftTimer, station.reportWatch);
     station.Choose("Second");
     unowned.cmdOthers.Press();
     EXPECT_EQ(station.windows.Texts(), Texts{"frmReport.cmdOthers_Click:91-The report has no automation object"});

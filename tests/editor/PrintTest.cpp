@@ -155,7 +155,7 @@ TEST(Print, AConnectionThatFailsIsTold) {
     global.report->document = station.global.report->document;
     global.userInformation = std::move(station.global.userInformation);
     frmReport editor(global, station.serviceEvents, station.chooser, station.codeTables, station.printer,
-                     station.draftTimer);
+                     station.draftTimer, station.reportWatch);
     editor.LoadDocs();
     editor.cmdPrint.Press();
     EXPECT_EQ(station.windows.Texts(), Texts{"CmdPrint: No catalogue"});

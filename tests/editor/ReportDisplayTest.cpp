@@ -370,7 +370,8 @@ TEST(ReportDisplay, TheStorageServiceIsHeardOnceTheReportIsLoaded) {
     station.OpenReport();
     events.global = &station.global;
     station.global.userSignature.clear();
-    frmReport editor(station.global, events, station.chooser, station.codeTables, station.printer, station.draftTimer);
+    frmReport editor(station.global, events, station.chooser, station.codeTables, station.printer, station.draftTimer,
+                     station.reportWatch);
     editor.Form_Load();
     EXPECT_EQ(events.signature, "Dr. Mario Rossi"); // the last thing that loading looks up
 }
@@ -385,7 +386,8 @@ TEST(ReportDisplay, ReloadingReleasesTheStorageServiceBeforeItListensAgain) {
     } events;
     ReportingStation station;
     station.OpenReport();
-    frmReport editor(station.global, events, station.chooser, station.codeTables, station.printer, station.draftTimer);
+    frmReport editor(station.global, events, station.chooser, station.codeTables, station.printer, station.draftTimer,
+                     station.reportWatch);
     editor.Form_Load();
     editor.Form_Load();
     EXPECT_EQ(events.attached, 2);

@@ -10,6 +10,7 @@
 #include "sr/DcmSRDocument.h"
 #include "sr/content/ImagePresentationContext.h"
 #include "tests/support/FakeReportPrinter.h"
+#include "tests/support/FakeReportWatch.h"
 #include "tests/support/FakeServiceEvents.h"
 #include "tests/support/FakeTimer.h"
 #include "tests/support/ReadBytes.h"
@@ -33,9 +34,10 @@ public:
 
     FakeReportPrinter printer;
     FakeTimer draftTimer;
+    FakeReportWatch reportWatch;
     frmBase codeTables{global};
     frmSRSeriesChoice chooser{global, [this] { editor.cmdNew_Click(); }};
-    frmReport editor{global, serviceEvents, chooser, codeTables, printer, draftTimer};
+    frmReport editor{global, serviceEvents, chooser, codeTables, printer, draftTimer, reportWatch};
     CTavrel automation{global, viewers, chooser, editor};
 
     DcmSRDocument& Document() { return *global.report->document; }
@@ -98,9 +100,10 @@ struct AnotherProcess {
     Global global;
     FakeServiceEvents events;
     FakeTimer timer;
+    FakeReportWatch watch;
     frmBase codeTables{global};
     frmSRSeriesChoice chooser{global, [this] { editor.cmdNew_Click(); }};
-    frmReport editor{global, events, chooser, codeTables, station.printer, timer};
+    frmReport editor{global, events, chooser, codeTables, station.printer, timer, watch};
     CTavrel automation{global, station.viewers, chooser, editor};
 };
 

@@ -44,7 +44,7 @@ TEST(StoredImages, AreNeverLostInTwoHundredSavesToARealService) {
     Global global(station.PortsWith(library));
     frmBase codeTables(global);
     frmSRSeriesChoice chooser(global, [] {});
-    frmReport editor(global, events, chooser, codeTables, station.printer, station.draftTimer);
+    frmReport editor(global, events, chooser, codeTables, station.printer, station.draftTimer, station.reportWatch);
     CTavrel automation(global, station.viewers, chooser, editor);
     automation.LoadForImgSeries(station.ImageSeries());
 

@@ -1,5 +1,6 @@
 """DICOM objects as a modality and the report editor make them, and the way of one to the storage service."""
 
+import collections
 import itertools
 import socket
 import struct
@@ -49,7 +50,21 @@ class Object:
         return bytes(128) + b"DICM" + _element(0x0002, 0x0000, "UL", struct.pack("<I", len(meta))) + meta + self.data
 
 
+def _sequence(group, element, items):
+    value = b"".join(struct.pack("<HHI", 0xFFFE, 0xE000, len(each)) + each for each in items)
+    return struct.pack("<HH2sHI", group, element, b"SQ", 0, len(value)) + value
+
+
+def _predecessors(series, uids):
+    documents = _sequence(0x0008, 0x1199, [_element(0x0008, 0x1155, "UI", uid) for uid in uids])
+    return _sequence(0x0040, 0xA360, [_sequence(0x0008, 0x1115, [documents + _element(0x0020, 0x000E, "UI", series)])])
+
+
+_versions = collections.defaultdict(list)
+
+
 def make_object(study, series, report=False, pixels=0):
+    """A report's version follows those that were made before, as the editor writes it."""
     uid, sop_class = new_uid(), BASIC_TEXT_SR if report else CT
     number = uid.rsplit(".", 1)[1]
     data = (_element(0x0008, 0x0016, "UI", sop_class) + _element(0x0008, 0x0018, "UI", uid) +
@@ -58,7 +73,10 @@ def make_object(study, series, report=False, pixels=0):
             _element(0x0010, 0x0010, "PN", "KILLED^BY CHANCE") + _element(0x0010, 0x0020, "LO", "P" + study[-12:]) +
             _element(0x0020, 0x000D, "UI", study) + _element(0x0020, 0x000E, "UI", series) +
             _element(0x0020, 0x0013, "IS", number))
-    if not report:
+    if report:
+        data += _predecessors(series, _versions[series])
+        _versions[series].append(uid)
+    else:
         data += _element(0x7FE0, 0x0010, "OW", (number.encode() * (pixels + 2))[:2 * (pixels + 1)])
     return Object(sop_class, uid, series, data)
 

@@ -41,6 +41,19 @@ TestObject& TestObject::Naming(const std::string& sopClass, const std::string& s
     return *this;
 }
 
+TestObject& TestObject::After(const std::vector<std::string>& predecessors) {
+    Remove(DCM_PredecessorDocumentsSequence);
+    long index = 0;
+    for (const std::string& uid : predecessors) {
+        DcmItem *study = nullptr, *series = nullptr, *document = nullptr;
+        file_.getDataset()->findOrCreateSequenceItem(DCM_PredecessorDocumentsSequence, study, 0);
+        study->findOrCreateSequenceItem(DCM_ReferencedSeriesSequence, series, 0);
+        series->findOrCreateSequenceItem(DCM_ReferencedSOPSequence, document, index++);
+        document->putAndInsertString(DCM_ReferencedSOPInstanceUID, uid.c_str());
+    }
+    return *this;
+}
+
 TestObject& TestObject::Numbered(int number) {
     return Set(DCM_SOPInstanceUID, "2.999.7." + std::to_string(number)).Set(DCM_InstanceNumber, std::to_string(number));
 }

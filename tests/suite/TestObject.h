@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 namespace tavrel {
 
@@ -18,6 +19,8 @@ constexpr int NotAuthorized = 0x0124;
 constexpr int OutOfResources = 0xA700;
 constexpr int DoesNotMatch = 0xA900;
 constexpr int CannotUnderstand = 0xC000;
+constexpr int ReportHasOthers = 0xC101;
+constexpr int ReportApproved = 0xC102;
 
 /// A real image of a modality.
 std::filesystem::path RealImage(const std::string& name = "CT_small.dcm");
@@ -31,6 +34,8 @@ public:
     TestObject& Remove(const DcmTagKey& tag);
     /// Refers to another object.
     TestObject& Naming(const std::string& sopClass, const std::string& sopInstance);
+    /// A report's version that follows these.
+    TestObject& After(const std::vector<std::string>& predecessors);
     /// A further object of the same series.
     TestObject& Numbered(int number);
     std::string Get(const DcmTagKey& tag);

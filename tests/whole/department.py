@@ -87,6 +87,9 @@ class Workstation:
         self._service.send_signal(signal.SIGKILL)
         self._service.wait()
 
+    def service_ended(self):
+        return self._service.poll() is not None
+
     def tool(self, *arguments):
         """What the catalogue tool says at this workstation."""
         return subprocess.run(["orbenta-catalogue", *arguments], env={**os.environ, **self.environment},

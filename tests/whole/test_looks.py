@@ -3,7 +3,7 @@ for whoever changes a layout."""
 
 from pathlib import Path
 
-from bus import DarkDesktop, GLib
+from bus import DarkDesktop, FurtherBus, GLib, RecordingViewer
 from case import PICTURES, SystemTest, ViewerTest
 from person.driver import key, keys, wait_until
 from person.editor import SEARCH
@@ -104,6 +104,27 @@ class OfTheReport(Looks, SystemTest):
         drafts.unlink()
         away.rename(drafts)
 
+    def take_another_physician(self, study, report):
+        """What is told of another's version, in the band and before a save. Leaves the report at its last version."""
+        bus = FurtherBus(f"second-{self.scheme}", XDG_STATE_HOME=str(FOLDER / f"second-{self.scheme}"))
+        self.addCleanup(bus.close)
+        self.addCleanup(RecordingViewer(bus.address).leave)
+        other = self.open(study, self.client(bus.address))
+        other.fill(reading=READING + "\n\nSeen and discussed.")
+        other.save()
+        other.close()
+        report.fill(reading=READING + "\n\nTo be discussed.")
+        wait_until(lambda: any(" saved a version at " in each for each in report.labels()), "the band to tell")
+        self.picture("report-of-two", report)
+        report.press("Save")
+        box = wait_until(lambda: next((each for each in report.program.windows()
+                                       if each.title != report.window.title), None), "the question")
+        self.picture("question-of-two", box)
+        box.press("Look at it first")
+        wait_until(lambda: report.enabled("Put back"), "the other's version")
+        self.picture("report-of-two-looked-at", report)
+        report.press("Discard")
+
     def take_report(self, study):
         report = self.open(study)
         self.picture("report-new", report)
@@ -115,6 +136,7 @@ class OfTheReport(Looks, SystemTest):
         self.take_codes(report)
         self.picture("report", report)
         self.take_storing(report)
+        self.take_another_physician(study, report)
         report.versions.click(0)
         wait_until(lambda: not report.enabled("Save"), "the older version")
         self.picture("report-older", report)

@@ -3,7 +3,7 @@
 from bus import FurtherBus, RecordingViewer
 from case import SystemTest
 from person.driver import wait_until
-from person.editor import seconds
+from person.editor import save_on_top_until, seconds, show_all
 from person.studies import Study, reading_of
 from person.workstation import FOLDER, ask
 
@@ -29,10 +29,9 @@ class TwoEditors(SystemTest):
             seconds.wait()
             first.press("Save")
             second.press("Save")
-            wait_until(lambda: len(study.versions()) == 1 + 2 * turn, "both versions")
-            for editor in (first, second):
-                wait_until(lambda: editor.versions.count() == 1 + turn, "the version to be shown")
+            save_on_top_until((first, second), lambda: len(study.versions()) == 1 + 2 * turn)
             seconds.use()
+            show_all((first, second), 1 + 2 * turn)
 
         self.assertEqual(sorted(reading_of(each) for each in study.versions()),
                          ["First 1", "First 2", "First 3", "Reading 1", "Second 1", "Second 2", "Second 3"])
@@ -40,9 +39,12 @@ class TwoEditors(SystemTest):
     def test_of_one_report_leave_a_report_that_opens_with_every_version(self):
         study = self.reported()
         first, second = self.both(study)
-        for editor, text in ((first, "The first's"), (second, "The second's")):
-            editor.fill(reading=text)
-            editor.save()
+        first.fill(reading="The first's")
+        first.save()
+        second.fill(reading="The second's")
+        second.press("Save")
+        save_on_top_until([second], lambda: len(study.versions()) == 3)
+        for editor in (first, second):
             editor.close()
         report = self.open(study)
 

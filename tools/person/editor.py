@@ -116,6 +116,30 @@ class Editor:
         wait_ended(self.program.process)
 
 
+def save_on_top_until(editors, done):
+    """Answers "Save on top" wherever an editor says that another has saved, until that is so."""
+    def look():
+        for editor in editors:
+            for window in editor.program.windows():
+                if window.title != editor.window.title:
+                    seconds.use()
+                    seconds.wait()
+                    window.press("Save on top")
+                    window.wait_closed()
+        return done()
+    wait_until(look, "every version to be stored", 30)
+
+
+def show_all(editors, versions):
+    """Has each editor show all that there are, as the last line of its list."""
+    for editor in editors:
+        editor.wait_idle()
+        if editor.versions.count() < versions:
+            editor.press("Last Version")
+            wait_until(lambda: editor.versions.count() == versions, "every version")
+        wait_until(lambda: any(each.startswith("Saved at ") for each in editor.labels()), "the last version")
+
+
 SEARCH = "Search code meaning"
 
 

@@ -60,8 +60,8 @@ protected:
     PrintingStation station;
     QtWindows windows;
     QtReportPrinter printer{windows};
-    frmReport editor{station.global, station.serviceEvents, station.chooser, station.codeTables,
-                     printer,        station.draftTimer};
+    frmReport editor{station.global, station.serviceEvents, station.chooser,    station.codeTables,
+                     printer,        station.draftTimer,    station.reportWatch};
     const std::string threePages = Repeated("x\r\n", 80);
 };
 

@@ -414,6 +414,21 @@ TEST_F(CheckOfUnsentVersions, NamesEachPatientsOwn) {
     EXPECT_TRUE(Holds(Words(), "warning  1 version of patient BIANCHI^ANNA (1CT1), study "));
 }
 
+TEST_F(CheckOfUnsentVersions, NamesThoseOfAReportThatWasApprovedMeanwhile) {
+    const auto version = [](const std::string& uid) {
+        return TestObject()
+            .Set(DCM_SOPClassUID, UID_BasicTextSRStorage)
+            .Set(DCM_SeriesInstanceUID, "2.999.4")
+            .Set(DCM_SOPInstanceUID, uid);
+    };
+    service = room.StartService();
+    ASSERT_EQ(version("2.999.4.1").Set(DCM_VerificationFlag, "VERIFIED").Send(room, "AE_INTERNAL"), Stored);
+    service.reset();
+    Keep("2.dcm", version("2.999.4.2"));
+    EXPECT_TRUE(Holds(Words(), " stays unstored since ")) << Words();
+    EXPECT_TRUE(Holds(Words(), ": the report was approved meanwhile and takes no further version\n")) << Words();
+}
+
 TEST_F(CheckOfUnsentVersions, NamesWhatCannotBeRead) {
     Write("state/tavrel/unsent/1.dcm", "no DICOM file");
     RunShell("touch -d '2026-11-15 08:05:09' " + (room.Unsent() / "1.dcm").string());

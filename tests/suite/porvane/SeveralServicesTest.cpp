@@ -24,15 +24,15 @@ protected:
     static constexpr int Rounds = 15;
 
     /// Sends one object to each service at the same moment; how many of them were stored.
-    int SendAtOnce(TestObject one, TestObject other) const {
+    int SendAtOnce(TestObject one, TestObject other, const std::string& callingAe = "MODALITY") const {
         std::latch ready(2);
         int stored = 0;
         std::jthread second([&] {
             ready.arrive_and_wait();
-            stored = other.Send(ports[1]) == Stored ? 1 : 0;
+            stored = other.Send(ports[1], callingAe) == Stored ? 1 : 0;
         });
         ready.arrive_and_wait();
-        const int first = one.Send(ports[0]) == Stored ? 1 : 0;
+        const int first = one.Send(ports[0], callingAe) == Stored ? 1 : 0;
         second.join();
         return first + stored;
     }
@@ -93,6 +93,20 @@ TEST_P(SeveralServices, KeepBothObjectsOfOneUid) {
     for (int number = 1; number <= Rounds; ++number)
         EXPECT_EQ(SendAtOnce(Image(1, number), Image(1, number).Set(DCM_ImageComments, "other bytes")), 2);
     ExpectFilesAndRows(2 * Rounds);
+}
+
+TEST_P(SeveralServices, StoreOneOfTwoVersionsOfTheEditorsThatComeAtOnce) {
+    std::vector<std::string> chain;
+    for (int round = 1; round <= Rounds; ++round) {
+        const auto version = [&](int desk) {
+            return Image(1, 10 * round + desk).Set(DCM_SOPClassUID, UID_BasicTextSRStorage).After(chain);
+        };
+        EXPECT_EQ(SendAtOnce(version(1), version(2), "AE_INTERNAL"), 1);
+        const auto stored = room.Column("SELECT SOPInstanceUID FROM Image ORDER BY ImageID");
+        chain = {stored.begin(), stored.end()};
+        ASSERT_EQ(chain.size(), static_cast<std::size_t>(round));
+    }
+    ExpectFilesAndRows(Rounds);
 }
 
 TEST_P(SeveralServices, NumberTheVersionsOfAReportThroughout) {

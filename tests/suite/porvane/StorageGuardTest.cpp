@@ -259,7 +259,8 @@ protected:
         std::vector<double> times;
         for (int i = 0; i < saves; ++i) {
             TestObject version = Report();
-            version.Set(DCM_SOPInstanceUID, "2.999.4." + std::to_string(++versions));
+            version.Set(DCM_SOPInstanceUID, "2.999.4." + std::to_string(++versions)).After(stored);
+            stored.push_back(version.Get(DCM_SOPInstanceUID));
             const auto begun = steady_clock::now();
             EXPECT_EQ(version.Send(room, "AE_INTERNAL"), Stored) << room.ServiceLog();
             times.push_back(std::chrono::duration<double, std::milli>(steady_clock::now() - begun).count());
@@ -269,6 +270,7 @@ protected:
     }
 
     int versions = 0;
+    std::vector<std::string> stored;
 };
 
 TEST_F(StorageBesideBadSenders, TheEditorIsServedAsEver) {

@@ -188,6 +188,32 @@ TEST_F(Storage, WhatCannotBeDecodedInANameIsMarkedInTheCatalogueAlone) {
     EXPECT_EQ(TestObject(room.StoredFiles().at(0)).Get(DCM_PatientName), "M\xFFller");
 }
 
+TEST_F(Storage, AVersionOfTheEditorThatDoesNotFollowTheOthersIsRefused) {
+    ASSERT_EQ(Report(1).Send(room, "AE_INTERNAL"), Stored);
+    EXPECT_EQ(Report(2).Send(room, "AE_INTERNAL"), ReportHasOthers);
+    EXPECT_EQ(Report(2).After({"2.999.7.1"}).Send(room, "AE_INTERNAL"), Stored);
+    EXPECT_EQ(room.Count("Image"), "2");
+    EXPECT_EQ(room.StoredFiles().size(), 2U);
+}
+
+TEST_F(Storage, AVersionOfTheEditorThatIsStoredAlreadyIsStoredAgainAfterOthers) {
+    ASSERT_EQ(Report(1).Send(room, "AE_INTERNAL"), Stored);
+    ASSERT_EQ(Report(2).After({"2.999.7.1"}).Send(room, "AE_INTERNAL"), Stored);
+    EXPECT_EQ(Report(1).Send(room, "AE_INTERNAL"), Stored);
+    EXPECT_EQ(room.Count("Image"), "2");
+}
+
+TEST_F(Storage, AReportThatIsApprovedTakesNoFurtherVersionOfTheEditor) {
+    ASSERT_EQ(Report(1).Set(DCM_VerificationFlag, "VERIFIED").Send(room, "AE_INTERNAL"), Stored);
+    EXPECT_EQ(Report(2).After({"2.999.7.1"}).Send(room, "AE_INTERNAL"), ReportApproved);
+    EXPECT_EQ(room.Count("Image"), "1");
+}
+
+TEST_F(Storage, AReportOfAnotherProgramIsStoredWhateverItFollows) {
+    ASSERT_EQ(Report(1).Set(DCM_VerificationFlag, "VERIFIED").Send(room, "AE_INTERNAL"), Stored);
+    EXPECT_EQ(Report(2).Send(room), Stored);
+}
+
 TEST_F(Storage, ReportsOfTheWorkstationsKindAreOfModalitySr) {
     TestObject().Set(DCM_SOPClassUID, UID_BasicTextSRStorage).Set(DCM_Modality, "SR").Send(room);
     EXPECT_EQ(room.Value("SELECT Modality FROM Series"), "SR");

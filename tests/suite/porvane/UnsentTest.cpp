@@ -30,7 +30,7 @@ using testing::Not;
 /// Versions that the report editor could not send.
 class Unsent : public testing::Test {
 protected:
-    /// A version of a report, made in that minute of the day.
+    /// A version of a report, made in that minute of the day, which follows those of the minutes before.
     static TestObject Version(int minute, const std::string& series = "2.999.4") {
         TestObject version;
         version.Set(DCM_SOPClassUID, UID_BasicTextSRStorage)
@@ -38,16 +38,17 @@ protected:
             .Set(DCM_SeriesInstanceUID, series)
             .Set(DCM_SOPInstanceUID, UidOf(minute, series))
             .Set(DCM_ContentDate, "20261121")
-            .Set(DCM_ContentTime, std::to_string(100000 + 100 * minute));
+            .Set(DCM_ContentTime, std::to_string(100000 + 100 * minute))
+            .After(UidsOf(minute - 1, series));
         return version;
     }
     static std::string UidOf(int minute, const std::string& series = "2.999.4") {
         return series + "." + std::to_string(minute);
     }
-    static std::vector<std::string> UidsOf(int count) {
+    static std::vector<std::string> UidsOf(int count, const std::string& series = "2.999.4") {
         std::vector<std::string> uids;
         for (int minute = 1; minute <= count; ++minute)
-            uids.push_back(UidOf(minute));
+            uids.push_back(UidOf(minute, series));
         return uids;
     }
 
@@ -133,6 +134,26 @@ TEST_F(Unsent, VersionsAreStoredInTheOrderOfTheirMaking) {
     const auto service = room.StartService();
     EXPECT_TRUE(NoneWaits());
     EXPECT_EQ(StoredInOrder(), UidsOf(3));
+}
+
+TEST_F(Unsent, AVersionThatDoesNotFollowTheLastOneIsStoredBesideIt) {
+    const auto service = room.StartService();
+    ASSERT_EQ(Version(1).Send(room, "AE_INTERNAL"), Stored);
+    ASSERT_EQ(Version(2).Send(room, "AE_INTERNAL"), Stored);
+    Keep(Version(3).After(UidsOf(1)));
+    EXPECT_TRUE(NoneWaits());
+    EXPECT_EQ(StoredInOrder(), UidsOf(3));
+}
+
+TEST_F(Unsent, AVersionOfAReportThatWasApprovedMeanwhileStaysThere) {
+    const auto service = room.StartService();
+    ASSERT_EQ(Version(1).Send(room, "AE_INTERNAL"), Stored);
+    ASSERT_EQ(Version(2).Set(DCM_VerificationFlag, "VERIFIED").Send(room, "AE_INTERNAL"), Stored);
+    Keep(Version(3).After(UidsOf(1)));
+    EXPECT_TRUE(Eventually([this] { return TimesLogged("stays there: the report is approved") == 1; }));
+    EXPECT_EQ(Waiting(), 1U);
+    EXPECT_EQ(Version(4).After(UidsOf(2)).Send(room, "AE_INTERNAL"), ReportApproved);
+    EXPECT_EQ(StoredInOrder(), UidsOf(2));
 }
 
 TEST_F(Unsent, VersionsOfOneSecondAreStoredInTheOrderOfTheirKeeping) {
