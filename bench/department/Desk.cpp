@@ -33,6 +33,7 @@
 #include "sr/DcmSRDocument.h"
 #include "tests/support/FakeProcess.h"
 #include "tests/support/FakeReportPrinter.h"
+#include "tests/support/FakeReportWatch.h"
 #include "tests/support/FakeServiceEvents.h"
 #include "tests/support/FakeTimer.h"
 #include "tests/support/FakeViewer.h"
@@ -141,11 +142,12 @@ struct Editor {
     test::FakeUsers users;
     test::FakeViewerLink viewers;
     test::FakeReportPrinter printer;
+    test::FakeReportWatch watch;
     test::FakeTimer draftTimer;
     Global global{{dicom, database, windows, files, process, std::ref(users), clock, letters}};
     frmBase codeTables{global};
     frmSRSeriesChoice chooser{global, [this] { editor.cmdNew_Click(); }};
-    frmReport editor{global, serviceEvents, chooser, codeTables, printer, draftTimer};
+    frmReport editor{global, serviceEvents, chooser, codeTables, printer, draftTimer, watch};
     CTavrel automation{global, viewers, chooser, editor};
 };
 
