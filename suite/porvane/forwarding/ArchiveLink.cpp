@@ -19,6 +19,7 @@
 #include <array>
 #include <cstdio>
 #include <memory>
+#include <span>
 
 namespace tavrel {
 namespace {
@@ -54,8 +55,8 @@ std::string Comment(DcmDataset* detail) {
     return " \"" + std::string(comment.c_str()) + "\"";
 }
 
-template <std::size_t Size> void Copy(const std::string_view text, char (&field)[Size]) {
-    field[text.copy(field, Size - 1)] = '\0';
+void Copy(std::string_view text, std::span<char> field) {
+    field[text.copy(field.data(), field.size() - 1)] = '\0';
 }
 
 std::string Rejection(T_ASC_Parameters* parameters) {

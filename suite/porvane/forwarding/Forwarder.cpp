@@ -39,7 +39,7 @@ constexpr seconds BlockedPause{300};
 constexpr seconds ForAPresentationState{5};
 constexpr seconds SpareTime{90}; ///< of a claim, beyond the time that sending may take
 constexpr seconds LeastTime{60};
-constexpr std::uintmax_t LeastRate = 100'000; ///< bytes a second
+constexpr std::uintmax_t LeastRate = 1'000'000; ///< bytes a second
 constexpr std::string_view PresentationStates = "1.2.840.10008.5.1.4.1.1.11.";
 
 seconds TimeFor(const std::filesystem::path& file) {
@@ -66,13 +66,26 @@ std::vector<std::string> PresentationStatesOf(DcmDataset& version) {
     return uids;
 }
 
-} // namespace
+/// Gives the claim on a series back in the end; one that cannot be given back runs out by itself.
+class Claimed {
+public:
+    Claimed(OutgoingQueue& queue, const std::string& seriesUid) : queue_(queue), seriesUid_(seriesUid) {}
+    ~Claimed() {
+        try {
+            queue_.Release(seriesUid_);
+        } catch (const std::exception& failure) {
+            LogLine(std::string("could not give back a claim: ") + failure.what());
+        }
+    }
+    Claimed(const Claimed&) = delete;
+    Claimed& operator=(const Claimed&) = delete;
 
-/// An object on its way, of which the file is read.
-struct Forwarder::Parcel {
-    Object object;
-    std::string transferSyntax;
+private:
+    OutgoingQueue& queue_;
+    const std::string& seriesUid_;
 };
+
+} // namespace
 
 Forwarder::Forwarder(Database& database, std::string dataSource, ArchiveSetting archive, const ArchiveTls* tls,
                      bool answersComeElsewhere)
@@ -134,15 +147,8 @@ bool Forwarder::Pass(const std::stop_token& stop) {
 bool Forwarder::SendSeries(const std::string& seriesUid, const std::stop_token& stop) {
     if (!queue_->Claim(seriesUid, LeastTime + SpareTime))
         return false;
-    struct Release {
-        OutgoingQueue& queue;
-        const std::string& series;
-        ~Release() try { queue.Release(series); } catch (const std::exception&) {
-            // it runs out by itself
-        }
-    } const release{*queue_, seriesUid};
-
-    std::vector<Parcel> parcels;
+    const Claimed claimed(*queue_, seriesUid);
+    std::vector<Object> readable;
     std::vector<ArchiveLink::Offer> offers;
     for (const Object& object : InTheirTurn(seriesUid, queue_->NotTaken(seriesUid))) {
         DcmFileFormat file;
@@ -160,27 +166,27 @@ bool Forwarder::SendSeries(const std::string& seriesUid, const std::stop_token& 
                 break; // the rest in the next association
             offers.push_back(offer);
         }
-        parcels.push_back({object, offer.transferSyntax});
+        readable.push_back(object);
     }
-    if (parcels.empty())
+    if (readable.empty())
         return false;
 
-    Parcel* underWay = &parcels.front();
+    const Object* underWay = &readable.front();
     bool sent = false;
     try {
         ArchiveLink link(archive_, tls_, offers, stop);
         Reached();
-        for (Parcel& parcel : parcels) {
-            underWay = &parcel;
+        for (const Object& object : readable) {
+            underWay = &object;
             if (stop.stop_requested())
                 break;
-            const bool taken = Send(link, seriesUid, parcel);
+            const bool taken = Send(link, seriesUid, object);
             sent = sent || taken;
-            if (!taken && parcel.object.turn == ReportTurn)
+            if (!taken && object.turn == ReportTurn)
                 break;
         }
     } catch (const ArchiveLost& lost) {
-        NotNow(seriesUid, underWay->object, lost.what(), OutgoingQueue::Pause(notReached_));
+        NotNow(seriesUid, *underWay, lost.what(), OutgoingQueue::Pause(notReached_));
         throw;
     }
     return sent;
@@ -202,8 +208,7 @@ std::vector<OutgoingQueue::Object> Forwarder::InTheirTurn(const std::string& ser
 }
 
 /// Whether the archive took it.
-bool Forwarder::Send(ArchiveLink& link, const std::string& seriesUid, Parcel& parcel) {
-    const Object& object = parcel.object;
+bool Forwarder::Send(ArchiveLink& link, const std::string& seriesUid, const Object& object) {
     const seconds time = TimeFor(object.file);
     if (!queue_->Claim(seriesUid, time + SpareTime))
         return false; // it ran out, and another one goes on with it

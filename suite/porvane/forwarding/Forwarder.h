@@ -36,13 +36,12 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
     using Object = OutgoingQueue::Object;
-    struct Parcel;
 
     void Run(const std::stop_token& stop);
     bool Pass(const std::stop_token& stop);
     bool SendSeries(const std::string& seriesUid, const std::stop_token& stop);
     std::vector<Object> InTheirTurn(const std::string& seriesUid, std::vector<Object> objects);
-    bool Send(ArchiveLink& link, const std::string& seriesUid, Parcel& parcel);
+    bool Send(ArchiveLink& link, const std::string& seriesUid, const Object& object);
     void NotNow(const std::string& seriesUid, const Object& object, const std::string& words,
                 std::chrono::seconds pause);
     void NeverAgain(const std::string& seriesUid, const Object& object, const std::string& words);

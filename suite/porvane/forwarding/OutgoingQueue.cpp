@@ -196,7 +196,8 @@ std::vector<OutgoingQueue::Object> OutgoingQueue::NotTaken(const std::string& se
         " AS DueIn, Study.StudyPath, Series.SeriesDir, Image.ImageFile"
         " FROM Outgoing, Image, Series, Study WHERE Outgoing.SeriesInstanceUID=" +
         Quoted(seriesUid) +
-        " AND Outgoing.State IN ('waiting', 'refused') AND Image.ImageID=Outgoing.ImageID"
+        " AND (Outgoing.State='waiting' OR (Outgoing.State='refused' AND Outgoing.Turn=1))"
+        " AND Image.ImageID=Outgoing.ImageID"
         " AND Series.SeriesInstanceUID=Image.SeriesInstanceUID AND Study.StudyInstanceUID=Series.StudyInstanceUID"
         " ORDER BY length(Image.ImageFile), Image.ImageFile LIMIT " +
         std::to_string(most));
@@ -215,7 +216,8 @@ std::vector<OutgoingQueue::Object> OutgoingQueue::NotTaken(const std::string& se
 
 bool OutgoingQueue::AnyNotTaken(const std::vector<std::string>& instances) {
     return std::ranges::any_of(instances, [this](const std::string& uid) {
-        return Number("SELECT count(*) FROM Outgoing WHERE State IN ('waiting', 'refused') AND SOPInstanceUID=" +
+        return Number("SELECT CASE WHEN SUM(CASE WHEN State IN ('sent', 'committed') THEN 1 ELSE 0 END)=0 THEN 1 ELSE 0"
+                      " END FROM Outgoing WHERE SOPInstanceUID=" +
                       Quoted(uid)) > 0;
     });
 }

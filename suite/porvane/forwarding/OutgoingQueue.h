@@ -61,10 +61,10 @@ public:
     /// False when another one works on the series.
     bool Claim(const std::string& seriesUid, std::chrono::seconds time);
     void Release(const std::string& seriesUid);
-    /// What of a claimed series is not taken yet, in the order of its storing; of reports also what was stored before
-    /// there was an archive.
+    /// What of a claimed series waits, in the order of its storing; of reports also what was refused and what was
+    /// stored before there was an archive.
     std::vector<Object> NotTaken(const std::string& seriesUid);
-    /// Whether one of these instances waits or was refused.
+    /// Whether one of these instances is on its way and was not taken yet.
     bool AnyNotTaken(const std::vector<std::string>& instances);
     /// Whether an object that was stored earlier has the same UID: an archive holds one of them.
     bool IsSecondOfItsUid(const Object& object);

@@ -20,6 +20,7 @@
 #include <array>
 #include <memory>
 #include <optional>
+#include <span>
 #include <stdexcept>
 
 namespace tavrel {
@@ -28,8 +29,8 @@ namespace {
 constexpr int Patience = 20; ///< seconds
 constexpr Uint16 NoSuchInstance = 0x0112;
 
-template <std::size_t Size> void Copy(std::string_view text, char (&field)[Size]) {
-    field[text.copy(field, Size - 1)] = '\0';
+void Copy(std::string_view text, std::span<char> field) {
+    field[text.copy(field.data(), field.size() - 1)] = '\0';
 }
 
 int ListenOnLoopback(int& port) {
@@ -73,6 +74,7 @@ struct ArchivePeer::Talk {
     void Run() {
         if (association == nullptr)
             return;
+        peer.Remember(*association->params);
         std::array<const char*, 3> syntaxes{UID_LittleEndianExplicitTransferSyntax,
                                             UID_LittleEndianImplicitTransferSyntax, UID_JPEG2000TransferSyntax};
         ASC_acceptContextsWithPreferredTransferSyntaxes(association->params, dcmAllStorageSOPClassUIDs,
@@ -111,7 +113,7 @@ struct ArchivePeer::Talk {
         delete received;
         return told;
     }
-    static void Answer(void* data, T_DIMSE_StoreProgress*, T_DIMSE_C_StoreRQ* request, char*, DcmDataset**,
+    static void Answer(void* data, T_DIMSE_StoreProgress*, T_DIMSE_C_StoreRQ*, char*, DcmDataset**,
                        T_DIMSE_C_StoreRSP* response, DcmDataset** detail) {
         auto& talk = *static_cast<Talk*>(data);
         response->DimseStatus = talk.answer;
@@ -119,7 +121,6 @@ struct ArchivePeer::Talk {
             *detail = new DcmDataset; // the toolkit frees it
             (*detail)->putAndInsertString(DCM_ErrorComment, "the archive's own words");
         }
-        static_cast<void>(request);
     }
 
     bool Ask(T_ASC_PresentationContextID context, const T_DIMSE_N_ActionRQ& request) {
@@ -232,6 +233,20 @@ void ArchivePeer::Lose(const std::string& uid) {
 std::vector<std::string> ArchivePeer::Came() const {
     const std::lock_guard guard(mutex_);
     return came_;
+}
+
+std::set<std::string> ArchivePeer::Proposals() const {
+    const std::lock_guard guard(mutex_);
+    return proposals_;
+}
+
+void ArchivePeer::Remember(T_ASC_Parameters& parameters) {
+    const std::lock_guard guard(mutex_);
+    for (int at = 0; at < ASC_countPresentationContexts(&parameters); ++at) {
+        T_ASC_PresentationContext proposed{};
+        ASC_getPresentationContext(&parameters, at, &proposed);
+        proposals_.insert(std::string(proposed.abstractSyntax) + " " + proposed.proposedTransferSyntaxes[0]);
+    }
 }
 
 std::uint16_t ArchivePeer::StatusFor(const std::string& uid) {

@@ -7,9 +7,12 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
+
+struct T_ASC_Parameters;
 
 namespace tavrel {
 
@@ -44,10 +47,13 @@ public:
     /// The SOP Instance UIDs that it took, in order.
     std::vector<std::string> Came() const;
     int Questions() const { return questions_; }
+    /// What was proposed to it: abstract syntax and transfer syntax of each context.
+    std::set<std::string> Proposals() const;
 
 private:
     struct Talk;
     void Listen();
+    void Remember(T_ASC_Parameters& parameters);
     std::uint16_t StatusFor(const std::string& uid);
     bool Loses(const std::string& uid);
 
@@ -58,6 +64,7 @@ private:
     std::atomic<int> questions_ = 0;
     mutable std::mutex mutex_; ///< guards the next ones
     std::vector<std::string> came_;
+    std::set<std::string> proposals_;
     std::map<std::string, std::pair<std::uint16_t, int>> refusals_;
     std::map<std::string, bool> lost_;
     std::thread thread_;

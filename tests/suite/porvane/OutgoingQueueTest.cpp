@@ -143,6 +143,17 @@ TEST_P(Queue, TheSecondObjectOfAUidIsKnown) {
     EXPECT_TRUE(queue.IsSecondOfItsUid(objects.at(1)));
 }
 
+TEST_P(Queue, AnInstanceThatWasTakenOnceIsTaken) {
+    Queued("2.999.2", "img_000001.dcm", PresentationState, "2.999.2.1");
+    EXPECT_TRUE(queue.AnyNotTaken({"2.999.9", "2.999.2.1"}));
+    EXPECT_FALSE(queue.AnyNotTaken({"2.999.9"})) << "never queued";
+    Queued("2.999.2", "img_000002.dcm", PresentationState, "2.999.2.1");
+    const auto objects = queue.NotTaken("2.999.2");
+    queue.Taken(objects.at(0));
+    queue.Refuse(objects.at(1), "the second one");
+    EXPECT_FALSE(queue.AnyNotTaken({"2.999.2.1"}));
+}
+
 TEST_P(Queue, WhatWasRefusedWaitsForAPerson) {
     Queued("2.999.2", "img_000001.dcm");
     queue.Refuse(queue.NotTaken("2.999.2").at(0), "no such class");
