@@ -72,7 +72,8 @@ public:
 
     PdfPrinter pdf{file};
     FakeTimer pdfTimer;
-    frmReport pdfEditor{global, serviceEvents, chooser, codeTables, pdf, pdfTimer}; ///< the one that prints
+    FakeReportWatch pdfWatch;
+    frmReport pdfEditor{global, serviceEvents, chooser, codeTables, pdf, pdfTimer, pdfWatch}; ///< the one that prints
 };
 
 /// The pages of a report with this reading, as the editor prints it.
