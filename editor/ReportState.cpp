@@ -100,6 +100,18 @@ std::string List(const std::vector<OtherVersion>& others) {
     return text;
 }
 
+/// Of the versions that are on the screen's list, neither more nor fewer.
+std::string Archived(const DcmSRDocument& document, const WatchedReport& report) {
+    if (!report.archived || report.versions != document.NumVersions())
+        return {};
+    if (*report.archived >= report.versions)
+        return "; in the archive";
+    if (*report.archived == 0)
+        return "; not yet in the archive";
+    return "; " + std::to_string(*report.archived) + " of " + std::to_string(report.versions) +
+           " versions are in the archive";
+}
+
 } // namespace
 
 std::string DescribeOthers(const DcmSRDocument& document, std::string_view onTop) {
@@ -126,6 +138,8 @@ StateLine DescribeState(const DcmSRDocument& document, const ScreenState& screen
     if (!screen.notStored.empty())
         return {"NOT STORED: " + OneLine(screen.notStored), Tone::Failure};
     StateLine line = OfTheVersion(document, screen);
+    if (line.tone == Tone::Neutral || line.tone == Tone::Settled)
+        line.text += Archived(document, screen.inCatalogue);
     if (screen.waiting > 0) {
         const std::string waiting = "waiting for the storage service (" + std::to_string(screen.waiting) +
                                     (screen.waiting == 1 ? " version)" : " versions)");

@@ -2,6 +2,7 @@
 
 #include "editor/Drafts.h"
 #include "platform/controls.h"
+#include "platform/report_watch.h"
 #include "sr/DcmSRDocument.h"
 
 #include <cstddef>
@@ -18,6 +19,7 @@ struct ScreenState {
     std::string unwritablePatient{}; ///< what of the patient's own data no version can hold
     int waiting = 0;                 ///< versions of this report that wait for the storage service
     std::size_t waitingImages = 0;   ///< images of this report that no file holds yet
+    WatchedReport inCatalogue{};     ///< as it was told last, which may be before the last save
 };
 
 /// The line at the top of the editor: where this report stands.

@@ -153,9 +153,9 @@ void frmReport::LoadDocs() {
         WriteLog(global_, "LoadDocs: Document loaded");
         global_.currentUserName = global_.userInformation->UserName();
         LookUpUserAndSite();
-        watch_.Watch(document.SeriesUid(), [this, report = shown_](const std::string& lastFile) {
+        watch_.Watch(document.SeriesUid(), [this, report = shown_](const WatchedReport& found) {
             if (report == shown_)
-                Trap([&] { LookForOthers(lastFile); }, [](const Error&) {});
+                Trap([&] { TakeNews(found); }, [](const Error&) {});
         });
     });
 }
@@ -209,15 +209,14 @@ bool frmReport::TakeInOthers() {
     return true;
 }
 
-void frmReport::LookForOthers(const std::string& lastFile) {
+void frmReport::TakeNews(const WatchedReport& found) {
     if (saving_) { // which looks by itself, and may be sending what is told
-        missedFile_ = lastFile;
+        missedNews_ = found;
         return;
     }
+    screen_.inCatalogue = found;
     auto& document = *shown_->document;
-    if (document.LookForOthers(lastFile).empty())
-        return;
-    if (bool readOnly = true; !document.OthersBarrier().empty()) {
+    if (bool readOnly = true; !document.LookForOthers(found.lastFile).empty() && !document.OthersBarrier().empty()) {
         Lock(readOnly);
         ShowDraft();
     }

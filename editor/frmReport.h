@@ -174,8 +174,8 @@ private:
     bool MayWrite(std::string_view deed);
     /// "Yes" to look at them, "No" to write after them.
     Answer AskAboutOthers(std::string_view deed);
-    /// The catalogue has other versions of the report on the screen than before.
-    void LookForOthers(const std::string& lastFile);
+    /// The catalogue has other versions of the report on the screen than before, or more of them are archived.
+    void TakeNews(const WatchedReport& found);
     /// The versions of others become lines of the list. False when there is none.
     bool TakeInOthers();
     /// The images of a version that was stored without its store event.
@@ -224,9 +224,9 @@ private:
     std::optional<PrintRow> printed_; ///< what this program has left in the print table
     ReportWatch& watch_;
     bool saving_ = false;
-    std::optional<std::string> missedFile_; ///< told by the watch during a save
-    bool handedOver_ = false;               ///< a store event of this report came since the last save began
-    std::vector<Error> storeFailures_;      ///< of store events, not yet told
+    std::optional<WatchedReport> missedNews_; ///< told by the watch during a save
+    bool handedOver_ = false;                 ///< a store event of this report came since the last save began
+    std::vector<Error> storeFailures_;        ///< of store events, not yet told
     bool tellingStoreFailures_ = false;
     bool choosing_ = false; ///< inside "Other reports", which loads the form itself
 };

@@ -36,8 +36,8 @@ bool frmReport::Save(std::string_view deed) {
     const bool saved = delivery.fate == Delivery::Fate::Stored || delivery.fate == Delivery::Fate::Kept;
     screen_.notStored = saved ? "" : delivery.why;
     ShowState();
-    if (const auto file = std::exchange(missedFile_, std::nullopt))
-        LookForOthers(*file);
+    if (const auto news = std::exchange(missedNews_, std::nullopt))
+        TakeNews(*news);
     return saved;
 }
 

@@ -4,6 +4,7 @@
 #include "platform/odbc/OdbcDatabase.h"
 #include "platform/sql.h"
 
+#include <charconv>
 #include <condition_variable>
 #include <mutex>
 #include <optional>
@@ -13,15 +14,33 @@
 namespace tavrel {
 namespace {
 
-/// What the catalogue has of a report.
-struct Versions {
-    std::string count, newest, lastFile;
-    bool operator==(const Versions&) const = default;
+struct Found {
+    WatchedReport report;
+    std::string newest;
+    bool operator==(const Found&) const = default;
 };
 
+int NumberIn(const ResultSet& row, std::string_view field) {
+    const std::string_view text = row.Field(field).value_or("0");
+    int number = 0;
+    std::from_chars(text.data(), text.data() + text.size(), number);
+    return number;
+}
+
+/// Nothing, too, in a catalogue that was made before there was an archive.
+std::optional<int> Archived(Connection& connection, const std::string& seriesUid) try {
+    const auto row = connection.OpenResultSet(
+        "SELECT COUNT(*) AS Queued, COALESCE(SUM(CASE WHEN State='committed' THEN 1 ELSE 0 END), 0) AS Archived "
+        "FROM Outgoing WHERE SeriesInstanceUID=" +
+        Quoted(seriesUid));
+    return NumberIn(*row, "Queued") == 0 ? std::nullopt : std::optional(NumberIn(*row, "Archived"));
+} catch (const Error&) {
+    return std::nullopt;
+}
+
 /// Nothing when there is none, or while the catalogue is away.
-std::optional<Versions> Ask(std::unique_ptr<Connection>& connection, const std::string& connectionText,
-                            const std::string& seriesUid) try {
+std::optional<Found> Ask(std::unique_ptr<Connection>& connection, const std::string& connectionText,
+                         const std::string& seriesUid) try {
     if (!connection) {
         connection = OdbcDatabase().NewConnection();
         connection->Open(connectionText);
@@ -31,8 +50,11 @@ std::optional<Versions> Ask(std::unique_ptr<Connection>& connection, const std::
         "WHERE SeriesInstanceUID=" +
         Quoted(seriesUid));
     const auto text = [&](std::string_view field) { return std::string(row->Field(field).value_or("")); };
-    Versions versions{text("Versions"), text("Newest"), text("LastFile")};
-    return versions.lastFile.empty() ? std::nullopt : std::optional(std::move(versions));
+    Found found{{.versions = NumberIn(*row, "Versions"), .lastFile = text("LastFile")}, text("Newest")};
+    if (found.report.lastFile.empty())
+        return std::nullopt;
+    found.report.archived = Archived(*connection, seriesUid);
+    return found;
 } catch (const Error&) {
     connection.reset();
     return std::nullopt;
@@ -49,7 +71,7 @@ struct OdbcReportWatch::Shared {
     std::condition_variable changed;
     std::string seriesUid; ///< empty while nothing is watched
     int watch = 0;         ///< which it is; a former one's news are dropped
-    std::function<void(const std::string&)> tell;
+    Changed tell;
     bool ending = false;
     bool ended = false;
 };
@@ -68,7 +90,7 @@ OdbcReportWatch::~OdbcReportWatch() {
         shared_->changed.wait_for(lock, patience, [this] { return shared_->ended; });
 }
 
-void OdbcReportWatch::Watch(const std::string& seriesUid, std::function<void(const std::string&)> changed) {
+void OdbcReportWatch::Watch(const std::string& seriesUid, Changed changed) {
     const std::lock_guard lock(shared_->guard);
     ++shared_->watch;
     shared_->seriesUid = seriesUid;
@@ -85,7 +107,7 @@ void OdbcReportWatch::Stop() {
 
 void OdbcReportWatch::Run(const std::shared_ptr<Shared>& shared) {
     std::unique_ptr<Connection> connection;
-    std::optional<Versions> known;
+    std::optional<Found> known;
     int watch = -1;
     std::unique_lock lock(shared->guard);
     while (!shared->ending) {
@@ -97,13 +119,13 @@ void OdbcReportWatch::Run(const std::shared_ptr<Shared>& shared) {
             lock.lock();
             if (now && watch == shared->watch && now != known) {
                 known = now;
-                shared->post([shared, watch, file = now->lastFile] {
+                shared->post([shared, watch, report = now->report] {
                     std::unique_lock guard(shared->guard);
                     if (watch != shared->watch)
                         return;
                     const auto tell = shared->tell; // it may end the watch
                     guard.unlock();
-                    tell(file);
+                    tell(report);
                 });
             }
         }

@@ -9,8 +9,9 @@
 
 namespace tavrel {
 
-/// Asks the catalogue every few seconds, on a thread and a connection of its own: one statement over the rows of one
-/// series, by their index. A server's own notices would be quicker, but not every engine has them, and ODBC has none.
+/// Asks the catalogue every few seconds, on a thread and a connection of its own: a statement over the rows of one
+/// series, by their index, and one over those of its way to the archive. A server's own notices would be quicker, but
+/// not every engine has them, and ODBC has none.
 class OdbcReportWatch final : public ReportWatch {
 public:
     /// Has something run on the user-interface thread; called from any.
@@ -22,7 +23,7 @@ public:
     OdbcReportWatch(const OdbcReportWatch&) = delete;
     OdbcReportWatch& operator=(const OdbcReportWatch&) = delete;
 
-    void Watch(const std::string& seriesUid, std::function<void(const std::string& lastFile)> changed) override;
+    void Watch(const std::string& seriesUid, Changed changed) override;
     void Stop() override;
 
 private:

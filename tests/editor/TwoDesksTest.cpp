@@ -626,6 +626,41 @@ TEST(TheBand, TellsNothingOfAReportThatIsNoLongerShown) {
     EXPECT_EQ(desks.Band(), "Saved at 14/11/2026 08:00:00");
 }
 
+TEST(TheBand, TellsWhatTheArchiveKeeps) {
+    TwoDesks desks;
+    desks.reportWatch.Tell(WatchedReport{.versions = 1, .archived = 0});
+    EXPECT_EQ(desks.Band(), "Saved at 14/11/2026 08:00:00; not yet in the archive");
+    desks.reportWatch.Tell(WatchedReport{.versions = 1, .archived = 1});
+    EXPECT_EQ(desks.Band(), "Saved at 14/11/2026 08:00:00; in the archive");
+    desks.Save("Mine");
+    desks.reportWatch.Tell(WatchedReport{.versions = 2, .archived = 1});
+    EXPECT_EQ(desks.Band(), "Saved at 15/11/2026 08:05:09; 1 of 2 versions are in the archive");
+}
+
+TEST(TheBand, SaysNothingOfTheArchiveUntilItIsToldOfTheLastVersion) {
+    TwoDesks desks;
+    desks.reportWatch.Tell(WatchedReport{.versions = 1, .archived = 1});
+    desks.Save("Mine");
+    EXPECT_EQ(desks.Band(), "Saved at 15/11/2026 08:05:09");
+    desks.reportWatch.Tell(WatchedReport{.versions = 1, .archived = 1}); // asked before the save
+    EXPECT_EQ(desks.Band(), "Saved at 15/11/2026 08:05:09");
+}
+
+TEST(TheBand, SaysNothingOfTheArchiveOfAnotherReport) {
+    TwoDesks desks;
+    desks.AddReport({.seriesUid = "1.2.3.2.2", .seriesDir = "report2"});
+    desks.reportWatch.Tell(WatchedReport{.versions = 1, .archived = 1});
+    desks.automation.LoadSRSeries("1.2.3.2.2");
+    EXPECT_EQ(desks.Band(), "Saved at 14/11/2026 08:00:00");
+}
+
+TEST(TheBand, SaysNothingOfTheArchiveWhileAChangeIsNotSaved) {
+    TwoDesks desks;
+    desks.reportWatch.Tell(WatchedReport{.versions = 1, .archived = 1});
+    desks.editor.txtReportAnnotation.Typed("Typing");
+    EXPECT_EQ(desks.Band(), "Unsaved changes");
+}
+
 TEST(TheBand, TellsThatAnotherApprovedAndTheReportIsLocked) {
     TwoDesks desks;
     desks.editor.txtReportAnnotation.Typed("Typing");

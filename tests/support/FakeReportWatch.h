@@ -12,12 +12,13 @@ class FakeReportWatch : public ReportWatch {
 public:
     std::string seriesUid; ///< what is watched; empty when nothing is
 
-    void Tell(const std::string& lastFile = {}) const {
+    void Tell(const std::string& lastFile = {}) const { Tell(WatchedReport{.lastFile = lastFile}); }
+    void Tell(const WatchedReport& report) const {
         if (const auto tell = changed_) // it may end the watch
-            tell(lastFile);
+            tell(report);
     }
 
-    void Watch(const std::string& series, std::function<void(const std::string&)> changed) override {
+    void Watch(const std::string& series, Changed changed) override {
         seriesUid = series;
         changed_ = std::move(changed);
     }
@@ -27,7 +28,7 @@ public:
     }
 
 private:
-    std::function<void(const std::string&)> changed_;
+    Changed changed_;
 };
 
 } // namespace tavrel::test

@@ -55,17 +55,29 @@ protected:
                      ", SeriesInstanceUID VARCHAR(64), ImageFile VARCHAR(255))");
         Store("img_000001.dcm");
     }
-    void TearDown() override { database.Run("DROP TABLE IF EXISTS Image"); }
+    void TearDown() override {
+        database.Run("DROP TABLE IF EXISTS Image");
+        database.Run("DROP TABLE IF EXISTS Outgoing");
+    }
+
+    void Queue(const std::string& state) const {
+        database.Run("CREATE TABLE IF NOT EXISTS Outgoing (SeriesInstanceUID VARCHAR(64), State VARCHAR(16))");
+        database.Run("INSERT INTO Outgoing (SeriesInstanceUID, State) VALUES ('1.2.3', '" + state + "')");
+    }
 
     void Store(const std::string& file, const std::string& series = "1.2.3") const {
         database.Run("INSERT INTO Image (SeriesInstanceUID, ImageFile) VALUES ('" + series + "', '" + file + "')");
     }
     void Watch(const std::string& series = "1.2.3") {
-        watch.Watch(series, [this](const std::string& file) { told.push_back(file); });
+        watch.Watch(series, [this](const WatchedReport& report) {
+            told.push_back(report.lastFile);
+            last = report;
+        });
     }
 
     Desk desk;
     Files told;
+    WatchedReport last;
     OdbcReportWatch watch{database.ConnectionText(), desk.Post(), milliseconds(20)};
     static constexpr milliseconds Soon{5000}, AWhile{200};
 };
@@ -77,6 +89,24 @@ TEST_P(AWatchedReport, IsToldAtFirstAndWhenAVersionCame) {
     Store("img_000002.dcm");
     ASSERT_TRUE(desk.DoNext(Soon));
     EXPECT_EQ(told, (Files{"img_000001.dcm", "img_000002.dcm"}));
+}
+
+TEST_P(AWatchedReport, IsNotSaidToBeArchivedWhereThereIsNoQueue) {
+    Watch();
+    ASSERT_TRUE(desk.DoNext(Soon));
+    EXPECT_EQ(last, (WatchedReport{.versions = 1, .lastFile = "img_000001.dcm"}));
+}
+
+TEST_P(AWatchedReport, IsToldHowManyVersionsAreArchived) {
+    Store("img_000002.dcm");
+    Queue("committed");
+    Queue("sent"); // which is not archived yet
+    Watch();
+    ASSERT_TRUE(desk.DoNext(Soon));
+    EXPECT_EQ(last.archived, 1);
+    database.Run("UPDATE Outgoing SET State='committed'");
+    ASSERT_TRUE(desk.DoNext(Soon));
+    EXPECT_EQ(last, (WatchedReport{.versions = 2, .lastFile = "img_000002.dcm", .archived = 2}));
 }
 
 TEST_P(AWatchedReport, IsToldNothingWhileNothingChanges) {
@@ -125,7 +155,7 @@ TEST_P(AWatchedReport, IsToldAgainOnceTheCatalogueIsBack) {
 TEST_P(AWatchedReport, ToldWhileItIsNoLongerWatchedDoesNothing) {
     {
         OdbcReportWatch gone(database.ConnectionText(), desk.Post(), milliseconds(20));
-        gone.Watch("1.2.3", [this](const std::string& file) { told.push_back(file); });
+        gone.Watch("1.2.3", [this](const WatchedReport& report) { told.push_back(report.lastFile); });
         std::this_thread::sleep_for(AWhile);
     }
     EXPECT_TRUE(desk.DoNext(Soon));
