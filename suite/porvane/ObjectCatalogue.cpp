@@ -12,6 +12,9 @@
 namespace tavrel {
 namespace {
 
+/// After which a server ends a transaction that nobody goes on with: its service's machine is gone.
+constexpr const char* LongestIdleSeconds = "600";
+
 /// What PostgreSQL calls the locks of areas: "porv".
 constexpr std::int32_t LockKind = 0x706F7276;
 
@@ -44,6 +47,8 @@ void ObjectCatalogue::Open() {
     // log; a journal's end has to be synced as well, lest it take the commit back.
     if (engine_ == Engine::Sqlite)
         connection_->OpenResultSet("PRAGMA synchronous=EXTRA");
+    if (engine_ == Engine::MariaDb)
+        connection_->OpenResultSet(std::string("SET SESSION idle_transaction_timeout=") + LongestIdleSeconds);
     numbersTwins_.reset();
     // A catalogue that was made before has no table for it.
     countsTurns_ = engine_ == Engine::MariaDb &&
@@ -68,14 +73,24 @@ void ObjectCatalogue::EndFormerTransaction(std::uint32_t area) {
             throw;
         TakeTurn(area);
     }
-    if (engine_ == Engine::MariaDb && area != area_)
-        Answer("SELECT RELEASE_LOCK(" + LockName(area) + ")");
 }
 
 void ObjectCatalogue::TakeTurn(std::uint32_t area) {
     connection_->BeginTransaction(); // which waits for other writers on SQLite, where a process's work ends with it
     TakeLock(area);
+    CommitAndRelease();
+}
+
+void ObjectCatalogue::Drop() {
+    connection_->BeginTransaction();
+    CommitAndRelease();
+}
+
+/// MariaDB's lock is the session's, which lasts as long as the server takes it for alive.
+void ObjectCatalogue::CommitAndRelease() {
     connection_->Commit();
+    if (engine_ == Engine::MariaDb)
+        Answer("SELECT RELEASE_ALL_LOCKS()");
 }
 
 void ObjectCatalogue::Begin() {
@@ -102,13 +117,13 @@ void ObjectCatalogue::EndHolder(std::uint32_t area) try {
         throw;
 }
 
-/// The transaction's, on MariaDB the session's.
 void ObjectCatalogue::TakeLock(std::uint32_t area) {
     constexpr const char* seconds = "10";
     if (engine_ == Engine::PostgreSql) {
         connection_->OpenResultSet(std::string("SELECT set_config('lock_timeout', '") + seconds +
-                                   "s', true), pg_advisory_xact_lock(" + std::to_string(LockKind) + ", " +
-                                   std::to_string(area) + ")");
+                                   "s', true), set_config('idle_in_transaction_session_timeout', '" +
+                                   LongestIdleSeconds + "s', true), pg_advisory_xact_lock(" + std::to_string(LockKind) +
+                                   ", " + std::to_string(area) + ")");
     } else if (engine_ == Engine::MariaDb &&
                Answer("SELECT GET_LOCK(" + LockName(area) + ", " + seconds + ")") != "1") {
         throw Error(Fault::OfTheSuite, "Catalogue", "an earlier object is still being stored");

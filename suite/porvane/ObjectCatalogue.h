@@ -86,9 +86,12 @@ public:
     void Add(const ObjectHeader& header, const ObjectPlace& place, const Home& home, int twin);
     /// After a failure only the rows tell whether they are there, after `EndFormerTransaction` where the connection was
     /// lost.
-    void Commit() { connection_->Commit(); }
+    void Commit() { CommitAndRelease(); }
+    /// Takes all back that was added since `Begin`.
+    void Drop();
 
 private:
+    void CommitAndRelease();
     void TakeTurn(std::uint32_t area);
     void TakeLock(std::uint32_t area);
     void EndHolder(std::uint32_t area);

@@ -210,8 +210,12 @@ void StudyTree::FileTogether(Filings filings) {
                 filing->refusal = refusal;
                 TakeBack(*filing);
             }
+    } catch (const Error&) { // with which the transaction has ended
+        std::ranges::for_each(filings, TakeBack, [](Filing* filing) -> Filing& { return *filing; });
+        throw;
     } catch (...) {
         std::ranges::for_each(filings, TakeBack, [](Filing* filing) -> Filing& { return *filing; });
+        catalogue_.Drop();
         throw;
     }
     // From here on only the catalogue knows whether they are stored.

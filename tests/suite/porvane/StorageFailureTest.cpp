@@ -13,6 +13,7 @@
 #include <csignal>
 #include <fstream>
 #include <thread>
+#include <vector>
 
 namespace tavrel {
 namespace {
@@ -68,6 +69,27 @@ TEST_F(StorageFailure, RowsThatCannotBeWrittenTakeTheFileBack) {
     room.Run("DROP TRIGGER Full");
     EXPECT_EQ(TestObject().Send(room), Stored);
     EXPECT_EQ(room.StoredFiles().size(), 1U);
+}
+
+TEST_F(StorageFailure, OfObjectsThatComeAtOnceABadOneFailsAlone) {
+    const auto service = room.StartService();
+    RunShell("sqlite3 " + (room.Folder() / "catalogue.db").string() +
+             " \"CREATE TRIGGER Bad BEFORE INSERT ON Image WHEN NEW.InstanceNumber % 10 = 3"
+             " BEGIN SELECT RAISE(ABORT, 'no'); END\"");
+    std::array<std::array<int, 5>, 10> answers{};
+    {
+        std::vector<std::jthread> senders;
+        for (int sender = 0; sender < 10; ++sender)
+            senders.emplace_back([&, sender] {
+                for (int object = 0; object < 5; ++object)
+                    answers.at(sender).at(object) = TestObject().Numbered(10 * object + sender).Send(room);
+            });
+    }
+    for (int sender = 0; sender < 10; ++sender)
+        for (const int answer : answers.at(sender))
+            EXPECT_EQ(answer, sender == 3 ? ProcessingFailure : Stored);
+    EXPECT_EQ(room.Count("Image"), "45");
+    EXPECT_EQ(room.StoredFiles().size(), 45U);
 }
 
 TEST_F(StorageFailure, ALockedCatalogueRefusesTheObject) {

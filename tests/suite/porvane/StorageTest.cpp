@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <array>
 #include <fstream>
@@ -16,6 +17,8 @@
 
 namespace tavrel {
 namespace {
+
+namespace fs = std::filesystem;
 
 class Storage : public testing::Test {
 protected:
@@ -120,6 +123,26 @@ TEST_F(Storage, NamesInTheIncomingAreaGoAWhileAfterTheAnswer) {
     Report(1).Send(room);
     EXPECT_TRUE(Eventually([this] { return room.Received().empty(); }));
     EXPECT_EQ(room.StoredFiles().size(), 2U);
+}
+
+TEST_F(Storage, AStudyOnAnotherDiskTakesImagesAndVersions) {
+    const fs::path disk = "/dev/shm";
+    struct stat here {};
+    struct stat there {};
+    if (stat(room.Studies().c_str(), &here) != 0 || stat(disk.c_str(), &there) != 0 || here.st_dev == there.st_dev)
+        GTEST_SKIP() << "needs a second disk";
+    const fs::path folder = disk / ("tavrel-test." + std::to_string(getpid()));
+    const std::unique_ptr<const fs::path, void (*)(const fs::path*)> removed(
+        &folder, [](const fs::path* path) { fs::remove_all(*path); });
+    fs::create_directory(folder);
+    room.Insert("Study", {{"StudyInstanceUID", TestObject().Get(DCM_StudyInstanceUID)},
+                          {"StudyPath", InsidePath(folder.string())}});
+    EXPECT_EQ(TestObject().Send(room), Stored);
+    EXPECT_EQ(Report(1).Send(room), Stored);
+    EXPECT_TRUE(Eventually([this] { return room.Received().empty(); }));
+    const auto files = std::distance(fs::recursive_directory_iterator(folder), {});
+    EXPECT_EQ(files, 4); // of two series
+    EXPECT_TRUE(fs::exists(folder / "2.999.4/img_000001.dcm"));
 }
 
 TEST_F(Storage, TheSameObjectTwiceIsStoredOnce) {
