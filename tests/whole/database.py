@@ -179,7 +179,11 @@ def catalogue_on_a_server():
     """The workstation's catalogue is on a server from now on, which ends with the test's module."""
     server = {"postgresql": PostgresqlServer, "mariadb": MariadbServer}[ENGINE]()
     unittest.addModuleCleanup(server.stop)
-    _move_catalogue_to(server)
+    password = FOLDER / "password"
+    password.write_text(PASSWORD + "\n")
+    move_catalogue([["--engine", ENGINE, "--server", "127.0.0.1", "--port", str(server.port), "--database", DATABASE,
+                     "--user", role, "--password-file", str(password), *entry]
+                    for role, *entry in ((OWNER, "--dsn", "OrbentaOwner"), (ROLE,))], server.ask)
     return server
 
 
@@ -187,16 +191,13 @@ def _children(process):
     return [int(child) for child in Path(f"/proc/{process}/task/{process}/children").read_text().split()]
 
 
-def _move_catalogue_to(server):
-    """With the same settings."""
+def move_catalogue(entries, answers):
+    """To where the entries lead, that of the tables' owner first, with the same settings."""
     port, title = ask("SELECT Port, AETitle FROM Port")[0]
-    password = FOLDER / "password"
-    password.write_text(PASSWORD + "\n")
-    for role, *entry in ((OWNER, "--dsn", "OrbentaOwner"), (ROLE,)):
-        catalogue("odbc", "--engine", ENGINE, "--server", "127.0.0.1", "--port", str(server.port), "--database",
-                   DATABASE, "--user", role, "--password-file", str(password), *entry)
+    for entry in entries:
+        catalogue("odbc", *entry)
     catalogue("init", "--dsn", "OrbentaOwner")
-    replace_catalogue(server.ask)
+    replace_catalogue(answers)
     catalogue("site", "--base-uid", "2.999.1", "--organization", HOSPITAL, "--node", "ORBENTA")
     catalogue("user", subprocess.run(["id", "-un"], capture_output=True, text=True).stdout.strip(),
                "--signature", PHYSICIAN)
