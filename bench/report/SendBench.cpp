@@ -1,12 +1,16 @@
 // Saves a report: given a form, `classic` or `interchange`, opens the report in FOLDER anew for each save and times
 // Send, which writes the next version and sends it; `dcmtk` times a plain DcmSCU that sends a version which it holds in
-// memory, in an association for each save.
+// memory, in an association for each save; `ready` sends the version's bytes as Send does, made before: what a save
+// costs the service and the way to it, whoever saves.
 
 #include "bench/report/Measurement.h"
 #include "bench/report/Program.h"
 
 #include "host/Startup.h"
+#include "platform/dcmtk/DataSetEncoder.h"
+#include "platform/dcmtk/DcmtkDataSet.h"
 #include "platform/dcmtk/DcmtkLibrary.h"
+#include "platform/dcmtk/DcmtkStore.h"
 #include "platform/paths.h"
 #include "sr/DcmSRDocument.h"
 #include "tests/support/Workstation.h"
@@ -44,6 +48,17 @@ void SaveWithTavrel(ReportForm form, const std::filesystem::path& folder, const 
         if (save >= UntimedSaves)
             measurement.Print("tavrel");
         RequireSilence(station.windows);
+    }
+}
+
+void SaveReadyMade(const std::filesystem::path& file, const std::string& port, int saves) {
+    DcmtkDataSet version(nullptr, DicomFile::Checked(InsidePath(file)));
+    const EncodedDataSet encoded = EncodeDataSet(version);
+    for (int save = 0; save < saves + UntimedSaves; ++save) {
+        const Measurement measurement;
+        StoreDataSet(encoded, {"127.0.0.1", port, "AE_INTERNAL", ServiceTitle}, {});
+        if (save >= UntimedSaves)
+            measurement.Print("ready");
     }
 }
 
@@ -88,11 +103,13 @@ void SaveWithDcmtk(const std::filesystem::path& file, const std::string& port, i
 
 int main(int argc, char** argv) {
     return tavrel::RunProgram(
-        argc, argv, "bench_send FORM|dcmtk FOLDER|FILE PORT SAVES", [](tavrel::Arguments arguments) {
+        argc, argv, "bench_send FORM|dcmtk|ready FOLDER|FILE PORT SAVES", [](tavrel::Arguments arguments) {
             const auto path = std::filesystem::absolute(arguments[1]);
             const int saves = std::stoi(arguments[3]);
             if (arguments[0] == "dcmtk")
                 tavrel::SaveWithDcmtk(path, arguments[2], saves);
+            else if (arguments[0] == "ready")
+                tavrel::SaveReadyMade(path, arguments[2], saves);
             else
                 tavrel::SaveWithTavrel(tavrel::FormNamed(arguments[0]), path, arguments[2], saves);
         });

@@ -108,7 +108,10 @@ int LengthSizeOf(std::string_view vr) {
 
 /// An element's tag and VR; the length comes next.
 void AppendHead(std::string& bytes, Tag tag, std::string_view vr) {
-    bytes.append(LittleEndian(tag.group, 2)).append(LittleEndian(tag.element, 2)).append(vr);
+    const auto low = [](std::uint16_t number) { return static_cast<char>(number & 0xFFU); };
+    const auto high = [](std::uint16_t number) { return static_cast<char>(number >> 8U); };
+    const std::array<char, 6> head{low(tag.group), high(tag.group), low(tag.element), high(tag.element), vr[0], vr[1]};
+    bytes.append(head.data(), head.size());
     if (!ShortLengthVrs.Holds(vr))
         bytes.append(2, '\0'); // reserved
 }
@@ -143,7 +146,8 @@ OFCondition AppendOther(std::string& bytes, const DcmElement& element) {
     return outcome;
 }
 
-/// Most texts of a report: they are the same in every character set, and hold nothing that no text may.
+/// Most texts of a report: they are the same in every character set, and hold nothing that no text may. Those that
+/// are no longer than a UID are not too long for any VR either.
 bool IsPrintableAscii(std::string_view text) {
     return std::ranges::all_of(text, [](char c) { return c >= ' ' && c <= '~'; });
 }
@@ -200,15 +204,16 @@ private:
         const auto text = element.Text();
         const auto kind = TextKindOf(vr);
         static const CharacterSet ascii{""};
-        TextCheck check;
-        if (!IsPrintableAscii(text))
-            check = CheckText(text, kind ? set_ : ascii, kind.value_or(TextKind::Plain));
-        else
-            check.bytes = text;
+        // Blanks at the end stay, unless there are more of them than a length can tell.
+        const bool tooMany = ShortLengthVrs.Holds(vr) && element.stored.size() > LongestShortValue;
+        const std::string_view stored = tooMany ? text : element.stored;
+        if (IsPrintableAscii(text) && text.size() <= longest::Uid)
+            return AppendText(place.tag, vr, stored);
+        const auto check = CheckText(text, kind ? set_ : ascii, kind.value_or(TextKind::Plain));
         if (auto refusal = Judge(text, check, vr, place))
             refuse_(std::move(*refusal));
         else
-            AppendText(place.tag, vr, check.bytes == text ? std::string_view{element.stored} : check.bytes);
+            AppendText(place.tag, vr, check.bytes == text ? stored : check.bytes);
     }
 
     void AppendText(Tag tag, std::string_view vr, std::string_view value) const {

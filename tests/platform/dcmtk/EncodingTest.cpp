@@ -104,5 +104,14 @@ TEST(EncodedNumbers, OfEveryKindAreTheToolkits) {
     EXPECT_EQ(bytes, Reread(bytes, EXS_LittleEndianExplicit));
 }
 
+TEST(EncodedTexts, LoseBlanksThatTheirLengthCannotTell) {
+    TestLibrary library;
+    const auto dataSet = MakeReport(library.dicom);
+    dataSet->SetValue(attribute::SeriesDescription, 0, "x" + std::string(70'000, ' '));
+    const auto bytes = EncodeDataSet(dynamic_cast<const DcmtkDataSet&>(*dataSet)).bytes;
+    EXPECT_LT(bytes.size(), 10'000U);
+    EXPECT_EQ(bytes, Reread(bytes, EXS_LittleEndianExplicit));
+}
+
 } // namespace
 } // namespace tavrel::test
