@@ -9,7 +9,7 @@ namespace tavrel {
 /// What the catalogue has of a report.
 struct WatchedReport {
     int versions = 0;
-    std::string lastFile; ///< the name of the last version's file
+    std::string lastFile{}; ///< the name of the last version's file
     /// Of how many versions the archive has said that it keeps them; nothing where none is to go to an archive.
     std::optional<int> archived{};
 

@@ -118,6 +118,7 @@ void OdbcSession::Open(std::string_view connectionText, std::string_view user, s
 
 void OdbcSession::Close() noexcept {
     login_ = {};
+    othersBeside_ = false;
     Disconnect();
 }
 
@@ -163,8 +164,10 @@ SQLRETURN OdbcSession::Await(Effect effect, std::function<SQLRETURN()> call) {
     // What is handled while an answer is waited for may ask the same connection.
     if (running_ && !Answered(*running_, runningUntil_))
         throw NoAnswer(patience_.most);
-    if (engine_ == Engine::Sqlite && effect == Effect::Reads)
-        return call(); // within this process, and behind nobody who writes: a thread costs more than the answer
+    // Within this process, and behind nobody who writes, a thread costs more than the answer. Who has no windows to keep
+    // alive waits for another writer as long as the entry says.
+    if (engine_ == Engine::Sqlite && (effect == Effect::Reads || !patience_.meanwhile))
+        return call();
     const auto until = std::chrono::steady_clock::now() + patience_.most;
     const auto mine = std::make_shared<OdbcCall>([handles = handles_, call = std::move(call)] { return call(); });
     running_ = mine;

@@ -60,12 +60,13 @@ constexpr std::array Series{
     Column{"SeriesStatus", Text, ShortColumn},     Column{"SeriesNumber", Integer},
     Column{"SeriesDescription", Text, TextColumn},
 };
+constexpr Column Twin{"Twin", Integer, 0, true};
 // The counter keeps a series' rows in the order of their storing: the last one is the newest. Objects of one UID with
 // other contents are twins, numbered from 0: two services that store the same object at once make one row.
 constexpr std::array Image{
     Column{"ImageID", Counter},          Column{"SeriesInstanceUID", Text, Uid}, Column{"ImageFile", Text, TextColumn},
     Column{"SOPInstanceUID", Text, Uid}, Column{"SOPClassUID", Text, Uid},       Column{"InstanceNumber", Integer},
-    Column{"Twin", Integer, 0, true},
+    Twin,
 };
 constexpr std::array SiteData{
     Column{"BaseUID", Text, Uid},
@@ -284,13 +285,10 @@ void CreateSchema(Connection& connection, Engine engine) {
         connection.OpenResultSet(CreateIndex(index));
     for (const std::string_view table : code_table::All)
         connection.OpenResultSet(CreateIndex({std::string(table) + "ByValue", table, "CodeValue"}));
+    if (!connection.OpenResultSet("SELECT * FROM Image WHERE 1=0")->HasField(Twin.name)) // it was made before
+        AddColumn(connection, engine, {"Image", Twin.name});
+    connection.OpenResultSet(CreateIndex(ImageOnce));
     connection.Commit();
-    try {
-        connection.OpenResultSet(CreateIndex(ImageOnce));
-    } catch (const Error&) {
-        if (connection.OpenResultSet("SELECT * FROM Image WHERE 1=0")->HasField("Twin"))
-            throw; // else the catalogue was made before
-    }
 }
 
 std::string CurrentAccount(Engine engine) {

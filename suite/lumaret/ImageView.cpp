@@ -5,6 +5,7 @@
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QStaticText>
 #include <QWheelEvent>
 
 #include <algorithm>
@@ -133,6 +134,7 @@ void ImageView::Render() {
                                     {static_cast<double>(drawn.windowCenter), static_cast<double>(drawn.windowWidth)},
                                     drawn.inverted);
         ApplyGamma(frameImage_, drawn.gamma);
+        frameImage_.convertTo(QImage::Format_RGB32); // scaled smoothly in half the time
         formerSize_ = file_->Size();
     });
 }
@@ -260,13 +262,25 @@ void ImageView::paintEvent(QPaintEvent*) {
 }
 
 void ImageView::PaintWords(QPainter& painter, int alignment, const QString& words) const {
-    // Light words with a dark edge can be read on any image.
+    // Light words with a dark edge can be read on any image. They are laid out once.
     const QRect inner = rect().adjusted(10, 8, -10, -8);
+    QStaticText text(words);
+    text.setTextFormat(Qt::PlainText);
+    QTextOption option(Qt::Alignment::fromInt(alignment & Qt::AlignHorizontal_Mask));
+    option.setWrapMode((alignment & Qt::TextWordWrap) != 0 ? QTextOption::WordWrap : QTextOption::NoWrap);
+    text.setTextOption(option);
+    text.setTextWidth(inner.width());
+    text.prepare(painter.transform(), painter.font());
+    const int height = qCeil(text.size().height());
+    const int below = (alignment & Qt::AlignBottom) != 0    ? inner.height() - height
+                      : (alignment & Qt::AlignVCenter) != 0 ? (inner.height() - height) / 2
+                                                            : 0;
+    const QPoint place = inner.topLeft() + QPoint(0, below);
     painter.setPen(Qt::black);
     for (const QPoint shift : {QPoint(-1, 0), QPoint(1, 0), QPoint(0, -1), QPoint(0, 1)})
-        painter.drawText(inner.translated(shift), alignment, words);
+        painter.drawStaticText(place + shift, text);
     painter.setPen(QColor(240, 240, 205));
-    painter.drawText(inner, alignment, words);
+    painter.drawStaticText(place, text);
 }
 
 void ImageView::mousePressEvent(QMouseEvent* event) {

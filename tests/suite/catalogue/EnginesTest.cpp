@@ -33,6 +33,19 @@ TEST_P(Engines, TheSchemaCanBeMadeAgain) {
     EXPECT_EQ(room.Value("SELECT Organization FROM SiteData"), "Orbenta");
 }
 
+TEST_P(Engines, ACatalogueOfBeforeLearnsToTellTwins) {
+    room.Run("ALTER TABLE Image RENAME TO Former");
+    room.Run("CREATE TABLE Image AS SELECT ImageID, SeriesInstanceUID, ImageFile, SOPInstanceUID, SOPClassUID,"
+             " InstanceNumber FROM Former");
+    room.Run("DROP TABLE Former");
+    for (const char* file : {"one", "other"})
+        room.Insert("Image", {{"SOPInstanceUID", "2.999.1"}, {"ImageFile", file}});
+    CreateSchema(room.Catalogue(), DetectEngine(room.Catalogue()));
+    const auto add = [&] { room.Insert("Image", {{"SOPInstanceUID", "2.999.1"}, {"Twin", "1"}}); };
+    add();
+    EXPECT_THROW(add(), Error);
+}
+
 TEST_P(Engines, ACodeIsFoundWithABlankBehindIt) {
     AddFinding("F1");
     EXPECT_EQ(room.Value("SELECT CodeMeaning FROM StdFinding WHERE CodeValue = 'F1 ' "), "Nodule");

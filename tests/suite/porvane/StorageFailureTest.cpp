@@ -139,6 +139,16 @@ TEST_F(StorageFailure, AFileWithItsRowStaysAtTheStart) {
     ExpectNothingIncoming();
 }
 
+TEST_F(StorageFailure, ACatalogueThatWasMadeBeforeServesAsItDid) {
+    room.Run("DROP INDEX ImageOnce");
+    room.Run("ALTER TABLE Image DROP COLUMN Twin");
+    const auto service = room.StartService();
+    TestObject image;
+    for (const char* comment : {"one", "other", "other"})
+        EXPECT_EQ(image.Set(DCM_ImageComments, comment).Send(room), Stored);
+    EXPECT_EQ(room.Count("Image"), "2");
+}
+
 TEST_F(StorageFailure, AServiceKilledAtAnyMomentLosesNothingThatItAnswered) {
     int number = 0;
     std::vector<std::string> answered;
