@@ -117,7 +117,9 @@ std::string Archived(const DcmSRDocument& document, const WatchedReport& report)
 std::string DescribeOthers(const DcmSRDocument& document, std::string_view onTop) {
     return List(document.Others()) +
            "It is not what your screen shows.\r\n\r\n"
-           "\"Look at it first\" shows it. What you have typed is kept as a draft, which \"Put back\" offers.\r\n\"" +
+           "\"Look at it first\" shows it. What you have typed is kept as a draft, which \"Put back\" offers; images "
+           "that "
+           "were added since the last save have to be added again.\r\n\"" +
            std::string(onTop) +
            "\" makes what your screen shows the newest version. Every version stays in the list, and yours names "
            "them all.\r\n\"Cancel\" leaves everything as it is.";
@@ -125,7 +127,9 @@ std::string DescribeOthers(const DcmSRDocument& document, std::string_view onTop
 
 std::string DescribeBarrier(const DcmSRDocument& document) {
     return List(document.Others()) + document.OthersBarrier() +
-           "\r\n\r\nNothing was saved. The screen shows the last version now; what you have typed is kept as a draft.";
+           "\r\n\r\nNothing was saved. The screen shows the last version now; what you have typed is kept as a draft, "
+           "images that were "
+           "added since the last save are not.";
 }
 
 std::string LastLabel(const DcmSRDocument& document) {

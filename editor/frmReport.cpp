@@ -141,7 +141,7 @@ void frmReport::LoadDocs() {
         drafts_.Leave();
         if (shown_ && shown_->studyUid != global_.report->studyUid)
             StartClean();
-        shown_ = global_.report;
+        const auto opened = shown_ = global_.report;
         screen_ = {.unwritablePatient = document.UnwritablePatient()};
         cmdNew.Enabled(shown_->imageSeries != nullptr);
         FillHistory();
@@ -153,7 +153,9 @@ void frmReport::LoadDocs() {
         WriteLog(global_, "LoadDocs: Document loaded");
         global_.currentUserName = global_.userInformation->UserName();
         LookUpUserAndSite();
-        watch_.Watch(document.SeriesUid(), [this, report = shown_](const WatchedReport& found) {
+        if (opened != shown_)
+            return; // another was opened while the viewer was waited for
+        watch_.Watch(opened->document->SeriesUid(), [this, report = opened](const WatchedReport& found) {
             if (report == shown_)
                 Trap([&] { TakeNews(found); }, [](const Error&) {});
         });

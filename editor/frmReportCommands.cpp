@@ -12,6 +12,14 @@
 
 namespace tavrel {
 
+namespace {
+
+bool IsSafe(const Delivery& delivery) {
+    return delivery.fate == Delivery::Fate::Stored || delivery.fate == Delivery::Fate::Kept;
+}
+
+} // namespace
+
 void frmReport::cmdSave_Click() {
     Save("Save");
 }
@@ -22,10 +30,23 @@ bool frmReport::Save(std::string_view deed) {
     Trap(
         [&] {
             do {
+                auto& document = ShownDocument();
+                const int before = document.NumVersions();
                 delivery = {};
                 if (!MayWrite(deed))
                     return;
+                // What goes on top of another's version is its writer's before it is anybody's to approve.
+                const bool first = document.status() == DcmSRDocument::Approved && document.NumVersions() != before;
+                if (first) {
+                    document.status(DcmSRDocument::Pending);
+                    WriteVersion(delivery);
+                    document.status(DcmSRDocument::Approved);
+                    if (!IsSafe(delivery))
+                        continue;
+                }
                 WriteVersion(delivery);
+                if (first && !IsSafe(delivery))
+                    document.status(DcmSRDocument::Pending);
             } while (delivery.fate == Delivery::Fate::Overtaken);
         },
         [&](const Error& error) {
@@ -33,7 +54,7 @@ bool frmReport::Save(std::string_view deed) {
             delivery.why = error.description;
         });
     saving_ = false;
-    const bool saved = delivery.fate == Delivery::Fate::Stored || delivery.fate == Delivery::Fate::Kept;
+    const bool saved = IsSafe(delivery);
     screen_.notStored = saved ? "" : delivery.why;
     ShowState();
     if (const auto news = std::exchange(missedNews_, std::nullopt))
@@ -50,7 +71,7 @@ void frmReport::WriteVersion(Delivery& delivery) {
     images_.Name();
     handedOver_ = false;
     delivery = document.Send();
-    if (delivery.fate != Delivery::Fate::Stored && delivery.fate != Delivery::Fate::Kept) {
+    if (!IsSafe(delivery)) {
         document.Images(named); // those of the list stay there, and may be taken away before the next save
         return;                 // what was typed stays on the screen
     }
@@ -127,8 +148,12 @@ std::optional<ContentNode> frmReport::LookUp(std::string_view whereMeaning, cons
 
 void frmReport::cmdApprove_Click() {
     TrapNumbered(global_.ports.windows, "Approve Report ", [&] {
+        const int before = ShownDocument().NumVersions();
         if (!MayWrite("Approve"))
             return ShowState();
+        // What goes on top of another's version is its writer's before it is anybody's to approve.
+        if (ShownDocument().NumVersions() != before && !Save("Save"))
+            return;
         const auto answer = global_.ports.windows.Ask(
             {.text = "The approved document will not be editable anymore ... do you want to continue ?",
              .title = "Approving document ... ",

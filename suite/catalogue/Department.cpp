@@ -172,8 +172,13 @@ void Department::KeepRows(std::string_view ownTable, const std::string& former) 
     if (former.empty())
         Refuse("The catalogue has served one workstation until now, which keeps its port and its node: name it by "
                "--former NAME");
-    if (!Find(former))
+    if (!Find(former)) {
+        if (HasAccount(former)) // its rights are those of the whole catalogue
+            Refuse("The server has an account " + former +
+                   " already, which may do more than a workstation: name the "
+                   "workstation otherwise");
         InsertRow(catalogue_, "Workstation", {{"Name", former}, {"Machine", former}});
+    }
     const std::string all = TableOfAll(ownTable);
     RunChange(catalogue_, "DELETE FROM " + all + " WHERE Workstation=?", std::array{former});
     const std::string columns = ColumnNames(ownTable);

@@ -102,11 +102,7 @@ StudyTree::~StudyTree() {
 }
 
 void StudyTree::Open() {
-    {
-        const std::lock_guard guard(rows_);
-        catalogue_.Open();
-        SettleArea(*area_);
-    }
+    SettleArea(*area_);
     SettleLeftovers();
     area_->MakeNames();
     housekeeper_ = std::jthread([this](const std::stop_token& stop) { KeepHouse(stop); });
@@ -243,11 +239,15 @@ void StudyTree::Connect(Filings filings) {
         filing->refusal.reset();
         filing->failure = nullptr;
     }
-    while (!unsettled_.empty()) {
-        Settle(unsettled_.back());
-        unlink(unsettled_.back().c_str());
-        unsettled_.pop_back();
-    }
+    std::erase_if(unsettled_, [this](const fs::path& incoming) {
+        try {
+            Settle(incoming);
+            return unlink(incoming.c_str()), true;
+        } catch (const StoreRefusal& refusal) { // it holds up nobody else
+            LogLine("left " + incoming.string() + " as it is: " + refusal.what());
+            return false;
+        }
+    });
 }
 
 void StudyTree::File(Filing& filing) {
@@ -460,10 +460,15 @@ void StudyTree::SettleArea(const IncomingArea& area) {
         std::error_code gone;
         return fs::is_symlink(NoteOf(object)) || fs::file_size(object, gone) != 0;
     };
-    if (std::ranges::any_of(objects, received))
-        catalogue_.EndFormerTransaction(area.Number());
+    {
+        const std::lock_guard guard(rows_);
+        catalogue_.Open();
+        if (std::ranges::any_of(objects, received))
+            catalogue_.EndFormerTransaction(area.Number());
+    }
     for (const fs::path& object : objects)
         try {
+            const std::lock_guard guard(rows_); // between two of them others are stored
             if (received(object))
                 Settle(object);
             unlink(object.c_str());
@@ -479,9 +484,7 @@ void StudyTree::SettleLeftovers() {
         Connect({});
     }
     for (const auto& area : IncomingArea::TakeAbandoned(incoming_)) {
-        const std::lock_guard guard(rows_);
         try {
-            catalogue_.Open();
             SettleArea(*area);
         } catch (const Error& error) { // it holds up nobody but those who wait for what is in it
             LogLine("cannot settle now what another storage service has left: " + error.description);
@@ -496,8 +499,9 @@ void StudyTree::KeepHouse(const std::stop_token& stop) {
             std::unique_lock lock(house_);
             somethingToDo_.wait_until(lock, stop, nextRound,
                                       [this] { return !formerNames_.empty() || area_->WantsNames(); });
-            somethingToDo_.wait_for(lock, stop, HousekeepingPause,
-                                    [this] { return formerNames_.size() >= MostFormerNames || area_->WantsNames(); });
+            somethingToDo_.wait_for(lock, stop, HousekeepingPause, [this] {
+                return (formerNames_.size() >= MostFormerNames && !toldOfFault_) || area_->WantsNames();
+            });
         }
         GiveUpFormerNames();
         try {
@@ -523,17 +527,24 @@ void StudyTree::GiveUpFormerNames() {
     std::set<fs::path> folders;
     for (const FormerName& name : names)
         folders.insert(name.seriesFolder);
-    try {
-        std::ranges::for_each(folders, SyncFolders);
-        for (const FormerName& name : names)
-            unlink(name.path.c_str());
+    std::set<fs::path> failed;
+    for (const fs::path& folder : folders)
+        try {
+            SyncFolders(folder);
+        } catch (const StoreRefusal& refusal) {
+            failed.insert(folder);
+            if (!std::exchange(toldOfFault_, true))
+                LogLine(std::string("objects keep their names in the incoming area: ") + refusal.what());
+        }
+    if (failed.empty())
         toldOfFault_ = false;
-    } catch (const StoreRefusal& refusal) {
-        if (!std::exchange(toldOfFault_, true))
-            LogLine(std::string("objects keep their names in the incoming area: ") + refusal.what());
-        const std::lock_guard guard(house_);
-        formerNames_.insert(formerNames_.end(), names.begin(), names.end());
-    }
+    for (const FormerName& name : names)
+        if (!failed.contains(name.seriesFolder)) {
+            unlink(name.path.c_str());
+        } else {
+            const std::lock_guard guard(house_);
+            formerNames_.push_back(name);
+        }
 }
 
 } // namespace tavrel

@@ -128,7 +128,8 @@ TEST(ASave, AfterAnothersAsksBeforeAnythingIsWritten) {
     EXPECT_THAT(desks.windows.Texts(), ElementsAre("Dr. Anna Bianchi saved a version of this report at 15/11/2026 "
                                                    "08:05:09.\r\nIt is not what your screen shows.\r\n\r\n"
                                                    "\"Look at it first\" shows it. What you have typed is kept as a "
-                                                   "draft, which \"Put back\" offers.\r\n"
+                                                   "draft, which \"Put back\" offers; images that were "
+                                                   "added since the last save have to be added again.\r\n"
                                                    "\"Save on top\" makes what your screen shows the newest version. "
                                                    "Every version stays in the list, and yours names them all.\r\n"
                                                    "\"Cancel\" leaves everything as it is."));
@@ -346,7 +347,7 @@ TEST(ASave, OfAReportThatAnotherApprovedIsToldSoAndStaysADraft) {
     EXPECT_THAT(desks.windows.Texts(),
                 ElementsAre("Dr. Anna Bianchi approved this report at 15/11/2026 08:05:09.\r\nAn approved report takes "
                             "no further version.\r\n\r\nNothing was saved. The screen shows the last version now; what "
-                            "you have typed is kept as a draft."));
+                            "you have typed is kept as a draft, images that were added since the last save are not."));
     EXPECT_THAT(desks.store.sent, SizeIs(1));
     EXPECT_EQ(desks.Band(), "Approved by Dr. Anna Bianchi on 15/11/2026 08:05:09");
     EXPECT_FALSE(desks.editor.cmdSave.Enabled());
@@ -470,11 +471,32 @@ TEST(AnApproval, OnTopOfAnothersNamesBoth) {
     desks.AnnaSaves();
     desks.windows.answers = {Answer::No, Answer::Yes};
     desks.editor.cmdApprove.Press();
-    ASSERT_THAT(desks.store.sent, SizeIs(2));
-    EXPECT_THAT(PredecessorsOf(desks.store.sent[1]), SizeIs(2));
-    EXPECT_EQ(TextOf(desks.store.sent[1].dataSet->GetValue(attribute::VerificationFlag)), "VERIFIED");
-    EXPECT_THAT(SaversOf(desks.store.sent[1]), ElementsAre("Dr. Mario Rossi", "Dr. Anna Bianchi", "Dr. Mario Rossi"));
+    ASSERT_THAT(desks.store.sent, SizeIs(3));
+    EXPECT_THAT(PredecessorsOf(desks.store.sent[2]), SizeIs(3));
+    EXPECT_EQ(TextOf(desks.store.sent[2].dataSet->GetValue(attribute::VerificationFlag)), "VERIFIED");
     EXPECT_FALSE(desks.editor.cmdSave.Enabled());
+}
+
+TEST(AnApproval, OnTopOfAnothersNamesWhoWroteTheText) {
+    TwoDesks desks;
+    desks.editor.txtReportAnnotation.Typed("Mine");
+    desks.AnnaSaves();
+    desks.windows.answers = {Answer::No, Answer::Yes};
+    desks.editor.cmdApprove.Press();
+    EXPECT_THAT(SaversOf(desks.store.sent.back()),
+                ElementsAre("Dr. Mario Rossi", "Dr. Anna Bianchi", "Dr. Mario Rossi", "Dr. Mario Rossi"));
+    EXPECT_EQ(desks.editor.txtReferringPhysician.Text(), "Dr. Mario Rossi");
+}
+
+TEST(AnApproval, OnTopOfAnothersThatIsNotMadeLeavesTheTextSaved) {
+    TwoDesks desks;
+    desks.editor.txtReportAnnotation.Typed("Mine");
+    desks.AnnaSaves();
+    desks.windows.answers = {Answer::No, Answer::No};
+    desks.editor.cmdApprove.Press();
+    EXPECT_EQ(desks.Document().status(), DcmSRDocument::Pending);
+    EXPECT_EQ(desks.Reading(), "Mine");
+    EXPECT_EQ(desks.Band(), "Saved at " + desks.Document().Version(3));
 }
 
 TEST(AnApproval, AfterAnothersThatIsLookedAtApprovesNothing) {
@@ -507,9 +529,10 @@ public:
 
 TEST(AnApproval, ThatAnotherSaveMeetsDuringItsQuestionAsksAgain) {
     AnApprovalInterrupted desks({Answer::Yes, Answer::No}, [](TwoDesks& each) { each.AnnaSaves(); });
-    ASSERT_THAT(desks.store.sent, SizeIs(2));
-    EXPECT_THAT(PredecessorsOf(desks.store.sent[1]), SizeIs(2));
+    ASSERT_THAT(desks.store.sent, SizeIs(3)); // Anna's, the text, its approval
+    EXPECT_THAT(PredecessorsOf(desks.store.sent[2]), SizeIs(3));
     EXPECT_EQ(desks.Document().status(), DcmSRDocument::Approved);
+    EXPECT_EQ(desks.editor.txtReferringPhysician.Text(), "Dr. Mario Rossi");
 }
 
 TEST(AnApproval, ThatAnotherSaveMeetsAndThatLooksFirstApprovesNothing) {

@@ -229,6 +229,10 @@ void ArchiveAnswers::Accept() try {
         return;
     auto worker = std::make_unique<Worker>();
     worker->handle = dup(socket);
+    if (worker->handle < 0) { // by which its time is bounded
+        close(socket);
+        return;
+    }
     worker->thread = std::jthread([this, socket, &done = worker->done] {
         const Settle settle = [this](const OutgoingQueue::Answer& answer) { return Write(answer); };
         try {

@@ -173,9 +173,11 @@ bool Forwarder::SendSeries(const std::string& seriesUid, const std::stop_token& 
 
     const Object* underWay = &readable.front();
     bool sent = false;
+    bool reached = false;
     try {
         ArchiveLink link(archive_, tls_, offers, stop);
         Reached();
+        reached = true;
         for (const Object& object : readable) {
             underWay = &object;
             if (stop.stop_requested())
@@ -186,7 +188,8 @@ bool Forwarder::SendSeries(const std::string& seriesUid, const std::stop_token& 
                 break;
         }
     } catch (const ArchiveLost& lost) {
-        NotNow(seriesUid, *underWay, lost.what(), OutgoingQueue::Pause(notReached_));
+        // One at which it hangs up each time shall not hold up the others for ever.
+        NotNow(seriesUid, *underWay, lost.what(), OutgoingQueue::Pause(reached ? underWay->attempts : notReached_));
         throw;
     }
     return sent;

@@ -94,7 +94,8 @@ std::string ReasonWords(std::uint16_t reason) {
 
 void QueueStoredObject(Connection& connection, Engine engine, const std::string& seriesUid,
                        const std::string& imageFile, bool images) {
-    RunChange(connection, Queueing(engine, " Image.SeriesInstanceUID=? AND Image.ImageFile=?", images),
+    RunChange(connection,
+              Queueing(engine, " Image.SeriesInstanceUID=? AND Image.ImageFile=? AND" + std::string(NotQueued), images),
               std::array{seriesUid, imageFile});
 }
 
@@ -103,6 +104,8 @@ bool OutgoingQueue::IsThere(Connection& connection) try {
         connection.OpenResultSet(std::string("SELECT * FROM ") + table + " WHERE 1=0");
     return true;
 } catch (const Error&) {
+    if (!connection.IsOpen())
+        throw; // it is not known
     return false;
 }
 
@@ -216,14 +219,14 @@ std::vector<OutgoingQueue::Object> OutgoingQueue::NotTaken(const std::string& se
 
 bool OutgoingQueue::AnyNotTaken(const std::vector<std::string>& instances) {
     return std::ranges::any_of(instances, [this](const std::string& uid) {
-        return Number("SELECT CASE WHEN SUM(CASE WHEN State IN ('sent', 'committed') THEN 1 ELSE 0 END)=0 THEN 1 ELSE 0"
+        return Number("SELECT CASE WHEN SUM(CASE WHEN State<>'waiting' THEN 1 ELSE 0 END)=0 THEN 1 ELSE 0"
                       " END FROM Outgoing WHERE SOPInstanceUID=" +
                       Quoted(uid)) > 0;
     });
 }
 
 bool OutgoingQueue::IsSecondOfItsUid(const Object& object) {
-    return Number("SELECT count(*) FROM Outgoing WHERE ImageID<" + std::to_string(object.imageId) +
+    return Number("SELECT count(*) FROM Image WHERE ImageID<" + std::to_string(object.imageId) +
                   " AND SOPInstanceUID=" + Quoted(object.sopInstanceUid)) > 0;
 }
 
@@ -297,12 +300,13 @@ int OutgoingQueue::Settle(const Answer& answer) {
         ++meant;
         RunChange(connection_, "UPDATE Outgoing SET " + change + After(Now(), Pause(attempts)) + which, texts);
     };
-    for (const std::string& uid : answer.committed)
-        settle(uid, "State='committed', LastWords='', NextTime=", {});
+    // An archive that says both of an object has not made itself responsible for it.
     for (const Failure& failure : answer.failed)
         settle(failure.sopInstanceUid, "State='waiting', LastWords=?, NextTime=",
                std::array{"asked whether it keeps it, " + ReasonWords(failure.reason) + " (" +
                           Hexadecimal(failure.reason) + ")"});
+    for (const std::string& uid : answer.committed)
+        settle(uid, "State='committed', LastWords='', NextTime=", {});
     connection_.Commit();
     return meant;
 }

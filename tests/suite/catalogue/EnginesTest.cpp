@@ -44,6 +44,8 @@ TEST_P(Engines, ACatalogueOfBeforeLearnsToTellTwins) {
     const auto add = [&] { room.Insert("Image", {{"SOPInstanceUID", "2.999.1"}, {"Twin", "1"}}); };
     add();
     EXPECT_THROW(add(), Error);
+    room.Run("DROP TABLE Image");
+    CreateSchema(room.Catalogue(), DetectEngine(room.Catalogue()));
 }
 
 TEST_P(Engines, ACodeIsFoundWithABlankBehindIt) {

@@ -183,6 +183,14 @@ TEST_P(Queue, AnAnswerSettlesEachObject) {
               "asked whether it keeps it, it does not have it (0112H)");
 }
 
+TEST_P(Queue, WhatAnAnswerBothKeepsAndLacksIsNotArchived) {
+    Queued("2.999.2", "img_000001.dcm", Report, "2.999.2.1");
+    queue.Taken(queue.NotTaken("2.999.2").at(0));
+    queue.ClaimQuestion("2.25.1", 10);
+    queue.Settle({"2.25.1", {"2.999.2.1"}, {{"2.999.2.1", 0x0112}}});
+    EXPECT_THAT(States(), ElementsAre("waiting"));
+}
+
 TEST_P(Queue, AnAnswerToNoQuestionSettlesNothing) {
     Queued("2.999.2", "img_000001.dcm", Report, "2.999.2.1");
     queue.Taken(queue.NotTaken("2.999.2").at(0));
