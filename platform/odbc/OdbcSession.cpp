@@ -164,8 +164,8 @@ SQLRETURN OdbcSession::Await(Effect effect, std::function<SQLRETURN()> call) {
     // What is handled while an answer is waited for may ask the same connection.
     if (running_ && !Answered(*running_, runningUntil_))
         throw NoAnswer(patience_.most);
-    // Within this process, and behind nobody who writes, a thread costs more than the answer. Who has no windows to keep
-    // alive waits for another writer as long as the entry says.
+    // Within this process, and behind nobody who writes, a thread costs more than the answer. Who has no windows to
+    // keep alive waits for another writer as long as the entry says.
     if (engine_ == Engine::Sqlite && (effect == Effect::Reads || !patience_.meanwhile))
         return call();
     const auto until = std::chrono::steady_clock::now() + patience_.most;

@@ -131,6 +131,11 @@ void Department::Make(const std::string& former) {
         Refuse("A department needs a catalogue on a PostgreSQL or MariaDB server; this one is a SQLite file, which is "
                "for one machine alone");
     CreateSchema(catalogue_, engine_);
+    if (!former.empty() && HasAccount(former) &&
+        !(Exists() && Find(former))) // its rights are those of the whole catalogue
+        Refuse("The server has an account " + former +
+               " already, which may do more than a workstation: name the "
+               "workstation otherwise");
     // PostgreSQL takes all of it back when something fails. MariaDB commits each of these statements by itself: in this
     // order nothing is lost, and a second run goes on.
     catalogue_.BeginTransaction();
@@ -172,13 +177,8 @@ void Department::KeepRows(std::string_view ownTable, const std::string& former) 
     if (former.empty())
         Refuse("The catalogue has served one workstation until now, which keeps its port and its node: name it by "
                "--former NAME");
-    if (!Find(former)) {
-        if (HasAccount(former)) // its rights are those of the whole catalogue
-            Refuse("The server has an account " + former +
-                   " already, which may do more than a workstation: name the "
-                   "workstation otherwise");
+    if (!Find(former))
         InsertRow(catalogue_, "Workstation", {{"Name", former}, {"Machine", former}});
-    }
     const std::string all = TableOfAll(ownTable);
     RunChange(catalogue_, "DELETE FROM " + all + " WHERE Workstation=?", std::array{former});
     const std::string columns = ColumnNames(ownTable);
@@ -313,7 +313,7 @@ bool Department::HasAccount(const std::string& name) {
         return Any("SELECT rolname FROM pg_roles WHERE rolname='" + name + "'");
     constexpr int noSuchAccount = 1133;
     try { // who may not read the server's own tables learns it by a right that is none
-        Run("GRANT USAGE ON Workstation TO " + Grantee(name));
+        Run("GRANT USAGE ON Patient TO " + Grantee(name));
         return true;
     } catch (const Error& error) {
         if (error.number == noSuchAccount)

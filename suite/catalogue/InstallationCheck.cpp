@@ -294,14 +294,15 @@ private:
         }
         for (const Waiting& study : studies) {
             const bool one = study.versions == 1;
-            const std::string versions =
-                std::to_string(study.versions) + (one ? " version " : " versions ") + study.owner;
-            const std::string place = " since " + LocalTime(study.since) + " in " + folder.string();
+            std::string words = std::to_string(study.versions) + (one ? " version " : " versions ") + study.owner;
             if (study.approved)
-                Warn(versions + (one ? " stays" : " stay") + " unstored" + place +
-                     ": the report was approved meanwhile and takes no further version");
+                words += one ? " stays unstored" : " stay unstored";
             else
-                Warn(versions + (one ? " waits" : " wait") + " to be stored" + place);
+                words += one ? " waits to be stored" : " wait to be stored";
+            words += " since " + LocalTime(study.since) + " in " + folder.string();
+            if (study.approved)
+                words += ": the report was approved meanwhile and takes no further version";
+            Warn(words);
         }
         if (studies.empty())
             Well("no version waits to be stored in " + folder.string());

@@ -64,8 +64,12 @@ constexpr Column Twin{"Twin", Integer, 0, true};
 // The counter keeps a series' rows in the order of their storing: the last one is the newest. Objects of one UID with
 // other contents are twins, numbered from 0: two services that store the same object at once make one row.
 constexpr std::array Image{
-    Column{"ImageID", Counter},          Column{"SeriesInstanceUID", Text, Uid}, Column{"ImageFile", Text, TextColumn},
-    Column{"SOPInstanceUID", Text, Uid}, Column{"SOPClassUID", Text, Uid},       Column{"InstanceNumber", Integer},
+    Column{"ImageID", Counter},
+    Column{"SeriesInstanceUID", Text, Uid},
+    Column{"ImageFile", Text, TextColumn},
+    Column{"SOPInstanceUID", Text, Uid},
+    Column{"SOPClassUID", Text, Uid},
+    Column{"InstanceNumber", Integer},
     Twin,
 };
 constexpr std::array SiteData{
@@ -285,10 +289,13 @@ void CreateSchema(Connection& connection, Engine engine) {
         connection.OpenResultSet(CreateIndex(index));
     for (const std::string_view table : code_table::All)
         connection.OpenResultSet(CreateIndex({std::string(table) + "ByValue", table, "CodeValue"}));
-    if (!connection.OpenResultSet("SELECT * FROM Image WHERE 1=0")->HasField(Twin.name)) // it was made before
-        AddColumn(connection, engine, {"Image", Twin.name});
-    connection.OpenResultSet(CreateIndex(ImageOnce));
     connection.Commit();
+    try {
+        connection.OpenResultSet(CreateIndex(ImageOnce));
+    } catch (const Error&) { // it was made before
+        AddColumn(connection, engine, {"Image", Twin.name});
+        connection.OpenResultSet(CreateIndex(ImageOnce));
+    }
 }
 
 std::string CurrentAccount(Engine engine) {

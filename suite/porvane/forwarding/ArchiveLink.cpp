@@ -52,7 +52,7 @@ std::string Comment(DcmDataset* detail) {
     OFString comment;
     if (detail == nullptr || detail->findAndGetOFString(DCM_ErrorComment, comment).bad() || comment.empty())
         return {};
-    return " \"" + std::string(comment.c_str()) + "\"";
+    return " \"" + comment + "\"";
 }
 
 void Copy(std::string_view text, std::span<char> field) {
@@ -65,7 +65,7 @@ std::string Rejection(T_ASC_Parameters* parameters) {
     OFString reason;
     ASC_printRejectParameters(reason, &rejection);
     std::ranges::replace(reason, '\n', ' ');
-    return reason.c_str();
+    return reason;
 }
 
 } // namespace

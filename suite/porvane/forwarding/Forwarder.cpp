@@ -160,7 +160,7 @@ bool Forwarder::SendSeries(const std::string& seriesUid, const std::stop_token& 
                 break;
             continue;
         }
-        const ArchiveLink::Offer offer{object.sopClassUid, syntax.c_str()};
+        const ArchiveLink::Offer offer{object.sopClassUid, syntax};
         if (std::ranges::find(offers, offer) == offers.end()) {
             if (offers.size() == ArchiveLink::MostOffers)
                 break; // the rest in the next association

@@ -45,7 +45,8 @@ public:
     void Run() {
         while (!failed_ && !(insideEnded_ && outwards_.empty())) {
             wantsWrite_ = false;
-            const bool moved = Inwards() | Outwards();
+            const bool inwards = Inwards();
+            const bool moved = Outwards() || inwards;
             if (outsideEnded_ && inwards_.empty() && !std::exchange(told_, true))
                 shutdown(inside_, SHUT_WR);
             if (!moved && !failed_)
