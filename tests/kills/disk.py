@@ -40,8 +40,10 @@ def calls(trace):
     for line in trace.read_text().splitlines():
         if found := _BEGUN.match(line):
             begun[found[1], found[2]] = found[3]
+            if found[2] == "close":  # before it ends the number may be another thread's
+                yield Call(found[2], found[3], "0")
         elif found := _ENDED.match(line):
-            if int(found[4]) >= 0:
+            if int(found[4]) >= 0 and found[2] != "close":
                 yield Call(found[2], begun[found[1], found[2]] + found[3], found[4])
         elif (found := _WHOLE.match(line)) and int(found[4]) >= 0:
             yield Call(found[2], found[3], found[4])
