@@ -130,8 +130,9 @@ def _children(thread):
 
 
 def files(folder):
+    """How many there are but for the empty ones: names that the storage service keeps ready."""
     try:
-        return sum(1 for each in folder.rglob("*") if each.is_file())
+        return sum(1 for each in folder.rglob("*") if each.is_file() and each.stat().st_size)
     except FileNotFoundError:  # a folder went while it was looked into
         return files(folder)
 

@@ -15,7 +15,7 @@ UNSENT = FOLDER / "state" / "tavrel" / "unsent"
 GONE = "database cannot be opened: |connection to the database was lost: "
 SILENT = "The database has not answered for 20 seconds."
 BOUND = 20  # seconds for one answer of the database
-AUDIT, FILING = "INSERT INTO History", "SELECT ID FROM Patient"  # requests of an opening and of a storing
+AUDIT, FILING = "INSERT INTO History", "INSERT INTO Image"  # requests of an opening and of a storing
 MOST_REQUESTS = 40  # of one action
 
 

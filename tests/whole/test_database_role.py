@@ -9,7 +9,7 @@ from database import ENGINE, INSTALLATION, OWNER, ROLE, catalogue_on_a_server
 from person.driver import wait_until
 from person.editor import SEARCH
 from person.studies import Study
-from person.workstation import ask
+from person.workstation import STUDIES, ask
 
 REFUSED = r"permission denied|must be owner|must be superuser|command denied|Access denied|Invalid role"
 
@@ -68,6 +68,8 @@ class TheRoleOfTheDailyWork(SystemTest):
 
     def test_suffices_for_the_check_of_the_catalogue(self):
         study = Study()
+        wait_until(lambda: not any(each.stat().st_size for each in (STUDIES / ".incoming").rglob("*.part")),
+                   "the storage service to be done with its image")
         ask("DELETE FROM Image WHERE SeriesInstanceUID = ?", study.series_uid)
         subprocess.run(["orbenta-catalogue", "check", "--mend"], stdout=subprocess.DEVNULL)
         self.assertEqual(ask("SELECT count(*) FROM Image WHERE SeriesInstanceUID = ?", study.series_uid), [("1",)])
