@@ -5,9 +5,24 @@
 #include "sr/UnwritableText.h"
 #include "sr/forms/VersionForm.h"
 
+#include <string>
+#include <string_view>
 #include <utility>
 
 namespace tavrel {
+namespace {
+
+/// The file of another version that the storage service names; empty when it names none.
+std::string FileNamedIn(std::string_view refusal) {
+    constexpr std::string_view extension = ".dcm";
+    const auto end = refusal.find(extension);
+    if (end == std::string_view::npos)
+        return {};
+    const auto begin = refusal.find_last_of(" \"/\\", end) + 1; // 0 behind none
+    return std::string(refusal.substr(begin, end + extension.size() - begin));
+}
+
+} // namespace
 
 void DcmSRDocument::AppendVersion() {
     const auto form = FormOf(global_);
@@ -71,9 +86,10 @@ Delivery DcmSRDocument::Send() {
             AppendVersion();
             const DataSetHandle version = Versions().Item(Versions().ItemCount() - 1);
             delivery = StoreOrKeep(global_, *version);
-            // A service that tells of versions which cannot be found is not the suite's, or sees another folder.
-            if (const int before = Versions().Count() - 1;
-                delivery.fate == Delivery::Fate::Overtaken && LookForOthersThan(before, {}).empty())
+            // A service that tells of versions which cannot be found is not the suite's, or sees another folder. The
+            // list of a shared folder may be older than what the service says.
+            if (const int before = Versions().Count() - 1; delivery.fate == Delivery::Fate::Overtaken &&
+                                                           LookForOthersThan(before, FileNamedIn(delivery.why)).empty())
                 delivery = KeepUnsent(global_.ports, *version, delivery.why);
             if (delivery.fate == Delivery::Fate::Stored || delivery.fate == Delivery::Fate::Kept)
                 return KeepAppended();

@@ -198,7 +198,7 @@ void Association::TakeObject(const MessageReader::Request& request) {
     const ObjectHeader header = context_.tree.Examine(object, command.sopClassUid, command.sopInstanceUid);
     context_.unsent.TakeInBefore(header.seriesUid);
     const StudyTree::Stored stored = context_.tree.Store(
-        object, header, callingAe_ == InternalAe ? std::optional(VersionTurn::From::Editor) : std::nullopt);
+        object, header, callingAe_ == InternalAe ? VersionTurn::From::Editor : VersionTurn::From::Elsewhere);
     if (callingAe_ == InternalAe)
         TellStored(context_.events, calledAe_, stored);
 }

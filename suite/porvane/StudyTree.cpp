@@ -60,8 +60,8 @@ std::string WithoutPatient(std::string text, const ObjectHeader& header) {
 struct StudyTree::Filing {
     IncomingFile& object;
     const ObjectHeader& header;
-    std::optional<VersionTurn::From> from; ///< of a report's version that is stored in its turn
-    std::vector<ObjectPlace> others = {};  ///< that have its UID and other contents
+    VersionTurn::From from;               ///< a report's version
+    std::vector<ObjectPlace> others = {}; ///< that have its UID and other contents
 
     /// What comes of it: the place of another object of its UID, with which it has to be compared, or its own, or why
     /// it has none.
@@ -123,8 +123,7 @@ ObjectHeader StudyTree::Examine(IncomingFile& object, const std::string& sopClas
     return header;
 }
 
-StudyTree::Stored StudyTree::Store(IncomingFile& object, const ObjectHeader& header,
-                                   std::optional<VersionTurn::From> from) try {
+StudyTree::Stored StudyTree::Store(IncomingFile& object, const ObjectHeader& header, VersionTurn::From from) try {
     Filing filing{object, header, from};
     const auto close = [this](Filing* ended) { Close(*ended); };
     const std::unique_ptr<Filing, decltype(close)> atTheEnd(&filing, close);
@@ -305,9 +304,7 @@ void StudyTree::FileUnderNumber(Filing& filing, ObjectPlace place) {
     for (int attempt = 0, number = 0; attempt < MostNumbers; ++attempt) {
         MakeFolders(place);
         filing.seriesFolder = NativeFolder(place);
-        number = filing.from ? versionTurn_.NumberFor(filing.seriesFolder, filing.header.predecessors, *filing.from,
-                                                      rows, number)
-                             : NumberBehindAll(filing.seriesFolder);
+        number = versionTurn_.NumberFor(filing.seriesFolder, filing.header.predecessors, filing.from, rows, number);
         place.imageFile = VersionName(number);
         if (FileDurably(filing, place, !AreOnOneDisk(incoming_, filing.seriesFolder)))
             return;

@@ -65,8 +65,8 @@ public:
     };
     /// Files an examined object. One whose SOP Instance UID and data set are known already is stored
     /// already. From any thread. Throws a StoreRefusal; then nothing of the object is left.
-    /// A report's version is stored in its turn when it says where it comes from.
-    Stored Store(IncomingFile& object, const ObjectHeader& header, std::optional<VersionTurn::From> from = {});
+    /// `from`: where a report's version comes from, which decides whose turn it is.
+    Stored Store(IncomingFile& object, const ObjectHeader& header, VersionTurn::From from);
 
 private:
     struct Filing;

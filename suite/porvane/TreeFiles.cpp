@@ -54,21 +54,6 @@ std::string VersionName(int number) {
     return name.data();
 }
 
-int NumberBehindAll(const fs::path& folder) {
-    int last = 0;
-    std::error_code ignored;
-    for (auto file = fs::directory_iterator(folder, ignored); file != fs::directory_iterator();
-         file.increment(ignored)) {
-        const std::string name = file->path().filename().string();
-        int number = 0;
-        if (name.starts_with(FilePrefix))
-            std::from_chars(name.data() + FilePrefix.size(), name.data() + name.size(), number);
-        if (name == VersionName(number))
-            last = std::max(last, number);
-    }
-    return last + 1;
-}
-
 void MakeFolders(const ObjectPlace& place) {
     for (const fs::path& folder : {NativeFolder(place).parent_path(), NativeFolder(place)}) {
         std::error_code failure;

@@ -17,8 +17,6 @@ std::filesystem::path NativeFile(const ObjectPlace& place);
 std::string UniqueName(const std::filesystem::path& incoming);
 /// The name of a report's version, by which all workstations know the order of a report's versions.
 std::string VersionName(int number);
-/// Behind every version that lies in the folder.
-int NumberBehindAll(const std::filesystem::path& folder);
 
 /// Makes the folders of a place which are missing. They need not be durable yet.
 void MakeFolders(const ObjectPlace& place);

@@ -81,8 +81,9 @@ int VersionTurn::NumberFor(const fs::path& folder, const std::vector<std::string
         const bool follows = met.uid.empty() || followed.contains(met.uid);
         if (!follows)
             other = &name;
-        if ((!follows || name == names.back()) && Approved(met, folder / name))
-            throw StoreRefusal(Status::ReportApproved, "the report is approved");
+        const bool judged = from == From::Elsewhere ? follows : !follows || name == names.back();
+        if (judged && Approved(met, folder / name))
+            throw StoreRefusal(Status::ReportApproved, "the report is approved: " + name);
     }
     if (from == From::Editor && other)
         throw StoreRefusal(Status::ReportHasOthers, "another version was stored first: " + *other);

@@ -24,8 +24,9 @@ namespace tavrel {
 class VersionTurn {
 public:
     enum class From {
-        Editor,   ///< the report editor, which asks the person when it is refused
-        KeptFile, ///< the folder of kept versions: nobody could be asked, and the version must not be lost
+        Editor,    ///< the report editor, which asks the person when it is refused
+        KeptFile,  ///< the folder of kept versions: nobody could be asked, and the version must not be lost
+        Elsewhere, ///< another program, an archive or a backup: in whatever order, but not after an approved version
     };
 
     /// Of the files of the report from that name on, the SOP Instance UIDs by their names.

@@ -2,8 +2,8 @@
 
 #include "host/Text.h"
 #include "platform/attributes.h"
-#include "platform/posix/PosixFiles.h"
 #include "tests/editor/ReportingStation.h"
+#include "tests/editor/WatchedFiles.h"
 
 #include <gmock/gmock.h>
 
@@ -17,36 +17,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
 using testing::StartsWith;
-
-/// The account's file system, in which a test makes one thing fail or looks at a write.
-class WatchedFiles : public Files {
-public:
-    bool writable = true;
-    std::function<void()> whileWriting;
-
-    bool Exists(std::string_view path) const override { return files_.Exists(path); }
-    std::vector<std::string> List(std::string_view folder, std::string_view extension) const override {
-        return files_.List(folder, extension);
-    }
-    std::string CreateNew(std::string_view folder, std::string_view name, std::string_view extension) override {
-        if (!writable)
-            throw Error(13, "Files", "Cannot make the file \"" + std::string(name) + "\": Permission denied");
-        return files_.CreateNew(folder, name, extension);
-    }
-    void Remove(std::string_view path) override { files_.Remove(path); }
-    std::string ReadText(std::string_view path) const override { return files_.ReadText(path); }
-    void WriteText(std::string_view path, std::string_view text) override {
-        if (!writable)
-            throw Error(28, "Files", "Cannot write the file: No space left on device");
-        if (whileWriting)
-            std::exchange(whileWriting, {})();
-        files_.WriteText(path, text);
-    }
-    void AppendText(std::string_view path, std::string_view text) override { files_.AppendText(path, text); }
-
-private:
-    PosixFiles files_;
-};
 
 /// Reports "1.2.3.2.1" and "1.2.3.2.2" of the example study and "1.9.2" of another patient. `Crash` is what is left
 /// to do for a process that is killed at once: nothing.

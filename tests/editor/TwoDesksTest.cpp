@@ -2,6 +2,7 @@
 #include "sr/content/Items.h"
 #include "sr/forms/VersionForm.h"
 #include "tests/editor/ReportingStation.h"
+#include "tests/editor/WatchedFiles.h"
 #include "tests/support/OpenQueries.h"
 
 #include <gmock/gmock.h>
@@ -91,14 +92,15 @@ public:
             serviceEvents.RaiseStore("1.2.3.2.1", path, "AE_INTERNAL", UidOf(version));
     }
     /// The service meets a version of Anna's that came first, and refuses the next one for it.
-    void RefuseOnceFor(const std::function<void()>& whatCameFirst) {
-        store.answer = [this, whatCameFirst](const SentVersion&) {
-            const auto act = whatCameFirst; // this goes away with the former answer
+    void RefuseOnceFor(const std::function<void()>& whatCameFirst, const std::string& words = "Another came first.") {
+        store.answer = [this, whatCameFirst, words](const SentVersion&) {
+            const auto act = whatCameFirst; // these go away with the former answer
+            const Error refusal(static_cast<int>(DicomFault::NotItsTurn), "DICOM", words);
             auto& desks = *this;
             desks.store.sent.pop_back();
             desks.store.answer = [&desks](const SentVersion& version) { desks.Store(version); };
             act();
-            throw Error(static_cast<int>(DicomFault::NotItsTurn), "DICOM", "Another came first.");
+            throw refusal;
         };
     }
     /// A version that no program of the two has sent.
@@ -414,6 +416,20 @@ TEST(ASave, ThatTheServiceRefusesForAnApprovalStaysADraft) {
     EXPECT_EQ(desks.Kept(), 0U);
     EXPECT_THAT(desks.Band(), HasSubstr("Approved by Dr. Anna Bianchi"));
     EXPECT_THAT(desks.Draft(), HasSubstr("approved meanwhile"));
+}
+
+TEST(ASave, ThatIsRefusedForAFileWhichTheFoldersListLacksYetAsks) {
+    TwoDesks desks;
+    WatchedFiles files;
+    AnotherProcess mario(desks, files);
+    mario.automation.LoadSRSeries("1.2.3.2.1");
+    files.unlisted = "img_000501.dcm";
+    desks.RefuseOnceFor([&] { desks.AnnaSaves(); }, "Refused (\"another version was stored first: img_000501.dcm\").");
+    desks.windows.answers = {Answer::Cancel};
+    mario.editor.txtReportAnnotation.Typed("Mine");
+    mario.editor.cmdSave.Press();
+    EXPECT_THAT(desks.windows.Texts(), ElementsAre(HasSubstr("Dr. Anna Bianchi saved")));
+    EXPECT_EQ(desks.Kept(), 0U);
 }
 
 TEST(ASave, ThatIsRefusedForAVersionWhichNobodyFindsIsKept) {

@@ -14,15 +14,18 @@
 
 #include <poll.h>
 #include <sys/eventfd.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <ctime>
 #include <filesystem>
 #include <system_error>
 
 namespace tavrel {
 namespace {
 
+namespace fs = std::filesystem;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 using Verdict = ArchiveLink::Verdict;
@@ -37,14 +40,16 @@ constexpr seconds BusyTime{10}; ///< for which more is expected
 constexpr milliseconds FailedPause = seconds(5);
 constexpr seconds BlockedPause{300};
 constexpr seconds ForAPresentationState{5};
-constexpr seconds SpareTime{90}; ///< of a claim, beyond the time that sending may take
+constexpr seconds ForAVersionBefore{1};
+constexpr seconds SettlingTime{120}; ///< of what a service left that is gone: four looks of those that live
+constexpr seconds SpareTime{90};     ///< of a claim, beyond the time that sending may take
 constexpr seconds LeastTime{60};
 constexpr std::uintmax_t LeastRate = 1'000'000; ///< bytes a second
 constexpr std::string_view PresentationStates = "1.2.840.10008.5.1.4.1.1.11.";
 
-seconds TimeFor(const std::filesystem::path& file) {
+seconds TimeFor(const fs::path& file) {
     std::error_code failure;
-    const auto size = std::filesystem::file_size(file, failure);
+    const auto size = fs::file_size(file, failure);
     return LeastTime + seconds(failure ? 0 : size / LeastRate);
 }
 
@@ -64,6 +69,18 @@ std::vector<std::string> PresentationStatesOf(DcmDataset& version) {
             uids.emplace_back(instance.c_str());
     }
     return uids;
+}
+
+/// As the numbers of their names are.
+bool InOrder(const fs::path& one, const fs::path& other) {
+    const std::string name = one.filename().string();
+    const std::string otherName = other.filename().string();
+    return name.size() != otherName.size() ? name.size() < otherName.size() : name < otherName;
+}
+
+bool IsYoung(const fs::path& file) {
+    struct stat state {};
+    return stat(file.c_str(), &state) == 0 && std::time(nullptr) - state.st_ctim.tv_sec < SettlingTime.count();
 }
 
 /// Gives the claim on a series back in the end; one that cannot be given back runs out by itself.
@@ -197,9 +214,15 @@ bool Forwarder::SendSeries(const std::string& seriesUid, const std::stop_token& 
 
 /// What may be sent now: of a report its versions from the first one on, up to one whose time has not come.
 std::vector<OutgoingQueue::Object> Forwarder::InTheirTurn(const std::string& seriesUid, std::vector<Object> objects) {
+    const auto report = std::ranges::find(objects, ReportTurn, &Object::turn);
+    const auto first = report == objects.end() ? std::nullopt : BeingStored(seriesUid, report->file.parent_path());
     std::vector<Object> ready;
     for (Object& object : objects) {
         const bool mayGo = !object.refused && object.dueIn <= seconds(0);
+        if (object.turn == ReportTurn && first && InOrder(*first, object.file)) {
+            queue_->PutOff(seriesUid, ForAVersionBefore);
+            break;
+        }
         if (mayGo) {
             ready.push_back(std::move(object));
         } else if (object.turn == ReportTurn && !(object.refused && queue_->IsSecondOfItsUid(object))) {
@@ -208,6 +231,21 @@ std::vector<OutgoingQueue::Object> Forwarder::InTheirTurn(const std::string& ser
         }
     }
     return ready;
+}
+
+/// The first version in the report's folder that another service is about to enter in the catalogue, or takes back. One
+/// that stays without a row is nobody's any more.
+std::optional<fs::path> Forwarder::BeingStored(const std::string& seriesUid, const fs::path& folder) {
+    std::vector<fs::path> files;
+    std::error_code ignored; // a folder that cannot be read has files that cannot be sent
+    for (auto file = fs::directory_iterator(folder, ignored); file != fs::directory_iterator(); file.increment(ignored))
+        if (file->path().extension() == ".dcm")
+            files.push_back(file->path());
+    std::ranges::sort(files, InOrder);
+    const auto stored = queue_->StoredFiles(seriesUid); // after the files: a row comes after its file
+    const auto first = std::ranges::find_if(
+        files, [&](const fs::path& file) { return !stored.contains(file.filename().string()) && IsYoung(file); });
+    return first == files.end() ? std::nullopt : std::optional(*first);
 }
 
 /// Whether the archive took it.

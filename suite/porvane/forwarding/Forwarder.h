@@ -6,6 +6,7 @@
 #include "suite/porvane/forwarding/OutgoingQueue.h"
 
 #include <chrono>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <stop_token>
@@ -41,6 +42,7 @@ private:
     bool Pass(const std::stop_token& stop);
     bool SendSeries(const std::string& seriesUid, const std::stop_token& stop);
     std::vector<Object> InTheirTurn(const std::string& seriesUid, std::vector<Object> objects);
+    std::optional<std::filesystem::path> BeingStored(const std::string& seriesUid, const std::filesystem::path& folder);
     bool Send(ArchiveLink& link, const std::string& seriesUid, const Object& object);
     void NotNow(const std::string& seriesUid, const Object& object, const std::string& words,
                 std::chrono::seconds pause);

@@ -217,6 +217,15 @@ std::vector<OutgoingQueue::Object> OutgoingQueue::NotTaken(const std::string& se
     return objects;
 }
 
+std::set<std::string> OutgoingQueue::StoredFiles(const std::string& seriesUid) {
+    std::set<std::string> names;
+    for (const auto rows =
+             connection_.OpenResultSet("SELECT ImageFile FROM Image WHERE SeriesInstanceUID=" + Quoted(seriesUid));
+         !rows->AtEnd(); rows->MoveNext())
+        names.insert(rows->Text("ImageFile"));
+    return names;
+}
+
 bool OutgoingQueue::AnyNotTaken(const std::vector<std::string>& instances) {
     return std::ranges::any_of(instances, [this](const std::string& uid) {
         return Number("SELECT CASE WHEN SUM(CASE WHEN State<>'waiting' THEN 1 ELSE 0 END)=0 THEN 1 ELSE 0"

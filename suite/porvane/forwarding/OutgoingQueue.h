@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <map>
 #include <optional>
+#include <set>
 #include <span>
 #include <string>
 #include <string_view>
@@ -64,6 +65,8 @@ public:
     /// What of a claimed series waits, in the order of its storing; of reports also what was refused and what was
     /// stored before there was an archive.
     std::vector<Object> NotTaken(const std::string& seriesUid);
+    /// The names of the files of a series that are stored.
+    std::set<std::string> StoredFiles(const std::string& seriesUid);
     /// Whether one of these instances is on its way and was not taken yet.
     bool AnyNotTaken(const std::vector<std::string>& instances);
     /// Whether an object that was stored earlier has the same UID: an archive holds one of them.

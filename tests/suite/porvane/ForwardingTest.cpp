@@ -243,6 +243,24 @@ TEST_F(ArchiveBehind, AVersionWaitsForThePresentationStatesThatItNames) {
     EXPECT_THAT(archive.Came(), ElementsAre("2.999.9.1", Uid(1, 1)));
 }
 
+TEST_F(ArchiveBehind, AVersionWaitsForTheOneBeforeItThatANeighbourIsEntering) {
+    service = room.StartService();
+    for (int version = 1; version <= 3; ++version)
+        Save(1, version);
+    service.reset();
+    const std::string second = " WHERE SOPInstanceUID='" + Uid(1, 2) + "'";
+    room.Run("UPDATE Image SET SeriesInstanceUID='2.999.0'" + second); // nobody sees the row yet
+    const ArchivePeer archive;
+    room.Tool("archive --address " + archive.Address() + " --queue-all");
+    service = room.StartService();
+    EXPECT_TRUE(Comes(Uid(1, 1), "committed"));
+    EXPECT_THAT(archive.Came(), ElementsAre(Uid(1, 1)));
+    room.Run("DELETE FROM Outgoing" + second);
+    room.Run("UPDATE Image SET SeriesInstanceUID='2.999.8.1'" + second);
+    EXPECT_TRUE(Comes(Uid(1, 3), "committed"));
+    EXPECT_THAT(archive.Came(), ElementsAre(Uid(1, 1), Uid(1, 2), Uid(1, 3)));
+}
+
 TEST_F(ArchiveBehind, ASecondObjectOfAUidIsNotSentAndHoldsUpNothing) {
     const ArchivePeer archive;
     Start(archive);

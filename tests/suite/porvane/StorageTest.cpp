@@ -232,9 +232,15 @@ TEST_F(Storage, AReportThatIsApprovedTakesNoFurtherVersionOfTheEditor) {
     EXPECT_EQ(room.Count("Image"), "1");
 }
 
-TEST_F(Storage, AReportOfAnotherProgramIsStoredWhateverItFollows) {
+TEST_F(Storage, AReportOfAnotherProgramIsStoredBesideAnApprovedOne) {
     ASSERT_EQ(Report(1).Set(DCM_VerificationFlag, "VERIFIED").Send(room, "AE_INTERNAL"), Stored);
     EXPECT_EQ(Report(2).Send(room), Stored);
+}
+
+TEST_F(Storage, AnApprovedReportTakesNoVersionOfAnotherProgramEither) {
+    ASSERT_EQ(Report(1).Set(DCM_VerificationFlag, "VERIFIED").Send(room, "AE_INTERNAL"), Stored);
+    EXPECT_EQ(Report(2).After({"2.999.7.1"}).Send(room), ReportApproved);
+    EXPECT_EQ(room.StoredFiles().size(), 1U);
 }
 
 TEST_F(Storage, ReportsOfTheWorkstationsKindAreOfModalitySr) {

@@ -125,6 +125,20 @@ TEST_F(AVersion, OfAnApprovedReportIsRefusedWhoeverSendsIt) {
     EXPECT_EQ(NumberAfter({"2.1"}, From::KeptFile), OfAnApprovedReport);
 }
 
+TEST_F(AVersion, FromElsewhereIsStoredInWhateverOrder) {
+    Stored(1, "2.1");
+    Stored(2, "2.4", "VERIFIED");
+    EXPECT_EQ(NumberAfter({"2.1"}, From::Elsewhere), 3);
+    EXPECT_EQ(NumberAfter({}, From::Elsewhere), 3);
+}
+
+TEST_F(AVersion, FromElsewhereIsRefusedBehindTheApprovedOne) {
+    Stored(1, "2.1");
+    Stored(2, "2.2", "VERIFIED");
+    Stored(3, "2.3");
+    EXPECT_EQ(NumberAfter({"2.1", "2.2", "2.3"}, From::Elsewhere), OfAnApprovedReport);
+}
+
 TEST_F(AVersion, ThatWasKeptIsRefusedWhenTheApprovedOneIsNotTheLast) {
     Stored(1, "2.1");
     Stored(2, "2.2", "VERIFIED");
