@@ -28,12 +28,12 @@
 #include "platform/error.h"
 #include "platform/icu/IcuLetters.h"
 #include "platform/odbc/OdbcDatabase.h"
+#include "platform/odbc/OdbcReportWatch.h"
 #include "platform/paths.h"
 #include "platform/posix/PosixFiles.h"
 #include "sr/DcmSRDocument.h"
 #include "tests/support/FakeProcess.h"
 #include "tests/support/FakeReportPrinter.h"
-#include "tests/support/FakeReportWatch.h"
 #include "tests/support/FakeServiceEvents.h"
 #include "tests/support/FakeTimer.h"
 #include "tests/support/FakeViewer.h"
@@ -48,6 +48,7 @@
 #include <chrono>
 #include <ctime>
 #include <fstream>
+#include <functional>
 #include <iomanip>
 #include <iostream>
 #include <optional>
@@ -142,7 +143,9 @@ struct Editor {
     test::FakeUsers users;
     test::FakeViewerLink viewers;
     test::FakeReportPrinter printer;
-    test::FakeReportWatch watch;
+    OdbcReportWatch watch{std::string(CatalogueConnectionText), [](std::function<void()> act) {
+                              QMetaObject::invokeMethod(qApp, std::move(act), Qt::QueuedConnection);
+                          }};
     test::FakeTimer draftTimer;
     Global global{{dicom, database, windows, files, process, std::ref(users), clock, letters}};
     frmBase codeTables{global};
