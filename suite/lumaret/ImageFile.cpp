@@ -84,6 +84,40 @@ QStringList DescriptionOf(DcmDataset& dataSet) {
     return lines;
 }
 
+QStringList ValuesOf(DcmItem& item, const DcmTagKey& tag) {
+    OFString values;
+    if (item.findAndGetOFStringArray(tag, values).bad() || values.size() > LongestTextBytes)
+        return {};
+    QStringList parts = QString::fromLatin1(values.c_str()).split('\\');
+    for (QString& part : parts)
+        part = part.trimmed();
+    return parts.join(QString()).isEmpty() ? QStringList() : parts;
+}
+
+/// The values of a frame: its own, those of all frames, or those of the whole image.
+QStringList ValuesOfFrame(DcmDataset& dataSet, int frame, const DcmTagKey& group, const DcmTagKey& tag) {
+    const auto within = [&](const DcmTagKey& groups, long number) -> QStringList {
+        DcmItem *ofFrame = nullptr, *item = nullptr;
+        if (dataSet.findAndGetSequenceItem(groups, ofFrame, number).bad() ||
+            ofFrame->findAndGetSequenceItem(group, item).bad())
+            return {};
+        return ValuesOf(*item, tag);
+    };
+    if (const auto own = within(DCM_PerFrameFunctionalGroupsSequence, frame); !own.isEmpty())
+        return own;
+    if (const auto shared = within(DCM_SharedFunctionalGroupsSequence, 0); !shared.isEmpty())
+        return shared;
+    return ValuesOf(dataSet, tag);
+}
+
+std::optional<std::array<double, 6>> CosinesIn(const QStringList& values) {
+    std::array<double, 6> cosines{};
+    bool right = values.size() == static_cast<qsizetype>(cosines.size());
+    for (std::size_t i = 0; right && i < cosines.size(); ++i)
+        cosines.at(i) = values[static_cast<qsizetype>(i)].toDouble(&right);
+    return right ? std::optional(cosines) : std::nullopt;
+}
+
 } // namespace
 
 QString StudyUidOf(const QString& path) {
@@ -132,6 +166,21 @@ ImageFile::ImageFile(const QString& path) : path_(path), dataSet_(Parsed(path)) 
 }
 
 ImageFile::~ImageFile() = default;
+
+std::optional<Orientation> ImageFile::OrientationOf(int frame) const {
+    if (ValuesOf(*dataSet_, DCM_AnatomicalOrientationType).value(0) == "QUADRUPED")
+        return std::nullopt; // an animal's axes and letters are others
+    const QStringList plane =
+        ValuesOfFrame(*dataSet_, frame, DCM_PlaneOrientationSequence, DCM_ImageOrientationPatient);
+    const auto letters = OrientationOfLetters(
+        ValuesOfFrame(*dataSet_, frame, DCM_PatientOrientationInFrameSequence, DCM_PatientOrientation));
+    if (plane.isEmpty())
+        return letters;
+    const auto cosines = CosinesIn(plane);
+    if (!cosines || (letters && !Agree(*cosines, *letters)))
+        return std::nullopt;
+    return OrientationOfPlane(*cosines);
+}
 
 void ImageFile::Decode(int frame) {
     if (frame == decodedFrame_)

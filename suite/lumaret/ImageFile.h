@@ -1,5 +1,7 @@
 #pragma once
 
+#include "suite/lumaret/Orientation.h"
+
 #include <QImage>
 #include <QSize>
 #include <QString>
@@ -51,6 +53,10 @@ public:
     /// Of which study and patient the image is, as the file itself tells it.
     const QString& StudyUid() const { return studyUid_; }
     const QString& Patient() const { return patient_; }
+
+    /// Where the patient lies in a frame, by its plane or else by its letters; nothing where the file does not tell, or
+    /// contradicts itself.
+    std::optional<Orientation> OrientationOf(int frame) const;
 
     /// The first window that the file names for a frame, if any.
     std::optional<GreyWindow> NamedWindow(int frame);

@@ -6,6 +6,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QStaticText>
+#include <QStyle>
 #include <QWheelEvent>
 
 #include <algorithm>
@@ -17,7 +18,34 @@ namespace {
 
 constexpr int WheelStep = 120; // one notch, in eighths of a degree
 constexpr double ZoomStep = 1.15;
+constexpr QColor LightWords(240, 240, 205), Warning(255, 190, 70);
+constexpr QPoint Margin(10, 8);
 constexpr int FarthestSlice = std::numeric_limits<int>::max() / 2;
+
+/// Above 0 what differs from its neighbours stands out by so much, below 0 it gives way, at -1 to the mean of the nine
+/// pixels around it; 0 leaves the picture alone.
+void ApplySharpness(QImage& image, float sharpness) {
+    if (sharpness == 0)
+        return;
+    const QImage plain = image.copy();
+    const int samples = image.depth() / 8, width = image.width(), height = image.height();
+    const float ninth = sharpness / 9;
+    for (int y = 0; y < height; ++y) {
+        const std::array<const uchar*, 3> rows = {plain.constScanLine(std::max(y - 1, 0)), plain.constScanLine(y),
+                                                  plain.constScanLine(std::min(y + 1, height - 1))};
+        uchar* line = image.scanLine(y);
+        for (int x = 0; x < width * samples; ++x) {
+            const int left = std::max(x - samples, x % samples);
+            const int right = std::min(x + samples, (width - 1) * samples + x % samples);
+            int sum = 0;
+            for (const uchar* row : rows)
+                sum += row[left] + row[x] + row[right];
+            const auto level = static_cast<float>(rows[1][x]);
+            const float sharpened = level * (1 + sharpness) - ninth * static_cast<float>(sum);
+            line[x] = static_cast<uchar>(std::lround(std::clamp(sharpened, 0.0F, 255.0F)));
+        }
+    }
+}
 
 /// The grey levels as gamma bends them; 1 leaves them alone.
 void ApplyGamma(QImage& image, float gamma) {
@@ -34,6 +62,15 @@ void ApplyGamma(QImage& image, float gamma) {
     }
 }
 
+/// Light words with a dark edge can be read on any image.
+template <typename Draw> void WithDarkEdge(QPainter& painter, const QColor& colour, Draw&& draw) {
+    painter.setPen(Qt::black);
+    for (const QPoint shift : {QPoint(-1, 0), QPoint(1, 0), QPoint(0, -1), QPoint(0, 1)})
+        draw(shift);
+    painter.setPen(colour);
+    draw(QPoint());
+}
+
 } // namespace
 
 ImageView::ImageView(QWidget* parent) : QWidget(parent) {
@@ -41,6 +78,7 @@ ImageView::ImageView(QWidget* parent) : QWidget(parent) {
     setMinimumSize(256, 256);
     setAccessibleName(tr("Image"));
     setAttribute(Qt::WA_OpaquePaintEvent);
+    connect(this, &ImageView::Changed, this, [this] { setAccessibleDescription(InWords()); });
 }
 
 template <typename Work> void ImageView::Try(Work&& work) {
@@ -128,14 +166,17 @@ void ImageView::TakeOwnWindow(bool atAnyRate) {
 
 void ImageView::Render() {
     frameImage_ = QImage();
+    orientation_.reset();
     Try([&] {
         const ViewParameters drawn = Geometry().Drawable(view_);
         frameImage_ = file_->Render(drawn.frame,
                                     {static_cast<double>(drawn.windowCenter), static_cast<double>(drawn.windowWidth)},
                                     drawn.inverted);
+        ApplySharpness(frameImage_, drawn.sharpness);
         ApplyGamma(frameImage_, drawn.gamma);
         frameImage_.convertTo(QImage::Format_RGB32); // scaled smoothly in half the time
         formerSize_ = file_->Size();
+        orientation_ = file_->OrientationOf(drawn.frame);
     });
 }
 
@@ -238,6 +279,28 @@ void ImageView::Reset() {
         Open(path_, view_.frame, false);
 }
 
+std::optional<EdgeMarks> ImageView::Marks() const {
+    if (!HasImage() || !orientation_)
+        return std::nullopt;
+    return MarksAtEdges(*orientation_, Geometry().ImageToView(view_));
+}
+
+QStringList ImageView::Signs() const {
+    QStringList signs = {Marks() ? QString() : tr("Orientation not known"), TurnInWords(view_)};
+    signs.removeAll(QString());
+    return signs;
+}
+
+QString ImageView::InWords() const {
+    if (!HasImage())
+        return failure_;
+    QStringList words = Signs();
+    if (const auto marks = Marks())
+        words += tr("Left edge %1, right edge %2, upper edge %3, lower edge %4")
+                     .arg(marks->left, marks->right, marks->top, marks->bottom);
+    return words.join(". ");
+}
+
 void ImageView::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.fillRect(rect(), Qt::black);
@@ -249,21 +312,46 @@ void ImageView::paintEvent(QPaintEvent*) {
         painter.restore();
     }
     QStringList above = HasImage() ? file_->Description() + caption_ : caption_;
-    PaintWords(painter, Qt::AlignLeft | Qt::AlignTop, above.join('\n'));
+    QList<QRect> taken = {PaintWords(painter, Qt::AlignLeft | Qt::AlignTop, above.join('\n'), LightWords)};
     if (HasImage()) {
         QStringList below;
         if (file_->Monochrome())
             below += tr("Center %1   Width %2").arg(view_.windowCenter, 0, 'f', 0).arg(view_.windowWidth, 0, 'f', 0);
+        if (const float sharpness = Geometry().Drawable(view_).sharpness; sharpness != 0)
+            below += tr("Sharpness %1").arg(static_cast<double>(sharpness), 0, 'g', 2);
         below += tr("Zoom %1 %").arg(view_.zoom * 100, 0, 'f', 0);
-        PaintWords(painter, Qt::AlignLeft | Qt::AlignBottom, below.join('\n'));
+        taken += PaintWords(painter, Qt::AlignLeft | Qt::AlignBottom, below.join('\n'), LightWords);
+        taken += PaintWords(painter, Qt::AlignRight | Qt::AlignBottom, Signs().join('\n'), Warning);
+        if (const auto marks = Marks())
+            PaintMarks(painter, *marks, taken);
     } else {
-        PaintWords(painter, Qt::AlignCenter | Qt::TextWordWrap, failure_);
+        PaintWords(painter, Qt::AlignCenter | Qt::TextWordWrap, failure_, LightWords);
     }
 }
 
-void ImageView::PaintWords(QPainter& painter, int alignment, const QString& words) const {
-    // Light words with a dark edge can be read on any image. They are laid out once.
-    const QRect inner = rect().adjusted(10, 8, -10, -8);
+void ImageView::PaintMarks(QPainter& painter, const EdgeMarks& marks, const QList<QRect>& taken) const {
+    QFont font = painter.font();
+    font.setBold(true);
+    font.setPointSizeF(font.pointSizeF() * 1.4);
+    painter.setFont(font);
+    const QRect inner = rect().marginsRemoved(QMargins(Margin.x(), Margin.y(), Margin.x(), Margin.y()));
+    const auto paint = [&](const QString& mark, Qt::Alignment edge) {
+        QRect place = QStyle::alignedRect(Qt::LeftToRight, edge, painter.fontMetrics().size(0, mark), inner);
+        for (const QRect& words : taken)
+            if (words.intersects(place))
+                edge.testFlag(Qt::AlignBottom) ? place.moveBottom(words.top() - 1) : place.moveTop(words.bottom() + 1);
+        WithDarkEdge(painter, LightWords,
+                     [&](QPoint shift) { painter.drawText(place.translated(shift), Qt::AlignCenter, mark); });
+    };
+    paint(marks.left, Qt::AlignLeft | Qt::AlignVCenter);
+    paint(marks.right, Qt::AlignRight | Qt::AlignVCenter);
+    paint(marks.top, Qt::AlignHCenter | Qt::AlignTop);
+    paint(marks.bottom, Qt::AlignHCenter | Qt::AlignBottom);
+}
+
+QRect ImageView::PaintWords(QPainter& painter, int alignment, const QString& words, const QColor& colour) const {
+    // They are laid out once.
+    const QRect inner = rect().marginsRemoved(QMargins(Margin.x(), Margin.y(), Margin.x(), Margin.y()));
     QStaticText text(words);
     text.setTextFormat(Qt::PlainText);
     QTextOption option(Qt::Alignment::fromInt(alignment & Qt::AlignHorizontal_Mask));
@@ -276,11 +364,8 @@ void ImageView::PaintWords(QPainter& painter, int alignment, const QString& word
                       : (alignment & Qt::AlignVCenter) != 0 ? (inner.height() - height) / 2
                                                             : 0;
     const QPoint place = inner.topLeft() + QPoint(0, below);
-    painter.setPen(Qt::black);
-    for (const QPoint shift : {QPoint(-1, 0), QPoint(1, 0), QPoint(0, -1), QPoint(0, 1)})
-        painter.drawStaticText(place + shift, text);
-    painter.setPen(QColor(240, 240, 205));
-    painter.drawStaticText(place, text);
+    WithDarkEdge(painter, colour, [&](QPoint shift) { painter.drawStaticText(place + shift, text); });
+    return QStyle::alignedRect(Qt::LeftToRight, Qt::Alignment::fromInt(alignment), text.size().toSize(), inner);
 }
 
 void ImageView::mousePressEvent(QMouseEvent* event) {

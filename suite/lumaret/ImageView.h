@@ -28,7 +28,6 @@ public:
     void Open(const QString& path, int frame, bool keepView);
     /// Shows a file exactly as `parameters` say; a view of another size than theirs shows the same
     /// area of the image. Until somebody changes the view, `View` answers them as they came.
-    /// Sharpness is only carried along.
     void Open(const QString& path, const ViewParameters& parameters);
     void Clear();
     /// Words that stand on the image, below what the file says of itself, one string a line.
@@ -44,6 +43,8 @@ public:
 
     /// The view exactly as it is on screen, with the image pixels that it shows.
     ViewParameters View() const;
+    /// The marks at the edges of the image on the screen; nothing where the image does not say which they are.
+    std::optional<EdgeMarks> Marks() const;
     /// The rendered frame, before zoom, pan, flips and rotation.
     const QImage& FrameImage() const { return frameImage_; }
 
@@ -88,11 +89,17 @@ private:
     void DragWindow(QPoint by);
     /// The view is no longer the one that was handed over.
     void Touched();
-    void PaintWords(QPainter& painter, int alignment, const QString& words) const;
+    /// What it shows besides pixels, for those who hear it.
+    QString InWords() const;
+    /// Answers where the words stand.
+    QRect PaintWords(QPainter& painter, int alignment, const QString& words, const QColor& colour) const;
+    void PaintMarks(QPainter& painter, const EdgeMarks& marks, const QList<QRect>& taken) const;
+    QStringList Signs() const;
 
     QString path_;
     std::unique_ptr<ImageFile> file_;
     QImage frameImage_;
+    std::optional<Orientation> orientation_; ///< of the frame
     QSize formerSize_;
     QString failure_;
     QStringList caption_;

@@ -77,6 +77,8 @@ ViewParameters ViewGeometry::Drawable(ViewParameters parameters) const {
     parameters.panY = Within(FarthestPan, parameters.panY);
     parameters.windowCenter = Within(LargestGreyValue, parameters.windowCenter);
     parameters.windowWidth = Within(LargestGreyValue, parameters.windowWidth);
+    parameters.sharpness =
+        std::isfinite(parameters.sharpness) ? std::clamp(parameters.sharpness, LeastSharpness, MostSharpness) : 0;
     return parameters;
 }
 

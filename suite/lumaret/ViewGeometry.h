@@ -8,6 +8,7 @@
 namespace tavrel {
 
 inline constexpr float SmallestZoom = 0.02F, LargestZoom = 64;
+inline constexpr float LeastSharpness = -1, MostSharpness = 10;
 
 /// Where the pixels of an image lie in a view.
 ///

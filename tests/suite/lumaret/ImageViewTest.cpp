@@ -302,6 +302,53 @@ TEST_F(ImageViewTest, AHandedViewFollowsTheSizeOfTheScreen) {
     EXPECT_TRUE(shown.left == 10 || shown.top == 10);
 }
 
+/// The middle of an image whose right half is brighter, drawn with that sharpness.
+class SharpnessTest : public ImageViewTest {
+protected:
+    QImage Drawn(float sharpness, bool colour = false) {
+        ViewParameters parameters;
+        parameters.windowCenter = 512;
+        parameters.windowWidth = 1024;
+        parameters.sharpness = sharpness;
+        view.Open(Write({.frames = 1, .colour = colour, .steps = true}), parameters);
+        return view.FrameImage();
+    }
+    static int Grey(const QImage& image, int x, int y = 20) { return qGray(image.pixel(x, y)); }
+};
+
+TEST_F(SharpnessTest, OfNoneLeavesEachPixelAsItIs) {
+    const QImage plain = ImageFile(Write({.steps = true})).Render(0, {512, 1024}, false);
+    EXPECT_EQ(Drawn(0), plain.convertToFormat(QImage::Format_RGB32));
+}
+
+TEST_F(SharpnessTest, MakesAnEdgeStandOutByItsMeasureAndLeavesPlainsAlone) {
+    const QImage plain = Drawn(0), sharp = Drawn(0.5F), sharper = Drawn(1.5F);
+    const int step = Grey(plain, 32) - Grey(plain, 31); // three of the nine pixels around lie across it
+    EXPECT_NEAR(Grey(sharp, 32) - Grey(plain, 32), step * 0.5 / 3, 1);
+    EXPECT_NEAR(Grey(plain, 31) - Grey(sharp, 31), step * 0.5 / 3, 1);
+    EXPECT_NEAR(Grey(sharper, 32) - Grey(plain, 32), step * 1.5 / 3, 1);
+    for (const int x : {0, 10, 29, 34, 63})
+        EXPECT_EQ(Grey(sharper, x), Grey(plain, x)) << x;
+}
+
+TEST_F(SharpnessTest, BelowNoneSoftensAnEdge) {
+    const QImage plain = Drawn(0), soft = Drawn(-1);
+    const int step = Grey(plain, 32) - Grey(plain, 31);
+    EXPECT_NEAR(Grey(plain, 32) - Grey(soft, 32), step / 3.0, 1);
+    EXPECT_EQ(Drawn(-99), soft);
+}
+
+TEST_F(SharpnessTest, OfAColourImageIsThatOfEachColour) {
+    const QImage plain = Drawn(0, true), sharp = Drawn(0.5F, true);
+    EXPECT_NEAR(qRed(sharp.pixel(32, 20)) - qRed(plain.pixel(32, 20)), 60 * 0.5 / 3, 1);
+    EXPECT_EQ(qBlue(sharp.pixel(32, 20)), qBlue(plain.pixel(32, 20)));
+}
+
+TEST_F(SharpnessTest, OfNoNumberIsNone) {
+    EXPECT_EQ(Drawn(std::numeric_limits<float>::quiet_NaN()), Drawn(0));
+    EXPECT_EQ(Drawn(std::numeric_limits<float>::infinity()), Drawn(0));
+}
+
 TEST_F(ImageViewTest, ExtremeParametersComeBackAsTheyWere) {
     using Float = std::numeric_limits<float>;
     using Short = std::numeric_limits<std::int16_t>;

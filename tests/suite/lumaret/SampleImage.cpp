@@ -13,14 +13,17 @@ namespace tavrel::test {
 namespace {
 
 void PutPixels(DcmDataset& dataSet, const SampleImage& image) {
-    const auto value = [](int frame, int x, int y) { return 100 * frame + 16 * x + y; };
+    const auto value = [&](int frame, int x, int y) {
+        return image.steps ? (2 * x < image.columns ? 400 : 640) : 100 * frame + 16 * x + y;
+    };
+    const auto red = [&](int x) { return image.steps ? (2 * x < image.columns ? 100 : 160) : 4 * x; };
     std::vector<Uint8> bytes;
     std::vector<Uint16> words;
     for (int frame = 0; frame < image.frames; ++frame)
         for (int y = 0; y < image.rows; ++y)
             for (int x = 0; x < image.columns; ++x)
                 if (image.colour)
-                    for (const int part : {4 * x, 5 * y, 40 * frame})
+                    for (const int part : {red(x), 5 * y, 40 * frame})
                         bytes.push_back(static_cast<Uint8>(part));
                 else
                     words.push_back(static_cast<Uint16>(value(frame, x, y)));
@@ -28,6 +31,19 @@ void PutPixels(DcmDataset& dataSet, const SampleImage& image) {
         dataSet.putAndInsertUint8Array(DCM_PixelData, bytes.data(), bytes.size());
     else
         dataSet.putAndInsertUint16Array(DCM_PixelData, words.data(), words.size());
+}
+
+void PutOrientation(DcmDataset& dataSet, const SampleImage& image) {
+    if (*image.plane)
+        dataSet.putAndInsertString(DCM_ImageOrientationPatient, image.plane);
+    if (*image.letters)
+        dataSet.putAndInsertString(DCM_PatientOrientation, image.letters);
+    for (std::size_t frame = 0; frame < image.planesOfFrames.size(); ++frame) {
+        DcmItem *groups = nullptr, *plane = nullptr;
+        dataSet.findOrCreateSequenceItem(DCM_PerFrameFunctionalGroupsSequence, groups, static_cast<long>(frame));
+        groups->findOrCreateSequenceItem(DCM_PlaneOrientationSequence, plane);
+        plane->putAndInsertString(DCM_ImageOrientationPatient, image.planesOfFrames[frame]);
+    }
 }
 
 } // namespace
@@ -56,6 +72,7 @@ void WriteImage(const QString& path, const SampleImage& image) {
     dataSet.putAndInsertUint16(DCM_HighBit, static_cast<Uint16>(bits - 1));
     dataSet.putAndInsertUint16(DCM_PixelRepresentation, 0);
     dataSet.putAndInsertString(DCM_NumberOfFrames, std::to_string(image.frames).c_str());
+    PutOrientation(dataSet, image);
     if (*image.pixelSpacing)
         dataSet.putAndInsertString(DCM_PixelSpacing, image.pixelSpacing);
     if (image.width > 0) {

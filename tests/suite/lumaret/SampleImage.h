@@ -2,6 +2,8 @@
 
 #include <QString>
 
+#include <vector>
+
 namespace tavrel::test {
 
 /// An image to be written. Every pixel of a frame has another value, which rises to the right and
@@ -18,6 +20,10 @@ struct SampleImage {
     const char* patientName = "ROSSI^MARIA";
     const char* patientId = "P1";
     const char* pixelSpacing = ""; ///< "row\column" in mm
+    bool steps = false;            ///< two plains instead, the brighter one at the right
+    const char* plane = "";        ///< Image Orientation (Patient)
+    const char* letters = "";      ///< Patient Orientation
+    std::vector<const char*> planesOfFrames{};
 };
 
 /// Writes `image` as a DICOM file.
