@@ -2,6 +2,7 @@
 
 #include "platform/error.h"
 #include "platform/paths.h"
+#include "suite/lumaret/FoldedText.h"
 
 #include <algorithm>
 
@@ -36,6 +37,41 @@ QString Containing(const QString& column, const QString& text) {
     return " AND Upper(" + column + ") LIKE " + PatternFor(text);
 }
 
+/// How an engine asks whether a text matches a pattern in which brackets hold the letters of one place.
+struct Matching {
+    const char* before;
+    char anyCharacter;
+    const char* after;
+};
+
+Matching MatchingOf(Engine engine) {
+    switch (engine) {
+    case Engine::Sqlite:
+        return {" GLOB '*", '?', "*'"};
+    case Engine::PostgreSql:
+        return {" ~ '", '.', "'"};
+    case Engine::MariaDb:
+        break;
+    }
+    return {" REGEXP '", '.', "'"};
+}
+
+/// A word anywhere in a name, in any case and with or without accents. Engines agree neither in the cases nor in the
+/// accents of letters, so that each letter of the pattern names its spellings. Of the rest any character stands for one
+/// that may have a meaning of its own, and what is found too much is left out afterwards.
+QString SpelledLike(const QString& word, Engine engine) {
+    const auto folded = Folded(word).toUcs4();
+    const auto named = [](uint character) { return character >= 0x80 || QChar(character).isLetterOrNumber(); };
+    if (std::ranges::none_of(folded, named))
+        return Containing("Patient.PatientName", word);
+    const Matching matching = MatchingOf(engine);
+    QString condition = QString(" AND Patient.PatientName") + matching.before;
+    for (const uint character : folded)
+        condition +=
+            named(character) ? '[' + SpellingsOf(character) + ']' : QString(QLatin1Char(matching.anyCharacter));
+    return condition + matching.after;
+}
+
 bool Holds(const QString& value, const QString& text) {
     return value.contains(QString(text).replace('\'', '`'), Qt::CaseInsensitive);
 }
@@ -63,6 +99,7 @@ std::shared_ptr<Connection> StudyCatalogue::Catalogue() {
     if (!connection_) {
         const std::shared_ptr<Connection> made = database_.NewConnection();
         made->Open("DSN=" + dataSource_);
+        engine_ = DetectEngine(*made);
         connection_ = made;
     }
     return connection_;
@@ -103,8 +140,10 @@ std::vector<StudyRow> StudyCatalogue::Find(const QString& name, const QString& i
     const QStringList words = name.split(' ', Qt::SkipEmptyParts);
     const QString identifier = id.trimmed();
     QString conditions;
+    if (!words.isEmpty())
+        Catalogue(); // to know its engine
     for (const QString& word : words)
-        conditions += Containing("Patient.PatientName", word);
+        conditions += SpelledLike(word, engine_);
     if (!identifier.isEmpty())
         conditions += Containing("Patient.ID", identifier);
     if (!date.trimmed().isEmpty())
@@ -112,8 +151,9 @@ std::vector<StudyRow> StudyCatalogue::Find(const QString& name, const QString& i
 
     auto studies = StudiesWhere(conditions);
     std::erase_if(studies, [&](const StudyRow& study) {
-        return !Holds(study.patientId, identifier) ||
-               std::ranges::any_of(words, [&](const QString& word) { return !Holds(study.patientName, word); });
+        return !Holds(study.patientId, identifier) || std::ranges::any_of(words, [&](const QString& word) {
+            return !Holds(Folded(study.patientName), Folded(word));
+        });
     });
     return studies;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/database.h"
+#include "suite/catalogue/Schema.h"
 
 #include <QString>
 #include <QStringList>
@@ -36,8 +37,10 @@ public:
     explicit StudyCatalogue(Database& database, std::string dataSource = "DicomFDB");
 
     /// The studies, newest first, whose patient's name holds every word of `name`, in any order and
-    /// letter case, whose patient's identifier holds `id`, and whose date is `date`: "dd/mm/yyyy",
-    /// "mm/yyyy" or "yyyy". An empty text holds everywhere. At most `Limit` rows.
+    /// letter case, with or without accents, whose patient's identifier holds `id`, and whose date is `date`:
+    /// "dd/mm/yyyy", "mm/yyyy" or "yyyy". An empty text holds everywhere. At most `Limit` rows.
+    /// The server looks at each patient's name, as no index knows the middle of one: the cost grows with the patients,
+    /// and what is sent with what is found.
     std::vector<StudyRow> Find(const QString& name, const QString& id, const QString& date);
     /// That study, or none.
     std::optional<StudyRow> Study(const QString& studyUid);
@@ -57,6 +60,7 @@ private:
     Database& database_;
     std::string dataSource_;
     std::shared_ptr<Connection> connection_;
+    Engine engine_ = Engine::Sqlite; ///< behind the connection made last
 };
 
 } // namespace tavrel

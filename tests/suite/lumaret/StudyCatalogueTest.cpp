@@ -73,6 +73,46 @@ TEST_P(StudyCatalogueOn, LettersBeyondAsciiAreFoundInAnyCase) {
     EXPECT_EQ(Found("müller"), (QStringList{"1", "2"}));
 }
 
+TEST_P(StudyCatalogueOn, NamesAreFoundWithAndWithoutTheirAccents) {
+    const QStringList names = {"Müller^José",    "MULLER^JOSE",    "Łukasiewicz^Żaneta",
+                               "Škvorecký^Jiří", "Δημητρίου^Άννα", "Фёдоров^Пётр"};
+    for (int i = 0; i < names.size(); ++i)
+        AddNamed(QString::number(i), names[i]);
+    for (const char* search : {"Muller", "mÜller", "jose", "José müller"})
+        EXPECT_EQ(Found(search), (QStringList{"0", "1"})) << search;
+    EXPECT_EQ(Found("lukasiewicz zaneta"), QStringList{"2"});
+    EXPECT_EQ(Found("jiri skvorecky"), QStringList{"3"});
+    EXPECT_EQ(Found("δημητριου ΑΝΝΑ"), QStringList{"4"});
+    EXPECT_EQ(Found("федоров"), QStringList{"5"});
+    EXPECT_EQ(Found("mallor"), QStringList{});
+}
+
+TEST_P(StudyCatalogueOn, OnlyAMarkThatIsAnAccentMayBeLeftOut) {
+    AddNamed("1", "ハナコ");
+    AddNamed("2", "バナコ");
+    AddNamed("3", "किरण");
+    EXPECT_EQ(Found("ハナコ"), QStringList{"1"});
+    EXPECT_EQ(Found("करण"), QStringList{});
+}
+
+TEST_P(StudyCatalogueOn, ANameOfManyThatAreNewerIsFound) {
+    AddNamed("old", "ІВАНОВ^Соня");
+    rows.Run("UPDATE Study SET StudyDate = '19990101'");
+    rows.Run("BEGIN");
+    for (int i = 0; i <= StudyCatalogue::Limit; ++i)
+        AddNamed(QString::number(i), "Мюллер-Петров^Ольга");
+    rows.Run("COMMIT");
+    EXPECT_EQ(Found("іванов"), QStringList{"old"});
+}
+
+TEST_P(StudyCatalogueOn, PunctuationOfANameStandsForItself) {
+    AddNamed("1", "O`BRIEN-SMITH^A.B.");
+    EXPECT_EQ(Found("o'brien-smith"), QStringList{"1"});
+    EXPECT_EQ(Found("obrien"), QStringList{});
+    EXPECT_EQ(Found("brien.smith"), QStringList{});
+    EXPECT_EQ(Found("a.b."), QStringList{"1"});
+}
+
 TEST_P(StudyCatalogueOn, LettersWhoseCapitalsAreTwoAreFoundAsTheyAreWritten) {
     AddNamed("1", "Weiß^Straßer");
     EXPECT_EQ(Found("weiß straßer"), QStringList{"1"});
