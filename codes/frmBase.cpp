@@ -47,7 +47,11 @@ frmBase::frmBase(Global& global) : Form("frmBase", "Standard codes"), global_(gl
     optManage.Click = [this](int index) { optManage_Click(index); };
     txtFind.KeyPress = [this](std::int16_t keyAscii) { return txtFind_KeyPress(keyAscii); };
     txtFind.KeyUp = [this] { txtFind_KeyUp(); };
+    txtFind.Enter = [this] { txtFind_Enter(); };
+    txtFind.Down = [this] { lstTable.Focus(); };
     lstTable.ItemClick = [this] { lstTable_ItemClick(); };
+    lstTable.DoubleClick = [this] { GoOnFromRow(); };
+    txtAnnotation.Enter = [this] { txtAnnotation_Enter(); };
     optManageCodes.Click = [this](int index) { optManageCodes_Click(index); };
     cmdDone.Click = [this] { cmdDone_Click(); };
     cmdUndo.Click = [this] { cmdUndo_Click(); };
@@ -102,6 +106,26 @@ void frmBase::txtFind_KeyUp() {
     // Every key searches, Delete, Escape and Down no less than a letter, and afterwards no row is
     // selected: what Down would mark is row 0 of a list that counts from 1. Failures are silence here.
     Trap([this] { SearchCodes(); }, [](const Error&) {});
+}
+
+void frmBase::txtFind_Enter() {
+    txtFind_KeyUp(); // the last letter may not be up yet
+    if (lstTable.Count() != 1)
+        return;
+    lstTable.Select(0);
+    lstTable.Focus();
+    GoOnFromRow();
+}
+
+void frmBase::GoOnFromRow() {
+    if (frmCodeReport.Visible())
+        txtAnnotation.Focus();
+}
+
+void frmBase::txtAnnotation_Enter() {
+    (cmdAdd.Enabled() ? cmdAdd : cmdModify).Press();
+    if (txtCode.Text().empty()) // it is added, and the next may be looked for
+        txtFind.Focus();
 }
 
 void frmBase::SearchCodes() {

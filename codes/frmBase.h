@@ -26,6 +26,8 @@ public:
     void optManage_Click(int index);
     std::int16_t txtFind_KeyPress(std::int16_t keyAscii);
     void txtFind_KeyUp();
+    /// Picks the one code that is found.
+    void txtFind_Enter();
     void lstTable_ItemClick();
     void optManageCodes_Click(int index);
     void cmdDone_Click();
@@ -33,6 +35,8 @@ public:
     void cmdAdd_Click();
     void cmdModify_Click();
     void cmdClear_Click();
+    /// Does what the enabled one of the two buttons does.
+    void txtAnnotation_Enter();
     void cmdClose_Click();
     void FrameClosed() override { cmdClose_Click(); }
 
@@ -73,6 +77,7 @@ public:
 
 private:
     void SearchCodes();
+    void GoOnFromRow();
     void AddStandardCode();
     void UpdateStandardCode();
     void DeleteStandardCode();

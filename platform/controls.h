@@ -55,6 +55,7 @@ enum class Change {
     Text,      ///< the text is another one, and what was typed before is forgotten
     Revision,  ///< the text was edited by the program; a person can take that back
     Marks,     ///< what of the text is underlined
+    Focus,     ///< nothing; the widget is where a person types next
     Redraw,    ///< nothing; the widget is to draw itself at once
 };
 
@@ -73,6 +74,9 @@ public:
     void Visible(bool visible);
     /// Draws the control at once.
     void Refresh() { Notify(Change::Redraw); }
+
+    /// What a person types next goes here, where the control can take it.
+    void Focus() { Notify(Change::Focus); }
 
     /// The widget's one notification; an empty function ends it.
     void Watch(std::function<void(Change)> changed) { changed_ = std::move(changed); }
@@ -178,6 +182,10 @@ public:
     std::function<std::int16_t(std::int16_t)> KeyPress;
     /// A key was pressed here and released, whichever it was.
     std::function<void()> KeyUp;
+    /// Person: pressed Enter here, where the box has one line.
+    std::function<void()> Enter;
+    /// Person: went down from here, which raises `KeyUp` before.
+    std::function<void()> Down;
 
 private:
     bool locked_ = false;

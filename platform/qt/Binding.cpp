@@ -49,6 +49,9 @@ void Binding::Mirror(Change change) {
     case Change::Marks:
         ShowMarks();
         return;
+    case Change::Focus:
+        widget_.setFocus(Qt::ShortcutFocusReason);
+        return;
     case Change::Redraw:
         widget_.repaint();
         return;

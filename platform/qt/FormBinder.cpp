@@ -3,13 +3,16 @@
 #include "platform/qt/LineEdits.h"
 #include "platform/qt/ListBinding.h"
 #include "platform/qt/QtText.h"
+#include "platform/qt/Shortcuts.h"
 #include "platform/qt/TextBoxBinding.h"
+#include "platform/qt/WindowRole.h"
 #include "platform/qt/WrappingLabel.h"
 
 #include <QAbstractListModel>
 #include <QComboBox>
 #include <QEvent>
 #include <QGroupBox>
+#include <QHelpEvent>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
@@ -17,33 +20,48 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QSplitter>
 #include <QStyle>
 #include <QTextDocument>
+#include <QToolTip>
 #include <QTreeView>
 
 #include <algorithm>
+#include <utility>
 
 namespace tavrel {
 namespace {
 
+/// What the label in front of a widget says, without its mnemonic.
+QString CaptionOf(const QWidget& widget) {
+    const auto labels = widget.window()->findChildren<QLabel*>();
+    const auto caption = std::ranges::find(labels, &widget, &QLabel::buddy);
+    return caption == labels.end() ? QString() : WithoutMnemonic((*caption)->text());
+}
+
 class LabelBinding : public Binding {
 public:
-    LabelBinding(Label& label, QLabel& widget) : Binding(label, widget), label_(label), widget_(widget) {
+    LabelBinding(Label& label, QLabel& widget)
+        : Binding(label, widget), label_(label), widget_(widget), designed_(widget.text()) {
         widget.setTextFormat(Qt::PlainText); // A patient's name is never markup.
+        if (const QString caption = CaptionOf(widget); !caption.isEmpty())
+            spokenBefore_ = caption + ": ";
+        widget.installEventFilter(this);
     }
 
 protected:
     void ShowState(bool) override {
         widget_.setEnabled(label_.Enabled()); // Within a frame that is out of reach it is still read.
+        const QString text = ToQt(label_.Text());
         if (widget_.wordWrap())
-            SayWrapped(widget_, ToQt(label_.Text()));
+            SayWrapped(widget_, text);
         else
-            widget_.setText(ToQt(label_.Text()));
-        // A long text is cut off where no blank lets it wrap; and it is never markup, here either.
-        widget_.setToolTip(Qt::convertFromPlainText(ToQt(label_.Text())));
+            widget_.setText(text == WithoutMnemonic(designed_) ? designed_ : text);
+        if (!spokenBefore_.isEmpty())
+            widget_.setAccessibleName(spokenBefore_ + text);
         if (const auto name = widget_.property("describes").toString(); !name.isEmpty())
             if (auto* described = widget_.window()->findChild<QWidget*>(name))
-                described->setAccessibleDescription(label_.Visible() ? ToQt(label_.Text()) : QString());
+                described->setAccessibleDescription(label_.Visible() ? text : QString());
         constexpr std::array tones{"neutral", "attention", "settled", "failure"};
         const QVariant tone = tones.at(static_cast<std::size_t>(label_.Emphasis()));
         if (widget_.property("tone") == tone)
@@ -52,10 +70,22 @@ protected:
         widget_.style()->unpolish(&widget_);
         widget_.style()->polish(&widget_);
     }
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (event->type() != QEvent::ToolTip)
+            return Binding::eventFilter(watched, event);
+        const QString text = widget_.accessibleName().isEmpty() ? widget_.text() : widget_.accessibleName();
+        // A long text is cut off where no blank lets it wrap; and it is never markup, here either. A tip that the
+        // widget kept would be read out as its description, markup and all.
+        QToolTip::showText(static_cast<const QHelpEvent&>(*event).globalPos(), Qt::convertFromPlainText(text),
+                           &widget_);
+        return true;
+    }
 
 private:
     Label& label_;
     QLabel& widget_;
+    QString designed_;     ///< the text of the layout, which may have a mnemonic
+    QString spokenBefore_; ///< what a screen reader says first
 };
 
 class ButtonBinding : public Binding {
@@ -70,23 +100,39 @@ class OptionBinding : public Binding {
 public:
     OptionBinding(OptionButton& option, QRadioButton& widget)
         : Binding(option, widget), option_(option), widget_(widget) {
-        widget.setAutoExclusive(false); // The group keeps order, and can be without a choice.
-        // An assistive technology toggles it without a click.
-        connect(&widget, &QRadioButton::toggled, this, [this] {
-            Person([this] { option_.Press(); });
-            Show(Change::State);
+        // An assistive technology toggles it without a click, and a click on the one that is set toggles nothing.
+        connect(&widget, &QRadioButton::pressed, this, [this] { toggled_ = false; });
+        connect(&widget, &QRadioButton::toggled, this, [this](bool on) {
+            if (on)
+                toggled_ = Choose();
+            else // by its neighbour, of which the form may think otherwise
+                QMetaObject::invokeMethod(
+                    this, [this] { Show(Change::State); }, Qt::QueuedConnection);
+        });
+        connect(&widget, &QRadioButton::clicked, this, [this] {
+            if (!std::exchange(toggled_, false))
+                Choose();
         });
     }
 
 protected:
     void ShowState(bool inReach) override {
         Binding::ShowState(inReach);
+        widget_.setAutoExclusive(false); // or the one that is set could not be unset
         widget_.setChecked(option_.Value());
+        widget_.setAutoExclusive(true);
     }
 
 private:
+    bool Choose() {
+        Person([this] { option_.Press(); });
+        Show(Change::State);
+        return true;
+    }
+
     OptionButton& option_;
     QRadioButton& widget_;
+    bool toggled_ = false; ///< since the button went down
 };
 
 /// The list of a combo box, read from where it lies: a long day's has hundreds of thousands of lines.
@@ -129,6 +175,7 @@ public:
         widget.setCompleter(nullptr); // What is typed freely stays as it was typed.
         widget.installEventFilter(this);
         widget.lineEdit()->installEventFilter(this);
+        widget.lineEdit()->setAccessibleName(widget.accessibleName()); // it is what has the focus
         connect(&widget, &QComboBox::editTextChanged, this,
                 [this](const QString& text) { Person([&] { box_.Typed(FromQt(text)); }); });
     }
@@ -225,6 +272,13 @@ std::pair<QWidget*, const Kind*> Partner(const Control& control, const QWidget& 
     return kind == Kinds.end() ? std::pair<QWidget*, const Kind*>() : std::pair(widget, kind);
 }
 
+/// A splitter hands its columns to an assistive technology from the last to the first, unless they are raised anew.
+void InReadingOrder(const QWidget& window) {
+    for (const auto* splitter : window.findChildren<QSplitter*>())
+        for (int column = 0; column < splitter->count(); ++column)
+            splitter->widget(column)->raise();
+}
+
 bool Decorates(const QString& name) {
     return name.isEmpty() || name.startsWith("caption") || name.startsWith("pane") || name.startsWith("qt_");
 }
@@ -239,6 +293,9 @@ FormBinder::FormBinder(Form& form, QWidget& window) {
         binding->Show(Change::Items);
         binding->Show(Change::State);
     }
+    AddShortcuts(window);
+    TellWindowRoles();
+    InReadingOrder(window);
 }
 
 FormBinder::~FormBinder() {

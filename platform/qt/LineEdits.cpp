@@ -26,6 +26,10 @@ bool AsksForRedo(const QKeyEvent& key) {
     return key.key() == Qt::Key_Y && key.modifiers() == Qt::ControlModifier;
 }
 
+bool IsEnter(const QKeyEvent& key) {
+    return key.key() == Qt::Key_Return || key.key() == Qt::Key_Enter;
+}
+
 void Redo(QLineEdit& line) {
     // An event filter is asked before the line looks whether it is in reach.
     if (line.isEnabled())

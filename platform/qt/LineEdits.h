@@ -17,6 +17,9 @@ QTextCharFormat MarkFormat(const QWidget& widget);
 /// Whether this is Ctrl+Y, which the toolkit takes for "Redo" on other desktops only.
 bool AsksForRedo(const QKeyEvent& key);
 
+/// Whether this is Enter, of either block of keys.
+bool IsEnter(const QKeyEvent& key);
+
 /// Takes the last undo back, in a line that is in reach.
 void Redo(QLineEdit& line);
 

@@ -1,6 +1,7 @@
 #include "platform/qt/ListBinding.h"
 
 #include "platform/qt/ColumnShares.h"
+#include "platform/qt/LineEdits.h"
 
 #include <QHeaderView>
 #include <QItemSelectionModel>
@@ -29,10 +30,6 @@ std::string_view Cell(const ListItem& item, int column) {
 RowsModel::Source Rows(const ListView& list) {
     return {list.Columns(), [&list] { return list.Count(); },
             [&list](int row, int column) { return Cell(list.Item(row), column); }};
-}
-
-bool IsEnter(const QKeyEvent& key) {
-    return key.key() == Qt::Key_Return || key.key() == Qt::Key_Enter;
 }
 
 } // namespace
@@ -97,7 +94,11 @@ bool ListBinding::eventFilter(QObject* watched, QEvent* event) {
     }
     if (event->type() == QEvent::KeyPress && watched == &view_ && activate_ && view_.currentIndex().isValid() &&
         IsEnter(static_cast<const QKeyEvent&>(*event))) {
-        Person(activate_);
+        Person([this] {
+            if (!view_.selectionModel()->isSelected(view_.currentIndex())) // come from elsewhere by a key
+                select_(view_.currentIndex().row());
+            activate_();
+        });
         return true;
     }
     return Binding::eventFilter(watched, event);

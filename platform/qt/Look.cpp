@@ -90,11 +90,13 @@ QString SheetOf(Scheme scheme) {
         QGroupBox[untitled="true"] { padding-top: 0; }
         QGroupBox[untitled="true"]::title { top: 0; height: 0; }
         QLabel[objectName^="caption"], QLabel[describes] { color: @faint; }
+        QLabel:focus { background: @line; border-radius: 3px; }
         QLabel[band="true"] { border-radius: 6px; padding: 8px 12px; background: @card; border: 1px solid @line;
                               font-weight: bold; }
         QLabel[band="true"][tone="attention"] { background: @attention; color: @onAttention; border-color: @attention; }
         QLabel[band="true"][tone="settled"] { background: @settled; color: @onSettled; border-color: @settled; }
         QLabel[band="true"][tone="failure"] { background: @failure; color: @onFailure; border-color: @failure; }
+        QLabel[band="true"]:focus { border-color: @text; }
         QLabel[note="true"] { color: @faint; border-radius: 4px; padding: 4px 8px; }
         QLabel[note="true"][tone="attention"] { background: @attention; color: @onAttention; }
         QPushButton { padding: 5px 14px; border: 1px solid @line; border-radius: 4px; background: @button; }

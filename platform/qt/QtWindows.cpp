@@ -58,6 +58,20 @@ QMessageBox::StandardButton ToQt(Answer answer) {
     return QMessageBox::Ok;
 }
 
+QString Caption(Answer answer) {
+    switch (answer) {
+    case Answer::Ok:
+        return "&OK";
+    case Answer::Cancel:
+        return "&Cancel";
+    case Answer::Yes:
+        return "&Yes";
+    case Answer::No:
+        return "&No";
+    }
+    return {};
+}
+
 /// The answers that a box offers, the one that leaving it gives last.
 std::vector<Answer> Offered(Buttons buttons) {
     switch (buttons) {
@@ -164,10 +178,10 @@ Answer QtWindows::Ask(const MessageBox& message) {
     box.setIcon(ToQt(message.icon));
     const auto offered = Offered(message.buttons);
     for (const auto answer : offered)
-        box.addButton(ToQt(answer));
+        box.addButton(ToQt(answer))->setText(Caption(answer));
     for (const auto& [button, words] : {std::pair{QMessageBox::Yes, &message.yes}, {QMessageBox::No, &message.no}})
         if (!words->empty())
-            box.button(button)->setText(tavrel::ToQt(*words));
+            box.button(button)->setText('&' + tavrel::ToQt(*words));
     box.setDefaultButton(ToQt(message.defaultAnswer));
     box.setEscapeButton(ToQt(offered.back()));
     if (AnyTopMost())

@@ -152,6 +152,11 @@ bool TextBoxBinding::KeyPressed(const QKeyEvent& key) {
         Redo();
         return true;
     }
+    if (IsEnter(key) && box_.Enter) {
+        if (!key.isAutoRepeat())
+            Person(box_.Enter);
+        return true;
+    }
     if (resending_ || !box_.KeyPress || !TypesText(key))
         return false;
     const QString typed = Typed(key.text());
@@ -178,6 +183,8 @@ void TextBoxBinding::KeyReleased(const QKeyEvent& key) {
     if (key.isAutoRepeat() || pressed_.erase(PhysicalKey(key)) == 0 || !box_.KeyUp)
         return;
     Person(box_.KeyUp);
+    if (key.key() == Qt::Key_Down && box_.Down)
+        Person(box_.Down);
 }
 
 LineBinding::LineBinding(TextBox& box, QLineEdit& line) : TextBoxBinding(box, line, line), line_(line) {

@@ -42,6 +42,7 @@ QSize WrappingLabel::minimumSizeHint() const {
 
 void WrappingLabel::paintEvent(QPaintEvent*) {
     QPainter painter(this);
+    drawFrame(&painter); // what tells that it has the focus
     painter.setPen(palette().color(foregroundRole()));
     QTextLayout layout(text(), font());
     BreakLines(layout, width());

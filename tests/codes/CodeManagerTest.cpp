@@ -256,6 +256,27 @@ TEST_F(CodeManagerTest, AddLeavesTheManagerOpenForTheNextCode) {
     EXPECT_EQ(windows.calls, Texts{"MakeTopMost frmBase"});
 }
 
+TEST_F(CodeManagerTest, EnterInTheAnnotationAddsOnceHoweverOftenItIsPressed) {
+    Open(ReportCodes);
+    FillReportCode("C1", "SRT", "CYST", "3 mm");
+
+    manager.txtAnnotation.Enter();
+    manager.txtAnnotation.Enter();
+
+    EXPECT_EQ(RowsOf(editor.lstFinding), Texts{"C1|SRT|CYST|3 mm"});
+}
+
+TEST_F(CodeManagerTest, EnterInTheAnnotationModifiesWhereNothingCanBeAdded) {
+    editor.lstFinding.Add({"A", "SRT", {"M", "old"}});
+    editor.lstFinding.Select(0);
+    editor.cmdFnModify.Press();
+    manager.txtAnnotation.Typed("new");
+
+    manager.txtAnnotation.Enter();
+
+    EXPECT_EQ(RowsOf(editor.lstFinding), Texts{"A|SRT|M|new"});
+}
+
 TEST_F(CodeManagerTest, AddWithoutACodeDoesNothing) {
     Open(ReportCodes);
     FillReportCode("", "SRT", "CYST", "3 mm");

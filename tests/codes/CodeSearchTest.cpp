@@ -149,5 +149,36 @@ TEST_F(CodeSearchTest, AKeyInOtherLettersNamesNoTable) {
     EXPECT_EQ(Listed(), Texts{});
 }
 
+TEST_F(CodeSearchTest, EnterPicksTheOneCodeThatIsFoundThoughTheLastKeyIsNotUpYet) {
+    Open(ReportCodes);
+    manager.txtFind.Typed("NODU");
+
+    manager.txtFind.Enter();
+
+    EXPECT_EQ(manager.txtCode.Text(), "2");
+    EXPECT_EQ(manager.txtMeaning.Text(), "NODULE");
+}
+
+TEST_F(CodeSearchTest, EnterPicksNoneOfTwoCodesAndNoneOfNone) {
+    Open(ReportCodes);
+    manager.txtFind.Enter();
+    EXPECT_EQ(manager.lstTable.Count(), 2);
+    manager.txtFind.Typed("MASS");
+    manager.txtFind.Enter();
+
+    EXPECT_EQ(manager.txtCode.Text(), "");
+    EXPECT_EQ(manager.lstTable.SelectedIndex(), -1);
+}
+
+TEST_F(CodeSearchTest, ACodeThatEnterPicksAmongTheStandardCodesIsTheOneToChange) {
+    Open(StandardCodes);
+    manager.txtFind.Typed("NODULE");
+
+    manager.txtFind.Enter();
+    manager.optManageCodes(1).Press();
+
+    EXPECT_EQ(manager.txtNewCode.Text(), "2");
+}
+
 } // namespace
 } // namespace tavrel::test

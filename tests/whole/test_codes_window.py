@@ -79,11 +79,10 @@ class TheSearch(CodesWindowTest):
 
         self.manager.found.wait_rows(all_codes)
 
-    def test_selects_no_row_on_the_down_arrow(self):
+    def test_goes_to_the_first_row_on_the_down_arrow_and_selects_none(self):
         self.search(self.manager, "part-solid", 1)
         key("Down")
-        keys(" ")
-        wait_until(lambda: self.manager.read(SEARCH) == "PART-SOLID ", "the keys to be taken")
+        wait_until(lambda: self.manager.found.pointed_at() == 0, "the focus on the first row")
 
         self.assertEqual(self.manager.found.selected(), -1)
         self.assertEqual(self.manager.read("Code"), "")

@@ -213,7 +213,8 @@ class Window:
         """The text of a field."""
         field = self.field(label)
         if field.getRole() == pyatspi.ROLE_LABEL:
-            return "" if field.name == label else field.name  # an empty label answers its own label
+            # An empty label answers its own label; of the editor's each says what it is first.
+            return "" if field.name == label else field.name.removeprefix(f"{label}: ")
         return _text(field).queryText().getText(0, -1)
 
     def write(self, label, text):
@@ -285,6 +286,15 @@ class List:
     def selected(self):
         """The selected row, -1 for none."""
         return next((index for index in range(self.count()) if self._table.isRowSelected(index)), -1)
+
+    def select(self, index):
+        """Selects a row as an assistive technology does."""
+        self._table.addRowSelection(index)
+
+    def pointed_at(self):
+        """The row that the focus is on, -1 for none."""
+        return next((index for index in range(self.count())
+                     if _has(self._table.getAccessibleAt(index, 0), pyatspi.STATE_FOCUSED)), -1)
 
     def click(self, index, times=1):
         """Clicks a row that is in view with the mouse, twice for a double click."""

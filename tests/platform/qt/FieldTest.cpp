@@ -1,3 +1,4 @@
+#include "platform/qt/InputBlock.h"
 #include "tests/platform/qt/OneOfEach.h"
 
 #include <QAccessible>
@@ -92,6 +93,33 @@ TEST_F(Fields, AnOptionIsChosenByAnAssistiveTechnology) {
 
     EXPECT_EQ(chosen_, std::vector{1});
     EXPECT_TRUE(form_.optChoice(1).Value());
+    EXPECT_TRUE(Option(1).isChecked());
+}
+
+TEST_F(Fields, AnOptionThatIsChosenDuringAWaitLeavesItsNeighbourSet) {
+    form_.optChoice(0).Value(true);
+    const InputBlock block("Storing the version ...");
+
+    QAccessible::queryAccessibleInterface(&Option(1))
+        ->actionInterface()
+        ->doAction(QAccessibleActionInterface::toggleAction());
+    QCoreApplication::processEvents();
+
+    EXPECT_TRUE(Option(0).isChecked());
+    EXPECT_FALSE(Option(1).isChecked());
+    EXPECT_EQ(chosen_, std::vector{0});
+}
+
+TEST_F(Fields, AnOptionIsARadioButtonThatTheArrowKeysChoose) {
+    form_.optChoice(0).Value(true);
+    EXPECT_EQ(QAccessible::queryAccessibleInterface(&Option(0))->role(), QAccessible::RadioButton);
+    window_.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window_));
+    Option(0).setFocus();
+
+    QTest::keyClick(&Option(0), Qt::Key_Down);
+
+    EXPECT_EQ(chosen_, (std::vector{0, 1}));
     EXPECT_TRUE(Option(1).isChecked());
 }
 

@@ -130,6 +130,29 @@ TEST_F(Lists, EnterActivatesTheSelectedRowOnce) {
     EXPECT_EQ(doubleClicks_, 1);
 }
 
+TEST_F(Lists, ThatAreGoneToByAKeyPointAtTheFirstRowAndSelectNone) {
+    window_.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window_));
+
+    form_.lstRows.Focus();
+
+    EXPECT_TRUE(rows_.hasFocus());
+    EXPECT_EQ(rows_.currentIndex().row(), 0);
+    EXPECT_EQ(form_.lstRows.SelectedIndex(), -1);
+    EXPECT_EQ(rowClicks_, 0);
+}
+
+TEST_F(Lists, EnterSelectsTheRowThatIsPointedAtAndActivatesIt) {
+    form_.lstRows.DoubleClick = [this] { doubleClicks_ += form_.lstRows.SelectedIndex() == 1; };
+    rows_.selectionModel()->setCurrentIndex(rows_.model()->index(1, 0), QItemSelectionModel::NoUpdate);
+
+    QTest::keyClick(&rows_, Qt::Key_Return);
+
+    EXPECT_EQ(SelectedRow(rows_), 1);
+    EXPECT_EQ(rowClicks_, 1);
+    EXPECT_EQ(doubleClicks_, 1);
+}
+
 TEST_F(Lists, ADisabledListIsOutOfReach) {
     form_.lstRows.Enabled(false);
 

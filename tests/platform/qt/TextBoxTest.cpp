@@ -167,6 +167,28 @@ TEST_F(TextBoxes, IgnoreTheReleaseOfAKeyThatWasPressedElsewhere) {
     EXPECT_EQ(released, 0);
 }
 
+TEST_F(TextBoxes, RaiseEnterOnceForAKeyThatIsHeldDown) {
+    int pressed = 0;
+    form_.txtLine.Enter = [&] { ++pressed; };
+
+    QTest::keyClick(&line_, Qt::Key_Return);
+    QKeyEvent again(QEvent::KeyPress, Qt::Key_Return, {}, "\r", true);
+    QCoreApplication::sendEvent(&line_, &again);
+
+    EXPECT_EQ(pressed, 1);
+}
+
+TEST_F(TextBoxes, RaiseDownBehindTheKeyUpOfThatKeyAlone) {
+    std::string raised;
+    form_.txtLine.KeyUp = [&] { raised += 'u'; };
+    form_.txtLine.Down = [&] { raised += 'd'; };
+
+    QTest::keyClick(&line_, Qt::Key_Down);
+    QTest::keyClick(&line_, Qt::Key_End);
+
+    EXPECT_EQ(raised, "udu");
+}
+
 TEST_F(TextBoxes, ShowParagraphsAndHandThemBackWithTheirLineEnds) {
     form_.txtParagraphs.Text("First.\r\n\r\nSecond.");
     EXPECT_EQ(paragraphs_.toPlainText().toStdString(), "First.\n\nSecond.");
