@@ -1,5 +1,6 @@
 #include "platform/qt/FormBinder.h"
 
+#include "platform/qt/FindBar.h"
 #include "platform/qt/LineEdits.h"
 #include "platform/qt/ListBinding.h"
 #include "platform/qt/QtText.h"
@@ -296,6 +297,8 @@ FormBinder::FormBinder(Form& form, QWidget& window) {
     AddShortcuts(window);
     TellWindowRoles();
     InReadingOrder(window);
+    for (auto* text : window.findChildren<QPlainTextEdit*>())
+        FindBar::Offer(*text);
 }
 
 FormBinder::~FormBinder() {

@@ -148,6 +148,7 @@ protected:
                 label->Emphasis(tone);
             Show(editor, look);
         }
+        Show(editor, [&](QWidget& window) { LookAtTheBar(window, look); });
         LookAtCodes(look);
         station_.AddReport({.seriesUid = "1.2.3.2.2", .seriesDir = "report2", .approved = true});
         station_.InChooser([&] { Show(station_.chooser, look); });
@@ -167,6 +168,17 @@ protected:
         station_.editor.cmdFnModify.Press();
         Show(codes, look);
         codes.cmdClose.Press();
+    }
+    static void LookAtTheBar(QWidget& window, const Look& look) {
+        window.activateWindow();
+        ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+        QTest::keyClick(window.windowHandle(), Qt::Key_F, Qt::ControlModifier);
+        QCoreApplication::processEvents();
+        look(window); // the word that is asked for
+        QTest::keyClick(window.windowHandle(), 'q');
+        QTest::keyClick(window.windowHandle(), 'q');
+        QCoreApplication::processEvents();
+        look(window);
     }
 
     ReportingStation station_;
