@@ -26,6 +26,9 @@ public:
     DbusServiceEmitter(const DbusServiceEmitter&) = delete;
     DbusServiceEmitter& operator=(const DbusServiceEmitter&) = delete;
 
+    /// Whether the bus is still there. From any thread.
+    bool Connected() const { return bus_.isConnected(); }
+
     void OnConnection(const std::string& callingAe, const std::string& calledAe, const std::string& peer);
     void OnEndConnection(const std::string& callingAe, const std::string& calledAe, const std::string& peer);
     /// `path`: the stored file's absolute path in the system's own form.

@@ -25,7 +25,7 @@ namespace fs = std::filesystem;
 
 constexpr const char* ImportAe = "ORBENTA_IMPORT";
 constexpr const char* Unsent = "was not sent";
-constexpr Uint32 AnswerSeconds = 60;
+constexpr std::chrono::seconds AnswerTime{60};
 constexpr Sint32 ConnectSeconds = 5;
 
 /// DICOM PS3.10, 7.1: 128 bytes, then "DICM".
@@ -44,22 +44,23 @@ bool IsDirectory(const fs::path& file) {
            kind == UID_MediaStorageDirectoryStorage;
 }
 
-void Aim(DcmSCU& client, const ServiceAddress& service) {
+void Aim(DcmSCU& client, const ServiceAddress& service, std::chrono::seconds patience) {
+    const auto seconds = static_cast<Uint32>(patience.count());
     setenv("TCP_NODELAY", "1", 0); // the toolkit's switch: objects need not wait for each other's packets
     dcmConnectionTimeout.set(ConnectSeconds);
     client.setPeerHostName("127.0.0.1");
     client.setPeerPort(static_cast<Uint16>(service.port));
     client.setPeerAETitle(service.aeTitle);
     client.setAETitle(ImportAe);
-    client.setACSETimeout(AnswerSeconds);
+    client.setACSETimeout(seconds);
     client.setDIMSEBlockingMode(DIMSE_NONBLOCKING);
-    client.setDIMSETimeout(AnswerSeconds);
+    client.setDIMSETimeout(seconds);
 }
 
 class Importer : public DcmStorageSCU {
 public:
     Importer(const ServiceAddress& service, const ImportProgress& progress) : progress_(progress) {
-        Aim(*this, service);
+        Aim(*this, service, AnswerTime);
         setDecompressionMode(DM_never);
         setHaltOnUnsuccessfulStoreMode(OFFalse);
         setHaltOnInvalidFileMode(OFFalse);
@@ -161,9 +162,9 @@ ImportSummary ImportFolder(const fs::path& folder, const ServiceAddress& service
     return importer.Send();
 }
 
-std::string ServiceFault(const ServiceAddress& service) {
+std::string ServiceFault(const ServiceAddress& service, std::chrono::seconds patience) {
     DcmSCU client;
-    Aim(client, service);
+    Aim(client, service, patience);
     OFList<OFString> syntaxes;
     syntaxes.emplace_back(UID_LittleEndianImplicitTransferSyntax);
     client.addPresentationContext(UID_VerificationSOPClass, syntaxes);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -31,7 +32,7 @@ using ImportProgress = std::function<void(std::size_t done, std::size_t all)>;
 ImportSummary ImportFolder(const std::filesystem::path& folder, const ServiceAddress& service,
                            const ImportProgress& progress);
 
-/// Whether the service answers a verification (C-ECHO); else why not.
-std::string ServiceFault(const ServiceAddress& service);
+/// Whether the service answers a verification (C-ECHO) in that time; else why not.
+std::string ServiceFault(const ServiceAddress& service, std::chrono::seconds patience = std::chrono::minutes(1));
 
 } // namespace tavrel

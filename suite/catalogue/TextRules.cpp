@@ -1,6 +1,8 @@
 #include "suite/catalogue/TextRules.h"
 
+#include "platform/limits.h"
 #include "platform/single_value.h"
+#include "platform/uid.h"
 
 #include <unicode/ustring.h>
 
@@ -24,6 +26,15 @@ std::string TextFault(std::string_view text, std::size_t longest) {
     if (Trimmed(text).empty())
         return "is empty";
     return ValueFault(text, longest);
+}
+
+std::string BaseUidFault(const std::string& text) {
+    if (!IsStandardUid(text))
+        return "\"" + text + "\" is no UID";
+    if (text.size() > longest::BaseUid)
+        return "\"" + text + "\" has more than " + std::to_string(longest::BaseUid) +
+               " characters, so the UIDs of reports would have more than " + std::to_string(longest::Uid);
+    return {};
 }
 
 bool FitsReports(std::string_view text, ReportForm form) {

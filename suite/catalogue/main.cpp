@@ -4,7 +4,6 @@
 #include "platform/odbc/OdbcDatabase.h"
 #include "platform/posix/PosixFiles.h"
 #include "platform/posix/PosixUserInformation.h"
-#include "platform/uid.h"
 #include "suite/catalogue/CodeTable.h"
 #include "suite/catalogue/Department.h"
 #include "suite/catalogue/FolderImport.h"
@@ -12,6 +11,7 @@
 #include "suite/catalogue/OdbcEntry.h"
 #include "suite/catalogue/Schema.h"
 #include "suite/catalogue/Settings.h"
+#include "suite/catalogue/SetupCommand.h"
 #include "suite/catalogue/TextRules.h"
 #include "suite/catalogue/UnsentFiles.h"
 #include "suite/porvane/forwarding/ArchiveSetting.h"
@@ -66,14 +66,7 @@ CLI::Validator AeTitle() {
 }
 
 CLI::Validator BaseUid() {
-    return Rule("UID", [](const std::string& text) {
-        if (!IsStandardUid(text))
-            return "\"" + text + "\" is no UID";
-        if (text.size() > longest::BaseUid)
-            return "\"" + text + "\" has more than " + std::to_string(longest::BaseUid) +
-                   " characters, so the UIDs of reports would have more than " + std::to_string(longest::Uid);
-        return std::string();
-    });
+    return Rule("UID", BaseUidFault);
 }
 
 CLI::Validator WorkstationName() {
@@ -111,6 +104,7 @@ public:
             ->type_name("NAME")
             ->capture_default_str();
         app_.fallthrough();
+        AddSetup();
         AddOdbc();
         AddInit();
         AddSite();
@@ -145,8 +139,22 @@ private:
     }
 
     Connection& Catalogue() {
-        connection_->Open("DSN=" + dataSource_);
+        if (!connection_->IsOpen())
+            connection_->Open("DSN=" + dataSource_);
         return *connection_;
+    }
+
+    void AddSetup() {
+        setup_.AddOptions(*Command(
+            app_, "setup",
+            "Make this account a workstation, or what is missing of it; at a terminal it asks for what is not given",
+            [this] {
+                const auto import = [this](const std::string& folder) {
+                    folder_ = folder;
+                    return Import();
+                };
+                return setup_.Run(dataSource_, {import, [this] { return Check(); }});
+            }));
     }
 
     void AddOdbc() {
@@ -553,6 +561,7 @@ private:
     std::function<int()> action_;
 
     std::string dataSource_ = "DicomFDB";
+    SetupCommand setup_;
     OdbcEntry entry_;
     std::string passwordFile_;
     std::string odbcFile_;

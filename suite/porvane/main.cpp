@@ -19,11 +19,15 @@
 #include <sys/statvfs.h>
 #include <unistd.h>
 
+#include <chrono>
+#include <condition_variable>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
+#include <mutex>
 #include <stdexcept>
+#include <thread>
 
 namespace {
 
@@ -49,11 +53,29 @@ int StopSignals() {
     return signalfd(-1, &asked, SFD_CLOEXEC);
 }
 
-std::unique_ptr<tavrel::DbusServiceEmitter> Events() try {
+std::unique_ptr<tavrel::DbusServiceEmitter> Events(bool withSession) try {
     return std::make_unique<tavrel::DbusServiceEmitter>();
 } catch (const tavrel::Error& error) {
+    if (withSession)
+        throw;
     tavrel::LogLine("works without events: " + error.description);
     return nullptr;
+}
+
+/// Ends the process, as a signal does, when the bus is gone: the next session has another one, and a service that
+/// stayed would keep the port from the one that tells it of stored reports.
+std::jthread EndWithSession(const tavrel::DbusServiceEmitter& events) {
+    return std::jthread([&events](const std::stop_token& stop) {
+        constexpr std::chrono::milliseconds pause{500};
+        std::mutex mutex;
+        std::condition_variable_any asked;
+        std::unique_lock lock(mutex);
+        while (events.Connected())
+            if (asked.wait_for(lock, stop, pause, [&] { return stop.stop_requested(); }))
+                return;
+        tavrel::LogLine("the session is over");
+        kill(getpid(), SIGTERM);
+    });
 }
 
 tavrel::ObjectCatalogue::Service ReadService(tavrel::ObjectCatalogue& catalogue) try {
@@ -71,6 +93,7 @@ struct Options {
     std::string unsent = tavrel::DefaultUnsentFolder().string();
     std::string dataSource = "DicomFDB";
     std::uint64_t largestObject = 2048; ///< megabytes
+    bool withSession = false;
     tavrel::Forwarding::Options archive;
 };
 
@@ -132,7 +155,7 @@ void Serve(const Options& options, int stopSignals) {
     tavrel::Forwarding forwarding(database, options.dataSource, service.aeTitle, options.archive);
     if (forwarding.Archive())
         catalogue.QueueForArchive(forwarding.Archive()->images);
-    const auto events = Events();
+    const auto events = Events(options.withSession);
     const auto unsentFolder = std::filesystem::absolute(options.unsent).lexically_normal();
     tavrel::UnsentVersions unsent(unsentFolder, reader, tree, [&](const tavrel::StudyTree::Stored& stored) {
         tavrel::TellStored(events.get(), service.aeTitle, stored);
@@ -147,6 +170,7 @@ void Serve(const Options& options, int stopSignals) {
     forwarding.GoOn();
     tavrel::LogLine("stores in \"" + options.studies + "\", called " + service.aeTitle + " on port " +
                     std::to_string(service.port) + " of 127.0.0.1");
+    const std::jthread ending = options.withSession ? EndWithSession(*events) : std::jthread();
     storage.Run(stopSignals);
     tavrel::LogLine("ended");
 }
@@ -180,6 +204,9 @@ int main(int argc, char** argv) {
         ->check(CLI::Range(std::uint64_t{1}, MostMegabytes))
         ->type_name("MB")
         ->capture_default_str();
+    app.add_flag("--with-session", options.withSession,
+                 "Start only where there is a session bus, and end when it is gone; for a session that starts\n"
+                 "the service by itself");
     AddArchiveOptions(app, options.archive);
     app.set_version_flag("--version", "porvane " TAVREL_VERSION);
     try {

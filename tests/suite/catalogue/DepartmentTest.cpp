@@ -132,6 +132,16 @@ TEST_P(OfDepartments, AWorkstationIsRefusedWhatItDoesNotNeed) {
         EXPECT_THROW(workstation->OpenResultSet(statement), Error) << statement;
 }
 
+TEST_P(OfDepartments, SetupLeavesToTheOwnerWhatIsTheOwners) {
+    MakeWithTwo();
+    const Outcome looked =
+        RunShell("env -u DBUS_SESSION_BUS_ADDRESS -u XDG_CONFIG_HOME HOME='" + room.Folder().string() + "' ODBCINI='" +
+                 EntryOf("ct-1") + "' " TOOL_PROGRAM " setup --as-root --dry-run");
+    EXPECT_NE(looked.out.find("there    a department's: its owner sets site"), std::string::npos) << looked.out;
+    EXPECT_NE(looked.out.find("missing  the storage service runs"), std::string::npos) << looked.out;
+    EXPECT_EQ(looked.out.find("--signature"), std::string::npos) << looked.out;
+}
+
 TEST_P(OfDepartments, TheWorkstationOfBeforeKeepsItsPortAndNode) {
     room.Insert("Port", {{"Port", "10404"}, {"AETitle", "PORVANE"}});
     room.Insert("DicomServer", {{"AETitle", "ORBENTA"}});

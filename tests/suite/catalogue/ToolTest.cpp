@@ -42,7 +42,11 @@ protected:
 TEST_F(Tool, EveryCommandExplainsItself) {
     const std::vector<std::pair<std::string, std::vector<std::string>>> commands = {
         {"",
-         {"odbc", "init", "site", "user", "port", "codes", "import", "department", "check", "--dsn", "Exit status"}},
+         {"setup", "odbc", "init", "site", "user", "port", "codes", "import", "department", "check", "--dsn",
+          "Exit status"}},
+        {"setup",
+         {"--organization", "--base-uid", "--reports", "--node", "--signature", "--port", "--ae-title", "--studies",
+          "--codes", "--logo", "--import", "--yes", "--dry-run"}},
         {"odbc", {"--engine", "--database", "--server", "--port", "--user", "--password-file", "--file"}},
         {"init", {"tables"}},
         {"site", {"--base-uid", "--organization", "--reports", "--node"}},

@@ -186,6 +186,20 @@ TEST_F(StorageEvents, TheServiceIntrospectsAsItsReferenceSays) {
     EXPECT_NE(answer.toStdString().find(interface), std::string::npos) << answer.toStdString();
 }
 
+TEST_F(StorageEvents, AServiceOfTheSessionEndsWithIt) {
+    service.reset();
+    room.MoveToAnotherPort();
+    service = room.StartService({"--with-session"});
+    bus.End();
+    EXPECT_EQ(service->Wait(), 0);
+}
+
+TEST_F(StorageEvents, AServiceOfTheSessionDoesNotStartWithoutOne) {
+    service.reset();
+    bus.End();
+    EXPECT_EQ(room.StartService({"--with-session"})->Wait(), 1);
+}
+
 TEST_F(StorageEvents, AServiceWhoseBusEndsGoesOnStoring) {
     bus.End();
     EXPECT_EQ(Report().Send(room, "AE_INTERNAL"), 0);
