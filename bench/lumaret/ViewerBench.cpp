@@ -92,14 +92,16 @@ void SliceChange(benchmark::State& state, const Series& series) {
 
 /// From the click on a study to its first image in the drawn window, through the catalogue.
 void FirstImage(benchmark::State& state) {
-    OdbcDatabase database;
-    StudyCatalogue catalogue(database);
+    CatalogueQuestions catalogue(std::make_shared<OdbcDatabase>());
     TavrelClient client(QDBusConnection("none"));
     ViewerService service;
     MainWindow window(catalogue, client, service);
     window.resize(1280, 800);
     window.show();
     window.Start();
+    auto* image = window.findChild<ImageView*>();
+    while (!catalogue.Idle())
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     QTableWidget* studies = nullptr;
     for (auto* table : window.findChildren<QTableWidget*>())
         if (table->accessibleName() == "Studies")
@@ -107,6 +109,8 @@ void FirstImage(benchmark::State& state) {
     for (auto _ : state) {
         studies->clearSelection();
         studies->selectRow(0);
+        while (!image->HasImage())
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
         QCoreApplication::processEvents();
     }
 }

@@ -1,6 +1,5 @@
 #include "suite/lumaret/MainWindow.h"
 
-#include "platform/error.h"
 #include "suite/lumaret/ScreenText.h"
 
 #include <QAction>
@@ -26,7 +25,7 @@ namespace tavrel {
 // Other programs' words are shown too, and no line of the window takes more.
 constexpr qsizetype LongestWords = 2000;
 
-MainWindow::MainWindow(StudyCatalogue& catalogue, TavrelClient& tavrel, ViewerService& service)
+MainWindow::MainWindow(CatalogueQuestions& catalogue, TavrelClient& tavrel, ViewerService& service)
     : catalogue_(catalogue), tavrel_(tavrel), service_(service), studies_(new StudyPanel(catalogue)),
       image_(new ImageView), pane_(new ReportPane), splitter_(new QSplitter), reportImageList_(new QListWidget),
       words_(new QLineEdit) {
@@ -121,7 +120,8 @@ void MainWindow::ConnectStudies() {
     connect(studies_, &StudyPanel::Said, this, &MainWindow::Say);
     connect(studies_, &StudyPanel::StudyChosen, this, [this](const StudyRow& study) {
         study_ = study;
-        ShowImages({}, {});
+        known_[study.studyUid] = study;
+        ShowImages({}, {}, true);
         pane_->Clear();
     });
     connect(studies_, &StudyPanel::ImagesChosen, this, &MainWindow::ShowImages);
@@ -146,20 +146,24 @@ void MainWindow::ConnectReport() {
     connect(&service_, &ViewerService::Refused, this, &MainWindow::Say);
     connect(&service_, &ViewerService::ListCleared, this, &MainWindow::ClearReportImages);
     connect(&service_, &ViewerService::ImageHanded, this, [this](const ReportImage& image) {
+        studies_->LeaveImage();
         ListReportImage(image);
         reportImageList_->setCurrentRow(reportImageList_->count() - 1);
     });
     connect(reportImageList_, &QListWidget::currentRowChanged, this, &MainWindow::ShowReportImage);
 }
 
-void MainWindow::ShowImages(const SeriesRow& series, const QStringList& files) {
+void MainWindow::ShowImages(const SeriesRow& series, const QStringList& files, bool shown) {
     series_ = series;
     files_ = files;
     if (files_.isEmpty()) {
         reportImageList_->setCurrentRow(-1);
         image_->Clear();
-    } else {
+    } else if (shown) {
         ShowSlice(0, 0, false);
+    } else {
+        file_ = frame_ = 0;
+        UpdateActions();
     }
 }
 
@@ -178,12 +182,13 @@ void MainWindow::Refresh() {
     studies_->Refresh();
     if (pane_->Series().seriesUid.isEmpty())
         return;
-    try {
-        pane_->Update(catalogue_.FilesOf(pane_->Series()));
-    } catch (const Error&) {
-        // It stays as it is: the series' list has said what is wrong.
-        return;
-    }
+    // It stays as it is when that fails: the series' list has said what is wrong.
+    catalogue_.Ask(
+        "versions", [series = pane_->Series()](StudyCatalogue& catalogue) { return catalogue.FilesOf(series); },
+        [this, uid = pane_->Series().seriesUid](const QStringList& files) {
+            if (uid == pane_->Series().seriesUid)
+                pane_->Update(files);
+        });
 }
 
 void MainWindow::ShowSlice(int file, int frame, bool keepView) {
@@ -228,12 +233,18 @@ void MainWindow::OpenReport() {
     }
 }
 
+QString MainWindow::Question() const {
+    return tr("The open report is of %1. Unsaved text in it will be lost.\n\nClose it and open the report of %2?")
+        .arg(Described(asked_), Described(wanted_));
+}
+
 void MainWindow::AskToClose(const QString& openStudy, const QString& wantedStudy) {
-    question_ = new QMessageBox(QMessageBox::Warning, tr("Another report is open"),
-                                tr("The open report is of %1. Unsaved text in it will be lost.\n\n"
-                                   "Close it and open the report of %2?")
-                                    .arg(Described(openStudy), Described(wantedStudy)),
-                                QMessageBox::Cancel, this);
+    asked_ = openStudy;
+    wanted_ = wantedStudy;
+    LearnOf(asked_);
+    LearnOf(wanted_);
+    question_ =
+        new QMessageBox(QMessageBox::Warning, tr("Another report is open"), Question(), QMessageBox::Cancel, this);
     question_->setTextFormat(Qt::PlainText);
     question_->setAttribute(Qt::WA_DeleteOnClose);
     const QAbstractButton* agree = question_->addButton(tr("Close and open"), QMessageBox::AcceptRole);
@@ -257,6 +268,7 @@ void MainWindow::FollowReport() {
             KeepReportImagesOf(tavrel_.OpenStudy());
         reportStudy_ = tavrel_.OpenStudy();
         ShowWhoseReport();
+        LearnOf(reportStudy_);
     }
     UpdateActions();
 }
@@ -266,28 +278,36 @@ void MainWindow::ShowWhoseReport() {
         setWindowTitle("Lumaret");
         return;
     }
-    const auto study = Known(reportStudy_);
+    const auto study = known_.find(reportStudy_);
     setWindowTitle(tr("Lumaret - Report of %1")
-                       .arg(study ? PatientOnScreen(study->patientName, study->patientId) : Described(reportStudy_)));
+                       .arg(study == known_.end()
+                                ? Described(reportStudy_)
+                                : PatientOnScreen(study->second.patientName, study->second.patientId)));
 }
 
-std::optional<StudyRow> MainWindow::Known(const QString& studyUid) {
-    if (studyUid == study_.studyUid)
-        return study_;
-    try {
-        return catalogue_.Study(studyUid);
-    } catch (const Error&) {
-        return {};
-    }
+void MainWindow::LearnOf(const QString& studyUid) {
+    if (studyUid.isEmpty())
+        return;
+    catalogue_.Ask(
+        "the study " + studyUid, [studyUid](StudyCatalogue& catalogue) { return catalogue.Study(studyUid); },
+        [this](const std::optional<StudyRow>& study) {
+            if (!study)
+                return;
+            known_[study->studyUid] = *study;
+            ShowWhoseReport();
+            if (question_)
+                question_->setText(Question());
+        });
 }
 
-QString MainWindow::Described(const QString& studyUid) {
-    const auto study = Known(studyUid);
-    if (!study)
+QString MainWindow::Described(const QString& studyUid) const {
+    const auto found = known_.find(studyUid);
+    if (found == known_.end())
         return tr("the study %1").arg(studyUid);
+    const StudyRow& study = found->second;
     return tr("%1, study of %2")
-        .arg(PatientOnScreen(study->patientName, study->patientId),
-             study->date.isEmpty() ? tr("an unknown date") : DateOnScreen(study->date));
+        .arg(PatientOnScreen(study.patientName, study.patientId),
+             study.date.isEmpty() ? tr("an unknown date") : DateOnScreen(study.date));
 }
 
 void MainWindow::AddToReport() {

@@ -9,6 +9,8 @@
 #include <QMainWindow>
 #include <QPointer>
 
+#include <map>
+
 class QAction;
 class QLineEdit;
 class QListWidget;
@@ -24,7 +26,7 @@ class MainWindow : public QMainWindow {
     Q_OBJECT
 
 public:
-    MainWindow(StudyCatalogue& catalogue, TavrelClient& tavrel, ViewerService& service);
+    MainWindow(CatalogueQuestions& catalogue, TavrelClient& tavrel, ViewerService& service);
 
     /// Lists the studies.
     void Start() { studies_->Search(); }
@@ -47,7 +49,7 @@ private:
     void ConnectStudies();
     void ConnectReport();
 
-    void ShowImages(const SeriesRow& series, const QStringList& files);
+    void ShowImages(const SeriesRow& series, const QStringList& files, bool shown);
     void ShowDocument(const SeriesRow& document, const QStringList& files);
     /// Reads again what others may have changed.
     void Refresh();
@@ -56,9 +58,11 @@ private:
     void AskToClose(const QString& openStudy, const QString& wantedStudy);
     void FollowReport();
     void ShowWhoseReport();
-    /// Whose study it is, in words; its UID when the catalogue cannot tell.
-    QString Described(const QString& studyUid);
-    std::optional<StudyRow> Known(const QString& studyUid);
+    /// Whose study it is, in words; its UID until the catalogue has told.
+    QString Described(const QString& studyUid) const;
+    /// Has the catalogue asked whose study it is.
+    void LearnOf(const QString& studyUid);
+    QString Question() const;
     void AddToReport();
     void ListReportImage(const ReportImage& image);
     void ShowReportImage(int index);
@@ -72,7 +76,7 @@ private:
     void UpdateActions();
     void Say(const QString& words);
 
-    StudyCatalogue& catalogue_;
+    CatalogueQuestions& catalogue_;
     TavrelClient& tavrel_;
     ViewerService& service_;
 
@@ -91,7 +95,9 @@ private:
     QList<QAction*> imageActions_;
 
     QPointer<QMessageBox> question_; ///< whether the open report may be closed
-    QString reportStudy_;            ///< of the report in the title, or empty
+    QString asked_, wanted_;         ///< the studies of that report and of the one to be opened
+    std::map<QString, StudyRow> known_;
+    QString reportStudy_; ///< of the report in the title, or empty
 
     std::vector<ReportImage> reportImages_;
     StudyRow study_;    ///< of the series, and of the slices

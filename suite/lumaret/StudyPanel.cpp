@@ -1,6 +1,5 @@
 #include "suite/lumaret/StudyPanel.h"
 
-#include "platform/error.h"
 #include "suite/lumaret/ScreenText.h"
 
 #include <QFormLayout>
@@ -65,6 +64,27 @@ QString KindOnScreen(const SeriesRow& series) {
     return series.modality == "SR-OTHER" ? StudyPanel::tr("Other report") : series.modality;
 }
 
+// What the catalogue is asked about.
+const QString Studies = "studies", Series = "series", SeriesAgain = "series again", Files = "files";
+
+/// A study's series, and the files of the first that holds images.
+struct OpenedStudy {
+    std::vector<SeriesRow> series;
+    std::optional<std::size_t> images;
+    QStringList files;
+};
+
+OpenedStudy Opened(StudyCatalogue& catalogue, const QString& studyUid) {
+    OpenedStudy study{catalogue.SeriesOf(studyUid), {}, {}};
+    const auto images = std::ranges::find_if(
+        study.series, [](const SeriesRow& series) { return !series.IsDocument() && !series.IsPresentation(); });
+    if (images != study.series.end()) {
+        study.images = static_cast<std::size_t>(images - study.series.begin());
+        study.files = catalogue.FilesOf(*images);
+    }
+    return study;
+}
+
 /// The row of a table in the list that it shows, or none.
 template <typename Row> const Row* SelectedOf(const std::vector<Row>& rows, const QTableWidget& table) {
     const auto selected = table.selectionModel()->selectedRows();
@@ -82,7 +102,7 @@ QWidget* Framed(const QString& title, QWidget* content) {
     return frame;
 }
 
-StudyPanel::StudyPanel(StudyCatalogue& catalogue)
+StudyPanel::StudyPanel(CatalogueQuestions& catalogue)
     : catalogue_(catalogue), name_(SearchBox(tr("parts of the name"))), id_(SearchBox(tr("part of the identifier"))),
       date_(SearchBox(tr("dd/mm/yyyy, mm/yyyy or yyyy"))),
       studyTable_(Table({tr("Patient"), tr("ID"), tr("Date"), tr("Study")}, tr("Studies"))),
@@ -115,27 +135,39 @@ StudyPanel::StudyPanel(StudyCatalogue& catalogue)
     connect(seriesTable_, &QTableWidget::itemActivated, this, &StudyPanel::ActivateSeries);
 }
 
-template <typename Run> void StudyPanel::Ask(Run&& run) {
-    try {
-        run();
-    } catch (const Error& error) {
-        emit Said(tr("The catalogue cannot be read: %1").arg(QString::fromStdString(error.description)));
-    }
+void StudyPanel::SayFailure(const QString& words) {
+    emit Said(tr("The catalogue cannot be read: %1").arg(words));
+}
+
+void StudyPanel::ForgetStudy() {
+    for (const QString& subject : {Series, SeriesAgain, Files})
+        catalogue_.Forget(subject);
 }
 
 void StudyPanel::Search() {
-    Ask([this] {
-        studies_ = catalogue_.Find(name_->text(), id_->text(), date_->text());
-        series_.clear();
-        seriesTable_->setRowCount(0);
-        studyTable_->setRowCount(0);
-        for (const StudyRow& study : studies_)
-            AddRow(*studyTable_,
-                   {NameOnScreen(study.patientName), study.patientId, DateOnScreen(study.date), study.description});
-        SayCount();
-        if (studies_.size() == 1)
-            studyTable_->selectRow(0);
-    });
+    imageLeft_ = false;
+    emit Said(tr("Searching ..."));
+    catalogue_.Ask(
+        Studies,
+        [name = name_->text(), id = id_->text(), date = date_->text()](StudyCatalogue& catalogue) {
+            return catalogue.Find(name, id, date);
+        },
+        [this](const std::vector<StudyRow>& studies) { List(studies); },
+        [this](const QString& words) { SayFailure(words); });
+}
+
+void StudyPanel::List(const std::vector<StudyRow>& studies) {
+    ForgetStudy();
+    studies_ = studies;
+    series_.clear();
+    seriesTable_->setRowCount(0);
+    studyTable_->setRowCount(0);
+    for (const StudyRow& study : studies_)
+        AddRow(*studyTable_,
+               {NameOnScreen(study.patientName), study.patientId, DateOnScreen(study.date), study.description});
+    SayCount();
+    if (studies_.size() == 1 && !imageLeft_)
+        studyTable_->selectRow(0);
 }
 
 void StudyPanel::SayCount() {
@@ -154,15 +186,24 @@ void StudyPanel::ChooseStudy() {
     const StudyRow* selected = SelectedOf(studies_, *studyTable_);
     if (!selected)
         return;
-    const StudyRow study = *selected; // the lists may change while the catalogue is waited for
+    const StudyRow study = *selected;
+    ForgetStudy();
+    imageLeft_ = false;
     series_.clear();
-    emit StudyChosen(study);
-    Ask([&] { series_ = catalogue_.SeriesOf(study.studyUid); });
     FillSeries();
-    const auto images = std::ranges::find_if(
-        series_, [](const SeriesRow& series) { return !series.IsDocument() && !series.IsPresentation(); });
-    if (images != series_.end())
-        seriesTable_->selectRow(static_cast<int>(images - series_.begin()));
+    emit StudyChosen(study);
+    catalogue_.Ask(
+        Series, [uid = study.studyUid](StudyCatalogue& catalogue) { return Opened(catalogue, uid); },
+        [this](const OpenedStudy& opened) {
+            series_ = opened.series;
+            FillSeries();
+            if (!opened.images)
+                return;
+            const QSignalBlocker quiet(seriesTable_);
+            seriesTable_->selectRow(static_cast<int>(*opened.images));
+            emit ImagesChosen(series_[*opened.images], opened.files, !imageLeft_);
+        },
+        [this](const QString& words) { SayFailure(words); });
 }
 
 void StudyPanel::FillSeries() {
@@ -175,21 +216,25 @@ void StudyPanel::FillSeries() {
 
 void StudyPanel::Refresh() {
     const StudyRow* study = SelectedOf(studies_, *studyTable_);
-    if (!study)
+    if (!study || catalogue_.Waits(Series))
         return;
-    Ask([&] {
-        auto now = catalogue_.SeriesOf(study->studyUid);
-        if (now == series_)
-            return;
-        const SeriesRow* selected = SelectedSeries();
-        const QString chosen = selected ? selected->seriesUid : QString();
-        series_ = std::move(now);
-        FillSeries();
-        const QSignalBlocker quiet(seriesTable_);
-        for (std::size_t row = 0; row < series_.size(); ++row)
-            if (series_[row].seriesUid == chosen)
-                seriesTable_->selectRow(static_cast<int>(row));
-    });
+    if (catalogue_.Waits(Files))
+        askForFiles_(); // what was asked may be older than what has changed
+    catalogue_.Ask(
+        SeriesAgain, [uid = study->studyUid](StudyCatalogue& catalogue) { return catalogue.SeriesOf(uid); },
+        [this](const std::vector<SeriesRow>& now) {
+            if (now == series_)
+                return;
+            const SeriesRow* selected = SelectedSeries();
+            const QString chosen = selected ? selected->seriesUid : QString();
+            series_ = now;
+            FillSeries();
+            const QSignalBlocker quiet(seriesTable_);
+            for (std::size_t row = 0; row < series_.size(); ++row)
+                if (series_[row].seriesUid == chosen)
+                    seriesTable_->selectRow(static_cast<int>(row));
+        },
+        [this](const QString& words) { SayFailure(words); });
 }
 
 const SeriesRow* StudyPanel::SelectedSeries() const {
@@ -205,18 +250,25 @@ void StudyPanel::ChooseSeries() {
     const SeriesRow* selected = SelectedSeries();
     if (!selected)
         return;
-    const SeriesRow series = *selected; // the list may change while the catalogue is waited for
+    const SeriesRow series = *selected;
+    catalogue_.Forget(Files);
     if (series.IsPresentation()) {
         emit Said(tr("This series holds views of the report's images, which stand with the report, and no image."));
         return;
     }
-    Ask([&] {
-        const QStringList files = catalogue_.FilesOf(series);
-        if (series.IsDocument())
-            emit DocumentChosen(series, files);
-        else
-            emit ImagesChosen(series, files);
-    });
+    imageLeft_ = false;
+    askForFiles_ = [this, series] {
+        catalogue_.Ask(
+            Files, [series](StudyCatalogue& catalogue) { return catalogue.FilesOf(series); },
+            [this, series](const QStringList& files) {
+                if (series.IsDocument())
+                    emit DocumentChosen(series, files);
+                else
+                    emit ImagesChosen(series, files, !imageLeft_);
+            },
+            [this](const QString& words) { SayFailure(words); });
+    };
+    askForFiles_();
 }
 
 void StudyPanel::ActivateSeries() {

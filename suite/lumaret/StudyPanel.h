@@ -1,8 +1,10 @@
 #pragma once
 
-#include "suite/lumaret/StudyCatalogue.h"
+#include "suite/lumaret/CatalogueQuestions.h"
 
 #include <QWidget>
+
+#include <functional>
 
 class QLineEdit;
 class QTableWidget;
@@ -17,12 +19,14 @@ class StudyPanel : public QWidget {
     Q_OBJECT
 
 public:
-    explicit StudyPanel(StudyCatalogue& catalogue);
+    explicit StudyPanel(CatalogueQuestions& catalogue);
 
-    /// Lists the studies that fit the boxes.
+    /// Has the studies listed that fit the boxes; what is listed stays until they are found.
     void Search();
     /// Reads the series of the chosen study again; what is chosen and shown stays.
     void Refresh();
+    /// Another image has come onto the screen: what was chosen before is listed and takes not its place.
+    void LeaveImage() { imageLeft_ = true; }
 
     /// The chosen report, or none.
     const SeriesRow* SelectedReport() const;
@@ -30,7 +34,8 @@ public:
 signals:
     /// Another study, and nothing of it yet.
     void StudyChosen(const tavrel::StudyRow& study);
-    void ImagesChosen(const tavrel::SeriesRow& series, const QStringList& files);
+    /// `shown`: no other image has come onto the screen since then.
+    void ImagesChosen(const tavrel::SeriesRow& series, const QStringList& files, bool shown);
     void DocumentChosen(const tavrel::SeriesRow& document, const QStringList& files);
     /// A series was activated (double click, Enter).
     void ReportActivated(const QString& seriesUid);
@@ -42,12 +47,14 @@ private:
     void ChooseSeries();
     void ActivateSeries();
     void FillSeries();
+    void List(const std::vector<StudyRow>& studies);
     void SayCount();
+    void SayFailure(const QString& words);
+    /// Nothing that was asked of the study on the list, or of one of its series, is wanted any more.
+    void ForgetStudy();
     const SeriesRow* SelectedSeries() const;
-    /// Runs a catalogue query; a failure is said.
-    template <typename Run> void Ask(Run&& run);
 
-    StudyCatalogue& catalogue_;
+    CatalogueQuestions& catalogue_;
     QLineEdit* name_;
     QLineEdit* id_;
     QLineEdit* date_;
@@ -55,6 +62,8 @@ private:
     QTableWidget* seriesTable_;
     std::vector<StudyRow> studies_;
     std::vector<SeriesRow> series_;
+    std::function<void()> askForFiles_; ///< of the series chosen last
+    bool imageLeft_ = false;
 };
 
 } // namespace tavrel

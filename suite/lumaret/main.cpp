@@ -5,7 +5,6 @@
 #include "platform/posix/ShellAnswer.h"
 #include "platform/qt/ApplicationOnDisplay.h"
 #include "platform/qt/DesktopLook.h"
-#include "platform/qt/QtBackground.h"
 #include "platform/qt/WindowIcon.h"
 #include "suite/lumaret/MainWindow.h"
 
@@ -32,9 +31,7 @@ int main(int argumentCount, char** arguments) {
         return EXIT_SUCCESS;
     }
 
-    QtBackground background;
-    OdbcDatabase database({.meanwhile = &background});
-    StudyCatalogue catalogue(database);
+    CatalogueQuestions catalogue(std::make_shared<OdbcDatabase>());
     TavrelClient tavrel(bus);
     MainWindow window(catalogue, tavrel, service);
     bus.connect(PorvaneService.service, PorvaneService.path, PorvaneService.interface, "OnStore", &window,

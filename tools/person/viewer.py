@@ -32,6 +32,7 @@ class Viewer:
         self.window.write("Patient name", patient)
         self.window.press("Search")
         time.sleep(0.3)  # a button that is pressed through the accessibility bus clicks a moment later
+        wait_until(lambda: self.said() != "Searching ...", "what was searched for")
 
     def choose(self, patient):
         """Searches for a patient, whose only study is opened then."""

@@ -43,15 +43,23 @@ protected:
         rows.AddImage("1.2.3.2", "3.dcm", 1);
         window.show();
         window.Start();
+        Settle();
     }
 
+    /// As a person does who looks at the window before going on.
+    void Settle() const {
+        if (!WaitUntil([this] { return catalogue.Idle(); }))
+            throw std::runtime_error("the catalogue has not answered");
+    }
     template <typename Widget> Widget& Named(const QString& accessibleName) const {
+        Settle();
         for (auto* widget : window.findChildren<Widget*>())
             if (widget->accessibleName() == accessibleName)
                 return *widget;
         throw std::runtime_error("there is no " + accessibleName.toStdString());
     }
     QAction& Action(const QString& caption) const {
+        Settle();
         for (auto* action : window.findChildren<QAction*>())
             if (action->text() == caption)
                 return *action;
@@ -90,10 +98,14 @@ protected:
         rows.AddImage("1.2.3.3", name + ".dcm", 1);
     }
     QTextBrowser& ReportText() const { return Named<QTextBrowser>("Report text"); }
-    QComboBox& Version() const { return *window.findChild<ReportPane*>()->findChild<QComboBox*>(); }
+    QComboBox& Version() const {
+        Settle();
+        return *window.findChild<ReportPane*>()->findChild<QComboBox*>();
+    }
     QString Shown() const { return ReportText().toPlainText(); }
     /// The question on the screen, or none.
     QMessageBox* Question() const {
+        Settle();
         for (auto* box : window.findChildren<QMessageBox*>())
             if (box->isVisible())
                 return box;
@@ -110,8 +122,7 @@ protected:
     PrivateBus bus;
     QTemporaryDir folder;
     CatalogueRows rows{OwnSqliteEntry()};
-    OdbcDatabase database;
-    StudyCatalogue catalogue{database};
+    CatalogueQuestions catalogue{std::make_shared<OdbcDatabase>()};
     FakeTavrel tavrel{bus.Connect()};
     TavrelClient client{bus.Connect()};
     ViewerService service;
@@ -295,6 +306,7 @@ TEST_F(MainWindowTest, AHiddenReportComesBackWhenItIsActivated) {
     rows.AddSeries("1.2.3.4", "1.2.3", "KO", 4, "REP");
     window.ReportStored();
     Series().selectRow(3);
+    EXPECT_TRUE(ReportText().isVisible());
     for (auto* button : window.findChild<ReportPane*>()->findChildren<QPushButton*>())
         button->click();
     EXPECT_FALSE(ReportText().isVisible());
@@ -471,6 +483,19 @@ TEST_F(MainWindowTest, AHandedImageIsShownAndTheWheelLeadsBack) {
     EXPECT_EQ(File(), "1.dcm");
     EXPECT_EQ(Image().View().rotation, 0);
     EXPECT_EQ(ReportImages().currentRow(), -1);
+}
+
+TEST_F(MainWindowTest, AnImageThatIsHandedWhileTheCatalogueIsAskedStaysOnTheScreen) {
+    Series().selectRow(1);
+    emit service.ImageHanded({folder.filePath("SER1/2.dcm"), std::make_shared<ViewParameters>(), {}});
+    EXPECT_EQ(File(), "2.dcm");
+    QTest::keyClick(&Image(), Qt::Key_Down);
+    EXPECT_EQ(File(), "3.dcm"); // of the series that was chosen
+    window.Start();
+    emit service.ImageHanded({folder.filePath("SER1/2.dcm"), std::make_shared<ViewParameters>(), {}});
+    EXPECT_EQ(File(), "2.dcm");
+    Named<QTableWidget>("Studies").selectRow(0);
+    EXPECT_EQ(File(), "1.dcm");
 }
 
 TEST_F(MainWindowTest, AListThatIsClearedLeavesTheImageOnScreen) {
