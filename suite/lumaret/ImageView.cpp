@@ -75,7 +75,7 @@ template <typename Draw> void WithDarkEdge(QPainter& painter, const QColor& colo
 
 ImageView::ImageView(QWidget* parent) : QWidget(parent) {
     setFocusPolicy(Qt::StrongFocus);
-    setMinimumSize(256, 256);
+    setMinimumSize(180, 160);
     setAccessibleName(tr("Image"));
     setAttribute(Qt::WA_OpaquePaintEvent);
     connect(this, &ImageView::Changed, this, [this] { setAccessibleDescription(InWords()); });

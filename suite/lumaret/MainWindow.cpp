@@ -25,10 +25,12 @@ namespace tavrel {
 // Other programs' words are shown too, and no line of the window takes more.
 constexpr qsizetype LongestWords = 2000;
 
+constexpr int LeastForThreeColumns = 900;
+
 MainWindow::MainWindow(CatalogueQuestions& catalogue, TavrelClient& tavrel, ViewerService& service)
     : catalogue_(catalogue), tavrel_(tavrel), service_(service), studies_(new StudyPanel(catalogue)),
-      image_(new ImageView), pane_(new ReportPane), splitter_(new QSplitter), reportImageList_(new QListWidget),
-      words_(new QLineEdit) {
+      image_(new ImageView), pane_(new ReportPane), splitter_(new QSplitter), imageAndReport_(new QSplitter),
+      reportImageList_(new QListWidget), words_(new QLineEdit) {
     BuildSelection();
     BuildActions();
     // A box that only reads: screen readers find it, and its words can be copied.
@@ -57,14 +59,18 @@ void MainWindow::BuildSelection() {
     column->addWidget(Framed(tr("I&mages of the open report"), reportImageList_));
 
     splitter_->addWidget(panel);
-    splitter_->addWidget(image_);
-    splitter_->addWidget(pane_);
+    splitter_->addWidget(imageAndReport_);
     splitter_->setStretchFactor(1, 1);
-    splitter_->setChildrenCollapsible(false);
+    imageAndReport_->addWidget(image_);
+    imageAndReport_->addWidget(pane_);
+    imageAndReport_->setStretchFactor(0, 1);
+    imageAndReport_->setMinimumWidth(image_->minimumWidth()); // it turns before both need more
+    for (QSplitter* splitter : {splitter_, imageAndReport_})
+        splitter->setChildrenCollapsible(false);
     setCentralWidget(splitter_);
     const QSize screen = QGuiApplication::primaryScreen()->availableSize();
     resize(screen * 0.9);
-    const int panelWidth = std::clamp(screen.width() / 4, 330, 520);
+    const int panelWidth = std::clamp(screen.width() / 3, 330, 560);
     splitter_->setSizes({panelWidth, screen.width() - panelWidth});
 }
 
@@ -171,9 +177,9 @@ void MainWindow::ShowDocument(const SeriesRow& document, const QStringList& file
     const bool hidden = pane_->isHidden();
     pane_->Show(document, files);
     if (hidden) {
-        QList<int> widths = splitter_->sizes();
-        const int rest = widths[1] + widths[2];
-        splitter_->setSizes({widths[0], rest - rest * 2 / 5, rest * 2 / 5});
+        const QSize size = imageAndReport_->size();
+        const int all = imageAndReport_->orientation() == Qt::Horizontal ? size.width() : size.height();
+        imageAndReport_->setSizes({all - all * 2 / 5, all * 2 / 5});
     }
     UpdateActions();
 }
@@ -386,6 +392,8 @@ void MainWindow::resizeEvent(QResizeEvent* event) {
         insertToolBarBreak(imageTools_);
     else if (!narrow && toolBarBreak(imageTools_))
         removeToolBarBreak(imageTools_);
+    // Beside the editor's window there is no room for three columns.
+    imageAndReport_->setOrientation(width() < LeastForThreeColumns ? Qt::Vertical : Qt::Horizontal);
     QMainWindow::resizeEvent(event);
 }
 

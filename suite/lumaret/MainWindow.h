@@ -84,6 +84,7 @@ private:
     ImageView* image_;
     ReportPane* pane_;
     QSplitter* splitter_;
+    QSplitter* imageAndReport_;
     QListWidget* reportImageList_;
     QLineEdit* words_;
     QToolBar* reportTools_;

@@ -35,6 +35,8 @@ ReportPane::ReportPane(QWidget* parent) : QWidget(parent), versionBox_(new QComb
     label->setBuddy(versionBox_);
     auto* hide = new QPushButton(tr("Hi&de"));
     hide->setToolTip(tr("Give the images the whole place"));
+    versionBox_->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+    versionBox_->setMinimumContentsLength(12);
     auto* line = new QHBoxLayout;
     line->addWidget(label);
     line->addWidget(versionBox_, 1);

@@ -4,11 +4,9 @@
 
 #include <QFormLayout>
 #include <QGroupBox>
-#include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QTableWidget>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -16,44 +14,12 @@
 namespace tavrel {
 namespace {
 
-QTableWidget* Table(const QStringList& columns, const QString& accessibleName) {
-    auto* table = new QTableWidget(0, static_cast<int>(columns.size()));
-    table->setHorizontalHeaderLabels(columns);
-    table->setAccessibleName(accessibleName);
-    table->setSelectionBehavior(QAbstractItemView::SelectRows);
-    table->setSelectionMode(QAbstractItemView::SingleSelection);
-    table->setEditTriggers(QAbstractItemView::NoEditTriggers);
-    table->setTabKeyNavigation(false);
-    table->setShowGrid(false);
-    table->setAlternatingRowColors(true);
-    table->setWordWrap(false);
-    table->verticalHeader()->hide();
-    table->horizontalHeader()->setHighlightSections(false);
-    table->verticalHeader()->setDefaultSectionSize(table->fontMetrics().height() + 8);
-    table->horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
-    // The last column takes what the others leave; a long name leaves it something.
-    table->horizontalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
-    table->horizontalHeader()->setSectionResizeMode(static_cast<int>(columns.size()) - 1, QHeaderView::Stretch);
-    table->horizontalHeader()->setMaximumSectionSize(table->fontMetrics().averageCharWidth() * 26);
-    return table;
-}
-
 QLineEdit* SearchBox(const QString& hint) {
     auto* box = new QLineEdit;
     box->setPlaceholderText(hint);
     box->setToolTip(hint);
     box->setClearButtonEnabled(true);
     return box;
-}
-
-void AddRow(QTableWidget& table, const QStringList& cells) {
-    const int row = table.rowCount();
-    table.insertRow(row);
-    for (int column = 0; column < cells.size(); ++column) {
-        auto* item = new QTableWidgetItem(cells[column]);
-        item->setToolTip(cells[column]);
-        table.setItem(row, column, item);
-    }
 }
 
 QString KindOnScreen(const SeriesRow& series) {
@@ -105,8 +71,9 @@ QWidget* Framed(const QString& title, QWidget* content) {
 StudyPanel::StudyPanel(CatalogueQuestions& catalogue)
     : catalogue_(catalogue), name_(SearchBox(tr("parts of the name"))), id_(SearchBox(tr("part of the identifier"))),
       date_(SearchBox(tr("dd/mm/yyyy, mm/yyyy or yyyy"))),
-      studyTable_(Table({tr("Patient"), tr("ID"), tr("Date"), tr("Study")}, tr("Studies"))),
-      seriesTable_(Table({tr("No."), tr("Kind"), tr("Files"), tr("Status"), tr("Description")}, tr("Series"))) {
+      studyTable_(new FittedTable({{tr("Patient"), 3}, {tr("ID"), 2}, {tr("Date")}, {tr("Study"), 2}}, tr("Studies"))),
+      seriesTable_(new FittedTable(
+          {{tr("No.")}, {tr("Kind"), 3}, {tr("Files")}, {tr("Status"), 2}, {tr("Description"), 3}}, tr("Series"))) {
     auto* form = new QFormLayout;
     form->addRow(tr("Patient &name"), name_);
     form->addRow(tr("Patient &ID"), id_);
@@ -160,11 +127,11 @@ void StudyPanel::List(const std::vector<StudyRow>& studies) {
     ForgetStudy();
     studies_ = studies;
     series_.clear();
-    seriesTable_->setRowCount(0);
-    studyTable_->setRowCount(0);
+    FillSeries();
+    QList<QStringList> rows;
     for (const StudyRow& study : studies_)
-        AddRow(*studyTable_,
-               {NameOnScreen(study.patientName), study.patientId, DateOnScreen(study.date), study.description});
+        rows += {NameOnScreen(study.patientName), study.patientId, DateOnScreen(study.date), study.description};
+    studyTable_->Fill(rows);
     SayCount();
     if (studies_.size() == 1 && !imageLeft_)
         studyTable_->selectRow(0);
@@ -208,10 +175,11 @@ void StudyPanel::ChooseStudy() {
 
 void StudyPanel::FillSeries() {
     const QSignalBlocker quiet(seriesTable_);
-    seriesTable_->setRowCount(0);
+    QList<QStringList> rows;
     for (const SeriesRow& series : series_)
-        AddRow(*seriesTable_, {QString::number(series.number), KindOnScreen(series), QString::number(series.images),
-                               series.status, series.description});
+        rows += {QString::number(series.number), KindOnScreen(series), QString::number(series.images), series.status,
+                 series.description};
+    seriesTable_->Fill(rows);
 }
 
 void StudyPanel::Refresh() {

@@ -1,13 +1,13 @@
 #pragma once
 
 #include "suite/lumaret/CatalogueQuestions.h"
+#include "suite/lumaret/FittedTable.h"
 
 #include <QWidget>
 
 #include <functional>
 
 class QLineEdit;
-class QTableWidget;
 
 namespace tavrel {
 
@@ -58,8 +58,8 @@ private:
     QLineEdit* name_;
     QLineEdit* id_;
     QLineEdit* date_;
-    QTableWidget* studyTable_;
-    QTableWidget* seriesTable_;
+    FittedTable* studyTable_;
+    FittedTable* seriesTable_;
     std::vector<StudyRow> studies_;
     std::vector<SeriesRow> series_;
     std::function<void()> askForFiles_; ///< of the series chosen last

@@ -517,6 +517,37 @@ TEST_F(MainWindowTest, AStoredReportComesIntoTheListAndTheImageStays) {
     EXPECT_EQ(Image().View().frame, 1);
 }
 
+TEST_F(MainWindowTest, HasPlaceBesideTheEditorOnASmallScreen) {
+    EXPECT_LE(window.minimumSizeHint().width(), 540);
+    window.resize(1152, 720);
+    ChooseReport();
+    EXPECT_GE(ReportText().mapTo(&window, QPoint()).x(), Image().mapTo(&window, QPoint()).x() + Image().width());
+    window.resize(540, 720);
+    EXPECT_LE(window.minimumSizeHint().width(), 540);
+    EXPECT_EQ(window.width(), 540);
+    EXPECT_GE(ReportText().mapTo(&window, QPoint()).y(), Image().mapTo(&window, QPoint()).y() + Image().height());
+}
+
+TEST_F(MainWindowTest, NoColumnIsOutOfSight) {
+    rows.AddPatient("HOSP-2026-00471", "GARCÍA LÓPEZ DE LA VEGA^JOSÉ MARÍA FERNANDO");
+    rows.AddStudy("1.2.9", "HOSP-2026-00471", "20261115", "C:\\S", "CT Thorax und Abdomen mit Kontrastmittel");
+    window.Start();
+    for (const int width : {540, 1152, 1800}) {
+        window.resize(width, 720);
+        for (const char* name : {"Studies", "Series"}) {
+            auto& table = Named<QTableWidget>(name);
+            int widths = 0;
+            for (int column = 0; column < table.columnCount(); ++column) {
+                widths += table.columnWidth(column);
+                EXPECT_GT(table.columnWidth(column), 20) << name << ' ' << column << " of " << width;
+            }
+            EXPECT_EQ(widths, table.viewport()->width()) << name << " of " << width;
+        }
+        auto& studies = Named<QTableWidget>("Studies");
+        EXPECT_GE(studies.columnWidth(2), studies.fontMetrics().horizontalAdvance("15/11/2026")) << width;
+    }
+}
+
 TEST_F(MainWindowTest, ACatalogueThatCannotBeReadIsSaid) {
     rows.Run("DROP TABLE Study");
     window.Start();

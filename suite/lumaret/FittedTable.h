@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QList>
+#include <QTableWidget>
+
+namespace tavrel {
+
+/// A table of rows to be chosen, whose columns always fit its width. What does not fit is taken from the columns that
+/// are widest by their weight; a column of no weight keeps all that it holds.
+class FittedTable : public QTableWidget {
+public:
+    struct Column {
+        QString title;
+        int weight = 0;
+    };
+
+    FittedTable(const QList<Column>& columns, const QString& accessibleName);
+
+    void Fill(const QList<QStringList>& rows);
+
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+    QSize minimumSizeHint() const override { return {120, 60}; }
+
+private:
+    void Fit();
+
+    QList<int> weights_;
+    QList<int> wanted_; ///< widths of what the columns hold
+};
+
+} // namespace tavrel
