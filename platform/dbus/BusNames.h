@@ -19,6 +19,8 @@ inline constexpr auto TavrelObjectInterface = "Tavrel.CTavrel";
 inline constexpr BusObject TavrelReport{"Tavrel.CTavrel", "/Tavrel/Report", "Tavrel.Report"};
 inline constexpr auto StudyOfReport = "StudyInstanceUID"; ///< its one property
 inline constexpr BusObject LumaretViewer{"Lumaret.Viewer", "/Lumaret/Viewer", "Lumaret.Viewer"};
+/// What the desktop's own interface for a program asks of it.
+inline constexpr BusObject LumaretApplication{"Lumaret.Viewer", "/Lumaret/Viewer", "org.freedesktop.Application"};
 inline constexpr BusObject PorvaneService{"Porvane.Service", "/Porvane/Service", "Porvane.Service"};
 
 /// The bus itself.

@@ -150,6 +150,7 @@ void MainWindow::ConnectReport() {
         Refresh();
     });
     connect(&service_, &ViewerService::Refused, this, &MainWindow::Say);
+    connect(&service_, &ViewerService::Activated, this, &MainWindow::ShowItself);
     connect(&service_, &ViewerService::ListCleared, this, &MainWindow::ClearReportImages);
     connect(&service_, &ViewerService::ImageHanded, this, [this](const ReportImage& image) {
         studies_->LeaveImage();
@@ -377,6 +378,13 @@ void MainWindow::Say(const QString& words) {
     words_->setText(shown);
     words_->setCursorPosition(0);
     words_->setToolTip(shown);
+}
+
+void MainWindow::ShowItself() {
+    setWindowState(windowState() & ~Qt::WindowMinimized);
+    show();
+    raise();
+    activateWindow();
 }
 
 void MainWindow::ReportStored() {

@@ -75,6 +75,8 @@ private:
     void Turn(int steps);
     void UpdateActions();
     void Say(const QString& words);
+    /// Comes to the front, from the task bar too.
+    void ShowItself();
 
     CatalogueQuestions& catalogue_;
     TavrelClient& tavrel_;

@@ -4,6 +4,7 @@
 
 #include "InterfaceTexts.h"
 
+#include <QDBusAbstractAdaptor>
 #include <QDBusConnection>
 #include <QObject>
 #include <QVariantMap>
@@ -21,7 +22,7 @@ class ViewerService : public QObject {
     Q_PROPERTY(QVariantMap ViewPars READ ViewPars WRITE ViewPars)
 
 public:
-    explicit ViewerService(QObject* parent = nullptr) : QObject(parent) {}
+    explicit ViewerService(QObject* parent = nullptr);
 
     /// Takes the name and shows the object; false when another process has the name.
     bool Register(QDBusConnection bus);
@@ -36,6 +37,8 @@ signals:
     /// What a report handed over is no image; why, in plain words.
     void Refused(const QString& words);
     void ListCleared();
+    /// Another start of the program asks for the window.
+    void Activated();
 
 private:
     QVariantMap ViewPars() const;
@@ -44,6 +47,28 @@ private:
     QString srFilename_;
     QString lutName_;
     ViewParametersHandle viewPars_;
+};
+
+/// "org.freedesktop.Application" of the viewer: it runs once, and a further start has the first show itself.
+class ApplicationInterface : public QDBusAbstractAdaptor {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
+
+public:
+    explicit ApplicationInterface(ViewerService& service) : QDBusAbstractAdaptor(&service), service_(service) {}
+
+    /// Has the viewer that runs show itself, with what the desktop gave this start to allow it; false when it does not
+    /// answer.
+    static bool AskToShow(QDBusConnection bus, const QString& token);
+
+public slots:
+    void Activate(const QVariantMap& platformData);
+    /// It opens no files: that of which it shows images is the catalogue's.
+    void Open(const QStringList& uris, const QVariantMap& platformData);
+    void ActivateAction(const QString& name, const QVariantList& parameter, const QVariantMap& platformData);
+
+private:
+    ViewerService& service_;
 };
 
 } // namespace tavrel

@@ -17,6 +17,7 @@ int main(int argumentCount, char** arguments) {
                         "The image viewer of the workstation: shows the studies of the catalogue and opens their\n"
                         "reports. It takes the options of the Qt toolkit besides."))
         return EXIT_SUCCESS;
+    const QString token = qEnvironmentVariable("XDG_ACTIVATION_TOKEN"); // the toolkit takes it for itself
     const auto application = ApplicationOnDisplay("lumaret", argumentCount, arguments);
     QApplication::setApplicationName("Lumaret"); // no display name: it would stand in every title once more
     QApplication::setDesktopFileName("lumaret");
@@ -27,7 +28,9 @@ int main(int argumentCount, char** arguments) {
     const DesktopLook look(*application, bus);
     ViewerService service;
     if (bus.isConnected() && !service.Register(bus)) {
-        QMessageBox::information(nullptr, QString(), QObject::tr("The viewer is open already."));
+        if (!ApplicationInterface::AskToShow(bus, token))
+            QMessageBox::information(nullptr, QString(),
+                                     QObject::tr("The viewer is open already, and does not answer."));
         return EXIT_SUCCESS;
     }
 

@@ -252,28 +252,29 @@ class TheReportProgram(BesideTheReport):
 
 class TheViewer(BesideTheReport):
 
-    def test_is_there_once(self):
-        second = subprocess.Popen(["lumaret"])
-        self.addCleanup(second.kill)
-        [box] = wait_until(lambda: _refusals(1), "the message")
-        box.press("OK")
-        self.assertEqual(second.wait(10), 0)
+    def start_another(self):
+        process = subprocess.Popen(["lumaret"], stderr=subprocess.DEVNULL)
+        self.addCleanup(process.kill)
+        return process
+
+    def test_is_there_once_and_comes_to_the_front_when_it_is_started_again(self):
+        editor = self.open_report()
+        for hide in (editor.activate, lambda: xdotool("windowminimize", xdotool("getactivewindow").strip())):
+            hide()
+            self.assertEqual(self.start_another().wait(10), 0)
+            wait_until(lambda: self.viewer.window.active(), "the viewer at the front")
+        self.assertEqual(len(processes("lumaret")), 1)
         self.assertEqual(self.viewer.series.count(), 1)
 
     def test_is_there_once_of_those_started_at_once(self):
         self.viewer.end()
-        started = [subprocess.Popen(["lumaret"], stderr=subprocess.DEVNULL) for _ in range(3)]
-        for process in started:
-            self.addCleanup(process.kill)
-        refused = wait_until(lambda: _refusals(2), "two of three to be refused")
-        for box in refused:
-            box.press("OK")
+        started = [self.start_another() for _ in range(3)]
         wait_until(lambda: len([each for each in started if each.poll() is None]) == 1, "one viewer")
 
-
-def _refusals(count):
-    """The messages of those that are not the first, once there are so many."""
-    lumarets = [Program("Lumaret", process=process) for process in processes("lumaret")]
-    boxes = [window for each in lumarets for window in each.windows()
-             if "The viewer is open already." in window.labels()]
-    return boxes if len(boxes) == count else None
+    def test_that_hangs_is_said_to_one_that_is_started_again(self):
+        os.kill(self.viewer.process.pid, signal.SIGSTOP)
+        self.addCleanup(os.kill, self.viewer.process.pid, signal.SIGCONT)
+        second = self.start_another()
+        box = Program("Lumaret", process=second.pid).message("The viewer is open already, and does not answer.", 12)
+        box.press("OK")
+        self.assertEqual(second.wait(10), 0)

@@ -548,6 +548,16 @@ TEST_F(MainWindowTest, NoColumnIsOutOfSight) {
     }
 }
 
+TEST_F(MainWindowTest, ComesToTheFrontForASecondStart) {
+    window.showMinimized();
+    emit service.Activated();
+    EXPECT_FALSE(window.isMinimized());
+    EXPECT_TRUE(QTest::qWaitForWindowActive(&window));
+    window.showMaximized();
+    emit service.Activated();
+    EXPECT_TRUE(window.isMaximized());
+}
+
 TEST_F(MainWindowTest, ACatalogueThatCannotBeReadIsSaid) {
     rows.Run("DROP TABLE Study");
     window.Start();

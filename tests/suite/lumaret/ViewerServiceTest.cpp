@@ -19,6 +19,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <thread>
 
 namespace tavrel::test {
 namespace {
@@ -117,6 +118,35 @@ TEST_F(ViewerServiceTest, ASecondViewerIsRefused) {
     ViewerService second;
     EXPECT_TRUE(registered);
     EXPECT_FALSE(second.Register(other));
+}
+
+TEST_F(ViewerServiceTest, ASecondStartHasTheFirstShowItself) {
+    int shown = 0;
+    QObject::connect(&service, &ViewerService::Activated, [&] { ++shown; });
+    bool answered = false;
+    std::jthread second([&] { answered = ApplicationInterface::AskToShow(bus.Connect(), "token"); });
+    ASSERT_TRUE(WaitUntil([&] { return shown == 1; }));
+    second.join();
+    EXPECT_TRUE(answered);
+    EXPECT_EQ(qgetenv("XDG_ACTIVATION_TOKEN"), "token");
+    qunsetenv("XDG_ACTIVATION_TOKEN");
+}
+
+TEST_F(ViewerServiceTest, TheDesktopsInterfaceIsWholeAndStartsNobody) {
+    int shown = 0;
+    QObject::connect(&service, &ViewerService::Activated, [&] { ++shown; });
+    const QVariantMap none;
+    for (const auto& [member, arguments] :
+         {std::pair("Activate", QVariantList{none}), std::pair("Open", QVariantList{QStringList{"file:///x"}, none}),
+          std::pair("ActivateAction", QVariantList{"x", QVariantList(), none})}) {
+        const auto call = Ask(bus.Connect(), LumaretApplication.service, LumaretApplication.path,
+                              LumaretApplication.interface, member, arguments);
+        ASSERT_TRUE(WaitForAnswer(call));
+        EXPECT_FALSE(call.isError()) << member << ": " << call.error().message().toStdString();
+    }
+    EXPECT_EQ(shown, 3);
+    viewersBus.unregisterService(LumaretViewer.service);
+    EXPECT_FALSE(ApplicationInterface::AskToShow(bus.Connect(), {}));
 }
 
 /// Hands what the editor reads from its file to the viewer.
