@@ -4,6 +4,7 @@
 #include "platform/dcmtk/DicomFile.h"
 #include "platform/error.h"
 #include "platform/paths.h"
+#include "suite/lumaret/FoldedText.h"
 #include "suite/lumaret/ScreenText.h"
 #include "suite/lumaret/TrialRun.h"
 
@@ -52,8 +53,9 @@ std::unique_ptr<DcmDataset> Parsed(const QString& path) {
 }
 
 void CheckTexts(DcmDataset& dataSet, const QString& path) {
-    for (const DcmTagKey& tag : {DCM_SpecificCharacterSet, DCM_PatientName, DCM_PatientID, DCM_StudyInstanceUID,
-                                 DCM_StudyDate, DCM_StudyDescription, DCM_Modality, DCM_SeriesDescription})
+    for (const DcmTagKey& tag :
+         {DCM_SpecificCharacterSet, DCM_PatientName, DCM_PatientID, DCM_IssuerOfPatientID, DCM_StudyInstanceUID,
+          DCM_StudyDate, DCM_StudyDescription, DCM_Modality, DCM_SeriesDescription})
         if (DcmElement* text = nullptr;
             dataSet.findAndGetElement(tag, text).good() && text->getLength() > LongestTextBytes)
             Fail(path, "a text in its header is too long");
@@ -119,6 +121,30 @@ std::optional<std::array<double, 6>> CosinesIn(const QStringList& values) {
 }
 
 } // namespace
+
+std::optional<PatientIdentity> PatientIn(const QString& path) {
+    try {
+        const auto dataSet = Parsed(path);
+        CheckTexts(*dataSet, path);
+        return PatientIdentity{TextOf(*dataSet, DCM_PatientName, TextKind::PersonName),
+                               TextOf(*dataSet, DCM_PatientID, TextKind::Values),
+                               TextOf(*dataSet, DCM_IssuerOfPatientID, TextKind::Values)};
+    } catch (const Error&) {
+        return std::nullopt;
+    }
+}
+
+bool SamePatient(const PatientIdentity& one, const PatientIdentity& other) {
+    return one.id == other.id && (one.issuer.isEmpty() || other.issuer.isEmpty() || one.issuer == other.issuer);
+}
+
+bool SameName(const QString& one, const QString& other) {
+    const auto compared = [](const QString& name) {
+        return Folded(name.section('=', 0, 0)).replace('`', '\'').replace('^', ' ').simplified();
+    };
+    const QString first = compared(one), second = compared(other);
+    return first.isEmpty() || second.isEmpty() || first == second;
+}
 
 QString StudyUidOf(const QString& path) {
     try {

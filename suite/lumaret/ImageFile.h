@@ -22,6 +22,19 @@ struct GreyWindow {
     bool operator==(const GreyWindow&) const = default;
 };
 
+/// Who a file says that its patient is.
+struct PatientIdentity {
+    QString name; ///< as DICOM writes it
+    QString id;
+    QString issuer; ///< of the identifier; mostly empty
+};
+/// Nothing when the file cannot be read.
+std::optional<PatientIdentity> PatientIn(const QString& path);
+/// Whether the identifiers are one patient's: the same, and not of two issuers.
+bool SamePatient(const PatientIdentity& one, const PatientIdentity& other);
+/// Whether two names are one, whatever their letter case and accents; a name that is not there is no other one.
+bool SameName(const QString& one, const QString& other);
+
 /// The Study Instance UID in the header of a DICOM file; empty when it cannot be read.
 QString StudyUidOf(const QString& path);
 

@@ -132,6 +132,7 @@ void MainWindow::ConnectStudies() {
     });
     connect(studies_, &StudyPanel::ImagesChosen, this, &MainWindow::ShowImages);
     connect(studies_, &StudyPanel::DocumentChosen, this, &MainWindow::ShowDocument);
+    connect(studies_, &StudyPanel::OtherReportChosen, this, &MainWindow::ShowOtherReport);
     connect(studies_, &StudyPanel::ReportActivated, this, [this](const QString& seriesUid) {
         pane_->Clear(); // the editor shows it
         tavrel_.LoadSRSeries(seriesUid, study_.studyUid);
@@ -177,6 +178,20 @@ void MainWindow::ShowImages(const SeriesRow& series, const QStringList& files, b
 void MainWindow::ShowDocument(const SeriesRow& document, const QStringList& files) {
     const bool hidden = pane_->isHidden();
     pane_->Show(document, files);
+    MakeRoomForReport(hidden);
+}
+
+void MainWindow::ShowOtherReport(const OtherReports::Report& other, const QStringList& files) {
+    const StudyRow& study = other.report.study;
+    QString notice = tr("Of another study: %1").arg((DateOnScreen(study.date) + "  " + study.description).trimmed());
+    if (!other.otherName.isEmpty())
+        notice += '\n' + tr("It names %1, with the same ID.").arg(NameOnScreen(other.otherName));
+    const bool hidden = pane_->isHidden();
+    pane_->ShowOther(other.report.series, files, notice, study.patientId);
+    MakeRoomForReport(hidden);
+}
+
+void MainWindow::MakeRoomForReport(bool hidden) {
     if (hidden) {
         const QSize size = imageAndReport_->size();
         const int all = imageAndReport_->orientation() == Qt::Horizontal ? size.width() : size.height();

@@ -51,6 +51,9 @@ private:
 
     void ShowImages(const SeriesRow& series, const QStringList& files, bool shown);
     void ShowDocument(const SeriesRow& document, const QStringList& files);
+    void ShowOtherReport(const OtherReports::Report& other, const QStringList& files);
+    /// Gives the report beside the images its place.
+    void MakeRoomForReport(bool hidden);
     /// Reads again what others may have changed.
     void Refresh();
     void ShowSlice(int file, int frame, bool keepView);

@@ -1,6 +1,7 @@
 #include "suite/lumaret/ReportPane.h"
 
 #include "platform/error.h"
+#include "suite/lumaret/ImageFile.h"
 
 #include <QComboBox>
 #include <QHBoxLayout>
@@ -30,7 +31,8 @@ public:
 
 } // namespace
 
-ReportPane::ReportPane(QWidget* parent) : QWidget(parent), versionBox_(new QComboBox), text_(new Paper) {
+ReportPane::ReportPane(QWidget* parent)
+    : QWidget(parent), notice_(new QLabel), versionBox_(new QComboBox), text_(new Paper) {
     auto* label = new QLabel(tr("&Version"));
     label->setBuddy(versionBox_);
     auto* hide = new QPushButton(tr("Hi&de"));
@@ -42,6 +44,13 @@ ReportPane::ReportPane(QWidget* parent) : QWidget(parent), versionBox_(new QComb
     line->addWidget(versionBox_, 1);
     line->addWidget(hide);
     auto* column = new QVBoxLayout(this);
+    notice_->setWordWrap(true);
+    notice_->setTextFormat(Qt::PlainText);
+    notice_->setAccessibleName(tr("Other study"));
+    QFont bold = notice_->font();
+    bold.setBold(true);
+    notice_->setFont(bold);
+    column->addWidget(notice_);
     column->addLayout(line);
     column->addWidget(text_, 1);
     connect(hide, &QPushButton::clicked, this, &ReportPane::Clear);
@@ -50,6 +59,19 @@ ReportPane::ReportPane(QWidget* parent) : QWidget(parent), versionBox_(new QComb
 }
 
 void ReportPane::Show(const SeriesRow& series, const QStringList& files) {
+    Show(series, files, {}, {});
+}
+
+void ReportPane::ShowOther(const SeriesRow& series, const QStringList& files, const QString& notice,
+                           const QString& patientId) {
+    Show(series, files, notice, patientId);
+}
+
+void ReportPane::Show(const SeriesRow& series, const QStringList& files, const QString& notice,
+                      const QString& patientId) {
+    notice_->setText(notice);
+    notice_->setHidden(notice.isEmpty());
+    patientId_ = patientId;
     series_ = series;
     versions_ = VersionsOf(files);
     List({});
@@ -86,8 +108,16 @@ void ReportPane::ShowVersion(int index) {
         text_->setPlainText(tr("The catalogue names no file of this report."));
         return;
     }
+    const QString& path = versions_[static_cast<std::size_t>(index)].path;
+    if (!patientId_.isEmpty()) {
+        const auto patient = PatientIn(path);
+        if (patient && patient->id != patientId_) {
+            text_->setPlainText(tr("This version names another patient and is not shown."));
+            return;
+        }
+    }
     try {
-        text_->setHtml(ReportAsHtml(versions_[static_cast<std::size_t>(index)].path));
+        text_->setHtml(ReportAsHtml(path));
     } catch (const Error& error) {
         text_->setPlainText(QString::fromStdString(error.description));
     }

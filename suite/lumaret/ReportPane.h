@@ -6,6 +6,7 @@
 #include <QWidget>
 
 class QComboBox;
+class QLabel;
 class QTextBrowser;
 
 namespace tavrel {
@@ -19,6 +20,8 @@ public:
 
     /// Shows itself and the newest of the series' files.
     void Show(const SeriesRow& series, const QStringList& files);
+    /// The same of another study, which `notice` tells of; a version that names another patient is not shown.
+    void ShowOther(const SeriesRow& series, const QStringList& files, const QString& notice, const QString& patientId);
     /// The series' files as they are now: the version on screen stays, unless it was the newest and there
     /// is a newer one.
     void Update(const QStringList& files);
@@ -32,9 +35,13 @@ private:
     void List(const QString& chosen);
     void ShowVersion(int index);
 
+    void Show(const SeriesRow& series, const QStringList& files, const QString& notice, const QString& patientId);
+
+    QLabel* notice_;
     QComboBox* versionBox_;
     QTextBrowser* text_;
     SeriesRow series_;
+    QString patientId_; ///< of the one whose report of another study it is, or empty
     std::vector<ReportVersion> versions_;
 };
 

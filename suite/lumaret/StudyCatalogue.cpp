@@ -90,6 +90,19 @@ QString NativePathOf(const QString& inside) {
     return QString::fromStdString(NativePath(inside.toStdString()));
 }
 
+StudyRow StudyOf(const ResultSet& rows) {
+    return {Field(rows, "StudyInstanceUID"), Field(rows, "PatientName"), Field(rows, "ID"), Field(rows, "StudyDate"),
+            Field(rows, "StudyDescription")};
+}
+
+SeriesRow SeriesIn(const ResultSet& rows) {
+    SeriesRow row{Field(rows, "SeriesInstanceUID"), Field(rows, "Modality"), Field(rows, "SeriesDescription"),
+                  Field(rows, "SeriesStatus"),
+                  NativePathOf(Field(rows, "StudyPath") + '\\' + Field(rows, "SeriesDir"))};
+    row.number = Field(rows, "SeriesNumber").toInt();
+    return row;
+}
+
 } // namespace
 
 StudyCatalogue::StudyCatalogue(Database& database, std::string dataSource)
@@ -125,10 +138,7 @@ std::vector<StudyRow> StudyCatalogue::StudiesWhere(const QString& condition) {
         "FROM Patient, Study WHERE Patient.ID = Study.IDPatient" +
             condition + " ORDER BY Study.StudyDate DESC, Study.StudyTime DESC, Patient.PatientName LIMIT " +
             QString::number(Limit),
-        [](const ResultSet& rows) {
-            return StudyRow{Field(rows, "StudyInstanceUID"), Field(rows, "PatientName"), Field(rows, "ID"),
-                            Field(rows, "StudyDate"), Field(rows, "StudyDescription")};
-        });
+        StudyOf);
 }
 
 std::optional<StudyRow> StudyCatalogue::Study(const QString& studyUid) {
@@ -166,13 +176,36 @@ std::vector<SeriesRow> StudyCatalogue::SeriesOf(const QString& studyUid) {
         "FROM Series, Study WHERE Series.StudyInstanceUID = Study.StudyInstanceUID AND Study.StudyInstanceUID = " +
         Quoted(studyUid) + " ORDER BY Series.SeriesNumber, Series.SeriesInstanceUID";
     return Query(statement, [](const ResultSet& rows) {
-        SeriesRow row{Field(rows, "SeriesInstanceUID"), Field(rows, "Modality"), Field(rows, "SeriesDescription"),
-                      Field(rows, "SeriesStatus"),
-                      NativePathOf(Field(rows, "StudyPath") + '\\' + Field(rows, "SeriesDir"))};
-        row.number = Field(rows, "SeriesNumber").toInt();
+        SeriesRow row = SeriesIn(rows);
         row.images = Field(rows, "Images").toInt();
         return row;
     });
+}
+
+std::vector<OtherReport> StudyCatalogue::OtherReportsOf(const StudyRow& study) {
+    if (study.patientId.trimmed().isEmpty())
+        return {};
+    const QString statement =
+        "SELECT Study.StudyInstanceUID, Patient.PatientName, Patient.ID, Study.StudyDate, Study.StudyDescription, "
+        "Series.SeriesInstanceUID, Series.Modality, Series.SeriesDescription, Series.SeriesStatus, Series.SeriesDir, "
+        "Series.SeriesNumber, Study.StudyPath, "
+        "(SELECT MAX(ImageFile) FROM Image WHERE Image.SeriesInstanceUID = Series.SeriesInstanceUID) AS NewestFile "
+        "FROM Patient, Study, Series WHERE Patient.ID = Study.IDPatient "
+        "AND Series.StudyInstanceUID = Study.StudyInstanceUID AND Series.Modality IN ('SR', 'SR-OTHER') "
+        "AND Patient.ID = " +
+        Quoted(study.patientId) + " AND Study.StudyInstanceUID <> " + Quoted(study.studyUid) +
+        " ORDER BY Study.StudyDate DESC, Study.StudyTime DESC, Series.SeriesNumber LIMIT " +
+        QString::number(MostOtherReports);
+    auto reports = Query(statement, [](const ResultSet& rows) {
+        const QString newest = Field(rows, "NewestFile");
+        OtherReport report{StudyOf(rows), SeriesIn(rows), {}};
+        if (!newest.isEmpty())
+            report.newestFile = report.series.folder + '/' + newest;
+        return report;
+    });
+    // An engine may pass over trailing blanks and apostrophes.
+    std::erase_if(reports, [&](const OtherReport& report) { return report.study.patientId != study.patientId; });
+    return reports;
 }
 
 QStringList StudyCatalogue::FilesOf(const SeriesRow& series) {

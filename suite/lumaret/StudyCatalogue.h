@@ -30,6 +30,13 @@ struct SeriesRow {
     bool operator==(const SeriesRow&) const = default;
 };
 
+/// A report in another study of a patient.
+struct OtherReport {
+    StudyRow study;
+    SeriesRow series;
+    QString newestFile; ///< native; empty when the catalogue names none
+};
+
 /// What the viewer reads of the catalogue. Events may be handled while it waits for an answer. Every failure is an
 /// `Error`.
 class StudyCatalogue {
@@ -45,10 +52,14 @@ public:
     /// That study, or none.
     std::optional<StudyRow> Study(const QString& studyUid);
     std::vector<SeriesRow> SeriesOf(const QString& studyUid);
+    /// The reports in the other studies of that study's patient, by the patient's identifier, to the letter; the newest
+    /// study first, at most `MostOtherReports`. Those of a patient without an identifier are not known.
+    std::vector<OtherReport> OtherReportsOf(const StudyRow& study);
     /// The series' image files as native paths, in the order of their instance numbers.
     QStringList FilesOf(const SeriesRow& series);
 
     static constexpr int Limit = 500;
+    static constexpr int MostOtherReports = 100;
 
 private:
     std::vector<StudyRow> StudiesWhere(const QString& condition);

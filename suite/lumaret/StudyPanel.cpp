@@ -31,7 +31,8 @@ QString KindOnScreen(const SeriesRow& series) {
 }
 
 // What the catalogue is asked about.
-const QString Studies = "studies", Series = "series", SeriesAgain = "series again", Files = "files";
+const QString Studies = "studies", Series = "series", SeriesAgain = "series again", Files = "files",
+              Others = "other reports";
 
 /// A study's series, and the files of the first that holds images.
 struct OpenedStudy {
@@ -73,7 +74,10 @@ StudyPanel::StudyPanel(CatalogueQuestions& catalogue)
       date_(SearchBox(tr("dd/mm/yyyy, mm/yyyy or yyyy"))),
       studyTable_(new FittedTable({{tr("Patient"), 3}, {tr("ID"), 2}, {tr("Date")}, {tr("Study"), 2}}, tr("Studies"))),
       seriesTable_(new FittedTable(
-          {{tr("No.")}, {tr("Kind"), 3}, {tr("Files")}, {tr("Status"), 2}, {tr("Description"), 3}}, tr("Series"))) {
+          {{tr("No.")}, {tr("Kind"), 3}, {tr("Files")}, {tr("Status"), 2}, {tr("Description"), 3}}, tr("Series"))),
+      otherTable_(new FittedTable(
+          {{tr("Date")}, {tr("Study"), 3}, {tr("Kind"), 2}, {tr("Status"), 2}, {tr("Named"), 3}}, tr("Other reports"))),
+      leftOut_(new QLabel), otherFrame_(new QGroupBox(tr("Other re&ports of the patient"))) {
     auto* form = new QFormLayout;
     form->addRow(tr("Patient &name"), name_);
     form->addRow(tr("Patient &ID"), id_);
@@ -94,11 +98,20 @@ StudyPanel::StudyPanel(CatalogueQuestions& catalogue)
     column->addWidget(Framed(tr("S&tudies"), studyTable_), 3);
     column->addWidget(Framed(tr("S&eries and reports"), seriesTable_), 2);
 
+    auto* others = new QVBoxLayout(otherFrame_);
+    leftOut_->setWordWrap(true);
+    others->addWidget(otherTable_);
+    others->addWidget(leftOut_);
+    column->addWidget(otherFrame_, 1);
+    otherFrame_->hide();
+
     for (const QLineEdit* box : {name_, id_, date_})
         connect(box, &QLineEdit::returnPressed, this, &StudyPanel::Search);
     connect(search, &QPushButton::clicked, this, &StudyPanel::Search);
     connect(studyTable_, &QTableWidget::itemSelectionChanged, this, &StudyPanel::ChooseStudy);
     connect(seriesTable_, &QTableWidget::itemSelectionChanged, this, &StudyPanel::ChooseSeries);
+    connect(otherTable_, &QTableWidget::itemSelectionChanged, this, &StudyPanel::ChooseOtherReport);
+    connect(otherTable_, &QTableWidget::itemActivated, this, &StudyPanel::ChooseOtherReport);
     connect(seriesTable_, &QTableWidget::itemActivated, this, &StudyPanel::ActivateSeries);
 }
 
@@ -107,8 +120,9 @@ void StudyPanel::SayFailure(const QString& words) {
 }
 
 void StudyPanel::ForgetStudy() {
-    for (const QString& subject : {Series, SeriesAgain, Files})
+    for (const QString& subject : {Series, SeriesAgain, Files, Others})
         catalogue_.Forget(subject);
+    ListOtherReports({});
 }
 
 void StudyPanel::Search() {
@@ -161,9 +175,10 @@ void StudyPanel::ChooseStudy() {
     emit StudyChosen(study);
     catalogue_.Ask(
         Series, [uid = study.studyUid](StudyCatalogue& catalogue) { return Opened(catalogue, uid); },
-        [this](const OpenedStudy& opened) {
+        [this, study](const OpenedStudy& opened) {
             series_ = opened.series;
             FillSeries();
+            AskForOtherReports(study, opened.files.value(0));
             if (!opened.images)
                 return;
             const QSignalBlocker quiet(seriesTable_);
@@ -205,6 +220,54 @@ void StudyPanel::Refresh() {
         [this](const QString& words) { SayFailure(words); });
 }
 
+void StudyPanel::AskForOtherReports(const StudyRow& study, const QString& imageFile) {
+    catalogue_.Ask(
+        Others, [study, imageFile](StudyCatalogue& catalogue) { return FindOtherReports(catalogue, study, imageFile); },
+        [this](const OtherReports& found) { ListOtherReports(found); },
+        [this](const QString& words) { SayFailure(words); });
+}
+
+void StudyPanel::ListOtherReports(const OtherReports& found) {
+    const QSignalBlocker quiet(otherTable_);
+    others_ = found.reports;
+    QList<QStringList> rows;
+    bool otherNames = false;
+    for (const auto& [report, otherName] : others_) {
+        rows += {DateOnScreen(report.study.date), report.study.description, KindOnScreen(report.series),
+                 report.series.status, NameOnScreen(otherName)};
+        otherNames = otherNames || !otherName.isEmpty();
+    }
+    otherTable_->setColumnHidden(otherTable_->columnCount() - 1, !otherNames);
+    otherTable_->Fill(rows);
+    QStringList words;
+    if (otherNames)
+        words += tr("A report with this ID names another patient.");
+    if (found.leftOut > 0)
+        words += tr("Not listed: %1 whose files name another patient.").arg(found.leftOut);
+    if (others_.size() == static_cast<std::size_t>(StudyCatalogue::MostOtherReports))
+        words += tr("The newest %1 are listed.").arg(others_.size());
+    leftOut_->setText(words.join(' '));
+    leftOut_->setHidden(words.isEmpty());
+    otherFrame_->setHidden(others_.empty() && words.isEmpty());
+}
+
+void StudyPanel::ChooseOtherReport() {
+    const OtherReports::Report* selected = SelectedOf(others_, *otherTable_);
+    if (!selected)
+        return;
+    if (const SeriesRow* series = SelectedSeries(); series && series->IsDocument()) {
+        const QSignalBlocker quiet(seriesTable_);
+        seriesTable_->clearSelection(); // to be chosen again
+    }
+    askForFiles_ = [this, chosen = *selected] {
+        catalogue_.Ask(
+            Files, [series = chosen.report.series](StudyCatalogue& catalogue) { return catalogue.FilesOf(series); },
+            [this, chosen](const QStringList& files) { emit OtherReportChosen(chosen, files); },
+            [this](const QString& words) { SayFailure(words); });
+    };
+    askForFiles_();
+}
+
 const SeriesRow* StudyPanel::SelectedSeries() const {
     return SelectedOf(series_, *seriesTable_);
 }
@@ -229,10 +292,13 @@ void StudyPanel::ChooseSeries() {
         catalogue_.Ask(
             Files, [series](StudyCatalogue& catalogue) { return catalogue.FilesOf(series); },
             [this, series](const QStringList& files) {
-                if (series.IsDocument())
+                if (series.IsDocument()) {
+                    const QSignalBlocker quiet(otherTable_);
+                    otherTable_->clearSelection();
                     emit DocumentChosen(series, files);
-                else
+                } else {
                     emit ImagesChosen(series, files, !imageLeft_);
+                }
             },
             [this](const QString& words) { SayFailure(words); });
     };

@@ -2,11 +2,13 @@
 
 #include "suite/lumaret/CatalogueQuestions.h"
 #include "suite/lumaret/FittedTable.h"
+#include "suite/lumaret/OtherReports.h"
 
 #include <QWidget>
 
 #include <functional>
 
+class QLabel;
 class QLineEdit;
 
 namespace tavrel {
@@ -14,7 +16,8 @@ namespace tavrel {
 /// A titled frame around a part of the window.
 QWidget* Framed(const QString& title, QWidget* content);
 
-/// The catalogue's studies, with boxes to search them, and the series and reports of the chosen one.
+/// The catalogue's studies, with boxes to search them, the series and reports of the chosen one, and the reports in the
+/// other studies of its patient.
 class StudyPanel : public QWidget {
     Q_OBJECT
 
@@ -37,6 +40,8 @@ signals:
     /// `shown`: no other image has come onto the screen since then.
     void ImagesChosen(const tavrel::SeriesRow& series, const QStringList& files, bool shown);
     void DocumentChosen(const tavrel::SeriesRow& document, const QStringList& files);
+    /// A report of another study of the same patient, to be read.
+    void OtherReportChosen(const tavrel::OtherReports::Report& report, const QStringList& files);
     /// A series was activated (double click, Enter).
     void ReportActivated(const QString& seriesUid);
     void ImagesActivated();
@@ -47,6 +52,9 @@ private:
     void ChooseSeries();
     void ActivateSeries();
     void FillSeries();
+    void AskForOtherReports(const StudyRow& study, const QString& imageFile);
+    void ListOtherReports(const OtherReports& found);
+    void ChooseOtherReport();
     void List(const std::vector<StudyRow>& studies);
     void SayCount();
     void SayFailure(const QString& words);
@@ -60,6 +68,10 @@ private:
     QLineEdit* date_;
     FittedTable* studyTable_;
     FittedTable* seriesTable_;
+    FittedTable* otherTable_;
+    QLabel* leftOut_;
+    QWidget* otherFrame_;
+    std::vector<OtherReports::Report> others_;
     std::vector<StudyRow> studies_;
     std::vector<SeriesRow> series_;
     std::function<void()> askForFiles_; ///< of the series chosen last

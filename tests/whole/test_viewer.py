@@ -7,7 +7,7 @@ import subprocess
 import time
 
 from case import ViewerTest
-from person.driver import Program, wait_until
+from person.driver import Program, wait_until, xdotool
 from person.editor import Editor
 from person.studies import Study
 from person.viewer import Viewer

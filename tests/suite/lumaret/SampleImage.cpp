@@ -58,6 +58,8 @@ void WriteImage(const QString& path, const SampleImage& image) {
     dataSet.putAndInsertString(DCM_SeriesInstanceUID, "1.2.3.1");
     dataSet.putAndInsertString(DCM_PatientName, image.patientName);
     dataSet.putAndInsertString(DCM_PatientID, image.patientId);
+    if (*image.issuer)
+        dataSet.putAndInsertString(DCM_IssuerOfPatientID, image.issuer);
     dataSet.putAndInsertString(DCM_StudyDate, "20261114");
     dataSet.putAndInsertString(DCM_Modality, "CT");
     dataSet.putAndInsertUint16(DCM_Rows, static_cast<Uint16>(image.rows));

@@ -19,6 +19,7 @@ struct SampleImage {
     const char* studyUid = "1.2.3";
     const char* patientName = "ROSSI^MARIA";
     const char* patientId = "P1";
+    const char* issuer = "";       ///< of the identifier
     const char* pixelSpacing = ""; ///< "row\column" in mm
     bool steps = false;            ///< two plains instead, the brighter one at the right
     const char* plane = "";        ///< Image Orientation (Patient)

@@ -48,7 +48,9 @@ void WriteReport(const QString& path, const SampleReport& report) {
     DcmDataset& dataSet = *file.getDataset();
     dataSet.putAndInsertString(DCM_SpecificCharacterSet, report.characterSet);
     dataSet.putAndInsertString(DCM_PatientName, report.patientName);
-    dataSet.putAndInsertString(DCM_PatientID, "P1");
+    dataSet.putAndInsertString(DCM_PatientID, report.patientId);
+    if (*report.issuer)
+        dataSet.putAndInsertString(DCM_IssuerOfPatientID, report.issuer);
     dataSet.putAndInsertString(DCM_ContentDate, report.date);
     dataSet.putAndInsertString(DCM_ContentTime, report.time);
     Check(file.saveFile(QFile::encodeName(path).constData(), EXS_LittleEndianExplicit));

@@ -13,6 +13,8 @@ struct SampleReport {
     const char* date = "20261114"; ///< of the content
     const char* time = "101500";
     bool comprehensive = false; ///< of the class Comprehensive SR, with a measurement and an image
+    const char* patientId = "P1";
+    const char* issuer = ""; ///< of the identifier
 };
 
 void WriteReport(const QString& path, const SampleReport& report = {});

@@ -177,6 +177,50 @@ TEST_P(StudyCatalogueOn, SeriesComeInTheirOrderWithTheirFiles) {
     EXPECT_EQ(catalogue.FilesOf(series[0]), (QStringList{"/studies/1/SER1/img_9.dcm", "/studies/1/SER1/img_10.dcm"}));
 }
 
+TEST_P(StudyCatalogueOn, OtherReportsAreThoseOfThePatientsOtherStudiesTheNewestFirst) {
+    AddNamed("P1", "ROSSI^MARIA"); // the study 1.2.P1
+    AddNamed("P2", "VERDI^ANNA");
+    rows.AddStudy("1.2.1", "P1", "20240101", "C:\\S", "Chest");
+    rows.AddStudy("1.2.2", "P1", "20250101");
+    rows.AddSeries("1.2.1.1", "1.2.1", "SR", 1, "REP");
+    rows.AddSeries("1.2.1.2", "1.2.1", "CT", 2);
+    rows.AddSeries("1.2.2.1", "1.2.2", "SR-OTHER");
+    rows.AddSeries("1.2.P1.1", "1.2.P1", "SR");
+    rows.AddSeries("1.2.P2.1", "1.2.P2", "SR");
+    rows.AddImage("1.2.1.1", "img_000001.dcm", 1);
+    rows.AddImage("1.2.1.1", "img_000002.dcm", 1);
+    const auto reports = catalogue.OtherReportsOf(*catalogue.Study("1.2.P1"));
+    ASSERT_EQ(reports.size(), 2U);
+    EXPECT_EQ(reports[0].series.seriesUid, "1.2.2.1");
+    EXPECT_EQ(reports[0].newestFile, "");
+    EXPECT_EQ(reports[1].series.seriesUid, "1.2.1.1");
+    EXPECT_EQ(reports[1].study.description, "Chest");
+    EXPECT_TRUE(reports[1].newestFile.endsWith("/REP/img_000002.dcm")) << reports[1].newestFile.toStdString();
+}
+
+TEST_P(StudyCatalogueOn, OtherReportsAreNeverThoseOfAnIdentifierThatIsNearlyTheSame) {
+    const QStringList ids = {"P1", "p1", "P1 ", "P`1", "P10", "P_1", ""};
+    for (int i = 0; i < ids.size(); ++i) {
+        const QString study = "1.2." + QString::number(i);
+        try {
+            rows.AddPatient(ids[i], "ROSSI^MARIA");
+        } catch (const Error&) {
+            continue; // an engine for which it is the same one
+        }
+        rows.AddStudy(study, ids[i], "20260101");
+        rows.AddStudy(study + ".9", ids[i], "20250101");
+        rows.AddSeries(study + ".9.1", study + ".9", "SR");
+    }
+    for (const QString& id : ids) {
+        const auto reports = catalogue.OtherReportsOf({"1.2.99", "ROSSI^MARIA", id, {}, {}});
+        EXPECT_LE(reports.size(), 1U) << id.toStdString();
+        for (const OtherReport& report : reports)
+            EXPECT_EQ(report.study.patientId, id);
+    }
+    EXPECT_TRUE(catalogue.OtherReportsOf({"1.2.99", "ROSSI^MARIA", "", {}, {}}).empty());
+    EXPECT_TRUE(catalogue.OtherReportsOf({"1.2.99", "ROSSI^MARIA", "P'1", {}, {}}).empty());
+}
+
 TEST_P(StudyCatalogueOn, AtMostSoManyStudiesAreListed) {
     rows.AddPatient("1", "ROSSI");
     rows.Run("BEGIN");

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "suite/lumaret/StudyCatalogue.h"
+
+namespace tavrel {
+
+/// The reports in a patient's other studies, as they may be shown beside one study.
+struct OtherReports {
+    struct Report {
+        OtherReport report;
+        QString otherName; ///< what its newest file calls the patient, where that is another name
+    };
+    std::vector<Report> reports;
+    int leftOut = 0; ///< whose own files name another patient, or another issuer of the same number
+};
+
+/// Those of the study's patient as the catalogue has it; the files themselves are asked who it is, beside `imageFile`,
+/// one of the study's (or none).
+OtherReports FindOtherReports(StudyCatalogue& catalogue, const StudyRow& study, const QString& imageFile);
+
+} // namespace tavrel
