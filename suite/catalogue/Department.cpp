@@ -4,7 +4,10 @@
 #include "platform/limits.h"
 #include "platform/sql.h"
 #include "platform/text.h"
+#include "suite/catalogue/CatalogueVersion.h"
 #include "suite/catalogue/Rows.h"
+#include "suite/catalogue/SchemaParts.h"
+#include "suite/catalogue/Upgrade.h"
 
 #include <sys/random.h>
 
@@ -27,7 +30,7 @@ struct Right {
 constexpr std::array FewerRights{
     Right{"Workstation", "SELECT"},     Right{"SiteData", "SELECT"},     Right{"Users", "SELECT"},
     Right{"History", "SELECT, INSERT"}, Right{"Port", "SELECT, UPDATE"}, Right{"DicomServer", "SELECT, UPDATE"},
-    Right{"Archive", "SELECT"},
+    Right{"Archive", "SELECT"},         Right{VersionTable, "SELECT"},
 };
 
 std::string RightsOn(std::string_view table) {
@@ -130,7 +133,7 @@ void Department::Make(const std::string& former) {
     if (engine_ == Engine::Sqlite)
         Refuse("A department needs a catalogue on a PostgreSQL or MariaDB server; this one is a SQLite file, which is "
                "for one machine alone");
-    CreateSchema(catalogue_, engine_);
+    MakeCatalogue(catalogue_, engine_);
     if (!former.empty() && HasAccount(former) &&
         !(Exists() && Find(former))) // its rights are those of the whole catalogue
         Refuse("The server has an account " + former +
@@ -165,9 +168,8 @@ void Department::Replace(std::string_view table, const std::string& query) {
 }
 
 bool Department::IsTable(std::string_view name) {
-    const std::string schema = engine_ == Engine::MariaDb ? "DATABASE()" : "current_schema()";
     return Any("SELECT table_name FROM information_schema.tables WHERE table_type='BASE TABLE' AND table_schema=" +
-               schema + " AND lower(table_name)=lower('" + std::string(name) + "')");
+               ItsSchema() + " AND lower(table_name)=lower('" + std::string(name) + "')");
 }
 
 void Department::KeepRows(std::string_view ownTable, const std::string& former) {
@@ -187,12 +189,8 @@ void Department::KeepRows(std::string_view ownTable, const std::string& former) 
 }
 
 void Department::KeepSite() {
-    const auto site = catalogue_.OpenResultSet("SELECT * FROM SiteData");
-    if (site->AtEnd())
+    if (!Any("SELECT * FROM SiteData"))
         return;
-    if (!site->HasField("ReportForm"))
-        AddColumn(catalogue_, engine_, {"SiteData", "ReportForm"});
-    site->Close();
     const std::string columns = ColumnNames("SiteData");
     Run("DELETE FROM DepartmentSite");
     Run("INSERT INTO DepartmentSite (" + columns + ") SELECT " + columns + " FROM SiteData");
@@ -236,7 +234,13 @@ std::string Department::LackingRights() {
     for (; !rows->AtEnd(); rows->MoveNext())
         given.push_back(TextOrEmpty(*rows, "privilege_type") + " on " + TextOrEmpty(*rows, "table_name"));
     std::vector<std::string> lacking;
-    for (const std::string& table : Tables())
+    // One that is not seen may be there without a right.
+    const int version = ReadCatalogueVersion(catalogue_).value_or(CatalogueVersion{1, OldestWriter}).number;
+    std::vector<std::string> tables = {"Workstation"};
+    for (const schema::Table& table : schema::Tables())
+        if (table.since <= version)
+            tables.push_back(table.name);
+    for (const std::string& table : tables)
         for (const std::string_view right : {"SELECT", "INSERT", "UPDATE", "DELETE"}) {
             const std::string words = std::string(right) + " on " + table;
             const auto same = [&](const std::string& each) { return SameInAnyCase(each, words); };
@@ -328,7 +332,7 @@ void Department::MakeAccount(const std::string& name, const std::string& passwor
 
 void Department::DropAccount(const std::string& name) {
     if (engine_ == Engine::PostgreSql)
-        for (const std::string& table : Tables())
+        for (const std::string& table : TablesThere())
             Run("REVOKE ALL ON " + table + " FROM " + Grantee(name));
     Run("DROP " + Account(name));
 }
@@ -345,13 +349,40 @@ void Department::AddMissingRows(const Workstation& joining, const std::optional<
 }
 
 void Department::Grant(const std::string& name) {
-    for (const std::string& table : Tables())
-        Run("GRANT " + RightsOn(table) + " ON " + table + " TO " + Grantee(name));
+    for (const std::string& statement : GrantStatements(name, TablesThere()))
+        Run(statement);
 }
 
-std::vector<std::string> Department::Tables() {
-    std::vector<std::string> tables(CatalogueTables().begin(), CatalogueTables().end());
+std::vector<std::string> Department::GrantStatements(const std::string& name,
+                                                     const std::vector<std::string>& tables) const {
+    std::vector<std::string> statements;
+    for (const std::string& table : tables)
+        statements.push_back("GRANT " + RightsOn(table) + " ON " + table + " TO " + Grantee(name));
+    return statements;
+}
+
+std::vector<std::string> Department::RightsStatements() {
+    std::vector<std::string> tables = CatalogueTables();
     tables.emplace_back("Workstation");
+    std::vector<std::string> statements;
+    for (const Workstation& workstation : Workstations())
+        if (HasAccount(workstation.name))
+            std::ranges::move(GrantStatements(workstation.name, tables), std::back_inserter(statements));
+    return statements;
+}
+
+/// An older catalogue has fewer.
+std::vector<std::string> Department::TablesThere() {
+    std::vector<std::string> there;
+    const auto rows =
+        catalogue_.OpenResultSet("SELECT table_name FROM information_schema.tables WHERE table_schema=" + ItsSchema());
+    for (; !rows->AtEnd(); rows->MoveNext())
+        there.push_back(TextOrEmpty(*rows, "table_name"));
+    std::vector<std::string> tables = CatalogueTables();
+    tables.emplace_back("Workstation");
+    std::erase_if(tables, [&](const std::string& table) {
+        return std::ranges::none_of(there, [&](const std::string& each) { return SameInAnyCase(each, table); });
+    });
     return tables;
 }
 

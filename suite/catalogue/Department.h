@@ -41,10 +41,13 @@ public:
 
     bool Exists();
     /// Makes the catalogue a department's, with all tables; once more, what is missing of it. A catalogue that has
-    /// served one workstation keeps its rows as those of `former`, which must be named then.
+    /// served one workstation keeps its rows as those of `former`, which must be named then; an older one is brought up
+    /// before.
     void Make(const std::string& former);
     /// Gives every workstation the rights that it needs, on tables that are new too.
     void Renew();
+    /// What gives them, once the catalogue has all its tables.
+    std::vector<std::string> RightsStatements();
 
     /// In the order of their names, which every workstation may read, and with what the owner alone may.
     std::vector<std::string> Names();
@@ -65,6 +68,7 @@ public:
 private:
     void RequireDepartment();
     std::optional<Workstation> Find(const std::string& name);
+    std::string ItsSchema() const { return engine_ == Engine::MariaDb ? "DATABASE()" : "current_schema()"; }
     bool IsTable(std::string_view name);
     void KeepRows(std::string_view ownTable, const std::string& former);
     void KeepSite();
@@ -74,7 +78,8 @@ private:
     void DropAccount(const std::string& name);
     void AddMissingRows(const Workstation& joining, const std::optional<Workstation>& known);
     void Grant(const std::string& name);
-    static std::vector<std::string> Tables();
+    std::vector<std::string> GrantStatements(const std::string& name, const std::vector<std::string>& tables) const;
+    std::vector<std::string> TablesThere();
     std::string Grantee(const std::string& name) const;
     std::string Account(const std::string& name) const;
     std::string Identified(const std::string& password) const;

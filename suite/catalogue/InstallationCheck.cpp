@@ -10,6 +10,7 @@
 #include "suite/catalogue/DepartmentCheck.h"
 #include "suite/catalogue/FolderImport.h"
 #include "suite/catalogue/Schema.h"
+#include "suite/catalogue/SchemaFaults.h"
 #include "suite/catalogue/Settings.h"
 #include "suite/catalogue/StoredObjects.h"
 #include "suite/catalogue/TextRules.h"
@@ -29,6 +30,8 @@
 
 namespace tavrel {
 namespace {
+
+constexpr std::string_view ByOwner = " (by the owner of the tables)";
 
 /// The unsent versions of a study.
 struct Waiting {
@@ -75,10 +78,10 @@ std::string Duration(std::chrono::seconds time) {
 class Check {
 public:
     Check(Connection& catalogue, DicomLibrary& dicom, bool mending)
-        : catalogue_(catalogue), dicom_(dicom), mending_(mending) {}
+        : catalogue_(catalogue), dicom_(dicom), mending_(mending), engine_(DetectEngine(catalogue)) {}
 
     std::vector<CheckResult> Run(const std::string& userName, const std::filesystem::path& unsent) {
-        if (Tables() && Columns()) {
+        if (Schema()) {
             const bool here = LookAtDepartment(); // or the owner asks, who has no desk
             Form();
             Site();
@@ -103,20 +106,54 @@ private:
     void Warn(const std::string& words) { results_.push_back({CheckResult::Kind::Warning, words}); }
     void Missing(const std::string& words) { results_.push_back({CheckResult::Kind::Missing, words}); }
 
-    bool Tables() {
-        std::string absent;
-        for (const std::string_view table : CatalogueTables())
-            try {
-                catalogue_.OpenResultSet("SELECT * FROM " + std::string(table) + " WHERE 1=0");
-            } catch (const Error&) {
-                if (!MayLackTable(table))
-                    absent += (absent.empty() ? "" : ", ") + std::string(table);
-            }
-        if (absent.empty())
-            Well("the catalogue has all its tables");
-        else
-            Missing("the catalogue lacks " + absent + "; \"orbenta-catalogue init\" makes them");
-        return absent.empty();
+    /// Whether the rest can be looked at.
+    bool Schema() {
+        const SchemaComparison schema = CompareWithSchema(catalogue_, engine_);
+        if (schema.nothingThere) {
+            Missing("there is no catalogue yet; \"orbenta-catalogue init\" makes it");
+            return false;
+        }
+        const CatalogueVersion version = schema.Version();
+        if (!version.LetsWrite()) {
+            Missing(version.Words() + ", too old to write there; install the programs of the catalogue's version");
+            return false;
+        }
+        const auto damage = version.number == 0 ? schema.faults : schema.Damage();
+        bool whole = true;
+        for (const SchemaFault& fault : damage)
+            if (!Mend(fault, version))
+                whole =
+                    whole && (fault.kind == SchemaFault::Kind::NoIndex || fault.kind == SchemaFault::Kind::ShortType);
+        if (version.IsNewer())
+            Warn(version.Words() + " and goes on; install the programs of the catalogue's version when you can");
+        else if (version.number > 0 && version.IsOlder())
+            Warn(version.Words() + "; all goes on as before, and \"orbenta-catalogue upgrade\" brings what came later");
+        else if (damage.empty())
+            Well("the catalogue has version " + std::to_string(version.number) +
+                 ", with all its tables, columns and indexes");
+        return whole;
+    }
+
+    bool Mend(const SchemaFault& fault, const CatalogueVersion& version) {
+        const std::string byOwner = engine_ == Engine::Sqlite ? "" : std::string(ByOwner);
+        if (fault.statements.empty()) {
+            Missing(fault.words + ", which no statement makes again; put the catalogue back from a backup");
+            return false;
+        }
+        if (!mending_ || version.number == 0) {
+            const char* command = version.number == 0 ? "upgrade" : "check --mend";
+            Missing(fault.words + "; \"orbenta-catalogue " + command + "\" mends it" + byOwner);
+            return false;
+        }
+        try {
+            for (const std::string& statement : fault.statements)
+                catalogue_.OpenResultSet(statement);
+        } catch (const Error& error) {
+            Missing(fault.words + "; it cannot be mended: " + error.description + byOwner);
+            return false;
+        }
+        results_.push_back({CheckResult::Kind::Mended, fault.words});
+        return true;
     }
 
     /// Whether this is a workstation, as it is wherever there is no department.
@@ -132,24 +169,8 @@ private:
         if (treeFault_)
             results_.push_back({workstation ? CheckResult::Kind::Missing : CheckResult::Kind::Warning,
                                 *treeFault_ + ", so that rows and files are not compared"});
-        byOwner_ = " (by the owner of the tables)";
+        byOwner_ = ByOwner;
         return workstation.has_value();
-    }
-
-    bool Columns() {
-        bool whole = true;
-        for (const AbsentColumn& column : AbsentColumns(catalogue_))
-            try {
-                if (mending_)
-                    AddColumn(catalogue_, DetectEngine(catalogue_), column);
-                results_.push_back({mending_ ? CheckResult::Kind::Mended : CheckResult::Kind::Missing,
-                                    column.Words() + (mending_ ? "" : "; \"orbenta-catalogue check --mend\" adds it")});
-                whole = whole && mending_;
-            } catch (const Error& error) {
-                Missing(column.Words() + "; it cannot be added: " + error.description);
-                whole = false;
-            }
-        return whole;
     }
 
     void OneRow(OneRowTable& table, const char* name, const char* remedy) {
@@ -253,7 +274,7 @@ private:
         if (!OutgoingQueue::IsThere(catalogue_))
             return;
         const auto archive = ReadArchive(catalogue_);
-        OutgoingQueue queue(catalogue_, DetectEngine(catalogue_), {});
+        OutgoingQueue queue(catalogue_, engine_, {});
         const auto states = queue.States();
         bool whole = true;
         for (const auto& [name, meaning] : {std::pair(outgoing::Waiting, "to be sent to the archive"),
@@ -335,6 +356,7 @@ private:
     Connection& catalogue_;
     DicomLibrary& dicom_;
     bool mending_;
+    Engine engine_;
     ReportForm form_ = ReportForm::Classic;
     std::optional<std::string> treeFault_;
     std::string byOwner_; ///< behind what a workstation of a department may not do itself

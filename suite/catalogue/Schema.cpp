@@ -4,42 +4,22 @@
 #include "platform/error.h"
 #include "platform/limits.h"
 #include "platform/sql.h"
+#include "suite/catalogue/CatalogueVersion.h"
+#include "suite/catalogue/SchemaParts.h"
 
 #include <algorithm>
 #include <array>
 #include <iterator>
+#include <optional>
 #include <string>
 
 namespace tavrel {
 namespace {
 
-enum class Type {
-    Key,     ///< text that identifies the row
-    Text,    ///< text of at most `size` characters
-    Code,    ///< text that compares without regard to trailing blanks
-    Integer, ///< a whole number
-    Counter, ///< numbers the rows in the order of their making, and identifies them
-    Now,     ///< the time at which the row was made
-    RowOf,   ///< the counter of another table's row, which identifies this one too
-    Moment,  ///< seconds since 1970, by the catalogue's own clock
-    Maker,   ///< the account that made the row
-};
-
-struct Column {
-    std::string_view name;
-    Type type;
-    std::size_t size = 0; ///< in characters
-    bool mayLack = false; ///< in a catalogue of before, without a fault
-};
-
-struct Index {
-    std::string_view name;
-    std::string_view table;
-    std::string_view columns;
-    bool unique = false;
-};
-
-using enum Type;
+using schema::Column;
+using schema::Index;
+using schema::Table;
+using enum schema::Type;
 using namespace longest;
 
 constexpr std::array Patient{
@@ -60,22 +40,17 @@ constexpr std::array Series{
     Column{"SeriesStatus", Text, ShortColumn},     Column{"SeriesNumber", Integer},
     Column{"SeriesDescription", Text, TextColumn},
 };
-constexpr Column Twin{"Twin", Integer, 0, true};
 // The counter keeps a series' rows in the order of their storing: the last one is the newest. Objects of one UID with
 // other contents are twins, numbered from 0: two services that store the same object at once make one row.
 constexpr std::array Image{
-    Column{"ImageID", Counter},
-    Column{"SeriesInstanceUID", Text, Uid},
-    Column{"ImageFile", Text, TextColumn},
-    Column{"SOPInstanceUID", Text, Uid},
-    Column{"SOPClassUID", Text, Uid},
-    Column{"InstanceNumber", Integer},
-    Twin,
+    Column{"ImageID", Counter},          Column{"SeriesInstanceUID", Text, Uid}, Column{"ImageFile", Text, TextColumn},
+    Column{"SOPInstanceUID", Text, Uid}, Column{"SOPClassUID", Text, Uid},       Column{"InstanceNumber", Integer},
+    Column{"Twin", Integer, 0, 4},
 };
 constexpr std::array SiteData{
     Column{"BaseUID", Text, Uid},
     Column{"Organization", Text, TextColumn},
-    Column{"ReportForm", Text, ShortColumn, true},
+    Column{"ReportForm", Text, ShortColumn, 2},
 };
 constexpr std::array Users{
     Column{"UserName", Key, TextColumn},
@@ -143,6 +118,12 @@ constexpr std::array StorageArea{
     Column{"Number", RowOf},
     Column{"Turn", Integer},
 };
+/// A row for each version that the catalogue has had since it was made or its versions were counted.
+constexpr std::array Versions{
+    Column{"Version", RowOf},
+    Column{"OldestWriter", Integer},
+    Column{"MadeTime", Now},
+};
 constexpr std::array Codes{
     Column{"CodeScheme", Text, LongString},
     Column{"CodeValue", Code, LongString},
@@ -161,39 +142,9 @@ constexpr std::array OfAll{
     Column{"Workstation", Maker, LongestAccount},
 };
 
-constexpr std::array<std::string_view, 18> TableNames = {
-    "Patient",
-    "Study",
-    "Series",
-    "Image",
-    "SiteData",
-    "Users",
-    "DicomServer",
-    "Port",
-    "History",
-    "Report",
-    code_table::Titles,
-    code_table::BodyParts,
-    code_table::Findings,
-    code_table::Diagnoses,
-    "Archive",
-    "Outgoing",
-    "OutgoingClaim",
-    "StorageArea",
-};
-constexpr std::array<std::span<const Column>, TableNames.size()> TableColumns = {
-    Patient, Study, Series, Image, SiteData, Users,   DicomServer, Port,          History,
-    Report,  Codes, Codes,  Codes, Codes,    Archive, Outgoing,    OutgoingClaim, StorageArea};
-/// Of a catalogue that was made before it, without a fault.
-constexpr std::array<std::string_view, 4> TablesThatMayLack = {"Archive", "Outgoing", "OutgoingClaim", "StorageArea"};
-
-constexpr std::array Indexes{
-    Index{"StudyByPatient", "Study", "IDPatient"},        Index{"SeriesByStudy", "Series", "StudyInstanceUID"},
-    Index{"ImageBySeries", "Image", "SeriesInstanceUID"}, Index{"ImageByInstance", "Image", "SOPInstanceUID"},
-    Index{"HistoryBySeries", "History", "SeriesUID"},     Index{"OutgoingBySeries", "Outgoing", "SeriesInstanceUID"},
-    Index{"OutgoingByState", "Outgoing", "State"},        Index{"OutgoingByInstance", "Outgoing", "SOPInstanceUID"},
-};
-constexpr Index ImageOnce{"ImageOnce", "Image", "SOPInstanceUID, Twin", true};
+template <std::size_t Count> Table Of(std::string_view name, const std::array<Column, Count>& columns, int since = 1) {
+    return {std::string(name), {columns.begin(), columns.end()}, since};
+}
 
 std::string CounterType(Engine engine) {
     switch (engine) {
@@ -205,6 +156,83 @@ std::string CounterType(Engine engine) {
         break;
     }
     return "BIGINT NOT NULL AUTO_INCREMENT PRIMARY KEY";
+}
+
+std::optional<std::string> Answer(Connection& connection, std::string_view query) {
+    try {
+        return connection.OpenResultSet(query)->Text("Version");
+    } catch (const Error&) {
+        return std::nullopt;
+    }
+}
+
+std::vector<Column> ColumnsOf(std::string_view table) {
+    const auto tables = schema::Tables();
+    return std::ranges::find(tables, table, &Table::name)->columns;
+}
+
+} // namespace
+
+namespace schema {
+
+std::vector<Table> Tables() {
+    return {
+        Of("Patient", Patient),
+        Of("Study", Study),
+        Of("Series", Series),
+        Of("Image", Image),
+        Of("SiteData", SiteData),
+        Of("Users", Users),
+        Of("DicomServer", DicomServer),
+        Of("Port", Port),
+        Of("History", History),
+        Of("Report", Report),
+        Of(code_table::Titles, Codes),
+        Of(code_table::BodyParts, Codes),
+        Of(code_table::Findings, Codes),
+        Of(code_table::Diagnoses, Codes),
+        Of("Archive", Archive, 3),
+        Of("Outgoing", Outgoing, 3),
+        Of("OutgoingClaim", OutgoingClaim, 3),
+        Of("StorageArea", StorageArea, 5),
+        Of(VersionTable, Versions, FirstWritten),
+    };
+}
+
+std::vector<Index> Indexes() {
+    std::vector<Index> indexes = {
+        {"StudyByPatient", "Study", "IDPatient"},
+        {"SeriesByStudy", "Series", "StudyInstanceUID"},
+        {"ImageBySeries", "Image", "SeriesInstanceUID"},
+        {"ImageByInstance", "Image", "SOPInstanceUID"},
+        {"HistoryBySeries", "History", "SeriesUID"},
+        {"OutgoingBySeries", "Outgoing", "SeriesInstanceUID", false, 3},
+        {"OutgoingByState", "Outgoing", "State", false, 3},
+        {"OutgoingByInstance", "Outgoing", "SOPInstanceUID", false, 3},
+        {"ImageOnce", "Image", "SOPInstanceUID, Twin", true, 4},
+    };
+    for (const std::string_view table : code_table::All)
+        indexes.push_back({std::string(table) + "ByValue", std::string(table), "CodeValue"});
+    return indexes;
+}
+
+std::vector<Table> DepartmentTables() {
+    std::vector<Table> tables = {Of("Workstation", Workstation), Of(DepartmentSite, SiteData)};
+    for (const std::string_view ownTable : OwnTables) {
+        Table table = Of(TableOfAll(ownTable), OfAll);
+        std::ranges::copy(ColumnsOf(ownTable), std::back_inserter(table.columns));
+        tables.push_back(std::move(table));
+    }
+    return tables;
+}
+
+std::vector<Index> DepartmentIndexes() {
+    std::vector<Index> indexes;
+    for (const std::string_view ownTable : OwnTables) {
+        const std::string table = TableOfAll(ownTable);
+        indexes.push_back({table + "ByWorkstation", table, "Workstation"});
+    }
+    return indexes;
 }
 
 std::string TypeText(const Column& column, Engine engine) {
@@ -237,10 +265,10 @@ std::string TypeText(const Column& column, Engine engine) {
     return "VARCHAR" + size;
 }
 
-std::string CreateTable(std::string_view name, std::span<const Column> columns, Engine engine) {
-    std::string statement = "CREATE TABLE IF NOT EXISTS " + std::string(name) + " (";
+std::string CreateTable(const Table& table, Engine engine) {
+    std::string statement = "CREATE TABLE IF NOT EXISTS " + table.name + " (";
     std::string_view separator;
-    for (const Column& column : columns) {
+    for (const Column& column : table.columns) {
         statement.append(separator).append(column.name).append(" ").append(TypeText(column, engine));
         separator = ", ";
     }
@@ -251,23 +279,19 @@ std::string CreateTable(std::string_view name, std::span<const Column> columns, 
 }
 
 std::string CreateIndex(const Index& index) {
-    return std::string(index.unique ? "CREATE UNIQUE INDEX" : "CREATE INDEX") + " IF NOT EXISTS " +
-           std::string(index.name) + " ON " + std::string(index.table) + " (" + std::string(index.columns) + ")";
+    return std::string(index.unique ? "CREATE UNIQUE INDEX" : "CREATE INDEX") + " IF NOT EXISTS " + index.name +
+           " ON " + index.table + " (" + index.columns + ")";
 }
 
-std::optional<std::string> Answer(Connection& connection, std::string_view query) {
-    try {
-        return connection.OpenResultSet(query)->Text("Version");
-    } catch (const Error&) {
-        return std::nullopt;
-    }
+std::string WriteVersion(int version) {
+    const std::string table(VersionTable);
+    const std::string number = std::to_string(version);
+    return "INSERT INTO " + table + " (Version, OldestWriter) SELECT " + number + ", " + std::to_string(OldestWriter) +
+           " FROM (SELECT 1 AS One) Once WHERE NOT EXISTS (SELECT Version FROM " + table + " WHERE Version=" + number +
+           ")";
 }
 
-std::span<const Column> ColumnsOf(std::string_view table) {
-    return TableColumns.at(static_cast<std::size_t>(std::ranges::find(TableNames, table) - TableNames.begin()));
-}
-
-} // namespace
+} // namespace schema
 
 Engine DetectEngine(Connection& connection) {
     if (Answer(connection, "SELECT sqlite_version() AS Version"))
@@ -283,19 +307,12 @@ Engine DetectEngine(Connection& connection) {
 
 void CreateSchema(Connection& connection, Engine engine) {
     connection.BeginTransaction();
-    for (std::size_t table = 0; table < TableNames.size(); ++table)
-        connection.OpenResultSet(CreateTable(TableNames[table], TableColumns[table], engine));
-    for (const Index& index : Indexes)
+    for (const Table& table : schema::Tables())
+        connection.OpenResultSet(CreateTable(table, engine));
+    for (const Index& index : schema::Indexes())
         connection.OpenResultSet(CreateIndex(index));
-    for (const std::string_view table : code_table::All)
-        connection.OpenResultSet(CreateIndex({std::string(table) + "ByValue", table, "CodeValue"}));
+    connection.OpenResultSet(schema::WriteVersion(SchemaVersion));
     connection.Commit();
-    try {
-        connection.OpenResultSet(CreateIndex(ImageOnce));
-    } catch (const Error&) { // it was made before
-        AddColumn(connection, engine, {"Image", Twin.name});
-        connection.OpenResultSet(CreateIndex(ImageOnce));
-    }
 }
 
 std::string CurrentAccount(Engine engine) {
@@ -314,44 +331,17 @@ std::string ColumnNames(std::string_view table) {
 }
 
 void CreateDepartmentTables(Connection& connection, Engine engine) {
-    connection.OpenResultSet(CreateTable("Workstation", Workstation, engine));
-    connection.OpenResultSet(CreateTable(DepartmentSite, SiteData, engine));
-    for (const std::string_view ownTable : OwnTables) {
-        const std::string table = TableOfAll(ownTable);
-        std::vector<Column> columns(OfAll.begin(), OfAll.end());
-        std::ranges::copy(ColumnsOf(ownTable), std::back_inserter(columns));
-        connection.OpenResultSet(CreateTable(table, columns, engine));
-        connection.OpenResultSet(CreateIndex({table + "ByWorkstation", table, "Workstation"}));
-    }
+    for (const Table& table : schema::DepartmentTables())
+        connection.OpenResultSet(CreateTable(table, engine));
+    for (const Index& index : schema::DepartmentIndexes())
+        connection.OpenResultSet(CreateIndex(index));
 }
 
-std::vector<AbsentColumn> AbsentColumns(Connection& connection) {
-    std::vector<AbsentColumn> absent;
-    for (std::size_t table = 0; table < TableNames.size(); ++table) {
-        if (MayLackTable(TableNames[table]))
-            continue;
-        const auto rows = connection.OpenResultSet("SELECT * FROM " + std::string(TableNames[table]) + " WHERE 1=0");
-        for (const Column& column : TableColumns[table])
-            if (!column.mayLack && !rows->HasField(column.name))
-                absent.push_back({TableNames[table], column.name});
-    }
-    return absent;
-}
-
-void AddColumn(Connection& connection, Engine engine, const AbsentColumn& absent) {
-    const Column& column = *std::ranges::find(ColumnsOf(absent.table), absent.name, &Column::name);
-    if (column.type == Key || column.type == Counter)
-        throw Error(Fault::OfTheSuite, "Catalogue", "it identifies the row");
-    connection.OpenResultSet("ALTER TABLE " + std::string(absent.table) + " ADD COLUMN " + std::string(absent.name) +
-                             " " + TypeText(column, engine));
-}
-
-std::span<const std::string_view> CatalogueTables() {
-    return TableNames;
-}
-
-bool MayLackTable(std::string_view table) {
-    return std::ranges::find(TablesThatMayLack, table) != TablesThatMayLack.end();
+std::vector<std::string> CatalogueTables() {
+    std::vector<std::string> names;
+    for (const Table& table : schema::Tables())
+        names.push_back(table.name);
+    return names;
 }
 
 } // namespace tavrel

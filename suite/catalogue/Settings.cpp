@@ -1,5 +1,6 @@
 #include "suite/catalogue/Settings.h"
 
+#include "platform/error.h"
 #include "platform/sql.h"
 #include "suite/catalogue/Department.h"
 
@@ -43,10 +44,11 @@ void OneRowTable::Set(const std::vector<std::pair<std::string, std::string>>& va
 void SetSiteData(Connection& connection, const ColumnTexts& values) {
     if (Department(connection).Exists())
         return OneRowTable(connection, std::string(DepartmentSite)).Set(values);
-    const AbsentColumn form{"SiteData", "ReportForm"};
-    const bool needed = std::ranges::any_of(values, [&](const auto& value) { return value.first == form.name; });
-    if (needed && !connection.OpenResultSet("SELECT * FROM SiteData")->HasField(form.name))
-        AddColumn(connection, DetectEngine(connection), form);
+    const bool form = std::ranges::any_of(values, [](const auto& value) { return value.first == "ReportForm"; });
+    if (form && !connection.OpenResultSet("SELECT * FROM SiteData")->HasField("ReportForm"))
+        throw Error(Fault::OfTheSuite, "Catalogue",
+                    "The catalogue is of an older version, whose reports are classic; \"orbenta-catalogue upgrade\" "
+                    "brings it up");
     OneRowTable(connection, "SiteData").Set(values);
 }
 

@@ -27,8 +27,8 @@ private:
     std::string table_;
 };
 
-/// Sets columns of `SiteData`, of a department those that all its workstations share. Adds `ReportForm` where a
-/// catalogue of before lacks it and it is to be set.
+/// Sets columns of `SiteData`, of a department those that all its workstations share. An error for `ReportForm` in an
+/// older catalogue, which knows no form.
 void SetSiteData(Connection& connection, const ColumnTexts& values);
 /// The form in which the site's reports are written; an error for one that no program knows.
 ReportForm SiteReportForm(Connection& connection);

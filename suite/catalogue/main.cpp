@@ -14,6 +14,7 @@
 #include "suite/catalogue/SetupCommand.h"
 #include "suite/catalogue/TextRules.h"
 #include "suite/catalogue/UnsentFiles.h"
+#include "suite/catalogue/Upgrade.h"
 #include "suite/porvane/forwarding/ArchiveSetting.h"
 #include "suite/porvane/forwarding/OutgoingQueue.h"
 
@@ -107,6 +108,7 @@ public:
         AddSetup();
         AddOdbc();
         AddInit();
+        AddUpgrade();
         AddSite();
         AddUser();
         AddPort();
@@ -138,10 +140,19 @@ private:
         return command;
     }
 
-    Connection& Catalogue() {
+    Connection& OpenedCatalogue() {
         if (!connection_->IsOpen())
             connection_->Open("DSN=" + dataSource_);
         return *connection_;
+    }
+
+    /// For what changes something there, or may.
+    Connection& Catalogue() {
+        Connection& catalogue = OpenedCatalogue();
+        if (const auto version = ReadCatalogueVersion(catalogue); version && !version->LetsWrite())
+            throw Error(Fault::OfTheSuite, "Catalogue",
+                        version->Words() + ", too old to write there: install the programs of the catalogue's version");
+        return catalogue;
     }
 
     void AddSetup() {
@@ -206,14 +217,46 @@ private:
     }
 
     void AddInit() {
-        Command(app_, "init", "Make the tables of the catalogue that are not there yet", [this] {
+        Command(app_, "init", "Make the tables of a new catalogue", [this] {
             Connection& catalogue = Catalogue();
-            CreateSchema(catalogue, DetectEngine(catalogue));
+            MakeCatalogue(catalogue, DetectEngine(catalogue));
             if (Department department(catalogue); department.Exists())
                 department.Renew();
             std::cout << "The catalogue " << dataSource_ << " has all its tables\n";
             return EXIT_SUCCESS;
         });
+    }
+
+    void AddUpgrade() {
+        CLI::App* command = Command(app_, "upgrade",
+                                    "Bring a catalogue of earlier programs up to the version of these; every row stays",
+                                    [this] { return UpgradeCatalogue(); });
+        command->add_flag("--dry-run", dryRun_, "Say every statement and change nothing");
+    }
+
+    int UpgradeCatalogue() {
+        Connection& catalogue = Catalogue();
+        const Engine engine = DetectEngine(catalogue);
+        CatalogueUpgrade upgrade(catalogue, engine);
+        if (upgrade.Steps().empty()) {
+            std::cout << "The catalogue " << dataSource_ << " has version " << SchemaVersion << " already\n";
+            return EXIT_SUCCESS;
+        }
+        std::cout << "The catalogue " << dataSource_ << " has version " << upgrade.From() << " of " << SchemaVersion
+                  << "\n";
+        if (dryRun_) {
+            for (const auto& step : upgrade.Steps()) {
+                std::cout << "-- version " << step.version << "\n";
+                for (const std::string& statement : step.statements)
+                    std::cout << statement << ";\n";
+            }
+            std::cout << "-- nothing was changed\n";
+            return EXIT_SUCCESS;
+        }
+        upgrade.Run();
+        std::cout << "It has version " << SchemaVersion << " now; start the storage services again, "
+                  << "each of which uses what is new from then on\n";
+        return EXIT_SUCCESS;
     }
 
     void AddSite() {
@@ -355,7 +398,7 @@ private:
         if (!OutgoingQueue::IsThere(catalogue))
             throw Error(
                 Fault::OfTheSuite, "Catalogue",
-                "The catalogue has no tables for what goes to an archive; \"orbenta-catalogue init\" makes them");
+                "The catalogue has no tables for what goes to an archive; \"orbenta-catalogue upgrade\" makes them");
         if (!archiveAddress_.empty()) {
             ReadArchiveAddress(archiveAddress_, archive_);
             WriteArchive(catalogue, archive_);
@@ -542,8 +585,9 @@ private:
                                                                 {CheckResult::Kind::Mended, "mended   "},
                                                                 {CheckResult::Kind::Missing, "MISSING  "}};
         bool missing = false;
-        for (const CheckResult& result : CheckInstallation(Catalogue(), reader_, PosixUserInformation().UserName(),
-                                                           std::filesystem::absolute(unsent_), mending_)) {
+        for (const CheckResult& result :
+             CheckInstallation(OpenedCatalogue(), reader_, PosixUserInformation().UserName(),
+                               std::filesystem::absolute(unsent_), mending_)) {
             std::cout << words.at(result.kind) << result.words << "\n";
             missing = missing || result.kind == CheckResult::Kind::Missing;
         }
@@ -584,6 +628,7 @@ private:
     Department::Workstation workstation_;
     bool newPassword_ = false;
     bool mending_ = false;
+    bool dryRun_ = false;
     std::string folder_;
     std::string unsent_ = DefaultUnsentFolder().string();
 };

@@ -49,6 +49,16 @@ MainWindow::MainWindow(CatalogueQuestions& catalogue, TavrelClient& tavrel, View
     UpdateActions();
 }
 
+void MainWindow::Start() {
+    studies_->Search();
+    const auto version = catalogue_.Version();
+    if (!version || !version->IsNewer())
+        return;
+    const QString words = tr("The programs of this workstation are older than the catalogue: what is new there may not "
+                             "be shown. Please have them updated.");
+    Say(version->LetsWrite() ? words : words + tr(" Reports that are saved here are kept until then."));
+}
+
 void MainWindow::BuildSelection() {
     auto* panel = new QWidget;
     auto* column = new QVBoxLayout(panel);

@@ -28,8 +28,8 @@ class MainWindow : public QMainWindow {
 public:
     MainWindow(CatalogueQuestions& catalogue, TavrelClient& tavrel, ViewerService& service);
 
-    /// Lists the studies.
-    void Start() { studies_->Search(); }
+    /// Lists the studies, and says so when later programs have left a catalogue that this one does not know.
+    void Start();
 
 public slots:
     /// The storage service has stored a report.

@@ -215,4 +215,12 @@ QStringList StudyCatalogue::FilesOf(const SeriesRow& series) {
     return {files.begin(), files.end()};
 }
 
+std::optional<CatalogueVersion> StudyCatalogue::Version() try {
+    const auto catalogue = connection_; // one that could not be made is not waited for again
+    return catalogue ? ReadCatalogueVersion(*catalogue) : std::nullopt;
+} catch (const Error&) {
+    connection_.reset();
+    return std::nullopt;
+}
+
 } // namespace tavrel

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/database.h"
+#include "suite/catalogue/CatalogueVersion.h"
 #include "suite/catalogue/Schema.h"
 
 #include <QString>
@@ -57,6 +58,9 @@ public:
     std::vector<OtherReport> OtherReportsOf(const StudyRow& study);
     /// The series' image files as native paths, in the order of their instance numbers.
     QStringList FilesOf(const SeriesRow& series);
+
+    /// Once something was read. Nothing of a catalogue that was made before versions were.
+    std::optional<CatalogueVersion> Version();
 
     static constexpr int Limit = 500;
     static constexpr int MostOtherReports = 100;

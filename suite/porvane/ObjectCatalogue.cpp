@@ -42,6 +42,14 @@ void ObjectCatalogue::Open() {
     if (connection_->IsOpen())
         return;
     connection_->Open("DSN=" + dataSource_);
+    version_ = ReadCatalogueVersion(*connection_);
+    if (version_ && !version_->LetsWrite()) {
+        connection_->Close();
+        throw Error(Fault::OfTheSuite, "Catalogue",
+                    version_->Words() +
+                        ", too old to store there: install the porvane of the catalogue's version. What is saved "
+                        "meanwhile waits in files and is stored then");
+    }
     engine_ = DetectEngine(*connection_);
     // The entry's own setting may leave the last commits to a power failure; the servers' do not. FULL would do for a
     // log; a journal's end has to be synced as well, lest it take the commit back.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/database.h"
+#include "suite/catalogue/CatalogueVersion.h"
 #include "suite/catalogue/Schema.h"
 #include "suite/porvane/ObjectHeader.h"
 
@@ -36,8 +37,11 @@ public:
     /// hold a lock by this number until the database has ended them, also when whoever began one is gone.
     void OfArea(std::uint32_t number) { area_ = number; }
 
-    /// Opens the connection when it is not open.
+    /// Opens the connection when it is not open. An error where later programs have left a catalogue in which this one
+    /// must not write.
     void Open();
+    /// Of the catalogue as it was opened; nothing for one that was made before versions were.
+    std::optional<CatalogueVersion> Version() const { return version_; }
     bool IsOpen() const { return connection_->IsOpen(); }
 
     struct Service {
@@ -103,6 +107,7 @@ private:
     std::unique_ptr<Connection> connection_;
     std::string dataSource_;
     Engine engine_ = Engine::Sqlite;
+    std::optional<CatalogueVersion> version_;
     std::optional<bool> numbersTwins_;
     bool countsTurns_ = false; ///< of the area's transactions, on a cluster
     std::uint32_t area_ = 0;

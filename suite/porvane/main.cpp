@@ -88,6 +88,15 @@ tavrel::ObjectCatalogue::Service ReadService(tavrel::ObjectCatalogue& catalogue)
                              "); \"orbenta-catalogue init\" makes the tables");
 }
 
+void SayVersion(const std::optional<tavrel::CatalogueVersion>& version) {
+    if (!version || version->IsOlder())
+        tavrel::LogLine(
+            "the catalogue is of an older version and serves as it did; \"orbenta-catalogue upgrade\" brings "
+            "what came later");
+    else if (version->IsNewer())
+        tavrel::LogLine(version->Words() + " and goes on; install the porvane of the catalogue's version when you can");
+}
+
 struct Options {
     std::string studies = DefaultStudiesFolder();
     std::string unsent = tavrel::DefaultUnsentFolder().string();
@@ -150,8 +159,10 @@ void Serve(const Options& options, int stopSignals) {
     tavrel::ObjectCatalogue catalogue(database, options.dataSource);
     tavrel::DcmtkLibrary reader;
     tavrel::StudyTree tree(options.studies, catalogue, reader);
+    catalogue.Open(); // before anything is settled in it
     tree.Open();
     const auto service = ReadService(catalogue);
+    SayVersion(catalogue.Version());
     tavrel::Forwarding forwarding(database, options.dataSource, service.aeTitle, options.archive);
     if (forwarding.Archive())
         catalogue.QueueForArchive(forwarding.Archive()->images);

@@ -16,7 +16,7 @@ std::optional<ArchiveSetting> SettingOf(Connection& catalogue, const Forwarding:
     if (!options.address.empty()) {
         if (!OutgoingQueue::IsThere(catalogue))
             throw std::runtime_error("The catalogue has no tables for what goes to an archive; "
-                                     "\"orbenta-catalogue init\" makes them");
+                                     "\"orbenta-catalogue upgrade\" makes them");
         ArchiveSetting said;
         if (const std::string fault = ReadArchiveAddress(options.address, said); !fault.empty())
             throw std::runtime_error("The archive " + fault);

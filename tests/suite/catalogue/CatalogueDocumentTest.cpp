@@ -1,4 +1,5 @@
-#include "suite/catalogue/Schema.h"
+#include "suite/catalogue/CatalogueVersion.h"
+#include "suite/catalogue/SchemaParts.h"
 #include "tests/support/DocumentTable.h"
 #include "tests/support/ForwardingDatabase.h"
 
@@ -58,8 +59,9 @@ public:
             const std::string table = TableOfAll(own);
             statements += Table(table, Columns(Rows("#### The rows of all")) + ", " +
                                            Columns(Rows(std::string(TableHeading).append(own))));
-            statements += Index(table + "ByWorkstation", table, "Workstation");
         }
+        for (const std::string_view own : OwnTables)
+            statements += Index(TableOfAll(own) + "ByWorkstation", TableOfAll(own), "Workstation");
         return ColumnALine(statements);
     }
 
@@ -109,7 +111,7 @@ private:
 std::string MadeBy(Engine engine) {
     MakingNothing connection;
     CreateSchema(connection, engine);
-    return connection.statements;
+    return connection.statements.substr(0, connection.statements.find("INSERT INTO CatalogueVersion"));
 }
 
 TEST(CatalogueDocument, SaysWhatIsMadeOnSqlite) {
@@ -122,6 +124,34 @@ TEST(CatalogueDocument, SaysWhatIsMadeOnPostgreSql) {
 
 TEST(CatalogueDocument, SaysWhatIsMadeOnMariaDb) {
     EXPECT_EQ(Page(3).Statements(), MadeBy(Engine::MariaDb));
+}
+
+/// What a version brought, as a cell of the page says it.
+std::string BroughtBy(int version) {
+    std::string names;
+    const auto add = [&](int since, const std::string& name) {
+        if (since == version)
+            names += (names.empty() ? "" : "`, `") + name;
+    };
+    for (const auto& table : schema::Tables()) {
+        add(table.since, table.name);
+        for (const auto& column : table.columns)
+            if (column.since > 1)
+                add(column.since, table.name + "." + std::string(column.name));
+    }
+    for (const auto& index : schema::Indexes())
+        add(index.since, index.name);
+    return names;
+}
+
+TEST(CatalogueDocument, SaysWhatEachVersionBrought) {
+    const auto rows = TableUnder("## The catalogue's version", CATALOGUE_DOCUMENT);
+    ASSERT_EQ(rows.size(), SchemaVersion);
+    for (int version = 2; version <= SchemaVersion; ++version) {
+        const auto& row = rows.at(static_cast<std::size_t>(version) - 1);
+        EXPECT_EQ(row[0], std::to_string(version));
+        EXPECT_EQ(row[1], BroughtBy(version));
+    }
 }
 
 std::string MadeForADepartmentBy(Engine engine) {

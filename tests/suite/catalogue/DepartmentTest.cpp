@@ -188,6 +188,8 @@ TEST_P(OfDepartments, TheSitesDataAreSetInOnePlaceForAll) {
 TEST_P(OfDepartments, ASiteOfACatalogueOfBeforeIsTheDepartments) {
     room.Tool("site --base-uid 2.999.7 --organization Orbenta");
     room.Run("ALTER TABLE SiteData DROP COLUMN ReportForm");
+    EXPECT_NE(Make().err.find("lacks the column ReportForm"), std::string::npos);
+    room.Tool("check --mend");
     MakeWithTwo();
     EXPECT_EQ(First(*As("ct-1"), "SELECT Organization FROM SiteData"), "Orbenta");
     EXPECT_EQ(First(*As("ct-1"), "SELECT ReportForm FROM SiteData"), "NULL");
@@ -278,10 +280,23 @@ TEST_P(OfDepartments, ATableThatIsMadeLaterIsEveryWorkstations) {
         EXPECT_EQ(First(*As(name), "SELECT CodeValue FROM StdFinding"), "no row");
 }
 
+TEST_P(OfDepartments, AnUpgradeGivesEveryWorkstationItsRightsOnNewTables) {
+    MakeWithTwo();
+    for (const char* table : {"CatalogueVersion", "StorageArea"})
+        room.Run(std::string("DROP TABLE ") + table);
+    EXPECT_NE(room.Tool("upgrade --dry-run").out.find("GRANT SELECT ON CatalogueVersion TO "), std::string::npos);
+    EXPECT_EQ(room.Tool("upgrade").status, 0);
+    for (const char* name : {"ct-1", "mr-1"}) {
+        EXPECT_EQ(First(*As(name), "SELECT count(*) FROM StorageArea"), "0");
+        EXPECT_EQ(First(*As(name), "SELECT Version FROM CatalogueVersion"), "6");
+        EXPECT_THROW(As(name)->OpenResultSet("DELETE FROM CatalogueVersion"), Error);
+    }
+}
+
 class CheckOfDepartments : public OfDepartments {
 protected:
-    std::string CheckAt(const std::string& name, const std::string& before = {}) const {
-        return RunShell("ODBCINI=" + EntryOf(name) + " " + before + " " TOOL_PROGRAM " check").out;
+    std::string CheckAt(const std::string& name, const std::string& before = {}, const std::string& after = {}) const {
+        return RunShell("ODBCINI=" + EntryOf(name) + " " + before + " " TOOL_PROGRAM " check" + after).out;
     }
     void HaveAStudyIn(const std::filesystem::path& folder) {
         std::string path = folder.string();
@@ -312,6 +327,29 @@ TEST_P(CheckOfDepartments, AtAWorkstationNamesARightThatItLacks) {
     ExpectSays(CheckAt("ct-1"), "MISSING  its account lacks DELETE on Patient;");
     ExpectSays(room.Tool("check --mend").out, "mended   every workstation's rights were given again\n");
     ExpectSays(CheckAt("ct-1"), "well     its account may do what it must\n");
+}
+
+TEST_P(CheckOfDepartments, AtAWorkstationNamesWhatTheCatalogueLacks) {
+    MakeWithTwo();
+    const bool mariaDb = DetectEngine(room.Catalogue()) == Engine::MariaDb;
+    room.Run("ALTER TABLE Study DROP COLUMN AccessionNumber");
+    room.Run(std::string("DROP INDEX SeriesByStudy") + (mariaDb ? " ON Series" : ""));
+    const std::string byOwner = R"(; "orbenta-catalogue check --mend" mends it (by the owner of the tables))";
+    ExpectSays(CheckAt("ct-1"), "MISSING  table Study lacks the column AccessionNumber" + byOwner);
+    ExpectSays(CheckAt("ct-1"), "MISSING  table Series lacks the index SeriesByStudy" + byOwner);
+    ExpectSays(CheckAt("ct-1", "", " --mend"), "it cannot be mended: ");
+    room.Tool("check --mend");
+    ExpectSays(CheckAt("ct-1"), "well     the catalogue has version 6, with all its tables, columns and indexes\n");
+}
+
+TEST_P(CheckOfDepartments, OfAnOlderCatalogueIsContentWithTheRightsOfItsVersion) {
+    MakeWithTwo();
+    for (const char* table : {"CatalogueVersion", "StorageArea"})
+        room.Run(std::string("DROP TABLE ") + table);
+    ExpectSays(CheckAt("ct-1"), "warning  The catalogue has version 4, and this program knows 6; all goes on");
+    ExpectSays(CheckAt("ct-1"), "well     its account may do what it must\n");
+    ExpectSays(room.Tool("check --mend").out, "mended   every workstation's rights were given again\n");
+    EXPECT_EQ(room.Tool("upgrade").status, 0);
 }
 
 TEST_P(CheckOfDepartments, AtAWorkstationWarnsOfAClockThatIsApart) {

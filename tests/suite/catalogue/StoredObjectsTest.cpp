@@ -241,12 +241,5 @@ TEST_F(StoredObjects, OneRowAfterTheOtherLeavesItsOwnerWithNothing) {
                                       "the patient P9 has no study"));
 }
 
-TEST_F(StoredObjects, AMissingColumnIsAdded) {
-    room.Run("ALTER TABLE Study DROP COLUMN AccessionNumber");
-    const Outcome outcome = room.Tool("check --mend");
-    EXPECT_THAT(outcome.out, HasSubstr("mended   table Study lacks the column AccessionNumber\n"));
-    EXPECT_EQ(room.Column("SELECT AccessionNumber FROM Study"), std::vector<std::string>{"NULL"});
-}
-
 } // namespace
 } // namespace tavrel

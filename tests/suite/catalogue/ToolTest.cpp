@@ -42,13 +42,14 @@ protected:
 TEST_F(Tool, EveryCommandExplainsItself) {
     const std::vector<std::pair<std::string, std::vector<std::string>>> commands = {
         {"",
-         {"setup", "odbc", "init", "site", "user", "port", "codes", "import", "department", "check", "--dsn",
+         {"setup", "odbc", "init", "upgrade", "site", "user", "port", "codes", "import", "department", "check", "--dsn",
           "Exit status"}},
         {"setup",
          {"--organization", "--base-uid", "--reports", "--node", "--signature", "--port", "--ae-title", "--studies",
           "--codes", "--logo", "--import", "--yes", "--dry-run"}},
         {"odbc", {"--engine", "--database", "--server", "--port", "--user", "--password-file", "--file"}},
         {"init", {"tables"}},
+        {"upgrade", {"--dry-run"}},
         {"site", {"--base-uid", "--organization", "--reports", "--node"}},
         {"user", {"--signature", "--remove"}},
         {"port", {"--port", "--ae-title"}},
@@ -358,6 +359,7 @@ TEST_F(Check, AWholeInstallationIsWell) {
 
 TEST_F(Check, ACatalogueWithoutAFormOfReportsIsWellAndClassic) {
     room.Run("ALTER TABLE SiteData DROP COLUMN ReportForm");
+    room.Run("DROP TABLE CatalogueVersion");
     const Outcome outcome = room.Tool("check");
     EXPECT_EQ(outcome.status, 0) << outcome.out;
     EXPECT_TRUE(Holds(outcome.out, "well     reports are written in the classic form\n"));
@@ -485,7 +487,7 @@ TEST_P(CheckOfACatalogue, FindsWhatIsWrong) {
 
 INSTANTIATE_TEST_SUITE_P(
     Tool, CheckOfACatalogue,
-    testing::Values(Lack{"NoTable", "DROP TABLE History", "the catalogue lacks History"},
+    testing::Values(Lack{"NoTable", "DROP TABLE History", "the catalogue lacks the table History"},
                     Lack{"TwoSites", "INSERT INTO SiteData (BaseUID, Organization) VALUES ('2.999.2', 'Other')",
                          "table SiteData has 2 rows and must have one"},
                     Lack{"ALongBaseUid", "UPDATE SiteData SET BaseUID='2.999." + std::string(37, '1') + "'",
@@ -509,7 +511,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Lack{"AnApostrophe", "INSERT INTO Patient (ID, PatientName) VALUES ('1', 'D''ANGELO')",
                          "patient D'ANGELO holds an apostrophe"},
                     Lack{"AColumnLess", "ALTER TABLE Study DROP COLUMN AccessionNumber",
-                         "table Study lacks the column AccessionNumber; \"orbenta-catalogue check --mend\" adds it"}),
+                         "table Study lacks the column AccessionNumber; \"orbenta-catalogue check --mend\" mends it"}),
     [](const auto& test) { return test.param.name; });
 
 } // namespace

@@ -129,6 +129,27 @@ protected:
     MainWindow window{catalogue, client, service};
 };
 
+TEST_F(MainWindowTest, SaysOnceThatTheCatalogueIsOfLaterPrograms) {
+    rows.Run("INSERT INTO CatalogueVersion (Version, OldestWriter) VALUES (7, 1)");
+    window.Start();
+    EXPECT_EQ(Message(), "The programs of this workstation are older than the catalogue: what is new there may not be "
+                         "shown. Please have them updated.");
+    rows.Run("DELETE FROM CatalogueVersion WHERE Version=7");
+}
+
+TEST_F(MainWindowTest, SaysWhatBecomesOfReportsWhereOnlyLaterProgramsStore) {
+    rows.Run("INSERT INTO CatalogueVersion (Version, OldestWriter) VALUES (7, 7)");
+    window.Start();
+    EXPECT_TRUE(Message().endsWith("Reports that are saved here are kept until then.")) << Message().toStdString();
+    rows.Run("DELETE FROM CatalogueVersion WHERE Version=7");
+}
+
+TEST_F(MainWindowTest, ShowsAnOlderCatalogueWithoutAWord) {
+    rows.Run("DROP TABLE CatalogueVersion");
+    window.Start();
+    EXPECT_EQ(Message(), "One study.");
+}
+
 TEST_F(MainWindowTest, TheOnlyStudyIsOpenedAtItsFirstSlice) {
     EXPECT_EQ(Message(), "One study.");
     EXPECT_EQ(Series().rowCount(), 3);

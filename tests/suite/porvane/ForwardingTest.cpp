@@ -103,7 +103,7 @@ TEST_F(ArchiveBehind, ACatalogueWithoutTheTablesSaysWhatMakesThem) {
     const ArchivePeer archive;
     Start(archive);
     EXPECT_EQ(service->Wait(), 1);
-    EXPECT_THAT(room.ServiceLog(), HasSubstr("\"orbenta-catalogue init\" makes them"));
+    EXPECT_THAT(room.ServiceLog(), HasSubstr("\"orbenta-catalogue upgrade\" makes them"));
 }
 
 TEST_F(ArchiveBehind, ACatalogueOfBeforeStoresAsEver) {

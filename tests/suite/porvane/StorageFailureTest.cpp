@@ -149,6 +149,29 @@ TEST_F(StorageFailure, ACatalogueThatWasMadeBeforeServesAsItDid) {
     EXPECT_EQ(room.Count("Image"), "2");
 }
 
+TEST_F(StorageFailure, ACatalogueThatWasMadeBeforeIsNamedInTheLog) {
+    room.Run("DROP TABLE CatalogueVersion");
+    const auto service = room.StartService();
+    EXPECT_NE(room.ServiceLog().find("the catalogue is of an older version"), std::string::npos) << room.ServiceLog();
+    EXPECT_EQ(TestObject().Send(room), Stored);
+}
+
+TEST_F(StorageFailure, ACatalogueOfLaterProgramsThatOnlyAddedServes) {
+    room.Run("INSERT INTO CatalogueVersion (Version, OldestWriter) VALUES (7, 1)");
+    const auto service = room.StartService();
+    EXPECT_NE(room.ServiceLog().find("has version 7, and this program knows 6 and goes on"), std::string::npos);
+    EXPECT_EQ(TestObject().Send(room), Stored);
+}
+
+TEST_F(StorageFailure, ACatalogueInWhichOnlyLaterProgramsMayWriteIsLeftAlone) {
+    const fs::path file = LeaveUnfinished("img_000001.dcm");
+    room.Run("INSERT INTO CatalogueVersion (Version, OldestWriter) VALUES (7, 7)");
+    Child service(room.ServiceCommand(), (room.Folder() / "porvane.log").string());
+    EXPECT_EQ(service.Wait(), 1);
+    EXPECT_NE(room.ServiceLog().find("knows 6, too old to store there: install the porvane of"), std::string::npos);
+    EXPECT_TRUE(fs::exists(file));
+}
+
 TEST_F(StorageFailure, AServiceKilledAtAnyMomentLosesNothingThatItAnswered) {
     int number = 0;
     std::vector<std::string> answered;
