@@ -3,6 +3,7 @@
 #include "editor/DicomDB.h"
 #include "host/ErrorReport.h"
 #include "host/Text.h"
+#include "platform/person_name.h"
 
 #include <algorithm>
 #include <utility>
@@ -91,6 +92,7 @@ PrintSection Detail(const ReportCodes& codes) {
     PrintSection section{.name = "DetailsCommand_Dettaglio", .kind = PrintSection::Kind::Detail, .controls = {}};
     AddField(section, "Label1", "Paziente", "TextBox1", "PATIENTNAME", 0, 2, 105);
     section.controls.back().bold = true;
+    section.controls.back().personName = true;
     AddField(section, "Label2", "Identificativo paziente", "TextBox2", "PATIENTID", 115, 2, 55);
     AddField(section, "Label3", "Data di nascita", "TextBox5", "BIRTHDATE", 0, 16, 45);
     AddField(section, "Label4", "Età", "TextBox4", "AGE", 50, 16, 25);
@@ -99,6 +101,7 @@ PrintSection Detail(const ReportCodes& codes) {
     AddField(section, "Label12", "Referto", "TextBox18", "READING", 0, 34, PageWidth);
     const double signature = std::max(68.0, AddCodes(section, codes, 48) + 5);
     AddField(section, "Label8", "Il medico", "TextBox6", "APPROVINGPHYSICIAN", 0, signature, 105);
+    section.controls.back().personName = true;
     AddField(section, "Label9", "Data referto", "TextBox8", "APPROVINGDATE", 115, signature, 55);
     section.height = signature + 12;
     return section;
@@ -122,6 +125,14 @@ void ShowLogo(PrintLayout& layout, const std::string& file) {
     layout.Control("imgLogo").text = file;
     layout.Control("imgLogo").visible = !file.empty();
     layout.Control("Label6").visible = file.empty();
+}
+
+/// What the row says is of whom and when. The table's age of an unknown birth date is none.
+void TellDocument(PrintLayout& layout, const PrintRow& row) {
+    layout.Control("TextBox4").visible = ParseDate(row.at(printed::BirthDate)).has_value();
+    layout.document = {.patient = WrittenName(row.at(printed::PatientName)),
+                       .study = row.at(printed::StudyDescription),
+                       .date = ParseDate(row.at(printed::StudyDate)).value_or(DateTime{})};
 }
 
 } // namespace
@@ -148,6 +159,7 @@ void ShowPrintReport(Global& global, ReportPrinter& printer, const PrintRow& row
     DicomDB dicomDB(global.ports.database);
     PrintLayout layout = PrintReportLayout(codes);
     DataReport_Initialize(layout);
+    TellDocument(layout, row);
 
     const std::string logo = global.ports.process.ApplicationFolder() + "\\Logo.bmp";
     ShowLogo(layout, global.ports.files.Exists(logo) ? logo : "");

@@ -33,8 +33,6 @@ constexpr std::array<Column, std::tuple_size_v<PrintRow>> Columns = {{
     {"Reading", ParameterType::LongVariableCharacter, LongestPrintedReading},
 }};
 
-constexpr std::size_t PatientName = 0, PatientId = 4;
-
 constexpr std::string_view UpdateStatement =
     " Update Report Set PatientName=?,  BirthDate=?, Age=?, Sex=?, "
     "                               PatientID=?, StudyDate=?, "
@@ -79,7 +77,7 @@ bool FillPrintTable(Global& global, const PrintRow& row) {
 void EmptyPrintTable(Global& global, const PrintRow& row) {
     const auto command = Catalogue(global).NewCommand();
     command->Text("Delete from Report Where PatientName=? And PatientID=?");
-    for (const std::size_t column : {PatientName, PatientId})
+    for (const std::size_t column : {printed::PatientName, printed::PatientId})
         command->Append(ParameterFor(Columns[column], row[column]));
     command->Execute();
 }

@@ -14,6 +14,11 @@ inline constexpr std::size_t LongestPrintedReading = 1024;
 /// The one row of the print table `Report`, in the order of its columns (PrintTable.cpp).
 using PrintRow = std::array<std::string, 15>;
 
+/// Where in it the columns stand that are asked for by themselves.
+namespace printed {
+inline constexpr std::size_t PatientName = 0, BirthDate = 1, PatientId = 4, StudyDate = 5, StudyDescription = 6;
+}
+
 /// A text that is a date as "dd/mm/yyyy"; any other text as it is.
 std::string PrintedDate(const std::string& text);
 

@@ -1,6 +1,7 @@
 #include "editor/ReportState.h"
 
 #include "host/Text.h"
+#include "platform/person_name.h"
 
 namespace tavrel {
 namespace {
@@ -10,7 +11,7 @@ using Tone = Label::Tone;
 std::string Approval(const ObservationContext& approver) {
     std::string text = "Approved";
     if (!approver.ObserverName.empty())
-        text += " by " + approver.ObserverName;
+        text += " by " + WrittenName(approver.ObserverName);
     if (const auto when = DateTimeText(approver.ObservationDateTime); !when.empty())
         text += " on " + when;
     return text;
@@ -32,7 +33,7 @@ StateLine Editable(const DcmSRDocument& document, const ScreenState& screen) {
 }
 
 std::string Saver(const OtherVersion& other) {
-    return other.saver.empty() ? "Somebody" : other.saver;
+    return other.saver.empty() ? "Somebody" : WrittenName(other.saver);
 }
 
 /// The band tells of the last one, which is what counts.

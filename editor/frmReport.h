@@ -9,6 +9,7 @@
 #include "editor/WritingHelp.h"
 #include "host/Global.h"
 #include "platform/error.h"
+#include "platform/person_name.h"
 #include "platform/printer.h"
 #include "platform/report_watch.h"
 #include "platform/service_events.h"
@@ -94,20 +95,22 @@ public:
     Label lblPrintedLength{*this, "lblPrintedLength"};
 
     Frame frmPatient{*this, "frmPatient"};
-    Label txtPtName{*this, "txtPtName", NotFilled}, txtPtPatientID{*this, "txtPtPatientID", NotFilled};
+    Label txtPtName{*this, "txtPtName", NotFilled, WrittenName}, txtPtPatientID{*this, "txtPtPatientID", NotFilled};
     Label txtPtSex{*this, "txtPtSex", NotFilled}, txtPtBirthDate{*this, "txtPtBirthDate", NotFilled};
     Label txtPtAge{*this, "txtPtAge", NotFilled};
 
     Frame frmStudy{*this, "frmStudy"};
-    Label txtPhysician{*this, "txtPhysician", NotFilled}, txtStDescription{*this, "txtStDescription", NotFilled};
+    Label txtPhysician{*this, "txtPhysician", NotFilled, WrittenName},
+        txtStDescription{*this, "txtStDescription", NotFilled};
     Label txtStDate{*this, "txtStDate", NotFilled};
 
     Frame frmDataReport{*this, "frmDataReport"};
     ComboBox cmbReportTitle{*this, "cmbReportTitle"};
     TextBox txtReportTitle{*this, "txtReportTitle"};
     ComboBox cmbBodyPart{*this, "cmbBodyPart"};
-    Label txtReferringPhysician{*this, "txtReferringPhysician"}, txtUpdateDate{*this, "txtUpdateDate"};
-    Label txtApprovingPhysician{*this, "txtApprovingPhysician"}, txtApprovalDate{*this, "txtApprovalDate"};
+    Label txtReferringPhysician{*this, "txtReferringPhysician", {}, WrittenName}, txtUpdateDate{*this, "txtUpdateDate"};
+    Label txtApprovingPhysician{*this, "txtApprovingPhysician", {}, WrittenName},
+        txtApprovalDate{*this, "txtApprovalDate"};
     Button cmdApprove{*this, "cmdApprove"}, cmdBaseBody{*this, "cmdBaseBody"}, cmdTitle{*this, "cmdTitle"};
 
     Label lblBodyPartNote{*this, "lblBodyPartNote", NotStored}; ///< these three as long as it is so

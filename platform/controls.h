@@ -109,14 +109,20 @@ public:
     /// How a label is set off from the rest; the widget picks the colours.
     enum class Tone { Neutral, Attention, Settled, Failure };
 
-    Label(Form& form, std::string_view name, std::string_view text = {}) : Control(form, name), text_(text) {}
+    /// What the eye sees of a text; the text itself stays as it is.
+    using Drawing = std::string (*)(std::string_view text);
+
+    Label(Form& form, std::string_view name, std::string_view text = {}, Drawing drawing = nullptr)
+        : Control(form, name), text_(text), drawing_(drawing) {}
     const std::string& Text() const { return text_; }
     void Text(std::string_view text) { Set(text_, text); }
+    std::string Drawn() const { return drawing_ ? drawing_(text_) : text_; }
     Label::Tone Emphasis() const { return tone_; }
     void Emphasis(Label::Tone tone) { Set(tone_, tone); }
 
 private:
     std::string text_;
+    Drawing drawing_;
     Label::Tone tone_ = Tone::Neutral;
 };
 
@@ -292,10 +298,12 @@ struct ListItem {
 /// the rows from here and keeps no copy.
 class ListView : public Control {
 public:
-    ListView(Form& form, std::string_view name, std::vector<std::string> columns)
-        : Control(form, name), columns_(std::move(columns)) {}
+    /// In the column `persons` stand persons' names, which are drawn as people write them.
+    ListView(Form& form, std::string_view name, std::vector<std::string> columns, int persons = -1)
+        : Control(form, name), columns_(std::move(columns)), persons_(persons) {}
 
     const std::vector<std::string>& Columns() const { return columns_; }
+    int Persons() const { return persons_; }
     const std::vector<ListItem>& Items() const { return items_; }
     int Count() const { return static_cast<int>(items_.size()); }
     const ListItem& Item(int index) const { return items_.at(static_cast<std::size_t>(index)); }
@@ -327,6 +335,7 @@ private:
     void TellRows();
 
     std::vector<std::string> columns_;
+    int persons_;
     std::vector<ListItem> items_;
     int selected_ = -1;
 };

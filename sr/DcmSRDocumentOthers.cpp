@@ -5,6 +5,7 @@
 #include "host/Text.h"
 #include "platform/attributes.h"
 #include "platform/paths.h"
+#include "platform/person_name.h"
 #include "platform/text.h"
 #include "sr/DcmSRDocument.h"
 #include "sr/ForeignContent.h"
@@ -105,7 +106,7 @@ OtherVersion DcmSRDocument::ReadOther(const std::string& file, const DataSetList
     for (const auto& identity : {attribute::PatientId, attribute::PatientName, attribute::StudyInstanceUid})
         if (!Same(*own, *version, identity))
             other.barrier = "It does not name the patient and the study of this report, but " +
-                            TextOf(version->GetValue(attribute::PatientName)) +
+                            WrittenName(TextOf(version->GetValue(attribute::PatientName))) +
                             ": no version can be written after it unseen.";
     return other;
 }

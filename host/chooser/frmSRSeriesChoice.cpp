@@ -29,7 +29,7 @@ ListItem RowOf(const DcmSRDocument& report) {
 
 frmSRSeriesChoice::frmSRSeriesChoice(Global& global, std::function<void()> runNew)
     : Form("frmSRSeriesChoice", "Report selection"),
-      lstSRSeries(*this, "lstSRSeries", {"Description", "State", "Last Updated", "Observer"}), cmdOk(*this, "cmdOk"),
+      lstSRSeries(*this, "lstSRSeries", {"Description", "State", "Last Updated", "Observer"}, 3), cmdOk(*this, "cmdOk"),
       cmdNew(*this, "cmdNew"), cmdCancel(*this, "cmdCancel"), global_(global), runNew_(std::move(runNew)) {
     lstSRSeries.ItemClick = [this] { lstSRSeries_ItemClick(); };
     lstSRSeries.DoubleClick = [this] { cmdOk_Click(); };

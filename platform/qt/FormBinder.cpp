@@ -53,7 +53,7 @@ public:
 protected:
     void ShowState(bool) override {
         widget_.setEnabled(label_.Enabled()); // Within a frame that is out of reach it is still read.
-        const QString text = ToQt(label_.Text());
+        const QString text = ToQt(label_.Drawn());
         if (widget_.wordWrap())
             SayWrapped(widget_, text);
         else

@@ -29,7 +29,7 @@ std::string_view Cell(const ListItem& item, int column) {
 
 RowsModel::Source Rows(const ListView& list) {
     return {list.Columns(), [&list] { return list.Count(); },
-            [&list](int row, int column) { return Cell(list.Item(row), column); }};
+            [&list](int row, int column) { return Cell(list.Item(row), column); }, list.Persons()};
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include "platform/error.h"
 #include "platform/paths.h"
+#include "platform/person_name.h"
 #include "platform/qt/QtText.h"
 
 #include <QFileInfo>
@@ -12,6 +13,7 @@
 #include <QPaintEngine>
 #include <QPainter>
 #include <QPrinter>
+#include <QRawFont>
 #include <QTextLayout>
 
 #include <algorithm>
@@ -115,16 +117,26 @@ QImage ReadPicture(const std::string& file, QSizeF place) {
 } // namespace
 
 PrintPages::PrintPages(PrintLayout layout, ResultSet& rows, const DateTime& today)
-    : layout_(std::move(layout)), today_(DateOf(today).toStdString()) {
+    : PrintPages(std::move(layout), today, [&](const PrintSection& detail) {
+          for (; !rows.AtEnd(); rows.MoveNext()) {
+              Row row;
+              for (const PrintControl& control : detail.controls)
+                  if (control.kind == PrintControl::Kind::Field)
+                      row[&control] = ToQt(rows.Field(control.text).value_or(""));
+              BreakIntoPages(LinesOf(detail, row));
+          }
+      }) {}
+
+PrintPages::PrintPages(PrintLayout layout, const DateTime& today)
+    : PrintPages(std::move(layout), today,
+                 [this](const PrintSection& detail) { BreakIntoPages(LinesOf(detail, {})); }) {}
+
+PrintPages::PrintPages(PrintLayout layout, const DateTime& today, const std::function<void(const PrintSection&)>& fill)
+    : layout_(std::move(layout)), today_(DateOf(today).toStdString()),
+      bands_(HeightOf(PrintSection::Kind::PageHeader) + HeightOf(PrintSection::Kind::PageFooter)) {
     ReadPictures();
-    const PrintSection* detail = Section(PrintSection::Kind::Detail);
-    for (; detail && !rows.AtEnd(); rows.MoveNext()) {
-        Row row;
-        for (const PrintControl& control : detail->controls)
-            if (control.kind == PrintControl::Kind::Field)
-                row[&control] = ToQt(rows.Field(control.text).value_or(""));
-        BreakIntoPages(LinesOf(*detail, row));
-    }
+    if (const PrintSection* detail = Section(PrintSection::Kind::Detail))
+        fill(*detail);
     if (pages_.empty())
         pages_.emplace_back();
     // Each value follows its caption, for whoever copies the text or has it read aloud.
@@ -139,12 +151,15 @@ void PrintPages::ReadPictures() {
                 pictures_[&control] = ReadPicture(control.text, {control.width, control.height});
 }
 
-QString PrintPages::TextOf(const PrintControl& control, const Row& row) const {
-    if (control.kind == PrintControl::Kind::Field)
-        return row.at(&control);
-    if (control.kind == PrintControl::Kind::Text)
-        return ToQt(control.text);
-    return ToQt(control.text).replace("%i", ToQt(layout_.title)).replace("%d", ToQt(today_));
+QString PrintPages::TextOf(const PrintControl& control, const Row& row, int page) const {
+    if (control.kind == PrintControl::Kind::Label)
+        return ToQt(control.text)
+            .replace("%i", ToQt(layout_.title))
+            .replace("%d", ToQt(today_))
+            .replace("%p", QString::number(page))
+            .replace("%P", QString::number(Count()));
+    const QString text = control.kind == PrintControl::Kind::Field ? row.at(&control) : ToQt(control.text);
+    return control.personName ? ToQt(WrittenName(FromQt(text))) : text;
 }
 
 QFont PrintPages::FontOf(const PrintControl& control) const {
@@ -156,7 +171,7 @@ QFont PrintPages::FontOf(const PrintControl& control) const {
     return font;
 }
 
-PrintPages::Lines PrintPages::LinesOf(const PrintSection& section, const Row& row) const {
+PrintPages::Lines PrintPages::LinesOf(const PrintSection& section, const Row& row, int page) const {
     struct Placed {
         double bottom;  // as laid out
         double lowered; // how much further down it ends
@@ -177,7 +192,7 @@ PrintPages::Lines PrintPages::LinesOf(const PrintSection& section, const Row& ro
 
         const QFont font = FontOf(*control);
         const double height = QFontMetricsF(font).lineSpacing() * Leading / UnitsPerMillimetre;
-        const QString text = TextOf(*control, row);
+        const QString text = TextOf(*control, row, page);
         const auto wrapped = control->canGrow ? Wrap(text, font, control->width * UnitsPerMillimetre)
                                               : std::vector<WrappedLine>{{text, Qt::LayoutDirectionAuto}};
         const auto count = wrapped.size();
@@ -189,7 +204,8 @@ PrintPages::Lines PrintPages::LinesOf(const PrintSection& section, const Row& ro
                                                                                            : control->align,
                              .top = control->top + lowered + static_cast<double>(i) * height,
                              .height = height,
-                             .keepsWithNext = i == 0 || i + 2 >= count});
+                             .keepsWithNext = control->standsAlone ? i + 1 < count && (i == 0 || i + 2 == count)
+                                                                   : i == 0 || i + 2 >= count});
         const double grown = static_cast<double>(count) * height - control->height;
         placed.push_back({control->top + control->height, lowered + std::max(0.0, grown)});
     }
@@ -222,12 +238,60 @@ const PrintSection* PrintPages::Section(PrintSection::Kind kind) const {
 
 double PrintPages::HeightOf(PrintSection::Kind kind) const {
     const PrintSection* section = Section(kind);
-    return section ? section->height : 0;
+    if (!section)
+        return 0;
+    double height = section->height;
+    for (const PrintControl& control : section->controls)
+        if (control.canGrow) {
+            for (const Line& line : LinesOf(*section, {}))
+                height = std::max(height, line.top + line.height);
+            break;
+        }
+    return height;
 }
 
 double PrintPages::BodyHeight() const {
-    return PageHeight - layout_.marginTop - layout_.marginBottom - HeightOf(PrintSection::Kind::PageHeader) -
-           HeightOf(PrintSection::Kind::PageFooter) - 2 * BodyGap;
+    return PageHeight - layout_.marginTop - layout_.marginBottom - bands_ - 2 * BodyGap;
+}
+
+QString PrintPages::Undrawable() const {
+    const auto hasFont = [](char32_t character, const QFont& font) {
+        const auto runs =
+            Paragraph(QString::fromUcs4(&character, 1), font, PageWidth * UnitsPerMillimetre, {}).glyphRuns();
+        return std::ranges::any_of(runs, [&](const QGlyphRun& run) { // boxes are of no file
+            return run.rawFont().supportsCharacter(character) && !run.rawFont().fontTable("cmap").isEmpty();
+        });
+    };
+    std::map<char32_t, bool> drawable;
+    const auto look = [&](const Lines& lines) {
+        for (const Line& line : lines)
+            for (const char32_t character : line.text.toUcs4()) {
+                const auto category = QChar::category(character);
+                if (!QChar::isSpace(character) && category != QChar::Other_Format && category != QChar::Other_Control &&
+                    !drawable.contains(character))
+                    drawable[character] = hasFont(character, FontOf(*line.control));
+            }
+    };
+    std::ranges::for_each(pages_, look);
+    for (const PrintSection& section : layout_.sections)
+        if (section.kind != PrintSection::Kind::Detail)
+            look(LinesOf(section, {}));
+    QString missing;
+    for (const auto& [character, drawn] : drawable)
+        if (!drawn)
+            missing += QString::fromUcs4(&character, 1);
+    return missing;
+}
+
+void PrintPages::SetSheet(QPagedPaintDevice& device) {
+    device.setPageSize(QPageSize(QPageSize::A4));
+    device.setPageMargins({});
+}
+
+void PrintPages::SetUp(QPrinter& printer, const PrintLayout& layout) {
+    printer.setFullPage(true);
+    printer.setDocName(ToQt(layout.caption));
+    SetSheet(printer);
 }
 
 void PrintPages::Paint(QPagedPaintDevice& device) const {
@@ -251,13 +315,13 @@ void PrintPages::Paint(QPagedPaintDevice& device) const {
     for (const Lines* page : asked) {
         require(page == asked.front() || device.newPage());
         painter.save();
-        PaintPage(painter, *page);
+        PaintPage(painter, *page, static_cast<int>(page - pages_.data()) + 1);
         painter.restore();
     }
     require(painter.end());
 }
 
-void PrintPages::PaintPage(QPainter& painter, const Lines& body) const {
+void PrintPages::PaintPage(QPainter& painter, const Lines& body, int page) const {
     const QSizeF sheet(painter.device()->width() * 25.4 / painter.device()->logicalDpiX(),
                        painter.device()->height() * 25.4 / painter.device()->logicalDpiY());
     const double fit = std::min({1.0, sheet.width() / PageWidth, sheet.height() / PageHeight});
@@ -267,12 +331,12 @@ void PrintPages::PaintPage(QPainter& painter, const Lines& body) const {
     painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform | QPainter::LosslessImageRendering);
 
     const double bodyTop = HeightOf(PrintSection::Kind::PageHeader) + BodyGap;
-    DrawBand(painter, PrintSection::Kind::PageHeader, 0);
+    DrawBand(painter, PrintSection::Kind::PageHeader, 0, page);
     DrawLines(painter, body, bodyTop);
-    DrawBand(painter, PrintSection::Kind::PageFooter, bodyTop + BodyHeight() + BodyGap);
+    DrawBand(painter, PrintSection::Kind::PageFooter, bodyTop + BodyHeight() + BodyGap, page);
 }
 
-void PrintPages::DrawBand(QPainter& painter, PrintSection::Kind kind, double top) const {
+void PrintPages::DrawBand(QPainter& painter, PrintSection::Kind kind, double top, int page) const {
     const PrintSection* section = Section(kind);
     if (!section)
         return;
@@ -283,9 +347,9 @@ void PrintPages::DrawBand(QPainter& painter, PrintSection::Kind kind, double top
             const QPointF place(control.left, top + control.top);
             painter.drawImage({place * UnitsPerMillimetre, size * UnitsPerMillimetre}, picture->second);
         }
-    DrawLines(painter, LinesOf(*section, {}), top);
+    DrawLines(painter, LinesOf(*section, {}, page), top);
     if (section->ruled) {
-        const double y = (kind == PrintSection::Kind::PageHeader ? top + section->height : top) * UnitsPerMillimetre;
+        const double y = (kind == PrintSection::Kind::PageHeader ? top + HeightOf(kind) : top) * UnitsPerMillimetre;
         painter.setPen(QPen(Rule, 0.25 * UnitsPerMillimetre));
         painter.drawLine(QPointF(0, y),
                          QPointF((PageWidth - layout_.marginLeft - layout_.marginRight) * UnitsPerMillimetre, y));

@@ -1,47 +1,30 @@
 #include "platform/qt/PrintPreview.h"
 
 #include "platform/error.h"
+#include "platform/qt/PdfFile.h"
 #include "platform/qt/QtText.h"
 
 #include <QFileDialog>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QMessageBox>
-#include <QPdfWriter>
 #include <QPrintDialog>
 #include <QPrintPreviewWidget>
 #include <QPrinterInfo>
 #include <QPushButton>
-#include <QSaveFile>
 #include <QScreen>
 #include <QShortcut>
 #include <QStandardPaths>
 
 namespace tavrel {
-namespace {
-
-/// A4 without margins: the layout has its own.
-void SetPage(QPagedPaintDevice& device) {
-    device.setPageSize(QPageSize(QPageSize::A4));
-    device.setPageMargins({});
-}
-
-void SetPage(QPrinter& printer, const PrintLayout& layout) {
-    printer.setFullPage(true);
-    printer.setDocName(ToQt(layout.caption));
-    SetPage(printer);
-}
-
-} // namespace
-
-PrintPreview::PrintPreview(const PrintPages& pages)
-    : pages_(pages), paper_(QPrinter::HighResolution), preview_(new QPrintPreviewWidget(&paper_, this)),
-      position_(new QLabel(this)) {
+PrintPreview::PrintPreview(const PrintPages& pages, QWidget* parent)
+    : QDialog(parent), pages_(pages), paper_(QPrinter::HighResolution),
+      preview_(new QPrintPreviewWidget(&paper_, this)), position_(new QLabel(this)) {
     setWindowTitle(ToQt(pages.Layout().caption));
     setWindowFlags(windowFlags() | Qt::WindowMaximizeButtonHint);
     setWindowFlag(Qt::WindowStaysOnTopHint, pages.Layout().topMost);
     resize(QSize(940, 740).boundedTo(screen()->availableSize()));
-    SetPage(paper_, pages.Layout());
+    PrintPages::SetUp(paper_, pages.Layout());
 
     auto* bar = new QHBoxLayout;
     bar->setContentsMargins(8, 8, 8, 8);
@@ -106,7 +89,7 @@ void PrintPreview::Print() {
             throw Error(Fault::NoPrinter, "PrintReport",
                         "This workstation has no printer. The report can be saved as a PDF.");
         QPrinter printer(QPrinter::HighResolution);
-        SetPage(printer, pages_.Layout());
+        PrintPages::SetUp(printer, pages_.Layout());
         QPrintDialog dialog(&printer, this);
         dialog.setOptions(QPrintDialog::PrintPageRange | QPrintDialog::PrintCollateCopies);
         dialog.setMinMax(1, pages_.Count());
@@ -120,6 +103,7 @@ void PrintPreview::AskAndSavePdf() {
                        tr("PDF (*.pdf)"));
     dialog.setAcceptMode(QFileDialog::AcceptSave);
     dialog.setDefaultSuffix(QStringLiteral("pdf"));
+    dialog.selectFile(ToQt(pages_.Layout().document.FileName()));
     if (dialog.exec() == QDialog::Accepted)
         Attempt([&] { SavePdf(pages_, dialog.selectedFiles().constFirst()); });
 }
@@ -130,23 +114,6 @@ void PrintPreview::Attempt(const std::function<void()>& work) {
     } catch (const Error& error) {
         QMessageBox::warning(this, windowTitle(), QString::fromStdString(error.description));
     }
-}
-
-void PrintPreview::SavePdf(const PrintPages& pages, const QString& path) {
-    QSaveFile file(path);
-    const auto require = [&](bool done) {
-        if (!done)
-            throw Error(Fault::PdfUnsaved, "PrintReport",
-                        "The PDF " + path.toStdString() + " cannot be written: " + file.errorString().toStdString());
-    };
-    require(file.open(QIODevice::WriteOnly) && file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner));
-    {
-        QPdfWriter writer(&file);
-        SetPage(writer);
-        writer.setTitle(ToQt(pages.Layout().title));
-        pages.Paint(writer);
-    }
-    require(file.commit());
 }
 
 } // namespace tavrel

@@ -15,14 +15,13 @@ class QPushButton;
 
 namespace tavrel {
 
-/// The top-most window in which a report is looked at before it is printed or saved as a PDF.
+/// The window, top-most where the layout asks for it, in which a report is looked at before it is printed or saved as a
+/// PDF.
 class PrintPreview : public QDialog {
 public:
-    explicit PrintPreview(const PrintPages& pages);
+    explicit PrintPreview(const PrintPages& pages, QWidget* parent = nullptr);
 
-    /// Writes the pages as an A4 PDF, readable by its owner only; whole or not at all. A failure is an
-    /// `Error`.
-    static void SavePdf(const PrintPages& pages, const QString& path);
+    const PrintPages& Pages() const { return pages_; }
 
 private:
     void AddButtons(QHBoxLayout& bar);

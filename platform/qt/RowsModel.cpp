@@ -1,5 +1,6 @@
 #include "platform/qt/RowsModel.h"
 
+#include "platform/person_name.h"
 #include "platform/qt/QtText.h"
 
 #include <QFontMetrics>
@@ -34,7 +35,8 @@ QVariant RowsModel::data(const QModelIndex& index, int role) const {
     const bool shown = role == Qt::DisplayRole || role == Qt::ToolTipRole;
     if (!shown || !index.isValid() || index.row() >= source_.count())
         return {};
-    const QString text = ToQt(source_.text(index.row(), index.column()));
+    const std::string_view stored = source_.text(index.row(), index.column());
+    const QString text = index.column() == source_.persons ? ToQt(WrittenName(stored)) : ToQt(stored);
     return role == Qt::ToolTipRole ? "<qt>" + text.toHtmlEscaped() + "</qt>" : text; // A column may be too narrow.
 }
 

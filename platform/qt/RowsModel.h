@@ -15,6 +15,7 @@ public:
         std::vector<std::string> columns;
         std::function<int()> count;
         std::function<std::string_view(int row, int column)> text;
+        int persons = -1; ///< the column of persons' names
     };
     explicit RowsModel(Source source, QObject* parent = nullptr);
 

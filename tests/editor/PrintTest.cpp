@@ -24,6 +24,35 @@ TEST(Print, ShowsThePageFilledFromTheTable) {
                                                                             {"APPROVINGDATE", "14/11/2026"}}}));
 }
 
+TEST(Print, IsCalledByPatientStudyAndDate) {
+    PrintingStation station;
+    station.editor.cmdPrint.Press();
+    EXPECT_EQ(station.printer.shown.at(0).layout.document.Title(), "ROSSI, MARIA - Chest - 2026-11-14");
+}
+
+TEST(Print, AnUnknownAgeIsNothingOnThePage) {
+    PrintingStation station;
+    station.editor.txtPtBirthDate.Text("");
+    station.editor.txtPtAge.Text("....");
+    station.editor.cmdPrint.Press();
+    EXPECT_EQ(station.Printed("Age"), "....");
+    EXPECT_FALSE(station.printer.shown.at(0).layout.Control("TextBox4").visible);
+}
+
+TEST(Print, AKnownAgeStandsOnThePage) {
+    PrintingStation station;
+    station.editor.cmdPrint.Press();
+    EXPECT_TRUE(station.printer.shown.at(0).layout.Control("TextBox4").visible);
+}
+
+TEST(Print, ThePatientAndThePhysicianAreDrawnAsPeopleWriteThem) {
+    PrintingStation station;
+    station.editor.cmdPrint.Press();
+    auto layout = station.printer.shown.at(0).layout;
+    EXPECT_TRUE(layout.Control("TextBox1").personName);
+    EXPECT_TRUE(layout.Control("TextBox6").personName);
+}
+
 TEST(Print, IsDatedToday) {
     PrintingStation station;
     station.clock.now = {2026, 12, 1, 9, 30, 0};

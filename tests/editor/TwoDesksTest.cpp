@@ -324,7 +324,7 @@ TEST(ASave, IsNeverWrittenAfterAnotherPatientsVersion) {
         version.SetElementString(0, attribute::PatientId, "P9");
     });
     desks.Save("Mine");
-    EXPECT_THAT(desks.windows.Texts(), ElementsAre(HasSubstr("but NERI^LUCA: no version can be written after it")));
+    EXPECT_THAT(desks.windows.Texts(), ElementsAre(HasSubstr("but NERI, LUCA: no version can be written after it")));
     EXPECT_EQ(desks.windows.messages[0].buttons, Buttons::Ok);
     EXPECT_THAT(desks.store.sent, IsEmpty());
     EXPECT_EQ(desks.editor.txtPtName.Text(), "NERI^LUCA");

@@ -5,6 +5,7 @@ import time
 from person.driver import wait_until, xdotool
 from person.editor import SEARCH, seconds
 from person.pictures import pixels
+from person.studies import as_written
 from person.workstation import HOSPITAL
 
 TYPED = "Typed with care"
@@ -98,11 +99,11 @@ class Opening(Action):
         return self.opening.done()
 
     def done(self):
-        return self.report.read("Name") == self.patient
+        return self.report.read("Name") == as_written(self.patient)
 
     def kept(self):
         # What is shown is one patient's.
-        return (self.report.read("Name") == self.patient) != (self.report.read("Reading") == TYPED)
+        return (self.report.read("Name") == as_written(self.patient)) != (self.report.read("Reading") == TYPED)
 
 
 class Saving(Action):

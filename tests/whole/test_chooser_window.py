@@ -3,7 +3,7 @@
 from case import SystemTest
 from person.driver import key, wait_until
 from person.editor import seconds
-from person.studies import Study
+from person.studies import Study, as_written
 from person.workstation import HOSPITAL, PHYSICIAN
 
 
@@ -52,8 +52,8 @@ class TheChooser(SystemTest):
     def test_shows_title_state_date_and_observer_of_each_report(self):
         first, second = self.reports.rows()
 
-        self.assertEqual((first[0], first[1], first[3]), ("Approved one", "APPROVED", PHYSICIAN))
-        self.assertEqual((second[0], second[1], second[3]), ("Pending one", "", PHYSICIAN))
+        self.assertEqual((first[0], first[1], first[3]), ("Approved one", "APPROVED", as_written(PHYSICIAN)))
+        self.assertEqual((second[0], second[1], second[3]), ("Pending one", "", as_written(PHYSICIAN)))
         for row in first, second:
             self.assertRegex(row[2], r"^\d\d/\d\d/\d{4} \d\d:\d\d:\d\d$")
 

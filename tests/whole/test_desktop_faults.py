@@ -38,7 +38,7 @@ class BesideARealViewer(WorkstationTest):
             report.save()
         self.assertEqual([reading_of(each) for each in self.study.versions()], ["Reading 1", "Reading 2"])
         report = self.open(self.other)
-        self.assertEqual(report.read("Name"), "VERDI^LUIGI")
+        self.assertEqual(report.read("Name"), "VERDI, LUIGI")
         self.assertEqual(report.read("Reading"), "")
 
 

@@ -61,7 +61,7 @@ class DiskTest(SystemTest):
         other = Study(PatientName="VERDI^LUIGI")
         opening = action.client.begin("LoadForImgSeries", "(as)", other.images())
         opening.result(15)
-        wait_until(lambda: action.report.read("Name") == "VERDI^LUIGI", "the other patient")
+        wait_until(lambda: action.report.read("Name") == "VERDI, LUIGI", "the other patient")
         self.assertEqual(action.report.read("Reading"), "")
 
 

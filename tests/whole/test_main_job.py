@@ -2,7 +2,7 @@
 
 from case import SystemTest
 from person.driver import wait_until
-from person.studies import Study, observers_of, predecessors_of, reading_of, title_of
+from person.studies import Study, as_written, observers_of, predecessors_of, reading_of, title_of
 from person.workstation import PHYSICIAN, ask
 
 
@@ -14,7 +14,7 @@ class ANewReport(SystemTest):
         self.report = self.open(self.study)
 
     def test_opens_with_the_patient_and_the_study_of_the_images(self):
-        self.assertEqual(self.report.read("Name"), "ROSSI^CARLA")
+        self.assertEqual(self.report.read("Name"), "ROSSI, CARLA")
         self.assertEqual(self.report.read("Patient ID"), self.study.uid[-16:])
         self.assertEqual(self.report.versions.count(), 0)
         self.assertTrue(self.report.enabled("New"))
@@ -66,7 +66,7 @@ class ANewReport(SystemTest):
         self.report.fill(title="Chest")
         self.report.save()
 
-        self.assertEqual(self.report.read("Reading physician"), PHYSICIAN)
+        self.assertEqual(self.report.read("Reading physician"), as_written(PHYSICIAN))
         self.assertRegex(self.report.read("Last updated"), r"^\d\d/\d\d/\d{4} \d\d:\d\d:\d\d$")
         self.assertEqual(self.report.read("Approving physician"), "Not yet approved")
 
@@ -128,7 +128,7 @@ class AReportOpenedAgain(SystemTest):
 
         version = self.study.versions()[-1]
         self.assertEqual((version.CompletionFlag, version.VerificationFlag), ("COMPLETE", "VERIFIED"))
-        self.assertEqual(self.report.read("Approving physician"), PHYSICIAN)
+        self.assertEqual(self.report.read("Approving physician"), as_written(PHYSICIAN))
         self.assertFalse(self.report.enabled("Save"))
         self.assertFalse(self.report.editable("Reading"))
         self.assertTrue(self.report.enabled("Print "))

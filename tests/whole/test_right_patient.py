@@ -67,7 +67,7 @@ class AnotherPatient(RightPatientTest):
 
         report = self.open(self.verdi, self.viewers_client)
 
-        self.assertEqual(report.read("Name"), "VERDI^LUIGI")
+        self.assertEqual(report.read("Name"), "VERDI, LUIGI")
         self.assertEqual(report.read("Age"), "....")
         self.assertEqual(self.viewer.told, [("ClearRefertList",)])
         report.fill(reading="Of Verdi")
@@ -93,7 +93,7 @@ class AnotherPatient(RightPatientTest):
         report.save()
 
         self.assertEqual([reading_of(each) for each in self.rossi.versions()], ["Reading 1", "Of Rossi, typed before"])
-        self.assertEqual(report.read("Name"), "ROSSI^MARIA")
+        self.assertEqual(report.read("Name"), "ROSSI, MARIA")
 
     def test_whose_opening_failed_leaves_the_open_report_as_usable_as_before(self):
         report = self.open(self.rossi, self.viewers_client)

@@ -42,7 +42,7 @@ class ServiceTest(SystemTest):
     def expect_clean_for_another(self):
         other = Study(PatientName="VERDI^LUIGI")
         self.save.client.begin("LoadForImgSeries", "(as)", other.images()).result(15)
-        self.assertEqual(self.save.report.read("Name"), "VERDI^LUIGI")
+        self.assertEqual(self.save.report.read("Name"), "VERDI, LUIGI")
         self.assertEqual(self.save.report.read("Reading"), "")
 
 

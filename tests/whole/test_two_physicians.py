@@ -8,7 +8,7 @@ from department import department_of
 from person.driver import wait_until
 from person.editor import save_on_top_until, seconds, show_all
 from person.pictures import screenshot
-from person.studies import Study, observers_of, predecessors_of, reading_of
+from person.studies import Study, as_written, observers_of, predecessors_of, reading_of
 from person.workstation import ask
 
 ROSSI, BIANCHI = "Rossi^Mario", "Bianchi^Anna"
@@ -43,7 +43,7 @@ class TwoPhysicians(SystemTest):
         self.bianchi.fill(reading="Bianchi's")
         seconds.wait()
         self.bianchi.press("Save")
-        box = question(self.bianchi, ROSSI)
+        box = question(self.bianchi, as_written(ROSSI))
         screenshot(PICTURES / "two-physicians-question.png")
         self.assertEqual(self.readings(), ["Reading 1", "Rossi's"])
         self.answer(self.bianchi, box, "Save on top")
@@ -58,7 +58,7 @@ class TwoPhysicians(SystemTest):
         self.rossi.save()
         self.bianchi.fill(reading="Bianchi's")
         self.bianchi.press("Save")
-        question(self.bianchi, ROSSI).press("Look at it first")
+        question(self.bianchi, as_written(ROSSI)).press("Look at it first")
         wait_until(lambda: self.bianchi.read("Reading") == "Rossi's", "what Rossi saved")
         self.bianchi.press("Put back")
         wait_until(lambda: self.bianchi.read("Reading") == "Bianchi's", "what was typed")
@@ -87,7 +87,7 @@ class TwoPhysicians(SystemTest):
         self.rossi.fill(reading="Rossi's")
         self.rossi.save()
         saved = time.monotonic()
-        told(self.bianchi, f"{ROSSI} saved a version at ")
+        told(self.bianchi, f"{as_written(ROSSI)} saved a version at ")
         self.assertLess(time.monotonic() - saved, 8)
         screenshot(PICTURES / "two-physicians-band.png")
         self.assertEqual(self.bianchi.read("Reading"), "Bianchi types")
@@ -99,11 +99,11 @@ class TwoPhysicians(SystemTest):
     def test_a_report_that_one_approves_is_locked_for_the_other(self):
         self.bianchi.fill(reading="Bianchi types")
         self.rossi.approve()
-        told(self.bianchi, f"{ROSSI} approved this report at ")
+        told(self.bianchi, f"{as_written(ROSSI)} approved this report at ")
         wait_until(lambda: not self.bianchi.enabled("Save"), "the report to be locked")
         screenshot(PICTURES / "two-physicians-approved.png")
         self.bianchi.press("Last Version")
-        told(self.bianchi, f"Approved by {ROSSI} on ")
+        told(self.bianchi, f"Approved by {as_written(ROSSI)} on ")
         told(self.bianchi, "Draft of ")
         self.assertEqual(len(self.study.versions()), 2)
 
@@ -129,7 +129,7 @@ class TwoPhysicians(SystemTest):
         self.bianchi.fill(reading="Bianchi's, later")
         seconds.wait()
         self.bianchi.press("Save")
-        self.answer(self.bianchi, question(self.bianchi, ROSSI), "Save on top")
+        self.answer(self.bianchi, question(self.bianchi, as_written(ROSSI)), "Save on top")
 
         self.assertEqual(self.readings(), ["Bianchi's, kept", "Bianchi's, later", "Reading 1", "Rossi's"])
         self.assertEqual(len(predecessors_of(self.last())), 3)

@@ -2,6 +2,7 @@
 
 import subprocess
 import tempfile
+import unicodedata
 from pathlib import Path
 
 import pydicom
@@ -68,6 +69,15 @@ class Study:
         rows = ask("SELECT SeriesDir, ImageFile FROM Series JOIN Image USING (SeriesInstanceUID) "
                    "WHERE SeriesInstanceUID = ? ORDER BY ImageID", series_uid)
         return [self.folder / folder / file for folder, file in rows]
+
+
+def as_written(name):
+    """A name of family and given name in any writings as people write it, which is how the windows draw it."""
+    def writing(group):
+        eastern = unicodedata.name(group[0]).split()[0] in ("CJK", "HIRAGANA", "KATAKANA", "HANGUL", "HALFWIDTH")
+        return (" " if eastern else ", ").join(part for part in group.split("^") if part)
+    first, *others = [writing(group) for group in name.split("=") if group.strip("^")]
+    return f"{first} ({', '.join(others)})" if others else first
 
 
 def title_of(version):

@@ -29,6 +29,14 @@ TEST_F(Fields, ALabelShowsANameAsItIsWritten) {
     EXPECT_EQ(Find<QLabel>("lblLine").textFormat(), Qt::PlainText);
 }
 
+TEST_F(Fields, ALabelDrawsAPersonsNameAndKeepsWhatIsStored) {
+    form_.lblLine.Text("Doe^Peter");
+
+    EXPECT_EQ(Find<QLabel>("lblLine").text(), "Doe, Peter");
+    EXPECT_EQ(Find<QLabel>("lblLine").toolTip(), Qt::convertFromPlainText("Doe, Peter"));
+    EXPECT_EQ(form_.lblLine.Text(), "Doe^Peter");
+}
+
 TEST_F(Fields, ALabelsToneIsKnownToTheStyle) {
     form_.lblLine.Emphasis(Label::Tone::Attention);
 

@@ -54,6 +54,13 @@ TEST_F(Lists, ShowTheirLines) {
     EXPECT_EQ(lines_.model()->index(1, 0).data().toString(), "08:14");
 }
 
+TEST(Rows, DrawThePersonsOfTheirColumn) {
+    const RowsModel rows({{"Title", "Observer"}, [] { return 1; }, [](int, int) { return "Doe^Peter"; }, 1});
+
+    EXPECT_EQ(rows.index(0, 0).data().toString(), "Doe^Peter");
+    EXPECT_EQ(rows.index(0, 1).data().toString(), "Doe, Peter");
+}
+
 TEST_F(Lists, ShowTheirRowsUnderTheirColumns) {
     EXPECT_EQ(rows_.model()->headerData(1, Qt::Horizontal).toString(), "Description");
     EXPECT_EQ(Cell(1, 0), "B2");

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/person_name.h"
 #include "platform/qt/FormWindow.h"
 
 #include <QComboBox>
@@ -20,7 +21,7 @@ struct OneOfEach : Form {
     OneOfEach() : Form("frmOneOfEach", "One of each") {}
     void FrameClosed() override { ++frameClosed; }
 
-    Label lblLine{*this, "lblLine"};
+    Label lblLine{*this, "lblLine", {}, WrittenName};
     TextBox txtLine{*this, "txtLine"};
     ComboBox cmbBox{*this, "cmbBox"};
     ListBox lstLines{*this, "lstLines"};

@@ -60,7 +60,7 @@ TEST(Pages, TheTextIsCopiedInTheLayoutsOrder) {
     PdfStation station;
     EXPECT_EQ(station.TextWith("Cuore e polmoni nella norma.\r\nNessun versamento."),
               "Relazione clinica\nPrinting report\n"
-              "Paziente\nROSSI^MARIA\nIdentificativo paziente\nP1\nData di nascita\n20/05/1960\nEtà\n66 y\nSesso\nF\n"
+              "Paziente\nROSSI, MARIA\nIdentificativo paziente\nP1\nData di nascita\n20/05/1960\nEtà\n66 y\nSesso\nF\n"
               "Data studio\n14/11/2026\nReferto\nCuore e polmoni nella norma.\nNessun versamento.\n"
               "Il medico\nDr. Mario Rossi\nData referto\n14/11/2026\n"
               "Referto stampato il 15/11/2026\n\f");
@@ -122,10 +122,10 @@ TEST(Pages, EmptyLinesAndTabsKeepTheirPlace) {
 
 TEST(Pages, LongTextsInTheOtherFieldsAreWrappedNotCut) {
     PdfStation station;
-    const auto name = Repeated("MONTESANTO^", 23); // 253 characters
+    const auto name = Repeated("MONTESANTO ", 23); // 253 characters
     station.pdfEditor.txtPtName.Text(name);
     station.pdfEditor.txtApprovingPhysician.Text(Repeated("Dott. ", 42));
-    EXPECT_NE(WithoutBlanks(station.TextWith("Short.")).find(name), std::string::npos);
+    EXPECT_NE(WithoutBlanks(station.TextWith("Short.")).find(WithoutBlanks(name)), std::string::npos);
     ExpectWithinTheMargins(station.file);
 }
 
@@ -175,7 +175,7 @@ INSTANTIATE_TEST_SUITE_P(After, PageBreaks, testing::Range(24, 40),
 std::string FileWith(PrintingStation& station, const ReportCodes& codes, const std::string& reading = "Normal.") {
     const auto* test = testing::UnitTest::GetInstance()->current_test_info();
     const std::string file = std::string(PAGES_FOLDER "/") + test->test_suite_name() + "." + test->name() + ".pdf";
-    PrintPreview::SavePdf(PagesOf(station, reading, codes), QString::fromStdString(file));
+    SavePdf(PagesOf(station, reading, codes), QString::fromStdString(file));
     return file;
 }
 

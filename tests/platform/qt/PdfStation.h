@@ -1,6 +1,7 @@
 #pragma once
 
-#include "platform/qt/PrintPreview.h"
+#include "platform/qt/PdfFile.h"
+#include "platform/qt/PrintPages.h"
 #include "tests/editor/PrintingStation.h"
 #include "tests/support/Shell.h"
 
@@ -21,7 +22,7 @@ class PdfPrinter : public ReportPrinter {
 public:
     explicit PdfPrinter(std::string file) : file_(std::move(file)) {}
     void ShowModal(const PrintLayout& layout, ResultSet& rows, const DateTime& today) override {
-        PrintPreview::SavePdf(PrintPages(layout, rows, today), QString::fromStdString(file_));
+        SavePdf(PrintPages(layout, rows, today), QString::fromStdString(file_));
     }
 
 private:

@@ -116,6 +116,18 @@ TEST_F(Preview, SavesAPdfUnderTheNameThatThePersonGives) {
     EXPECT_NE(RunShell("pdftotext -raw '" + file + "' -").out.find("Referto\nNormal."), std::string::npos);
 }
 
+TEST_F(Preview, SuggestsANameOfPatientStudyAndDate) {
+    QString suggested;
+    Show("Normal.", [&](QWidget& preview) {
+        InDialog<QFileDialog>([&](QFileDialog& dialog) {
+            suggested = dialog.findChild<QLineEdit*>()->text();
+            dialog.reject();
+        });
+        Press(preview, "&Save as PDF...");
+    });
+    EXPECT_EQ(suggested, "ROSSI, MARIA - Chest - 2026-11-14.pdf");
+}
+
 TEST_F(Preview, APdfThatCannotBeWrittenIsTold) {
     QString told;
     Show("Normal.", [&](QWidget& preview) {

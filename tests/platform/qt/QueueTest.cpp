@@ -50,7 +50,7 @@ TEST_F(PrintQueue, IsListedAndTakesThePage) {
     });
     EXPECT_TRUE(listed);
     EXPECT_TRUE(text.ends_with("Referto stampato il 15/11/2026\n\f")) << text;
-    EXPECT_NE(text.find("Paziente\nROSSI^MARIA\n"), std::string::npos) << text;
+    EXPECT_NE(text.find("Paziente\nROSSI, MARIA\n"), std::string::npos) << text;
 }
 
 TEST_F(PrintQueue, TakesEveryPage) {

@@ -8,7 +8,7 @@ namespace {
 class SavedPdf : public testing::Test {
 protected:
     void SaveAs(const std::string& below) const {
-        PrintPreview::SavePdf(pages, QString::fromStdString(station.NativePath(below).string()));
+        SavePdf(pages, QString::fromStdString(station.NativePath(below).string()));
     }
 
     PrintingStation station;
@@ -22,6 +22,15 @@ TEST_F(SavedPdf, IsReadableByItsOwnerOnly) {
     EXPECT_EQ(std::filesystem::status(station.NativePath("report.pdf")).permissions(),
               perms::owner_read | perms::owner_write);
     EXPECT_TRUE(station.ReadFile("report.pdf").starts_with("%PDF-"));
+}
+
+TEST_F(SavedPdf, SaysWhoseItIsWithoutMarkup) {
+    PrintLayout layout;
+    layout.document = {.patient = "Doe & <Sons>, Peter", .study = "CT"};
+    SavePdf(PrintPages(layout, {2026, 11, 15}), QString::fromStdString(station.NativePath("report.pdf").string()));
+    const auto file = station.NativePath("report.pdf").string();
+    EXPECT_NE(RunShell("pdfinfo '" + file + "'").out.find("Doe & <Sons>, Peter - "), std::string::npos);
+    EXPECT_NE(RunShell("pdfinfo -meta '" + file + "'").out.find("Doe &amp; &lt;Sons&gt;, Peter - "), std::string::npos);
 }
 
 TEST_F(SavedPdf, InAFolderThatDoesNotExistIsAnError) {

@@ -1,5 +1,6 @@
 // Every alphabet on the screen and on paper.
 
+#include "platform/person_name.h"
 #include "tests/platform/qt/PdfStation.h"
 
 #include <QGlyphRun>
@@ -41,7 +42,7 @@ std::string Copied(std::string text) {
 }
 
 TEST_P(Scripts, HaveAGlyphForEachCharacter) {
-    const QString text = QString::fromStdString(GetParam().name + " " + GetParam().reading);
+    const QString text = QString::fromStdString(WrittenName(GetParam().name) + " " + GetParam().reading);
     QTextLayout layout(text, QFont("Arial"));
     layout.beginLayout();
     layout.createLine();
@@ -60,7 +61,7 @@ TEST_P(ScriptsOnPaper, AreCopiedAsTheyStandOnTheScreen) {
     PdfStation station;
     station.pdfEditor.txtPtName.Text(GetParam().name);
     const auto text = Copied(station.TextWith(GetParam().reading));
-    EXPECT_NE(text.find(Copied(GetParam().name)), std::string::npos) << text;
+    EXPECT_NE(text.find(Copied(WrittenName(GetParam().name))), std::string::npos) << text;
     EXPECT_NE(text.find(Copied(GetParam().reading)), std::string::npos) << text;
 }
 
