@@ -89,6 +89,7 @@ inline constexpr Attribute RequestedProcedureId{{0x0040, 0x1001}, "SH"};
 inline constexpr Attribute PersonIdentificationCodeSequence{{0x0040, 0x1101}, "SQ"};
 inline constexpr Attribute PlacerOrderNumber{{0x0040, 0x2016}, "LO"}; ///< of the imaging service request
 inline constexpr Attribute FillerOrderNumber{{0x0040, 0x2017}, "LO"}; ///< of the imaging service request
+inline constexpr Attribute MeasurementUnitsCodeSequence{{0x0040, 0x08EA}, "SQ"};
 inline constexpr Attribute RelationshipType{{0x0040, 0xA010}, "CS"};
 inline constexpr Attribute VerifyingOrganization{{0x0040, 0xA027}, "LO"};
 inline constexpr Attribute VerificationDateTime{{0x0040, 0xA030}, "DT"};
@@ -103,9 +104,15 @@ inline constexpr Attribute ParticipationType{{0x0040, 0xA080}, "CS"};
 inline constexpr Attribute ParticipationDateTime{{0x0040, 0xA082}, "DT"};
 inline constexpr Attribute ObserverType{{0x0040, 0xA084}, "CS"};
 inline constexpr Attribute VerifyingObserverIdentificationCodeSequence{{0x0040, 0xA088}, "SQ"};
+inline constexpr Attribute ContentItemDateTime{{0x0040, 0xA120}, "DT"};
+inline constexpr Attribute ContentItemDate{{0x0040, 0xA121}, "DA"};
+inline constexpr Attribute ContentItemTime{{0x0040, 0xA122}, "TM"};
 inline constexpr Attribute PersonName{{0x0040, 0xA123}, "PN"};
+inline constexpr Attribute ContentItemUid{{0x0040, 0xA124}, "UI"};
 inline constexpr Attribute TextValue{{0x0040, 0xA160}, "UT"};
 inline constexpr Attribute ConceptCodeSequence{{0x0040, 0xA168}, "SQ"};
+inline constexpr Attribute MeasuredValueSequence{{0x0040, 0xA300}, "SQ"};
+inline constexpr Attribute NumericValue{{0x0040, 0xA30A}, "DS"};
 inline constexpr Attribute PredecessorDocumentsSequence{{0x0040, 0xA360}, "SQ"};
 inline constexpr Attribute ReferencedRequestSequence{{0x0040, 0xA370}, "SQ"};
 inline constexpr Attribute PerformedProcedureCodeSequence{{0x0040, 0xA372}, "SQ"};

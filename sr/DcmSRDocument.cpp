@@ -5,14 +5,14 @@
 #include "host/Text.h"
 #include "platform/attributes.h"
 #include "platform/paths.h"
-#include "sr/ForeignContent.h"
 #include "sr/VersionOrder.h"
-#include "sr/forms/InterchangeContent.h"
+#include "sr/WrittenVersion.h"
 #include "sr/forms/VersionForm.h"
 
 #include <algorithm>
 #include <charconv>
 #include <limits>
+#include <utility>
 
 namespace tavrel {
 
@@ -212,40 +212,24 @@ const ObservationContext* DcmSRDocument::Approver() const {
 }
 
 void DcmSRDocument::ReadContent(const DicomDataSet& dataSet) {
-    observers_ = SaversOf(dataSet);
-
-    // "SC" is no VR; the library answers by the element's own.
-    loadedComplete_ = TextOf(dataSet.GetValue({attribute::CompletionFlag, "SC"})) == "COMPLETE";
+    WrittenVersion version = ReadVersion(dataSet);
+    observers_ = std::move(version.savers);
+    loadedComplete_ = version.complete;
     status_ = loadedComplete_ ? Approved : Pending;
-
-    titleNode_.DicomObject(dataSet.GetSequenceItem(attribute::ConceptNameCodeSequence, 0));
-    const DataSetHandle title = dataSet.GetSequenceItem(attribute::ContentSequence, 0);
-    titleNode_.Annotation = title ? TextOf(title->GetValue(attribute::TextValue)) : "";
+    titleNode_ = std::move(version.title);
     // A version without a reading leaves the one that stood there.
-    if (const DataSetHandle reading = dataSet.GetSequenceItem(attribute::ContentSequence, 1))
-        reading_ = TextOf(reading->GetValue(attribute::TextValue));
-
-    ReadCodedEntries(dataSet);
+    if (version.reading)
+        reading_ = *std::move(version.reading);
+    holdsMore_ = version.more;
+    images_ = std::move(version.images);
+    holdsCodedEntries_ = version.coded;
+    if (holdsCodedEntries_) {
+        bodyPartNode_ = std::move(version.bodyPart);
+        findings_ = std::move(version.findings);
+        diagnoses_ = std::move(version.diagnoses);
+    }
     freshVersion_ = false;
     updated_ = false;
-}
-
-void DcmSRDocument::ReadCodedEntries(const DicomDataSet& dataSet) {
-    images_.clear();
-    holdsCodedEntries_ = IsInterchange(dataSet);
-    if (!holdsCodedEntries_) {
-        holdsMore_ = HoldsMoreThanAReport(dataSet);
-        return;
-    }
-    auto content = ReadInterchange(dataSet);
-    holdsMore_ = content.more;
-    titleNode_ = std::move(content.title);
-    if (const DataSetHandle reading = dataSet.GetSequenceItem(attribute::ContentSequence, 1))
-        reading_ = InterchangeText(*reading);
-    bodyPartNode_ = std::move(content.bodyPart);
-    findings_ = std::move(content.findings);
-    diagnoses_ = std::move(content.diagnoses);
-    images_ = std::move(content.images);
 }
 
 void DcmSRDocument::BuildVersionLabels() {

@@ -154,7 +154,6 @@ public:
 
 private:
     void ReadContent(const DicomDataSet& dataSet);
-    void ReadCodedEntries(const DicomDataSet& dataSet);
     void BuildVersionLabels();
     static std::string LabelOf(const DataSetList& versions, int index);
     /// Appends a version's file. One that does not yield what makes its label and orders it is damaged.

@@ -5,6 +5,7 @@
 #include "platform/error.h"
 #include "platform/limits.h"
 #include "platform/paths.h"
+#include "platform/person_name.h"
 #include "platform/sql.h"
 #include "platform/uid.h"
 #include "suite/catalogue/DepartmentCheck.h"
@@ -51,7 +52,8 @@ std::string OnOneLine(std::string text) {
 std::string OwnerOf(const UnsentHeader& version) {
     if (version.studyUid.empty())
         return "that cannot be read";
-    return OnOneLine("of patient " + version.patientName + " (" + version.patientId + "), study " + version.studyUid);
+    return OnOneLine("of patient " + WrittenName(version.patientName) + " (" + version.patientId + "), study " +
+                     version.studyUid);
 }
 
 std::string LocalTime(std::int64_t nanoseconds) {

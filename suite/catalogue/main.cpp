@@ -2,8 +2,12 @@
 #include "platform/error.h"
 #include "platform/limits.h"
 #include "platform/odbc/OdbcDatabase.h"
+#include "platform/paths.h"
 #include "platform/posix/PosixFiles.h"
 #include "platform/posix/PosixUserInformation.h"
+#include "platform/posix/SystemClock.h"
+#include "platform/sql.h"
+#include "platform/uid.h"
 #include "suite/catalogue/CodeTable.h"
 #include "suite/catalogue/Department.h"
 #include "suite/catalogue/FolderImport.h"
@@ -15,6 +19,8 @@
 #include "suite/catalogue/TextRules.h"
 #include "suite/catalogue/UnsentFiles.h"
 #include "suite/catalogue/Upgrade.h"
+#include "suite/paper/ReportVersions.h"
+#include "suite/paper/WithoutDisplay.h"
 #include "suite/porvane/forwarding/ArchiveSetting.h"
 #include "suite/porvane/forwarding/OutgoingQueue.h"
 
@@ -29,6 +35,7 @@
 #include <filesystem>
 #include <functional>
 #include <iostream>
+#include <limits>
 #include <map>
 #include <memory>
 
@@ -115,6 +122,7 @@ public:
         AddArchive();
         AddCodes();
         AddImport();
+        AddReport();
         AddDepartment();
         AddCheck();
     }
@@ -483,6 +491,67 @@ private:
         return summary.failures.empty() ? EXIT_SUCCESS : EXIT_FAILURE;
     }
 
+    void AddReport() {
+        CLI::App* report = app_.add_subcommand("report", "Work on reports that are stored");
+        report->require_subcommand(1);
+        CLI::App* command =
+            Command(*report, "print",
+                    "Print a version of a report, or of another structured report, whole, or save it as "
+                    "a PDF for archives (PDF/A-1b)",
+                    [this] { return PrintReport(); });
+        command->add_option("file", reportFile_, "The version's file")
+            ->check(CLI::ExistingFile.description(""))
+            ->type_name("FILE.dcm");
+        command->add_option("--series", reportSeries_, "Not a file but the report of this Series Instance UID")
+            ->check(
+                Rule("UID",
+                     [](const std::string& text) { return IsUid(text) ? std::string() : "\"" + text + "\" is no UID"; })
+                    .description(""))
+            ->type_name("UID");
+        command->add_option("--version", reportVersion_, "Which version of the series, from 1; the newest unless given")
+            ->check(CLI::Range(1, std::numeric_limits<int>::max()).description(""))
+            ->type_name("N");
+        command->add_option("--output", reportPdf_, "The PDF to write")->type_name("FILE.pdf");
+        command->add_option("--printer", reportPrinter_, "Not a PDF but paper of this printer")->type_name("NAME");
+    }
+
+    /// The files of the report's series that the catalogue names.
+    std::vector<std::string> FilesOfReport() {
+        const auto rows = Catalogue().OpenResultSet(
+            "SELECT Study.StudyPath, Series.SeriesDir, Image.ImageFile FROM Image, Series, Study"
+            " WHERE Image.SeriesInstanceUID = Series.SeriesInstanceUID"
+            " AND Series.StudyInstanceUID = Study.StudyInstanceUID AND Series.SeriesInstanceUID = " +
+            Quoted(reportSeries_) + " ORDER BY Image.ImageFile");
+        std::vector<std::string> files;
+        for (; !rows->AtEnd(); rows->MoveNext())
+            files.push_back(
+                NativePath(rows->Text("StudyPath") + "\\" + rows->Text("SeriesDir") + "\\" + rows->Text("ImageFile")));
+        if (files.empty())
+            throw Error(Fault::OfTheSuite, "Catalogue", "The catalogue names no file of a series " + reportSeries_);
+        return files;
+    }
+
+    int PrintReport() {
+        if (reportFile_.empty() == reportSeries_.empty())
+            throw CLI::ValidationError("Give either a file or --series");
+        if (reportPdf_.empty() == reportPrinter_.empty())
+            throw CLI::ValidationError("Give either --output or --printer");
+        if (reportVersion_ != 0 && reportSeries_.empty())
+            throw CLI::ValidationError("--version is one of a --series");
+        const ReportVersions versions(reader_,
+                                      reportFile_.empty() ? FilesOfReport() : FilesOfItsSeries(reader_, reportFile_));
+        int number = reportVersion_ == 0 ? versions.Count() : reportVersion_;
+        if (!reportFile_.empty())
+            number = versions.NumberOf(reportFile_);
+        const PrintLayout page = versions.Page(number);
+        const DateTime today = SystemClock().Now();
+        const int count = reportPdf_.empty() ? PrintWithoutDisplay(page, today, reportPrinter_)
+                                             : SavePdfWithoutDisplay(page, today, reportPdf_);
+        std::cout << (reportPdf_.empty() ? "Printed " : "Saved ") << page.document.Title() << ": " << count
+                  << (count == 1 ? " page" : " pages") << "\n";
+        return EXIT_SUCCESS;
+    }
+
     void AddDepartment() {
         CLI::App* department =
             app_.add_subcommand("department", "Many workstations with one catalogue, as the owner of its tables");
@@ -629,6 +698,11 @@ private:
     bool newPassword_ = false;
     bool mending_ = false;
     bool dryRun_ = false;
+    std::string reportFile_;
+    std::string reportSeries_;
+    int reportVersion_ = 0;
+    std::string reportPdf_;
+    std::string reportPrinter_;
     std::string folder_;
     std::string unsent_ = DefaultUnsentFolder().string();
 };

@@ -1,12 +1,18 @@
 #include "suite/lumaret/ReportPane.h"
 
+#include "platform/dcmtk/DcmtkLibrary.h"
 #include "platform/error.h"
+#include "platform/posix/SystemClock.h"
+#include "platform/qt/PrintPreview.h"
 #include "suite/lumaret/ImageFile.h"
+#include "suite/paper/ReportVersions.h"
 
 #include <QComboBox>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QMessageBox>
 #include <QPushButton>
+#include <QShortcut>
 #include <QTextBrowser>
 #include <QVBoxLayout>
 
@@ -32,7 +38,8 @@ public:
 } // namespace
 
 ReportPane::ReportPane(QWidget* parent)
-    : QWidget(parent), notice_(new QLabel), versionBox_(new QComboBox), text_(new Paper) {
+    : QWidget(parent), notice_(new QLabel), versionBox_(new QComboBox), print_(new QPushButton(tr("&Print..."))),
+      text_(new Paper) {
     auto* label = new QLabel(tr("&Version"));
     label->setBuddy(versionBox_);
     auto* hide = new QPushButton(tr("Hi&de"));
@@ -42,6 +49,7 @@ ReportPane::ReportPane(QWidget* parent)
     auto* line = new QHBoxLayout;
     line->addWidget(label);
     line->addWidget(versionBox_, 1);
+    line->addWidget(print_);
     line->addWidget(hide);
     auto* column = new QVBoxLayout(this);
     notice_->setWordWrap(true);
@@ -53,6 +61,10 @@ ReportPane::ReportPane(QWidget* parent)
     column->addWidget(notice_);
     column->addLayout(line);
     column->addWidget(text_, 1);
+    print_->setToolTip(tr("Print this version or save it as a PDF (%1)")
+                           .arg(QKeySequence(QKeySequence::Print).toString(QKeySequence::NativeText)));
+    connect(print_, &QPushButton::clicked, this, &ReportPane::Print);
+    connect(new QShortcut(QKeySequence::Print, this), &QShortcut::activated, print_, &QPushButton::click);
     connect(hide, &QPushButton::clicked, this, &ReportPane::Clear);
     connect(versionBox_, &QComboBox::currentIndexChanged, this, &ReportPane::ShowVersion);
     QWidget::hide();
@@ -104,6 +116,7 @@ void ReportPane::List(const QString& chosen) {
 }
 
 void ReportPane::ShowVersion(int index) {
+    print_->setEnabled(index >= 0);
     if (index < 0) {
         text_->setPlainText(tr("The catalogue names no file of this report."));
         return;
@@ -120,6 +133,24 @@ void ReportPane::ShowVersion(int index) {
         text_->setHtml(ReportAsHtml(path));
     } catch (const Error& error) {
         text_->setPlainText(QString::fromStdString(error.description));
+    }
+}
+
+void ReportPane::Print() {
+    const int shown = versionBox_->currentIndex();
+    if (shown < 0)
+        return;
+    try {
+        std::vector<std::string> files;
+        for (const ReportVersion& version : versions_)
+            files.push_back(version.path.toStdString());
+        DcmtkLibrary library;
+        const ReportVersions versions(library, files);
+        const int number = versions.NumberOf(files[static_cast<std::size_t>(shown)]);
+        const PrintPages pages(versions.Page(number), SystemClock().Now());
+        PrintPreview(pages, window()).exec();
+    } catch (const Error& error) {
+        QMessageBox::warning(this, tr("Printing report"), QString::fromStdString(error.description));
     }
 }
 

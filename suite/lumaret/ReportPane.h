@@ -7,6 +7,7 @@
 
 class QComboBox;
 class QLabel;
+class QPushButton;
 class QTextBrowser;
 
 namespace tavrel {
@@ -34,11 +35,14 @@ public:
 private:
     void List(const QString& chosen);
     void ShowVersion(int index);
+    /// Shows the version's pages, from which a person prints or saves a PDF.
+    void Print();
 
     void Show(const SeriesRow& series, const QStringList& files, const QString& notice, const QString& patientId);
 
     QLabel* notice_;
     QComboBox* versionBox_;
+    QPushButton* print_;
     QTextBrowser* text_;
     SeriesRow series_;
     QString patientId_; ///< of the one whose report of another study it is, or empty

@@ -1,9 +1,12 @@
 #include "suite/lumaret/ScreenText.h"
 
+#include "platform/person_name.h"
+
 namespace tavrel {
 
 QString NameOnScreen(const QString& name) {
-    return name.section('=', 0, 0).replace('^', ' ').replace('`', '\'').simplified();
+    // The catalogue keeps no apostrophe.
+    return QString::fromStdString(WrittenName(name.toStdString())).replace('`', '\'').simplified();
 }
 
 QString PatientOnScreen(const QString& name, const QString& id) {

@@ -4,6 +4,8 @@
 #include "platform/paths.h"
 #include "suite/lumaret/FoldedText.h"
 
+#include <QRegularExpression>
+
 #include <algorithm>
 
 namespace tavrel {
@@ -147,7 +149,8 @@ std::optional<StudyRow> StudyCatalogue::Study(const QString& studyUid) {
 }
 
 std::vector<StudyRow> StudyCatalogue::Find(const QString& name, const QString& id, const QString& date) {
-    const QStringList words = name.split(' ', Qt::SkipEmptyParts);
+    // As the list shows it, too: "Doe, Peter", with another writing in brackets.
+    const QStringList words = name.split(QRegularExpression("[\\s,()]+"), Qt::SkipEmptyParts);
     const QString identifier = id.trimmed();
     QString conditions;
     if (!words.isEmpty())

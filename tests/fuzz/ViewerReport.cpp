@@ -1,8 +1,10 @@
-// A file is shown as a structured report.
+// A file is shown as a structured report, and printed.
 
+#include "platform/dcmtk/DcmtkLibrary.h"
 #include "platform/error.h"
 #include "suite/lumaret/ImageFile.h"
 #include "suite/lumaret/ReportFile.h"
+#include "suite/paper/ReportVersions.h"
 #include "tests/fuzz/Entry.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
@@ -13,6 +15,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     VersionsOf({path});
     try {
         ReportAsHtml(path);
+    } catch (const Error&) {
+    }
+    try {
+        DcmtkLibrary library;
+        ReportVersions(library, {file.Path()}).Page(1);
     } catch (const Error&) {
     }
     return 0;

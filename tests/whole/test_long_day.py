@@ -22,7 +22,7 @@ from case import PICTURES, WorkstationTest
 from endurance import PROCESSOR, Endurance
 from person.driver import TIMEOUT, Program, key, wait_until
 from person.editor import SEARCH, Codes, seconds
-from person.studies import Study
+from person.studies import Study, as_written
 from person.viewer import Viewer
 from person.workstation import FOLDER, HOSPITAL, STUDIES, ask, processes
 
@@ -218,10 +218,10 @@ class ALongDay(WorkstationTest):
         version = pydicom.dcmread(path)
         images = (path.parent / "SR.dat").read_text()
         self.assertEqual((self.name.name, version.PatientName, version.StudyInstanceUID, version.SeriesDescription),
-                         (study.patient, study.patient, study.uid, f"Report of {study.patient}"))
+                         (as_written(study.patient), study.patient, study.uid, f"Report of {study.patient}"))
         self.assertEqual([image in images for image in study.images()], [True, True])
         self.assertEqual(images.count("\n"), 2)
-        self.assertIn(study.patient.replace("^", " "), self.viewer.window.title)
+        self.assertIn(as_written(study.patient), self.viewer.window.title)
 
     def tell(self):
         print(self.counts)

@@ -9,7 +9,7 @@ import time
 from case import ViewerTest
 from person.driver import Program, wait_until, xdotool
 from person.editor import Editor
-from person.studies import Study
+from person.studies import Study, as_written
 from person.viewer import Viewer
 from person.workstation import processes
 
@@ -104,7 +104,7 @@ class TwoPatients(BesideTheReport):
         self.other = Study(images=2, PatientName="OTHER^" + self._testMethodName.upper())
 
     def words(self, study):
-        return f"{study.patient.replace('^', ' ')} ({study.uid[-16:]})"
+        return f"{as_written(study.patient)} ({study.uid[-16:]})"
 
     def expect_title_of(self, study):
         wait_until(lambda: self.viewer.title == f"Lumaret - Report of {self.words(study)}", "the title")

@@ -1,3 +1,4 @@
+#include "platform/paths.h"
 #include "platform/posix/PosixFiles.h"
 #include "suite/catalogue/CodeTable.h"
 #include "tests/suite/SuiteRoom.h"
@@ -55,6 +56,7 @@ TEST_F(Tool, EveryCommandExplainsItself) {
         {"port", {"--port", "--ae-title"}},
         {"codes import", {"--table", "--replace", "CodeMeaning"}},
         {"import", {"FOLDER"}},
+        {"report print", {"--series", "--version", "--output", "--printer", "PDF/A"}},
         {"department", {"init", "join", "leave", "list"}},
         {"department join", {"--name", "--port", "--ae-title", "--node", "--machine", "--new-password", "--file"}},
         {"check", {"missing"}}};
@@ -72,11 +74,70 @@ TEST_F(Tool, WrongArgumentsAreSaidOnTheErrorOutput) {
           "import /no/such/folder", "port --ae-title A_TITLE_OF_SEVENTEEN", "user \"O'Brien\" --signature X",
           "codes import /dev/null --table nonsense", "odbc --engine oracle --database x",
           "odbc --engine mariadb --database x --user y --server a,b", "department join --name Ward1",
-          "department leave"}) {
+          "department leave", "report print", "report print /dev/null --series 1.2 --output x.pdf",
+          "report print --series 1.2", "report print /dev/null --version 2 --output x.pdf",
+          "report print --series 1.2 --output x.pdf --printer y"}) {
         const Outcome outcome = room.Tool(arguments);
         EXPECT_EQ(outcome.status, WrongArguments) << arguments;
         EXPECT_FALSE(outcome.err.empty()) << arguments;
     }
+}
+
+/// Another maker's report, two copies of which the catalogue names.
+class ToolPrints : public Tool {
+protected:
+    ToolPrints() {
+        room.Tool("init");
+        room.Insert("Patient", {{"ID", "P1"}});
+        room.Insert(
+            "Study",
+            {{"StudyInstanceUID", "2.999.1"}, {"StudyPath", InsidePath(room.Folder().string())}, {"IDPatient", "P1"}});
+        room.Insert("Series",
+                    {{"SeriesInstanceUID", "2.999.2"}, {"StudyInstanceUID", "2.999.1"}, {"SeriesDir", "report"}});
+        std::filesystem::create_directories(room.Folder() / "report");
+        std::filesystem::copy_file(REAL_IMAGES "/reportsi.dcm", file);
+        room.Insert("Image", {{"SeriesInstanceUID", "2.999.2"}, {"ImageFile", "1.dcm"}});
+    }
+    std::string SavedText() const { return RunShell("pdftotext -raw '" + pdf + "' -").out; }
+
+    const std::string file = (room.Folder() / "report/1.dcm").string(), pdf = (room.Folder() / "x.pdf").string();
+};
+
+TEST_F(ToolPrints, AFileWithoutADisplayAHomeOrACatalogue) {
+    const Outcome outcome =
+        RunShell("env -i " TOOL_PROGRAM " --dsn NoSuchEntry report print '" + file + "' --output '" + pdf + "'");
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.out + outcome.err,
+              "Saved Last Name, First Name - OFFIS Structured Reporting Templates - version 1 of 1, not approved: "
+              "1 page\n");
+    EXPECT_TRUE(Holds(SavedText(), "Last Name, First Name\n")) << SavedText();
+}
+
+TEST_F(ToolPrints, TheNewestVersionOfASeriesAndThatTwice) {
+    for (int time = 0; time < 2; ++time)
+        EXPECT_EQ(room.Tool("report print --series 2.999.2 --output '" + pdf + "'").status, 0);
+    EXPECT_TRUE(Holds(SavedText(), "page 1 of 1")) << SavedText();
+}
+
+TEST_F(ToolPrints, NothingOfWhatIsNotThere) {
+    const auto failure = [&](const std::string& arguments) {
+        const Outcome outcome = room.Tool("report print --output '" + pdf + "' " + arguments);
+        EXPECT_EQ(outcome.status, Failed) << arguments;
+        EXPECT_FALSE(std::filesystem::exists(pdf));
+        return outcome.err;
+    };
+    EXPECT_EQ(failure("--series 2.999.3"), "orbenta-catalogue: The catalogue names no file of a series 2.999.3\n");
+    EXPECT_EQ(failure("--series 2.999.2 --version 2"),
+              "orbenta-catalogue: There is no version 2 of this report, which has 1 version\n");
+    EXPECT_TRUE(Holds(failure(REAL_IMAGES "/CT_small.dcm"), "CT_small.dcm is no structured report"));
+    std::filesystem::remove(file);
+    EXPECT_TRUE(Holds(failure("--series 2.999.2"), "1.dcm"));
+}
+
+TEST_F(ToolPrints, OnNoPrinterThatIsNotThere) {
+    const Outcome outcome = room.Tool("report print '" + file + "' --printer Nowhere");
+    EXPECT_EQ(outcome.status, Failed);
+    EXPECT_TRUE(Holds(outcome.err, "There is no printer Nowhere; this machine has ")) << outcome.err;
 }
 
 TEST_F(Tool, ACatalogueThatCannotBeOpenedIsAFailure) {
@@ -408,7 +469,7 @@ TEST_F(CheckOfUnsentVersions, NamesHowManyOfWhomSinceWhenAndWhere) {
     Keep("1.dcm", TestObject().Set(DCM_PatientName, "ROSSI^MARIO").Set(DCM_StudyInstanceUID, "2.999.1"));
     Keep("2.dcm", TestObject().Set(DCM_PatientName, "ROSSI^MARIO").Set(DCM_StudyInstanceUID, "2.999.1"));
     RunShell("touch -d '2026-11-15 08:05:09' " + (room.Unsent() / "2.dcm").string());
-    EXPECT_TRUE(Holds(Words(), "warning  2 versions of patient ROSSI^MARIO (1CT1), study 2.999.1 wait to be stored " +
+    EXPECT_TRUE(Holds(Words(), "warning  2 versions of patient ROSSI, MARIO (1CT1), study 2.999.1 wait to be stored " +
                                    At("15/11/2026 08:05:09")))
         << Words();
 }
@@ -416,8 +477,8 @@ TEST_F(CheckOfUnsentVersions, NamesHowManyOfWhomSinceWhenAndWhere) {
 TEST_F(CheckOfUnsentVersions, NamesEachPatientsOwn) {
     Keep("1.dcm", TestObject().Set(DCM_PatientName, "ROSSI^MARIO"));
     Keep("2.dcm", TestObject().Set(DCM_PatientName, "BIANCHI^ANNA"));
-    EXPECT_TRUE(Holds(Words(), "warning  1 version of patient ROSSI^MARIO (1CT1), study "));
-    EXPECT_TRUE(Holds(Words(), "warning  1 version of patient BIANCHI^ANNA (1CT1), study "));
+    EXPECT_TRUE(Holds(Words(), "warning  1 version of patient ROSSI, MARIO (1CT1), study "));
+    EXPECT_TRUE(Holds(Words(), "warning  1 version of patient BIANCHI, ANNA (1CT1), study "));
 }
 
 TEST_F(CheckOfUnsentVersions, NamesThoseOfAReportThatWasApprovedMeanwhile) {

@@ -380,7 +380,7 @@ TEST_F(ImageViewTest, WhatIsNoImageIsSaid) {
 TEST_F(ImageViewTest, ItSaysWhoseImageItIs) {
     WriteImage(folder.filePath("name.dcm"), {.patientName = "M\xC3\xBCller^J\xC3\xBCrgen=\xE5\xB1\xB1"});
     ImageFile file(folder.filePath("name.dcm"));
-    EXPECT_EQ(file.Description(), (QStringList{"Müller Jürgen", "P1", "14/11/2026", "CT"}));
+    EXPECT_EQ(file.Description(), (QStringList{"Müller, Jürgen (山)", "P1", "14/11/2026", "CT"}));
 }
 
 } // namespace

@@ -1,13 +1,18 @@
 #include "suite/lumaret/MainWindow.h"
+#include "platform/qt/PdfFile.h"
+#include "platform/qt/PrintPreview.h"
 #include "tests/platform/dbus/PrivateBus.h"
 #include "tests/platform/dcmtk/RawDicom.h"
 #include "tests/suite/lumaret/CatalogueRows.h"
 #include "tests/suite/lumaret/FakeTavrel.h"
 #include "tests/suite/lumaret/SampleImage.h"
 #include "tests/suite/lumaret/SampleReport.h"
+#include "tests/support/Shell.h"
 
 #include <QAction>
+#include <QApplication>
 #include <QComboBox>
+#include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMessageBox>
@@ -16,6 +21,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTextBrowser>
+#include <QTimer>
 
 #include <gtest/gtest.h>
 
@@ -323,6 +329,39 @@ TEST_F(MainWindowTest, AnotherStudyNeverKeepsTheFormerOnesReport) {
     EXPECT_EQ(Shown(), "");
 }
 
+/// Presses "Print..." and does `act` in the window that comes up. Answers its words.
+QString Printed(const MainWindow& window, const std::function<void(QWidget&)>& act) {
+    QString words;
+    QTimer::singleShot(0, [&] {
+        QWidget* shown = QApplication::activeModalWidget();
+        for (const auto* label : shown->findChildren<QLabel*>())
+            words += label->text();
+        act(*shown);
+        shown->close();
+    });
+    for (auto* button : window.findChild<ReportPane*>()->findChildren<QPushButton*>())
+        if (button->text() == "&Print...")
+            button->click();
+    return words;
+}
+
+TEST_F(MainWindowTest, TheVersionOnScreenIsShownAsPages) {
+    ChooseReport();
+    Version().setCurrentIndex(1);
+    const QString pdf = folder.filePath("page.pdf");
+    EXPECT_EQ(Printed(window, [&](QWidget& preview) { SavePdf(dynamic_cast<PrintPreview&>(preview).Pages(), pdf); }),
+              "Page 1 of 1");
+    const auto text = RunShell("pdftotext -raw '" + pdf.toStdString() + "' -").out;
+    EXPECT_NE(text.find("ROSSI, MARIA"), std::string::npos) << text;
+    EXPECT_NE(text.find("NOT APPROVED\nTitle: Older\n"), std::string::npos) << text;
+}
+
+TEST_F(MainWindowTest, AVersionThatCannotBePrintedIsTold) {
+    ChooseReport();
+    QFile::remove(folder.filePath("REP/2.dcm"));
+    EXPECT_TRUE(Printed(window, [](QWidget&) {}).contains("2.dcm"));
+}
+
 TEST_F(MainWindowTest, AHiddenReportComesBackWhenItIsActivated) {
     rows.AddSeries("1.2.3.4", "1.2.3", "KO", 4, "REP");
     window.ReportStored();
@@ -385,9 +424,9 @@ TEST_F(MainWindowTest, ClearReportImagesEmptiesBothLists) {
 TEST_F(MainWindowTest, TheTitleSaysWhoseReportIsOpen) {
     EXPECT_EQ(window.windowTitle(), "Lumaret");
     OpenReport();
-    EXPECT_EQ(window.windowTitle(), "Lumaret - Report of ROSSI MARIA (P1)");
+    EXPECT_EQ(window.windowTitle(), "Lumaret - Report of ROSSI, MARIA (P1)");
     ChooseAnotherPatient();
-    EXPECT_EQ(window.windowTitle(), "Lumaret - Report of ROSSI MARIA (P1)");
+    EXPECT_EQ(window.windowTitle(), "Lumaret - Report of ROSSI, MARIA (P1)");
     tavrel.Die();
     EXPECT_TRUE(WaitUntil([&] { return window.windowTitle() == "Lumaret"; }));
 }
@@ -398,15 +437,15 @@ TEST_F(MainWindowTest, TheTitleNamesTheReportThatSomebodyElseOpened) {
     tavrel.willOpen = "1.2.4";
     OpenReport();
     tavrel.openStudy = "1.2.3";
-    EXPECT_TRUE(WaitUntil([&] { return window.windowTitle() == "Lumaret - Report of ROSSI MARIA (P1)"; }));
+    EXPECT_TRUE(WaitUntil([&] { return window.windowTitle() == "Lumaret - Report of ROSSI, MARIA (P1)"; }));
     tavrel.openStudy = "1.2.99";
     EXPECT_TRUE(WaitUntil([&] { return window.windowTitle() == "Lumaret - Report of the study 1.2.99"; }));
 }
 
 TEST_F(MainWindowTest, AnotherPatientsReportIsAskedAboutByBothNames) {
     AskForAnotherPatientsReport();
-    EXPECT_EQ(Question()->text(), "The open report is of ROSSI MARIA (P1), study of 14/11/2026. Unsaved text in it "
-                                  "will be lost.\n\nClose it and open the report of VERDI ANNA (P2), study of "
+    EXPECT_EQ(Question()->text(), "The open report is of ROSSI, MARIA (P1), study of 14/11/2026. Unsaved text in it "
+                                  "will be lost.\n\nClose it and open the report of VERDI, ANNA (P2), study of "
                                   "15/11/2026?");
     EXPECT_EQ(Question()->textFormat(), Qt::PlainText);
     EXPECT_EQ(Question()->defaultButton(), Question()->button(QMessageBox::Cancel));
@@ -426,7 +465,7 @@ TEST_F(MainWindowTest, CancelLeavesTheOpenReportAsItIs) {
     EXPECT_TRUE(WaitUntil([&] { return !Question(); }));
     Idle();
     EXPECT_EQ(tavrel.calls.back(), "LoadForImgSeries");
-    EXPECT_EQ(window.windowTitle(), "Lumaret - Report of ROSSI MARIA (P1)");
+    EXPECT_EQ(window.windowTitle(), "Lumaret - Report of ROSSI, MARIA (P1)");
     EXPECT_TRUE(Action("Report").isEnabled());
 }
 
@@ -440,7 +479,7 @@ TEST_F(MainWindowTest, CloseAndOpenClosesTheReportBeforeTheOtherOpens) {
     for (auto* button : Question()->buttons())
         if (button->text() == "Close and open")
             QTest::mouseClick(button, Qt::LeftButton);
-    ASSERT_TRUE(WaitUntil([&] { return window.windowTitle() == "Lumaret - Report of VERDI ANNA (P2)"; }));
+    ASSERT_TRUE(WaitUntil([&] { return window.windowTitle() == "Lumaret - Report of VERDI, ANNA (P2)"; }));
     EXPECT_EQ(tavrel.calls.back(), "CloseReport");
     EXPECT_EQ(next.last.arguments().value(0).toStringList(), QStringList{folder.filePath("SER9/9.dcm")});
 }
@@ -465,7 +504,7 @@ TEST_F(MainWindowTest, AnImageOfAnotherPatientIsRefusedByBothNames) {
     OpenReport();
     ChooseAnotherPatient();
     Action("Add to report").trigger();
-    EXPECT_EQ(Message(), "Not added: the image is of VERDI ANNA (P2), the open report of ROSSI MARIA (P1), study of "
+    EXPECT_EQ(Message(), "Not added: the image is of VERDI, ANNA (P2), the open report of ROSSI, MARIA (P1), study of "
                          "14/11/2026.");
     Idle();
     EXPECT_EQ(tavrel.calls.back(), "LoadForImgSeries");
@@ -478,7 +517,7 @@ TEST_F(MainWindowTest, AHandedImageOfAnotherPatientIsShownAndNotAdded) {
     emit service.ImageHanded({folder.filePath("SER9/9.dcm"), std::make_shared<ViewParameters>(), {}});
     EXPECT_EQ(File(), "9.dcm");
     Action("Add to report").trigger();
-    EXPECT_TRUE(Message().startsWith("Not added: the image is of VERDI ANNA (P2)"));
+    EXPECT_TRUE(Message().startsWith("Not added: the image is of VERDI, ANNA (P2)"));
 }
 
 TEST_F(MainWindowTest, TheListKeepsNoImageOfAReportThatWasSwitched) {

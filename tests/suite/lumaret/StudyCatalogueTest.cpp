@@ -62,6 +62,7 @@ TEST_P(StudyCatalogueOn, NamesAreFoundByAnyOfTheirWordsInAnyCase) {
     AddNamed("1", "ROSSI^MARIA");
     AddNamed("2", "ROSSI^MARIO");
     EXPECT_EQ(Found("maria rossi"), QStringList{"1"});
+    EXPECT_EQ(Found("Rossi, Maria"), QStringList{"1"}); // as the list draws it
     EXPECT_EQ(Found("Rossi"), (QStringList{"1", "2"}));
     EXPECT_EQ(Found("rossi giulia"), QStringList{});
 }
