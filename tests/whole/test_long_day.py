@@ -133,7 +133,7 @@ class ALongDay(WorkstationTest):
         client.begin("LoadForImgSeries", "(as)", study.images()).result(3 * TIMEOUT)
         if not self.window:
             self.find_controls()
-        soon(lambda: self.name.name == study.patient, f"the report of {study.patient}")
+        soon(lambda: self.name.name == as_written(study.patient), f"the report of {study.patient}")
         self.counts["openings"] += 1
         return client
 
@@ -210,7 +210,7 @@ class ALongDay(WorkstationTest):
         self.counts["prints"] += 1
         printed = soon(lambda: sorted(SPOOL.glob("d*-001"))[self.counts["prints"] - 1:], "the print")
         text = subprocess.run(["pdftotext", printed[0], "-"], check=True, capture_output=True, text=True).stdout
-        self.assertEqual(set(re.findall(r"DAY\^\w+", text)), {study.patient})
+        self.assertEqual(set(re.findall(r"DAY, \w+", text)), {as_written(study.patient)})
 
     def expect_nobody_else(self, study):
         """Of another patient nothing is on the screen, nor in the version or the image list beside it."""

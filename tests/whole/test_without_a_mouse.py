@@ -5,7 +5,7 @@ import pyatspi
 from case import SystemTest, ViewerTest
 from person.driver import editable, key, keys, wait_until
 from person.editor import Editor, seconds
-from person.studies import Study, reading_of, title_of
+from person.studies import Study, as_written, reading_of, title_of
 from person.workstation import PHYSICIAN
 
 
@@ -171,7 +171,7 @@ class ByEar(SystemTest):
         question = report.program.message("The approved document will not be editable anymore")
         self.assertEqual(question.accessible.getRole(), pyatspi.ROLE_ALERT)
         self.press(question, "Yes")
-        self.expect_said(report, f"Approved by {PHYSICIAN} on ")
+        self.expect_said(report, f"Approved by {as_written(PHYSICIAN)} on ")
         self.assertFalse(self.enabled(report, "Save"))
         self.assertFalse(editable(self.say(report, pyatspi.ROLE_TEXT, "Reading")))
         self.press(report, "Print ")
