@@ -18,8 +18,6 @@ namespace tavrel {
 
 namespace {
 
-constexpr mode_t OwnerOnly = S_IRUSR | S_IWUSR;
-
 [[noreturn]] void Fail(const char* what, const std::string& path, int number) {
     throw Error(number, "Files", std::string(what) + " \"" + path + "\": " + std::generic_category().message(number));
 }

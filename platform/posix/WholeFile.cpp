@@ -24,7 +24,6 @@ std::string FolderOf(const std::string& path) {
     return folder.empty() ? "." : folder;
 }
 
-constexpr mode_t OwnerOnly = S_IRUSR | S_IWUSR;
 constexpr mode_t NoFileRuns = static_cast<mode_t>(~(S_IXUSR | S_IXGRP | S_IXOTH));
 
 /// A file beside the place where it shall stand; what was not moved there is removed again.

@@ -1,11 +1,15 @@
 #pragma once
 
+#include <sys/stat.h>
+
 #include <filesystem>
 #include <string>
 #include <string_view>
 
 /// How a file gets to the disk. Paths are native.
 namespace tavrel {
+
+constexpr mode_t OwnerOnly = S_IRUSR | S_IWUSR;
 
 /// Writes a file whole or not at all: beside its place, synced, then moved there, and the folder
 /// synced. For whom `AccessBelow` says; an existing file is replaced. A failure is an Error of the source "Files"

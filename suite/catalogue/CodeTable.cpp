@@ -21,7 +21,7 @@ struct Column {
 constexpr std::array Columns{Column{"CodeScheme", longest::CodeScheme}, Column{"CodeValue", longest::CodeValue},
                              Column{"CodeMeaning", longest::CodeMeaning}};
 using Code = std::array<std::string, Columns.size()>;
-constexpr std::size_t Value = 1;
+constexpr std::size_t CodeValue = 1;
 
 /// Where each column stands in the file; empty when the first row does not say so.
 std::vector<std::size_t> Order(const CsvRow& header) {
@@ -69,12 +69,12 @@ private:
                 fault = std::string(Columns[i].name) + " " + bad;
         }
         // Blanks behind a code do not tell it from another one.
-        code[Value] = TrimmedRight(code[Value]);
+        code[CodeValue] = TrimmedRight(code[CodeValue]);
         if (fault.empty()) {
-            const auto [first, isNew] = lines_.try_emplace(code[Value], row.line);
+            const auto [first, isNew] = lines_.try_emplace(code[CodeValue], row.line);
             if (!isNew)
-                fault =
-                    "CodeValue \"" + code[Value] + "\" stands in line " + std::to_string(first->second) + " already";
+                fault = "CodeValue \"" + code[CodeValue] + "\" stands in line " + std::to_string(first->second) +
+                        " already";
         }
         if (fault.empty())
             codes.push_back(std::move(code));
@@ -113,7 +113,7 @@ CodeImport ImportCodes(Connection& connection, const std::string& table, std::st
         connection.OpenResultSet("DELETE FROM " + table);
     const std::set<std::string> known = KnownValues(connection, table);
     for (const Code& code : file.codes) {
-        const bool knownCode = known.contains(code[Value]);
+        const bool knownCode = known.contains(code[CodeValue]);
         if (!knownCode)
             Insert(connection, table, code);
         ++(knownCode ? result.known : result.added);

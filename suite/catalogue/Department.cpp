@@ -55,10 +55,6 @@ std::string NewPassword() {
     return password;
 }
 
-std::string TextOrEmpty(const ResultSet& rows, std::string_view column) {
-    return std::string(rows.Field(column).value_or(""));
-}
-
 /// What joins: as it is known, where nothing else is said. What is known stays.
 Department::Workstation Completed(Department::Workstation given, const Department::Workstation& known) {
     const auto keep = [&](auto& value, const auto& present, const auto& none, const char* what) {

@@ -5,6 +5,10 @@
 
 namespace tavrel {
 
+std::string TextOrEmpty(const ResultSet& rows, std::string_view column) {
+    return std::string(rows.Field(column).value_or(""));
+}
+
 void RunChange(Connection& connection, std::string_view statement, std::span<const std::string> texts) {
     const auto command = connection.NewCommand();
     command->Text(statement);

@@ -10,6 +10,9 @@
 
 namespace tavrel {
 
+/// A column's text in the current row; null is empty.
+std::string TextOrEmpty(const ResultSet& rows, std::string_view column);
+
 /// Runs a change whose texts stand in place of its "?".
 void RunChange(Connection& connection, std::string_view statement, std::span<const std::string> texts);
 

@@ -46,10 +46,6 @@ struct ImageRow {
     std::string sopInstanceUid;
 };
 
-std::string TextOrEmpty(const ResultSet& rows, std::string_view column) {
-    return std::string(rows.Field(column).value_or(""));
-}
-
 std::string TextOf(const DataSetList& object, const Attribute& attribute) {
     const Value value = object.GetElementValue(0, attribute);
     if (const auto* number = std::get_if<std::int16_t>(&value))

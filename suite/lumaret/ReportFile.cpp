@@ -31,7 +31,7 @@ std::size_t Tolerant() {
            DSRTypes::RF_ignoreRelationshipConstraints | DSRTypes::RF_ignoreContentItemErrors;
 }
 
-[[noreturn]] void Fail(const QString& path, const std::string& why) {
+[[noreturn]] void RefuseReport(const QString& path, const std::string& why) {
     throw Error(Fault::OfTheSuite, "Lumaret", QFileInfo(path).fileName().toStdString() + " cannot be shown: " + why);
 }
 
@@ -67,7 +67,7 @@ bool Read(DSRDocument& document, DcmDataset& dataSet, const QString& path) {
         return true;
     const OFCondition outcome = document.read(dataSet, Tolerant() | DSRTypes::RF_skipInvalidContentItems);
     if (outcome.bad())
-        Fail(path, std::string("it holds no structured report that can be read (") + outcome.text() + ")");
+        RefuseReport(path, std::string("it holds no structured report that can be read (") + outcome.text() + ")");
     return false;
 }
 
@@ -105,10 +105,10 @@ QString ForPeople(const QString& html) {
 QString Rendered(DSRDocument& document, const QString& path) {
     std::ostringstream html;
     if (const OFCondition outcome = document.renderHTML(html, DSRTypes::HF_renderFullData); outcome.bad())
-        Fail(path, outcome.text());
+        RefuseReport(path, outcome.text());
     const std::string bytes = html.str();
     if (bytes.size() > LongestDocument)
-        Fail(path, "the document is too long");
+        RefuseReport(path, "the document is too long");
     return ForPeople(QString::fromStdString(bytes));
 }
 
@@ -167,7 +167,7 @@ QString ReportAsHtml(const QString& path) {
     } catch (const Error& error) {
         if (error.source == "Lumaret")
             throw;
-        Fail(path, error.description);
+        RefuseReport(path, error.description);
     }
 }
 

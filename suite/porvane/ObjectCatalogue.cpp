@@ -18,10 +18,6 @@ constexpr const char* LongestIdleSeconds = "600";
 /// What PostgreSQL calls the locks of areas: "porv".
 constexpr std::int32_t LockKind = 0x706F7276;
 
-std::string TextOrEmpty(const ResultSet& rows, std::string_view column) {
-    return std::string(rows.Field(column).value_or(""));
-}
-
 std::string LockName(std::uint32_t area) {
     return "'porvane-" + std::to_string(area) + "'";
 }

@@ -13,7 +13,7 @@ std::string Encoded(std::string_view declared, std::string_view text, TextKind k
 }
 
 /// The first character that does not fit, as "U position".
-std::pair<char32_t, std::size_t> Lost(std::string_view declared, std::string_view text, TextKind kind) {
+std::pair<char32_t, std::size_t> FirstLost(std::string_view declared, std::string_view text, TextKind kind) {
     std::string bytes;
     const auto lost = CharacterSet{declared}.Encode(text, kind, bytes);
     return lost.empty() ? std::pair<char32_t, std::size_t>{} : std::pair{lost[0].character, lost[0].position};
@@ -58,7 +58,7 @@ TEST_P(SetOfOthers, IsRead) {
 TEST_P(SetOfOthers, IsNotWritten) {
     const auto& [declared, bytes, text] = GetParam();
     EXPECT_FALSE(CharacterSet{declared}.IsWritable());
-    EXPECT_NE(Lost(declared, text, TextKind::PersonName).second, 0U);
+    EXPECT_NE(FirstLost(declared, text, TextKind::PersonName).second, 0U);
 }
 
 // PS3.5, annexes H, I and K, and like them.
@@ -74,7 +74,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Foreign{"ISO 2022 IR 100\\ISO 2022 IR 144", "M\xFCller=\x1B-L\xBB\xEE\xDA", "Müller=Люк"}));
 
 TEST(CharacterSets, NothingIsLeftOutOfANameForASetThatMightHoldIt) {
-    EXPECT_EQ(Lost("\\ISO 2022 IR 87", "Yamada=山田", TextKind::PersonName),
+    EXPECT_EQ(FirstLost("\\ISO 2022 IR 87", "Yamada=山田", TextKind::PersonName),
               (std::pair<char32_t, std::size_t>{U'山', 8}));
 }
 
@@ -94,16 +94,16 @@ TEST(CharacterSets, AUnicodeTextIsWrittenAsItStands) {
 }
 
 TEST(CharacterSets, TheFirstCharacterThatDoesNotFitIsNamed) {
-    EXPECT_EQ(Lost("ISO_IR 100", "äb€c→", TextKind::Plain), (std::pair<char32_t, std::size_t>{U'€', 3}));
+    EXPECT_EQ(FirstLost("ISO_IR 100", "äb€c→", TextKind::Plain), (std::pair<char32_t, std::size_t>{U'€', 3}));
 }
 
 TEST(CharacterSets, WithoutADeclaredSetOnlyAsciiFits) {
-    EXPECT_EQ(Lost("", "Müller", TextKind::Values), (std::pair<char32_t, std::size_t>{U'ü', 2}));
+    EXPECT_EQ(FirstLost("", "Müller", TextKind::Values), (std::pair<char32_t, std::size_t>{U'ü', 2}));
 }
 
 TEST(CharacterSets, MalformedTextDoesNotFitAnywhere) {
     for (const char* text : {"ab\xFF", "ab\uFFFD"})
-        EXPECT_EQ(Lost("ISO_IR 192", text, TextKind::Plain), (std::pair<char32_t, std::size_t>{U'\uFFFD', 3}));
+        EXPECT_EQ(FirstLost("ISO_IR 192", text, TextKind::Plain), (std::pair<char32_t, std::size_t>{U'\uFFFD', 3}));
 }
 
 TEST(CharacterSets, IdeographsThatDoNotFitAreLeftOutOfAName) {
@@ -112,7 +112,7 @@ TEST(CharacterSets, IdeographsThatDoNotFitAreLeftOutOfAName) {
 }
 
 TEST(CharacterSets, TheAlphabeticNameMustFit) {
-    EXPECT_EQ(Lost("ISO_IR 100", "Müller\\山田=Yamada", TextKind::PersonName),
+    EXPECT_EQ(FirstLost("ISO_IR 100", "Müller\\山田=Yamada", TextKind::PersonName),
               (std::pair<char32_t, std::size_t>{U'山', 8}));
 }
 

@@ -19,7 +19,7 @@
 namespace tavrel::test {
 namespace {
 
-constexpr auto Long = 3'000'000'000U;
+constexpr auto LongBytes = 3'000'000'000U;
 constexpr int TooDeep = 100'000;
 constexpr Tag SomeSequence{0x0008, 0x1140};
 constexpr Tag BehindThePixels{0x7FE3, 0x0010};
@@ -67,7 +67,7 @@ void PutBytes(const std::string& path, const std::string& bytes) {
 /// A file that holds almost nothing but says that it is long, and is.
 void PutLongFile(const std::string& path, const std::string& begin) {
     PutBytes(path, begin);
-    std::filesystem::resize_file(path, begin.size() + Long);
+    std::filesystem::resize_file(path, begin.size() + LongBytes);
 }
 
 std::string MillionItems() {
@@ -91,7 +91,7 @@ const std::vector<Case> Cases{
      "reaches beyond its end"},
     {"ANameOf3Gigabytes",
      [](const auto& path) {
-         PutLongFile(path, RawDicom().Raw(std::string("\x10\0\x10\0UN\0\0", 8) + Number(Long, 4)).File());
+         PutLongFile(path, RawDicom().Raw(std::string("\x10\0\x10\0UN\0\0", 8) + Number(LongBytes, 4)).File());
      },
      "a text in its header is too long"},
     {"ADeflatedFile", [](const auto& path) { PutBytes(path, Header().File("1.2.840.10008.1.2.1.99")); }, "deflated"},
@@ -162,7 +162,7 @@ TEST_F(UnreadableImages, WithSequencesInTheirMetaInformationEndNoViewer) {
 }
 
 TEST_F(UnreadableImages, AreNotReadWholeForTheirStudy) {
-    PutLongFile(path.toStdString(), RawDicom().Raw(std::string("\x10\0\x10\0UN\0\0", 8) + Number(Long, 4)).File());
+    PutLongFile(path.toStdString(), RawDicom().Raw(std::string("\x10\0\x10\0UN\0\0", 8) + Number(LongBytes, 4)).File());
     EXPECT_EQ(StudyUidOf(path), "");
     ExpectLittleMemory();
 }
