@@ -50,13 +50,19 @@ MainWindow::MainWindow(CatalogueQuestions& catalogue, TavrelClient& tavrel, View
 }
 
 void MainWindow::Start() {
+    connect(studies_, &StudyPanel::Listed, this, &MainWindow::AskForVersion, Qt::SingleShotConnection);
     studies_->Search();
-    const auto version = catalogue_.Version();
-    if (!version || !version->IsNewer())
-        return;
-    const QString words = tr("The programs of this workstation are older than the catalogue: what is new there may not "
-                             "be shown. Please have them updated.");
-    Say(version->LetsWrite() ? words : words + tr(" Reports that are saved here are kept until then."));
+}
+
+void MainWindow::AskForVersion() {
+    const auto ask = [](StudyCatalogue& catalogue) { return catalogue.Version(); };
+    catalogue_.Ask("version", ask, [this](const std::optional<CatalogueVersion>& version) {
+        if (!version || !version->IsNewer())
+            return;
+        const QString words = tr("The programs of this workstation are older than the catalogue: what is new there may "
+                                 "not be shown. Please have them updated.");
+        Say(version->LetsWrite() ? words : words + tr(" Reports that are saved here are kept until then."));
+    });
 }
 
 void MainWindow::BuildSelection() {

@@ -52,6 +52,8 @@ private:
     void ShowImages(const SeriesRow& series, const QStringList& files, bool shown);
     void ShowDocument(const SeriesRow& document, const QStringList& files);
     void ShowOtherReport(const OtherReports::Report& other, const QStringList& files);
+    /// Says so when later programs have left a catalogue that this one does not know.
+    void AskForVersion();
     /// Gives the report beside the images its place.
     void MakeRoomForReport(bool hidden);
     /// Reads again what others may have changed.

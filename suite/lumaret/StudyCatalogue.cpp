@@ -219,11 +219,10 @@ QStringList StudyCatalogue::FilesOf(const SeriesRow& series) {
 }
 
 std::optional<CatalogueVersion> StudyCatalogue::Version() try {
-    const auto catalogue = connection_; // one that could not be made is not waited for again
-    return catalogue ? ReadCatalogueVersion(*catalogue) : std::nullopt;
+    return ReadCatalogueVersion(*Catalogue());
 } catch (const Error&) {
     connection_.reset();
-    return std::nullopt;
+    throw;
 }
 
 } // namespace tavrel

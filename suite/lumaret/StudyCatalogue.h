@@ -59,7 +59,7 @@ public:
     /// The series' image files as native paths, in the order of their instance numbers.
     QStringList FilesOf(const SeriesRow& series);
 
-    /// Once something was read. Nothing of a catalogue that was made before versions were.
+    /// Nothing of a catalogue that was made before versions were.
     std::optional<CatalogueVersion> Version();
 
     static constexpr int Limit = 500;

@@ -149,6 +149,7 @@ void StudyPanel::List(const std::vector<StudyRow>& studies) {
     SayCount();
     if (studies_.size() == 1 && !imageLeft_)
         studyTable_->selectRow(0);
+    emit Listed();
 }
 
 void StudyPanel::SayCount() {

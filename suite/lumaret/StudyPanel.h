@@ -46,6 +46,8 @@ signals:
     void ReportActivated(const QString& seriesUid);
     void ImagesActivated();
     void Said(const QString& words);
+    /// The studies that a search found.
+    void Listed();
 
 private:
     void ChooseStudy();

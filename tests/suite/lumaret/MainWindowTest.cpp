@@ -358,6 +358,7 @@ TEST_F(MainWindowTest, TheVersionOnScreenIsShownAsPages) {
 
 TEST_F(MainWindowTest, AVersionThatCannotBePrintedIsTold) {
     ChooseReport();
+    Settle();
     QFile::remove(folder.filePath("REP/2.dcm"));
     EXPECT_TRUE(Printed(window, [](QWidget&) {}).contains("2.dcm"));
 }
