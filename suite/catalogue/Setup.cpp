@@ -10,6 +10,7 @@
 #include "suite/catalogue/OdbcEntry.h"
 #include "suite/catalogue/Settings.h"
 #include "suite/catalogue/TextRules.h"
+#include "suite/catalogue/Upgrade.h"
 #include "suite/porvane/forwarding/ArchiveSetting.h"
 
 #include <arpa/inet.h>
@@ -232,7 +233,7 @@ bool Setup::TablesThere() {
                    Catalogue().OpenResultSet("SELECT * FROM " + std::string(table) + " WHERE 1=0");
                    return true;
                } catch (const Error&) {
-                   return connection_->IsOpen() && MayLackTable(table);
+                   return false;
                }
            });
 }
@@ -332,7 +333,7 @@ void Setup::MakeEntry() {
 void Setup::MakeTables() {
     if (const fs::path file = FileOf(EntryIn(places_.odbcFile)); !file.empty())
         RequireFolder(file.parent_path());
-    CreateSchema(Catalogue(), DetectEngine(Catalogue()));
+    MakeCatalogue(Catalogue(), DetectEngine(Catalogue()));
 }
 
 void Setup::FillCodes(const CodeKind& kind) {
