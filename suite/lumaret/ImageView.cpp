@@ -321,7 +321,14 @@ void ImageView::paintEvent(QPaintEvent*) {
             below += tr("Sharpness %1").arg(static_cast<double>(sharpness), 0, 'g', 2);
         below += tr("Zoom %1 %").arg(view_.zoom * 100, 0, 'f', 0);
         taken += PaintWords(painter, Qt::AlignLeft | Qt::AlignBottom, below.join('\n'), LightWords);
-        taken += PaintWords(painter, Qt::AlignRight | Qt::AlignBottom, Signs().join('\n'), Warning);
+        // Above them where there is no place beside them.
+        const QStringList signs = Signs();
+        int width = 0;
+        for (const QString& sign : signs)
+            width = std::max(width, painter.fontMetrics().horizontalAdvance(sign));
+        const bool beside = taken.last().right() + Margin.x() * 3 + width < rect().width();
+        taken += PaintWords(painter, Qt::AlignRight | Qt::AlignBottom | Qt::TextWordWrap, signs.join('\n'), Warning,
+                            beside ? 0 : taken.last().height());
         if (const auto marks = Marks())
             PaintMarks(painter, *marks, taken);
     } else {
@@ -349,10 +356,11 @@ void ImageView::PaintMarks(QPainter& painter, const EdgeMarks& marks, const QLis
     paint(marks.bottom, Qt::AlignHCenter | Qt::AlignBottom);
 }
 
-QRect ImageView::PaintWords(QPainter& painter, int alignment, const QString& words, const QColor& colour) const {
+QRect ImageView::PaintWords(QPainter& painter, int alignment, const QString& words, const QColor& colour,
+                            int raisedBy) const {
     // They are laid out once.
     const QRect inner = rect().marginsRemoved(QMargins(Margin.x(), Margin.y(), Margin.x(), Margin.y()));
-    QStaticText text(words);
+    QStaticText text(QString(words).replace('\n', QChar::LineSeparator));
     text.setTextFormat(Qt::PlainText);
     QTextOption option(Qt::Alignment::fromInt(alignment & Qt::AlignHorizontal_Mask));
     option.setWrapMode((alignment & Qt::TextWordWrap) != 0 ? QTextOption::WordWrap : QTextOption::NoWrap);
@@ -360,12 +368,16 @@ QRect ImageView::PaintWords(QPainter& painter, int alignment, const QString& wor
     text.setTextWidth(inner.width());
     text.prepare(painter.transform(), painter.font());
     const int height = qCeil(text.size().height());
-    const int below = (alignment & Qt::AlignBottom) != 0    ? inner.height() - height
+    const int below = (alignment & Qt::AlignBottom) != 0    ? inner.height() - height - raisedBy
                       : (alignment & Qt::AlignVCenter) != 0 ? (inner.height() - height) / 2
                                                             : 0;
     const QPoint place = inner.topLeft() + QPoint(0, below);
     WithDarkEdge(painter, colour, [&](QPoint shift) { painter.drawStaticText(place + shift, text); });
-    return QStyle::alignedRect(Qt::LeftToRight, Qt::Alignment::fromInt(alignment), text.size().toSize(), inner);
+    int width = 0;
+    for (const QString& line : words.split('\n'))
+        width = std::max(width, painter.fontMetrics().horizontalAdvance(line));
+    const int left = (alignment & Qt::AlignRight) != 0 ? std::max(0, inner.width() - width) : 0;
+    return {place + QPoint(left, 0), QSize(width, height)};
 }
 
 void ImageView::mousePressEvent(QMouseEvent* event) {

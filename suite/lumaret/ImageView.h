@@ -92,7 +92,8 @@ private:
     /// What it shows besides pixels, for those who hear it.
     QString InWords() const;
     /// Answers where the words stand.
-    QRect PaintWords(QPainter& painter, int alignment, const QString& words, const QColor& colour) const;
+    QRect PaintWords(QPainter& painter, int alignment, const QString& words, const QColor& colour,
+                     int raisedBy = 0) const;
     void PaintMarks(QPainter& painter, const EdgeMarks& marks, const QList<QRect>& taken) const;
     QStringList Signs() const;
 

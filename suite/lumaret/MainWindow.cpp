@@ -84,10 +84,8 @@ void MainWindow::BuildSelection() {
     for (QSplitter* splitter : {splitter_, imageAndReport_})
         splitter->setChildrenCollapsible(false);
     setCentralWidget(splitter_);
-    const QSize screen = QGuiApplication::primaryScreen()->availableSize();
-    resize(screen * 0.9);
-    const int panelWidth = std::clamp(screen.width() / 3, 330, 560);
-    splitter_->setSizes({panelWidth, screen.width() - panelWidth});
+    resize(QGuiApplication::primaryScreen()->availableSize() * 0.9);
+    Arrange();
 }
 
 QAction* MainWindow::AddAction(QToolBar& bar, const QString& caption, const QString& help, const QKeySequence& key,
@@ -121,6 +119,10 @@ void MainWindow::BuildActions() {
                      Qt::CTRL | Qt::Key_I, [this] { AddToReport(); });
     clear_ = AddAction(*reportTools_, tr("Clear report images"), tr("Empty the open report's list of images"), {},
                        [this] { tavrel_.RemoveImages(); });
+    lists_ = AddAction(*reportTools_, tr("Lists"), tr("Show the lists beside the image"), Qt::Key_F9,
+                       [this] { splitter_->widget(0)->setVisible(lists_->isChecked()); });
+    lists_->setCheckable(true);
+    lists_->setChecked(true);
     reportTools_->addSeparator();
     AddImageAction(tr("Flip horizontally"), tr("Left becomes right"), Qt::Key_H, [this] { image_->FlipHorizontal(); });
     AddImageAction(tr("Flip vertically"), tr("Up becomes down"), Qt::Key_V, [this] { image_->FlipVertical(); });
@@ -431,9 +433,15 @@ void MainWindow::resizeEvent(QResizeEvent* event) {
         insertToolBarBreak(imageTools_);
     else if (!narrow && toolBarBreak(imageTools_))
         removeToolBarBreak(imageTools_);
-    // Beside the editor's window there is no room for three columns.
-    imageAndReport_->setOrientation(width() < LeastForThreeColumns ? Qt::Vertical : Qt::Horizontal);
+    if (std::exchange(narrow_, width() < LeastForThreeColumns) != narrow_)
+        Arrange();
     QMainWindow::resizeEvent(event);
+}
+
+void MainWindow::Arrange() {
+    imageAndReport_->setOrientation(narrow_ ? Qt::Vertical : Qt::Horizontal);
+    const int panel = narrow_ ? width() * 9 / 20 : std::clamp(width() / 3, 330, 560);
+    splitter_->setSizes({panel, width() - panel});
 }
 
 void MainWindow::changeEvent(QEvent* event) {

@@ -56,6 +56,8 @@ private:
     void AskForVersion();
     /// Gives the report beside the images its place.
     void MakeRoomForReport(bool hidden);
+    /// As wide as the window is: two columns or three.
+    void Arrange();
     /// Reads again what others may have changed.
     void Refresh();
     void ShowSlice(int file, int frame, bool keepView);
@@ -99,6 +101,7 @@ private:
     QAction* report_;
     QAction* add_;
     QAction* clear_;
+    QAction* lists_;
     QAction* smooth_;
     QList<QAction*> imageActions_;
 
@@ -113,6 +116,7 @@ private:
     QStringList files_; ///< its slices
     int file_ = 0;
     int frame_ = 0;
+    bool narrow_ = false;     ///< with no room for three columns
     bool sliceShown_ = false; ///< not an image of the report
 };
 

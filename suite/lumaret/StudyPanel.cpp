@@ -19,6 +19,7 @@ QLineEdit* SearchBox(const QString& hint) {
     box->setPlaceholderText(hint);
     box->setToolTip(hint);
     box->setClearButtonEnabled(true);
+    box->setMinimumWidth(box->fontMetrics().averageCharWidth() * 14);
     return box;
 }
 
@@ -79,6 +80,7 @@ StudyPanel::StudyPanel(CatalogueQuestions& catalogue)
           {{tr("Date")}, {tr("Study"), 3}, {tr("Kind"), 2}, {tr("Status"), 2}, {tr("Named"), 3}}, tr("Other reports"))),
       leftOut_(new QLabel), otherFrame_(new QGroupBox(tr("Other re&ports of the patient"))) {
     auto* form = new QFormLayout;
+    form->setRowWrapPolicy(QFormLayout::WrapLongRows);
     form->addRow(tr("Patient &name"), name_);
     form->addRow(tr("Patient &ID"), id_);
     auto* search = new QPushButton(tr("&Search"));
@@ -179,12 +181,12 @@ void StudyPanel::ChooseStudy() {
         [this, study](const OpenedStudy& opened) {
             series_ = opened.series;
             FillSeries();
-            AskForOtherReports(study, opened.files.value(0));
-            if (!opened.images)
-                return;
-            const QSignalBlocker quiet(seriesTable_);
-            seriesTable_->selectRow(static_cast<int>(*opened.images));
-            emit ImagesChosen(series_[*opened.images], opened.files, !imageLeft_);
+            if (opened.images) {
+                const QSignalBlocker quiet(seriesTable_);
+                seriesTable_->selectRow(static_cast<int>(*opened.images));
+                emit ImagesChosen(series_[*opened.images], opened.files, !imageLeft_);
+            }
+            AskForOtherReports(study, opened.files.value(0)); // once the first image stands
         },
         [this](const QString& words) { SayFailure(words); });
 }

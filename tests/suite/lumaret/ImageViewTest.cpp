@@ -377,6 +377,17 @@ TEST_F(ImageViewTest, WhatIsNoImageIsSaid) {
     EXPECT_TRUE(view.Failure().startsWith("text.dcm cannot be shown: ")) << view.Failure().toStdString();
 }
 
+TEST_F(ImageViewTest, EachOfItsWordsHasALineOfItsOwn) {
+    Open({.patientName = "", .patientId = ""}); // its date and kind remain
+    const int line = view.fontMetrics().height();
+    const auto below = [&](const QStringList& caption) {
+        view.Caption(caption);
+        return view.grab(QRect(0, 8 + 3 * line, 640, 2 * line)).toImage();
+    };
+    EXPECT_NE(below({"Third"}), below({"Third", "Fourth", "Fifth"}));
+    EXPECT_EQ(below({"Third"}), below({"3"}));
+}
+
 TEST_F(ImageViewTest, ItSaysWhoseImageItIs) {
     WriteImage(folder.filePath("name.dcm"), {.patientName = "M\xC3\xBCller^J\xC3\xBCrgen=\xE5\xB1\xB1"});
     ImageFile file(folder.filePath("name.dcm"));

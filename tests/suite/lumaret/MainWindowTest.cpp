@@ -589,6 +589,17 @@ TEST_F(MainWindowTest, HasPlaceBesideTheEditorOnASmallScreen) {
     EXPECT_GE(ReportText().mapTo(&window, QPoint()).y(), Image().mapTo(&window, QPoint()).y() + Image().height());
 }
 
+TEST_F(MainWindowTest, TheListsGiveTheirPlaceToTheImageAndComeBack) {
+    window.resize(560, 720);
+    const int before = Image().width();
+    Action("Lists").trigger();
+    EXPECT_FALSE(Series().isVisible());
+    EXPECT_TRUE(WaitUntil([&] { return Image().width() > before + 150; }));
+    Action("Lists").trigger();
+    EXPECT_TRUE(Series().isVisible());
+    EXPECT_TRUE(WaitUntil([&] { return Image().width() == before; }));
+}
+
 TEST_F(MainWindowTest, NoColumnIsOutOfSight) {
     rows.AddPatient("HOSP-2026-00471", "GARCÍA LÓPEZ DE LA VEGA^JOSÉ MARÍA FERNANDO");
     rows.AddStudy("1.2.9", "HOSP-2026-00471", "20261115", "C:\\S", "CT Thorax und Abdomen mit Kontrastmittel");
