@@ -3,11 +3,10 @@ and that it goes on."""
 
 import time
 
-from case import PICTURES, SystemTest, ViewerTest, end
+from case import SystemTest, ViewerTest, end
 from database import catalogue_on_a_server
 from faults import STORING, WAITING, Approving, Coding, Opening, Printing, Saving, expect_done, expect_waiting
 from person.driver import wait_until
-from person.pictures import screenshot
 from person.studies import Study
 from person.workstation import FOLDER
 
@@ -213,7 +212,7 @@ class AServerThatStaysSilent(DatabaseTest):
 class TheViewersSearch(ViewerTest):
 
     def search(self):
-        self.viewer.search(self.study.patient)
+        self.viewer.begin_search(self.study.patient)
 
     def expect_found(self):
         wait_until(lambda: self.viewer.said() == "One study.", "the study")
@@ -229,12 +228,15 @@ class TheViewersSearch(ViewerTest):
             self.search()
             self.expect_found()
 
-    def test_waits_for_a_silent_server_and_says_so(self):
+    def test_of_a_silent_server_says_so_and_leaves_the_window_alive(self):
         self.addCleanup(server.go_on)
         for _ in range(2):
+            before = self.viewer.picture()
             server.freeze()
             self.search()
-            expect_waiting(self, self.viewer.window, WAITING)
-            screenshot(PICTURES / "viewer-waiting.png")
+            self.viewer.wait_said("Searching ...")
+            self.viewer.press("Flip horizontally")
+            wait_until(lambda: self.viewer.picture() != before, "the image flipped")
+            self.assertEqual(self.viewer.said(), "Searching ...")
             server.go_on()
             self.expect_found()

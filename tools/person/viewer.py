@@ -28,10 +28,13 @@ class Viewer:
         self.process.terminate()
         self.process.wait(10)
 
-    def search(self, patient):
+    def begin_search(self, patient):
         self.window.write("Patient name", patient)
         self.window.press("Search")
         time.sleep(0.3)  # a button that is pressed through the accessibility bus clicks a moment later
+
+    def search(self, patient):
+        self.begin_search(patient)
         wait_until(lambda: self.said() != "Searching ...", "what was searched for")
 
     def choose(self, patient):
