@@ -36,8 +36,10 @@ public:
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
         address.sin_port = htons(static_cast<std::uint16_t>(wanted));
         socklen_t size = sizeof address;
-        bind(socket_, reinterpret_cast<const sockaddr*>(&address), size);
-        listen(socket_, 1);
+        const int again = 1; // a connection of before may be in its last minute
+        setsockopt(socket_, SOL_SOCKET, SO_REUSEADDR, &again, sizeof again);
+        if (bind(socket_, reinterpret_cast<const sockaddr*>(&address), size) != 0 || listen(socket_, 1) != 0)
+            throw std::runtime_error("no port is taken");
         getsockname(socket_, reinterpret_cast<sockaddr*>(&address), &size);
         port = ntohs(address.sin_port);
     }
