@@ -89,7 +89,7 @@ TEST_F(PaperPages, GrowTheirHeaderWithTheName) {
 }
 
 /// What is copied of a page, without what a reader makes of joined letters and marks of direction.
-std::string Copied(std::string text) {
+std::string Copied(const std::string& text) {
     QString copied = QString::fromStdString(text);
     copied.removeIf([](QChar c) { return c.isSpace() || c.category() == QChar::Other_Format; });
     return copied.normalized(QString::NormalizationForm_KC).toStdString();

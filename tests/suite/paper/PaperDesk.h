@@ -48,7 +48,7 @@ protected:
         document.CreateFromDDO(*images, 0);
         document.SetTitle("LN", "24627-2", "CT Chest", "Chest");
         write(document);
-        const std::string file = station.NativePath("version.dcm").string();
+        std::string file = station.NativePath("version.dcm").string();
         document.Save(station.Path("version.dcm"));
         if (!station.windows.messages.empty())
             throw std::runtime_error(station.windows.messages.front().text);
@@ -63,7 +63,7 @@ protected:
         const auto read = station.dicom->NewDataSetList();
         read->LoadFile(file);
         change(*read->Item(0));
-        const std::string other = station.NativePath("other.dcm").string();
+        std::string other = station.NativePath("other.dcm").string();
         read->Item(0)->SaveToFile(other);
         return other;
     }

@@ -128,7 +128,7 @@ protected:
         });
     }
     DataSetHandle Item(DicomDataSet& holder, Tag sequence) const {
-        const DataSetHandle item = station.dicom->NewDataSet();
+        DataSetHandle item = station.dicom->NewDataSet();
         holder.SetSequenceItem(sequence, holder.GetSequenceItemCount(sequence), item);
         return item;
     }
