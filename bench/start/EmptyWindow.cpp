@@ -1,0 +1,15 @@
+// What a program with a window costs at least: an empty one of the editor's size, in its style and font.
+
+#include "platform/qt/Look.h"
+
+#include <QApplication>
+#include <QWidget>
+
+int main(int argumentCount, char** arguments) {
+    QApplication application(argumentCount, arguments);
+    tavrel::Dress(application, tavrel::Scheme::Light);
+    QWidget window;
+    window.setGeometry(100, 100, 1240, 740);
+    window.show();
+    return QApplication::exec();
+}

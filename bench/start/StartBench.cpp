@@ -1,0 +1,188 @@
+// From the start of the report program, through the viewer's two calls, to the editor's drawn window, and the same of
+// a program with an empty window, in turns:
+//
+//     bench_start EMPTY TAVREL IMAGE TURNS
+//
+// Needs a display, a session bus without a viewer and a catalogue that knows the image. Prints a line for each run:
+// the name, the seconds, and the bytes that are resident half a second later.
+
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusObjectPath>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QDBusServiceWatcher>
+#include <QDBusVirtualObject>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QProcess>
+#include <QStringList>
+#include <QThread>
+
+#include <xcb/xcb.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <memory>
+#include <stdexcept>
+#include <vector>
+
+namespace {
+
+constexpr qint64 Patience = 20000;             // ms
+constexpr int AtRest = 500;                    // ms
+constexpr std::uint32_t Background = 0xeef1f4; // of both windows, drawn
+
+template <typename Reply> std::unique_ptr<Reply, decltype(&std::free)> Taken(Reply* reply) {
+    return {reply, &std::free};
+}
+
+class Display {
+public:
+    Display() : connection_(xcb_connect(nullptr, nullptr)) {
+        if (xcb_connection_has_error(connection_) != 0)
+            throw std::runtime_error("there is no display");
+        root_ = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data->root;
+        pid_ = Taken(xcb_intern_atom_reply(connection_, xcb_intern_atom(connection_, 0, 11, "_NET_WM_PID"), nullptr))
+                   ->atom;
+        clients_ =
+            Taken(xcb_intern_atom_reply(connection_, xcb_intern_atom(connection_, 0, 16, "_NET_CLIENT_LIST"), nullptr))
+                ->atom;
+    }
+    Display(const Display&) = delete;
+    Display& operator=(const Display&) = delete;
+    ~Display() { xcb_disconnect(connection_); }
+
+    /// The process has a window in which something is drawn.
+    bool Draws(qint64 process) const {
+        for (const auto window : Numbers(root_, clients_, XCB_ATOM_WINDOW))
+            if (Numbers(window, pid_, XCB_ATOM_CARDINAL) == std::vector{static_cast<std::uint32_t>(process)}) {
+                const auto pixel = Taken(xcb_get_image_reply(
+                    connection_, xcb_get_image(connection_, XCB_IMAGE_FORMAT_Z_PIXMAP, window, 4, 4, 1, 1, ~0U),
+                    nullptr));
+                if (pixel && xcb_get_image_data_length(pixel.get()) >= 4 &&
+                    (*reinterpret_cast<const std::uint32_t*>(xcb_get_image_data(pixel.get())) & 0xffffff) == Background)
+                    return true;
+            }
+        return false;
+    }
+
+private:
+    std::vector<std::uint32_t> Numbers(std::uint32_t window, std::uint32_t property, std::uint32_t type) const {
+        const auto value = Taken(xcb_get_property_reply(
+            connection_, xcb_get_property(connection_, 0, window, property, type, 0, 1024), nullptr));
+        if (!value)
+            return {};
+        const auto* first = static_cast<const std::uint32_t*>(xcb_get_property_value(value.get()));
+        return {first, first + xcb_get_property_value_length(value.get()) / 4};
+    }
+
+    xcb_connection_t* connection_;
+    std::uint32_t root_ = 0, pid_ = 0, clients_ = 0;
+};
+
+/// The viewer, which takes whatever it is told.
+class Viewer : public QDBusVirtualObject {
+public:
+    QString introspect(const QString&) const override { return {}; }
+    bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override {
+        return connection.send(message.createReply());
+    }
+};
+
+qint64 ResidentBytes(qint64 process) {
+    QFile status(QString("/proc/%1/status").arg(process));
+    if (!status.open(QIODevice::ReadOnly))
+        return 0;
+    for (const auto& line : QString::fromUtf8(status.readAll()).split('\n'))
+        if (line.startsWith("VmRSS:"))
+            return line.split(' ', Qt::SkipEmptyParts).at(1).toLongLong() * 1024;
+    return 0;
+}
+
+/// Opens the report as soon as the report program is on the bus.
+class Caller : public QObject {
+public:
+    explicit Caller(QString image) : image_(std::move(image)), watcher_(Service, QDBusConnection::sessionBus()) {
+        connect(&watcher_, &QDBusServiceWatcher::serviceRegistered, this, &Caller::Create);
+    }
+
+private:
+    static constexpr auto Service = "Tavrel.CTavrel";
+
+    void Create() {
+        Call("/Tavrel/CTavrel", "Tavrel.ClassFactory", "CreateInstance", {}, [this](const QDBusMessage& made) {
+            Call(made.arguments().at(0).value<QDBusObjectPath>().path(), "Tavrel.CTavrel", "LoadForImgSeries",
+                 {QStringList{image_}}, [](const QDBusMessage&) {});
+        });
+    }
+    void Call(const QString& path, const QString& interface, const QString& method, const QVariantList& values,
+              std::function<void(const QDBusMessage&)> then) {
+        auto message = QDBusMessage::createMethodCall(Service, path, interface, method);
+        message.setArguments(values);
+        auto* call = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(message), this);
+        connect(call, &QDBusPendingCallWatcher::finished, this, [call, then = std::move(then)] {
+            if (!call->isError()) // it is killed in the end
+                then(call->reply());
+            call->deleteLater();
+        });
+    }
+
+    QString image_;
+    QDBusServiceWatcher watcher_;
+};
+
+void Measure(const Display& display, const char* name, const QString& program, const QStringList& arguments) {
+    QProcess process;
+    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    QElapsedTimer time;
+    time.start();
+    process.start(program, arguments);
+    while (process.state() == QProcess::Starting || !display.Draws(process.processId())) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 1);
+        if (time.elapsed() > Patience || process.state() == QProcess::NotRunning)
+            throw std::runtime_error(program.toStdString() + " shows no window");
+        QThread::usleep(200);
+    }
+    const double seconds = static_cast<double>(time.nsecsElapsed()) / 1e9;
+    QElapsedTimer rest;
+    rest.start();
+    while (rest.elapsed() < AtRest)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents | QEventLoop::AllEvents, 10);
+    std::printf("%s\t%.6f\t%lld\n", name, seconds, ResidentBytes(process.processId()));
+    process.kill();
+    process.waitForFinished();
+    while (QDBusConnection::sessionBus().interface()->isServiceRegistered("Tavrel.CTavrel"))
+        QThread::msleep(1);
+}
+
+} // namespace
+
+int main(int argumentCount, char** arguments) {
+    const QCoreApplication application(argumentCount, arguments);
+    if (argumentCount != 5) {
+        std::fputs("bench_start EMPTY TAVREL IMAGE TURNS\n", stderr);
+        return 2;
+    }
+    try {
+        const auto words = QCoreApplication::arguments();
+        const Display display;
+        Viewer viewer;
+        auto bus = QDBusConnection::sessionBus();
+        bus.registerVirtualObject("/Lumaret/Viewer", &viewer);
+        bus.registerService("Lumaret.Viewer");
+        const Caller caller(words[3]);
+        for (int turn = 0; turn < words[4].toInt(); ++turn) {
+            Measure(display, "empty", words[1], {});
+            Measure(display, "tavrel", words[2], {"--automation"});
+        }
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "bench_start: %s\n", error.what());
+        return 1;
+    }
+    return 0;
+}
