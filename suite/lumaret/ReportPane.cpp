@@ -116,7 +116,7 @@ void ReportPane::List(const QString& chosen) {
 }
 
 void ReportPane::ShowVersion(int index) {
-    print_->setEnabled(index >= 0);
+    print_->setEnabled(false);
     if (index < 0) {
         text_->setPlainText(tr("The catalogue names no file of this report."));
         return;
@@ -129,6 +129,7 @@ void ReportPane::ShowVersion(int index) {
             return;
         }
     }
+    print_->setEnabled(true);
     try {
         text_->setHtml(ReportAsHtml(path));
     } catch (const Error& error) {

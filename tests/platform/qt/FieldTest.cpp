@@ -33,7 +33,6 @@ TEST_F(Fields, ALabelDrawsAPersonsNameAndKeepsWhatIsStored) {
     form_.lblLine.Text("Doe^Peter");
 
     EXPECT_EQ(Find<QLabel>("lblLine").text(), "Doe, Peter");
-    EXPECT_EQ(Find<QLabel>("lblLine").toolTip(), Qt::convertFromPlainText("Doe, Peter"));
     EXPECT_EQ(form_.lblLine.Text(), "Doe^Peter");
 }
 
