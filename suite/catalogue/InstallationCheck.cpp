@@ -79,8 +79,9 @@ std::string Duration(std::chrono::seconds time) {
 
 class Check {
 public:
-    Check(Connection& catalogue, DicomLibrary& dicom, bool mending)
-        : catalogue_(catalogue), dicom_(dicom), mending_(mending), engine_(DetectEngine(catalogue)) {}
+    Check(Connection& catalogue, DicomLibrary& dicom, std::filesystem::path studies, bool mending)
+        : catalogue_(catalogue), dicom_(dicom), studies_(std::move(studies)), mending_(mending),
+          engine_(DetectEngine(catalogue)) {}
 
     std::vector<CheckResult> Run(const std::string& userName, const std::filesystem::path& unsent) {
         if (Schema()) {
@@ -249,7 +250,7 @@ private:
     void Objects() {
         if (treeFault_)
             return;
-        auto found = CheckStoredObjects(catalogue_, dicom_, mending_);
+        auto found = CheckStoredObjects(catalogue_, dicom_, studies_, mending_);
         std::ranges::move(found, std::back_inserter(results_));
     }
 
@@ -357,6 +358,7 @@ private:
 
     Connection& catalogue_;
     DicomLibrary& dicom_;
+    std::filesystem::path studies_;
     bool mending_;
     Engine engine_;
     ReportForm form_ = ReportForm::Classic;
@@ -368,8 +370,9 @@ private:
 } // namespace
 
 std::vector<CheckResult> CheckInstallation(Connection& catalogue, DicomLibrary& dicom, const std::string& userName,
-                                           const std::filesystem::path& unsent, bool mending) {
-    return Check(catalogue, dicom, mending).Run(userName, unsent);
+                                           const std::filesystem::path& unsent, const std::filesystem::path& studies,
+                                           bool mending) {
+    return Check(catalogue, dicom, studies, mending).Run(userName, unsent);
 }
 
 } // namespace tavrel

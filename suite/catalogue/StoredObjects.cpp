@@ -2,12 +2,11 @@
 
 #include "platform/attributes.h"
 #include "platform/error.h"
-#include "platform/limits.h"
 #include "platform/paths.h"
 #include "platform/sql.h"
-#include "platform/text.h"
 #include "suite/catalogue/Rows.h"
-#include "suite/catalogue/TextRules.h"
+#include "suite/porvane/ObjectRows.h"
+#include "suite/porvane/StoreRefusal.h"
 
 #include <sys/stat.h>
 
@@ -54,10 +53,6 @@ std::string TextOf(const DataSetList& object, const Attribute& attribute) {
     return text ? *text : std::string();
 }
 
-std::string Catalogued(const DataSetList& object, const Attribute& attribute, std::size_t longest) {
-    return std::string(FirstCharacters(ForCatalogue(object.GetElementString(0, attribute)), longest));
-}
-
 std::vector<std::string> ObjectFiles(const fs::path& folder) {
     std::vector<std::string> names;
     std::error_code failure;
@@ -69,6 +64,17 @@ std::vector<std::string> ObjectFiles(const fs::path& folder) {
     return names;
 }
 
+/// Without those that are hidden, as the services' own are.
+std::vector<fs::path> FoldersIn(const fs::path& folder) {
+    std::vector<fs::path> folders;
+    std::error_code failure;
+    for (auto entry = fs::directory_iterator(folder, failure); !failure && entry != fs::directory_iterator();
+         entry.increment(failure))
+        if (std::error_code gone; entry->is_directory(gone) && !entry->path().filename().string().starts_with('.'))
+            folders.push_back(entry->path());
+    return folders;
+}
+
 using Identity = std::pair<dev_t, ino_t>;
 
 std::optional<Identity> IdentityOf(const fs::path& file) {
@@ -78,13 +84,14 @@ std::optional<Identity> IdentityOf(const fs::path& file) {
 
 class StoredObjects {
 public:
-    StoredObjects(Connection& catalogue, DicomLibrary& dicom, bool mending)
-        : catalogue_(catalogue), dicom_(dicom), mending_(mending) {}
+    StoredObjects(Connection& catalogue, DicomLibrary& dicom, fs::path root, bool mending)
+        : catalogue_(catalogue), dicom_(dicom), root_(std::move(root)), mending_(mending) {}
 
     std::vector<CheckResult> Check() {
+        ReadStudies(); // which say where to look
+        ListFiles();   // before the rows: a file is there before its row
         ReadStudies();
         ReadSeries();
-        ListFiles(); // before the rows: a file is there before its row
         ReadImages();
 
         StudyFolders();
@@ -102,6 +109,7 @@ public:
 
 private:
     void ReadStudies() {
+        studies_.clear();
         const auto rows = catalogue_.OpenResultSet("SELECT StudyInstanceUID, StudyPath, IDPatient FROM Study");
         for (; !rows->AtEnd(); rows->MoveNext()) {
             const fs::path folder = NativePath(TextOrEmpty(*rows, "StudyPath"));
@@ -120,16 +128,18 @@ private:
                                                         TextOrEmpty(*rows, "Modality") == "SR"};
     }
 
+    /// In the folders of all studies, also of those that no row names: the others of a study that one does.
     void ListFiles() {
         std::set<fs::path> roots;
-        for (const auto& [uid, study] : studies_) {
+        if (!root_.empty())
+            roots.insert(root_);
+        for (const auto& [uid, study] : studies_)
             roots.insert(study.folder.parent_path());
-            std::error_code failure;
-            for (auto folder = fs::directory_iterator(study.folder, failure);
-                 !failure && folder != fs::directory_iterator(); folder.increment(failure))
-                for (const std::string& name : ObjectFiles(folder->path()))
-                    files_.push_back(folder->path() / name);
-        }
+        for (const fs::path& root : roots)
+            for (const fs::path& study : FoldersIn(root))
+                for (const fs::path& series : FoldersIn(study))
+                    for (const std::string& name : ObjectFiles(series))
+                        files_.push_back(series / name);
         std::ranges::sort(files_);
         for (const fs::path& root : roots)
             UnderWay(root / ".incoming");
@@ -234,51 +244,123 @@ private:
         }
     }
 
+    /// Nothing for a file that nobody here can look into.
+    std::optional<ObjectHeader> HeaderOf(const fs::path& file) try {
+        const auto object = Load(file);
+        return object ? std::optional(ReadObjectHeader(dicom_, file.string(), TextOf(*object, attribute::SopClassUid)))
+                      : std::nullopt;
+    } catch (const StoreRefusal& refusal) {
+        throw Error(Fault::OfTheSuite, "Catalogue", refusal.what());
+    }
+
     void FilesWithoutRow() {
         std::map<fs::path, std::string> folders;
         for (const auto& [uid, series] : series_)
             folders[FolderOf(series)] = uid;
+        std::map<fs::path, std::vector<fs::path>> unknown;
         for (const fs::path& file : files_) {
             if (named_.contains(file) || IsUnderWay(file))
                 continue;
             const auto folder = folders.find(file.parent_path());
             if (folder == folders.end())
-                Missing("the file " + file.string() + " lies in a folder that the catalogue does not know; " +
-                        "\"orbenta-catalogue import\" stores it again");
-            else
-                FileWithoutRow(file, folder->second);
+                unknown[file.parent_path()].push_back(file);
+            else if (const auto header = HeaderOfStray(file))
+                FileWithoutRow(file, folder->second, *header);
         }
+        for (const auto& [folder, files] : unknown)
+            FolderWithoutRow(folder, files);
     }
 
-    void FileWithoutRow(const fs::path& file, const std::string& seriesUid) try {
+    /// What a file without a row holds. Nothing where it can have none, which is told.
+    std::optional<ObjectHeader> HeaderOfStray(const fs::path& file) try {
+        auto header = HeaderOf(file);
+        if (header && known_.contains(header->sopInstanceUid))
+            Missing("the file " + file.string() +
+                    " has no row and holds an object that is stored already; it can be removed");
+        else if (header)
+            return header;
+        else
+            Missing("the file " + file.string() +
+                    " has no row and is compressed as a whole, so nobody here can look "
+                    "into it; move it away");
+        return std::nullopt;
+    } catch (const Error& error) {
+        Missing("the file " + file.string() + " has no row and cannot be read (" + error.description +
+                "); look into it and move it away");
+        return std::nullopt;
+    }
+
+    void FileWithoutRow(const fs::path& file, const std::string& seriesUid, const ObjectHeader& header) {
         const std::string what = "the file " + file.string() + " has no row";
-        const auto object = Load(file);
-        const std::string uid = object ? TextOf(*object, attribute::SopInstanceUid) : "";
-        if (uid.empty() || TextOf(*object, attribute::SeriesInstanceUid) != seriesUid)
+        if (header.seriesUid != seriesUid)
             return Missing(what + " and is no object of its series; look into it and move it away");
-        if (known_.contains(uid))
-            return Missing(what + " and holds an object that is stored already; it can be removed");
         // The last row of a report stands for its newest version.
         if (series_[seriesUid].report && file.filename().string() < newest_[seriesUid])
             return Missing(what + " and is an older version, which could only be entered as the newest; "
                                   "put its row back from a backup");
-        Mend(what, [&] { Enter(file, seriesUid, uid, *object); });
-    } catch (const Error& error) {
-        Missing("the file " + file.string() + " has no row and cannot be read (" + error.description +
-                "); look into it and move it away");
+        Mend(what, [&] { Enter(file, header); });
     }
 
-    void Enter(const fs::path& file, const std::string& seriesUid, const std::string& uid, const DataSetList& object) {
-        ColumnTexts row = {{"SeriesInstanceUID", seriesUid},
-                           {"ImageFile", file.filename().string()},
-                           {"SOPInstanceUID", uid},
-                           {"SOPClassUID", TextOf(object, attribute::SopClassUid)}};
-        if (const std::string number = TextOf(object, attribute::InstanceNumber);
-            !number.empty() && number.size() < 10 && number.find_first_not_of("0123456789") == std::string::npos)
-            row.emplace_back("InstanceNumber", number);
-        InsertRow(catalogue_, "Image", row);
-        newest_[seriesUid] = file.filename().string();
-        known_.insert(uid);
+    /// A series that came after the catalogue's backup, say. What lies in its folder besides stays beside it.
+    void FolderWithoutRow(const fs::path& folder, const std::vector<fs::path>& files) {
+        std::vector<std::pair<fs::path, ObjectHeader>> objects;
+        for (const fs::path& file : files)
+            if (auto header = HeaderOfStray(file))
+                objects.emplace_back(file, std::move(*header));
+        if (objects.empty())
+            return;
+        const std::string what = "the folder " + folder.string() + " with " + std::to_string(objects.size()) +
+                                 (objects.size() == 1 ? " object" : " objects") + " is in no row";
+        if (const std::string why = WhyNotEntered(folder, objects); !why.empty())
+            return Missing(what + " and " + why +
+                           "; move it out of the studies, and \"orbenta-catalogue import\" stores it again");
+        Mend(what, [&] { EnterFolder(folder, objects); });
+    }
+
+    /// Empty when the folder can be a series where it is.
+    std::string WhyNotEntered(const fs::path& folder, const std::vector<std::pair<fs::path, ObjectHeader>>& objects) {
+        const ObjectHeader& first = objects.front().second;
+        if (std::ranges::any_of(objects, [&](const auto& object) {
+                return object.second.seriesUid != first.seriesUid || object.second.studyUid != first.studyUid;
+            }))
+            return "holds objects of several series";
+        if (series_.contains(first.seriesUid))
+            return "holds objects of series " + first.seriesUid + ", whose folder is another one";
+        if (std::ranges::any_of(studies_, [&](const auto& study) {
+                return (study.first == first.studyUid) != (study.second.folder == folder.parent_path());
+            }))
+            return "holds objects of study " + first.studyUid + ", whose folder is another one";
+        return {};
+    }
+
+    void EnterFolder(const fs::path& folder, const std::vector<std::pair<fs::path, ObjectHeader>>& objects) {
+        const ObjectHeader& first = objects.front().second;
+        const bool newStudy = !studies_.contains(first.studyUid);
+        catalogue_.BeginTransaction();
+        if (newStudy) {
+            if (!HasPatient(first.patientId))
+                InsertPatientRow(catalogue_, first);
+            InsertStudyRow(catalogue_, first, InsidePath(folder.parent_path().string()));
+        }
+        InsertSeriesRow(catalogue_, first, folder.filename().string());
+        for (const auto& [file, header] : objects)
+            InsertImageRow(catalogue_, header, file.filename().string(), std::nullopt);
+        catalogue_.Commit();
+        if (newStudy)
+            studies_[first.studyUid] = {first.patientId, folder.parent_path(), true};
+        series_[first.seriesUid] = {first.studyUid, folder.filename().string(), first.IsReport()};
+        for (const auto& [file, header] : objects)
+            Entered(file, header);
+    }
+
+    void Enter(const fs::path& file, const ObjectHeader& header) {
+        InsertImageRow(catalogue_, header, file.filename().string(), std::nullopt);
+        Entered(file, header);
+    }
+
+    void Entered(const fs::path& file, const ObjectHeader& header) {
+        newest_[header.seriesUid] = file.filename().string();
+        known_.insert(header.sopInstanceUid);
         images_.push_back({});
     }
 
@@ -288,24 +370,22 @@ private:
                 Missing("the series " + uid + " belongs to study " + series.studyUid +
                         ", which the catalogue does not know" + std::string(FromBackup));
         for (const auto& [uid, study] : studies_) {
-            const std::string query = "SELECT ID FROM Patient WHERE ID = " + Quoted(study.patientId);
-            if (catalogue_.OpenResultSet(query)->AtEnd())
+            if (!HasPatient(study.patientId))
                 Mend("the study " + uid + " is of patient " + study.patientId + ", whom the catalogue does not know",
                      [&, uid = uid, patientId = study.patientId] { EnterPatient(uid, patientId); });
         }
     }
 
+    bool HasPatient(const std::string& id) {
+        return !catalogue_.OpenResultSet("SELECT ID FROM Patient WHERE ID = " + Quoted(id))->AtEnd();
+    }
+
     void EnterPatient(const std::string& studyUid, const std::string& patientId) {
         for (const fs::path& file : files_) {
-            const auto object = file.parent_path().parent_path() == studies_[studyUid].folder ? Load(file) : nullptr;
-            const bool theirs =
-                object && TextOf(*object, attribute::StudyInstanceUid) == studyUid &&
-                (Catalogued(*object, attribute::PatientId, longest::LongString) == patientId || patientId == studyUid);
-            if (theirs)
-                return InsertRow(catalogue_, "Patient",
-                                 {{"ID", patientId},
-                                  {"PatientName", Catalogued(*object, attribute::PatientName, longest::TextColumn)},
-                                  {"Sex", Catalogued(*object, attribute::PatientSex, longest::ShortColumn)}});
+            const bool there = file.parent_path().parent_path() == studies_[studyUid].folder;
+            const auto header = there ? HeaderOf(file) : std::nullopt;
+            if (header && header->studyUid == studyUid && header->patientId == patientId)
+                return InsertPatientRow(catalogue_, *header);
         }
         throw Error(Fault::OfTheSuite, "Catalogue", "no file of the study names the patient");
     }
@@ -365,6 +445,7 @@ private:
 
     Connection& catalogue_;
     DicomLibrary& dicom_;
+    fs::path root_;
     bool mending_;
     std::vector<CheckResult> results_;
 
@@ -382,8 +463,9 @@ private:
 
 } // namespace
 
-std::vector<CheckResult> CheckStoredObjects(Connection& catalogue, DicomLibrary& dicom, bool mending) {
-    return StoredObjects(catalogue, dicom, mending).Check();
+std::vector<CheckResult> CheckStoredObjects(Connection& catalogue, DicomLibrary& dicom, const fs::path& studies,
+                                            bool mending) {
+    return StoredObjects(catalogue, dicom, studies, mending).Check();
 }
 
 } // namespace tavrel

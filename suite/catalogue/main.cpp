@@ -645,6 +645,11 @@ private:
         command->add_option("--unsent", unsent_, "Folder of the versions that could not be sent")
             ->type_name("FOLDER")
             ->capture_default_str();
+        command
+            ->add_option("--studies", studies_,
+                         "Folder of studies to look through besides those of known studies, where none is known")
+            ->check(CLI::ExistingDirectory.description(""))
+            ->type_name("FOLDER");
         command->add_flag("--mend", mending_, "Mend what the rows and the files themselves suffice for");
     }
 
@@ -654,9 +659,9 @@ private:
                                                                 {CheckResult::Kind::Mended, "mended   "},
                                                                 {CheckResult::Kind::Missing, "MISSING  "}};
         bool missing = false;
-        for (const CheckResult& result :
-             CheckInstallation(OpenedCatalogue(), reader_, PosixUserInformation().UserName(),
-                               std::filesystem::absolute(unsent_), mending_)) {
+        for (const CheckResult& result : CheckInstallation(
+                 OpenedCatalogue(), reader_, PosixUserInformation().UserName(), std::filesystem::absolute(unsent_),
+                 studies_.empty() ? studies_ : std::filesystem::absolute(studies_).string(), mending_)) {
             std::cout << words.at(result.kind) << result.words << "\n";
             missing = missing || result.kind == CheckResult::Kind::Missing;
         }
@@ -705,6 +710,7 @@ private:
     std::string reportPrinter_;
     std::string folder_;
     std::string unsent_ = DefaultUnsentFolder().string();
+    std::string studies_;
 };
 
 } // namespace

@@ -3,7 +3,7 @@
 #include "platform/error.h"
 #include "platform/limits.h"
 #include "platform/sql.h"
-#include "suite/catalogue/Rows.h"
+#include "suite/porvane/ObjectRows.h"
 #include "suite/porvane/forwarding/OutgoingQueue.h"
 
 #include <algorithm>
@@ -20,13 +20,6 @@ constexpr std::int32_t LockKind = 0x706F7276;
 
 std::string LockName(std::uint32_t area) {
     return "'porvane-" + std::to_string(area) + "'";
-}
-
-/// A number that an object does not have is left out.
-ColumnTexts With(ColumnTexts row, const char* column, std::optional<int> number) {
-    if (number)
-        row.emplace_back(column, std::to_string(*number));
-    return row;
 }
 
 } // namespace
@@ -202,37 +195,12 @@ ObjectCatalogue::Home ObjectCatalogue::HomeOf(const ObjectHeader& header) {
 
 void ObjectCatalogue::Add(const ObjectHeader& header, const ObjectPlace& place, const Home& home, int twin) {
     if (!home.study && !Exists("SELECT ID FROM Patient WHERE ID=" + Quoted(header.patientId)))
-        InsertRow(*connection_, "Patient",
-                  {{"ID", header.patientId},
-                   {"PatientName", header.patientName},
-                   {"BirthDate", header.birthDate},
-                   {"Sex", header.sex}});
+        InsertPatientRow(*connection_, header);
     if (!home.study)
-        InsertRow(*connection_, "Study",
-                  {{"StudyInstanceUID", header.studyUid},
-                   {"StudyPath", place.studyPath},
-                   {"IDPatient", header.patientId},
-                   {"StudyDate", header.studyDate},
-                   {"StudyTime", header.studyTime},
-                   {"StudyDescription", header.studyDescription},
-                   {"ReferringPhysician", header.referringPhysician},
-                   {"AccessionNumber", header.accessionNumber}});
+        InsertStudyRow(*connection_, header, place.studyPath);
     if (!home.series)
-        InsertRow(*connection_, "Series",
-                  With({{"SeriesInstanceUID", header.seriesUid},
-                        {"StudyInstanceUID", header.studyUid},
-                        {"SeriesDir", place.seriesDir},
-                        {"Modality", header.modality},
-                        {"SeriesStatus", ""},
-                        {"SeriesDescription", header.seriesDescription}},
-                       "SeriesNumber", header.seriesNumber));
-    InsertRow(*connection_, "Image",
-              With(With({{"SeriesInstanceUID", header.seriesUid},
-                         {"ImageFile", place.imageFile},
-                         {"SOPInstanceUID", header.sopInstanceUid},
-                         {"SOPClassUID", header.sopClassUid}},
-                        "InstanceNumber", header.instanceNumber),
-                   "Twin", NumbersTwins() ? std::optional(twin) : std::nullopt));
+        InsertSeriesRow(*connection_, header, place.seriesDir);
+    InsertImageRow(*connection_, header, place.imageFile, NumbersTwins() ? std::optional(twin) : std::nullopt);
     if (queuesImages_)
         QueueStoredObject(*connection_, engine_, header.seriesUid, place.imageFile, *queuesImages_);
 }

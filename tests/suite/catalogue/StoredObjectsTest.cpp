@@ -20,6 +20,7 @@ namespace fs = std::filesystem;
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::UnorderedElementsAre;
 
 /// A report of three versions and an image, stored by the service; then something goes wrong.
 class StoredObjects : public testing::Test {
@@ -51,7 +52,7 @@ protected:
 
     std::vector<std::string> Look(CheckResult::Kind kind, bool mending) {
         std::vector<std::string> words;
-        for (const CheckResult& result : CheckStoredObjects(room.Catalogue(), dicom, mending))
+        for (const CheckResult& result : CheckStoredObjects(room.Catalogue(), dicom, root, mending))
             if (result.kind == kind)
                 words.push_back(result.words);
         return words;
@@ -71,8 +72,28 @@ protected:
         EXPECT_THAT(Missing(), ElementsAre(HasSubstr(words)));
     }
 
+    void Forget(const std::vector<std::string>& tables, const std::string& condition = "1=1") {
+        for (const std::string& table : tables)
+            room.Run("DELETE FROM " + table + " WHERE " + condition);
+    }
+    /// What the service entered.
+    std::vector<std::string> Rows() {
+        std::vector<std::string> all;
+        for (const char* query :
+             {"SELECT ID||PatientName||BirthDate||Sex FROM Patient",
+              "SELECT StudyInstanceUID||StudyPath||IDPatient||StudyDate||StudyTime||StudyDescription||"
+              "ReferringPhysician||AccessionNumber FROM Study",
+              "SELECT SeriesInstanceUID||StudyInstanceUID||SeriesDir||Modality||SeriesStatus||"
+              "COALESCE(SeriesNumber,'none')||SeriesDescription FROM Series ORDER BY SeriesInstanceUID",
+              "SELECT SeriesInstanceUID||ImageFile||SOPInstanceUID||SOPClassUID||COALESCE(InstanceNumber,'none')"
+              " FROM Image ORDER BY SeriesInstanceUID, ImageID"})
+            std::ranges::copy(room.Column(query), std::back_inserter(all));
+        return all;
+    }
+
     SuiteRoom room;
     DcmtkLibrary dicom;
+    fs::path root = room.Studies();
 
 private:
     fs::path Find(const std::string& folder, int number) const {
@@ -189,10 +210,79 @@ TEST_F(StoredObjects, AnImageWhoseNameTheServicesNextStartGivesAgainIsNotGone) {
     EXPECT_THAT(Missing(), ElementsAre());
 }
 
-TEST_F(StoredObjects, AFolderThatTheCatalogueDoesNotKnowIsNamed) {
+TEST_F(StoredObjects, AStudyThatIsInNoRowIsEnteredAsTheServiceDidIt) {
+    const auto rows = Rows();
+    Forget({"Patient", "Study", "Series", "Image"});
+    EXPECT_THAT(Missing(),
+                UnorderedElementsAre(HasSubstr("2.999.5 with 3 objects is in no row; \"orbenta-catalogue check --mend"),
+                                     HasSubstr(" with 1 object is in no row; ")));
+    EXPECT_EQ(Mended().size(), 2U);
+    EXPECT_EQ(Rows(), rows);
+    EXPECT_THAT(Missing(), ElementsAre());
+}
+
+TEST_F(StoredObjects, ASeriesThatIsInNoRowIsEntered) {
+    const auto rows = Rows();
+    Forget({"Series", "Image"}, "SeriesInstanceUID='2.999.5'");
+    ExpectMended("2.999.5 with 3 objects is in no row");
+    EXPECT_EQ(Rows(), rows);
+}
+
+TEST_F(StoredObjects, AStudyBesideThoseThatAreKnownIsFoundWhereverTheyAre) {
+    fs::create_directories(room.Studies() / "2.999.6/2.999.8");
+    Version(4)
+        .Set(DCM_StudyInstanceUID, "2.999.6")
+        .Set(DCM_SeriesInstanceUID, "2.999.8")
+        .SaveTo(room.Studies() / "2.999.6/2.999.8/img_000001.dcm");
+    root = "/nowhere";
+    ExpectMended("2.999.6/2.999.8 with 1 object is in no row");
+    EXPECT_EQ(room.Count("Study"), "2");
+    EXPECT_EQ(room.Count("Patient"), "1");
+}
+
+TEST_F(StoredObjects, OfAFolderInNoRowADamagedFileIsNamedAndTheOthersAreEntered) {
+    Forget({"Series", "Image"}, "SeriesInstanceUID='2.999.5'");
+    std::ofstream(ReportFile(2)) << "broken";
+    EXPECT_THAT(Mended(), ElementsAre(HasSubstr("2.999.5 with 2 objects is in no row")));
+    ExpectNamed("has no row and cannot be read (");
+}
+
+TEST_F(StoredObjects, AFolderOfSeveralSeriesIsNamed) {
+    Forget({"Series", "Image"});
+    for (const fs::path& file : {ReportFile(1), ImageFile()})
+        fs::rename(file, file.parent_path().parent_path() / "2.999.5" / (file.stem().string() + "x.dcm"));
+    EXPECT_THAT(Mended(), ElementsAre());
+    ExpectNamed("holds objects of several series; move it out of the studies, and \"orbenta-catalogue import\"");
+}
+
+TEST_F(StoredObjects, AFolderOfASeriesThatIsElsewhereIsNamed) {
+    fs::create_directory(StudyFolder() / "elsewhere");
+    Version(4).SaveTo(StudyFolder() / "elsewhere/1.dcm");
+    ExpectNamed("holds objects of series 2.999.5, whose folder is another one; move it out");
+}
+
+TEST_F(StoredObjects, AFolderOfAnotherStudyThanTheOneThatItLiesInIsNamed) {
+    fs::create_directory(StudyFolder() / "2.999.8");
+    Version(4)
+        .Set(DCM_StudyInstanceUID, "2.999.6")
+        .Set(DCM_SeriesInstanceUID, "2.999.8")
+        .SaveTo(StudyFolder() / "2.999.8/1.dcm");
+    ExpectNamed("holds objects of study 2.999.6, whose folder is another one; move it out");
+}
+
+TEST_F(StoredObjects, ACopyOfAStoredObjectInAFolderOfItsOwnIsNamed) {
     fs::create_directory(StudyFolder() / "elsewhere");
     fs::copy_file(ReportFile(1), StudyFolder() / "elsewhere/1.dcm");
-    ExpectNamed("elsewhere/1.dcm lies in a folder that the catalogue does not know");
+    ExpectNamed("elsewhere/1.dcm has no row and holds an object that is stored already; it can be removed");
+}
+
+TEST_F(StoredObjects, AStudyThatTheServiceIsStoringIsLeftToIt) {
+    fs::create_directories(room.Studies() / "2.999.6/2.999.8");
+    fs::create_directory(room.Incoming() / "7");
+    Version(4).SaveTo(room.Incoming() / "7/4.part");
+    fs::create_hard_link(room.Incoming() / "7/4.part", room.Studies() / "2.999.6/2.999.8/img_000001.dcm");
+    EXPECT_THAT(Missing(), ElementsAre());
+    EXPECT_THAT(Mended(), ElementsAre());
 }
 
 TEST_F(StoredObjects, ASecondRowOfAFileIsRemoved) {

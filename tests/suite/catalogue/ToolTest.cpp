@@ -8,6 +8,7 @@
 #include <dcmtk/dcmdata/dcuid.h>
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <fstream>
 
 namespace tavrel {
@@ -526,6 +527,17 @@ TEST_F(CheckOfUnsentVersions, LooksWhereItIsTold) {
     Write("elsewhere.dcm", "");
     EXPECT_TRUE(Holds(room.Tool("check --unsent " + room.Folder().string()).out,
                       "no version waits to be stored in " + room.Folder().string() + "\n"));
+}
+
+TEST_F(Check, LooksForStudiesWhereItIsTold) {
+    TestObject().Send(room);
+    service->Signal(SIGTERM);
+    service->Wait();
+    for (const char* table : {"Patient", "Study", "Series", "Image"})
+        room.Run(std::string("DELETE FROM ") + table);
+    EXPECT_FALSE(Holds(room.Tool("check").out, "is in no row"));
+    const std::string out = room.Tool("check --studies " + room.Studies().string()).out;
+    EXPECT_TRUE(Holds(out, " with 1 object is in no row; ")) << out;
 }
 
 TEST_F(Check, AServiceThatDoesNotAnswerIsFound) {
