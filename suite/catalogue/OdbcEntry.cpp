@@ -124,6 +124,20 @@ bool IsOneOf(std::initializer_list<std::string_view> names, std::string_view nam
     return std::ranges::any_of(names, [&](std::string_view each) { return SameInAnyCase(each, name); });
 }
 
+bool IsPassword(const std::pair<std::string, std::string>& setting) {
+    return IsOneOf({"Password", "PWD"}, setting.first);
+}
+
+/// What the programs rely on, in whatever entry.
+bool IsNeeded(std::string_view name) {
+    return IsOneOf({"CHARSET", "OPTION", "INITSTMT"}, name);
+}
+
+/// Where the catalogue is and for whom: each entry's own.
+bool IsOwn(std::string_view name) {
+    return IsOneOf({"Driver", "Server", "Servername", "Port", "Database", "User", "Username", "Password"}, name);
+}
+
 } // namespace
 
 OdbcEntry SqliteEntry(const std::string& name, const fs::path& file) {
@@ -166,8 +180,18 @@ OdbcSettings ReadOdbcEntry(const fs::path& file, const std::string& name) {
 
 OdbcSettings ForAccount(OdbcSettings settings, Engine engine, const std::string& user, const std::string& password) {
     std::erase_if(settings, [](const auto& setting) {
-        return IsOneOf({"User", "Username", "UID", "Password", "PWD"}, setting.first);
+        return IsPassword(setting) || IsOneOf({"User", "Username", "UID"}, setting.first) || IsNeeded(setting.first);
     });
+    OdbcEntry usual;
+    usual.engine = engine;
+    for (const auto& [name, value] : settings)
+        if (IsOneOf({"Server", "Servername"}, name))
+            usual.server = value;
+    for (const auto& setting : SettingsOf(usual))
+        if (!IsOwn(setting.first) && std::ranges::none_of(settings, [&](const auto& there) {
+                return SameInAnyCase(there.first, setting.first);
+            }))
+            settings.push_back(setting);
     const bool mariaDb = engine == Engine::MariaDb;
     settings.emplace_back(mariaDb ? "USER" : "Username", user);
     settings.emplace_back(mariaDb ? "PASSWORD" : "Password", password);
@@ -193,8 +217,10 @@ void WriteOdbcEntry(const fs::path& file, const std::string& name, const OdbcSet
     const auto permissions = fs::status(target, ignored).permissions();
 
     WriteSecretFile(target.string(), WithEntry(there ? PosixFiles().ReadText(target.string()) : "", name, settings));
+    const bool secret = std::ranges::any_of(
+        settings, [](const auto& setting) { return IsPassword(setting) && !setting.second.empty(); });
     if (there)
-        fs::permissions(target, permissions, ignored);
+        fs::permissions(target, secret ? permissions & fs::perms::owner_all : permissions, ignored);
 }
 
 } // namespace tavrel

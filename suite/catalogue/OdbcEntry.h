@@ -29,7 +29,7 @@ OdbcEntry SqliteEntry(const std::string& name, const std::filesystem::path& file
 
 /// The settings of an entry of a file; an error when it has none of that name.
 OdbcSettings ReadOdbcEntry(const std::filesystem::path& file, const std::string& name);
-/// The same for another account.
+/// The same for another account, with what the programs need of the engine's driver, also where it was lacking.
 OdbcSettings ForAccount(OdbcSettings settings, Engine engine, const std::string& user, const std::string& password);
 /// The lines of an entry as they stand in a file.
 std::string OdbcSection(const std::string& name, const OdbcSettings& settings);
@@ -42,7 +42,8 @@ std::string ConnectionText(const OdbcSettings& settings);
 std::filesystem::path UserOdbcFile();
 
 /// Puts `entry` into `file`, in place of an entry of the same name, and leaves all else as it is.
-/// The file is replaced whole or not at all; a new one is readable by its owner only. Throws Error.
+/// The file is replaced whole or not at all; a new one, and one that gets a password, is its owner's alone. Throws
+/// Error.
 void WriteOdbcEntry(const std::filesystem::path& file, const OdbcEntry& entry);
 void WriteOdbcEntry(const std::filesystem::path& file, const std::string& name, const OdbcSettings& settings);
 

@@ -616,14 +616,25 @@ private:
             return EXIT_SUCCESS;
         }
         const OdbcSettings entry = ForAccount(owners, DetectEngine(catalogue), workstation_.name, *password);
-        if (odbcFile_.empty()) { // the entry alone, which may go into a file
-            std::cout << OdbcSection("DicomFDB", entry);
-            std::cerr << workstation_.name << " is a workstation; these lines belong into its account's ODBC file\n";
-        } else {
+        GiveEntry(entry);
+        return EXIT_SUCCESS;
+    }
+
+    /// Nobody else knows its password.
+    void GiveEntry(const OdbcSettings& entry) try {
+        if (!odbcFile_.empty()) {
             WriteOdbcEntry(odbcFile_, "DicomFDB", entry);
             std::cout << workstation_.name << " is a workstation; its entry is in " << odbcFile_ << "\n";
+            return;
         }
-        return EXIT_SUCCESS;
+        std::cout << OdbcSection("DicomFDB", entry) << std::flush; // the entry alone, which may go into a file
+        if (!std::cout)
+            throw Error(Fault::OfTheSuite, "Catalogue", "it could not be shown");
+        std::cerr << workstation_.name << " is a workstation; these lines belong into its account's ODBC file\n";
+    } catch (const Error& error) {
+        throw Error(error.number, error.source,
+                    workstation_.name + " is a workstation, but its entry is lost (" + error.description +
+                        "); the same command with --new-password makes another one");
     }
 
     int Leave() {

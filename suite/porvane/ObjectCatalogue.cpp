@@ -12,8 +12,9 @@
 namespace tavrel {
 namespace {
 
-/// After which a server ends a transaction that nobody goes on with: its service's machine is gone.
-constexpr const char* LongestIdleSeconds = "600";
+/// After which a server ends a transaction that nobody goes on with: its service's machine is gone. Another
+/// workstation's account may not end it, and has to wait. The commit of a service whose disk hangs for longer fails, as any may.
+constexpr const char* LongestIdleSeconds = "60";
 
 /// What PostgreSQL calls the locks of areas: "porv".
 constexpr std::int32_t LockKind = 0x706F7276;

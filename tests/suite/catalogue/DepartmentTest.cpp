@@ -243,6 +243,19 @@ TEST_P(OfDepartments, AnotherPasswordEndsTheOneOfBefore) {
     EXPECT_THROW(As("ct-1"), Error);
 }
 
+TEST_P(OfDepartments, AnEntryThatCannotBeWrittenIsMadeByTheSameCommandWithANewPassword) {
+    Make();
+    const std::string join = "department join --name ct-1 --port 10404 --ae-title PORVANE --new-password";
+    for (const char* lost : {" --file /dev/null/ct-1.ini", " > /dev/full"}) {
+        const Outcome outcome = room.Tool(join + lost);
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_NE(outcome.err.find("the same command with --new-password makes another one"), std::string::npos)
+            << outcome.err;
+    }
+    EXPECT_EQ(Join("ct-1", "--new-password").status, 0);
+    EXPECT_EQ(First(*As("ct-1"), PortAndTitle), "10404");
+}
+
 TEST_P(OfDepartments, AnAccountThatIsNoWorkstationsIsLeftAlone) {
     MakeWithTwo();
     MakeAccount("anna");

@@ -1,6 +1,7 @@
 #include "platform/paths.h"
 #include "platform/posix/PosixFiles.h"
 #include "suite/catalogue/CodeTable.h"
+#include "suite/catalogue/OdbcEntry.h"
 #include "tests/suite/SuiteRoom.h"
 #include "tests/suite/TestObject.h"
 
@@ -334,6 +335,50 @@ TEST_F(Tool, AServersEntryTakesItsPasswordFromAFile) {
     EXPECT_TRUE(Holds(text, "Password=a secret\n"));
     const auto permissions = std::filesystem::status(room.Folder() / "new.ini").permissions();
     EXPECT_EQ(permissions & std::filesystem::perms(077), std::filesystem::perms::none);
+}
+
+TEST_F(Tool, AnEntryWithAPasswordMakesItsFileItsOwnersAlone) {
+    using std::filesystem::perms;
+    const std::string password = Write("password", "a secret\n");
+    const std::string file = Write("some.ini", "[Other]\nDriver=X\n");
+    const auto permissions = [&] { return std::filesystem::status(file).permissions(); };
+    std::filesystem::permissions(file, perms(0644));
+    room.Tool("odbc --engine sqlite --database /a/b.db --file " + file);
+    EXPECT_EQ(permissions(), perms(0644));
+    room.Tool("odbc --engine postgresql --database orbenta --user o --password-file " + password + " --file " + file);
+    EXPECT_EQ(permissions(), perms(0600));
+}
+
+std::string ValueOf(const OdbcSettings& settings, const std::string& name) {
+    std::string values;
+    for (const auto& [each, value] : settings)
+        values += each == name ? value : "";
+    return values;
+}
+
+TEST(EntriesForAnotherAccount, HaveWhatMariaDbNeedsWhateverTheOwnersHas) {
+    const OdbcSettings owners = {{"Driver", "MariaDB Unicode"},
+                                 {"SERVER", "db"},
+                                 {"initstmt", "SET x=1"},
+                                 {"OPTION", "0"},
+                                 {"USER", "o"},
+                                 {"PWD", "secret"},
+                                 {"SSLVERIFY", "1"},
+                                 {"READ_TIMEOUT", "9"}};
+    const OdbcSettings entry = ForAccount(owners, Engine::MariaDb, "ct-1", "word");
+    EXPECT_TRUE(Holds(ValueOf(entry, "INITSTMT"), "tx_isolation='READ-COMMITTED'"));
+    EXPECT_EQ(ValueOf(entry, "initstmt") + ValueOf(entry, "PWD"), "");
+    EXPECT_EQ(ValueOf(entry, "OPTION") + ValueOf(entry, "CHARSET"), "2utf8mb4");
+    EXPECT_EQ(ValueOf(entry, "SERVER") + ValueOf(entry, "SSLVERIFY") + ValueOf(entry, "READ_TIMEOUT"), "db19");
+    EXPECT_EQ(ValueOf(entry, "USER") + ValueOf(entry, "PASSWORD"), "ct-1word");
+}
+
+TEST(EntriesForAnotherAccount, KeepPostgreSqlsOwnOptionsAndGetThoseThatLack) {
+    const OdbcSettings owners = {{"Servername", "a,b"}, {"Username", "o"}};
+    EXPECT_TRUE(Holds(ValueOf(ForAccount(owners, Engine::PostgreSql, "ct-1", "w"), "pqopt"),
+                      " target_session_attrs=read-write"));
+    const OdbcSettings with = {{"Servername", "a"}, {"pqopt", "sslmode=require"}};
+    EXPECT_EQ(ValueOf(ForAccount(with, Engine::PostgreSql, "ct-1", "w"), "pqopt"), "sslmode=require");
 }
 
 TEST_F(Tool, OfSeveralServersTheEntryWantsTheOneThatTakesChanges) {
