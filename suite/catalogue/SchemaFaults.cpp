@@ -1,6 +1,7 @@
 #include "suite/catalogue/SchemaFaults.h"
 
 #include "platform/text.h"
+#include "suite/catalogue/Rows.h"
 #include "suite/catalogue/SchemaParts.h"
 
 #include <algorithm>
@@ -66,10 +67,6 @@ std::string IndexQuery(Engine engine) {
     }
     return "SELECT table_name, index_name, non_unique, column_name FROM information_schema.statistics"
            " WHERE table_schema=DATABASE() ORDER BY table_name, index_name, seq_in_index";
-}
-
-std::string TextOrEmpty(const ResultSet& rows, std::string_view column) {
-    return std::string(rows.Field(column).value_or(""));
 }
 
 /// What there is, whatever it should be.
