@@ -32,7 +32,7 @@ QChar WithoutStroke(QChar c) {
 
 QString Fold(QStringView letter) {
     if (letter.front().unicode() < 0x80)
-        return QString(letter.front().toLower());
+        return letter.front().toLower();
     if (letter == u"ß" || letter == u"ẞ")
         return "ss";
     QString folded;

@@ -3,6 +3,7 @@
 #include "platform/qt/WrappingLabel.h"
 #include "tests/editor/ReportingStation.h"
 
+#include <QAccessible>
 #include <QWidget>
 #include <gmock/gmock.h>
 
@@ -40,6 +41,30 @@ TEST_F(Forms, TheListsAreDescribedByTheirNotesAsLongAsTheseAreSeen) {
     EXPECT_EQ(list.accessibleDescription(), "not stored with the report");
     station_.editor.lblDiagnosisNote.Visible(false);
     EXPECT_EQ(list.accessibleDescription(), "");
+}
+
+TEST_F(Forms, NothingThatIsReadOutIsMarkupAndAPatientIsReadOutWithTheCaption) {
+    station_.OpenReport({.patientName = "ROSSI^<b>CARLA</b>"});
+    QWidget window;
+    DesignedLayouts().at("frmReport")(window);
+    const FormBinder binder(station_.editor, window);
+    const auto said = [](QWidget* widget, QAccessible::Text text) {
+        return QAccessible::queryAccessibleInterface(widget)->text(text).toStdString();
+    };
+    for (auto* widget : window.findChildren<QWidget*>())
+        EXPECT_THAT(said(widget, QAccessible::Description), testing::Not(testing::HasSubstr("<")));
+    EXPECT_EQ(said(window.findChild<QWidget*>("txtPtName"), QAccessible::Name), "Name: ROSSI^<b>CARLA</b>");
+    EXPECT_EQ(said(window.findChild<QWidget*>("txtPtSex"), QAccessible::Name), "Sex: F");
+}
+
+TEST_F(Forms, AreWindowsAndDialogsToAnAssistiveTechnology) {
+    QWidget window;
+    DesignedLayouts().at("frmReport")(window);
+    const FormBinder binder(station_.editor, window);
+    EXPECT_EQ(QAccessible::queryAccessibleInterface(&window)->role(), QAccessible::Window);
+    QWidget dialog;
+    dialog.setWindowModality(Qt::ApplicationModal);
+    EXPECT_EQ(QAccessible::queryAccessibleInterface(&dialog)->role(), QAccessible::Dialog);
 }
 
 TEST_F(Forms, NoFailureThatNamesAFileWidensTheEditor) {

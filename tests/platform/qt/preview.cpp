@@ -4,6 +4,7 @@
 
 #include <QApplication>
 #include <QDir>
+#include <QTest>
 
 #include <iostream>
 
@@ -49,6 +50,7 @@ public:
         Picture(editor, "report-smallest", {1, 1});
         Picture(editor, "report-large", {1920, 1080});
         Picture(editor, "report-largest", {3840, 2160});
+        TakeKeys();
         TakeUnwritable();
         TakeCodes();
         editor.lstHistory.ListIndex(0);
@@ -58,6 +60,20 @@ public:
     }
 
 private:
+    /// The finding bar with a word that is there and one that is not, and the patient under the keyboard.
+    void TakeKeys() {
+        const auto find = [](const QString& words) {
+            return [words](QWidget& window) {
+                QTest::keyClick(window.windowHandle(), Qt::Key_F, Qt::ControlModifier);
+                QTest::keyClicks(QApplication::focusWidget(), words);
+            };
+        };
+        Picture(editor, "report-find", {1280, 800}, find("pleural"));
+        Picture(editor, "report-find-large", {1920, 1080}, find("pleural"));
+        Picture(editor, "report-find-nothing", {1280, 800}, find("fracture"));
+        Picture(editor, "report-patient-focused", {1280, 800},
+                [](QWidget& window) { QTest::keyClick(window.windowHandle(), Qt::Key_1, Qt::AltModifier); });
+    }
     void TakeUnwritable() {
         editor.cmbReportTitle.Revise("CT Report α");
         editor.txtReportTitle.Revise("Chest CT, nodule ≥ 4 mm");
@@ -113,11 +129,17 @@ private:
         editor.lstHistory.ListIndex(0);
         Picture(editor, "report-coded-older", {1280, 800});
     }
-    void Picture(Form& form, const QString& name, QSize size = {}) {
+    void Picture(Form& form, const QString& name, QSize size = {}, const std::function<void(QWidget&)>& act = {}) {
         FormWindow window(form, DesignedLayouts().at(form.Name()));
         if (!size.isEmpty())
             window.resize(size);
         window.show();
+        if (act) {
+            window.activateWindow();
+            if (!QTest::qWaitForWindowActive(&window))
+                throw std::runtime_error("no window is active");
+            act(window);
+        }
         QCoreApplication::processEvents();
         if (!window.grab().save(prefix_ + name + ".png"))
             throw std::runtime_error("cannot write " + (prefix_ + name).toStdString());
