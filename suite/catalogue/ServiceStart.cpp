@@ -28,7 +28,7 @@ namespace fs = std::filesystem;
 
 constexpr const char* Unit = "porvane.service";
 
-[[noreturn]] void Refuse(const std::string& words) {
+[[noreturn]] void RefuseStart(const std::string& words) {
     throw Error(Fault::OfTheSuite, "Setup", words);
 }
 
@@ -52,7 +52,7 @@ struct Said {
 Said Ask(std::vector<std::string> command) {
     std::array<int, 2> pipe{};
     if (pipe2(pipe.data(), O_CLOEXEC) != 0)
-        Refuse("Cannot start " + command.front() + ": " + std::generic_category().message(errno));
+        RefuseStart("Cannot start " + command.front() + ": " + std::generic_category().message(errno));
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
@@ -89,7 +89,7 @@ Said Systemctl(std::vector<std::string> words) {
 void Require(std::vector<std::string> words) {
     const std::string what = "systemctl --user " + words.front();
     if (const Said said = Systemctl(std::move(words)); said.status != 0)
-        Refuse("\"" + what + "\" failed: " + said.words);
+        RefuseStart("\"" + what + "\" failed: " + said.words);
 }
 
 std::string BusOfTheAccount() {
@@ -115,7 +115,7 @@ void Detach(std::vector<std::string> command, const fs::path& log) {
     constexpr mode_t ownersAlone = 0600;
     const int output = open(log.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, ownersAlone);
     if (output < 0)
-        Refuse(log.string() + ": " + std::generic_category().message(errno));
+        RefuseStart(log.string() + ": " + std::generic_category().message(errno));
     std::vector<char*> arguments;
     for (std::string& argument : command)
         arguments.push_back(argument.data());
@@ -135,7 +135,7 @@ void Detach(std::vector<std::string> command, const fs::path& log) {
     }
     close(output);
     if (between < 0)
-        Refuse("Cannot start " + command.front() + ": " + std::generic_category().message(errno));
+        RefuseStart("Cannot start " + command.front() + ": " + std::generic_category().message(errno));
     waitpid(between, nullptr, 0);
 }
 
@@ -212,8 +212,8 @@ std::string ServiceStart::UnitOverride(const fs::path& studies) const {
 void ServiceStart::Set(const fs::path& studies) {
     std::error_code ignored;
     if (!fs::exists(places_.program, ignored))
-        Refuse("The storage service is not installed: there is no " + places_.program.string() +
-               "; \"sudo apt install porvane\" brings it");
+        RefuseStart("The storage service is not installed: there is no " + places_.program.string() +
+                    "; \"sudo apt install porvane\" brings it");
     for (const fs::path& folder : {studies, places_.state / "unsent"})
         RequireFolder(folder);
     if (ManagerServesTheSession()) {
@@ -243,17 +243,18 @@ void ServiceStart::Set(const fs::path& studies) {
 void ServiceStart::Start() {
     if (UnitEnabled()) {
         if (!ManagerServesTheSession())
-            Refuse("The storage service starts with this account's next session; it cannot be started from here");
+            RefuseStart("The storage service starts with this account's next session; it cannot be started from here");
         return Require({"restart", Unit});
     }
     if (!SessionHasABus())
-        Refuse("There is no session here; the storage service starts with this account's next session on a desktop");
+        RefuseStart(
+            "There is no session here; the storage service starts with this account's next session on a desktop");
     // By the line that the next session starts it by.
     constexpr std::string_view key = "\nExec=";
     const std::string entry = PosixFiles().ReadText(Autostart().string());
     const auto line = entry.find(key);
     if (line == std::string::npos)
-        Refuse(Autostart().string() + " names no program");
+        RefuseStart(Autostart().string() + " names no program");
     const auto begin = line + key.size();
     Detach({"/bin/sh", "-c", "exec " + entry.substr(begin, entry.find('\n', begin) - begin)}, DetachedLog());
 }

@@ -11,13 +11,13 @@
 namespace tavrel {
 namespace {
 
-[[noreturn]] void Refuse(const std::string& words) {
+[[noreturn]] void RefuseCatalogue(const std::string& words) {
     throw Error(Fault::OfTheSuite, "Catalogue", words);
 }
 
 void RefuseNewer(const CatalogueVersion& version) {
     if (version.IsNewer())
-        Refuse(version.Words() + ": take the program of the version that made it");
+        RefuseCatalogue(version.Words() + ": take the program of the version that made it");
 }
 
 } // namespace
@@ -31,17 +31,17 @@ void MakeCatalogue(Connection& catalogue, Engine engine) {
                            return fault.kind == SchemaFault::Kind::NoColumn;
                        });
     if (version.IsOlder() && !begun)
-        Refuse(version.Words() + R"(; "orbenta-catalogue upgrade" brings it up)");
+        RefuseCatalogue(version.Words() + R"(; "orbenta-catalogue upgrade" brings it up)");
     for (const SchemaFault& fault : before.faults)
         if (fault.kind == SchemaFault::Kind::NoColumn)
-            Refuse(fault.words + R"(; "orbenta-catalogue check --mend" mends it)");
+            RefuseCatalogue(fault.words + R"(; "orbenta-catalogue check --mend" mends it)");
     CreateSchema(catalogue, engine);
 }
 
 CatalogueUpgrade::CatalogueUpgrade(Connection& catalogue, Engine engine) : catalogue_(catalogue) {
     const SchemaComparison found = CompareWithSchema(catalogue, engine);
     if (found.nothingThere)
-        Refuse(R"(There is no catalogue yet; "orbenta-catalogue init" makes it)");
+        RefuseCatalogue(R"(There is no catalogue yet; "orbenta-catalogue init" makes it)");
     RefuseNewer(found.Version());
     from_ = found.Version().number;
     for (int version = from_ + 1; version <= SchemaVersion; ++version) {
@@ -50,7 +50,7 @@ CatalogueUpgrade::CatalogueUpgrade(Connection& catalogue, Engine engine) : catal
             if (fault.since != version && (version != from_ + 1 || fault.since > version))
                 continue;
             if (fault.statements.empty())
-                Refuse(fault.words + ", which no statement makes again; put the catalogue back from a backup");
+                RefuseCatalogue(fault.words + ", which no statement makes again; put the catalogue back from a backup");
             std::ranges::copy(fault.statements, std::back_inserter(step.statements));
         }
         if (version >= FirstWritten)

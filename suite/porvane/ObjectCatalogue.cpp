@@ -3,6 +3,7 @@
 #include "platform/error.h"
 #include "platform/limits.h"
 #include "platform/sql.h"
+#include "suite/catalogue/Rows.h"
 #include "suite/porvane/ObjectRows.h"
 #include "suite/porvane/forwarding/OutgoingQueue.h"
 
@@ -13,7 +14,8 @@ namespace tavrel {
 namespace {
 
 /// After which a server ends a transaction that nobody goes on with: its service's machine is gone. Another
-/// workstation's account may not end it, and has to wait. The commit of a service whose disk hangs for longer fails, as any may.
+/// workstation's account may not end it, and has to wait. The commit of a service whose disk hangs for longer fails, as
+/// any may.
 constexpr const char* LongestIdleSeconds = "60";
 
 /// What PostgreSQL calls the locks of areas: "porv".
