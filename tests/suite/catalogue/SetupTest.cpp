@@ -32,6 +32,8 @@ bool Holds(const std::string& text, const std::string& part) {
 class Listener {
 public:
     explicit Listener(int wanted = 0) : socket_(socket(AF_INET, SOCK_STREAM, 0)) {
+        const int on = 1; // a service may have been there a moment ago
+        setsockopt(socket_, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
         sockaddr_in address{};
         address.sin_family = AF_INET;
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
