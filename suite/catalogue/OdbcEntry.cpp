@@ -198,6 +198,18 @@ OdbcSettings ForAccount(OdbcSettings settings, Engine engine, const std::string&
     return settings;
 }
 
+OdbcSettings EntryInForce(const std::string& name) {
+    const char* folder = std::getenv("ODBCSYSINI");
+    const fs::path systemsFile = fs::path(folder && *folder ? folder : "/etc") / "odbc.ini";
+    for (const fs::path& file : {UserOdbcFile(), systemsFile})
+        try {
+            return ReadOdbcEntry(file, name);
+        } catch (const Error&) {
+            continue; // not in this one
+        }
+    return {};
+}
+
 fs::path UserOdbcFile() {
     if (const char* file = std::getenv("ODBCINI"); file && *file)
         return file;

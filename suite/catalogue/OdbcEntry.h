@@ -31,6 +31,8 @@ OdbcEntry SqliteEntry(const std::string& name, const std::filesystem::path& file
 OdbcSettings ReadOdbcEntry(const std::filesystem::path& file, const std::string& name);
 /// The same for another account, with what the programs need of the engine's driver, also where it was lacking.
 OdbcSettings ForAccount(OdbcSettings settings, Engine engine, const std::string& user, const std::string& password);
+/// Those of the entry that this account's programs find, its own or the system's; none where there is no such entry.
+OdbcSettings EntryInForce(const std::string& name);
 /// The lines of an entry as they stand in a file.
 std::string OdbcSection(const std::string& name, const OdbcSettings& settings);
 

@@ -169,19 +169,6 @@ std::string RandomRoot() {
     return "2.25." + digits;
 }
 
-/// The settings of the source's entry, for this account or for all; none where there is no entry.
-OdbcSettings EntryIn(const fs::path& accountsFile) {
-    const char* folder = std::getenv("ODBCSYSINI");
-    const fs::path systemsFile = fs::path(folder && *folder ? folder : "/etc") / "odbc.ini";
-    for (const fs::path& file : {accountsFile, systemsFile})
-        try {
-            return ReadOdbcEntry(file, std::string(Setup::DataSource));
-        } catch (const Error&) { // not there
-            continue;
-        }
-    return {};
-}
-
 /// The file that an entry of SQLite names; empty of another engine's.
 fs::path FileOf(const OdbcSettings& entry) {
     const auto value = [&](std::string_view name) {
@@ -216,12 +203,12 @@ Connection& Setup::Catalogue() {
 }
 
 bool Setup::EntryThere() const {
-    return !EntryIn(places_.odbcFile).empty();
+    return !EntryInForce(std::string(DataSource)).empty();
 }
 
 /// SQLite would make a file that is missing.
 bool Setup::CatalogueThere() {
-    const OdbcSettings entry = EntryIn(places_.odbcFile);
+    const OdbcSettings entry = EntryInForce(std::string(DataSource));
     const fs::path file = FileOf(entry);
     std::error_code ignored;
     return !entry.empty() && (file.empty() || fs::exists(file, ignored));
@@ -331,7 +318,7 @@ void Setup::MakeEntry() {
 }
 
 void Setup::MakeTables() {
-    if (const fs::path file = FileOf(EntryIn(places_.odbcFile)); !file.empty())
+    if (const fs::path file = FileOf(EntryInForce(std::string(DataSource))); !file.empty())
         RequireFolder(file.parent_path());
     MakeCatalogue(Catalogue(), DetectEngine(Catalogue()));
 }

@@ -142,6 +142,7 @@ void MainWindow::BuildActions() {
 
 void MainWindow::ConnectStudies() {
     connect(studies_, &StudyPanel::Said, this, &MainWindow::Say);
+    connect(studies_, &StudyPanel::NothingListed, this, &MainWindow::NothingListed);
     connect(studies_, &StudyPanel::StudyChosen, this, [this](const StudyRow& study) {
         study_ = study;
         known_[study.studyUid] = study;

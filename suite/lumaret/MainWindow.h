@@ -35,6 +35,9 @@ public slots:
     /// The storage service has stored a report.
     void ReportStored();
 
+signals:
+    void NothingListed();
+
 protected:
     void changeEvent(QEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;

@@ -119,6 +119,7 @@ StudyPanel::StudyPanel(CatalogueQuestions& catalogue)
 
 void StudyPanel::SayFailure(const QString& words) {
     emit Said(tr("The catalogue cannot be read: %1").arg(words));
+    emit NothingListed();
 }
 
 void StudyPanel::ForgetStudy() {
@@ -164,6 +165,8 @@ void StudyPanel::SayCount() {
         emit Said(tr("%1 studies.").arg(count));
     else
         emit Said(tr("The newest %1 studies are listed. Search for a name to narrow them.").arg(count));
+    if (count == 0)
+        emit NothingListed();
 }
 
 void StudyPanel::ChooseStudy() {

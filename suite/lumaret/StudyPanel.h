@@ -48,6 +48,8 @@ signals:
     void Said(const QString& words);
     /// The studies that a search found.
     void Listed();
+    /// No study was found, or the catalogue cannot be read.
+    void NothingListed();
 
 private:
     void ChooseStudy();

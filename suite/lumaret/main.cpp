@@ -6,10 +6,29 @@
 #include "platform/qt/ApplicationOnDisplay.h"
 #include "platform/qt/DesktopLook.h"
 #include "platform/qt/WindowIcon.h"
+#include "suite/catalogue/OdbcEntry.h"
 #include "suite/lumaret/MainWindow.h"
+#include "suite/lumaret/SetupOffer.h"
 
 #include <QApplication>
+#include <QDBusMetaType>
 #include <QMessageBox>
+
+namespace {
+
+using Environment = QMap<QString, QString>;
+
+/// The bus starts the editor on the display that it knows, which may be none, or a former session's.
+void TellDisplay(const QDBusConnection& bus) {
+    qDBusRegisterMetaType<Environment>();
+    Environment display;
+    for (const char* name : {"DISPLAY", "XAUTHORITY", "WAYLAND_DISPLAY"})
+        if (qEnvironmentVariableIsSet(name))
+            display[name] = qEnvironmentVariable(name);
+    bus.send(tavrel::MethodCall(tavrel::MessageBus, "UpdateActivationEnvironment") << QVariant::fromValue(display));
+}
+
+} // namespace
 
 int main(int argumentCount, char** arguments) {
     using namespace tavrel;
@@ -39,7 +58,17 @@ int main(int argumentCount, char** arguments) {
     MainWindow window(catalogue, tavrel, service);
     bus.connect(PorvaneService.service, PorvaneService.path, PorvaneService.interface, "OnStore", &window,
                 SLOT(ReportStored()));
+    TellDisplay(bus);
+    SetupOffer setup(window, QApplication::applicationDirPath() + "/orbenta-catalogue");
+    QObject::connect(&setup, &SetupOffer::Done, &window, &MainWindow::Start);
     window.show();
-    window.Start();
+    // The driver manager, once it has looked for an entry in vain, goes on for a while without looking again.
+    if (EntryInForce("DicomFDB").empty()) {
+        QObject::connect(&setup, &SetupOffer::NothingToOffer, &window, &MainWindow::Start);
+        setup.Look();
+    } else {
+        QObject::connect(&window, &MainWindow::NothingListed, &setup, &SetupOffer::Look, Qt::SingleShotConnection);
+        window.Start();
+    }
     return QApplication::exec();
 }

@@ -1,0 +1,136 @@
+#include "suite/lumaret/SetupOffer.h"
+
+#include <QDir>
+#include <QFile>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMainWindow>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+namespace tavrel::test {
+namespace {
+
+constexpr auto Fresh = "missing  the catalogue\nmissing  the signature of rossi\n"
+                       "default  --organization Department of Radiology\ndefault  --signature Rossi, Mario\n";
+
+/// A window of which the tool says what a test wants.
+class SetupOffered : public testing::Test {
+protected:
+    SetupOffered() {
+        window.setCentralWidget(images);
+        window.show();
+    }
+
+    /// `looked` is said of the account, `end` are the last lines of the tool that sets it up.
+    void Say(const QString& looked, const QString& end = {}, int patience = 10000) {
+        QFile script(tool);
+        script.open(QIODevice::WriteOnly);
+        script.write(("#!/bin/sh\nif [ \"$2\" = --dry-run ]; then cat <<END\n" + looked +
+                      "END\nexit 1\nfi\necho \"$*\" >>" + folder.filePath("asked") + "\n" + end + "\n")
+                         .toUtf8());
+        script.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        script.close();
+        offer.Look();
+        offered = QTest::qWaitFor([this] { return Button() != nullptr; }, patience);
+    }
+    QPushButton* Button(const QString& caption = "&Set up this account") const {
+        for (auto* button : window.findChildren<QPushButton*>())
+            if (button->text() == caption && button->isVisible())
+                return button;
+        return nullptr;
+    }
+    QString Outcome() const {
+        for (const auto* label : window.findChildren<QLabel*>())
+            if (label->accessibleName() == "Outcome")
+                return label->text();
+        return {};
+    }
+    QString Asked() const {
+        QFile file(folder.filePath("asked"));
+        return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+    }
+
+    QTemporaryDir folder;
+    QString tool = folder.filePath("orbenta-catalogue");
+    QMainWindow window;
+    bool offered = false;
+    QLabel* images = new QLabel("images");
+    SetupOffer offer{window, tool};
+};
+
+TEST_F(SetupOffered, OnANewAccountSaysWhatIsMissingInThePlaceOfTheImages) {
+    Say(Fresh);
+    ASSERT_TRUE(offered);
+    EXPECT_FALSE(images->isVisible());
+    bool said = false;
+    for (const auto* label : window.findChildren<QLabel*>())
+        said = said || label->text().contains("Missing: the catalogue, the signature of rossi.");
+    EXPECT_TRUE(said);
+}
+
+TEST_F(SetupOffered, IsDoneWithOneButton) {
+    Say(Fresh);
+    ASSERT_TRUE(offered);
+    QSignalSpy done(&offer, &SetupOffer::Done);
+    Button()->click();
+    EXPECT_TRUE(done.wait());
+    EXPECT_EQ(Asked(), "setup --yes --organization=Department of Radiology --signature=Rossi, Mario\n");
+    EXPECT_TRUE(images->isVisible());
+}
+
+TEST_F(SetupOffered, TakesTheNamesThatAreTyped) {
+    Say(Fresh);
+    ASSERT_TRUE(offered);
+    QSignalSpy done(&offer, &SetupOffer::Done);
+    window.findChildren<QLineEdit*>().first()->setText("Saint Luke");
+    Button()->click();
+    EXPECT_TRUE(done.wait());
+    EXPECT_TRUE(Asked().contains("--organization=Saint Luke "));
+}
+
+TEST_F(SetupOffered, AsksForNoNameThatIsSet) {
+    Say("missing  the storage service runs\n");
+    ASSERT_TRUE(offered);
+    EXPECT_TRUE(window.findChildren<QLineEdit*>().isEmpty());
+}
+
+TEST_F(SetupOffered, SaysWhyItFailedAndMayBeTriedAgain) {
+    Say(Fresh, "echo 'orbenta-catalogue: no room' >&2; exit 1");
+    ASSERT_TRUE(offered);
+    Button()->click();
+    EXPECT_TRUE(QTest::qWaitFor([this] { return Outcome() == "orbenta-catalogue: no room"; }));
+    EXPECT_TRUE(Button()->isEnabled());
+    EXPECT_FALSE(images->isVisible());
+}
+
+TEST_F(SetupOffered, IsLeftForLater) {
+    Say(Fresh);
+    ASSERT_TRUE(offered);
+    Button("&Not now")->click();
+    EXPECT_TRUE(images->isVisible());
+}
+
+TEST_F(SetupOffered, IsNoneOfAWholeWorkstation) {
+    Say("there    the catalogue\n", {}, 300);
+    EXPECT_FALSE(offered);
+    EXPECT_TRUE(images->isVisible());
+}
+
+TEST_F(SetupOffered, IsNoneWithoutTheToolThatDoesIt) {
+    QSignalSpy nothing(&offer, &SetupOffer::NothingToOffer);
+    offer.Look();
+    EXPECT_TRUE(nothing.count() == 1 || nothing.wait());
+}
+
+TEST_F(SetupOffered, IsNoneWhereTheServiceRunsInAnotherWay) {
+    Say("missing  the storage service's start with each session\nthere    the storage service runs\n", {}, 300);
+    EXPECT_FALSE(offered);
+}
+
+} // namespace
+} // namespace tavrel::test
