@@ -139,7 +139,7 @@ void Detach(std::vector<std::string> command, const fs::path& log) {
     waitpid(between, nullptr, 0);
 }
 
-std::string InQuotes(const fs::path& path) {
+std::string AsOneWord(const fs::path& path) {
     return "\"" + path.string() + "\"";
 }
 
@@ -202,11 +202,11 @@ std::string ServiceStart::UnitOverride(const fs::path& studies) const {
     if (usual)
         return {};
     return "# Written by \"orbenta-catalogue setup\": what lies elsewhere than usual.\n[Service]\nBindPaths=" +
-           InQuotes(places_.data) + " " + InQuotes(studies) + " " + InQuotes(places_.state) + " " +
-           InQuotes("-" + places_.odbcFile.string()) +
-           "\nEnvironment=" + InQuotes("ODBCINI=" + places_.odbcFile.string()) +
-           "\nExecStart=\nExecStart=" + InQuotes(places_.program) + " --studies " + InQuotes(studies) + " --unsent " +
-           InQuotes(unsent) + "\n";
+           AsOneWord(places_.data) + " " + AsOneWord(studies) + " " + AsOneWord(places_.state) + " " +
+           AsOneWord("-" + places_.odbcFile.string()) +
+           "\nEnvironment=" + AsOneWord("ODBCINI=" + places_.odbcFile.string()) +
+           "\nExecStart=\nExecStart=" + AsOneWord(places_.program) + " --studies " + AsOneWord(studies) + " --unsent " +
+           AsOneWord(unsent) + "\n";
 }
 
 void ServiceStart::Set(const fs::path& studies) {
@@ -234,8 +234,8 @@ void ServiceStart::Set(const fs::path& studies) {
                                           "Name=Porvane\n"
                                           "Comment=Storage service of the radiology workstation\n"
                                           "Exec=" +
-                                              InQuotes(places_.program) + " --with-session --studies " +
-                                              InQuotes(studies) +
+                                              AsOneWord(places_.program) + " --with-session --studies " +
+                                              AsOneWord(studies) +
                                               "\n"
                                               "NoDisplay=true\n");
 }

@@ -53,7 +53,7 @@ TEST_F(Forms, NothingThatIsReadOutIsMarkupAndAPatientIsReadOutWithTheCaption) {
     };
     for (auto* widget : window.findChildren<QWidget*>())
         EXPECT_THAT(said(widget, QAccessible::Description), testing::Not(testing::HasSubstr("<")));
-    EXPECT_EQ(said(window.findChild<QWidget*>("txtPtName"), QAccessible::Name), "Name: ROSSI^<b>CARLA</b>");
+    EXPECT_EQ(said(window.findChild<QWidget*>("txtPtName"), QAccessible::Name), "Name: ROSSI, <b>CARLA</b>");
     EXPECT_EQ(said(window.findChild<QWidget*>("txtPtSex"), QAccessible::Name), "Sex: F");
 }
 
