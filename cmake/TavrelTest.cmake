@@ -5,13 +5,14 @@
 #       [LIBRARIES LIBRARY...]  what it links beside GoogleTest
 #       [DEFINITIONS D...]
 #       [ENGINES | CLUSTERS WHICH | RUNNER COMMAND...]
+#       [LOCK WHAT]             what one of its tests has to itself
 #       [TIMEOUT SECONDS])      of one test (60)
 #
 # A room with a main.cpp among its sources brings its own main function. The tests of a program with
 # ENGINES run beside PostgreSQL and MariaDB servers, with CLUSTERS beside clusters of them; as one start of the
 # servers, or whatever else a RUNNER starts, serves the whole program, ctest sees it as one test, ROOM.NAME.
 function(tavrel_test room)
-    cmake_parse_arguments(PARSE_ARGV 1 test ENGINES "PART;TIMEOUT;CLUSTERS" "LIBRARIES;DEFINITIONS;RUNNER")
+    cmake_parse_arguments(PARSE_ARGV 1 test ENGINES "PART;TIMEOUT;LOCK;CLUSTERS" "LIBRARIES;DEFINITIONS;RUNNER")
     if(NOT test_TIMEOUT)
         set(test_TIMEOUT 60)
     endif()
@@ -43,6 +44,9 @@ function(tavrel_test room)
         TIMEOUT ${test_TIMEOUT}
         ENVIRONMENT LSAN_OPTIONS=suppressions=${support}/lsan.supp
         ENVIRONMENT_MODIFICATION "TSAN_OPTIONS=set:suppressions=${support}/tsan.supp halt_on_error=1")
+    if(test_LOCK)
+        list(APPEND properties RESOURCE_LOCK ${test_LOCK})
+    endif()
     if(test_RUNNER)
         add_test(NAME ${room}.${test_PART} COMMAND ${test_RUNNER} $<TARGET_FILE:${program}>)
         set_tests_properties(${room}.${test_PART} PROPERTIES ${properties})
