@@ -352,6 +352,7 @@ void Department::Grant(const std::string& name) {
 std::vector<std::string> Department::GrantStatements(const std::string& name,
                                                      const std::vector<std::string>& tables) const {
     std::vector<std::string> statements;
+    statements.reserve(tables.size());
     for (const std::string& table : tables)
         statements.push_back("GRANT " + RightsOn(table) + " ON " + table + " TO " + Grantee(name));
     return statements;

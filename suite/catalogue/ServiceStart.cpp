@@ -49,6 +49,15 @@ struct Said {
     std::string words;
 };
 
+std::vector<char*> ArgumentsOf(std::vector<std::string>& command) {
+    std::vector<char*> arguments;
+    arguments.reserve(command.size() + 1);
+    for (std::string& argument : command)
+        arguments.push_back(argument.data());
+    arguments.push_back(nullptr);
+    return arguments;
+}
+
 Said Ask(std::vector<std::string> command) {
     std::array<int, 2> pipe{};
     if (pipe2(pipe.data(), O_CLOEXEC) != 0)
@@ -58,10 +67,7 @@ Said Ask(std::vector<std::string> command) {
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     posix_spawn_file_actions_adddup2(&actions, pipe[1], STDOUT_FILENO);
     posix_spawn_file_actions_adddup2(&actions, pipe[1], STDERR_FILENO);
-    std::vector<char*> arguments;
-    for (std::string& argument : command)
-        arguments.push_back(argument.data());
-    arguments.push_back(nullptr);
+    std::vector<char*> arguments = ArgumentsOf(command);
     pid_t process = -1;
     const int failure = posix_spawnp(&process, arguments.front(), &actions, nullptr, arguments.data(), environ);
     posix_spawn_file_actions_destroy(&actions);
@@ -116,10 +122,7 @@ void Detach(std::vector<std::string> command, const fs::path& log) {
     const int output = open(log.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, ownersAlone);
     if (output < 0)
         RefuseStart(log.string() + ": " + std::generic_category().message(errno));
-    std::vector<char*> arguments;
-    for (std::string& argument : command)
-        arguments.push_back(argument.data());
-    arguments.push_back(nullptr);
+    std::vector<char*> arguments = ArgumentsOf(command);
     const pid_t between = fork();
     if (between == 0) {
         setsid();

@@ -143,7 +143,7 @@ std::string InObjects(const std::string& name) {
 }
 
 std::string TextInReportsFault(const std::string& text, ReportForm form) {
-    const std::string fault = TextFault(text, longest::LongString);
+    std::string fault = TextFault(text, longest::LongString);
     if (!fault.empty() || FitsReports(text, form))
         return fault;
     return "has characters that classic reports (ISO_IR 100) lack";

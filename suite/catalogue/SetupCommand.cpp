@@ -84,7 +84,7 @@ void SetupCommand::RequireOwnAccount() const {
 std::string SetupCommand::Ask(const SetupQuestion& question) const {
     for (;;) {
         std::cout << question.words << " [" << question.preset << "]: " << std::flush;
-        const std::string answer = Answer();
+        std::string answer = Answer();
         if (answer.empty())
             return question.preset;
         const std::string fault = question.fault(answer);
@@ -123,8 +123,11 @@ SetupValues SetupCommand::Answers(Setup& setup) {
     for (const SetupQuestion& question : questions) {
         std::string& answer = answers.*question.value = given_.*question.value;
         if (!answer.empty()) {
-            if (const std::string fault = question.fault(answer); !fault.empty())
-                throw CLI::ValidationError(std::string(question.option) + ": \"" + answer + "\" " + fault);
+            if (const std::string fault = question.fault(answer); !fault.empty()) {
+                std::string words(question.option);
+                words.append(": \"").append(answer).append("\" ").append(fault);
+                throw CLI::ValidationError(words);
+            }
         } else if (question.words.empty() || usingDefaults_) {
             answer = question.preset;
         } else if (asking) {

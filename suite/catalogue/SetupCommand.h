@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace CLI {
+namespace CLI { // NOLINT(readability-identifier-naming): the library calls itself so
 class App;
 }
 

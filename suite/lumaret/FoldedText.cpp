@@ -2,6 +2,7 @@
 
 #include <QList>
 
+#include <algorithm>
 #include <array>
 #include <map>
 #include <utility>
@@ -34,10 +35,7 @@ bool Within(const Block& block, char32_t letter) {
 
 char32_t FoldedLetter(char32_t letter) {
     const auto accented = [&] {
-        for (const Block& block : Accented)
-            if (Within(block, letter))
-                return true;
-        return false;
+        return std::ranges::any_of(Accented, [&](const Block& block) { return Within(block, letter); });
     };
     while (accented() && QChar::decompositionTag(letter) == QChar::Canonical)
         letter = QChar::decomposition(letter).toUcs4().value(0);

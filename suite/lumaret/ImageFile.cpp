@@ -105,9 +105,9 @@ QStringList ValuesOfFrame(DcmDataset& dataSet, int frame, const DcmTagKey& group
             return {};
         return ValuesOf(*item, tag);
     };
-    if (const auto own = within(DCM_PerFrameFunctionalGroupsSequence, frame); !own.isEmpty())
+    if (auto own = within(DCM_PerFrameFunctionalGroupsSequence, frame); !own.isEmpty())
         return own;
-    if (const auto shared = within(DCM_SharedFunctionalGroupsSequence, 0); !shared.isEmpty())
+    if (auto shared = within(DCM_SharedFunctionalGroupsSequence, 0); !shared.isEmpty())
         return shared;
     return ValuesOf(dataSet, tag);
 }
@@ -198,7 +198,7 @@ std::optional<Orientation> ImageFile::OrientationOf(int frame) const {
         return std::nullopt; // an animal's axes and letters are others
     const QStringList plane =
         ValuesOfFrame(*dataSet_, frame, DCM_PlaneOrientationSequence, DCM_ImageOrientationPatient);
-    const auto letters = OrientationOfLetters(
+    auto letters = OrientationOfLetters(
         ValuesOfFrame(*dataSet_, frame, DCM_PatientOrientationInFrameSequence, DCM_PatientOrientation));
     if (plane.isEmpty())
         return letters;

@@ -43,7 +43,7 @@ void ViewerService::ClearRefertList() {
     emit ListCleared();
 }
 
-bool ApplicationInterface::AskToShow(QDBusConnection bus, const QString& token) {
+bool ApplicationInterface::AskToShow(const QDBusConnection& bus, const QString& token) {
     auto request = MethodCall(LumaretApplication, "Activate");
     request << (token.isEmpty() ? QVariantMap() : QVariantMap{{ActivationToken, token}});
     request.setAutoStartService(false);

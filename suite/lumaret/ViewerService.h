@@ -59,7 +59,7 @@ public:
 
     /// Has the viewer that runs show itself, with what the desktop gave this start to allow it; false when it does not
     /// answer.
-    static bool AskToShow(QDBusConnection bus, const QString& token);
+    static bool AskToShow(const QDBusConnection& bus, const QString& token);
 
 public slots:
     void Activate(const QVariantMap& platformData);
