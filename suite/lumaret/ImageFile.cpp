@@ -116,7 +116,7 @@ std::optional<std::array<double, 6>> CosinesIn(const QStringList& values) {
     std::array<double, 6> cosines{};
     bool right = values.size() == static_cast<qsizetype>(cosines.size());
     for (std::size_t i = 0; right && i < cosines.size(); ++i)
-        cosines.at(i) = values[static_cast<qsizetype>(i)].toDouble(&right);
+        cosines.at(i) = values[static_cast<qsizetype>(i)].toFloat(&right);
     return right ? std::optional(cosines) : std::nullopt;
 }
 

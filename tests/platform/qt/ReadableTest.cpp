@@ -250,7 +250,7 @@ std::vector<std::string> Cut(const QWidget& window) {
 
 /// At the usual size and, in a run of its own, at twice that.
 TEST_P(Readable, NoTextIsCut) {
-    EXPECT_EQ(qApp->devicePixelRatio(), std::max(1.0, qEnvironmentVariable("QT_SCALE_FACTOR").toDouble()));
+    EXPECT_EQ(qApp->devicePixelRatio(), std::max(1.0F, qEnvironmentVariable("QT_SCALE_FACTOR").toFloat()));
     LookAtAll([](QWidget& window) { EXPECT_THAT(Cut(window), IsEmpty()); });
 }
 
