@@ -1,9 +1,8 @@
 #include "platform/qt/TextSearch.h"
 
-#include <QList>
+#include "platform/qt/PlainLetter.h"
 
-#include <algorithm>
-#include <array>
+#include <QList>
 
 namespace tavrel {
 namespace {
@@ -22,14 +21,6 @@ bool IsAccent(char32_t c) {
     return (place >= firstPoint && place <= lastPoint) || place >= firstAccent;
 }
 
-/// Letters with a stroke are no plain letters with a mark to the standard, though they are to a person.
-QChar WithoutStroke(QChar c) {
-    constexpr std::array strokes{std::pair(u'ø', u'o'), std::pair(u'ł', u'l'), std::pair(u'đ', u'd'),
-                                 std::pair(u'ħ', u'h'), std::pair(u'ŧ', u't'), std::pair(u'ı', u'i')};
-    const auto* stroke = std::ranges::find(strokes, c.unicode(), &std::pair<char16_t, char16_t>::first);
-    return stroke == strokes.end() ? c : QChar(stroke->second);
-}
-
 QString Fold(QStringView letter) {
     if (letter.front().unicode() < 0x80)
         return letter.front().toLower();
@@ -40,7 +31,8 @@ QString Fold(QStringView letter) {
         if (!IsAccent(c))
             folded += QString::fromUcs4(&c, 1);
     folded = folded.toCaseFolded();
-    std::ranges::transform(folded, folded.begin(), WithoutStroke);
+    for (QChar& c : folded)
+        c = QChar(static_cast<char16_t>(WithoutStroke(c.unicode())));
     return folded;
 }
 

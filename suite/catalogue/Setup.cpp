@@ -8,6 +8,7 @@
 #include "suite/catalogue/Department.h"
 #include "suite/catalogue/FolderImport.h"
 #include "suite/catalogue/OdbcEntry.h"
+#include "suite/catalogue/SchemaFaults.h"
 #include "suite/catalogue/Settings.h"
 #include "suite/catalogue/TextRules.h"
 #include "suite/catalogue/Upgrade.h"
@@ -214,15 +215,14 @@ bool Setup::CatalogueThere() {
     return !entry.empty() && (file.empty() || fs::exists(file, ignored));
 }
 
+/// All of them, of the version that the catalogue has: an older one works, and is upgraded when its owner says so.
 bool Setup::TablesThere() {
-    return CatalogueThere() && std::ranges::all_of(CatalogueTables(), [&](std::string_view table) {
-               try {
-                   Catalogue().OpenResultSet("SELECT * FROM " + std::string(table) + " WHERE 1=0");
-                   return true;
-               } catch (const Error&) {
-                   return false;
-               }
-           });
+    if (!CatalogueThere())
+        return false;
+    const SchemaComparison compared = CompareWithSchema(Catalogue(), DetectEngine(Catalogue()));
+    return !compared.nothingThere && compared.Version().number > 0 &&
+           std::ranges::none_of(compared.Damage(),
+                                [](const SchemaFault& fault) { return fault.kind == SchemaFault::Kind::NoTable; });
 }
 
 bool Setup::InDepartment() {

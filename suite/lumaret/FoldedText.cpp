@@ -1,5 +1,7 @@
 #include "suite/lumaret/FoldedText.h"
 
+#include "platform/qt/PlainLetter.h"
+
 #include <QList>
 
 #include <algorithm>
@@ -16,19 +18,6 @@ using Block = std::pair<char32_t, char32_t>;
 constexpr std::array Accented = {Block{0xC0, 0x24F}, Block{0x370, 0x52F}, Block{0x1E00, 0x1FFF}};
 constexpr Block Ascii{'A', 'z'};
 constexpr Block CombiningAccents{0x300, 0x36F};
-// Strokes and missing dots are no accents to Unicode, but to who types a name without them.
-constexpr std::array<std::pair<char32_t, char32_t>, 11> Stroked = {{{U'ø', U'o'},
-                                                                    {U'Ø', U'o'},
-                                                                    {U'ł', U'l'},
-                                                                    {U'Ł', U'l'},
-                                                                    {U'đ', U'd'},
-                                                                    {U'Đ', U'd'},
-                                                                    {U'ħ', U'h'},
-                                                                    {U'Ħ', U'h'},
-                                                                    {U'ŧ', U't'},
-                                                                    {U'Ŧ', U't'},
-                                                                    {U'ı', U'i'}}};
-
 bool Within(const Block& block, char32_t letter) {
     return letter >= block.first && letter <= block.second;
 }
@@ -39,10 +28,7 @@ char32_t FoldedLetter(char32_t letter) {
     };
     while (accented() && QChar::decompositionTag(letter) == QChar::Canonical)
         letter = QChar::decomposition(letter).toUcs4().value(0);
-    for (const auto& [stroked, plain] : Stroked)
-        if (letter == stroked)
-            return plain;
-    return QChar::toCaseFolded(letter);
+    return WithoutStroke(QChar::toCaseFolded(letter));
 }
 
 QString Text(char32_t letter) {

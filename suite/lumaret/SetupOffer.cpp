@@ -77,7 +77,7 @@ QWidget* SetupOffer::Page(const QStringList& missing) {
     auto* middle = new QWidget;
     middle->setMaximumWidth(WidthOfThePage);
     auto* column = new QVBoxLayout(middle);
-    auto* title = Words(tr("This account is not set up yet"));
+    auto* title = Words(tr("This account is not ready yet"));
     QFont large = title->font();
     large.setPointSizeF(large.pointSizeF() * 1.5);
     large.setBold(true);

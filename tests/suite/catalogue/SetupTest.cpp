@@ -84,6 +84,12 @@ protected:
         const auto rows = catalogue->OpenResultSet(query);
         return rows->AtEnd() ? "no row" : std::string(rows->Field(0).value_or("NULL"));
     }
+    void Change(const std::string& statement) const {
+        OdbcDatabase database;
+        const auto catalogue = database.NewConnection();
+        catalogue->Open("DSN=DicomFDB");
+        catalogue->OpenResultSet(statement);
+    }
     fs::path Autostart() const { return home.Path() / ".config/autostart/porvane.desktop"; }
 
     TemporaryFolder home;
@@ -141,6 +147,14 @@ TEST_F(NewAccount, GoesOnWhereTheCatalogueIsGone) {
     const Outcome after = InSession(Setup("--yes"));
     EXPECT_EQ(after.status, 0) << after.err;
     EXPECT_TRUE(Holds(after.out, "there    the ODBC entry DicomFDB\nmade     the catalogue")) << after.out;
+}
+
+TEST_F(NewAccount, WithACatalogueOfBeforeHasOne) {
+    WithoutSession(Setup("--yes"));
+    for (const char* table : {"CatalogueVersion", "Archive", "Outgoing", "OutgoingClaim", "StorageArea"})
+        Change(std::string("DROP TABLE ") + table);
+    const Outcome looked = WithoutSession(Setup("--dry-run"));
+    EXPECT_TRUE(Holds(looked.out, "there    the catalogue\nthere    the site")) << looked.out << looked.err;
 }
 
 TEST_F(NewAccount, IsNotAskedWithoutATerminalButToldWhatLacks) {
