@@ -6,6 +6,7 @@
 #include "host/Startup.h"
 #include "host/automation/CTavrel.h"
 #include "host/chooser/frmSRSeriesChoice.h"
+#include "platform/dbus/BusNames.h"
 #include "platform/dbus/DbusAutomation.h"
 #include "platform/dbus/DbusOpenReport.h"
 #include "platform/dbus/DbusServiceEvents.h"
@@ -19,10 +20,12 @@
 #include "platform/posix/PosixProcess.h"
 #include "platform/posix/PosixUserInformation.h"
 #include "platform/posix/ShellAnswer.h"
+#include "platform/posix/StateFolder.h"
 #include "platform/posix/SystemClock.h"
 #include "platform/qt/ApplicationOnDisplay.h"
 #include "platform/qt/DesktopLook.h"
 #include "platform/qt/FormWindow.h"
+#include "platform/qt/ProcessWindows.h"
 #include "platform/qt/QtBackground.h"
 #include "platform/qt/QtReportPrinter.h"
 #include "platform/qt/QtTimer.h"
@@ -30,6 +33,8 @@
 #include "platform/qt/WindowIcon.h"
 
 #include <QApplication>
+#include <QDBusConnectionInterface>
+#include <QDBusReply>
 
 #include <clocale>
 #include <cstdlib>
@@ -40,9 +45,19 @@ using namespace tavrel;
 
 namespace {
 
+/// Where the viewer's window lies; an empty place if that is not known.
+QRect ViewerOnScreen(const QDBusConnection& bus) {
+    const auto* daemon = bus.interface();
+    if (!daemon)
+        return {};
+    const QDBusReply<uint> process = daemon->servicePid(LumaretViewer.service);
+    return process.isValid() ? LargestWindowOf(process) : QRect();
+}
+
 int Run(PosixProcess& process) {
     const auto bus = QDBusConnection::sessionBus();
-    QtWindows windows;
+    const WindowPlaces places(QString::fromLocal8Bit(StateFolder() + "/windows"), [&] { return ViewerOnScreen(bus); });
+    QtWindows windows(DesignedLayouts(), places);
     QtBackground background;
     DbusServiceEvents serviceEvents(bus);
     DbusViewerLink viewers(bus);

@@ -9,6 +9,7 @@
 #include <QEventLoop>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QScreen>
 #include <QWindow>
 
 #include <algorithm>
@@ -23,6 +24,8 @@ const std::function<void(QWidget&)>& LayoutOf(const Form& form, const Layouts& l
         throw Error(Fault::NoLayout, form.Name(), "There is no layout for the window " + form.Name());
     return layout->second;
 }
+
+constexpr int SettlingTime = 300; // ms; a window manager moves windows when the screens change, too
 
 /// The window that the person works in, or none.
 QWindow* ActiveWindow() {
@@ -101,8 +104,18 @@ QMessageBox::Icon ToQt(Icon icon) {
 
 } // namespace
 
-QtWindows::QtWindows(const Layouts& layouts) : layouts_(layouts) {
+QtWindows::QtWindows(const Layouts& layouts, WindowPlaces places) : layouts_(layouts), places_(std::move(places)) {
     QApplication::setQuitOnLastWindowClosed(false);
+    screensChanged_.setSingleShot(true);
+    screensChanged_.setInterval(SettlingTime);
+    screensChanged_.callOnTimeout([this] { BringAllBack(); });
+    for (const auto* screen : QGuiApplication::screens())
+        Follow(*screen);
+    QObject::connect(qApp, &QGuiApplication::screenAdded, &screensChanged_, [this](const QScreen* screen) {
+        Follow(*screen);
+        screensChanged_.start();
+    });
+    QObject::connect(qApp, &QGuiApplication::screenRemoved, &screensChanged_, qOverload<>(&QTimer::start));
 }
 
 QtWindows::~QtWindows() {
@@ -121,6 +134,20 @@ FormWindow* QtWindows::WindowOf(const Form& form) const {
     return window == windows_.end() ? nullptr : window->second;
 }
 
+/// Brings the windows back as soon as a screen has become another.
+void QtWindows::Follow(const QScreen& screen) {
+    for (const auto changed : {&QScreen::geometryChanged, &QScreen::availableGeometryChanged})
+        QObject::connect(&screen, changed, &screensChanged_, qOverload<>(&QTimer::start));
+}
+
+void QtWindows::BringAllBack() {
+    for (auto* widget : QApplication::topLevelWidgets())
+        if (widget->isVisible() && (widget->windowType() == Qt::Window || widget->windowType() == Qt::Dialog))
+            BringBack(*widget);
+    for (const auto& [form, window] : windows_)
+        window->Settle();
+}
+
 void QtWindows::Present(FormWindow& window) {
     window.show();
     window.raise();
@@ -129,8 +156,10 @@ void QtWindows::Present(FormWindow& window) {
 
 void QtWindows::Show(Form& form) {
     auto& window = Make(form);
-    if (!window.isVisible())
+    if (!window.isVisible()) {
         window.setWindowModality(Qt::NonModal);
+        window.StandAt(places_);
+    }
     Present(window);
 }
 
@@ -138,8 +167,13 @@ void QtWindows::ShowModal(Form& form, Form* owner) {
     auto& window = Make(form);
     if (!window.isVisible()) {
         window.setWindowModality(Qt::ApplicationModal);
-        const auto* over = owner ? WindowOf(*owner) : nullptr;
-        PutOver(window, over ? over->windowHandle() : ActiveWindow());
+        const auto* owning = owner ? WindowOf(*owner) : nullptr;
+        auto* over = owning ? owning->windowHandle() : ActiveWindow();
+        PutOver(window, over);
+        if (over)
+            window.StandOver(over->frameGeometry());
+        else
+            window.StandAt(places_);
     }
     QEventLoop loop;
     const auto wait = waiting_.emplace(&form, &loop);

@@ -1,12 +1,16 @@
 #pragma once
 
 #include "platform/qt/Layouts.h"
+#include "platform/qt/WindowPlaces.h"
 #include "platform/windows.h"
+
+#include <QTimer>
 
 #include <map>
 
 class QDialog;
 class QEventLoop;
+class QScreen;
 
 namespace tavrel {
 
@@ -15,7 +19,7 @@ class FormWindow;
 /// The windows on a Qt desktop. Needs a QApplication; keeps it alive when no window is open.
 class QtWindows : public Windows {
 public:
-    explicit QtWindows(const Layouts& layouts = DesignedLayouts());
+    explicit QtWindows(const Layouts& layouts = DesignedLayouts(), WindowPlaces places = WindowPlaces());
     ~QtWindows() override;
     QtWindows(const QtWindows&) = delete;
     QtWindows& operator=(const QtWindows&) = delete;
@@ -40,12 +44,16 @@ public:
 private:
     FormWindow& Make(Form& form);
     void Present(FormWindow& window);
+    void Follow(const QScreen& screen);
+    void BringAllBack();
     bool AnyTopMost() const;
 
     const Layouts& layouts_;
+    const WindowPlaces places_;
     std::map<const Form*, FormWindow*> windows_;
     std::multimap<const Form*, QEventLoop*> waiting_; ///< the modal shows that wait for a form to go
     int dialogs_ = 0;                                 ///< dialogs on the screen
+    QTimer screensChanged_;                           ///< since the screens changed
 };
 
 } // namespace tavrel

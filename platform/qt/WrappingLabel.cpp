@@ -2,6 +2,7 @@
 
 #include <QPainter>
 #include <QRegularExpression>
+#include <QResizeEvent>
 #include <QTextLayout>
 
 #include <cmath>
@@ -38,6 +39,12 @@ QSize WrappingLabel::sizeHint() const {
 
 QSize WrappingLabel::minimumSizeHint() const {
     return {fontMetrics().averageCharWidth() * 8, heightForWidth(std::max(width(), 1))};
+}
+
+void WrappingLabel::resizeEvent(QResizeEvent* event) {
+    QLabel::resizeEvent(event);
+    if (event->oldSize().width() != width()) // the height that it needs is another one
+        updateGeometry();
 }
 
 void WrappingLabel::paintEvent(QPaintEvent*) {

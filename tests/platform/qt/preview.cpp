@@ -48,6 +48,8 @@ public:
     void TakeAll() {
         Picture(editor, "report", {1280, 800});
         Picture(editor, "report-smallest", {1, 1});
+        Picture(editor, "report-beside", {720, 770});
+        Picture(editor, "report-beside-tall", {960, 1050});
         Picture(editor, "report-large", {1920, 1080});
         Picture(editor, "report-largest", {3840, 2160});
         TakeKeys();
