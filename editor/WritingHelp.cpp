@@ -1,6 +1,7 @@
 #include "editor/WritingHelp.h"
 
 #include "editor/PrintTable.h"
+#include "host/Catalogue.h"
 #include "host/ErrorReport.h"
 #include "host/PlainForm.h"
 #include "platform/attributes.h"
@@ -94,15 +95,23 @@ WritingHelp::WritingHelp(Global& global, const Controls& controls)
         field.control.Changed = [this, &field] {
             Judge(field);
             TellLost();
-            if (&field.control == &controls_.reading)
-                TellLength();
+            if (&field.control != &controls_.reading)
+                return;
+            TellLength();
+            TellBlanks();
         };
+    controls_.reading.CharacterTyped = [this](std::size_t caret) { Expand(caret); };
+    controls_.reading.Step = [this](bool back) { Step(back); };
     controls_.writePlainly.Visible(false);
     controls_.writePlainly.Click = [this] { WritePlainly(); };
 }
 
 void WritingHelp::Fill(TextField& field, std::string_view text, const DcmSRDocument& document) {
     auto& report = std::ranges::find(fields_, &field, [](const Field& each) { return &each.control; })->report;
+    if (&field == &controls_.reading) {
+        filledIn_.clear();
+        stepFrom_ = NoPlace;
+    }
     const auto key = ReportKey(document);
     if (!key.empty() && key == report)
         return field.Revise(text);
@@ -115,6 +124,7 @@ void WritingHelp::Look() {
         Judge(field);
     TellLost();
     TellLength();
+    TellBlanks();
 }
 
 /// No line depends on another: those that are as they were judged last are not judged again.
@@ -197,6 +207,66 @@ void WritingHelp::WritePlainly() {
     for (auto& field : fields_)
         if (const auto lost = field.judged.lost; !lost.empty())
             field.control.TypeIn(WrittenPlainly(field.control.Text(), lost)); // which judges anew
+}
+
+void WritingHelp::ReadTextBlocks() {
+    if (withoutTextBlocks_)
+        return;
+    auto& catalogue = Catalogue(global_);
+    Trap([&] { textBlocks_ = TextBlocks::Read(catalogue); },
+         // What is known stays where the catalogue cannot be reached.
+         [&](const Error&) { withoutTextBlocks_ = catalogue.IsOpen(); });
+    TellBlanks();
+}
+
+void WritingHelp::HeadingChosen() {
+    const auto& reading = controls_.reading.Text();
+    if (!reading.empty() && reading != filledIn_)
+        return;
+    const auto text = textBlocks_.TemplateOf(controls_.heading.Text());
+    if (text.empty() && reading.empty())
+        return;
+    PutIn(0, reading.size(), text);
+    filledIn_ = reading;
+}
+
+void WritingHelp::Expand(std::size_t caret) {
+    if (const auto expansion = textBlocks_.ExpansionAt(controls_.reading.Text(), caret))
+        PutIn(expansion->offset, expansion->length, expansion->text);
+}
+
+void WritingHelp::PutIn(std::size_t offset, std::size_t length, std::string_view text) {
+    auto& reading = controls_.reading;
+    const auto written = reading.Filter ? reading.Filter(text) : std::string(text);
+    reading.TypeIn(std::string(reading.Text()).replace(offset, length, written));
+    stepFrom_ = BlanksOf(written).empty() ? NoPlace : offset;
+}
+
+std::size_t WritingHelp::BlanksLeft() const {
+    return textBlocks_.Empty() || !controls_.frame.Enabled() ? 0 : BlanksOf(controls_.reading.Text()).size();
+}
+
+void WritingHelp::Step(bool back) {
+    const auto blanks = BlanksOf(controls_.reading.Text());
+    if (blanks.empty())
+        return;
+    const auto selected = controls_.reading.Selection();
+    const auto from = std::min(std::exchange(stepFrom_, NoPlace), selected.offset + selected.length);
+    auto next = std::ranges::lower_bound(blanks, back ? selected.offset : from, {}, &Blank::offset);
+    if (back)
+        next = next == blanks.begin() ? blanks.end() - 1 : next - 1;
+    else if (next == blanks.end())
+        next = blanks.begin();
+    controls_.reading.Select({next->offset, next->length});
+}
+
+void WritingHelp::TellBlanks() {
+    const auto left = BlanksLeft();
+    const std::string_view goes = left == 1 ? "F3 goes there" : "F3 goes to the next";
+    controls_.advice.Text(left == 0 ? std::string()
+                                    : std::to_string(left) + (left == 1 ? " blank" : " blanks") +
+                                          " to fill in: " + std::string(goes));
+    controls_.advice.Emphasis(left == 0 ? Label::Tone::Neutral : Label::Tone::Attention);
 }
 
 } // namespace tavrel

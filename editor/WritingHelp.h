@@ -1,5 +1,6 @@
 #pragma once
 
+#include "editor/TextBlocks.h"
 #include "host/Global.h"
 #include "platform/controls.h"
 
@@ -14,7 +15,8 @@ class DcmSRDocument;
 
 /// Tells a physician at the keyboard what would otherwise fail later: characters that the report's
 /// file cannot hold are underlined, named and written plainly on request; a reading that grows too
-/// long for the printed page is counted. It also decides how far an undo reaches.
+/// long for the printed page is counted; text blocks of the site are put in and their blanks stepped through. It also
+/// decides how far an undo reaches.
 class WritingHelp {
 public:
     struct Controls {
@@ -25,6 +27,7 @@ public:
         Label& lost;
         Button& writePlainly;
         Label& length;
+        Label& advice; ///< what there is to be done with the reading
     };
     WritingHelp(Global& global, const Controls& controls);
     WritingHelp(const WritingHelp&) = delete;
@@ -37,6 +40,15 @@ public:
     /// Judges all texts anew: the frame has come into reach, or out of it.
     void Look();
     void WritePlainly();
+
+    /// Reads the site's text blocks. A catalogue that has none is no fault, and is not asked again.
+    void ReadTextBlocks();
+    /// A person has chosen a heading or typed one: its template goes into the reading while nothing is written there.
+    void HeadingChosen();
+    /// How many blanks of text blocks are left in the reading.
+    std::size_t BlanksLeft() const;
+    /// Selects the next blank of the reading, or the one before.
+    void Step(bool back);
 
 private:
     /// What a text holds that the file cannot.
@@ -56,10 +68,19 @@ private:
     Judged JudgeAfter(const Judged& last, const std::string& text) const;
     void TellLost();
     void TellLength();
+    void TellBlanks();
+    void Expand(std::size_t caret);
+    /// Puts text of the program's into the reading, as a person's edit.
+    void PutIn(std::size_t offset, std::size_t length, std::string_view text);
 
     Global& global_;
     Controls controls_;
     std::array<Field, 3> fields_;
+    TextBlocks textBlocks_;
+    bool withoutTextBlocks_ = false; ///< the catalogue has no table for them
+    std::string filledIn_;           ///< the template that stands in the reading as it was filled in
+    std::size_t stepFrom_ = NoPlace; ///< where the text block begins that was put in last
+    static constexpr std::size_t NoPlace = std::string::npos;
 };
 
 } // namespace tavrel

@@ -43,7 +43,7 @@ frmReport::frmReport(Global& global, ServiceEvents& serviceEvents, frmSRSeriesCh
           {lstFinding, cmdFnAdd, cmdFnModify, cmdFnDelete}, {lstDiagnosis, cmdDxAdd, cmdDxModify, cmdDxDelete},
           cmdTitle, cmdBaseBody),
       writingHelp_(global, {cmbReportTitle, txtReportTitle, txtReportAnnotation, frmReading, lblUnwritable,
-                            cmdWritePlainly, lblPrintedLength}),
+                            cmdWritePlainly, lblPrintedLength, lblAdvice}),
       images_(global), drafts_(
                            global.ports, draftTimer, [this] { return Typed(); }, [this] { ShowDraft(); }),
       watch_(watch) {
@@ -57,7 +57,8 @@ frmReport::frmReport(Global& global, ServiceEvents& serviceEvents, frmSRSeriesCh
     cmdClose.Click = [this] { cmdClose_Click(); };
     cmdPutBack.Click = [this] { cmdPutBack_Click(); };
     cmdDiscard.Click = [this] { cmdDiscard_Click(); };
-    cmbReportTitle.Edited = txtReportTitle.Edited = txtReportAnnotation.Edited = [this] { TakeEdit(); };
+    cmbReportTitle.Edited = [this] { cmbReportTitle_Change(); };
+    txtReportTitle.Edited = txtReportAnnotation.Edited = [this] { TakeEdit(); };
     cmbBodyPart.Edited = lstFinding.Changed = lstDiagnosis.Changed = [this] {
         if (WritesCodes())
             TakeEdit();
@@ -153,6 +154,7 @@ void frmReport::LoadDocs() {
         WriteLog(global_, "LoadDocs: Document loaded");
         global_.currentUserName = global_.userInformation->UserName();
         LookUpUserAndSite();
+        writingHelp_.ReadTextBlocks();
         if (opened != shown_)
             return; // another was opened while the viewer was waited for
         watch_.Watch(opened->document->SeriesUid(), [this, report = opened](const WatchedReport& found) {
@@ -352,6 +354,12 @@ void frmReport::ShowDraft() {
 void frmReport::TakeEdit() {
     ShowState();
     drafts_.Edited();
+}
+
+void frmReport::cmbReportTitle_Change() {
+    TakeEdit();
+    if (!puttingBack_)
+        writingHelp_.HeadingChosen();
 }
 
 TypedTexts frmReport::Typed() const {

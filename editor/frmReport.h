@@ -78,6 +78,7 @@ public:
     void cmdClose_Click();
     void cmdPutBack_Click();
     void cmdDiscard_Click();
+    void cmbReportTitle_Change();
 
     Label lblState{*this, "lblState"}; ///< where the report stands, in one line
 
@@ -93,6 +94,7 @@ public:
     Label lblUnwritable{*this, "lblUnwritable"}; ///< what the file cannot hold
     Button cmdWritePlainly{*this, "cmdWritePlainly"};
     Label lblPrintedLength{*this, "lblPrintedLength"};
+    Label lblAdvice{*this, "lblAdvice"}; ///< what there is to be done with the reading
 
     Frame frmPatient{*this, "frmPatient"};
     Label txtPtName{*this, "txtPtName", NotFilled, WrittenName}, txtPtPatientID{*this, "txtPtPatientID", NotFilled};
@@ -181,6 +183,8 @@ private:
     void TakeNews(const WatchedReport& found);
     /// The versions of others become lines of the list. False when there is none.
     bool TakeInOthers();
+    /// Whether the report may be approved with what is left to fill in: the person decides.
+    bool MayLeaveBlanks();
     /// The images of a version that was stored without its store event.
     void KeepImages(const Delivery& delivery);
     void PutTitleAndReading(DcmSRDocument& document);
@@ -231,7 +235,8 @@ private:
     bool handedOver_ = false;                 ///< a store event of this report came since the last save began
     std::vector<Error> storeFailures_;        ///< of store events, not yet told
     bool tellingStoreFailures_ = false;
-    bool choosing_ = false; ///< inside "Other reports", which loads the form itself
+    bool puttingBack_ = false; ///< a draft is being put into the boxes
+    bool choosing_ = false;    ///< inside "Other reports", which loads the form itself
 };
 
 } // namespace tavrel

@@ -116,6 +116,24 @@ Answer frmReport::AskAboutOthers(std::string_view deed) {
                                       .no = onTop});
 }
 
+bool frmReport::MayLeaveBlanks() {
+    const auto left = writingHelp_.BlanksLeft();
+    if (left == 0)
+        return true;
+    const auto answer = global_.ports.windows.Ask(
+        {.text = (left == 1 ? "One blank of the reading is" : std::to_string(left) + " blanks of the reading are") +
+                 std::string(" not filled in (\"___\")."),
+         .title = {},
+         .buttons = Buttons::YesNo,
+         .icon = Icon::Exclamation,
+         .defaultAnswer = Answer::No,
+         .yes = "Approve as it is",
+         .no = "Fill it in"});
+    if (answer == Answer::No)
+        writingHelp_.Step(false);
+    return answer == Answer::Yes;
+}
+
 void frmReport::KeepImages(const Delivery& delivery) {
     images_.Keep();
     if (delivery.fate == Delivery::Fate::Stored && images_.Waiting() > 0)
@@ -149,6 +167,8 @@ std::optional<ContentNode> frmReport::LookUp(std::string_view whereMeaning, cons
 void frmReport::cmdApprove_Click() {
     TrapNumbered(global_.ports.windows, "Approve Report ", [&] {
         const int before = ShownDocument().NumVersions();
+        if (!MayLeaveBlanks())
+            return;
         if (!MayWrite("Approve"))
             return ShowState();
         // What goes on top of another's version is its writer's before it is anybody's to approve.
@@ -266,7 +286,9 @@ void frmReport::cmdPutBack_Click() {
         const auto texts = drafts_.PutBack();
         if (!texts)
             return;
+        puttingBack_ = true;
         cmbReportTitle.TypeIn(texts->heading);
+        puttingBack_ = false;
         txtReportTitle.TypeIn(texts->title);
         txtReportAnnotation.TypeIn(texts->reading);
         if (texts->codes)

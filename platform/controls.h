@@ -18,6 +18,7 @@
 namespace tavrel {
 
 class Control;
+class WordCheck;
 
 /// A window of the program, known by its name; its controls by theirs. Holds no layout.
 class Form {
@@ -56,6 +57,8 @@ enum class Change {
     Revision,  ///< the text was edited by the program; a person can take that back
     Marks,     ///< what of the text is underlined
     Focus,     ///< nothing; the widget is where a person types next
+    Words,     ///< what of the text are words that nobody knows
+    Place,     ///< another stretch of the text is selected
     Redraw,    ///< nothing; the widget is to draw itself at once
 };
 
@@ -128,8 +131,14 @@ private:
 
 /// A stretch of a text, in bytes of its UTF-8.
 struct TextMark {
+    enum class Kind : std::uint8_t {
+        Wrong,   ///< cannot stay
+        Added,   ///< is new
+        Removed, ///< is no more
+    };
     std::size_t offset;
     std::size_t length;
+    Kind kind = Kind::Wrong;
     bool operator==(const TextMark&) const = default;
 };
 
@@ -151,7 +160,7 @@ public:
             Edited();
     }
 
-    /// What is underlined as not right, in the order of the text. It is for the form to say so anew
+    /// What is underlined as not right, or set off, in the order of the text. It is for the form to say so anew
     /// when the text has changed.
     const std::vector<TextMark>& Marks() const { return marks_; }
     void Marks(std::vector<TextMark> marks);
@@ -182,6 +191,26 @@ public:
     bool ButtonFace() const { return buttonFace_; }
     void ButtonFace(bool buttonFace) { Set(buttonFace_, buttonFace); }
 
+    /// What is selected, or where the caret stands. Without a widget what was selected last.
+    TextMark Selection() const { return selectionShown_ ? selectionShown_() : selection_; }
+    /// Selects a stretch, brings it into sight and the person into the box.
+    void Select(TextMark stretch) {
+        selection_ = stretch;
+        Notify(Change::Place);
+    }
+    /// What the program selected last.
+    const TextMark& SelectedLast() const { return selection_; }
+    /// The widget knows it better from now on; an empty function ends that.
+    void SelectionFrom(std::function<TextMark()> shown) { selectionShown_ = std::move(shown); }
+
+    /// Who judges the words of the text while it is typed; none: nobody does. To be set anew when it has come to know
+    /// more.
+    void Words(WordCheck* words) {
+        words_ = words;
+        Notify(Change::Words);
+    }
+    WordCheck* Words() const { return words_; }
+
     /// What typed or pasted text becomes before it stands in the box.
     std::function<std::string(std::string_view)> Filter;
     /// What a typed character code becomes; pasted text does not pass here.
@@ -192,10 +221,18 @@ public:
     std::function<void()> Enter;
     /// Person: went down from here, which raises `KeyUp` before.
     std::function<void()> Down;
+    /// Person: a key has put a character into the text, after `Edited`; `caret` is the place behind it. Pasted text
+    /// does not pass here.
+    std::function<void(std::size_t caret)> CharacterTyped;
+    /// Person: wants to go to the next place to fill in (F3), or back to the one before (Shift+F3).
+    std::function<void(bool back)> Step;
 
 private:
     bool locked_ = false;
     bool buttonFace_ = false;
+    TextMark selection_{};
+    WordCheck* words_ = nullptr;
+    std::function<TextMark()> selectionShown_;
 };
 
 class Button : public Control {

@@ -26,5 +26,6 @@ inline constexpr std::size_t BaseUid = Uid - 22;
 inline constexpr std::size_t ShortColumn = 16; ///< dates, times, the sex, coded words
 inline constexpr std::size_t TextColumn = 255;
 inline constexpr std::size_t LongColumn = 1024; ///< paths, a piece of a reading
+inline constexpr std::size_t TextBlock = 4000;  ///< a template or what a short form stands for
 
 } // namespace tavrel::longest

@@ -52,6 +52,12 @@ void Binding::Mirror(Change change) {
     case Change::Focus:
         widget_.setFocus(Qt::ShortcutFocusReason);
         return;
+    case Change::Words:
+        ShowWords();
+        return;
+    case Change::Place:
+        ShowPlace();
+        return;
     case Change::Redraw:
         widget_.repaint();
         return;

@@ -17,7 +17,7 @@ public:
     /// Brings the widget to what the control says.
     void Show(Change change);
     /// Lets go of the control, which is not touched from now on; the widget may live a little longer.
-    void Release();
+    virtual void Release();
 
 protected:
     /// Shows the control's own state; `inReach` is whether a person may use it.
@@ -28,6 +28,8 @@ protected:
     virtual void ShowText() {}
     virtual void ShowRevision() {}
     virtual void ShowMarks() {}
+    virtual void ShowPlace() {}
+    virtual void ShowWords() {}
 
     /// Hands in what a person did. Changes that the program itself shows are none. Nothing is taken
     /// while work is going on or the control is out of reach: the widget is put right again.

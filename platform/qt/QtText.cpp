@@ -37,7 +37,7 @@ std::vector<std::pair<int, int>> Stretches(std::string_view text, const std::vec
     std::vector<std::pair<int, int>> stretches;
     std::size_t passed = 0;
     int position = 0;
-    for (const auto& [offset, length] : marks) {
+    for (const auto& [offset, length, kind] : marks) {
         if (offset < passed || offset + length > text.size())
             continue;
         position += LengthInQt(text.substr(passed, offset - passed));

@@ -8,10 +8,12 @@
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QScopedValueRollback>
+#include <QShortcut>
 #include <QTextBlock>
 #include <QTextDocument>
 
 #include <algorithm>
+#include <utility>
 
 namespace tavrel {
 namespace {
@@ -71,6 +73,10 @@ quint32 PhysicalKey(const QKeyEvent& key) {
     return key.nativeScanCode() != 0 ? key.nativeScanCode() : static_cast<quint32>(key.key());
 }
 
+bool EndsLine(const QKeyEvent& key) {
+    return key.key() == Qt::Key_Return || key.key() == Qt::Key_Enter;
+}
+
 bool TypesText(const QKeyEvent& key) {
     const bool command = key.modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier);
     return !command && !key.text().isEmpty() && key.text().front().isPrint();
@@ -115,6 +121,8 @@ void TextBoxBinding::Edited() {
             Caret(static_cast<int>(caret));
         }
         box_.Typed(filtered); // marks of the form stand under the text that is shown
+        if (std::exchange(typing_, false) && box_.CharacterTyped)
+            box_.CharacterTyped(FromQt(Shown().left(Caret())).size());
     });
 }
 
@@ -148,6 +156,7 @@ QString TextBoxBinding::Typed(const QString& text) const {
 
 bool TextBoxBinding::KeyPressed(const QKeyEvent& key) {
     pressed_.insert(PhysicalKey(key));
+    typing_ = TypesText(key) || EndsLine(key);
     if (AsksForRedo(key)) {
         Redo();
         return true;
@@ -180,6 +189,7 @@ bool TextBoxBinding::Committed(const QInputMethodEvent& input) {
 }
 
 void TextBoxBinding::KeyReleased(const QKeyEvent& key) {
+    typing_ = false; // what comes now is another's doing
     if (key.isAutoRepeat() || pressed_.erase(PhysicalKey(key)) == 0 || !box_.KeyUp)
         return;
     Person(box_.KeyUp);
@@ -240,6 +250,43 @@ ParagraphsBinding::ParagraphsBinding(TextBox& box, QPlainTextEdit& paragraphs)
         Align();
         Edited();
     });
+    box.SelectionFrom([this] { return Selected(); });
+    StepWith(Qt::Key_F3, false);
+    StepWith(Qt::SHIFT | Qt::Key_F3, true);
+}
+
+void ParagraphsBinding::Release() {
+    Box().SelectionFrom({});
+    TextBoxBinding::Release();
+}
+
+/// From anywhere in the window: a template is chosen outside the box that it fills.
+void ParagraphsBinding::StepWith(const QKeySequence& key, bool back) {
+    const auto* shortcut = new QShortcut(key, &paragraphs_); // which owns it
+    connect(shortcut, &QShortcut::activated, this, [this, back] {
+        Person([&] {
+            if (Box().Step)
+                Box().Step(back);
+        });
+    });
+}
+
+TextMark ParagraphsBinding::Selected() const {
+    const auto cursor = paragraphs_.textCursor();
+    const auto text = Shown();
+    const auto bytesTo = [&](int position) { return FromQt(text.left(position)).size(); };
+    const auto begin = bytesTo(cursor.selectionStart());
+    return {begin, cursor.hasSelection() ? bytesTo(cursor.selectionEnd()) - begin : 0};
+}
+
+void ParagraphsBinding::ShowPlace() {
+    for (const auto& [position, length] : Stretches(Box().Text(), {Box().SelectedLast()})) {
+        auto cursor = paragraphs_.textCursor();
+        cursor.setPosition(position);
+        cursor.setPosition(position + length, QTextCursor::KeepAnchor);
+        paragraphs_.setTextCursor(cursor);
+        paragraphs_.setFocus(Qt::ShortcutFocusReason);
+    }
 }
 
 QString ParagraphsBinding::Shown() const {

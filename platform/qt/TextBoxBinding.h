@@ -8,6 +8,7 @@
 
 class QInputMethodEvent;
 class QKeyEvent;
+class QKeySequence;
 class QLineEdit;
 class QPlainTextEdit;
 
@@ -39,7 +40,7 @@ protected:
     virtual void Caret(int position) = 0;
     /// What the widget's text becomes on its way into the box.
     virtual std::string Filtered(const std::string& text) const;
-    const TextBox& Box() const { return box_; }
+    TextBox& Box() const { return box_; }
 
 private:
     QString Typed(const QString& text) const;
@@ -50,6 +51,7 @@ private:
     TextBox& box_;
     QWidget& ground_;
     bool resending_ = false;
+    bool typing_ = false;       ///< a key that types a character is being pressed
     std::set<quint32> pressed_; ///< keys that went down here and are not up yet
 };
 
@@ -77,10 +79,12 @@ private:
 class ParagraphsBinding : public TextBoxBinding {
 public:
     ParagraphsBinding(TextBox& box, QPlainTextEdit& paragraphs);
+    void Release() override;
 
 protected:
     QString Shown() const override;
     void ShowMarks() override;
+    void ShowPlace() override;
     void Write(const QString& text) override;
     void Revise(const QString& text) override;
     void Redo() override;
@@ -91,6 +95,8 @@ protected:
 
 private:
     void Align();
+    void StepWith(const QKeySequence& key, bool back);
+    TextMark Selected() const;
 
     QPlainTextEdit& paragraphs_;
 };

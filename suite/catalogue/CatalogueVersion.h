@@ -9,7 +9,7 @@
 namespace tavrel {
 
 /// The version of the catalogue that these programs make and know; docs/catalogue.md says what each one brought.
-inline constexpr int SchemaVersion = 6;
+inline constexpr int SchemaVersion = 7;
 /// The least version that a program must know to write where these programs have been: later ones only add.
 inline constexpr int OldestWriter = 1;
 

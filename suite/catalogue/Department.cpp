@@ -31,6 +31,7 @@ constexpr std::array FewerRights{
     Right{"Workstation", "SELECT"},     Right{"SiteData", "SELECT"},     Right{"Users", "SELECT"},
     Right{"History", "SELECT, INSERT"}, Right{"Port", "SELECT, UPDATE"}, Right{"DicomServer", "SELECT, UPDATE"},
     Right{"Archive", "SELECT"},         Right{VersionTable, "SELECT"},
+    Right{"TextBlock", "SELECT"},
 };
 
 std::string RightsOn(std::string_view table) {

@@ -13,7 +13,7 @@ void RunChange(Connection& connection, std::string_view statement, std::span<con
     const auto command = connection.NewCommand();
     command->Text(statement);
     for (const std::string& text : texts)
-        command->Append({"value", ParameterType::VariableCharacter, static_cast<int>(longest::LongColumn), text});
+        command->Append({"value", ParameterType::VariableCharacter, static_cast<int>(longest::TextBlock), text});
     command->Execute();
 }
 

@@ -4,6 +4,7 @@
 #include "platform/error.h"
 #include "platform/limits.h"
 #include "platform/sql.h"
+#include "platform/text_blocks.h"
 #include "suite/catalogue/CatalogueVersion.h"
 #include "suite/catalogue/SchemaParts.h"
 
@@ -129,6 +130,11 @@ constexpr std::array Codes{
     Column{"CodeValue", Code, LongString},
     Column{"CodeMeaning", Text, TextColumn},
 };
+constexpr std::array TextBlock{
+    Column{"Kind", Text, ShortColumn},
+    Column{"Name", Text, TextColumn},
+    Column{"Body", Text, longest::TextBlock},
+};
 
 // The number is never another one's, not even of one that has left.
 constexpr std::array Workstation{
@@ -196,6 +202,7 @@ std::vector<Table> Tables() {
         Of("OutgoingClaim", OutgoingClaim, 3),
         Of("StorageArea", StorageArea, 5),
         Of(VersionTable, Versions, FirstWritten),
+        Of(text_block::Table, TextBlock, 7),
     };
 }
 

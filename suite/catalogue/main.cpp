@@ -7,6 +7,7 @@
 #include "platform/posix/PosixUserInformation.h"
 #include "platform/posix/SystemClock.h"
 #include "platform/sql.h"
+#include "platform/text_blocks.h"
 #include "platform/uid.h"
 #include "suite/catalogue/CodeTable.h"
 #include "suite/catalogue/Department.h"
@@ -17,6 +18,7 @@
 #include "suite/catalogue/Settings.h"
 #include "suite/catalogue/SetupCommand.h"
 #include "suite/catalogue/TextRules.h"
+#include "suite/catalogue/TextTable.h"
 #include "suite/catalogue/UnsentFiles.h"
 #include "suite/catalogue/Upgrade.h"
 #include "suite/paper/ReportVersions.h"
@@ -121,6 +123,7 @@ public:
         AddPort();
         AddArchive();
         AddCodes();
+        AddTexts();
         AddImport();
         AddReport();
         AddDepartment();
@@ -449,21 +452,91 @@ private:
         command->add_flag("--replace", replacing_, "Remove the table's present codes first");
     }
 
-    int ImportCodeFile() {
+    /// The status of an import that has faults; 0 when it has none.
+    static int TellFaults(const std::string& file, const std::vector<std::string>& faults) {
         constexpr std::size_t mostShown = 20;
+        for (std::size_t i = 0; i < std::min(mostShown, faults.size()); ++i)
+            std::cerr << file << ", " << faults[i] << "\n";
+        if (faults.size() > mostShown)
+            std::cerr << "and " << faults.size() - mostShown << " more\n";
+        if (!faults.empty())
+            std::cerr << "orbenta-catalogue: nothing was imported\n";
+        return faults.empty() ? EXIT_SUCCESS : EXIT_FAILURE;
+    }
+
+    int ImportCodeFile() {
         const std::string csv = PosixFiles().ReadText(codeFile_);
         const std::string table(std::ranges::find(CodeKinds, codeKind_, &CodeKind::name)->table);
         const CodeImport result = ImportCodes(Catalogue(), table, csv, replacing_);
-        for (std::size_t i = 0; i < std::min(mostShown, result.faults.size()); ++i)
-            std::cerr << codeFile_ << ", " << result.faults[i] << "\n";
-        if (result.faults.size() > mostShown)
-            std::cerr << "and " << result.faults.size() - mostShown << " more\n";
-        if (!result.faults.empty()) {
-            std::cerr << "orbenta-catalogue: nothing was imported\n";
-            return EXIT_FAILURE;
-        }
+        if (const int failed = TellFaults(codeFile_, result.faults))
+            return failed;
         std::cout << "Added " << result.added << " codes to " << table << "; " << result.known
                   << " were there already\n";
+        return EXIT_SUCCESS;
+    }
+
+    void AddTexts() {
+        CLI::App* texts = app_.add_subcommand("texts", "Work on the text blocks that the editor offers");
+        texts->require_subcommand(1);
+        CLI::App* import =
+            Command(*texts, "import",
+                    "Import text blocks from a CSV file (UTF-8; columns Kind, Name, Body named in the first row), all "
+                    "of them or, when one row is wrong, none. Kind \"template\": the reading that a heading begins "
+                    "with; \"short\": what a short form stands for. \"___\" in a body is a blank to fill in",
+                    [this] { return ImportTextFile(); });
+        import->add_option("file", textFile_, "The CSV file")
+            ->required()
+            ->check(CLI::ExistingFile.description(""))
+            ->type_name("FILE.csv");
+        import->add_flag("--replace", replacing_, "Remove the present texts first");
+        Command(*texts, "list", "List the text blocks", [this] { return ListTexts(); });
+        Command(*texts, "export", "Write the text blocks as CSV, as import takes them", [this] {
+            std::cout << ExportTexts(ReadTexts(CatalogueWithTexts()));
+            return EXIT_SUCCESS;
+        });
+        CLI::App* remove = Command(*texts, "remove", "Remove a text block", [this] { return RemoveTextBlock(); });
+        remove->add_option("kind", textKind_, "template or short")
+            ->required()
+            ->check(CLI::IsMember({text_block::Template, text_block::ShortForm}).description(""))
+            ->type_name("KIND");
+        remove->add_option("name", textName_, "The heading, or the short form")->required()->type_name("NAME");
+    }
+
+    Connection& CatalogueWithTexts() {
+        Connection& catalogue = Catalogue();
+        if (!HasTextTable(catalogue))
+            throw Error(Fault::OfTheSuite, "Catalogue",
+                        "The catalogue has no table for text blocks; \"orbenta-catalogue upgrade\" makes it");
+        return catalogue;
+    }
+
+    int ImportTextFile() {
+        Connection& catalogue = CatalogueWithTexts();
+        const TextImport result = ImportTexts(catalogue, PosixFiles().ReadText(textFile_), replacing_);
+        if (const int failed = TellFaults(textFile_, result.faults))
+            return failed;
+        std::cout << "Added " << result.added << " texts, changed " << result.changed << "; " << result.known
+                  << " were there already\n";
+        const ReportForm form = SiteReportForm(catalogue);
+        for (const TextBlockRow& text : ReadTexts(catalogue))
+            if (!FitsReports(text.body, form))
+                std::cerr << "The " << text.kind << " \"" << text.name
+                          << "\" has characters that classic reports (ISO_IR 100) lack; the editor underlines them\n";
+        return EXIT_SUCCESS;
+    }
+
+    int ListTexts() {
+        for (const auto& [kind, name, body] : ReadTexts(CatalogueWithTexts())) {
+            const auto line = body.substr(0, body.find_first_of("\r\n"));
+            std::cout << kind << "  " << name << ": " << line << (line.size() < body.size() ? " ..." : "") << "\n";
+        }
+        return EXIT_SUCCESS;
+    }
+
+    int RemoveTextBlock() {
+        if (!RemoveText(CatalogueWithTexts(), textKind_, textName_))
+            throw Error(Fault::OfTheSuite, "Catalogue", "There is no " + textKind_ + " \"" + textName_ + "\"");
+        std::cout << "Removed the " << textKind_ << " \"" << textName_ << "\"\n";
         return EXIT_SUCCESS;
     }
 
@@ -710,6 +783,9 @@ private:
     std::string codeFile_;
     std::string codeKind_;
     bool replacing_ = false;
+    std::string textFile_;
+    std::string textKind_;
+    std::string textName_;
     Department::Workstation workstation_;
     bool newPassword_ = false;
     bool mending_ = false;

@@ -80,7 +80,8 @@ TEST(ReportDisplay, LoadingAsksTheCatalogueForCaptionHeadingsUserAndOrganization
     EXPECT_EQ(ran, (std::vector<RanStatement>{{"SELECT * FROM SiteData "},
                                               {"SELECT * FROM StdTitles Order by CodeMeaning "},
                                               {" SELECT * FROM Users WHERE UserName='mrossi'"},
-                                              {"SELECT * FROM SiteData"}}));
+                                              {"SELECT * FROM SiteData"},
+                                              {"SELECT * FROM TextBlock"}}));
 }
 
 TEST(ReportDisplay, LoadingClosesEveryQueryThatItOpened) {

@@ -18,7 +18,7 @@ protected:
     /// What is underlined in a field.
     static Texts Underlined(const TextField& field) {
         Texts marked;
-        for (const auto& [offset, length] : field.Marks())
+        for (const auto& [offset, length, kind] : field.Marks())
             marked.push_back(field.Text().substr(offset, length));
         return marked;
     }

@@ -70,6 +70,63 @@ TEST_F(TextBoxes, TakeBackTheComboBoxesTextThatWasTypedInForThePerson) {
     EXPECT_EQ(form_.cmbBox.Text(), "Chest");
 }
 
+TEST_F(TextBoxes, TellWhereACharacterWasTyped) {
+    std::vector<std::size_t> told;
+    form_.txtParagraphs.CharacterTyped = [&](std::size_t caret) { told.push_back(caret); };
+    form_.txtParagraphs.Text("é");
+    QTest::keyClick(&paragraphs_, Qt::Key_End);
+    QTest::keyClicks(&paragraphs_, "x");
+    QTest::keyClick(&paragraphs_, Qt::Key_Return);
+    Paste(paragraphs_, "pasted ");
+    QTest::keyClick(&paragraphs_, Qt::Key_Z, Qt::ControlModifier);
+    QTest::keyClick(&paragraphs_, Qt::Key_Y, Qt::ControlModifier);
+
+    EXPECT_EQ(told, (std::vector<std::size_t>{3, 5}));
+}
+
+TEST_F(TextBoxes, GiveBackWhatWasTypedBeforeTheProgramWroteItOut) {
+    form_.txtParagraphs.CharacterTyped = [&](std::size_t caret) {
+        if (caret == 4)
+            form_.txtParagraphs.TypeIn("No abnormality ");
+    };
+    QTest::keyClicks(&paragraphs_, "nad lungs");
+    EXPECT_EQ(form_.txtParagraphs.Text(), "No abnormality lungs");
+
+    QTest::keyClick(&paragraphs_, Qt::Key_Z, Qt::ControlModifier);
+    QTest::keyClick(&paragraphs_, Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_EQ(form_.txtParagraphs.Text(), "nad ");
+}
+
+TEST_F(TextBoxes, TellWhatIsSelected) {
+    form_.txtParagraphs.Text("é\r\nlungs");
+    auto cursor = paragraphs_.textCursor();
+    cursor.setPosition(2);
+    cursor.setPosition(4, QTextCursor::KeepAnchor);
+    paragraphs_.setTextCursor(cursor);
+
+    EXPECT_EQ(form_.txtParagraphs.Selection(), (TextMark{4, 2}));
+}
+
+TEST_F(TextBoxes, SelectWhatTheProgramSays) {
+    form_.txtParagraphs.Text("é\r\nlungs");
+    form_.txtParagraphs.Select({4, 2});
+
+    EXPECT_EQ(paragraphs_.textCursor().selectedText(), "lu");
+    EXPECT_TRUE(paragraphs_.hasFocus());
+}
+
+TEST_F(TextBoxes, StepFromAnywhereInTheWindow) {
+    std::vector<bool> steps;
+    form_.txtParagraphs.Step = [&](bool back) { steps.push_back(back); };
+    line_.setFocus();
+    QTest::keyClick(&line_, Qt::Key_F3);
+    QTest::keyClick(&line_, Qt::Key_F3, Qt::ShiftModifier);
+    form_.frmInside.Enabled(false);
+    QTest::keyClick(&line_, Qt::Key_F3);
+
+    EXPECT_EQ(steps, (std::vector{false, true}));
+}
+
 TEST_F(TextBoxes, KeepTheCaretWhenTheProgramWritesTheSame) {
     QTest::keyClicks(&line_, "lungs");
     line_.setCursorPosition(2);

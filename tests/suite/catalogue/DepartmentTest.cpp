@@ -301,7 +301,7 @@ TEST_P(OfDepartments, AnUpgradeGivesEveryWorkstationItsRightsOnNewTables) {
     EXPECT_EQ(room.Tool("upgrade").status, 0);
     for (const char* name : {"ct-1", "mr-1"}) {
         EXPECT_EQ(First(*As(name), "SELECT count(*) FROM StorageArea"), "0");
-        EXPECT_EQ(First(*As(name), "SELECT Version FROM CatalogueVersion"), "6");
+        EXPECT_EQ(First(*As(name), "SELECT Version FROM CatalogueVersion"), "7");
         EXPECT_THROW(As(name)->OpenResultSet("DELETE FROM CatalogueVersion"), Error);
     }
 }
@@ -352,7 +352,7 @@ TEST_P(CheckOfDepartments, AtAWorkstationNamesWhatTheCatalogueLacks) {
     ExpectSays(CheckAt("ct-1"), "MISSING  table Series lacks the index SeriesByStudy" + byOwner);
     ExpectSays(CheckAt("ct-1", "", " --mend"), "it cannot be mended: ");
     room.Tool("check --mend");
-    ExpectSays(CheckAt("ct-1"), "well     the catalogue has version 6, with all its tables, columns and indexes\n");
+    ExpectSays(CheckAt("ct-1"), "well     the catalogue has version 7, with all its tables, columns and indexes\n");
 }
 
 TEST_P(CheckOfDepartments, OfAnOlderCatalogueIsContentWithTheRightsOfItsVersion) {

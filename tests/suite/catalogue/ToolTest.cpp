@@ -45,7 +45,7 @@ protected:
 TEST_F(Tool, EveryCommandExplainsItself) {
     const std::vector<std::pair<std::string, std::vector<std::string>>> commands = {
         {"",
-         {"setup", "odbc", "init", "upgrade", "site", "user", "port", "codes", "import", "department", "check", "--dsn",
+         {"setup", "odbc", "init", "upgrade", "site", "user", "port", "codes", "texts", "import", "department", "check", "--dsn",
           "Exit status"}},
         {"setup",
          {"--organization", "--base-uid", "--reports", "--node", "--signature", "--port", "--ae-title", "--studies",
@@ -57,6 +57,8 @@ TEST_F(Tool, EveryCommandExplainsItself) {
         {"user", {"--signature", "--remove"}},
         {"port", {"--port", "--ae-title"}},
         {"codes import", {"--table", "--replace", "CodeMeaning"}},
+        {"texts import", {"--replace", "Kind", "___"}},
+        {"texts", {"import", "list", "export", "remove"}},
         {"import", {"FOLDER"}},
         {"report print", {"--series", "--version", "--output", "--printer", "PDF/A"}},
         {"department", {"init", "join", "leave", "list"}},
@@ -74,7 +76,7 @@ TEST_F(Tool, WrongArgumentsAreSaidOnTheErrorOutput) {
     for (const char* arguments :
          {"", "nonsense", "port --port 70000", "site --base-uid 1..2", "site --reports modern",
           "import /no/such/folder", "port --ae-title A_TITLE_OF_SEVENTEEN", "user \"O'Brien\" --signature X",
-          "codes import /dev/null --table nonsense", "odbc --engine oracle --database x",
+          "codes import /dev/null --table nonsense", "texts remove nonsense x", "odbc --engine oracle --database x",
           "odbc --engine mariadb --database x --user y --server a,b", "department join --name Ward1",
           "department leave", "report print", "report print /dev/null --series 1.2 --output x.pdf",
           "report print --series 1.2", "report print /dev/null --version 2 --output x.pdf",
@@ -631,6 +633,72 @@ INSTANTIATE_TEST_SUITE_P(
                     Lack{"AColumnLess", "ALTER TABLE Study DROP COLUMN AccessionNumber",
                          "table Study lacks the column AccessionNumber; \"orbenta-catalogue check --mend\" mends it"}),
     [](const auto& test) { return test.param.name; });
+
+class TextBlocksTool : public Tool {
+protected:
+    TextBlocksTool() { room.Tool("init"); }
+    Outcome Import(const std::string& rows, const std::string& more = {}) {
+        return room.Tool("texts import " + Write("texts.csv", "Kind,Name,Body\r\n" + rows) + " " + more);
+    }
+    std::string Exported() { return room.Tool("texts export").out; }
+};
+
+TEST_F(TextBlocksTool, ExportsWhatItImports) {
+    const std::string rows = "template,\"Chest CT\",\"Lungs: ___\nHeart, \"\"normal\"\".\"\r\n"
+                             "short,\"nad\",\"No abnormality.\"\r\n";
+    const Outcome outcome = Import(rows);
+    EXPECT_EQ(outcome.out, "Added 2 texts, changed 0; 0 were there already\n") << outcome.err;
+    EXPECT_EQ(Exported(), "Kind,Name,Body\r\n" + rows);
+    EXPECT_EQ(room.Tool("texts list").out, "template  Chest CT: Lungs: ___ ...\nshort  nad: No abnormality.\n");
+}
+
+TEST_F(TextBlocksTool, TakesAChangedFileAgain) {
+    Import("short,nad,No abnormality.\nshort,n,Normal.\n");
+    EXPECT_EQ(Import("short,nad,Nothing abnormal.\nshort,n,Normal.\n").out,
+              "Added 0 texts, changed 1; 1 were there already\n");
+    EXPECT_EQ(Import("short,b,Both lungs.\n", "--replace").out, "Added 1 texts, changed 0; 0 were there already\n");
+    EXPECT_EQ(Exported(), "Kind,Name,Body\r\nshort,\"b\",\"Both lungs.\"\r\n");
+}
+
+TEST_F(TextBlocksTool, ImportsNothingOfAFileWithAFault) {
+    const Outcome outcome = Import("short,nad,No abnormality.\nshort,n a,x\nshort,n.,x\nmacro,x,x\nshort,nad,y\n"
+                                   "template,,x\nshort,e,\n");
+    EXPECT_EQ(outcome.status, Failed);
+    for (const char* fault : {"line 3: Name of a short form must hold no blank",
+                              "line 4: Name of a short form must end with a letter or a digit", "line 5: Kind must be",
+                              "line 6: the short \"nad\" stands in line 2 already", "line 7: Name is empty",
+                              "line 8: Body is empty", "nothing was imported"})
+        EXPECT_TRUE(Holds(outcome.err, fault)) << fault << "\n" << outcome.err;
+    EXPECT_EQ(Exported(), "Kind,Name,Body\r\n");
+}
+
+TEST_F(TextBlocksTool, HoldsABodyOfFourThousandCharactersAndNoLongerOne) {
+    const auto body = [](int count) {
+        std::string text;
+        while (count-- > 0)
+            text += "é";
+        return text;
+    };
+    EXPECT_EQ(Import("template,CT," + body(4000) + "\n").status, 0);
+    EXPECT_TRUE(Holds(Exported(), body(4000)));
+    EXPECT_TRUE(Holds(Import("template,CT," + body(4001) + "\n").err, "Body is longer than 4000 characters"));
+}
+
+TEST_F(TextBlocksTool, SaysWhatClassicReportsLack) {
+    EXPECT_TRUE(Holds(Import("short,ge,≥\n").err, "The short \"ge\" has characters that classic reports"));
+}
+
+TEST_F(TextBlocksTool, RemovesATextAndSaysWhenThereIsNone) {
+    Import("short,nad,No abnormality.\n");
+    EXPECT_EQ(room.Tool("texts remove short nad").status, 0);
+    EXPECT_EQ(Exported(), "Kind,Name,Body\r\n");
+    EXPECT_TRUE(Holds(room.Tool("texts remove short nad").err, "There is no short \"nad\""));
+}
+
+TEST_F(TextBlocksTool, SaysHowACatalogueOfBeforeGetsItsTable) {
+    room.Run("DROP TABLE TextBlock");
+    EXPECT_TRUE(Holds(room.Tool("texts list").err, "\"orbenta-catalogue upgrade\" makes it"));
+}
 
 } // namespace
 } // namespace tavrel

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "platform/controls.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tavrel {
+
+/// Judges the words of a text while it is typed. Asked on the user-interface thread, between two keys.
+class WordCheck {
+public:
+    virtual ~WordCheck() = default;
+
+    /// The words of a paragraph that it does not know, in their order.
+    virtual std::vector<TextMark> Unknown(std::string_view paragraph) = 0;
+    /// What may be meant by such a word, the likeliest first.
+    virtual std::vector<std::string> Suggestions(std::string_view word) = 0;
+    /// Takes a word among those that the account knows.
+    virtual void Learn(std::string_view word) = 0;
+};
+
+} // namespace tavrel
