@@ -13,6 +13,7 @@
 #include "platform/dbus/DbusViewerLink.h"
 #include "platform/dcmtk/DcmtkLibrary.h"
 #include "platform/error.h"
+#include "platform/hunspell/HunspellDictionaries.h"
 #include "platform/icu/IcuLetters.h"
 #include "platform/odbc/OdbcDatabase.h"
 #include "platform/odbc/OdbcReportWatch.h"
@@ -66,14 +67,17 @@ int Run(PosixProcess& process) {
     PosixFiles files;
     SystemClock clock;
     IcuLetters letters;
-    Global global({dicom, database, windows, files, process, std::make_unique<PosixUserInformation>, clock, letters});
+    const auto soon = [](std::function<void()> act) {
+        QMetaObject::invokeMethod(qApp, std::move(act), Qt::QueuedConnection);
+    };
+    HunspellDictionaries dictionaries(soon);
+    Global global({dicom, database, windows, files, process, std::make_unique<PosixUserInformation>, clock, letters,
+                   &dictionaries});
 
     frmBase codeTables(global);
     QtReportPrinter printer(windows);
     QtTimer draftTimer;
-    OdbcReportWatch reportWatch(std::string(CatalogueConnectionText), [](std::function<void()> act) {
-        QMetaObject::invokeMethod(qApp, std::move(act), Qt::QueuedConnection);
-    });
+    OdbcReportWatch reportWatch(std::string(CatalogueConnectionText), soon);
     std::optional<frmReport> editor; // the chooser's New is the editor's, which holds the chooser
     frmSRSeriesChoice chooser(global, [&] { editor->cmdNew_Click(); });
     editor.emplace(global, serviceEvents, chooser, codeTables, printer, draftTimer, reportWatch);

@@ -90,7 +90,8 @@ std::string ReportKey(const DcmSRDocument& document) {
 
 WritingHelp::WritingHelp(Global& global, const Controls& controls)
     : global_(global), controls_(controls), fields_{Field{controls.heading, "heading"}, Field{controls.title, "title"},
-                                                    Field{controls.reading, {}}} {
+                                                    Field{controls.reading, {}}},
+      spelling_(global, controls.reading, [this] { TellAdvice(); }) {
     for (auto& field : fields_)
         field.control.Changed = [this, &field] {
             Judge(field);
@@ -98,7 +99,7 @@ WritingHelp::WritingHelp(Global& global, const Controls& controls)
             if (&field.control != &controls_.reading)
                 return;
             TellLength();
-            TellBlanks();
+            TellAdvice();
         };
     controls_.reading.CharacterTyped = [this](std::size_t caret) { Expand(caret); };
     controls_.reading.Step = [this](bool back) { Step(back); };
@@ -124,7 +125,7 @@ void WritingHelp::Look() {
         Judge(field);
     TellLost();
     TellLength();
-    TellBlanks();
+    TellAdvice();
 }
 
 /// No line depends on another: those that are as they were judged last are not judged again.
@@ -209,14 +210,17 @@ void WritingHelp::WritePlainly() {
             field.control.TypeIn(WrittenPlainly(field.control.Text(), lost)); // which judges anew
 }
 
-void WritingHelp::ReadTextBlocks() {
-    if (withoutTextBlocks_)
-        return;
+void WritingHelp::ReadSite() {
     auto& catalogue = Catalogue(global_);
-    Trap([&] { textBlocks_ = TextBlocks::Read(catalogue); },
-         // What is known stays where the catalogue cannot be reached.
-         [&](const Error&) { withoutTextBlocks_ = catalogue.IsOpen(); });
-    TellBlanks();
+    const auto read = [&](bool& without, const auto& what) {
+        if (!without) // what is known stays where the catalogue cannot be reached
+            Trap(what, [&](const Error&) { without = catalogue.IsOpen(); });
+    };
+    read(withoutTextBlocks_, [&] { textBlocks_ = TextBlocks::Read(catalogue); });
+    read(withoutSettings_, [&] { settings_ = WritingSettings::Read(catalogue, global_.currentUserName); });
+    spelling_.AnotherReport();
+    spelling_.Set(settings_.spelling);
+    TellAdvice();
 }
 
 void WritingHelp::HeadingChosen() {
@@ -260,12 +264,11 @@ void WritingHelp::Step(bool back) {
     controls_.reading.Select({next->offset, next->length});
 }
 
-void WritingHelp::TellBlanks() {
+void WritingHelp::TellAdvice() {
     const auto left = BlanksLeft();
-    const std::string_view goes = left == 1 ? "F3 goes there" : "F3 goes to the next";
-    controls_.advice.Text(left == 0 ? std::string()
-                                    : std::to_string(left) + (left == 1 ? " blank" : " blanks") +
-                                          " to fill in: " + std::string(goes));
+    const auto blanks = left == 1 ? std::string("1 blank to fill in: F3 goes there")
+                                  : std::to_string(left) + " blanks to fill in: F3 goes to the next";
+    controls_.advice.Text(left > 0 ? blanks : spelling_.Failure());
     controls_.advice.Emphasis(left == 0 ? Label::Tone::Neutral : Label::Tone::Attention);
 }
 

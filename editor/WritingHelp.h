@@ -1,6 +1,8 @@
 #pragma once
 
+#include "editor/Spelling.h"
 #include "editor/TextBlocks.h"
+#include "editor/WritingSettings.h"
 #include "host/Global.h"
 #include "platform/controls.h"
 
@@ -15,8 +17,8 @@ class DcmSRDocument;
 
 /// Tells a physician at the keyboard what would otherwise fail later: characters that the report's
 /// file cannot hold are underlined, named and written plainly on request; a reading that grows too
-/// long for the printed page is counted; text blocks of the site are put in and their blanks stepped through. It also
-/// decides how far an undo reaches.
+/// long for the printed page is counted; text blocks of the site are put in and their blanks stepped through; words are
+/// judged. It also decides how far an undo reaches.
 class WritingHelp {
 public:
     struct Controls {
@@ -41,8 +43,9 @@ public:
     void Look();
     void WritePlainly();
 
-    /// Reads the site's text blocks. A catalogue that has none is no fault, and is not asked again.
-    void ReadTextBlocks();
+    /// A report is being opened: reads the site's text blocks and what site and physician have set. A catalogue that
+    /// has none of that is no fault, and is not asked again.
+    void ReadSite();
     /// A person has chosen a heading or typed one: its template goes into the reading while nothing is written there.
     void HeadingChosen();
     /// How many blanks of text blocks are left in the reading.
@@ -68,7 +71,7 @@ private:
     Judged JudgeAfter(const Judged& last, const std::string& text) const;
     void TellLost();
     void TellLength();
-    void TellBlanks();
+    void TellAdvice();
     void Expand(std::size_t caret);
     /// Puts text of the program's into the reading, as a person's edit.
     void PutIn(std::size_t offset, std::size_t length, std::string_view text);
@@ -78,6 +81,9 @@ private:
     std::array<Field, 3> fields_;
     TextBlocks textBlocks_;
     bool withoutTextBlocks_ = false; ///< the catalogue has no table for them
+    WritingSettings settings_;
+    bool withoutSettings_ = false;
+    Spelling spelling_;
     std::string filledIn_;           ///< the template that stands in the reading as it was filled in
     std::size_t stepFrom_ = NoPlace; ///< where the text block begins that was put in last
     static constexpr std::size_t NoPlace = std::string::npos;

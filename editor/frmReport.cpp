@@ -154,7 +154,7 @@ void frmReport::LoadDocs() {
         WriteLog(global_, "LoadDocs: Document loaded");
         global_.currentUserName = global_.userInformation->UserName();
         LookUpUserAndSite();
-        writingHelp_.ReadTextBlocks();
+        writingHelp_.ReadSite();
         if (opened != shown_)
             return; // another was opened while the viewer was waited for
         watch_.Watch(opened->document->SeriesUid(), [this, report = opened](const WatchedReport& found) {

@@ -18,6 +18,9 @@
 
 namespace tavrel {
 
+class Dictation;
+class Dictionaries;
+
 /// Everything outside the program that the rooms of the core reach.
 struct Ports {
     DicomLibrary& dicom;
@@ -28,6 +31,8 @@ struct Ports {
     std::function<std::unique_ptr<UserInformation>()> newUserInformation;
     Clock& clock;
     Letters& letters;
+    Dictionaries* dictionaries = nullptr; ///< none: no word is judged
+    Dictation* dictation = nullptr;       ///< none: nothing can be dictated
 };
 
 /// Text that every connection to the catalogue is opened with.

@@ -36,10 +36,10 @@ protected:
     void Person(const std::function<void()>& act);
     /// Changes the widget without taking that for a person's doing.
     void Quietly(const std::function<void()>& change);
+    bool InReach() const;
 
 private:
     void Mirror(Change change);
-    bool InReach() const;
 
     Control* control_;
     QWidget& widget_;

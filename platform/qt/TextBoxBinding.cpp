@@ -2,6 +2,7 @@
 
 #include "platform/qt/LineEdits.h"
 #include "platform/qt/QtText.h"
+#include "platform/qt/WordMarks.h"
 
 #include <QCoreApplication>
 #include <QKeyEvent>
@@ -253,10 +254,13 @@ ParagraphsBinding::ParagraphsBinding(TextBox& box, QPlainTextEdit& paragraphs)
     box.SelectionFrom([this] { return Selected(); });
     StepWith(Qt::Key_F3, false);
     StepWith(Qt::SHIFT | Qt::Key_F3, true);
+    ParagraphsBinding::ShowWords();
 }
 
 void ParagraphsBinding::Release() {
     Box().SelectionFrom({});
+    if (wordMarks_)
+        wordMarks_->Release();
     TextBoxBinding::Release();
 }
 
@@ -305,6 +309,13 @@ void ParagraphsBinding::Align() {
     document.setDefaultTextOption(option);
 }
 
+void ParagraphsBinding::ShowWords() {
+    if (!wordMarks_ && Box().Words())
+        wordMarks_ = new WordMarks(Box(), paragraphs_, [this] { return InReach() && !Box().Locked(); });
+    if (wordMarks_)
+        wordMarks_->Renew();
+}
+
 void ParagraphsBinding::ShowMarks() {
     const auto format = MarkFormat(paragraphs_);
     QList<QTextEdit::ExtraSelection> marks;
@@ -338,6 +349,8 @@ void ParagraphsBinding::Redo() {
 }
 
 void ParagraphsBinding::Lock(bool locked, bool inReach) {
+    if (const bool editable = !locked && inReach; std::exchange(editable_, editable) != editable)
+        ShowWords();
     // A text that is out of reach can still be scrolled and copied.
     paragraphs_.setTextInteractionFlags(locked || !inReach ? Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard
                                                            : Qt::TextEditorInteraction);

@@ -14,6 +14,8 @@ class QPlainTextEdit;
 
 namespace tavrel {
 
+class WordMarks;
+
 /// A text box. What is typed or pasted passes through the box's filters before the box has it.
 class TextBoxBinding : public Binding {
 protected:
@@ -85,6 +87,7 @@ protected:
     QString Shown() const override;
     void ShowMarks() override;
     void ShowPlace() override;
+    void ShowWords() override;
     void Write(const QString& text) override;
     void Revise(const QString& text) override;
     void Redo() override;
@@ -99,6 +102,8 @@ private:
     TextMark Selected() const;
 
     QPlainTextEdit& paragraphs_;
+    WordMarks* wordMarks_ = nullptr; ///< none while nobody has judged a word
+    bool editable_ = false;
 };
 
 } // namespace tavrel

@@ -30,8 +30,8 @@ struct Right {
 constexpr std::array FewerRights{
     Right{"Workstation", "SELECT"},     Right{"SiteData", "SELECT"},     Right{"Users", "SELECT"},
     Right{"History", "SELECT, INSERT"}, Right{"Port", "SELECT, UPDATE"}, Right{"DicomServer", "SELECT, UPDATE"},
-    Right{"Archive", "SELECT"},         Right{VersionTable, "SELECT"},
-    Right{"TextBlock", "SELECT"},
+    Right{"Archive", "SELECT"},         Right{VersionTable, "SELECT"},   Right{"TextBlock", "SELECT"},
+    Right{"Writing", "SELECT"},
 };
 
 std::string RightsOn(std::string_view table) {

@@ -135,6 +135,11 @@ constexpr std::array TextBlock{
     Column{"Name", Text, TextColumn},
     Column{"Body", Text, longest::TextBlock},
 };
+constexpr std::array Writing{
+    Column{"UserName", Key, TextColumn},
+    Column{"Spelling", Text, TextColumn},
+    Column{"Dictation", Text, LongColumn},
+};
 
 // The number is never another one's, not even of one that has left.
 constexpr std::array Workstation{
@@ -203,6 +208,7 @@ std::vector<Table> Tables() {
         Of("StorageArea", StorageArea, 5),
         Of(VersionTable, Versions, FirstWritten),
         Of(text_block::Table, TextBlock, 7),
+        Of("Writing", Writing, 7),
     };
 }
 

@@ -57,6 +57,29 @@ ReportForm SiteReportForm(Connection& connection) {
     return site->AtEnd() ? ReportForm::Classic : ReportFormOf(*site);
 }
 
+std::vector<WritingRow> ReadWriting(Connection& connection) try {
+    std::vector<WritingRow> settings;
+    const auto rows = connection.OpenResultSet("SELECT * FROM Writing ORDER BY UserName");
+    for (; !rows->AtEnd(); rows->MoveNext())
+        settings.push_back({rows->Text("UserName"), std::string(rows->Field("Spelling").value_or("")),
+                            std::string(rows->Field("Dictation").value_or(""))});
+    return settings;
+} catch (const Error&) {
+    if (!connection.IsOpen())
+        throw;
+    throw Error(Fault::OfTheSuite, "Catalogue",
+                "The catalogue has no table for the help in writing; \"orbenta-catalogue upgrade\" makes it");
+}
+
+void SetWriting(Connection& connection, const WritingRow& row) {
+    connection.BeginTransaction();
+    RunChange(connection, "DELETE FROM Writing WHERE UserName=?", std::array{row.userName});
+    if (!row.spelling.empty() || !row.dictation.empty())
+        InsertRow(connection, "Writing",
+                  {{"UserName", row.userName}, {"Spelling", row.spelling}, {"Dictation", row.dictation}});
+    connection.Commit();
+}
+
 std::vector<User> ReadUsers(Connection& connection) {
     std::vector<User> users;
     const auto rows = connection.OpenResultSet("SELECT UserName, Signature FROM Users ORDER BY UserName");

@@ -33,6 +33,18 @@ void SetSiteData(Connection& connection, const ColumnTexts& values);
 /// The form in which the site's reports are written; an error for one that no program knows.
 ReportForm SiteReportForm(Connection& connection);
 
+/// What the site, or a physician for themselves, has set of the help in writing.
+struct WritingRow {
+    std::string userName; ///< empty: the site
+    std::string spelling;
+    std::string dictation;
+};
+
+/// The site's first. An error when the catalogue has no table for them.
+std::vector<WritingRow> ReadWriting(Connection& connection);
+/// Puts a row in the place of the one of that user, or none where nothing is set.
+void SetWriting(Connection& connection, const WritingRow& row);
+
 struct User {
     std::string name;
     std::string signature;

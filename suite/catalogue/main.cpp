@@ -40,6 +40,7 @@
 #include <limits>
 #include <map>
 #include <memory>
+#include <regex>
 
 namespace tavrel {
 namespace {
@@ -105,6 +106,17 @@ void ShowProgress(std::size_t done, std::size_t all) {
               << (done == all ? "\n" : "") << std::flush;
 }
 
+/// "en_US,de_DE", "locale" or "off".
+CLI::Validator Languages() {
+    return Rule("LANGUAGES", [](const std::string& text) {
+        static const std::regex languages(
+            "(locale|[a-z]{2,3}([_-][A-Za-z0-9]+)*)(, *(locale|[a-z]{2,3}([_-][A-Za-z0-9]+)*))*");
+        return text.size() <= longest::TextColumn && (text == "off" || std::regex_match(text, languages))
+                   ? std::string()
+                   : "\"" + text + "\" names no languages, as in \"en_US,it\"";
+    });
+}
+
 class Tool {
 public:
     Tool() {
@@ -124,6 +136,7 @@ public:
         AddArchive();
         AddCodes();
         AddTexts();
+        AddWriting();
         AddImport();
         AddReport();
         AddDepartment();
@@ -540,6 +553,59 @@ private:
         return EXIT_SUCCESS;
     }
 
+    void AddWriting() {
+        CLI::App* command = Command(app_, "writing",
+                                    "Set how the editor helps in writing, for the site or a physician; without options "
+                                    "show it",
+                                    [this] { return SetHelpInWriting(); });
+        auto* user = command->add_option("--user", writing_.userName, "For this account alone")
+                         ->check(UserName().description(""))
+                         ->type_name("NAME");
+        auto* spelling = command
+                             ->add_option("--spelling", writing_.spelling,
+                                          "Dictionaries that words are judged by: en_US, several with commas between, "
+                                          "locale for the desktop's language, or off")
+                             ->check(Languages().description(""))
+                             ->type_name("LANGUAGES");
+        auto* dictation = command
+                              ->add_option("--dictation", writing_.dictation,
+                                           "Command that \"Vocal\" starts, which writes what was spoken on its "
+                                           "standard output; or off")
+                              ->check(CatalogueText(longest::LongColumn).description(""))
+                              ->type_name("COMMAND");
+        command->add_flag("--remove", removing_, "From now on the site's settings count for the account")
+            ->needs(user)
+            ->excludes(spelling)
+            ->excludes(dictation);
+    }
+
+    int SetHelpInWriting() {
+        Connection& catalogue = Catalogue();
+        WritingRow row{writing_.userName, {}, {}};
+        for (const WritingRow& known : ReadWriting(catalogue))
+            if (known.userName == writing_.userName && !removing_)
+                row = known;
+        const auto set = [&](std::string& what, const std::string& to) {
+            if (!to.empty()) // the site has nothing to switch off but its own
+                what = to == "off" && row.userName.empty() ? std::string() : to;
+        };
+        set(row.spelling, writing_.spelling);
+        set(row.dictation, writing_.dictation);
+        if (removing_ || !writing_.spelling.empty() || !writing_.dictation.empty())
+            SetWriting(catalogue, row);
+        const auto shown = [](const std::string& value, const char* none) { return value.empty() ? none : value; };
+        bool ofSite = false;
+        for (const auto& [name, spelling, dictation] : ReadWriting(catalogue)) {
+            const char* none = name.empty() ? "off" : "as the site";
+            ofSite = ofSite || name.empty();
+            std::cout << (name.empty() ? "The site" : name) << ": spelling " << shown(spelling, none) << ", dictation "
+                      << shown(dictation, none) << "\n";
+        }
+        if (!ofSite)
+            std::cout << "The site: spelling off, dictation off\n";
+        return EXIT_SUCCESS;
+    }
+
     void AddImport() {
         CLI::App* command = Command(app_, "import", "Send the DICOM files of a folder to the storage service",
                                     [this] { return Import(); });
@@ -786,6 +852,7 @@ private:
     std::string textFile_;
     std::string textKind_;
     std::string textName_;
+    WritingRow writing_;
     Department::Workstation workstation_;
     bool newPassword_ = false;
     bool mending_ = false;

@@ -81,7 +81,8 @@ TEST(ReportDisplay, LoadingAsksTheCatalogueForCaptionHeadingsUserAndOrganization
                                               {"SELECT * FROM StdTitles Order by CodeMeaning "},
                                               {" SELECT * FROM Users WHERE UserName='mrossi'"},
                                               {"SELECT * FROM SiteData"},
-                                              {"SELECT * FROM TextBlock"}}));
+                                              {"SELECT * FROM TextBlock"},
+                                              {"SELECT * FROM Writing"}}));
 }
 
 TEST(ReportDisplay, LoadingClosesEveryQueryThatItOpened) {

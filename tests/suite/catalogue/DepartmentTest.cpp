@@ -128,7 +128,8 @@ TEST_P(OfDepartments, AWorkstationIsRefusedWhatItDoesNotNeed) {
     for (const char* statement :
          {"UPDATE History SET Node='MR-1'", "DELETE FROM History", "SELECT * FROM WorkstationReport",
           "DELETE FROM Port", "INSERT INTO Users (UserName, Signature) VALUES ('x', 'Y')",
-          "UPDATE SiteData SET Organization='X'", "DELETE FROM Workstation", "CREATE TABLE Note (Number INTEGER)"})
+          "UPDATE SiteData SET Organization='X'", "INSERT INTO Writing (UserName) VALUES ('x')",
+          "DELETE FROM Workstation", "CREATE TABLE Note (Number INTEGER)"})
         EXPECT_THROW(workstation->OpenResultSet(statement), Error) << statement;
 }
 

@@ -45,8 +45,8 @@ protected:
 TEST_F(Tool, EveryCommandExplainsItself) {
     const std::vector<std::pair<std::string, std::vector<std::string>>> commands = {
         {"",
-         {"setup", "odbc", "init", "upgrade", "site", "user", "port", "codes", "texts", "import", "department", "check", "--dsn",
-          "Exit status"}},
+         {"setup", "odbc", "init", "upgrade", "site", "user", "port", "codes", "texts", "writing", "import",
+          "department", "check", "--dsn", "Exit status"}},
         {"setup",
          {"--organization", "--base-uid", "--reports", "--node", "--signature", "--port", "--ae-title", "--studies",
           "--codes", "--logo", "--import", "--yes", "--dry-run"}},
@@ -59,6 +59,7 @@ TEST_F(Tool, EveryCommandExplainsItself) {
         {"codes import", {"--table", "--replace", "CodeMeaning"}},
         {"texts import", {"--replace", "Kind", "___"}},
         {"texts", {"import", "list", "export", "remove"}},
+        {"writing", {"--user", "--spelling", "--dictation", "--remove"}},
         {"import", {"FOLDER"}},
         {"report print", {"--series", "--version", "--output", "--printer", "PDF/A"}},
         {"department", {"init", "join", "leave", "list"}},
@@ -73,14 +74,27 @@ TEST_F(Tool, EveryCommandExplainsItself) {
 }
 
 TEST_F(Tool, WrongArgumentsAreSaidOnTheErrorOutput) {
-    for (const char* arguments :
-         {"", "nonsense", "port --port 70000", "site --base-uid 1..2", "site --reports modern",
-          "import /no/such/folder", "port --ae-title A_TITLE_OF_SEVENTEEN", "user \"O'Brien\" --signature X",
-          "codes import /dev/null --table nonsense", "texts remove nonsense x", "odbc --engine oracle --database x",
-          "odbc --engine mariadb --database x --user y --server a,b", "department join --name Ward1",
-          "department leave", "report print", "report print /dev/null --series 1.2 --output x.pdf",
-          "report print --series 1.2", "report print /dev/null --version 2 --output x.pdf",
-          "report print --series 1.2 --output x.pdf --printer y"}) {
+    for (const char* arguments : {"",
+                                  "nonsense",
+                                  "port --port 70000",
+                                  "site --base-uid 1..2",
+                                  "site --reports modern",
+                                  "import /no/such/folder",
+                                  "port --ae-title A_TITLE_OF_SEVENTEEN",
+                                  "user \"O'Brien\" --signature X",
+                                  "codes import /dev/null --table nonsense",
+                                  "texts remove nonsense x",
+                                  "writing --spelling ../x",
+                                  "writing --remove",
+                                  "odbc --engine oracle --database x",
+                                  "odbc --engine mariadb --database x --user y --server a,b",
+                                  "department join --name Ward1",
+                                  "department leave",
+                                  "report print",
+                                  "report print /dev/null --series 1.2 --output x.pdf",
+                                  "report print --series 1.2",
+                                  "report print /dev/null --version 2 --output x.pdf",
+                                  "report print --series 1.2 --output x.pdf --printer y"}) {
         const Outcome outcome = room.Tool(arguments);
         EXPECT_EQ(outcome.status, WrongArguments) << arguments;
         EXPECT_FALSE(outcome.err.empty()) << arguments;
@@ -698,6 +712,25 @@ TEST_F(TextBlocksTool, RemovesATextAndSaysWhenThereIsNone) {
 TEST_F(TextBlocksTool, SaysHowACatalogueOfBeforeGetsItsTable) {
     room.Run("DROP TABLE TextBlock");
     EXPECT_TRUE(Holds(room.Tool("texts list").err, "\"orbenta-catalogue upgrade\" makes it"));
+}
+
+TEST_F(Tool, SetsTheHelpInWritingOfTheSiteAndOfAPhysician) {
+    room.Tool("init");
+    EXPECT_EQ(room.Tool("writing").out, "The site: spelling off, dictation off\n");
+    EXPECT_EQ(room.Tool("writing --spelling en_US,it").out, "The site: spelling en_US,it, dictation off\n");
+    EXPECT_EQ(room.Tool("writing --dictation 'dictate --stdout'").out,
+              "The site: spelling en_US,it, dictation dictate --stdout\n");
+    EXPECT_EQ(room.Tool("writing --user mrossi --spelling off").out,
+              "The site: spelling en_US,it, dictation dictate --stdout\nmrossi: spelling off, dictation as the site\n");
+    EXPECT_EQ(room.Tool("writing --user mrossi --remove").out,
+              "The site: spelling en_US,it, dictation dictate --stdout\n");
+    EXPECT_EQ(room.Tool("writing --spelling off --dictation off").out, "The site: spelling off, dictation off\n");
+}
+
+TEST_F(Tool, SaysHowACatalogueOfBeforeCanBeToldOfTheHelpInWriting) {
+    room.Tool("init");
+    room.Run("DROP TABLE Writing");
+    EXPECT_TRUE(Holds(room.Tool("writing").err, "\"orbenta-catalogue upgrade\" makes it"));
 }
 
 } // namespace

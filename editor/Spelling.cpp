@@ -1,0 +1,234 @@
+#include "editor/Spelling.h"
+
+#include "host/Catalogue.h"
+#include "host/ErrorReport.h"
+#include "platform/text.h"
+
+#include <algorithm>
+#include <array>
+
+namespace tavrel {
+namespace {
+
+/// Words that are judged once a process; more are forgotten again.
+constexpr std::size_t MostJudged = 50'000;
+/// Rows of a code table whose words are known; nobody's table of a million codes shall hold up a report.
+constexpr int MostCodes = 20'000;
+
+constexpr std::array<std::string_view, 4> CodeMeanings = {
+    "SELECT CodeMeaning FROM StdTitles",
+    "SELECT CodeMeaning FROM StdBodyPart",
+    "SELECT CodeMeaning FROM StdFinding",
+    "SELECT CodeMeaning FROM StdDiagnosis",
+};
+
+char32_t CodePoint(std::string_view character) {
+    const auto byte = [&](std::size_t at) { return static_cast<unsigned char>(character[at]); };
+    char32_t point = character.size() == 1 ? byte(0) : byte(0) & (0x7FU >> character.size());
+    for (std::size_t at = 1; at < character.size(); ++at)
+        point = (point << 6U) | (byte(at) & 0x3FU);
+    return point;
+}
+
+enum class Sign { Letter, Inner, Unjudged, Other };
+
+/// What a character does to the word that it stands in.
+Sign SignOf(char32_t point) {
+    const auto within = [point](char32_t first, char32_t last) { return point >= first && point <= last; };
+    if (point < 0x80) {
+        const char c = static_cast<char>(point);
+        return IsLower(c) || IsUpper(c) ? Sign::Letter
+               : c == '\''              ? Sign::Inner
+               : IsDigit(c) || c == '_' ? Sign::Unjudged
+                                        : Sign::Other;
+    }
+    if (point == 0x2019 || point == 0xAD) // an apostrophe, a soft hyphen
+        return Sign::Inner;
+    const bool sign =
+        point < 0xC0 || point == 0xD7 || point == 0xF7 || within(0x2000, 0x2BFF) || within(0x3000, 0x303F);
+    const bool unparted = within(0x0E00, 0x0FFF) || within(0x1780, 0x17FF) || within(0x2E80, 0xABFF) ||
+                          within(0xF900, 0xFAFF) || point >= 0x1F000;
+    return sign ? Sign::Other : unparted ? Sign::Unjudged : Sign::Letter;
+}
+
+/// As dictionaries write it.
+std::string Plain(std::string_view word) {
+    std::string plain;
+    for (std::size_t at = 0; at < word.size();) {
+        const auto length = std::max<std::size_t>(CharacterLength(word.substr(at)), 1);
+        const auto character = word.substr(at, length);
+        plain += character == "\u2019" ? "'" : character == "\u00AD" ? "" : character;
+        at += length;
+    }
+    return plain;
+}
+
+} // namespace
+
+std::vector<TextMark> JudgeableWords(std::string_view text, Capitals capitals) {
+    std::vector<TextMark> words;
+    std::size_t begin = 0, end = 0; // of the word so far, up to its last letter
+    bool open = false, judgeable = true, small = false;
+    const auto close = [&] {
+        if (open && judgeable && (small || capitals == Capitals::Too) && end > begin)
+            words.push_back({begin, end - begin});
+        open = false;
+    };
+    for (std::size_t at = 0; at < text.size();) {
+        const auto length = CharacterLength(text.substr(at));
+        const auto character = text.substr(at, std::max<std::size_t>(length, 1));
+        const Sign sign = length == 0 ? Sign::Other : SignOf(CodePoint(character));
+        const bool starts = !open && (sign == Sign::Letter || sign == Sign::Unjudged);
+        if (sign == Sign::Other) {
+            close();
+        } else if (starts) {
+            begin = end = at;
+            open = judgeable = true;
+            small = false;
+        }
+        if (open && sign == Sign::Unjudged)
+            judgeable = false;
+        if (open && sign == Sign::Letter)
+            end = at + character.size();
+        small = small || (sign == Sign::Letter && !(character.size() == 1 && IsUpper(character.front())));
+        at += character.size();
+    }
+    close();
+    return words;
+}
+
+Spelling::Spelling(Global& global, TextBox& box, std::function<void()> told)
+    : global_(global), box_(box), told_(std::move(told)) {}
+
+void Spelling::Set(std::string_view languages) {
+    const auto& ports = global_.ports;
+    if (languages == languages_ || !ports.dictionaries)
+        return;
+    languages_ = languages;
+    dictionaries_.clear();
+    judged_.clear();
+    failure_.clear();
+    awaited_ = 0;
+    const int round = ++round_;
+    box_.Words(nullptr);
+    if (languages.empty())
+        return;
+    for (auto rest = languages; !rest.empty();) {
+        const auto comma = std::min(rest.find(','), rest.size());
+        std::string language(Trimmed(rest.substr(0, comma)));
+        rest.remove_prefix(std::min(comma + 1, rest.size()));
+        if (language == "locale")
+            language = ports.process.Language();
+        ++awaited_;
+        ports.dictionaries->Load(language, [this, round, language](std::unique_ptr<Dictionary> dictionary) {
+            if (round == round_)
+                Take(language, std::move(dictionary));
+        });
+    }
+}
+
+void Spelling::Take(const std::string& language, std::unique_ptr<Dictionary> dictionary) {
+    --awaited_;
+    if (dictionary)
+        dictionaries_.push_back(std::move(dictionary));
+    else
+        Fail(language.empty() ? "Spelling is not checked: the desktop names no language."
+                              : "Spelling is not checked: there is no dictionary for \"" + language + "\".");
+    // One language of two would call all words of the other wrong.
+    if (awaited_ > 0 || !failure_.empty() || dictionaries_.empty())
+        return;
+    ReadOwnWords();
+    ReadCodeWords();
+    box_.Words(this);
+}
+
+void Spelling::Fail(const std::string& why) {
+    global_.ports.process.LogToDesktop(why);
+    failure_ = why;
+    told_();
+}
+
+void Spelling::AnotherReport() {
+    failure_.clear();
+}
+
+std::string Spelling::OwnWordsFile() const {
+    return global_.ports.process.StateFolder() + "\\words.txt";
+}
+
+std::string Spelling::Folded(std::string_view word) const {
+    return global_.ports.letters.UpperCase(Plain(word));
+}
+
+void Spelling::ReadOwnWords() {
+    Trap(
+        [&] {
+            if (!global_.ports.files.Exists(OwnWordsFile()))
+                return;
+            const std::string text = global_.ports.files.ReadText(OwnWordsFile());
+            for (std::string_view rest = text; !rest.empty();) {
+                const auto end = std::min(rest.find('\n'), rest.size());
+                ownWords_.insert(Folded(TrimmedRight(rest.substr(0, end), "\r ")));
+                rest.remove_prefix(std::min(end + 1, rest.size()));
+            }
+        },
+        [&](const Error& error) {
+            global_.ports.process.LogToDesktop("The account's own words cannot be read: " + error.description);
+        });
+}
+
+void Spelling::ReadCodeWords() {
+    Trap(
+        [&] {
+            for (const std::string_view meanings : CodeMeanings) {
+                const auto rows = Catalogue(global_).OpenResultSet(meanings);
+                for (int row = 0; row < MostCodes && !rows->AtEnd(); rows->MoveNext(), ++row) {
+                    const std::string_view meaning = rows->Field(0).value_or("");
+                    for (const auto& [offset, length, kind] : JudgeableWords(meaning, Capitals::Too))
+                        codeWords_.insert(Folded(meaning.substr(offset, length)));
+                }
+                rows->Close();
+            }
+        },
+        [](const Error&) {}); // the dictionaries' own words are known all the same
+}
+
+std::vector<TextMark> Spelling::Unknown(std::string_view paragraph) {
+    auto words = JudgeableWords(paragraph);
+    std::erase_if(words,
+                  [&](const TextMark& word) { return Knows(std::string(paragraph.substr(word.offset, word.length))); });
+    return words;
+}
+
+bool Spelling::Knows(const std::string& word) {
+    if (const auto known = judged_.find(word); known != judged_.end())
+        return known->second;
+    if (judged_.size() > MostJudged)
+        judged_.clear();
+    const std::string plain = Plain(word), folded = Folded(word);
+    const bool knows =
+        ownWords_.contains(folded) || codeWords_.contains(folded) ||
+        std::ranges::any_of(dictionaries_, [&](const auto& dictionary) { return dictionary->Knows(plain); });
+    return judged_[word] = knows;
+}
+
+std::vector<std::string> Spelling::Suggestions(std::string_view word) {
+    std::vector<std::string> suggestions;
+    for (const auto& dictionary : dictionaries_)
+        std::ranges::copy(dictionary->Suggestions(Plain(word)), std::back_inserter(suggestions));
+    return suggestions;
+}
+
+void Spelling::Learn(std::string_view word) {
+    ownWords_.insert(Folded(word));
+    judged_.clear();
+    TrapShort(global_.ports.windows, "The word is known until the editor closes, but could not be kept: ", [&] {
+        auto& files = global_.ports.files;
+        if (!files.Exists(OwnWordsFile())) // which makes the folder
+            files.CreateNew(global_.ports.process.StateFolder(), "words", ".txt");
+        files.AppendText(OwnWordsFile(), Plain(word) + "\n");
+    });
+    box_.Words(this);
+}
+
+} // namespace tavrel

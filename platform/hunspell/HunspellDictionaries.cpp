@@ -1,0 +1,150 @@
+#include "platform/hunspell/HunspellDictionaries.h"
+
+#include <hunspell.hxx>
+#include <iconv.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cstdlib>
+#include <optional>
+#include <sstream>
+#include <system_error>
+#include <utility>
+
+namespace tavrel {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Converts words between two character sets.
+class Converter {
+public:
+    Converter(const std::string& to, const std::string& from) : handle_(iconv_open(to.c_str(), from.c_str())) {}
+    ~Converter() {
+        if (Works())
+            iconv_close(handle_);
+    }
+    Converter(const Converter&) = delete;
+    Converter& operator=(const Converter&) = delete;
+
+    bool Works() const { return handle_ != iconv_t(-1); }
+    /// Nothing when the other set lacks a character.
+    std::optional<std::string> Convert(std::string word) const {
+        constexpr std::size_t mostBytes = 4; // of a character, in any set
+        std::string converted(word.size() * mostBytes, '\0');
+        char *in = word.data(), *out = converted.data();
+        std::size_t left = word.size(), room = converted.size();
+        iconv(handle_, nullptr, nullptr, nullptr, nullptr);
+        if (iconv(handle_, &in, &left, &out, &room) != 0)
+            return std::nullopt;
+        converted.resize(converted.size() - room);
+        return converted;
+    }
+
+private:
+    iconv_t handle_;
+};
+
+class HunspellDictionary : public Dictionary {
+public:
+    HunspellDictionary(const fs::path& affixes, const fs::path& words)
+        : words_(affixes.c_str(), words.c_str()), to_(words_.get_dict_encoding(), "UTF-8"),
+          from_("UTF-8", words_.get_dict_encoding()) {}
+
+    bool Whole() const { return to_.Works() && from_.Works(); }
+
+    bool Knows(const std::string& word) override {
+        const auto converted = to_.Convert(word);
+        return converted && words_.spell(*converted);
+    }
+    std::vector<std::string> Suggestions(const std::string& word) override {
+        constexpr std::size_t longest = 40; // the search for likely words grows with the word
+        const auto converted = word.size() > longest ? std::nullopt : to_.Convert(word);
+        std::vector<std::string> suggestions;
+        if (converted)
+            for (const std::string& each : words_.suggest(*converted))
+                if (auto suggestion = from_.Convert(each))
+                    suggestions.push_back(*std::move(suggestion));
+        return suggestions;
+    }
+
+private:
+    Hunspell words_;
+    Converter to_;
+    Converter from_;
+};
+
+/// The dictionary's two files without their endings; empty when there are none.
+fs::path Find(const std::vector<fs::path>& folders, const std::string& language) {
+    for (const fs::path& folder : folders) {
+        std::vector<fs::path> found;
+        std::error_code failure;
+        for (const auto& entry : fs::directory_iterator(folder, failure)) {
+            const fs::path stem = entry.path().parent_path() / entry.path().stem();
+            const std::string name = stem.filename();
+            const bool ofLanguage = name == language || name.starts_with(language + "_");
+            if (ofLanguage && entry.path().extension() == ".dic" && fs::exists(fs::path(stem) += ".aff", failure))
+                found.push_back(stem);
+        }
+        if (found.empty())
+            continue;
+        // "it" is best served by "it", then by "it_IT", then by any other country's; English by its largest.
+        std::string country = "_" + language;
+        std::ranges::transform(country, country.begin(), [](unsigned char c) { return std::toupper(c); });
+        const auto fitness = [&](const fs::path& stem) {
+            const std::string name = stem.filename();
+            return name == language ? 0 : name == language + country || name == "en_US" ? 1 : 2;
+        };
+        return *std::ranges::min_element(found, [&](const fs::path& a, const fs::path& b) {
+            return std::pair(fitness(a), a) < std::pair(fitness(b), b);
+        });
+    }
+    return {};
+}
+
+std::unique_ptr<Dictionary> Read(const std::vector<fs::path>& folders, std::string language) {
+    std::ranges::replace(language, '-', '_');
+    const fs::path stem = language.empty() ? fs::path() : Find(folders, language);
+    if (stem.empty())
+        return nullptr;
+    auto dictionary = std::make_unique<HunspellDictionary>(fs::path(stem) += ".aff", fs::path(stem) += ".dic");
+    return dictionary->Whole() ? std::move(dictionary) : nullptr;
+}
+
+} // namespace
+
+std::vector<fs::path> DictionaryFolders() {
+    std::vector<fs::path> folders;
+    if (const char* path = std::getenv("DICPATH"))
+        for (std::istringstream list(path); list;) {
+            std::string folder;
+            if (std::getline(list, folder, ':') && !folder.empty())
+                folders.emplace_back(folder);
+        }
+    folders.insert(folders.end(), {"/usr/share/hunspell", "/usr/share/myspell", "/usr/share/myspell/dicts"});
+    return folders;
+}
+
+HunspellDictionaries::HunspellDictionaries(std::function<void(std::function<void()>)> post,
+                                           std::vector<fs::path> folders)
+    : post_(std::move(post)), folders_(std::move(folders)) {}
+
+HunspellDictionaries::~HunspellDictionaries() {
+    for (std::thread& thread : reading_)
+        thread.join();
+}
+
+void HunspellDictionaries::Load(std::string_view language, std::function<void(std::unique_ptr<Dictionary>)> done) {
+    reading_.emplace_back([this, language = std::string(language), done = std::move(done)] {
+        std::unique_ptr<Dictionary> read;
+        try {
+            read = Read(folders_, language);
+        } catch (const std::exception&) { // a damaged one is none
+        }
+        post_([done, handed = std::make_shared<std::unique_ptr<Dictionary>>(std::move(read))] {
+            done(std::move(*handed));
+        });
+    });
+}
+
+} // namespace tavrel

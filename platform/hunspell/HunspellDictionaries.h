@@ -1,0 +1,34 @@
+#pragma once
+
+#include "platform/dictionaries.h"
+
+#include <filesystem>
+#include <list>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace tavrel {
+
+/// Where the desktop's programs look for dictionaries: the folders of DICPATH, then those of the system.
+std::vector<std::filesystem::path> DictionaryFolders();
+
+/// The dictionaries of these folders, in the form of Hunspell ("en_US.aff" and "en_US.dic"), each read on a thread of
+/// its own: large ones take half a second.
+class HunspellDictionaries : public Dictionaries {
+public:
+    /// `post` runs a function on the user-interface thread, soon.
+    explicit HunspellDictionaries(std::function<void(std::function<void()>)> post,
+                                  std::vector<std::filesystem::path> folders = DictionaryFolders());
+    /// Waits until what is being read is read.
+    ~HunspellDictionaries() override;
+
+    void Load(std::string_view language, std::function<void(std::unique_ptr<Dictionary>)> done) override;
+
+private:
+    std::function<void(std::function<void()>)> post_;
+    std::vector<std::filesystem::path> folders_;
+    std::list<std::thread> reading_;
+};
+
+} // namespace tavrel

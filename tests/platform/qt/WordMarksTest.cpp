@@ -1,0 +1,186 @@
+#include "platform/word_check.h"
+#include "tests/platform/qt/OneOfEach.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QMenu>
+#include <QTest>
+#include <QTextBlock>
+#include <QTextLayout>
+#include <QTimer>
+
+#include <algorithm>
+
+namespace tavrel {
+namespace {
+
+/// Knows every word but "lnug".
+class Judge : public WordCheck {
+public:
+    std::vector<std::string> judged, learnt;
+
+    std::vector<TextMark> Unknown(std::string_view paragraph) override {
+        judged.emplace_back(paragraph);
+        std::vector<TextMark> unknown;
+        if (learnt.empty())
+            for (auto at = paragraph.find("lnug"); at != std::string_view::npos; at = paragraph.find("lnug", at + 1))
+                unknown.push_back({at, 4});
+        return unknown;
+    }
+    std::vector<std::string> Suggestions(std::string_view) override { return {"lung", "R&D"}; }
+    void Learn(std::string_view word) override { learnt.emplace_back(word); }
+};
+
+class WordMarking : public OneOfEachShown {
+protected:
+    WordMarking() {
+        form_.txtParagraphs.Words(&judge);
+        paragraphs_.setFocus();
+    }
+    ~WordMarking() override { form_.txtParagraphs.Words(nullptr); }
+
+    /// Start and length of what is underlined, in the whole text.
+    std::vector<std::pair<int, int>> Underlined() const {
+        std::vector<std::pair<int, int>> marks;
+        for (auto block = paragraphs_.document()->begin(); block.isValid(); block = block.next())
+            for (const auto& format : block.layout()->formats())
+                marks.emplace_back(block.position() + format.start, format.length);
+        return marks;
+    }
+    bool Becomes(const std::vector<std::pair<int, int>>& marks) {
+        return QTest::qWaitFor([&] { return Underlined() == marks; }, 3000);
+    }
+    /// Opens the context menu by the keyboard, chooses an entry (none: leaves it) and answers what it offered.
+    QStringList Choose(const QString& entry, Qt::Key key) {
+        QStringList offered;
+        QTimer::singleShot(0, [&] {
+            auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+            if (!menu)
+                return;
+            for (auto* action : menu->actions()) {
+                offered << action->text();
+                if (action->text() == entry)
+                    action->trigger();
+            }
+            menu->close();
+        });
+        if (key == Qt::Key_Menu) {
+            QContextMenuEvent asked(QContextMenuEvent::Keyboard, {}, {});
+            QApplication::sendEvent(&paragraphs_, &asked);
+        } else {
+            QTest::keyClick(&paragraphs_, key);
+        }
+        return offered;
+    }
+    void CaretTo(int position) {
+        auto cursor = paragraphs_.textCursor();
+        cursor.setPosition(position);
+        paragraphs_.setTextCursor(cursor);
+    }
+
+    Judge judge;
+};
+
+TEST_F(WordMarking, UnderlinesUnknownWordsOnceTheTypingPauses) {
+    QTest::keyClicks(&paragraphs_, "my lnug clear");
+    EXPECT_TRUE(Underlined().empty());
+    EXPECT_TRUE(Becomes({{3, 4}}));
+}
+
+TEST_F(WordMarking, LeavesTheWordAloneThatIsBeingWritten) {
+    QTest::keyClicks(&paragraphs_, "lnug");
+    QTest::qWait(500);
+    EXPECT_TRUE(Underlined().empty());
+    CaretTo(0);
+    EXPECT_TRUE(Becomes({{0, 4}}));
+}
+
+TEST_F(WordMarking, JudgesTheParagraphAloneThatHasChanged) {
+    form_.txtParagraphs.Text("one\r\nlnug two\r\nthree");
+    ASSERT_TRUE(Becomes({{4, 4}}));
+    judge.judged.clear();
+    CaretTo(0);
+    QTest::keyClicks(&paragraphs_, "x");
+    QTest::qWait(500);
+    EXPECT_EQ(judge.judged, std::vector<std::string>{"xone"});
+}
+
+TEST_F(WordMarking, IsNoEditOfTheText) {
+    form_.txtParagraphs.Text("lnug two");
+    ASSERT_TRUE(Becomes({{0, 4}}));
+    EXPECT_EQ(form_.txtParagraphs.Text(), "lnug two");
+    EXPECT_FALSE(paragraphs_.document()->isUndoAvailable());
+}
+
+TEST_F(WordMarking, OffersWhatMayBeMeant) {
+    form_.txtParagraphs.Text("é lnug two");
+    CaretTo(3);
+    const auto offered = Choose("lung", Qt::Key_Menu);
+    EXPECT_EQ(offered.mid(0, 3), (QStringList{"lung", "R&&D", "Add \"lnug\" to my words"}));
+    EXPECT_EQ(form_.txtParagraphs.Text(), "é lung two");
+    QTest::keyClick(&paragraphs_, Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_EQ(form_.txtParagraphs.Text(), "é lnug two");
+}
+
+TEST_F(WordMarking, LearnsAWord) {
+    form_.txtParagraphs.Text("é lnug two");
+    CaretTo(3);
+    Choose("Add \"lnug\" to my words", Qt::Key_Menu);
+    EXPECT_EQ(judge.learnt, std::vector<std::string>{"lnug"});
+}
+
+TEST_F(WordMarking, OffersNothingOfAWordThatIsKnown) {
+    form_.txtParagraphs.Text("é lnug two");
+    CaretTo(8);
+    EXPECT_FALSE(Choose({}, Qt::Key_Menu).contains("lung"));
+}
+
+TEST_F(WordMarking, GoesFromWordToWordByAKey) {
+    form_.txtParagraphs.Text("lnug one\r\ntwo lnug");
+    CaretTo(1);
+    EXPECT_TRUE(Choose({}, Qt::Key_F7).contains("lung"));
+    EXPECT_EQ(paragraphs_.textCursor().selectionStart(), 13);
+}
+
+TEST_F(WordMarking, BeginsAnewBehindTheLastWord) {
+    form_.txtParagraphs.Text("lnug one\r\ntwo lnug");
+    CaretTo(17);
+    Choose("lung", Qt::Key_F7);
+    EXPECT_EQ(form_.txtParagraphs.Text(), "lung one\r\ntwo lnug");
+}
+
+TEST_F(WordMarking, JudgesNothingThatCannotBeChanged) {
+    form_.txtParagraphs.Text("lnug two");
+    ASSERT_TRUE(Becomes({{0, 4}}));
+    form_.frmInside.Enabled(false);
+    EXPECT_TRUE(Becomes({}));
+    form_.frmInside.Enabled(true);
+    EXPECT_TRUE(Becomes({{0, 4}}));
+}
+
+TEST_F(WordMarking, IsGoneWithItsJudge) {
+    form_.txtParagraphs.Text("lnug two");
+    ASSERT_TRUE(Becomes({{0, 4}}));
+    form_.txtParagraphs.Words(nullptr);
+    EXPECT_TRUE(Becomes({}));
+}
+
+TEST_F(WordMarking, NeverHoldsUpAKey) {
+    std::string text;
+    for (int line = 0; line < 20'000; ++line)
+        text += "the lnug is clear and the heart is of the usual size\r\n";
+    form_.txtParagraphs.Text(text);
+    QTest::qWait(50); // the judging goes on
+    qint64 longest = 0;
+    for (int key = 0; key < 10; ++key) {
+        QElapsedTimer spent;
+        spent.start();
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 1);
+        longest = std::max(longest, spent.elapsed());
+    }
+    EXPECT_LT(longest, 200);
+}
+
+} // namespace
+} // namespace tavrel

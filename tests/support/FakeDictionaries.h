@@ -1,0 +1,38 @@
+#pragma once
+
+#include "platform/dictionaries.h"
+
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace tavrel::test {
+
+/// The machine's dictionaries, by language. A test says when one has been read.
+class FakeDictionaries : public Dictionaries {
+public:
+    std::map<std::string, std::set<std::string>> languages;
+    std::vector<std::string> asked;
+
+    void Load(std::string_view language, std::function<void(std::unique_ptr<Dictionary>)> done) override {
+        asked.emplace_back(language);
+        reading_.emplace_back(std::string(language), std::move(done));
+    }
+    /// All that is being read has been read.
+    void Finish() {
+        for (const auto& [language, done] : std::exchange(reading_, {}))
+            done(languages.contains(language) ? std::make_unique<Words>(languages.at(language)) : nullptr);
+    }
+
+private:
+    struct Words : Dictionary {
+        explicit Words(std::set<std::string> those) : words(std::move(those)) {}
+        bool Knows(const std::string& word) override { return words.contains(word); }
+        std::vector<std::string> Suggestions(const std::string& word) override { return {"not " + word}; }
+        std::set<std::string> words;
+    };
+    std::vector<std::pair<std::string, std::function<void(std::unique_ptr<Dictionary>)>>> reading_;
+};
+
+} // namespace tavrel::test
