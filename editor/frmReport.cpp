@@ -46,12 +46,13 @@ frmReport::frmReport(Global& global, ServiceEvents& serviceEvents, frmSRSeriesCh
                             cmdWritePlainly, lblPrintedLength, lblAdvice}),
       images_(global), drafts_(
                            global.ports, draftTimer, [this] { return Typed(); }, [this] { ShowDraft(); }),
-      watch_(watch) {
+      compare_(global), watch_(watch) {
     lstHistory.Click = [this] { lstHistory_Click(); };
     cmdSave.Click = [this] { cmdSave_Click(); };
     cmdApprove.Click = [this] { cmdApprove_Click(); };
     cmdNew.Click = [this] { cmdNew_Click(); };
     cmdLastVersion.Click = [this] { cmdLastVersion_Click(); };
+    cmdCompare.Click = [this] { cmdCompare_Click(); };
     cmdOthers.Click = [this] { cmdOthers_Click(); };
     cmdPrint.Click = [this] { cmdPrint_Click(); };
     cmdClose.Click = [this] { cmdClose_Click(); };
@@ -107,6 +108,7 @@ void frmReport::Form_Load() {
 void frmReport::Leave() {
     watch_.Stop();
     drafts_.Leave();
+    compare_.Dismiss();
     ForgetPrinted();
 }
 
@@ -140,6 +142,7 @@ void frmReport::LoadDocs() {
     TrapNumbered(global_.ports.windows, "frmReport.LoadDocs:", [&] {
         const auto& document = CurrentDocument(global_);
         drafts_.Leave();
+        compare_.Dismiss();
         if (shown_ && shown_->studyUid != global_.report->studyUid)
             StartClean();
         const auto opened = shown_ = global_.report;
@@ -185,6 +188,7 @@ void frmReport::FillHistory() {
         const auto& document = CurrentDocument(global_);
         for (std::int16_t i = 1; i <= document.VersionCount(); ++i)
             lstHistory.AddItem(document.Version(i));
+        cmdCompare.Enabled(document.VersionCount() > 1);
     });
 }
 

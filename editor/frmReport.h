@@ -7,6 +7,7 @@
 #include "editor/ReportOwner.h"
 #include "editor/ReportState.h"
 #include "editor/WritingHelp.h"
+#include "editor/frmCompare.h"
 #include "host/Global.h"
 #include "platform/error.h"
 #include "platform/person_name.h"
@@ -73,6 +74,7 @@ public:
     void cmdApprove_Click();
     void cmdNew_Click();
     void cmdLastVersion_Click();
+    void cmdCompare_Click();
     void cmdOthers_Click();
     void cmdPrint_Click();
     void cmdClose_Click();
@@ -86,6 +88,7 @@ public:
     Button cmdPutBack{*this, "cmdPutBack"}, cmdDiscard{*this, "cmdDiscard"};
 
     Button cmdOthers{*this, "cmdOthers"}, cmdNew{*this, "cmdNew"}, cmdLastVersion{*this, "cmdLastVersion"};
+    Button cmdCompare{*this, "cmdCompare"};
     ListBox lstHistory{*this, "lstHistory"};
 
     Frame frmReading{*this, "frmReading"};
@@ -218,6 +221,7 @@ private:
     WritingHelp writingHelp_;
     ImageHandOver images_;
     DraftKeeper drafts_;
+    frmCompare compare_;
     ReportOwner* owner_ = nullptr;
     std::shared_ptr<OpenedReport> shown_; ///< the report that the screen was filled from; none before the first
     ScreenState screen_;

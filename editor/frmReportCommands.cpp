@@ -230,6 +230,12 @@ void frmReport::cmdLastVersion_Click() {
     });
 }
 
+void frmReport::cmdCompare_Click() {
+    TrapNumbered(global_.ports.windows, "frmReport.cmdCompare_Click:", [&] {
+        compare_.Compare(ShownDocument(), txtPtName.Text(), lstHistory.ListIndex(), *this);
+    });
+}
+
 void frmReport::cmdOthers_Click() {
     TrapNumbered(global_.ports.windows, "frmReport.cmdOthers_Click:", [&] {
         MakeShownCurrent();

@@ -1,6 +1,7 @@
 #include "platform/qt/Layouts.h"
 
 #include "ui_frmBase.h"
+#include "ui_frmCompare.h"
 #include "ui_frmReport.h"
 #include "ui_frmSRSeriesChoice.h"
 
@@ -16,6 +17,7 @@ template <typename Designed> void LayOut(QWidget& window) {
 const Layouts& DesignedLayouts() {
     static const Layouts layouts{
         {"frmBase", LayOut<Ui::frmBase>},
+        {"frmCompare", LayOut<Ui::frmCompare>},
         {"frmReport", LayOut<Ui::frmReport>},
         {"frmSRSeriesChoice", LayOut<Ui::frmSRSeriesChoice>},
     };

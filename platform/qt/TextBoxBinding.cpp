@@ -69,6 +69,20 @@ void ReplaceLines(QTextCursor& cursor, const QString& from, const QString& to) {
     }
 }
 
+/// Beside its words, which are in the text: a change is told by its ground, and by a line under or through it.
+QTextCharFormat FormatOf(TextMark::Kind kind, const QWidget& widget) {
+    if (kind == TextMark::Kind::Wrong)
+        return MarkFormat(widget);
+    const bool added = kind == TextMark::Kind::Added;
+    constexpr int middle = 128;
+    const bool dark = widget.palette().color(QPalette::Base).lightness() < middle;
+    QTextCharFormat format;
+    format.setBackground(QColor(added ? (dark ? "#1d4029" : "#dcefe2") : (dark ? "#57262a" : "#fbdedb")));
+    format.setFontUnderline(added);
+    format.setFontStrikeOut(!added);
+    return format;
+}
+
 quint32 PhysicalKey(const QKeyEvent& key) {
     // The key's own number: what it means may change between press and release, with Shift for one.
     return key.nativeScanCode() != 0 ? key.nativeScanCode() : static_cast<quint32>(key.key());
@@ -317,13 +331,17 @@ void ParagraphsBinding::ShowWords() {
 }
 
 void ParagraphsBinding::ShowMarks() {
-    const auto format = MarkFormat(paragraphs_);
     QList<QTextEdit::ExtraSelection> marks;
-    for (const auto& [position, length] : Stretches(Box().Text(), Box().Marks())) {
-        QTextCursor stretch(paragraphs_.document());
-        stretch.setPosition(position);
-        stretch.setPosition(position + length, QTextCursor::KeepAnchor);
-        marks.append({stretch, format});
+    for (const auto kind : {TextMark::Kind::Wrong, TextMark::Kind::Added, TextMark::Kind::Removed}) {
+        std::vector<TextMark> ofKind;
+        std::ranges::copy_if(Box().Marks(), std::back_inserter(ofKind),
+                             [kind](const TextMark& mark) { return mark.kind == kind; });
+        for (const auto& [position, length] : Stretches(Box().Text(), ofKind)) {
+            QTextCursor stretch(paragraphs_.document());
+            stretch.setPosition(position);
+            stretch.setPosition(position + length, QTextCursor::KeepAnchor);
+            marks.append({stretch, FormatOf(kind, paragraphs_)});
+        }
     }
     if (!marks.isEmpty() || !paragraphs_.extraSelections().isEmpty())
         paragraphs_.setExtraSelections(marks);

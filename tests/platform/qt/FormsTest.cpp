@@ -33,6 +33,10 @@ TEST_F(Forms, TheCodeTablesManagerHasAWidgetForEachControl) {
     EXPECT_THAT(Missing(station_.codeTables), testing::IsEmpty());
 }
 
+TEST_F(Forms, TheComparisonHasAWidgetForEachControl) {
+    EXPECT_THAT(Missing(frmCompare(station_.global)), testing::IsEmpty());
+}
+
 TEST_F(Forms, TheListsAreDescribedByTheirNotesAsLongAsTheseAreSeen) {
     QWidget window;
     DesignedLayouts().at("frmReport")(window);
