@@ -28,6 +28,7 @@
 #include "platform/qt/FormWindow.h"
 #include "platform/qt/ProcessWindows.h"
 #include "platform/qt/QtBackground.h"
+#include "platform/qt/QtDictation.h"
 #include "platform/qt/QtReportPrinter.h"
 #include "platform/qt/QtTimer.h"
 #include "platform/qt/QtWindows.h"
@@ -71,8 +72,9 @@ int Run(PosixProcess& process) {
         QMetaObject::invokeMethod(qApp, std::move(act), Qt::QueuedConnection);
     };
     HunspellDictionaries dictionaries(soon);
+    QtDictation dictation;
     Global global({dicom, database, windows, files, process, std::make_unique<PosixUserInformation>, clock, letters,
-                   &dictionaries});
+                   &dictionaries, &dictation});
 
     frmBase codeTables(global);
     QtReportPrinter printer(windows);

@@ -246,6 +246,21 @@ void WritingHelp::PutIn(std::size_t offset, std::size_t length, std::string_view
     stepFrom_ = BlanksOf(written).empty() ? NoPlace : offset;
 }
 
+void WritingHelp::Insert(std::string_view text) {
+    const std::string_view reading = controls_.reading.Text();
+    const auto [offset, length, kind] = controls_.reading.Selection();
+    const auto begin = std::min(offset, reading.size()), end = std::min(offset + length, reading.size());
+    const bool afterWord = begin > 0 && !IsBlank(reading[begin - 1]);
+    const bool beforeWord = end < reading.size() && !IsBlank(reading[end]) &&
+                            std::string_view(".,;:!?)").find(reading[end]) == std::string_view::npos;
+    PutIn(begin, end - begin, (afterWord ? " " : "") + std::string(text) + (beforeWord ? " " : ""));
+}
+
+void WritingHelp::Say(std::string_view words) {
+    said_ = words;
+    TellAdvice();
+}
+
 std::size_t WritingHelp::BlanksLeft() const {
     return textBlocks_.Empty() || !controls_.frame.Enabled() ? 0 : BlanksOf(controls_.reading.Text()).size();
 }
@@ -268,8 +283,8 @@ void WritingHelp::TellAdvice() {
     const auto left = BlanksLeft();
     const auto blanks = left == 1 ? std::string("1 blank to fill in: F3 goes there")
                                   : std::to_string(left) + " blanks to fill in: F3 goes to the next";
-    controls_.advice.Text(left > 0 ? blanks : spelling_.Failure());
-    controls_.advice.Emphasis(left == 0 ? Label::Tone::Neutral : Label::Tone::Attention);
+    controls_.advice.Text(!said_.empty() ? said_ : left > 0 ? blanks : spelling_.Failure());
+    controls_.advice.Emphasis(said_.empty() && left == 0 ? Label::Tone::Neutral : Label::Tone::Attention);
 }
 
 } // namespace tavrel

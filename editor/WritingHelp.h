@@ -50,6 +50,11 @@ public:
     void HeadingChosen();
     /// How many blanks of text blocks are left in the reading.
     std::size_t BlanksLeft() const;
+    /// Puts text at the cursor of the reading, in place of what is selected, parted from the words around it.
+    void Insert(std::string_view text);
+    /// Shows this before any advice; an empty text ends that.
+    void Say(std::string_view words);
+    const WritingSettings& Settings() const { return settings_; }
     /// Selects the next blank of the reading, or the one before.
     void Step(bool back);
 
@@ -81,6 +86,7 @@ private:
     std::array<Field, 3> fields_;
     TextBlocks textBlocks_;
     bool withoutTextBlocks_ = false; ///< the catalogue has no table for them
+    std::string said_;
     WritingSettings settings_;
     bool withoutSettings_ = false;
     Spelling spelling_;

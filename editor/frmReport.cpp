@@ -44,6 +44,11 @@ frmReport::frmReport(Global& global, ServiceEvents& serviceEvents, frmSRSeriesCh
           cmdTitle, cmdBaseBody),
       writingHelp_(global, {cmbReportTitle, txtReportTitle, txtReportAnnotation, frmReading, lblUnwritable,
                             cmdWritePlainly, lblPrintedLength, lblAdvice}),
+      vocal_(global, {.shown = [this] { return shown_; },
+                      .editable = [this] { return frmReading.Enabled(); },
+                      .busy = [this] { return saving_ || filling_ > 0; },
+                      .putIn = [this](const std::string& text) { writingHelp_.Insert(text); },
+                      .say = [this](const std::string& words) { writingHelp_.Say(words); }}),
       images_(global), drafts_(
                            global.ports, draftTimer, [this] { return Typed(); }, [this] { ShowDraft(); }),
       compare_(global), watch_(watch) {
@@ -52,6 +57,7 @@ frmReport::frmReport(Global& global, ServiceEvents& serviceEvents, frmSRSeriesCh
     cmdApprove.Click = [this] { cmdApprove_Click(); };
     cmdNew.Click = [this] { cmdNew_Click(); };
     cmdLastVersion.Click = [this] { cmdLastVersion_Click(); };
+    cmdVocal.Click = [this] { vocal_.Press(); };
     cmdCompare.Click = [this] { cmdCompare_Click(); };
     cmdOthers.Click = [this] { cmdOthers_Click(); };
     cmdPrint.Click = [this] { cmdPrint_Click(); };
@@ -107,6 +113,7 @@ void frmReport::Form_Load() {
 
 void frmReport::Leave() {
     watch_.Stop();
+    vocal_.Drop({}); // before what is typed is kept
     drafts_.Leave();
     compare_.Dismiss();
     ForgetPrinted();
@@ -143,6 +150,8 @@ void frmReport::LoadDocs() {
         const auto& document = CurrentDocument(global_);
         drafts_.Leave();
         compare_.Dismiss();
+        if (shown_ != global_.report)
+            vocal_.Drop("The dictation was ended: another report was opened");
         if (shown_ && shown_->studyUid != global_.report->studyUid)
             StartClean();
         const auto opened = shown_ = global_.report;
@@ -158,6 +167,7 @@ void frmReport::LoadDocs() {
         global_.currentUserName = global_.userInformation->UserName();
         LookUpUserAndSite();
         writingHelp_.ReadSite();
+        vocal_.Command(writingHelp_.Settings().dictation);
         if (opened != shown_)
             return; // another was opened while the viewer was waited for
         watch_.Watch(opened->document->SeriesUid(), [this, report = opened](const WatchedReport& found) {
@@ -237,6 +247,7 @@ void frmReport::FillScreen() {
     screen_.notShown.clear();
     screen_.notStored.clear();
     const int fill = ++fills_;
+    ++filling_;
     Trap(
         [&] {
             const auto report = global_.report; // the viewer may be waited for below
@@ -269,6 +280,8 @@ void frmReport::FillScreen() {
             Lock(readOnly);
             ShowState();
         });
+    --filling_;
+    vocal_.GoOn();
 }
 
 void frmReport::FillPatientAndStudy(const DcmSRDocument& document) {
@@ -329,6 +342,8 @@ void frmReport::Lock(bool& readOnly) {
                                                      &cmdFnDelete, &cmdDxAdd, &cmdDxModify, &cmdDxDelete}))
         control->Enabled(readOnly);
     writingHelp_.Look();
+    if (!readOnly && vocal_.UnderWay())
+        vocal_.Drop("The dictation was ended: this version cannot be changed");
 }
 
 void frmReport::ShowState() {

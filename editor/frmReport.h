@@ -6,6 +6,7 @@
 #include "editor/PrintTable.h"
 #include "editor/ReportOwner.h"
 #include "editor/ReportState.h"
+#include "editor/Vocal.h"
 #include "editor/WritingHelp.h"
 #include "editor/frmCompare.h"
 #include "host/Global.h"
@@ -219,6 +220,7 @@ private:
     ReportPrinter& printer_;
     CodedEntries codedEntries_;
     WritingHelp writingHelp_;
+    Vocal vocal_;
     ImageHandOver images_;
     DraftKeeper drafts_;
     frmCompare compare_;
@@ -235,6 +237,7 @@ private:
     std::optional<PrintRow> printed_; ///< what this program has left in the print table
     ReportWatch& watch_;
     bool saving_ = false;
+    int filling_ = 0;                         ///< screen fills under way; the viewer may be waited for in one
     std::optional<WatchedReport> missedNews_; ///< told by the watch during a save
     bool handedOver_ = false;                 ///< a store event of this report came since the last save began
     std::vector<Error> storeFailures_;        ///< of store events, not yet told

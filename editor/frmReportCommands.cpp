@@ -59,6 +59,7 @@ bool frmReport::Save(std::string_view deed) {
     ShowState();
     if (const auto news = std::exchange(missedNews_, std::nullopt))
         TakeNews(*news);
+    vocal_.GoOn();
     return saved;
 }
 
@@ -167,6 +168,11 @@ std::optional<ContentNode> frmReport::LookUp(std::string_view whereMeaning, cons
 void frmReport::cmdApprove_Click() {
     TrapNumbered(global_.ports.windows, "Approve Report ", [&] {
         const int before = ShownDocument().NumVersions();
+        if (vocal_.UnderWay()) {
+            global_.ports.windows.Ask(
+                {.text = "A dictation is under way. \"Vocal\" ends it; then approve.", .title = {}});
+            return;
+        }
         if (!MayLeaveBlanks())
             return;
         if (!MayWrite("Approve"))

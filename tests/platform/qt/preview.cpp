@@ -1,5 +1,7 @@
 #include "platform/qt/FormWindow.h"
 #include "platform/qt/Look.h"
+#include "platform/text.h"
+#include "platform/word_check.h"
 #include "tests/editor/ReportingStation.h"
 
 #include <QApplication>
@@ -24,6 +26,18 @@ constexpr auto Reading =
     "station 4R. The heart is of normal size, no pericardial effusion. Regular calibre of the thoracic aorta with "
     "slight calcifications of the arch.\r\n\r\n"
     "Conclusion: no sign of recent disease. Granuloma of the right upper lobe, stable.";
+
+struct LearnedWords : WordCheck {
+    std::vector<TextMark> Unknown(std::string_view paragraph) override {
+        std::vector<TextMark> unknown;
+        for (const std::string_view word : {"leisons", "nodul "})
+            if (const auto at = paragraph.find(word); at != std::string_view::npos)
+                unknown.push_back({at, Trimmed(word).size()});
+        return unknown;
+    }
+    std::vector<std::string> Suggestions(std::string_view) override { return {}; }
+    void Learn(std::string_view) override {}
+};
 
 /// A workstation on which a day's work is being done.
 class Preview : public ReportingStation {
@@ -55,6 +69,7 @@ public:
         TakeKeys();
         TakeUnwritable();
         TakeCodes();
+        TakeWriting();
         editor.lstHistory.ListIndex(0);
         Picture(editor, "report-older", {1280, 800});
         TakeApproved();
@@ -103,6 +118,35 @@ private:
         Picture(codeTables, "codes-maintain");
         codeTables.cmdClose.Press();
     }
+    /// Of a site that has set what helps in writing.
+    void TakeWriting() {
+        Insert("TextBlock", {{"Kind", "template"},
+                             {"Name", "CT Report"},
+                             {"Body", "Lungs: ___\nHeart: ___, no pericardial effusion.\n\nConclusion: ___"}});
+        editor.Form_Load();
+        editor.txtReportAnnotation.Typed("");
+        editor.cmbReportTitle.Typed("CT");
+        editor.cmbReportTitle.Typed("CT Report");
+        Picture(editor, "report-template", {1280, 800});
+        Picture(editor, "report-template-large", {1920, 1080});
+        LearnedWords words;
+        editor.txtReportAnnotation.Typed("No focal parenchymal leisons in either lung.\r\nCalcified nodul of 4 mm.");
+        editor.txtReportAnnotation.Words(&words);
+        Picture(editor, "report-spelling", {1280, 800});
+        editor.txtReportAnnotation.Words(nullptr);
+        StoreInto("report1");
+        std::string later(Reading);
+        later.replace(later.find("4 mm"), 4, "6 mm").replace(later.find("stable"), 6, "larger than before");
+        editor.txtReportAnnotation.Typed(later);
+        editor.cmdSave.Press();
+        windows.onModal = [&](Form& form) {
+            Picture(form, "compare", {820, 600});
+            Picture(form, "compare-large", {1920, 1000});
+            form.FrameClosed();
+        };
+        editor.cmdCompare.Press();
+        windows.onModal = {};
+    }
     void TakeApproved() {
         OpenReport({.seriesUid = "1.2.3.2.2",
                     .seriesDir = "report2",
@@ -142,7 +186,7 @@ private:
                 throw std::runtime_error("no window is active");
             act(window);
         }
-        QCoreApplication::processEvents();
+        QTest::qWait(400); // also what is judged once the typing pauses
         if (!window.grab().save(prefix_ + name + ".png"))
             throw std::runtime_error("cannot write " + (prefix_ + name).toStdString());
         window.Dismiss();
