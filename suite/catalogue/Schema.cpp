@@ -130,7 +130,7 @@ constexpr std::array Codes{
     Column{"CodeValue", Code, LongString},
     Column{"CodeMeaning", Text, TextColumn},
 };
-constexpr std::array TextBlock{
+constexpr std::array TextBlocks{
     Column{"Kind", Text, ShortColumn},
     Column{"Name", Text, TextColumn},
     Column{"Body", Text, longest::TextBlock},
@@ -207,7 +207,7 @@ std::vector<Table> Tables() {
         Of("OutgoingClaim", OutgoingClaim, 3),
         Of("StorageArea", StorageArea, 5),
         Of(VersionTable, Versions, FirstWritten),
-        Of(text_block::Table, TextBlock, 7),
+        Of(text_block::Table, TextBlocks, 7),
         Of("Writing", Writing, 7),
     };
 }
