@@ -16,7 +16,7 @@ using Kind = TextPiece::Kind;
 constexpr std::size_t MostSteps = 30'000'000;
 constexpr std::size_t MostEdits = 1500;
 
-bool OfWord(char c) {
+bool WordCharacter(char c) {
     return IsDigit(c) || IsLower(c) || IsUpper(c) || c == '_' || static_cast<unsigned char>(c) >= 0x80;
 }
 
@@ -36,7 +36,7 @@ std::size_t TokenLength(std::string_view text) {
     };
     if (first == ' ' || first == '\t')
         return end([](char c) { return c == ' ' || c == '\t'; });
-    return OfWord(first) ? end([](char c) { return OfWord(c) && !StandsAlone(c); }) : 1;
+    return WordCharacter(first) ? end([](char c) { return WordCharacter(c) && !StandsAlone(c); }) : 1;
 }
 
 Tokens Words(std::string_view text) {
@@ -178,7 +178,7 @@ std::vector<TextPiece> Difference(std::string_view before, std::string_view afte
 
 std::size_t CountWords(std::string_view text) {
     return static_cast<std::size_t>(
-        std::ranges::count_if(Words(text), [](std::string_view word) { return OfWord(word.front()); }));
+        std::ranges::count_if(Words(text), [](std::string_view word) { return WordCharacter(word.front()); }));
 }
 
 } // namespace tavrel

@@ -25,7 +25,7 @@ std::string Count(std::size_t words, std::string_view what) {
 }
 
 /// The differences as they are read: by the eye, by who sees no colours, and aloud.
-class Written {
+class WrittenPieces {
 public:
     std::string text;
     std::vector<TextMark> marks;
@@ -102,7 +102,7 @@ std::vector<frmCompare::Part> frmCompare::PartsOf(int version) const {
 }
 
 void frmCompare::ShowParts(const std::vector<Part>& earlier, const std::vector<Part>& later) {
-    Written written;
+    WrittenPieces written;
     for (std::size_t part = 0; part < earlier.size(); ++part) {
         const auto& [name, before] = earlier[part];
         const std::string& after = later[part].text;

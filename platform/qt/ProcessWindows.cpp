@@ -14,12 +14,12 @@
 namespace tavrel {
 namespace {
 
-struct Free {
+struct FreeReply {
     void operator()(void* reply) const { std::free(reply); }
 };
 
-template <typename Reply> std::unique_ptr<Reply, Free> Taken(Reply* reply) {
-    return std::unique_ptr<Reply, Free>(reply);
+template <typename Reply> std::unique_ptr<Reply, FreeReply> Taken(Reply* reply) {
+    return std::unique_ptr<Reply, FreeReply>(reply);
 }
 
 /// What the X server tells of windows that may go at any moment: then it tells nothing.

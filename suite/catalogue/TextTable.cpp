@@ -107,7 +107,7 @@ void Delete(Connection& connection, const std::string& kind, const std::string& 
     RunChange(connection, "DELETE FROM TextBlock WHERE Kind=? AND Name=?", std::array{kind, name});
 }
 
-std::string Quoted(std::string_view field) {
+std::string InCsv(std::string_view field) {
     std::string quoted = "\"";
     for (const char c : field)
         quoted += c == '"' ? "\"\"" : std::string(1, c);
@@ -165,7 +165,7 @@ TextImport ImportTexts(Connection& connection, std::string_view csv, bool replac
 std::string ExportTexts(const std::vector<TextBlockRow>& texts) {
     std::string csv = "Kind,Name,Body\r\n";
     for (const auto& [kind, name, body] : texts)
-        csv += kind + "," + Quoted(name) + "," + Quoted(body) + "\r\n";
+        csv += kind + "," + InCsv(name) + "," + InCsv(body) + "\r\n";
     return csv;
 }
 
