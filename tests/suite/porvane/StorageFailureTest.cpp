@@ -1,4 +1,5 @@
 #include "platform/paths.h"
+#include "suite/catalogue/CatalogueVersion.h"
 #include "tests/suite/SuiteRoom.h"
 #include "tests/suite/TestObject.h"
 
@@ -157,18 +158,22 @@ TEST_F(StorageFailure, ACatalogueThatWasMadeBeforeIsNamedInTheLog) {
 }
 
 TEST_F(StorageFailure, ACatalogueOfLaterProgramsThatOnlyAddedServes) {
-    room.Run("INSERT INTO CatalogueVersion (Version, OldestWriter) VALUES (7, 1)");
+    room.Run("INSERT INTO CatalogueVersion (Version, OldestWriter) VALUES (99, 1)");
     const auto service = room.StartService();
-    EXPECT_NE(room.ServiceLog().find("has version 7, and this program knows 6 and goes on"), std::string::npos);
+    EXPECT_NE(room.ServiceLog().find("has version 99, and this program knows " + std::to_string(SchemaVersion) +
+                                     " and goes on"),
+              std::string::npos);
     EXPECT_EQ(TestObject().Send(room), Stored);
 }
 
 TEST_F(StorageFailure, ACatalogueInWhichOnlyLaterProgramsMayWriteIsLeftAlone) {
     const fs::path file = LeaveUnfinished("img_000001.dcm");
-    room.Run("INSERT INTO CatalogueVersion (Version, OldestWriter) VALUES (7, 7)");
+    room.Run("INSERT INTO CatalogueVersion (Version, OldestWriter) VALUES (99, 99)");
     Child service(room.ServiceCommand(), (room.Folder() / "porvane.log").string());
     EXPECT_EQ(service.Wait(), 1);
-    EXPECT_NE(room.ServiceLog().find("knows 6, too old to store there: install the porvane of"), std::string::npos);
+    EXPECT_NE(room.ServiceLog().find("knows " + std::to_string(SchemaVersion) +
+                                     ", too old to store there: install the porvane of"),
+              std::string::npos);
     EXPECT_TRUE(fs::exists(file));
 }
 
