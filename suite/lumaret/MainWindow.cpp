@@ -206,7 +206,7 @@ void MainWindow::ShowOtherReport(const OtherReports::Report& other, const QStrin
     if (!other.otherName.isEmpty())
         notice += '\n' + tr("It names %1, with the same ID.").arg(NameOnScreen(other.otherName));
     const bool hidden = pane_->isHidden();
-    pane_->ShowOther(other.report.series, files, notice, study.patientId);
+    pane_->ShowOther(other.report.series, files, notice, other.patient);
     MakeRoomForReport(hidden);
 }
 
@@ -421,9 +421,11 @@ void MainWindow::ShowItself() {
     activateWindow();
 }
 
-void MainWindow::ReportStored() {
+void MainWindow::ReportStored(const QDBusMessage& event) {
     Refresh();
-    if (tavrel_.Open())
+    constexpr qsizetype path = 5;
+    // What was kept as a file is stored some time, while another report may be open.
+    if (tavrel_.Open() && StudyUidOf(event.arguments().value(path).toString()) == tavrel_.OpenStudy())
         Say(tr("The report was saved."));
 }
 

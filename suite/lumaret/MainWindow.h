@@ -6,6 +6,7 @@
 #include "suite/lumaret/TavrelClient.h"
 #include "suite/lumaret/ViewerService.h"
 
+#include <QDBusMessage>
 #include <QMainWindow>
 #include <QPointer>
 
@@ -32,8 +33,8 @@ public:
     void Start();
 
 public slots:
-    /// The storage service has stored a report.
-    void ReportStored();
+    /// The storage service has stored a report: its event "OnStore".
+    void ReportStored(const QDBusMessage& event = {});
 
 signals:
     void NothingListed();

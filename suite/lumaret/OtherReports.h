@@ -1,5 +1,6 @@
 #pragma once
 
+#include "suite/lumaret/ImageFile.h"
 #include "suite/lumaret/StudyCatalogue.h"
 
 namespace tavrel {
@@ -8,14 +9,15 @@ namespace tavrel {
 struct OtherReports {
     struct Report {
         OtherReport report;
-        QString otherName; ///< what its newest file calls the patient, where that is another name
+        QString otherName;       ///< what its newest file calls the patient, where that is another name
+        PatientIdentity patient; ///< whose study it is shown beside
     };
     std::vector<Report> reports;
     int leftOut = 0; ///< whose own files name another patient, or another issuer of the same number
 };
 
-/// Those of the study's patient as the catalogue has it; the files themselves are asked who it is, beside `imageFile`,
-/// one of the study's (or none).
-OtherReports FindOtherReports(StudyCatalogue& catalogue, const StudyRow& study, const QString& imageFile);
+/// Those of the study's patient as the catalogue has it; the files themselves are asked who it is, beside `file`, one
+/// of the study's (or none).
+OtherReports FindOtherReports(StudyCatalogue& catalogue, const StudyRow& study, const QString& file);
 
 } // namespace tavrel

@@ -1,11 +1,13 @@
 #include "suite/lumaret/ReportFile.h"
 
 #include "platform/dcmtk/CharacterSet.h"
+#include "platform/dcmtk/DcmtkLibrary.h"
 #include "platform/dcmtk/DicomFile.h"
 #include "platform/dcmtk/TextElements.h"
 #include "platform/error.h"
 #include "platform/paths.h"
 #include "suite/lumaret/ScreenText.h"
+#include "suite/paper/ReportVersions.h"
 
 #include <dcmtk/config/osconfig.h>
 
@@ -119,16 +121,13 @@ QString DateAndTimeOf(DcmDataset& dataSet) {
     return QString::fromLatin1(date.c_str()).trimmed() + QString::fromLatin1(time.c_str()).trimmed();
 }
 
-/// Date and time of the content as DICOM writes them, without a separator; empty when the file does not say.
-QString SortKeyOf(const QString& path) {
+/// When the content was made, as the screen shows it; the file's name when it does not say.
+QString WhenWritten(const QString& path) {
+    QString dateAndTime;
     try {
-        return DateAndTimeOf(*HeaderOf(path).ParseEarlyPart().data);
-    } catch (const Error&) {
-        return {};
+        dateAndTime = DateAndTimeOf(*HeaderOf(path).ParseEarlyPart().data);
+    } catch (const Error&) { // it has gone meanwhile
     }
-}
-
-QString OnScreen(const QString& dateAndTime, const QString& path) {
     if (dateAndTime.size() < 8)
         return QFileInfo(path).fileName();
     QString time = dateAndTime.mid(8, 6);
@@ -141,15 +140,20 @@ QString OnScreen(const QString& dateAndTime, const QString& path) {
 } // namespace
 
 std::vector<ReportVersion> VersionsOf(const QStringList& files) {
-    std::vector<std::pair<QString, QString>> dated;
-    dated.reserve(static_cast<std::size_t>(files.size()));
-    for (const QString& file : files)
-        dated.emplace_back(SortKeyOf(file), file);
-    std::ranges::sort(dated, std::greater());
+    std::vector<std::string> paths(static_cast<std::size_t>(files.size()));
+    std::ranges::transform(files, paths.begin(), &QString::toStdString);
+    DcmtkLibrary library;
+    const ReportVersions ordered(library, paths);
     std::vector<ReportVersion> versions;
-    versions.reserve(dated.size());
-    for (const auto& [key, file] : dated)
-        versions.push_back({file, OnScreen(key, file)});
+    versions.reserve(paths.size());
+    for (int number = ordered.Count(); number > 0; --number) {
+        const QString file = QString::fromStdString(ordered.Files()[static_cast<std::size_t>(number) - 1]);
+        versions.push_back({file, WhenWritten(file), number});
+    }
+    for (const std::string& unreadable : ordered.UnreadableFiles()) {
+        const QString file = QString::fromStdString(unreadable);
+        versions.push_back({file, QFileInfo(file).fileName()});
+    }
     return versions;
 }
 

@@ -16,7 +16,7 @@
 #include <QTextBrowser>
 #include <QVBoxLayout>
 
-#include <utility>
+#include <algorithm>
 
 namespace tavrel {
 namespace {
@@ -54,7 +54,7 @@ ReportPane::ReportPane(QWidget* parent)
     auto* column = new QVBoxLayout(this);
     notice_->setWordWrap(true);
     notice_->setTextFormat(Qt::PlainText);
-    notice_->setAccessibleName(tr("Other study"));
+    notice_->setAccessibleName(tr("Notice"));
     QFont bold = notice_->font();
     bold.setBold(true);
     notice_->setFont(bold);
@@ -71,48 +71,63 @@ ReportPane::ReportPane(QWidget* parent)
 }
 
 void ReportPane::Show(const SeriesRow& series, const QStringList& files) {
-    Show(series, files, {}, {});
+    Show(series, files, {}, std::nullopt);
 }
 
 void ReportPane::ShowOther(const SeriesRow& series, const QStringList& files, const QString& notice,
-                           const QString& patientId) {
-    Show(series, files, notice, patientId);
+                           const PatientIdentity& patient) {
+    Show(series, files, notice, patient);
 }
 
 void ReportPane::Show(const SeriesRow& series, const QStringList& files, const QString& notice,
-                      const QString& patientId) {
-    notice_->setText(notice);
-    notice_->setHidden(notice.isEmpty());
-    patientId_ = patientId;
+                      const std::optional<PatientIdentity>& patient) {
+    otherStudy_ = notice;
+    patient_ = patient;
     series_ = series;
+    files_ = files;
     versions_ = VersionsOf(files);
     List({});
     show();
 }
 
 void ReportPane::Update(const QStringList& files) {
-    auto now = VersionsOf(files);
-    if (now == versions_)
-        return;
+    if (files == files_)
+        return; // a file never changes
     const int shown = versionBox_->currentIndex();
     const QString chosen = shown > 0 ? versions_[static_cast<std::size_t>(shown)].path : QString();
-    versions_ = std::move(now);
+    files_ = files;
+    versions_ = VersionsOf(files);
     List(chosen);
 }
 
 void ReportPane::List(const QString& chosen) {
+    const auto readable = std::ranges::count_if(versions_, [](const ReportVersion& each) { return each.number > 0; });
     int shown = 0;
     const QSignalBlocker quiet(versionBox_);
     versionBox_->clear();
     for (std::size_t index = 0; index < versions_.size(); ++index) {
-        versionBox_->addItem(tr("%3  (%1 of %2)")
-                                 .arg(QString::number(versions_.size() - index), QString::number(versions_.size()),
-                                      versions_[index].written));
-        if (versions_[index].path == chosen)
+        const auto& [path, written, number] = versions_[index];
+        versionBox_->addItem(number > 0
+                                 ? tr("%3  (%1 of %2)").arg(QString::number(number), QString::number(readable), written)
+                                 : tr("%1  (cannot be read)").arg(written));
+        if (path == chosen)
             shown = static_cast<int>(index);
     }
+    Notice();
     versionBox_->setCurrentIndex(versions_.empty() ? -1 : shown);
     ShowVersion(versionBox_->currentIndex());
+}
+
+void ReportPane::Notice() {
+    QStringList lines = {otherStudy_};
+    const auto unreadable = std::ranges::count(versions_, 0, &ReportVersion::number);
+    if (unreadable == 1 && versions_.size() > 1)
+        lines += tr("There may be a newer version: 1 file of this report cannot be read.");
+    else if (unreadable > 1)
+        lines += tr("There may be a newer version: %1 files of this report cannot be read.").arg(unreadable);
+    lines.removeAll(QString());
+    notice_->setText(lines.join('\n'));
+    notice_->setHidden(lines.isEmpty());
 }
 
 void ReportPane::ShowVersion(int index) {
@@ -122,16 +137,18 @@ void ReportPane::ShowVersion(int index) {
         return;
     }
     const QString& path = versions_[static_cast<std::size_t>(index)].path;
-    if (!patientId_.isEmpty()) {
-        const auto patient = PatientIn(path);
-        if (patient && patient->id != patientId_) {
-            text_->setPlainText(tr("This version names another patient and is not shown."));
-            return;
-        }
+    const auto named = patient_ ? PatientIn(path) : std::nullopt;
+    if (named && !SamePatient(*named, *patient_)) {
+        text_->setPlainText(tr("This version names another patient and is not shown."));
+        return;
     }
-    print_->setEnabled(true);
+    print_->setEnabled(!patient_ || named);
     try {
-        text_->setHtml(ReportAsHtml(path));
+        const QString html = ReportAsHtml(path);
+        if (patient_ && !named)
+            text_->setPlainText(tr("This version does not tell whose it is and is not shown."));
+        else
+            text_->setHtml(html);
     } catch (const Error& error) {
         text_->setPlainText(QString::fromStdString(error.description));
     }
@@ -158,6 +175,7 @@ void ReportPane::Print() {
 void ReportPane::Clear() {
     hide();
     series_ = {};
+    files_.clear();
     versions_.clear();
     versionBox_->clear();
     text_->clear();

@@ -1,9 +1,13 @@
 #pragma once
 
+#include "suite/lumaret/ImageFile.h"
 #include "suite/lumaret/ReportFile.h"
 #include "suite/lumaret/StudyCatalogue.h"
 
 #include <QWidget>
+
+#include <optional>
+#include <vector>
 
 class QComboBox;
 class QLabel;
@@ -22,7 +26,8 @@ public:
     /// Shows itself and the newest of the series' files.
     void Show(const SeriesRow& series, const QStringList& files);
     /// The same of another study, which `notice` tells of; a version that names another patient is not shown.
-    void ShowOther(const SeriesRow& series, const QStringList& files, const QString& notice, const QString& patientId);
+    void ShowOther(const SeriesRow& series, const QStringList& files, const QString& notice,
+                   const PatientIdentity& patient);
     /// The series' files as they are now: the version on screen stays, unless it was the newest and there
     /// is a newer one.
     void Update(const QStringList& files);
@@ -38,14 +43,19 @@ private:
     /// Shows the version's pages, from which a person prints or saves a PDF.
     void Print();
 
-    void Show(const SeriesRow& series, const QStringList& files, const QString& notice, const QString& patientId);
+    void Show(const SeriesRow& series, const QStringList& files, const QString& notice,
+              const std::optional<PatientIdentity>& patient);
+    /// What stands over the report.
+    void Notice();
 
     QLabel* notice_;
     QComboBox* versionBox_;
     QPushButton* print_;
     QTextBrowser* text_;
     SeriesRow series_;
-    QString patientId_; ///< of the one whose report of another study it is, or empty
+    QString otherStudy_;                     ///< what is said of it, or empty
+    std::optional<PatientIdentity> patient_; ///< whose report of another study it is
+    QStringList files_;
     std::vector<ReportVersion> versions_;
 };
 

@@ -40,16 +40,21 @@ struct OpenedStudy {
     std::vector<SeriesRow> series;
     std::optional<std::size_t> images;
     QStringList files;
+    QString anyFile; ///< where there are no images, that of a report
 };
 
 OpenedStudy Opened(StudyCatalogue& catalogue, const QString& studyUid) {
-    OpenedStudy study{catalogue.SeriesOf(studyUid), {}, {}};
+    OpenedStudy study{catalogue.SeriesOf(studyUid), {}, {}, {}};
     const auto images = std::ranges::find_if(
         study.series, [](const SeriesRow& series) { return !series.IsDocument() && !series.IsPresentation(); });
     if (images != study.series.end()) {
         study.images = static_cast<std::size_t>(images - study.series.begin());
         study.files = catalogue.FilesOf(*images);
     }
+    study.anyFile = study.files.value(0);
+    for (const SeriesRow& series : study.series)
+        if (study.anyFile.isEmpty())
+            study.anyFile = catalogue.FilesOf(series).value(0);
     return study;
 }
 
@@ -189,7 +194,7 @@ void StudyPanel::ChooseStudy() {
                 seriesTable_->selectRow(static_cast<int>(*opened.images));
                 emit ImagesChosen(series_[*opened.images], opened.files, !imageLeft_);
             }
-            AskForOtherReports(study, opened.files.value(0)); // once the first image stands
+            AskForOtherReports(study, opened.anyFile); // once the first image stands
         },
         [this](const QString& words) { SayFailure(words); });
 }
@@ -226,9 +231,9 @@ void StudyPanel::Refresh() {
         [this](const QString& words) { SayFailure(words); });
 }
 
-void StudyPanel::AskForOtherReports(const StudyRow& study, const QString& imageFile) {
+void StudyPanel::AskForOtherReports(const StudyRow& study, const QString& file) {
     catalogue_.Ask(
-        Others, [study, imageFile](StudyCatalogue& catalogue) { return FindOtherReports(catalogue, study, imageFile); },
+        Others, [study, file](StudyCatalogue& catalogue) { return FindOtherReports(catalogue, study, file); },
         [this](const OtherReports& found) { ListOtherReports(found); },
         [this](const QString& words) { SayFailure(words); });
 }
@@ -238,7 +243,7 @@ void StudyPanel::ListOtherReports(const OtherReports& found) {
     others_ = found.reports;
     QList<QStringList> rows;
     bool otherNames = false;
-    for (const auto& [report, otherName] : others_) {
+    for (const auto& [report, otherName, patient] : others_) {
         rows += {DateOnScreen(report.study.date), report.study.description, KindOnScreen(report.series),
                  report.series.status, NameOnScreen(otherName)};
         otherNames = otherNames || !otherName.isEmpty();

@@ -56,7 +56,7 @@ private:
     void ChooseSeries();
     void ActivateSeries();
     void FillSeries();
-    void AskForOtherReports(const StudyRow& study, const QString& imageFile);
+    void AskForOtherReports(const StudyRow& study, const QString& file);
     void ListOtherReports(const OtherReports& found);
     void ChooseOtherReport();
     void List(const std::vector<StudyRow>& studies);

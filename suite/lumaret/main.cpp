@@ -57,7 +57,7 @@ int main(int argumentCount, char** arguments) {
     TavrelClient tavrel(bus);
     MainWindow window(catalogue, tavrel, service);
     bus.connect(PorvaneService.service, PorvaneService.path, PorvaneService.interface, "OnStore", &window,
-                SLOT(ReportStored()));
+                SLOT(ReportStored(QDBusMessage)));
     TellDisplay(bus);
     SetupOffer setup(window, QApplication::applicationDirPath() + "/orbenta-catalogue");
     QObject::connect(&setup, &SetupOffer::Done, &window, &MainWindow::Start);

@@ -62,6 +62,12 @@ ReportVersions::ReportVersions(DicomLibrary& dicom, const std::vector<std::strin
     }
 }
 
+std::vector<std::string> ReportVersions::UnreadableFiles() const {
+    std::vector<std::string> files(unreadable_.size());
+    std::ranges::transform(unreadable_, files.begin(), &Unreadable::file);
+    return files;
+}
+
 int ReportVersions::NumberOf(std::string_view file) const {
     if (const auto found = std::ranges::find(files_, file); found != files_.end())
         return static_cast<int>(found - files_.begin()) + 1;

@@ -17,6 +17,10 @@ public:
     ReportVersions(DicomLibrary& dicom, const std::vector<std::string>& files);
 
     int Count() const { return static_cast<int>(files_.size()); }
+    /// Those that can be read, in the order in which they were written.
+    const std::vector<std::string>& Files() const { return files_; }
+    /// Of which nothing is known; one of them may be the newest version.
+    std::vector<std::string> UnreadableFiles() const;
     /// Which version, from 1, one of the files is. An error says why it is none.
     int NumberOf(std::string_view file) const;
     /// The pages of a version. An error when there is none of that number, or it holds no structured report.

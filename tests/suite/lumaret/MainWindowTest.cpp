@@ -136,18 +136,18 @@ protected:
 };
 
 TEST_F(MainWindowTest, SaysOnceThatTheCatalogueIsOfLaterPrograms) {
-    rows.Run("INSERT INTO CatalogueVersion (Version, OldestWriter) VALUES (7, 1)");
+    rows.Run("INSERT INTO CatalogueVersion (Version, OldestWriter) VALUES (99, 1)");
     window.Start();
     EXPECT_EQ(Message(), "The programs of this workstation are older than the catalogue: what is new there may not be "
                          "shown. Please have them updated.");
-    rows.Run("DELETE FROM CatalogueVersion WHERE Version=7");
+    rows.Run("DELETE FROM CatalogueVersion WHERE Version=99");
 }
 
 TEST_F(MainWindowTest, SaysWhatBecomesOfReportsWhereOnlyLaterProgramsStore) {
-    rows.Run("INSERT INTO CatalogueVersion (Version, OldestWriter) VALUES (7, 7)");
+    rows.Run("INSERT INTO CatalogueVersion (Version, OldestWriter) VALUES (99, 99)");
     window.Start();
     EXPECT_TRUE(Message().endsWith("Reports that are saved here are kept until then.")) << Message().toStdString();
-    rows.Run("DELETE FROM CatalogueVersion WHERE Version=7");
+    rows.Run("DELETE FROM CatalogueVersion WHERE Version=99");
 }
 
 TEST_F(MainWindowTest, ShowsAnOlderCatalogueWithoutAWord) {
@@ -311,6 +311,17 @@ TEST_F(MainWindowTest, AReportThatCannotBeReadIsNamedInItsPlace) {
     Series().selectRow(2);
     Version().setCurrentIndex(Version().findText("2.dcm", Qt::MatchStartsWith));
     EXPECT_TRUE(Shown().startsWith("2.dcm cannot be shown: ")) << Shown().toStdString();
+}
+
+TEST_F(MainWindowTest, AVersionIsNotTakenForTheNewestWhileAnotherCannotBeRead) {
+    ChooseReport();
+    QFile::resize(folder.filePath("REP/2.dcm"), 300);
+    Series().selectRow(0);
+    Series().selectRow(2);
+    EXPECT_EQ(Version().itemText(0), "14/11/2026 10:15:00  (1 of 1)");
+    EXPECT_EQ(Version().itemText(1), "2.dcm  (cannot be read)");
+    EXPECT_EQ(Named<QLabel>("Notice").text(), "There may be a newer version: 1 file of this report cannot be read.");
+    EXPECT_TRUE(Named<QLabel>("Notice").isVisible());
 }
 
 TEST_F(MainWindowTest, AShownReportFetchesNothing) {
@@ -576,6 +587,21 @@ TEST_F(MainWindowTest, AStoredReportComesIntoTheListAndTheImageStays) {
     EXPECT_EQ(Series().rowCount(), 4);
     EXPECT_EQ(Series().currentRow(), 2);
     EXPECT_EQ(Image().View().frame, 1);
+}
+
+TEST_F(MainWindowTest, OnlyWhatIsStoredOfTheOpenReportIsSaidToBeSaved) {
+    OpenReport();
+    const QString before = Message();
+    const auto stored = [&](const char* study) {
+        const QString path = folder.filePath("stored.dcm");
+        WriteReport(path, {.studyUid = study});
+        QDBusMessage event;
+        event.setArguments({"PORVANE", "PORVANE", "", "", "", path});
+        window.ReportStored(event);
+        return Message();
+    };
+    EXPECT_EQ(stored("1.2.4"), before); // kept as a file before, and stored now
+    EXPECT_EQ(stored("1.2.3"), "The report was saved.");
 }
 
 TEST_F(MainWindowTest, HasPlaceBesideTheEditorOnASmallScreen) {

@@ -122,7 +122,7 @@ protected:
     }
     QString Notice() const {
         for (auto* label : window.findChild<ReportPane*>()->findChildren<QLabel*>())
-            if (label->accessibleName() == "Other study" && label->isVisible())
+            if (label->accessibleName() == "Notice" && label->isVisible())
                 return label->text();
         return {};
     }
@@ -182,6 +182,33 @@ TEST_F(OtherReportsOnScreen, AVersionOfAnotherPatientIsNotShown) {
     WriteReport(File("1.2.2", "2.dcm"), {.title = "Secret", .date = "20261231", .patientId = "P2"});
     Others().selectRow(0); // it was listed before that version came
     EXPECT_EQ(Paper().toPlainText(), "This version names another patient and is not shown.");
+}
+
+TEST_F(OtherReportsOnScreen, AVersionOfTheSameNumberFromAnotherIssuerIsNotShown) {
+    WriteImage(File("1.2.3", "1.dcm"), {.issuer = "North"});
+    Choose("1.2.8");
+    Choose("1.2.3");
+    rows.AddImage("1.2.2.1", "2.dcm", 2);
+    WriteReport(File("1.2.2", "2.dcm"), {.title = "Secret", .date = "20261231", .issuer = "South"});
+    Others().selectRow(0);
+    EXPECT_EQ(Paper().toPlainText(), "This version names another patient and is not shown.");
+}
+
+TEST_F(OtherReportsOnScreen, AVersionThatDoesNotTellItsPatientIsNotShown) {
+    const std::string endless(5000, 'X'); // in a header it is refused
+    WriteReport(File("1.2.2", "1.dcm"), {.patientName = endless.c_str(), .title = "Secret"});
+    Others().selectRow(0);
+    EXPECT_EQ(Paper().toPlainText(), "This version does not tell whose it is and is not shown.");
+}
+
+TEST_F(OtherReportsOnScreen, OfAStudyWithoutImagesAreOfTheIssuerThatItsReportNames) {
+    AddStudy("1.2.4", "P1", "20261114", "SR"); // listed like the one with the image
+    rows.Run("DELETE FROM Study WHERE StudyInstanceUID = '1.2.3'");
+    WriteReport(File("1.2.4", "1.dcm"), {.issuer = "North"});
+    WriteReport(File("1.2.2", "1.dcm"), {.issuer = "South"});
+    window.Start();
+    Choose("1.2.3");
+    EXPECT_EQ(Others().rowCount(), 0);
 }
 
 TEST_F(OtherReportsOnScreen, GiveWayToTheStudysOwnReportAndComeBack) {

@@ -200,5 +200,12 @@ TEST_F(ReportFileTest, VersionsComeNewestFirstWithTheirDates) {
               (QStringList{"15/11/2026 00:01", "14/11/2026 23:59:59", "c.dcm", "0.dcm"}));
 }
 
+TEST_F(ReportFileTest, AVersionIsNewerThanThoseThatItNamesWhateverTheClockSaid) {
+    const QString first = folder.filePath("1.dcm"), second = folder.filePath("2.dcm");
+    WriteReport(first, {.time = "101500", .uid = "1.2.3.3.1"});
+    WriteReport(second, {.time = "091500", .uid = "1.2.3.3.2", .predecessor = "1.2.3.3.1"});
+    EXPECT_EQ(Written({first, second}), (QStringList{"14/11/2026 09:15:00", "14/11/2026 10:15:00"}));
+}
+
 } // namespace
 } // namespace tavrel::test

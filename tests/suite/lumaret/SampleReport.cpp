@@ -43,14 +43,20 @@ void WriteReport(const QString& path, const SampleReport& report) {
     AddText(tree, "Reading", report.reading, DSRTypes::AM_afterCurrent);
     if (report.comprehensive)
         AddMeasurement(tree);
+    if (*report.predecessor)
+        Check(
+            document.getPredecessorDocuments().addItem("1.2.3", "1.2.3.3", UID_BasicTextSRStorage, report.predecessor));
     DcmFileFormat file;
     Check(document.write(*file.getDataset()));
     DcmDataset& dataSet = *file.getDataset();
     dataSet.putAndInsertString(DCM_SpecificCharacterSet, report.characterSet);
     dataSet.putAndInsertString(DCM_PatientName, report.patientName);
     dataSet.putAndInsertString(DCM_PatientID, report.patientId);
-    if (*report.issuer)
-        dataSet.putAndInsertString(DCM_IssuerOfPatientID, report.issuer);
+    for (const auto& [tag, value] :
+         {std::pair(DCM_IssuerOfPatientID, report.issuer), std::pair(DCM_SOPInstanceUID, report.uid),
+          std::pair(DCM_StudyInstanceUID, report.studyUid)})
+        if (*value)
+            dataSet.putAndInsertString(tag, value);
     dataSet.putAndInsertString(DCM_ContentDate, report.date);
     dataSet.putAndInsertString(DCM_ContentTime, report.time);
     Check(file.saveFile(QFile::encodeName(path).constData(), EXS_LittleEndianExplicit));

@@ -14,7 +14,10 @@ struct SampleReport {
     const char* time = "101500";
     bool comprehensive = false; ///< of the class Comprehensive SR, with a measurement and an image
     const char* patientId = "P1";
-    const char* issuer = ""; ///< of the identifier
+    const char* issuer = "";      ///< of the identifier
+    const char* uid = "";         ///< of the document; one of its own when empty
+    const char* predecessor = ""; ///< the document before it, or none
+    const char* studyUid = "";    ///< one of its own when empty
 };
 
 void WriteReport(const QString& path, const SampleReport& report = {});
