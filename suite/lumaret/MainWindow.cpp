@@ -5,13 +5,11 @@
 #include <QAction>
 #include <QEvent>
 #include <QFileInfo>
-#include <QGuiApplication>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMessageBox>
 #include <QPushButton>
-#include <QScreen>
 #include <QSplitter>
 #include <QStatusBar>
 #include <QToolBar>
@@ -84,7 +82,7 @@ void MainWindow::BuildSelection() {
     for (QSplitter* splitter : {splitter_, imageAndReport_})
         splitter->setChildrenCollapsible(false);
     setCentralWidget(splitter_);
-    resize(QGuiApplication::primaryScreen()->availableSize() * 0.9);
+    setObjectName("viewer"); // by which its place is kept
     Arrange();
 }
 

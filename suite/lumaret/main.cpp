@@ -3,12 +3,14 @@
 #include "platform/dbus/BusNames.h"
 #include "platform/odbc/OdbcDatabase.h"
 #include "platform/posix/ShellAnswer.h"
+#include "platform/posix/StateFolder.h"
 #include "platform/qt/ApplicationOnDisplay.h"
 #include "platform/qt/DesktopLook.h"
 #include "platform/qt/WindowIcon.h"
 #include "suite/catalogue/OdbcEntry.h"
 #include "suite/lumaret/MainWindow.h"
 #include "suite/lumaret/SetupOffer.h"
+#include "suite/lumaret/ViewerPlace.h"
 
 #include <QApplication>
 #include <QDBusMetaType>
@@ -61,6 +63,7 @@ int main(int argumentCount, char** arguments) {
     TellDisplay(bus);
     SetupOffer setup(window, QApplication::applicationDirPath() + "/orbenta-catalogue");
     QObject::connect(&setup, &SetupOffer::Done, &window, &MainWindow::Start);
+    const ViewerPlace place(window, QString::fromLocal8Bit(StateFolder() + "/viewer"));
     window.show();
     // The driver manager, once it has looked for an entry in vain, goes on for a while without looking again.
     if (EntryInForce("DicomFDB").empty()) {
