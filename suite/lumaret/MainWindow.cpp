@@ -83,7 +83,6 @@ void MainWindow::BuildSelection() {
         splitter->setChildrenCollapsible(false);
     setCentralWidget(splitter_);
     setObjectName("viewer"); // by which its place is kept
-    Arrange();
 }
 
 QAction* MainWindow::AddAction(QToolBar& bar, const QString& caption, const QString& help, const QKeySequence& key,
@@ -440,8 +439,8 @@ void MainWindow::resizeEvent(QResizeEvent* event) {
 }
 
 void MainWindow::Arrange() {
-    imageAndReport_->setOrientation(narrow_ ? Qt::Vertical : Qt::Horizontal);
-    const int panel = narrow_ ? width() * 9 / 20 : std::clamp(width() / 3, 330, 560);
+    imageAndReport_->setOrientation(*narrow_ ? Qt::Vertical : Qt::Horizontal);
+    const int panel = *narrow_ ? width() / 2 : std::clamp(width() / 3, 330, 560);
     splitter_->setSizes({panel, width() - panel});
 }
 

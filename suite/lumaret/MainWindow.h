@@ -11,6 +11,7 @@
 #include <QPointer>
 
 #include <map>
+#include <optional>
 
 class QAction;
 class QLineEdit;
@@ -120,8 +121,8 @@ private:
     QStringList files_; ///< its slices
     int file_ = 0;
     int frame_ = 0;
-    bool narrow_ = false;     ///< with no room for three columns
-    bool sliceShown_ = false; ///< not an image of the report
+    std::optional<bool> narrow_; ///< with no room for three columns; nothing before it has a size
+    bool sliceShown_ = false;    ///< not an image of the report
 };
 
 } // namespace tavrel

@@ -78,7 +78,7 @@ QWidget* Framed(const QString& title, QWidget* content) {
 StudyPanel::StudyPanel(CatalogueQuestions& catalogue)
     : catalogue_(catalogue), name_(SearchBox(tr("parts of the name"))), id_(SearchBox(tr("part of the identifier"))),
       date_(SearchBox(tr("dd/mm/yyyy, mm/yyyy or yyyy"))),
-      studyTable_(new FittedTable({{tr("Patient"), 3}, {tr("ID"), 2}, {tr("Date")}, {tr("Study"), 2}}, tr("Studies"))),
+      studyTable_(new FittedTable({{tr("Patient"), 6}, {tr("ID"), 3}, {tr("Date")}, {tr("Study"), 2}}, tr("Studies"))),
       seriesTable_(new FittedTable(
           {{tr("No.")}, {tr("Kind"), 3}, {tr("Files")}, {tr("Status"), 2}, {tr("Description"), 3}}, tr("Series"))),
       otherTable_(new FittedTable(
