@@ -9,6 +9,7 @@
 #include "platform/sql.h"
 #include "platform/uid.h"
 #include "suite/catalogue/DepartmentCheck.h"
+#include "suite/catalogue/EditorPlace.h"
 #include "suite/catalogue/FolderImport.h"
 #include "suite/catalogue/Schema.h"
 #include "suite/catalogue/SchemaFaults.h"
@@ -83,14 +84,14 @@ public:
         : catalogue_(catalogue), dicom_(dicom), studies_(std::move(studies)), mending_(mending),
           engine_(DetectEngine(catalogue)) {}
 
-    std::vector<CheckResult> Run(const std::string& userName, const std::filesystem::path& unsent) {
+    std::vector<CheckResult> Run(const ReportingAccount& account) {
         if (Schema()) {
             const bool here = LookAtDepartment(); // or the owner asks, who has no desk
             Form();
             Site();
             if (here) {
                 Node();
-                Signature(userName);
+                Signature(account.name);
             }
             Codes();
             Apostrophes();
@@ -100,7 +101,8 @@ public:
             Service();
             Archive();
         }
-        Unsent(unsent);
+        Unsent(account.unsent);
+        Log(account);
         return std::move(results_);
     }
 
@@ -334,6 +336,15 @@ private:
         Warn(std::string("whether versions wait to be stored is not known: ") + failure.what());
     }
 
+    void Log(const ReportingAccount& account) {
+        if (!account.editorLog)
+            return;
+        if (const auto why = WhyNothingIsLogged(*account.editorLog, account.name))
+            Warn(*why);
+        else
+            Well("the editor logs to " + account.editorLog->string());
+    }
+
     /// Whether a report that is stored is approved. What cannot be asked or read is not.
     bool IsApproved(const std::string& seriesUid) try {
         if (!IsUid(seriesUid))
@@ -369,10 +380,9 @@ private:
 
 } // namespace
 
-std::vector<CheckResult> CheckInstallation(Connection& catalogue, DicomLibrary& dicom, const std::string& userName,
-                                           const std::filesystem::path& unsent, const std::filesystem::path& studies,
-                                           bool mending) {
-    return Check(catalogue, dicom, studies, mending).Run(userName, unsent);
+std::vector<CheckResult> CheckInstallation(Connection& catalogue, DicomLibrary& dicom, const ReportingAccount& account,
+                                           const std::filesystem::path& studies, bool mending) {
+    return Check(catalogue, dicom, studies, mending).Run(account);
 }
 
 } // namespace tavrel

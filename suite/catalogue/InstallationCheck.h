@@ -4,6 +4,7 @@
 #include "platform/dicom.h"
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,13 +22,18 @@ struct CheckResult {
     std::string words; ///< what is well, what to know, or what is missing and how to mend it
 };
 
+/// Who will write reports.
+struct ReportingAccount {
+    std::string name;
+    std::filesystem::path unsent;                   ///< the folder of the versions that it could not send
+    std::optional<std::filesystem::path> editorLog; ///< where an editor is installed
+};
+
 /// Looks at everything that a workstation needs from its catalogue, its studies and its storage
-/// service, and at what waits to be stored. `userName` is the account that will write reports, `unsent` the folder
-/// of the versions that it could not send, `studies` one of studies
-/// to look through besides those of known ones. `mending` mends what the
-/// catalogue lacks of its version, and rows where the rest suffices for it.
-std::vector<CheckResult> CheckInstallation(Connection& catalogue, DicomLibrary& dicom, const std::string& userName,
-                                           const std::filesystem::path& unsent, const std::filesystem::path& studies,
-                                           bool mending);
+/// service, at what waits to be stored and at the editor's log. `studies` is a folder of studies to look through
+/// besides those of known ones. `mending` mends what the catalogue lacks of its version, and rows where the rest
+/// suffices for it.
+std::vector<CheckResult> CheckInstallation(Connection& catalogue, DicomLibrary& dicom, const ReportingAccount& account,
+                                           const std::filesystem::path& studies, bool mending);
 
 } // namespace tavrel

@@ -2,12 +2,11 @@
 
 #include "platform/error.h"
 #include "platform/odbc/OdbcDatabase.h"
-#include "platform/posix/PosixUserInformation.h"
 #include "platform/text.h"
+#include "suite/catalogue/EditorPlace.h"
 
 #include <CLI/CLI.hpp>
 
-#include <grp.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -19,22 +18,6 @@ namespace tavrel {
 namespace {
 
 namespace fs = std::filesystem;
-
-fs::path BesideTheTool(const char* path) {
-    std::error_code ignored;
-    return fs::read_symlink("/proc/self/exe", ignored).parent_path().parent_path() / path;
-}
-
-/// Whether the editor's log is written by a group to which the account does not belong.
-bool LacksTheLog(const std::string& account) {
-    const group* log = getgrnam("tavrel");
-    if (!log)
-        return false;
-    for (char** member = log->gr_mem; *member; ++member)
-        if (account == *member)
-            return false;
-    return true;
-}
 
 /// A line from the terminal; no shell has read the "~" in it.
 std::string Answer() {
@@ -159,24 +142,24 @@ void SetupCommand::AskForStudies() {
 
 /// Where it lies it is the machine's, beside the editor.
 void SetupCommand::PutLogo() const {
-    const fs::path place =
-        fs::weakly_canonical(fs::weakly_canonical(BesideTheTool("bin/tavrel")).parent_path() / "Logo.bmp");
+    const auto place = BesideTheEditor("Logo.bmp");
+    if (!place) {
+        std::cout << "missing  the logo of the printed page has no place yet: no editor is installed\n";
+        return;
+    }
     std::error_code failure;
-    fs::copy_file(logo_, place, fs::copy_options::overwrite_existing, failure);
+    fs::copy_file(logo_, *place, fs::copy_options::overwrite_existing, failure);
     if (!failure)
-        fs::permissions(place, fs::perms(0644), failure); // every account prints it
+        fs::permissions(*place, fs::perms(0644), failure); // every account prints it
     if (!failure)
-        std::cout << "made     the logo of the printed page, " << place.string() << "\n";
+        std::cout << "made     the logo of the printed page, " << place->string() << "\n";
     else
         std::cout << "missing  the logo of the printed page is the machine's; its administrator puts it there:\n"
-                  << "         sudo install -m 644 \"" << fs::absolute(logo_).string() << "\" " << place.string()
+                  << "         sudo install -m 644 \"" << fs::absolute(logo_).string() << "\" " << place->string()
                   << "\n";
 }
 
 void SetupCommand::SayWhatNext(Setup& setup, int status) {
-    if (LacksTheLog(PosixUserInformation().UserName()))
-        std::cout << "note     the editor writes no log for this account until \"sudo adduser "
-                  << PosixUserInformation().UserName() << " tavrel\"\n";
     if (status != EXIT_SUCCESS)
         std::cout << "\nSomething is missing still. \"orbenta-catalogue setup\" can be run again at any time.\n";
     else if (setup.Catalogue().OpenResultSet("SELECT StudyInstanceUID FROM Study")->AtEnd())

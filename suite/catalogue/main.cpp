@@ -11,6 +11,7 @@
 #include "platform/uid.h"
 #include "suite/catalogue/CodeTable.h"
 #include "suite/catalogue/Department.h"
+#include "suite/catalogue/EditorPlace.h"
 #include "suite/catalogue/FolderImport.h"
 #include "suite/catalogue/InstallationCheck.h"
 #include "suite/catalogue/OdbcEntry.h"
@@ -809,9 +810,11 @@ private:
                                                                 {CheckResult::Kind::Mended, "mended   "},
                                                                 {CheckResult::Kind::Missing, "MISSING  "}};
         bool missing = false;
-        for (const CheckResult& result : CheckInstallation(
-                 OpenedCatalogue(), reader_, PosixUserInformation().UserName(), std::filesystem::absolute(unsent_),
-                 studies_.empty() ? studies_ : std::filesystem::absolute(studies_).string(), mending_)) {
+        const ReportingAccount account = {PosixUserInformation().UserName(), std::filesystem::absolute(unsent_),
+                                          BesideTheEditor("Tavrel.log")};
+        for (const CheckResult& result :
+             CheckInstallation(OpenedCatalogue(), reader_, account,
+                               studies_.empty() ? studies_ : std::filesystem::absolute(studies_).string(), mending_)) {
             std::cout << words.at(result.kind) << result.words << "\n";
             missing = missing || result.kind == CheckResult::Kind::Missing;
         }
