@@ -123,9 +123,13 @@ std::string Counted(const VersionPlace& place) {
 }
 
 /// What nobody must overlook, one sentence a line.
-std::string Marks(const Hands& hands, const VersionPlace& place) {
-    std::string marks = hands.approved ? "" : "NOT APPROVED";
+std::string Marks(const DicomDataSet& version, const Hands& hands, const VersionPlace& place) {
+    std::string marks;
     const auto add = [&](const std::string& mark) { marks += (marks.empty() ? "" : "\r\n") + mark; };
+    if (ValueOf(version, attribute::PatientName).empty() && ValueOf(version, attribute::PatientId).empty())
+        add("NO PATIENT IS NAMED");
+    if (!hands.approved)
+        add("NOT APPROVED");
     if (place.number < place.count)
         add("This is " + Counted(place) + ", not the newest version.");
     if (place.unreadable > 0)
@@ -306,7 +310,7 @@ PrintLayout VersionPage(const DicomDataSet& version, const VersionPlace& place) 
                                                                          : ", not approved")},
                        .fontFamily = "Arial",
                        .sections = {}};
-    layout.sections.push_back(PageHeader(version, layout.title, Marks(hands, place)));
+    layout.sections.push_back(PageHeader(version, layout.title, Marks(version, hands, place)));
     layout.sections.push_back(Detail(version, written, hands));
     layout.sections.push_back(PageFooter(place));
     return layout;

@@ -1,6 +1,10 @@
 #include "tests/platform/qt/PdfStation.h"
 #include "tests/support/Failure.h"
 
+#include <gmock/gmock.h>
+
+#include <sys/stat.h>
+
 namespace tavrel::test {
 namespace {
 
@@ -16,7 +20,7 @@ protected:
 };
 
 TEST_F(SavedPdf, IsReadableByItsOwnerOnly) {
-    station.WriteFile("report.pdf", "an older one");
+    station.WriteFile("report.pdf", "%PDF-1.4, an older one");
     SaveAs("report.pdf");
     using std::filesystem::perms;
     EXPECT_EQ(std::filesystem::status(station.NativePath("report.pdf")).permissions(),
@@ -39,6 +43,16 @@ TEST_F(SavedPdf, InAFolderThatDoesNotExistIsAnError) {
     EXPECT_TRUE(
         failure.starts_with("The PDF " + station.NativePath("nowhere/report.pdf").string() + " cannot be written: "))
         << failure;
+}
+
+TEST_F(SavedPdf, LeavesAloneWhatIsNoPdf) {
+    station.WriteFile("version.dcm", "a report's own file");
+    EXPECT_THROW(SaveAs("version.dcm"), Error);
+    EXPECT_EQ(station.ReadFile("version.dcm"), "a report's own file");
+    const std::string pipe = station.NativePath("pipe").string();
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    EXPECT_THAT(FailureOf([&] { SaveAs("pipe"); }), testing::EndsWith("it is no ordinary file"));
+    EXPECT_TRUE(std::filesystem::is_fifo(pipe));
 }
 
 TEST_F(SavedPdf, WhoseNameIsAFolderIsAnErrorAndLeavesTheFolder) {

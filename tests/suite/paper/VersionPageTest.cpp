@@ -54,6 +54,14 @@ TEST_F(VersionPages, NameThePatientBeyondDoubt) {
     EXPECT_EQ(OnEveryPage(Page(Report(), 1), "Identity").find("ID P1"), 0U);
 }
 
+TEST_F(VersionPages, SayThatNobodyIsNamed) {
+    const auto nameless = Changed(Report().front(), [](DicomDataSet& version) {
+        version.SetValue(attribute::PatientName, 0, std::string());
+        version.SetValue(attribute::PatientId, 0, std::string());
+    });
+    EXPECT_THAT(OnEveryPage(Page(nameless), "Marks"), StartsWith("NO PATIENT IS NAMED\r\nNOT APPROVED"));
+}
+
 TEST_F(VersionPages, HoldHeadingTitleReadingAndCodedEntries) {
     const PrintLayout page = Page(Interchange([](DcmSRDocument& document) {
         document.Reading("First.\r\nSecond.");
