@@ -27,7 +27,7 @@ struct CatalogueVersion {
     bool IsOlder() const { return number < SchemaVersion; }
     /// Whether this program may write there.
     bool LetsWrite() const { return oldestWriter <= SchemaVersion; }
-    /// "The catalogue has version 7, and this program knows 6"
+    /// "The catalogue has version 8, and this program knows 7"
     std::string Words() const;
 };
 

@@ -202,13 +202,13 @@ std::vector<Table> Tables() {
         Of(code_table::BodyParts, Codes),
         Of(code_table::Findings, Codes),
         Of(code_table::Diagnoses, Codes),
+        Of(text_block::Table, TextBlocks, 7),
+        Of("Writing", Writing, 7),
         Of("Archive", Archive, 3),
         Of("Outgoing", Outgoing, 3),
         Of("OutgoingClaim", OutgoingClaim, 3),
         Of("StorageArea", StorageArea, 5),
         Of(VersionTable, Versions, FirstWritten),
-        Of(text_block::Table, TextBlocks, 7),
-        Of("Writing", Writing, 7),
     };
 }
 

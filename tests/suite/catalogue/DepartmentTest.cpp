@@ -52,6 +52,11 @@ protected:
         connection->Open(ConnectionText(ReadOdbcEntry(EntryOf(name), "DicomFDB")));
         return connection;
     }
+    /// As the programs of that version made it.
+    void MakeOfVersionFour() {
+        for (const char* table : {"CatalogueVersion", "StorageArea", "TextBlock", "Writing"})
+            room.Run(std::string("DROP TABLE ") + table);
+    }
     static std::string First(Connection& connection, const std::string& query) {
         const auto rows = connection.OpenResultSet(query);
         return rows->AtEnd() ? "no row" : std::string(rows->Field(0).value_or("NULL"));
@@ -130,7 +135,8 @@ TEST_P(OfDepartments, AWorkstationIsRefusedWhatItDoesNotNeed) {
          {"UPDATE History SET Node='MR-1'", "DELETE FROM History", "SELECT * FROM WorkstationReport",
           "DELETE FROM Port", "INSERT INTO Users (UserName, Signature) VALUES ('x', 'Y')",
           "UPDATE SiteData SET Organization='X'", "INSERT INTO Writing (UserName) VALUES ('x')",
-          "DELETE FROM Workstation", "CREATE TABLE Note (Number INTEGER)"})
+          "UPDATE Writing SET Dictation='x'", "INSERT INTO TextBlock (Kind) VALUES ('x')", "DELETE FROM Workstation",
+          "CREATE TABLE Note (Number INTEGER)"})
         EXPECT_THROW(workstation->OpenResultSet(statement), Error) << statement;
 }
 
@@ -297,14 +303,16 @@ TEST_P(OfDepartments, ATableThatIsMadeLaterIsEveryWorkstations) {
 
 TEST_P(OfDepartments, AnUpgradeGivesEveryWorkstationItsRightsOnNewTables) {
     MakeWithTwo();
-    for (const char* table : {"CatalogueVersion", "StorageArea"})
-        room.Run(std::string("DROP TABLE ") + table);
+    MakeOfVersionFour();
     EXPECT_NE(room.Tool("upgrade --dry-run").out.find("GRANT SELECT ON CatalogueVersion TO "), std::string::npos);
     EXPECT_EQ(room.Tool("upgrade").status, 0);
     for (const char* name : {"ct-1", "mr-1"}) {
         EXPECT_EQ(First(*As(name), "SELECT count(*) FROM StorageArea"), "0");
         EXPECT_EQ(First(*As(name), "SELECT MAX(Version) FROM CatalogueVersion"), std::to_string(SchemaVersion));
-        EXPECT_THROW(As(name)->OpenResultSet("DELETE FROM CatalogueVersion"), Error);
+        for (const char* table : {"CatalogueVersion", "TextBlock", "Writing"}) {
+            EXPECT_NO_THROW(As(name)->OpenResultSet(std::string("SELECT * FROM ") + table)) << table;
+            EXPECT_THROW(As(name)->OpenResultSet(std::string("DELETE FROM ") + table), Error) << table;
+        }
     }
 }
 
@@ -359,8 +367,7 @@ TEST_P(CheckOfDepartments, AtAWorkstationNamesWhatTheCatalogueLacks) {
 
 TEST_P(CheckOfDepartments, OfAnOlderCatalogueIsContentWithTheRightsOfItsVersion) {
     MakeWithTwo();
-    for (const char* table : {"CatalogueVersion", "StorageArea"})
-        room.Run(std::string("DROP TABLE ") + table);
+    MakeOfVersionFour();
     ExpectSays(CheckAt("ct-1"), "warning  The catalogue has version 4, and this program knows " +
                                     std::to_string(SchemaVersion) + "; all goes on");
     ExpectSays(CheckAt("ct-1"), "well     its account may do what it must\n");
