@@ -71,13 +71,42 @@ std::vector<WritingRow> ReadWriting(Connection& connection) try {
                 "The catalogue has no table for the help in writing; \"orbenta-catalogue upgrade\" makes it");
 }
 
-void SetWriting(Connection& connection, const WritingRow& row) {
+void ChangeWriting(Connection& connection, const WritingRow& given) {
+    WritingRow row{given.userName, {}, {}};
+    for (const WritingRow& known : ReadWriting(connection))
+        if (known.userName == given.userName)
+            row = known;
+    const auto set = [&](std::string& what, const std::string& to) {
+        if (!to.empty()) // the site has nothing to switch off but its own
+            what = to == "off" && row.userName.empty() ? std::string() : to;
+    };
+    set(row.spelling, given.spelling);
+    set(row.dictation, given.dictation);
     connection.BeginTransaction();
-    RunChange(connection, "DELETE FROM Writing WHERE UserName=?", std::array{row.userName});
+    RemoveWriting(connection, row.userName);
     if (!row.spelling.empty() || !row.dictation.empty())
         InsertRow(connection, "Writing",
                   {{"UserName", row.userName}, {"Spelling", row.spelling}, {"Dictation", row.dictation}});
     connection.Commit();
+}
+
+void RemoveWriting(Connection& connection, const std::string& userName) {
+    RunChange(connection, "DELETE FROM Writing WHERE UserName=?", std::array{userName});
+}
+
+std::string DescribeWriting(const std::vector<WritingRow>& settings) {
+    const auto line = [](const std::string& whose, const WritingRow& row, const std::string& none) {
+        return whose + ": spelling " + (row.spelling.empty() ? none : row.spelling) + ", dictation " +
+               (row.dictation.empty() ? none : row.dictation) + "\n";
+    };
+    WritingRow site;
+    std::string ofUsers;
+    for (const WritingRow& row : settings)
+        if (row.userName.empty())
+            site = row;
+        else
+            ofUsers += line(row.userName, row, "as the site");
+    return line("The site", site, "off") + ofUsers;
 }
 
 std::vector<User> ReadUsers(Connection& connection) {

@@ -42,8 +42,12 @@ struct WritingRow {
 
 /// The site's first. An error when the catalogue has no table for them.
 std::vector<WritingRow> ReadWriting(Connection& connection);
-/// Puts a row in the place of the one of that user, or none where nothing is set.
-void SetWriting(Connection& connection, const WritingRow& row);
+/// Sets what the row gives of that user's settings; "off" switches the site's off for a physician.
+void ChangeWriting(Connection& connection, const WritingRow& given);
+/// From now on the site's count for the user.
+void RemoveWriting(Connection& connection, const std::string& userName);
+/// A line of the site, and one for each physician who has set something.
+std::string DescribeWriting(const std::vector<WritingRow>& settings);
 
 struct User {
     std::string name;

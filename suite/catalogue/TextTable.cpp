@@ -116,16 +116,7 @@ std::string InCsv(std::string_view field) {
 
 } // namespace
 
-bool HasTextTable(Connection& connection) try {
-    connection.OpenResultSet("SELECT * FROM TextBlock WHERE 1=0");
-    return true;
-} catch (const Error&) {
-    if (!connection.IsOpen())
-        throw; // it is not known
-    return false;
-}
-
-std::vector<TextBlockRow> ReadTexts(Connection& connection) {
+std::vector<TextBlockRow> ReadTexts(Connection& connection) try {
     std::vector<TextBlockRow> texts;
     const auto rows = connection.OpenResultSet("SELECT * FROM TextBlock");
     for (; !rows->AtEnd(); rows->MoveNext())
@@ -134,6 +125,11 @@ std::vector<TextBlockRow> ReadTexts(Connection& connection) {
         return std::tie(b.kind, a.name) < std::tie(a.kind, b.name); // templates first
     });
     return texts;
+} catch (const Error&) {
+    if (!connection.IsOpen())
+        throw; // it is not known
+    throw Error(Fault::OfTheSuite, "Catalogue",
+                "The catalogue has no table for text blocks; \"orbenta-catalogue upgrade\" makes it");
 }
 
 TextImport ImportTexts(Connection& connection, std::string_view csv, bool replace) {
@@ -142,10 +138,12 @@ TextImport ImportTexts(Connection& connection, std::string_view csv, bool replac
         return {file.faults};
 
     TextImport result;
+    auto known = ReadTexts(connection);
     connection.BeginTransaction();
-    if (replace)
+    if (replace) {
         connection.OpenResultSet("DELETE FROM TextBlock");
-    const auto known = ReadTexts(connection);
+        known.clear();
+    }
     for (const TextBlockRow& text : file.texts) {
         const auto same = std::ranges::find_if(
             known, [&](const TextBlockRow& each) { return each.kind == text.kind && each.name == text.name; });
@@ -160,6 +158,15 @@ TextImport ImportTexts(Connection& connection, std::string_view csv, bool replac
     }
     connection.Commit();
     return result;
+}
+
+std::string ListTexts(const std::vector<TextBlockRow>& texts) {
+    std::string lines;
+    for (const auto& [kind, name, body] : texts) {
+        const auto line = body.substr(0, body.find_first_of("\r\n"));
+        lines += kind + "  " + name + ": " + line + (line.size() < body.size() ? " ...\n" : "\n");
+    }
+    return lines;
 }
 
 std::string ExportTexts(const std::vector<TextBlockRow>& texts) {

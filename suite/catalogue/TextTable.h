@@ -24,13 +24,13 @@ struct TextImport {
     int known = 0; ///< texts that the table has already, word for word
 };
 
-/// False when the catalogue was made before there were text blocks. An error when it cannot be asked.
-bool HasTextTable(Connection& connection);
-/// By kind and name.
+/// By kind and name. An error when the catalogue was made before there were text blocks.
 std::vector<TextBlockRow> ReadTexts(Connection& connection);
 /// Imports a CSV text with the columns Kind, Name, Body, in any order, named by its first row. Whole or not at all. A
 /// text of a kind and name that the table has takes that one's place. `replace` empties the table first.
 TextImport ImportTexts(Connection& connection, std::string_view csv, bool replace);
+/// A line for each, with the first one of its body.
+std::string ListTexts(const std::vector<TextBlockRow>& texts);
 /// As `ImportTexts` takes it.
 std::string ExportTexts(const std::vector<TextBlockRow>& texts);
 /// False when there is no such text.

@@ -503,9 +503,12 @@ private:
             ->check(CLI::ExistingFile.description(""))
             ->type_name("FILE.csv");
         import->add_flag("--replace", replacing_, "Remove the present texts first");
-        Command(*texts, "list", "List the text blocks", [this] { return ListTexts(); });
+        Command(*texts, "list", "List the text blocks", [this] {
+            std::cout << ListTexts(ReadTexts(Catalogue()));
+            return EXIT_SUCCESS;
+        });
         Command(*texts, "export", "Write the text blocks as CSV, as import takes them", [this] {
-            std::cout << ExportTexts(ReadTexts(CatalogueWithTexts()));
+            std::cout << ExportTexts(ReadTexts(Catalogue()));
             return EXIT_SUCCESS;
         });
         CLI::App* remove = Command(*texts, "remove", "Remove a text block", [this] { return RemoveTextBlock(); });
@@ -516,16 +519,8 @@ private:
         remove->add_option("name", textName_, "The heading, or the short form")->required()->type_name("NAME");
     }
 
-    Connection& CatalogueWithTexts() {
-        Connection& catalogue = Catalogue();
-        if (!HasTextTable(catalogue))
-            throw Error(Fault::OfTheSuite, "Catalogue",
-                        "The catalogue has no table for text blocks; \"orbenta-catalogue upgrade\" makes it");
-        return catalogue;
-    }
-
     int ImportTextFile() {
-        Connection& catalogue = CatalogueWithTexts();
+        Connection& catalogue = Catalogue();
         const TextImport result = ImportTexts(catalogue, PosixFiles().ReadText(textFile_), replacing_);
         if (const int failed = TellFaults(textFile_, result.faults))
             return failed;
@@ -539,16 +534,8 @@ private:
         return EXIT_SUCCESS;
     }
 
-    int ListTexts() {
-        for (const auto& [kind, name, body] : ReadTexts(CatalogueWithTexts())) {
-            const auto line = body.substr(0, body.find_first_of("\r\n"));
-            std::cout << kind << "  " << name << ": " << line << (line.size() < body.size() ? " ..." : "") << "\n";
-        }
-        return EXIT_SUCCESS;
-    }
-
     int RemoveTextBlock() {
-        if (!RemoveText(CatalogueWithTexts(), textKind_, textName_))
+        if (!RemoveText(Catalogue(), textKind_, textName_))
             throw Error(Fault::OfTheSuite, "Catalogue", "There is no " + textKind_ + " \"" + textName_ + "\"");
         std::cout << "Removed the " << textKind_ << " \"" << textName_ << "\"\n";
         return EXIT_SUCCESS;
@@ -582,28 +569,11 @@ private:
 
     int SetHelpInWriting() {
         Connection& catalogue = Catalogue();
-        WritingRow row{writing_.userName, {}, {}};
-        for (const WritingRow& known : ReadWriting(catalogue))
-            if (known.userName == writing_.userName && !removing_)
-                row = known;
-        const auto set = [&](std::string& what, const std::string& to) {
-            if (!to.empty()) // the site has nothing to switch off but its own
-                what = to == "off" && row.userName.empty() ? std::string() : to;
-        };
-        set(row.spelling, writing_.spelling);
-        set(row.dictation, writing_.dictation);
-        if (removing_ || !writing_.spelling.empty() || !writing_.dictation.empty())
-            SetWriting(catalogue, row);
-        const auto shown = [](const std::string& value, const char* none) { return value.empty() ? none : value; };
-        bool ofSite = false;
-        for (const auto& [name, spelling, dictation] : ReadWriting(catalogue)) {
-            const char* none = name.empty() ? "off" : "as the site";
-            ofSite = ofSite || name.empty();
-            std::cout << (name.empty() ? "The site" : name) << ": spelling " << shown(spelling, none) << ", dictation "
-                      << shown(dictation, none) << "\n";
-        }
-        if (!ofSite)
-            std::cout << "The site: spelling off, dictation off\n";
+        if (removing_)
+            RemoveWriting(catalogue, writing_.userName);
+        else if (!writing_.spelling.empty() || !writing_.dictation.empty())
+            ChangeWriting(catalogue, writing_);
+        std::cout << DescribeWriting(ReadWriting(catalogue));
         return EXIT_SUCCESS;
     }
 

@@ -1,6 +1,7 @@
 #include "platform/error.h"
 #include "suite/catalogue/CodeTable.h"
 #include "suite/catalogue/Settings.h"
+#include "suite/catalogue/TextTable.h"
 #include "tests/suite/SuiteRoom.h"
 #include "tests/suite/TestObject.h"
 #include "tests/support/NamesInScripts.h"
@@ -46,6 +47,29 @@ TEST_P(Engines, LetterCaseOfACodeCounts) {
 TEST_P(Engines, ACodesValueComesBackWithoutPadding) {
     AddFinding("F1");
     EXPECT_EQ(room.Value("SELECT CodeValue FROM StdFinding"), "F1");
+}
+
+TEST_P(Engines, TextBlocksComeBackToTheLetter) {
+    std::string longest;
+    for (int i = 0; i < 1333; ++i)
+        longest += "é\n胸";
+    const std::string csv = ExportTexts({{"template", "Thorax 胸", longest + "."},
+                                         {"short", "NAD", "Size \"___\", it's 'normal'; -- \\"},
+                                         {"short", "nad", "No abnormality."}});
+    EXPECT_EQ(ImportTexts(room.Catalogue(), csv, true).added, 3);
+    EXPECT_EQ(ExportTexts(ReadTexts(room.Catalogue())), csv);
+    EXPECT_TRUE(RemoveText(room.Catalogue(), "short", "nad"));
+    EXPECT_EQ(ReadTexts(room.Catalogue()).size(), 2U);
+}
+
+TEST_P(Engines, TheHelpInWritingIsSetForTheSiteAndAPhysician) {
+    ChangeWriting(room.Catalogue(), {"", "en_US", "dictate \"a b\""});
+    ChangeWriting(room.Catalogue(), {"Müller", "off", ""});
+    ChangeWriting(room.Catalogue(), {"", "it", ""});
+    EXPECT_EQ(DescribeWriting(ReadWriting(room.Catalogue())),
+              "The site: spelling it, dictation dictate \"a b\"\nMüller: spelling off, dictation as the site\n");
+    RemoveWriting(room.Catalogue(), "Müller");
+    EXPECT_EQ(ReadWriting(room.Catalogue()).size(), 1U);
 }
 
 TEST_P(Engines, ImagesComeBackInTheOrderOfTheirStoring) {

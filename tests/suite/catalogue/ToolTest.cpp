@@ -686,6 +686,23 @@ TEST_F(TextBlocksTool, ImportsNothingOfAFileWithAFault) {
     EXPECT_EQ(Exported(), "Kind,Name,Body\r\n");
 }
 
+TEST_F(TextBlocksTool, TakesAFileOfASpreadsheet) {
+    const auto file = Write("texts.csv", "\xEF\xBB\xBF\"Body\",\"Kind\",\"Name\"\r\n\"One\r\ntwo\",short,é\r\n");
+    EXPECT_EQ(room.Tool("texts import " + file).err, "");
+    EXPECT_EQ(Exported(), "Kind,Name,Body\r\nshort,\"é\",\"One\r\ntwo\"\r\n");
+}
+
+TEST_F(TextBlocksTool, NamesTheLineOfADamagedFile) {
+    EXPECT_TRUE(Holds(Import("short,a,\"x\ny\"\nshort,b,Gr\xF6\xDF"
+                             "e\n")
+                          .err,
+                      "line 4: Body is not UTF-8"));
+    EXPECT_TRUE(Holds(Import("short,a,b\nshort,c,\"d").err, "line 3: a quote that is not closed"));
+    EXPECT_TRUE(Holds(Import(std::string("short,a,x\0y\n", 12)).err, "line 2: Body "));
+    EXPECT_TRUE(Holds(room.Tool("texts import " + Write("texts.csv", "")).err, "line 1: the first row must name"));
+    EXPECT_EQ(Exported(), "Kind,Name,Body\r\n");
+}
+
 TEST_F(TextBlocksTool, HoldsABodyOfFourThousandCharactersAndNoLongerOne) {
     const auto body = [](int count) {
         std::string text;
