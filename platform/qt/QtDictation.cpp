@@ -19,24 +19,23 @@ namespace {
 constexpr qint64 MostBytes = 1 << 20;
 constexpr int LastWords = 200; // characters of what it said on its error output
 
-void Signal(const QProcess& process, int signal) {
-    // The group: what the command started does not outlive it.
-    if (const auto id = static_cast<pid_t>(process.processId()); id > 0)
-        ::kill(-id, signal);
-}
-
 } // namespace
 
 struct QtDictation::Run {
     QProcess process;
+    pid_t group = 0; ///< the command and all that it has started; 0: it has not been started
     QByteArray written;
     QByteArray complaint;
     std::function<void(const Outcome&)> ended;
 
+    void Signal(int signal) const {
+        if (group > 0)
+            ::kill(-group, signal);
+    }
     ~Run() {
         process.disconnect();
-        Signal(process, SIGKILL);
-        process.kill(); // it may not lead its group yet
+        Signal(SIGKILL); // also where the command has ended: a recorder that it has left would listen on
+        process.kill();  // it may not lead its group yet
         process.waitForFinished(1000);
     }
 };
@@ -55,6 +54,7 @@ void QtDictation::Start(std::string_view command, std::function<void(const Outco
     process.setChildProcessModifier([] {
         ::setpgid(0, 0);
         ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+        ::signal(SIGINT, SIG_DFL); // what a program in the background ignores its children ignore, too
     });
     QObject::connect(&process, &QProcess::readyReadStandardOutput, &process, [this] {
         run_->written += run_->process.readAllStandardOutput();
@@ -65,8 +65,10 @@ void QtDictation::Start(std::string_view command, std::function<void(const Outco
         run_->complaint = (run_->complaint + run_->process.readAllStandardError()).right(4 * LastWords);
     });
     QObject::connect(&process, &QProcess::errorOccurred, &process, [this](QProcess::ProcessError error) {
-        if (error == QProcess::FailedToStart)
-            End({{}, "it cannot be started: " + FromQt(run_->process.errorString())});
+        if (error != QProcess::FailedToStart)
+            return;
+        run_->group = 0;
+        End({{}, "it cannot be started: " + FromQt(run_->process.errorString())});
     });
     QObject::connect(&process, &QProcess::finished, &process, [this](int status, QProcess::ExitStatus how) {
         run_->written += run_->process.readAllStandardOutput();
@@ -85,6 +87,8 @@ void QtDictation::Start(std::string_view command, std::function<void(const Outco
             End({FromQt(text.trimmed()), {}});
     });
     process.start(program, arguments);
+    if (run_)
+        run_->group = static_cast<pid_t>(process.processId());
 }
 
 void QtDictation::End(const Outcome& outcome) {
@@ -98,7 +102,7 @@ void QtDictation::End(const Outcome& outcome) {
 
 void QtDictation::Finish() {
     if (run_)
-        Signal(run_->process, SIGINT);
+        run_->Signal(SIGINT);
 }
 
 void QtDictation::Stop() {

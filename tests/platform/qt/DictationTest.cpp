@@ -12,13 +12,15 @@
 namespace tavrel::test {
 namespace {
 
+namespace fs = std::filesystem;
+
 class Dictations : public testing::Test {
 protected:
     /// A command of its own: these lines of a shell.
     std::string Script(const std::string& lines) {
         const auto file = folder.Path() / "say it";
         std::ofstream(file) << "#!/bin/sh\n" << lines << "\n";
-        std::filesystem::permissions(file, std::filesystem::perms::owner_all);
+        fs::permissions(file, fs::perms::owner_all);
         return "\"" + file.string() + "\"";
     }
     void Start(const std::string& command) {
@@ -27,6 +29,20 @@ protected:
     Dictation::Outcome Outcome() {
         EXPECT_TRUE(QTest::qWaitFor([this] { return told.has_value(); }, 10'000));
         return told.value_or(Dictation::Outcome{});
+    }
+
+    /// Starts a script of these lines, which writes the number of what it starts into the file "id", and answers it.
+    int Started(const std::string& lines) {
+        const auto file = folder.Path() / "id";
+        Start(Script("sleep 100 & echo $! >" + file.string() + "; " + lines));
+        EXPECT_TRUE(QTest::qWaitFor([&] { return fs::exists(file) && fs::file_size(file) > 1; }, 10'000));
+        int id = 0;
+        std::ifstream(file) >> id;
+        return id;
+    }
+    static bool Ends(int id) {
+        return QTest::qWaitFor([&] { return kill(id, 0) != 0 || !QFile::exists(QString("/proc/%1/exe").arg(id)); },
+                               5000);
     }
 
     TemporaryFolder folder;
@@ -48,23 +64,31 @@ TEST_F(Dictations, AreGivenTheirArgumentsAsTheyAreByNoShell) {
 TEST_F(Dictations, EndWhenAllIsSaid) {
     Start(Script("trap 'echo heard; exit 0' INT; echo ready >" + (folder.Path() / "ready").string() +
                  "; while :; do sleep 0.05; done"));
-    ASSERT_TRUE(QTest::qWaitFor([&] { return std::filesystem::exists(folder.Path() / "ready"); }, 10'000));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return fs::exists(folder.Path() / "ready"); }, 10'000));
     dictation.Finish();
     EXPECT_EQ(Outcome().text, "heard");
 }
 
+TEST_F(Dictations, EndWhenAllIsSaidToAProgramInTheBackground) {
+    const auto former = std::signal(SIGINT, SIG_IGN);
+    Start("sleep 100");
+    std::signal(SIGINT, former);
+    dictation.Finish();
+    EXPECT_EQ(Outcome().failure, "it was ended by the signal 2");
+}
+
 TEST_F(Dictations, LeaveNothingBehindThatTheyHaveStarted) {
-    const auto ids = folder.Path() / "ids";
-    Start(Script("trap '' INT TERM; sleep 100 & echo $! >" + ids.string() + "; wait"));
-    ASSERT_TRUE(
-        QTest::qWaitFor([&] { return std::filesystem::exists(ids) && std::filesystem::file_size(ids) > 1; }, 10'000));
-    int id = 0;
-    std::ifstream(ids) >> id;
+    const int id = Started("trap '' INT TERM; wait");
     dictation.Stop();
-    EXPECT_TRUE(
-        QTest::qWaitFor([&] { return kill(id, 0) != 0 || !QFile::exists(QString("/proc/%1/exe").arg(id)); }, 5000));
+    EXPECT_TRUE(Ends(id));
     QTest::qWait(50);
     EXPECT_FALSE(told);
+}
+
+TEST_F(Dictations, LeaveNoRecorderBehindWhenTheyEndByThemselves) {
+    const int id = Started("echo text");
+    EXPECT_EQ(Outcome().text, "text");
+    EXPECT_TRUE(Ends(id));
 }
 
 TEST_F(Dictations, TellWhyThereIsNoText) {
