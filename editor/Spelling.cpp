@@ -12,14 +12,12 @@ namespace {
 
 /// Words that are judged once a process; more are forgotten again.
 constexpr std::size_t MostJudged = 50'000;
-/// Rows of a code table whose words are known; nobody's table of a million codes shall hold up a report.
-constexpr int MostCodes = 20'000;
-
+/// Of each code table so many rows; nobody's table of a million codes shall hold up a report.
 constexpr std::array<std::string_view, 4> CodeMeanings = {
-    "SELECT CodeMeaning FROM StdTitles",
-    "SELECT CodeMeaning FROM StdBodyPart",
-    "SELECT CodeMeaning FROM StdFinding",
-    "SELECT CodeMeaning FROM StdDiagnosis",
+    "SELECT CodeMeaning FROM StdTitles LIMIT 10000",
+    "SELECT CodeMeaning FROM StdBodyPart LIMIT 10000",
+    "SELECT CodeMeaning FROM StdFinding LIMIT 10000",
+    "SELECT CodeMeaning FROM StdDiagnosis LIMIT 10000",
 };
 
 char32_t CodePoint(std::string_view character) {
@@ -132,8 +130,8 @@ void Spelling::Take(const std::string& language, std::unique_ptr<Dictionary> dic
     if (dictionary)
         dictionaries_.push_back(std::move(dictionary));
     else
-        Fail(language.empty() ? "Spelling is not checked: the desktop names no language."
-                              : "Spelling is not checked: there is no dictionary for \"" + language + "\".");
+        Fail(language.empty() ? "Spelling is off: the desktop names no language"
+                              : "Spelling is off: no dictionary for \"" + language + "\"");
     // One language of two would call all words of the other wrong.
     if (awaited_ > 0 || !failure_.empty() || dictionaries_.empty())
         return;
@@ -182,7 +180,7 @@ void Spelling::ReadCodeWords() {
         [&] {
             for (const std::string_view meanings : CodeMeanings) {
                 const auto rows = Catalogue(global_).OpenResultSet(meanings);
-                for (int row = 0; row < MostCodes && !rows->AtEnd(); rows->MoveNext(), ++row) {
+                for (; !rows->AtEnd(); rows->MoveNext()) {
                     const std::string_view meaning = rows->Field(0).value_or("");
                     for (const auto& [offset, length, kind] : JudgeableWords(meaning, Capitals::Too))
                         codeWords_.insert(Folded(meaning.substr(offset, length)));
@@ -213,9 +211,16 @@ bool Spelling::Knows(const std::string& word) {
 }
 
 std::vector<std::string> Spelling::Suggestions(std::string_view word) {
-    std::vector<std::string> suggestions;
+    std::vector<std::vector<std::string>> offers;
+    std::size_t most = 0;
     for (const auto& dictionary : dictionaries_)
-        std::ranges::copy(dictionary->Suggestions(Plain(word)), std::back_inserter(suggestions));
+        most = std::max(most, offers.emplace_back(dictionary->Suggestions(Plain(word))).size());
+    // Those of each language in turn, or the first one's would leave no room for the others'.
+    std::vector<std::string> suggestions;
+    for (std::size_t rank = 0; rank < most; ++rank)
+        for (const auto& offer : offers)
+            if (rank < offer.size() && std::ranges::find(suggestions, offer[rank]) == suggestions.end())
+                suggestions.push_back(offer[rank]);
     return suggestions;
 }
 

@@ -14,7 +14,6 @@
 #include <QTextLayout>
 
 #include <chrono>
-#include <memory>
 
 namespace tavrel {
 namespace {
@@ -152,7 +151,8 @@ void WordMarks::OfferAtCaret() {
 }
 
 void WordMarks::Offer(QTextCursor cursor, const QPoint& place) {
-    const std::unique_ptr<QMenu> menu(paragraphs_.createStandardContextMenu());
+    auto* menu = paragraphs_.createStandardContextMenu();
+    menu->setAttribute(Qt::WA_DeleteOnClose);
     const int caret = cursor.positionInBlock(), start = cursor.block().position();
     for (const auto& [position, length] : UnknownOf(*Judge(), cursor.block()))
         if (caret >= position && caret <= position + length) {
@@ -161,7 +161,7 @@ void WordMarks::Offer(QTextCursor cursor, const QPoint& place) {
             AddSuggestions(*menu, cursor);
             break;
         }
-    menu->exec(place);
+    menu->popup(place);
 }
 
 void WordMarks::AddSuggestions(QMenu& menu, const QTextCursor& word) {

@@ -13,6 +13,7 @@ namespace tavrel::test {
 class FakeDictionaries : public Dictionaries {
 public:
     std::map<std::string, std::set<std::string>> languages;
+    std::map<std::string, std::vector<std::string>> suggestions; ///< by language, for whatever word
     std::vector<std::string> asked;
 
     void Load(std::string_view language, std::function<void(std::unique_ptr<Dictionary>)> done) override {
@@ -22,15 +23,18 @@ public:
     /// All that is being read has been read.
     void Finish() {
         for (const auto& [language, done] : std::exchange(reading_, {}))
-            done(languages.contains(language) ? std::make_unique<Words>(languages.at(language)) : nullptr);
+            done(languages.contains(language) ? std::make_unique<Words>(languages.at(language), suggestions[language])
+                                              : nullptr);
     }
 
 private:
     struct Words : Dictionary {
-        explicit Words(std::set<std::string> those) : words(std::move(those)) {}
+        Words(std::set<std::string> those, std::vector<std::string> suggestions)
+            : words(std::move(those)), suggested(std::move(suggestions)) {}
         bool Knows(const std::string& word) override { return words.contains(word); }
-        std::vector<std::string> Suggestions(const std::string& word) override { return {"not " + word}; }
+        std::vector<std::string> Suggestions(const std::string&) override { return suggested; }
         std::set<std::string> words;
+        std::vector<std::string> suggested;
     };
     std::vector<std::pair<std::string, std::function<void(std::unique_ptr<Dictionary>)>>> reading_;
 };

@@ -8,7 +8,6 @@
 #include <QTest>
 #include <QTextBlock>
 #include <QTextLayout>
-#include <QTimer>
 
 #include <algorithm>
 
@@ -53,25 +52,34 @@ protected:
     }
     /// Opens the context menu by the keyboard, chooses an entry (none: leaves it) and answers what it offered.
     QStringList Choose(const QString& entry, Qt::Key key) {
-        QStringList offered;
-        QTimer::singleShot(0, [&] {
-            auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-            if (!menu)
-                return;
-            for (auto* action : menu->actions()) {
-                offered << action->text();
-                if (action->text() == entry)
-                    action->trigger();
-            }
-            menu->close();
-        });
         if (key == Qt::Key_Menu) {
             QContextMenuEvent asked(QContextMenuEvent::Keyboard, {}, {});
             QApplication::sendEvent(&paragraphs_, &asked);
         } else {
             QTest::keyClick(&paragraphs_, key);
         }
+        return ChooseOffered(entry);
+    }
+    /// In the menu that stands there.
+    static QStringList ChooseOffered(const QString& entry) {
+        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        QStringList offered;
+        for (auto* action : menu ? menu->actions() : QList<QAction*>()) {
+            offered << action->text();
+            if (action->text() == entry)
+                action->trigger();
+        }
+        if (menu)
+            menu->close();
         return offered;
+    }
+    /// Clicks with the other button amid a word.
+    void AskAt(int position) {
+        CaretTo(position);
+        const QPoint place = paragraphs_.cursorRect().center();
+        CaretTo(0);
+        QContextMenuEvent asked(QContextMenuEvent::Mouse, place, paragraphs_.viewport()->mapToGlobal(place));
+        QApplication::sendEvent(paragraphs_.viewport(), &asked);
     }
     void CaretTo(int position) {
         auto cursor = paragraphs_.textCursor();
@@ -120,6 +128,29 @@ TEST_F(WordMarking, OffersWhatMayBeMeant) {
     EXPECT_EQ(offered.mid(0, 3), (QStringList{"lung", "R&&D", "Add \"lnug\" to my words"}));
     EXPECT_EQ(form_.txtParagraphs.Text(), "é lung two");
     QTest::keyClick(&paragraphs_, Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_EQ(form_.txtParagraphs.Text(), "é lnug two");
+}
+
+TEST_F(WordMarking, OffersWhatMayBeMeantByTheWordUnderTheMouse) {
+    form_.txtParagraphs.Text("é lnug two");
+    AskAt(4);
+    EXPECT_EQ(ChooseOffered("lung").front(), "lung");
+    EXPECT_EQ(form_.txtParagraphs.Text(), "é lung two");
+}
+
+TEST_F(WordMarking, NeverMendsAnotherText) {
+    form_.txtParagraphs.Text("é lnug two");
+    AskAt(4);
+    form_.txtParagraphs.Text("a lnug of another");
+    ChooseOffered("lung");
+    EXPECT_EQ(form_.txtParagraphs.Text(), "a lnug of another");
+}
+
+TEST_F(WordMarking, OffersNothingAnyMoreOnceTheTextCannotBeChanged) {
+    form_.txtParagraphs.Text("é lnug two");
+    AskAt(4);
+    form_.frmInside.Enabled(false);
+    ChooseOffered("lung");
     EXPECT_EQ(form_.txtParagraphs.Text(), "é lnug two");
 }
 
