@@ -355,7 +355,7 @@ void ParagraphsBinding::Write(const QString& text) {
 }
 
 void ParagraphsBinding::Revise(const QString& text) {
-    QTextCursor cursor(paragraphs_.document());
+    auto cursor = paragraphs_.textCursor(); // where an undo puts the caret again
     cursor.beginEditBlock();
     ReplaceLines(cursor, ToQt(FromQt(Shown())), text);
     cursor.endEditBlock();

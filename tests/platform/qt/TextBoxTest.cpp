@@ -97,6 +97,15 @@ TEST_F(TextBoxes, GiveBackWhatWasTypedBeforeTheProgramWroteItOut) {
     EXPECT_EQ(form_.txtParagraphs.Text(), "nad ");
 }
 
+TEST_F(TextBoxes, PutTheCaretBackWhereItStoodBeforeTheProgramWrote) {
+    QTest::keyClicks(&paragraphs_, "first, nad.");
+    form_.txtParagraphs.TypeIn("first, No abnormality.");
+    QTest::keyClick(&paragraphs_, Qt::Key_Z, Qt::ControlModifier);
+    QTest::keyClicks(&paragraphs_, " More");
+
+    EXPECT_EQ(form_.txtParagraphs.Text(), "first, nad. More");
+}
+
 TEST_F(TextBoxes, TellWhatIsSelected) {
     form_.txtParagraphs.Text("é\r\nlungs");
     auto cursor = paragraphs_.textCursor();
