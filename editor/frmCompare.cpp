@@ -1,6 +1,7 @@
 #include "editor/frmCompare.h"
 
 #include "host/ErrorReport.h"
+#include "platform/person_name.h"
 #include "sr/DcmSRDocument.h"
 
 #include <algorithm>
@@ -38,8 +39,11 @@ public:
         }
         const bool isNew = piece.kind == TextPiece::Kind::Added;
         (isNew ? added : removed) += CountWords(piece.text);
+        const auto words = piece.text.find_first_not_of(" \t\r\n");
+        const auto before = words == std::string::npos ? 0 : words; // what parts the words is no part of them
+        text += piece.text.substr(0, before);
         const auto begin = text.size();
-        text += (isNew ? "[added: " : "[removed: ") + piece.text + "]";
+        text += (isNew ? "[added: " : "[removed: ") + piece.text.substr(before) + "]";
         marks.push_back({begin, text.size() - begin, isNew ? TextMark::Kind::Added : TextMark::Kind::Removed});
     }
 };
@@ -53,7 +57,7 @@ frmCompare::frmCompare(Global& global) : Form("frmCompare"), global_(global) {
 }
 
 void frmCompare::Compare(const DcmSRDocument& document, std::string_view whose, int later, Form& owner) {
-    Caption("Compare versions - " + std::string(whose));
+    Caption("Compare versions - " + WrittenName(whose));
     document_ = nullptr; // until both lists are filled
     for (ListBox* list : {&lstEarlier, &lstLater}) {
         list->Clear();
@@ -81,6 +85,8 @@ void frmCompare::Dismiss() {
 void frmCompare::Show() {
     if (!document_)
         return;
+    lblDifference.Text(""); // of two other versions, where one of these cannot be read
+    txtDifference.Text("");
     TrapNumbered(global_.ports.windows, "frmCompare.Show:", [&] {
         ShowParts(PartsOf(lstEarlier.ListIndex()), PartsOf(lstLater.ListIndex()));
     });

@@ -103,7 +103,17 @@ TEST_F(Comparisons, ShowTheLastVersionAgainstTheOneBefore) {
         EXPECT_EQ(window.txtDifference.Text(), "Report heading (the same)\r\nHeading\r\n\r\nReport title (the same)\r\n"
                                                "Chest\r\n\r\nReading\r\n[removed: Left][added: Right] lung clear.");
         EXPECT_EQ(window.lblDifference.Text(), "1 word added, 1 word removed.");
-        EXPECT_EQ(window.Caption(), "Compare versions - " + editor.txtPtName.Text());
+        EXPECT_EQ(window.Caption(), "Compare versions - ROSSI, MARIA");
+    });
+}
+
+TEST_F(Comparisons, NameTheWordsWithoutWhatPartsThem) {
+    Open({"One.", "One. Two.\r\nThree."});
+    InWindow([&](frmCompare& window) {
+        EXPECT_TRUE(window.txtDifference.Text().ends_with("One. [added: Two.\r\nThree.]"));
+        window.lstLater.ListIndex(0);
+        window.lstEarlier.ListIndex(1);
+        EXPECT_TRUE(window.txtDifference.Text().ends_with("One. [removed: Two.\r\nThree.]"));
     });
 }
 
@@ -153,6 +163,17 @@ TEST_F(Comparisons, NeedTwoVersions) {
     ++station.clock.now.minute;
     editor.cmdSave.Press();
     EXPECT_TRUE(editor.cmdCompare.Enabled());
+}
+
+TEST_F(Comparisons, ShowNothingOfAVersionThatCannotBeRead) {
+    Open({"One.", "Two.", "Three."});
+    station.automation.LoadSRSeries("1.2.3.2.1");
+    InWindow([&](frmCompare& window) {
+        station.WriteFile("study\\report1\\img_000001.dcm", "damaged");
+        window.lstEarlier.ListIndex(0);
+        EXPECT_EQ(station.windows.messages.size(), 1U);
+        EXPECT_EQ(window.txtDifference.Text() + window.lblDifference.Text(), "");
+    });
 }
 
 TEST_F(Comparisons, EndWhenAnotherReportIsOpened) {
