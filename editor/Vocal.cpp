@@ -38,7 +38,7 @@ void Vocal::Press() {
         dictation->Finish();
         return;
     case State::Writing:
-        Drop("The dictation was dropped");
+        Drop("Dictation dropped");
         return;
     }
 }
@@ -49,7 +49,7 @@ void Vocal::GoOn() {
     const auto outcome = *std::exchange(held_, std::nullopt);
     const bool same = spokenFor_.lock() == report_.shown();
     if (!same || !report_.editable())
-        return Drop("The dictation was ended: its report cannot be edited any more");
+        return Drop("Dictation ended: its report cannot be changed any more");
     Take(outcome);
 }
 

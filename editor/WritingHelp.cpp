@@ -91,15 +91,13 @@ std::string ReportKey(const DcmSRDocument& document) {
 WritingHelp::WritingHelp(Global& global, const Controls& controls)
     : global_(global), controls_(controls), fields_{Field{controls.heading, "heading"}, Field{controls.title, "title"},
                                                     Field{controls.reading, {}}},
-      spelling_(global, controls.reading, [this] { TellAdvice(); }) {
+      spelling_(global, controls.reading, [this] { TellBelow(); }) {
     for (auto& field : fields_)
         field.control.Changed = [this, &field] {
             Judge(field);
             TellLost();
-            if (&field.control != &controls_.reading)
-                return;
-            TellLength();
-            TellAdvice();
+            if (&field.control == &controls_.reading)
+                TellBelow();
         };
     controls_.reading.CharacterTyped = [this](std::size_t caret) { Expand(caret); };
     controls_.reading.Step = [this](bool back) { Step(back); };
@@ -124,8 +122,7 @@ void WritingHelp::Look() {
     for (auto& field : fields_)
         Judge(field);
     TellLost();
-    TellLength();
-    TellAdvice();
+    TellBelow();
 }
 
 /// No line depends on another: those that are as they were judged last are not judged again.
@@ -186,7 +183,7 @@ void WritingHelp::TellLost() {
     controls_.lost.Emphasis(stubborn.empty() ? Label::Tone::Neutral : Label::Tone::Attention);
 }
 
-void WritingHelp::TellLength() {
+WritingHelp::Remark WritingHelp::OfTheLength() const {
     const std::string_view text = controls_.reading.Text();
     const auto counted = FirstCharacters(text, MostCounted);
     const auto length = CountCharacters(counted);
@@ -194,14 +191,15 @@ void WritingHelp::TellLength() {
     // In steps: words that change at every key are no calm sight, and the window is laid out anew for each.
     constexpr std::size_t step = 10;
     const auto bound = WithThousands(LongestPrintedReading);
-    std::string words;
     if (tooLong)
-        words = (counted.size() < text.size() ? "More than " : "About ") +
-                WithThousands((length + step - 1) / step * step) + " characters, of which " + bound + " can be printed";
-    else if (length >= CountedFrom)
-        words = "About " + WithThousands(length / step * step) + " of the " + bound + " characters that can be printed";
-    controls_.length.Text(words);
-    controls_.length.Emphasis(tooLong ? Label::Tone::Attention : Label::Tone::Neutral);
+        return {(counted.size() < text.size() ? "More than " : "About ") +
+                    WithThousands((length + step - 1) / step * step) + " characters, of which " + bound +
+                    " can be printed",
+                Label::Tone::Attention};
+    if (length >= CountedFrom)
+        return {"About " + WithThousands(length / step * step) + " of the " + bound +
+                " characters that can be printed"};
+    return {};
 }
 
 void WritingHelp::WritePlainly() {
@@ -220,12 +218,12 @@ void WritingHelp::ReadSite() {
     read(withoutSettings_, [&] { settings_ = WritingSettings::Read(catalogue, global_.currentUserName); });
     spelling_.AnotherReport();
     spelling_.Set(settings_.spelling);
-    TellAdvice();
+    TellBelow();
 }
 
 void WritingHelp::HeadingChosen() {
     const auto& reading = controls_.reading.Text();
-    if (!reading.empty() && reading != filledIn_)
+    if (!controls_.frame.Enabled() || (!reading.empty() && reading != filledIn_))
         return;
     const auto text = textBlocks_.TemplateOf(controls_.heading.Text());
     if (text.empty() && reading.empty())
@@ -235,6 +233,8 @@ void WritingHelp::HeadingChosen() {
 }
 
 void WritingHelp::Expand(std::size_t caret) {
+    if (!controls_.frame.Enabled())
+        return;
     if (const auto expansion = textBlocks_.ExpansionAt(controls_.reading.Text(), caret))
         PutIn(expansion->offset, expansion->length, expansion->text);
 }
@@ -258,7 +258,7 @@ void WritingHelp::Insert(std::string_view text) {
 
 void WritingHelp::Say(std::string_view words) {
     said_ = words;
-    TellAdvice();
+    TellBelow();
 }
 
 std::size_t WritingHelp::BlanksLeft() const {
@@ -279,12 +279,26 @@ void WritingHelp::Step(bool back) {
     controls_.reading.Select({next->offset, next->length});
 }
 
-void WritingHelp::TellAdvice() {
+WritingHelp::Remark WritingHelp::OfWhatIsToBeDone() const {
     const auto left = BlanksLeft();
-    const auto blanks = left == 1 ? std::string("1 blank to fill in: F3 goes there")
-                                  : std::to_string(left) + " blanks to fill in: F3 goes to the next";
-    controls_.advice.Text(!said_.empty() ? said_ : left > 0 ? blanks : spelling_.Failure());
-    controls_.advice.Emphasis(said_.empty() && left == 0 ? Label::Tone::Neutral : Label::Tone::Attention);
+    if (left == 0)
+        return {spelling_.Failure()};
+    return {left == 1 ? "1 blank to fill in: F3 goes there"
+                      : std::to_string(left) + " blanks to fill in: F3 goes to the next",
+            Label::Tone::Attention};
+}
+
+/// One of them: in a narrow window there is room for no more.
+void WritingHelp::TellBelow() {
+    const bool said = !said_.empty();
+    const Remark length = said ? Remark() : OfTheLength();
+    const Remark advice = said                   ? Remark{said_, Label::Tone::Attention}
+                          : length.words.empty() ? OfWhatIsToBeDone()
+                                                 : Remark();
+    controls_.length.Text(length.words);
+    controls_.length.Emphasis(length.tone);
+    controls_.advice.Text(advice.words);
+    controls_.advice.Emphasis(advice.tone);
 }
 
 } // namespace tavrel

@@ -29,7 +29,7 @@ public:
         Label& lost;
         Button& writePlainly;
         Label& length;
-        Label& advice; ///< what there is to be done with the reading
+        Label& advice; ///< what there is to be done with the reading, where nothing is told of its length
     };
     WritingHelp(Global& global, const Controls& controls);
     WritingHelp(const WritingHelp&) = delete;
@@ -75,8 +75,14 @@ private:
     void Judge(Field& field) const;
     Judged JudgeAfter(const Judged& last, const std::string& text) const;
     void TellLost();
-    void TellLength();
-    void TellAdvice();
+    /// What stands below the reading.
+    struct Remark {
+        std::string words{};
+        Label::Tone tone = Label::Tone::Neutral;
+    };
+    Remark OfTheLength() const;
+    Remark OfWhatIsToBeDone() const;
+    void TellBelow();
     void Expand(std::size_t caret);
     /// Puts text of the program's into the reading, as a person's edit.
     void PutIn(std::size_t offset, std::size_t length, std::string_view text);

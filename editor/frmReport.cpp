@@ -151,7 +151,7 @@ void frmReport::LoadDocs() {
         drafts_.Leave();
         compare_.Dismiss();
         if (shown_ != global_.report)
-            vocal_.Drop("The dictation was ended: another report was opened");
+            vocal_.Drop("Dictation ended: another report was opened");
         if (shown_ && shown_->studyUid != global_.report->studyUid)
             StartClean();
         const auto opened = shown_ = global_.report;
@@ -343,7 +343,7 @@ void frmReport::Lock(bool& readOnly) {
         control->Enabled(readOnly);
     writingHelp_.Look();
     if (!readOnly && vocal_.UnderWay())
-        vocal_.Drop("The dictation was ended: this version cannot be changed");
+        vocal_.Drop("Dictation ended: this version cannot be changed");
 }
 
 void frmReport::ShowState() {

@@ -77,8 +77,9 @@ TEST_F(TextBlocksOfTheSite, StayOutOfADraftThatIsPutBack) {
 
 TEST_F(TextBlocksOfTheSite, DoNotFillAVersionThatCannotBeChanged) {
     editor.lstHistory.ListIndex(0);
-    editor.cmbReportTitle.Text("Plain");
-    EXPECT_EQ(reading.Text(), "");
+    editor.cmbReportTitle.Typed("Plain");
+    Type("nad ");
+    EXPECT_EQ(reading.Text(), "nad ");
 }
 
 TEST_F(TextBlocksOfTheSite, OfOneReportAreNotTakenAwayInAnother) {

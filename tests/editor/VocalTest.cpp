@@ -41,6 +41,17 @@ TEST_F(Vocals, PutTheTextAtTheCursor) {
     EXPECT_EQ(editor.lblState.Text(), "Unsaved changes");
 }
 
+TEST_F(Vocals, SayMoreThanTheLengthDoes) {
+    reading.Typed(std::string(1100, 'x'));
+    EXPECT_NE(editor.lblPrintedLength.Text(), "");
+    editor.cmdVocal.Press();
+    EXPECT_EQ(editor.lblPrintedLength.Text(), "");
+    EXPECT_EQ(Said(), "Dictating: \"Vocal\" ends it");
+    dictation.Write({"y"});
+    EXPECT_NE(editor.lblPrintedLength.Text(), "");
+    EXPECT_EQ(Said(), "");
+}
+
 TEST_F(Vocals, PutTheTextInPlaceOfWhatIsSelected) {
     reading.Select({6, 6});
     editor.cmdVocal.Press();
@@ -55,7 +66,7 @@ TEST_F(Vocals, TellTheCommandThatAllIsSaidAndDropWhatItThenWrites) {
     EXPECT_EQ(Said(), "The dictation is being written: \"Vocal\" drops it");
     editor.cmdVocal.Press();
     EXPECT_FALSE(dictation.Running());
-    EXPECT_EQ(Said(), "The dictation was dropped");
+    EXPECT_EQ(Said(), "Dictation dropped");
     EXPECT_EQ(reading.Text(), "Heart normal.");
 }
 
@@ -66,14 +77,14 @@ TEST_F(Vocals, NeverWriteIntoAnotherPatientsReport) {
     EXPECT_FALSE(dictation.Running());
     dictation.Write({"Of Maria Rossi."});
     EXPECT_EQ(reading.Text(), "B");
-    EXPECT_EQ(Said(), "The dictation was ended: another report was opened");
+    EXPECT_EQ(Said(), "Dictation ended: another report was opened");
 }
 
 TEST_F(Vocals, EndWhenAVersionIsShownThatCannotBeChanged) {
     editor.cmdVocal.Press();
     editor.lstHistory.ListIndex(0);
     EXPECT_FALSE(dictation.Running());
-    EXPECT_EQ(Said(), "The dictation was ended: this version cannot be changed");
+    EXPECT_EQ(Said(), "Dictation ended: this version cannot be changed");
 }
 
 TEST_F(Vocals, EndWhenTheEditorIsClosed) {

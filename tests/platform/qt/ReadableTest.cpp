@@ -126,8 +126,11 @@ protected:
 
     using Look = std::function<void(QWidget&)>;
     static void Show(Form& form, const Look& look) {
+        Show(form, form.Name() == "frmReport" ? QSize(1280, 800) : QSize(700, 640), look);
+    }
+    static void Show(Form& form, QSize size, const Look& look) {
         FormWindow window(form, DesignedLayouts().at(form.Name()));
-        window.resize(form.Name() == "frmReport" ? QSize(1280, 800) : QSize(700, 640));
+        window.resize(size);
         window.show();
         QCoreApplication::processEvents();
         look(window);
@@ -144,10 +147,15 @@ protected:
              {Label::Tone::Neutral, Label::Tone::Attention, Label::Tone::Settled, Label::Tone::Failure}) {
             editor.lblState.Emphasis(tone);
             editor.lblDraft.Text("What is typed now");
-            for (auto* label : {&editor.lblDraft, &editor.lblUnwritable, &editor.lblPrintedLength})
+            for (auto* label : {&editor.lblDraft, &editor.lblUnwritable, &editor.lblPrintedLength, &editor.lblAdvice})
                 label->Emphasis(tone);
             Show(editor, look);
         }
+        editor.lblPrintedLength.Text("");
+        editor.lblAdvice.Text("Dictation ended: this version cannot be changed");
+        Show(editor, look);
+        Show(editor, {720, 800}, look);
+        LookAtAComparison(look);
         Show(editor, [&](QWidget& window) { LookAtTheBar(window, look); });
         LookAtCodes(look);
         station_.AddReport({.seriesUid = "1.2.3.2.2", .seriesDir = "report2", .approved = true});
@@ -168,6 +176,17 @@ protected:
         station_.editor.cmdFnModify.Press();
         Show(codes, look);
         codes.cmdClose.Press();
+    }
+    void LookAtAComparison(const Look& look) {
+        frmCompare comparison(station_.global);
+        comparison.lstEarlier.AddItem("14/11/2026 08:00:00");
+        comparison.lblDifference.Text("1 word added, 1 word removed.");
+        comparison.lblDifference.Emphasis(Label::Tone::Attention);
+        for (const auto kind : {TextMark::Kind::Added, TextMark::Kind::Removed, TextMark::Kind::Wrong}) {
+            comparison.txtDifference.Text("[removed: The heart]");
+            comparison.txtDifference.Marks({{0, 20, kind}});
+            Show(comparison, look);
+        }
     }
     static void LookAtTheBar(QWidget& window, const Look& look) {
         window.activateWindow();
