@@ -152,7 +152,10 @@ void RequireFolder(const fs::path& folder) {
     MakeLastingFolder(folder);
     if (access(folder.c_str(), W_OK | X_OK) == 0)
         return;
-    const int reason = errno;
+    const int refused = errno;
+    std::error_code unmade; // says more than that it is not there
+    fs::create_directories(folder, unmade);
+    const int reason = unmade ? unmade.value() : refused;
     throw Error(reason, "Setup",
                 folder.string() + " cannot be made and written: " + std::generic_category().message(reason));
 }

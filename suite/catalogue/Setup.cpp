@@ -52,6 +52,11 @@ int NumberOf(const std::string& text) {
     return failure == std::errc() && end == text.data() + text.size() ? number : 0;
 }
 
+bool IsTheSystems(int port) {
+    constexpr int first = 1024;
+    return port < first && geteuid() != 0;
+}
+
 bool IsPort(int port) {
     return port >= LowestPort && port <= HighestPort;
 }
@@ -105,6 +110,8 @@ std::string PortFault(const std::string& text) {
     const int port = NumberOf(text);
     if (!IsPort(port))
         return "is no port";
+    if (IsTheSystems(port))
+        return "is one of the system's; from 1024 on they are everybody's";
     const int free = Setup::FreePort(port);
     return free == port ? std::string() : "is taken on this machine; " + std::to_string(free) + " is free";
 }
@@ -134,20 +141,34 @@ std::string NameOfThePerson(const std::string& account) {
     return last == std::string::npos ? name : name.substr(last + 1) + ", " + std::string(Trimmed(name.substr(0, last)));
 }
 
+std::string TextInReportsFault(const std::string& text, ReportForm form) {
+    std::string fault = TextFault(text, longest::LongString);
+    if (!fault.empty() || FitsReports(text, form))
+        return fault;
+    return "has characters that classic reports (ISO_IR 100) lack";
+}
+
 /// As objects have a name: "Rossi, Mario" is "Rossi^Mario".
 std::string InObjects(const std::string& name) {
     const auto comma = name.find(',');
     if (comma == std::string::npos || name.find('^') != std::string::npos)
         return name;
     const std::string_view whole = name;
-    return std::string(Trimmed(whole.substr(0, comma))) + "^" + std::string(Trimmed(whole.substr(comma + 1)));
+    const std::string family(Trimmed(whole.substr(0, comma))), given(Trimmed(whole.substr(comma + 1)));
+    return given.empty() ? family : family + "^" + given;
 }
 
-std::string TextInReportsFault(const std::string& text, ReportForm form) {
-    std::string fault = TextFault(text, longest::LongString);
-    if (!fault.empty() || FitsReports(text, form))
-        return fault;
-    return "has characters that classic reports (ISO_IR 100) lack";
+std::string NameFault(const std::string& name, ReportForm form) {
+    const std::string inObjects = InObjects(name);
+    return inObjects.starts_with('^') ? "has no family name" : TextInReportsFault(inObjects, form);
+}
+
+std::string NodeFault(const std::string& title) {
+    return AeTitleFault(title).empty() ? "" : "is no AE title";
+}
+
+std::string RootFault(const std::string& uid) {
+    return BaseUidFault(uid).empty() ? "" : "is no root of UIDs";
 }
 
 /// A root that nobody else has: "2.25." and a random UUID as a number (PS3.5, B.2). Its first bits are left, so that a
@@ -170,16 +191,35 @@ std::string RandomRoot() {
     return "2.25." + digits;
 }
 
+std::string ValueIn(const OdbcSettings& entry, std::string_view name) {
+    const auto found = std::ranges::find_if(entry, [&](const auto& each) { return SameInAnyCase(each.first, name); });
+    return found == entry.end() ? std::string() : found->second;
+}
+
 /// The file that an entry of SQLite names; empty of another engine's.
 fs::path FileOf(const OdbcSettings& entry) {
-    const auto value = [&](std::string_view name) {
-        const auto found =
-            std::ranges::find_if(entry, [&](const auto& each) { return SameInAnyCase(each.first, name); });
-        return found == entry.end() ? std::string() : found->second;
-    };
-    const std::string driver = value("Driver");
-    return driver.find("SQLite") == std::string::npos && driver.find("sqlite") == std::string::npos ? ""
-                                                                                                    : value("Database");
+    const std::string driver = ValueIn(entry, "Driver");
+    return driver.find("SQLite") == std::string::npos && driver.find("sqlite") == std::string::npos
+               ? ""
+               : ValueIn(entry, "Database");
+}
+
+/// What brings a driver, in words behind another sentence; empty of one that is not known.
+std::string PackageOf(const std::string& driver) {
+    for (const auto& [name, package] :
+         {std::pair("SQLite3", "libsqliteodbc"), std::pair("PostgreSQL Unicode", "odbc-postgresql"),
+          std::pair("MariaDB Unicode", "odbc-mariadb")})
+        if (driver == name)
+            return std::string("; \"sudo apt install ") + package + "\" brings it";
+    return {};
+}
+
+/// Beside what the service has of its own there.
+bool HoldsStudies(const fs::path& folder) {
+    std::error_code none;
+    const fs::directory_iterator entries(folder, none);
+    return std::ranges::any_of(
+        entries, [](const fs::directory_entry& entry) { return !entry.path().filename().string().starts_with('.'); });
 }
 
 } // namespace
@@ -196,11 +236,34 @@ int Setup::FreePort(int from) {
 }
 
 Connection& Setup::Catalogue() {
-    if (!connection_) {
-        connection_ = database_.NewConnection();
-        connection_->Open("DSN=" + std::string(DataSource));
+    if (connection_)
+        return *connection_;
+    auto connection = database_.NewConnection();
+    try {
+        connection->Open("DSN=" + std::string(DataSource));
+    } catch (const Error& error) {
+        if (error.description.find("no default driver specified") == std::string::npos)
+            throw;
+        const std::string driver = ValueIn(EntryInForce(std::string(DataSource)), "Driver");
+        Refuse("The database driver " + driver + " is not installed" + PackageOf(driver));
     }
+    connection_ = std::move(connection);
     return *connection_;
+}
+
+void Setup::RequireNoneLost() {
+    const fs::path file = FileOf(EntryInForce(std::string(DataSource))), studies = places_.data / "studies";
+    std::error_code failure;
+    const bool there = fs::exists(file, failure);
+    if (!file.empty() && failure)
+        Refuse("The catalogue " + file.string() + " cannot be reached: " + failure.message());
+    if (file.empty() || !HoldsStudies(studies) ||
+        (there && !CompareWithSchema(Catalogue(), DetectEngine(Catalogue())).nothingThere))
+        return;
+    Refuse("The catalogue " + file.string() + " is gone or empty, but " + studies.string() +
+           " holds studies. docs/restoring.md says how it is put back from a backup. Where there is none, "
+           "\"orbenta-catalogue init\" makes an empty one and \"orbenta-catalogue check --mend --studies " +
+           studies.string() + "\" enters the studies");
 }
 
 bool Setup::EntryThere() const {
@@ -271,6 +334,7 @@ bool Setup::ServiceAnswers() {
 }
 
 std::vector<SetupQuestion> Setup::Questions(const SetupValues& given) {
+    RequireNoneLost();
     std::vector<SetupQuestion> questions;
     const bool ofTheOwner = InDepartment();
     if (!ofTheOwner && !SiteThere()) {
@@ -285,26 +349,26 @@ std::vector<SetupQuestion> Setup::Questions(const SetupValues& given) {
                              known("Organization").empty() ? "Department of Radiology" : known("Organization"),
                              [form](const std::string& text) { return TextInReportsFault(text, form); }});
         questions.push_back({&SetupValues::baseUid, "--base-uid", "The root of its UIDs, if it has one of its own",
-                             known("BaseUID").empty() ? RandomRoot() : known("BaseUID"), BaseUidFault});
+                             known("BaseUID").empty() ? RandomRoot() : known("BaseUID"), RootFault});
         if (newSite)
             questions.push_back({&SetupValues::reports, "--reports", "", "interchange", [](const std::string& text) {
                                      return text == "classic" || text == "interchange" ? "" : "is no form of reports";
                                  }});
     }
     if (!ofTheOwner && Node().empty())
-        questions.push_back({&SetupValues::node, "--node", "", NodeOfTheMachine(), AeTitleFault});
+        questions.push_back({&SetupValues::node, "--node", "", NodeOfTheMachine(), NodeFault});
     if (!ofTheOwner && Signature().empty()) {
         const ReportForm form = SiteThere()
                                     ? SiteReportForm(Catalogue())
                                     : (given.reports == "classic" ? ReportForm::Classic : ReportForm::Interchange);
         questions.push_back({&SetupValues::signature, "--signature",
                              "Your name, as reports are signed (family name, given name)", NameOfThePerson(account_),
-                             [form](const std::string& name) { return TextInReportsFault(InObjects(name), form); }});
+                             [form](const std::string& name) { return NameFault(name, form); }});
     }
     if (!ofTheOwner && !PortThere()) {
         questions.push_back({&SetupValues::port, "--port", "Port of the storage service, on this machine alone",
                              std::to_string(FreePort(PortOfTheAccount())), PortFault});
-        questions.push_back({&SetupValues::aeTitle, "--ae-title", "", "PORVANE", AeTitleFault});
+        questions.push_back({&SetupValues::aeTitle, "--ae-title", "", "PORVANE", NodeFault});
     }
     if (service_.Way().empty())
         questions.push_back({&SetupValues::studies, "--studies", "Folder of the studies",
@@ -374,6 +438,7 @@ void Setup::Run(const SetupValues& answers) {
 }
 
 bool Setup::GoThrough(const SetupValues* answers) {
+    RequireNoneLost();
     bool whole = true;
     const auto step = [&](bool there, const auto& words, const auto& make) {
         if (!there && answers)
@@ -406,7 +471,8 @@ bool Setup::GoThrough(const SetupValues* answers) {
             OneRowTable(Catalogue(), "DicomServer").Set({{"AETitle", values.node}});
         });
         step(
-            !Signature().empty(), [&] { return "the signature of " + account_ + ", " + Signature(); },
+            !Signature().empty(),
+            [&] { return "the signature of " + account_ + (Signature().empty() ? "" : ", " + Signature()); },
             [&](const SetupValues& values) {
                 SetUser(Catalogue(), {account_, InObjects(values.signature)});
             });

@@ -118,6 +118,18 @@ CLI::Validator Languages() {
     });
 }
 
+/// An option without its value, as of a script whose variable is empty, would take the next option for it.
+void RefuseOptionsAsValues(CLI::App& app) {
+    const auto words = [](const std::string& text) {
+        return std::string(text.starts_with("--") ? "its value is missing" : "");
+    };
+    for (CLI::Option* option : app.get_options())
+        if (!option->get_positional() && option->get_items_expected_max() > 0)
+            option->check(Rule("", words));
+    for (CLI::App* command : app.get_subcommands({}))
+        RefuseOptionsAsValues(*command);
+}
+
 class Tool {
 public:
     Tool() {
@@ -142,6 +154,7 @@ public:
         AddReport();
         AddDepartment();
         AddCheck();
+        RefuseOptionsAsValues(app_);
     }
 
     int Run(int argc, char** argv) {

@@ -36,6 +36,8 @@ public:
 public slots:
     /// The storage service has stored a report: its event "OnStore".
     void ReportStored(const QDBusMessage& event = {});
+    /// Words of one line, below everything.
+    void Say(const QString& words);
 
 signals:
     void NothingListed();
@@ -86,7 +88,6 @@ private:
     /// Goes `steps` slices on; a file's frames count as slices.
     void Turn(int steps);
     void UpdateActions();
-    void Say(const QString& words);
     /// Comes to the front, from the task bar too.
     void ShowItself();
 

@@ -26,6 +26,15 @@ QStringList LinesOf(const QString& said, const QString& word) {
     return found;
 }
 
+/// What the tool says, without what is of use at a terminal alone.
+QString ForPeople(QString words) {
+    for (const auto& [typed, read] :
+         {std::pair("orbenta-catalogue: ", ""), std::pair("Run with --help for more information.", ""),
+          std::pair("--organization: ", "Hospital: "), std::pair("--signature: ", "You sign as: ")})
+        words.replace(typed, read);
+    return words.trimmed();
+}
+
 QLabel* Words(const QString& text) {
     auto* label = new QLabel(text);
     label->setTextFormat(Qt::PlainText);
@@ -47,6 +56,8 @@ void SetupOffer::Look() {
     });
     connect(asked, &QProcess::finished, this, [this, asked] {
         Offer(QString::fromUtf8(asked->readAllStandardOutput()));
+        if (const QString words = ForPeople(QString::fromUtf8(asked->readAllStandardError())); !words.isEmpty())
+            emit Said(words);
         asked->deleteLater();
     });
     asked->start(tool_, {"setup", "--dry-run"});
@@ -123,9 +134,15 @@ QLineEdit* SetupOffer::Field(QWidget* page, const QString& caption, const QStrin
 
 void SetupOffer::SetUp() {
     QStringList command = {"setup", "--yes"};
-    for (const auto& [option, field] : {std::pair("--organization=", hospital_), std::pair("--signature=", name_)})
-        if (field && !field->text().trimmed().isEmpty())
-            command += option + field->text().trimmed();
+    for (const auto& [option, field] : {std::pair("--organization=", hospital_), std::pair("--signature=", name_)}) {
+        if (!field)
+            continue;
+        if (field->text().trimmed().isEmpty()) {
+            field->setFocus();
+            return Fail(tr("A name is missing."));
+        }
+        command += option + field->text().trimmed();
+    }
     button_->setEnabled(false);
     outcome_->setText(tr("Setting up ..."));
     auto* setup = new QProcess(this);
@@ -134,7 +151,7 @@ void SetupOffer::SetUp() {
             Fail(tr("%1 cannot be started.").arg(tool_));
     });
     connect(setup, &QProcess::finished, this, [this, setup](int status) {
-        const QString words = QString::fromUtf8(setup->readAllStandardError()).trimmed();
+        const QString words = ForPeople(QString::fromUtf8(setup->readAllStandardError()));
         const QString missing = LinesOf(QString::fromUtf8(setup->readAllStandardOutput()), "MISSING").join("\n");
         setup->deleteLater();
         if (status != 0)
@@ -147,7 +164,7 @@ void SetupOffer::SetUp() {
 
 void SetupOffer::Fail(const QString& words) {
     button_->setEnabled(true);
-    outcome_->setText(words);
+    outcome_->setText(words.isEmpty() ? tr("It failed, and does not say why.") : words);
 }
 
 } // namespace tavrel

@@ -29,6 +29,8 @@ signals:
     void Done();
     /// Nothing is missing, or the tool does not say what.
     void NothingToOffer();
+    /// Why the tool cannot tell.
+    void Said(const QString& words);
 
 private:
     void Offer(const QString& said);

@@ -64,6 +64,7 @@ int main(int argumentCount, char** arguments) {
     SetupOffer setup(window, QApplication::applicationDirPath() + "/orbenta-catalogue");
     QObject::connect(&setup, &SetupOffer::Done, &window, &MainWindow::Start);
     const ViewerPlace place(window, QString::fromLocal8Bit(StateFolder() + "/viewer"));
+    QObject::connect(&setup, &SetupOffer::Said, &window, &MainWindow::Say);
     window.show();
     // The driver manager, once it has looked for an entry in vain, goes on for a while without looking again.
     if (EntryInForce("DicomFDB").empty()) {

@@ -149,6 +149,51 @@ TEST_F(NewAccount, GoesOnWhereTheCatalogueIsGone) {
     EXPECT_TRUE(Holds(after.out, "there    the ODBC entry DicomFDB\nmade     the catalogue")) << after.out;
 }
 
+TEST_F(NewAccount, GetsNoEmptyCatalogueInThePlaceOfALostOne) {
+    WithoutSession(Setup("--yes"));
+    const fs::path data = home.Path() / ".local/share/orbenta";
+    fs::create_directories(data / "studies/1.2.3");
+    for (const char* how : {"gone", "emptied"}) {
+        fs::remove(data / "catalogue.db");
+        if (how == std::string("emptied"))
+            std::ofstream(data / "catalogue.db").flush();
+        for (const char* options : {"--yes", "--dry-run"}) {
+            const Outcome again = WithoutSession(Setup(options));
+            EXPECT_TRUE(Holds(again.err, "catalogue.db is gone or empty, but ")) << how << options << again.err;
+            EXPECT_FALSE(Holds(again.out, "missing  the catalogue")) << how;
+        }
+    }
+    EXPECT_LE(fs::file_size(data / "catalogue.db"), 4096U); // it has no table
+}
+
+TEST_F(NewAccount, IsToldOfADriverThatIsNotInstalled) {
+    fs::create_directories(home.Path() / "etc");
+    const Outcome setup = WithoutSession("env ODBCSYSINI='" + home.Path().string() + "/etc' " + Setup("--yes"));
+    EXPECT_TRUE(Holds(setup.err, "The database driver SQLite3 is not installed; \"sudo apt install libsqliteodbc\""))
+        << setup.err;
+}
+
+TEST_F(NewAccount, TakesNoOptionForTheValueOfAnother) {
+    const Outcome setup = WithoutSession(Setup("--yes --signature= --organization=Orbenta"));
+    EXPECT_EQ(setup.status, WrongArguments);
+    EXPECT_TRUE(Holds(setup.err, "--signature: its value is missing")) << setup.err;
+    EXPECT_TRUE(fs::is_empty(home.Path()));
+}
+
+TEST_F(NewAccount, SaysOnceWhatAValueCannotBe) {
+    for (const auto& [option, words] : {std::pair("--node=B\\\\C", "--node: \"B\\C\" is no AE title"),
+                                        std::pair("--base-uid=1..2", "\"1..2\" is no root"),
+                                        std::pair("--signature=\", Mario\"", "\", Mario\" has no family name")}) {
+        const Outcome setup = WithoutSession(Setup(std::string("--yes ") + option));
+        EXPECT_TRUE(Holds(setup.err, words) && setup.err.find("is no") == setup.err.rfind("is no")) << setup.err;
+    }
+}
+
+TEST_F(NewAccount, SignsWithAFamilyNameAlone) {
+    WithoutSession(Setup("--yes --signature Rossi,"));
+    EXPECT_EQ(Value("SELECT Signature FROM Users"), "Rossi");
+}
+
 TEST_F(NewAccount, WithACatalogueOfBeforeHasOne) {
     WithoutSession(Setup("--yes"));
     for (const char* table : {"CatalogueVersion", "Archive", "Outgoing", "OutgoingClaim", "StorageArea"})
@@ -168,7 +213,7 @@ TEST_F(NewAccount, IsAskedAtATerminal) {
     const Outcome setup =
         InSession("printf \"Saint Luke\\n1..2\\n\\nRossi, Mario\\n70000\\n\\n\\n\\n\" | script -qec \"" + Setup("") +
                   "\" /dev/null");
-    EXPECT_TRUE(Holds(setup.out, "This \"1..2\" is no UID.")) << setup.out;
+    EXPECT_TRUE(Holds(setup.out, "This is no root of UIDs.")) << setup.out;
     EXPECT_TRUE(Holds(setup.out, "This is no port.")) << setup.out;
     EXPECT_EQ(Value("SELECT Organization FROM SiteData"), "Saint Luke");
     EXPECT_EQ(Value("SELECT Signature FROM Users"), "Rossi^Mario");
@@ -184,6 +229,7 @@ TEST_F(NewAccount, IsToldWhatIsMissingWithoutAChange) {
     const Outcome looked = WithoutSession(Setup("--dry-run"));
     EXPECT_EQ(looked.status, Failed);
     EXPECT_TRUE(Holds(looked.out, "missing  the ODBC entry DicomFDB\nmissing  the catalogue")) << looked.out;
+    EXPECT_TRUE(Holds(looked.out, "missing  the signature of " + PosixUserInformation().UserName() + "\n"));
     EXPECT_TRUE(fs::is_empty(home.Path()));
 }
 

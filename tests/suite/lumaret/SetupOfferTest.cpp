@@ -103,9 +103,33 @@ TEST_F(SetupOffered, SaysWhyItFailedAndMayBeTriedAgain) {
     Say(Fresh, "echo 'orbenta-catalogue: no room' >&2; exit 1");
     ASSERT_TRUE(offered);
     Button()->click();
-    EXPECT_TRUE(QTest::qWaitFor([this] { return Outcome() == "orbenta-catalogue: no room"; }));
+    EXPECT_TRUE(QTest::qWaitFor([this] { return Outcome() == "no room"; }));
     EXPECT_TRUE(Button()->isEnabled());
     EXPECT_FALSE(images->isVisible());
+}
+
+TEST_F(SetupOffered, TellsOfAFieldAsItIsNamedThere) {
+    Say(Fresh, "echo '--signature: \"x\" is too long' >&2; echo 'Run with --help for more information.' >&2; exit 2");
+    ASSERT_TRUE(offered);
+    Button()->click();
+    EXPECT_TRUE(QTest::qWaitFor([this] { return Outcome() == "You sign as: \"x\" is too long"; }));
+}
+
+TEST_F(SetupOffered, TakesNoDefaultForANameThatWasTakenOut) {
+    Say(Fresh);
+    ASSERT_TRUE(offered);
+    window.findChildren<QLineEdit*>().last()->setText(" ");
+    Button()->click();
+    EXPECT_EQ(Outcome(), "A name is missing.");
+    EXPECT_EQ(Asked(), "");
+}
+
+TEST_F(SetupOffered, OfAnAccountThatCannotBeLookedAtSaysWhy) {
+    QSignalSpy said(&offer, &SetupOffer::Said);
+    Say("there    the ODBC entry DicomFDB\nEND\necho 'orbenta-catalogue: It is gone' >&2\ncat <<END\n", {}, 300);
+    EXPECT_TRUE(said.count() == 1 || said.wait());
+    EXPECT_EQ(said.value(0).value(0).toString(), "It is gone");
+    EXPECT_FALSE(offered);
 }
 
 TEST_F(SetupOffered, IsLeftForLater) {
