@@ -27,7 +27,7 @@ QStringList LinesOf(const QString& said, const QString& word) {
 }
 
 /// What the tool says, without what is of use at a terminal alone.
-QString ForPeople(QString words) {
+QString WithoutTheTerminals(QString words) {
     for (const auto& [typed, read] :
          {std::pair("orbenta-catalogue: ", ""), std::pair("Run with --help for more information.", ""),
           std::pair("--organization: ", "Hospital: "), std::pair("--signature: ", "You sign as: ")})
@@ -56,7 +56,8 @@ void SetupOffer::Look() {
     });
     connect(asked, &QProcess::finished, this, [this, asked] {
         Offer(QString::fromUtf8(asked->readAllStandardOutput()));
-        if (const QString words = ForPeople(QString::fromUtf8(asked->readAllStandardError())); !words.isEmpty())
+        if (const QString words = WithoutTheTerminals(QString::fromUtf8(asked->readAllStandardError()));
+            !words.isEmpty())
             emit Said(words);
         asked->deleteLater();
     });
@@ -151,7 +152,7 @@ void SetupOffer::SetUp() {
             Fail(tr("%1 cannot be started.").arg(tool_));
     });
     connect(setup, &QProcess::finished, this, [this, setup](int status) {
-        const QString words = ForPeople(QString::fromUtf8(setup->readAllStandardError()));
+        const QString words = WithoutTheTerminals(QString::fromUtf8(setup->readAllStandardError()));
         const QString missing = LinesOf(QString::fromUtf8(setup->readAllStandardOutput()), "MISSING").join("\n");
         setup->deleteLater();
         if (status != 0)
