@@ -4,6 +4,7 @@
 #include "tests/editor/ReportingStation.h"
 
 #include <QAccessible>
+#include <QHeaderView>
 #include <QWidget>
 #include <gmock/gmock.h>
 
@@ -35,6 +36,18 @@ TEST_F(Forms, TheCodeTablesManagerHasAWidgetForEachControl) {
 
 TEST_F(Forms, TheComparisonHasAWidgetForEachControl) {
     EXPECT_THAT(Missing(frmCompare(station_.global)), testing::IsEmpty());
+}
+
+TEST_F(Forms, TheChooserHasRoomForItsHeadingsHoweverNarrow) {
+    QWidget window;
+    DesignedLayouts().at("frmSRSeriesChoice")(window);
+    const FormBinder binder(station_.chooser, window);
+    window.resize(window.minimumSize());
+    window.show();
+    const auto& headings = *window.findChild<QHeaderView*>();
+    EXPECT_EQ(headings.count(), 4);
+    for (int column = 0; column < headings.count(); ++column)
+        EXPECT_GE(headings.sectionSize(column), headings.sectionSizeHint(column)) << column;
 }
 
 TEST_F(Forms, TheListsAreDescribedByTheirNotesAsLongAsTheseAreSeen) {
