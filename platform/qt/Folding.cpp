@@ -110,18 +110,27 @@ void Folding::AskAllAgain() const {
         widget->ensurePolished();
         widget->updateGeometry();
     }
+    for (auto* layout : window_.findChildren<QLayout*>()) // one within another keeps what it knows
+        layout->invalidate();
 }
 
-void Folding::Follow() {
+void Folding::Measure() {
     if (!column_)
         return;
-    if (unfoldedWidth_ == 0) { // What the window says and in which font is known only now.
-        AskAllAgain();
-        KeepSizes();
-        unfoldedWidth_ = Needed().width();
-        Fold(true);
-        window_.setMinimumSize(Needed());
-    }
+    if (folded_)
+        Fold(false);
+    AskAllAgain();
+    KeepSizes();
+    unfoldedWidth_ = Needed().width();
+    Fold(true);
+    window_.setMinimumSize(Needed());
+    Follow();
+}
+
+/// Folds and unfolds as the window's size, or what it needs, has become.
+void Folding::Follow() {
+    if (unfoldedWidth_ == 0)
+        return Measure();
     if (folded_ && window_.width() >= unfoldedWidth_)
         Fold(false);
     if (!folded_)

@@ -17,15 +17,16 @@ class Folding : public QObject {
 public:
     explicit Folding(QWidget& window);
 
-    bool Folded() const { return folded_; }
-    /// To be called when the window has another size.
-    void Follow();
+    bool Folds() const { return column_ != nullptr; }
+    /// To be called before the window is shown, when all is in it: makes its least size known.
+    void Measure();
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     void PutIntoScrollArea();
+    void Follow();
     void Fold(bool fold);
     void KeepSizes();
     void TurnBoxes();

@@ -6,14 +6,16 @@
 #include <QCloseEvent>
 #include <QKeyEvent>
 #include <QPushButton>
-#include <QScreen>
 #include <QSplitter>
 #include <QWindow>
+
+#include <utility>
 
 namespace tavrel {
 namespace {
 
-constexpr int Shown = 200;       // ms after a window is shown
+constexpr int Look = 200;        // ms between two looks at a window that was shown
+constexpr int MostLooks = 10;    // at a window that stands in no frame
 constexpr int StandsStill = 500; // ms after it was moved: longer than what else moves it takes
 
 /// The shares as sizes, of which none is too small for its column: a splitter would widen that one.
@@ -31,10 +33,12 @@ FormWindow::FormWindow(Form& form, const std::function<void(QWidget&)>& layOut) 
     for (auto* splitter : findChildren<QSplitter*>())
         splitter->setSizes(Wide(ColumnShares(*splitter, splitter->count())));
     binder_.emplace(form, *this);
-    folding_.emplace(*this).Follow();
+    folding_.emplace(*this);
     const auto showCaption = [this] { setWindowTitle(ToQt(form_->Caption())); };
     showCaption();
     form.Watch(showCaption);
+    shown_.setInterval(Look);
+    shown_.callOnTimeout([this] { LookAtPlace(); });
     moved_.setSingleShot(true);
     moved_.setInterval(StandsStill);
     moved_.callOnTimeout([this] { Remember(); });
@@ -50,7 +54,8 @@ void FormWindow::Dismiss() {
 
 void FormWindow::StandAt(const WindowPlaces& places) {
     places_ = &places;
-    Put(*this, places.For(*this, size()));
+    folding_->Measure();
+    Put(*this, places.For(*this, size(), folding_->Folds() ? minimumSize() : size()));
 }
 
 void FormWindow::StandOver(const QRect& other) {
@@ -59,12 +64,32 @@ void FormWindow::StandOver(const QRect& other) {
     Put(*this, {place, QSize(0, 0)});
 }
 
+void FormWindow::ComeBack() {
+    const auto remembered = places_ ? places_->Remembered(*this) : std::nullopt;
+    if (remembered && !(windowState() & (Qt::WindowMinimized | Qt::WindowMaximized | Qt::WindowFullScreen)))
+        Put(*this, *remembered);
+    else
+        BringBack(*this);
+    Settle();
+}
+
 void FormWindow::Settle() {
     settled_ = PlaceOf(*this);
 }
 
+/// The window manager tells only when the window is shown how much its frame takes, and no event says when.
+void FormWindow::LookAtPlace() {
+    const auto before = std::exchange(seen_, PlaceOf(*this));
+    BringBack(*this);
+    const bool framed = !seen_->around.isNull();
+    if ((!framed || before != seen_) && ++looks_ < MostLooks)
+        return;
+    shown_.stop();
+    Settle();
+}
+
 void FormWindow::Remember() {
-    if (!places_ || !settled_ || PlaceOf(*this) == *settled_)
+    if (!places_ || !settled_ || isFullScreen() || PlaceOf(*this) == *settled_)
         return;
     Settle();
     places_->Remember(*this);
@@ -83,15 +108,14 @@ void FormWindow::resizeEvent(QResizeEvent* event) {
 void FormWindow::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
     settled_.reset();
-    // The window manager tells only now how much its frame takes.
-    QTimer::singleShot(Shown, this, [this] {
-        BringBack(*this);
-        Settle();
-    });
+    seen_.reset();
+    looks_ = 0;
+    shown_.start();
 }
 
 void FormWindow::hideEvent(QHideEvent* event) {
     Remember();
+    shown_.stop();
     moved_.stop();
     QWidget::hideEvent(event);
 }

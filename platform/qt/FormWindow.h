@@ -23,6 +23,8 @@ public:
     void StandAt(const WindowPlaces& places);
     /// Before it is shown: stands over the middle of another window.
     void StandOver(const QRect& other);
+    /// When the screens have changed: stands where the person has put it on these ones, in any case on none in part.
+    void ComeBack();
     /// What the window has become by itself is no place that the person has chosen.
     void Settle();
     /// Keeps the window above others from now on, or from when it is shown.
@@ -37,6 +39,7 @@ protected:
     void hideEvent(QHideEvent* event) override;
 
 private:
+    void LookAtPlace();
     void Remember();
 
     Form* form_;
@@ -44,6 +47,9 @@ private:
     std::optional<Folding> folding_;
     const WindowPlaces* places_ = nullptr;
     std::optional<WindowPlace> settled_; ///< where the window stands by itself
+    std::optional<WindowPlace> seen_;    ///< where it stood at the look before
+    int looks_ = 0;                      ///< since it was shown
+    QTimer shown_;                       ///< runs until the window stands still
     QTimer moved_;                       ///< since it was moved last
 };
 

@@ -30,6 +30,11 @@ QRect Near(const QRect& taken, const QRect& part, QSize size) {
     return Inside(part, place);
 }
 
+/// What has no room at the side has it below.
+QSize Folded(QSize size, QSize wanted, const QRect& part) {
+    return size.width() < wanted.width() ? QSize(size.width(), part.height()) : size;
+}
+
 } // namespace
 
 const QRect& ScreenOf(const QRect& window, const QList<QRect>& screens) {
@@ -57,12 +62,11 @@ QRect FreePlace(const QList<QRect>& screens, const QRect& taken, QSize wanted, Q
         parts, {}, [&](const QRect& part) { return Area(QRect(QPoint(), used(part))); }); // of equals the first
     if (best == parts.end()) {
         const int width = std::clamp(home.width() / 2, least.width(), std::max(wanted.width(), least.width()));
-        return Inside(home, {home.right() + 1 - width, home.top(), width, home.height()});
+        QRect place = Near(taken, home, Folded({width, wanted.height()}, wanted, home));
+        place.moveRight(home.right());
+        return place;
     }
-    QSize size = used(*best);
-    if (size.width() < wanted.width()) // What has no room at the side has it below.
-        size.setHeight(best->height());
-    return Near(taken, *best, size);
+    return Near(taken, *best, Folded(used(*best), wanted, *best));
 }
 
 } // namespace tavrel

@@ -142,10 +142,12 @@ void QtWindows::Follow(const QScreen& screen) {
 
 void QtWindows::BringAllBack() {
     for (auto* widget : QApplication::topLevelWidgets())
-        if (widget->isVisible() && (widget->windowType() == Qt::Window || widget->windowType() == Qt::Dialog))
+        if (!widget->isVisible())
+            continue;
+        else if (auto* window = dynamic_cast<FormWindow*>(widget))
+            window->ComeBack();
+        else if (widget->windowType() == Qt::Window || widget->windowType() == Qt::Dialog)
             BringBack(*widget);
-    for (const auto& [form, window] : windows_)
-        window->Settle();
 }
 
 void QtWindows::Present(FormWindow& window) {

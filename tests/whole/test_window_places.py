@@ -108,6 +108,7 @@ class TheEditor(SystemTest):
             editor = self.opened()
             self.assertTrue(inside(frame(editor.window), self.screen), (turn, frame(editor.window)))
             editor.close()
+        self.assertFalse(self.places.exists(), "nobody has moved it")
 
     def test_opens_where_it_was_put(self):
         editor = self.opened()

@@ -61,6 +61,17 @@ TEST_F(TheEditorsWindow, BecomesAsNarrowAsAHalfOfASmallScreen) {
     EXPECT_TRUE(Folded());
 }
 
+TEST_F(TheEditorsWindow, KnowsItsLeastSizeBeforeItOpens) {
+    FormWindow other(station_.editor, DesignedLayouts().at("frmReport"));
+    const WindowPlaces places;
+    other.StandAt(places);
+    const QSize least = other.minimumSize();
+    other.show();
+    QApplication::processEvents();
+    EXPECT_EQ(other.minimumSize(), least);
+    other.Dismiss();
+}
+
 TEST_F(TheEditorsWindow, HidesAndCutsNothingWhenItIsNarrow) {
     const auto seen = Seen();
     Become(Narrow);

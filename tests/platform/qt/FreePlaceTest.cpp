@@ -40,7 +40,11 @@ TEST(AFreePlace, IsNotUnderAWindowThatLiesOnBothScreens) {
 
 TEST(AFreePlace, CoversHalfOfTheOnlyScreenWhereTheOtherWindowFillsIt) {
     EXPECT_EQ(Place({Usual}, Usual), QRect(960, 0, 960, 1080));
-    EXPECT_EQ(Place({Wide}, Wide), QRect(2600, 0, 1240, 1600));
+    EXPECT_EQ(Place({Wide}, Wide), QRect(2600, 430, 1240, 740));
+}
+
+TEST(AFreePlace, IsAsLargeAsAWindowThatCannotBeSmaller) {
+    EXPECT_EQ(FreePlace({Small}, Small, {720, 360}, {720, 360}), QRect(560, 220, 720, 360));
 }
 
 TEST(AFreePlace, LeavesTheOtherWindowWhatASmallScreenHasBesides) {

@@ -17,7 +17,10 @@ namespace {
 /// Two screens, the images on one of them; screens_main.cpp has set them up.
 class PlacesOnTwoScreens : public testing::Test {
 protected:
-    ~PlacesOnTwoScreens() override { windows_.Unload(form_); }
+    ~PlacesOnTwoScreens() override {
+        windows_.Unload(form_);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); // its lists are drawn from the form
+    }
 
     void Show() {
         windows_.Show(form_);
@@ -74,7 +77,7 @@ TEST_F(PlacesOnTwoScreens, AWindowThatWasMovedOpensThereAgain) {
 
 TEST_F(PlacesOnTwoScreens, AMovedWindowsPlaceIsKeptBeforeItGoes) {
     Show();
-    QTest::qWait(250); // nobody is so fast that it were taken for the window manager's doing
+    QTest::qWait(700); // nobody is so fast that it were taken for the window manager's doing
     MoveTo({100, 80, 640, 480});
     EXPECT_TRUE(QTest::qWaitFor([&] { return Read().contains("frmOneOfEach\t100\t80\t"); }));
 }
@@ -92,6 +95,24 @@ TEST_F(PlacesOnTwoScreens, AMaximisedWindowOpensMaximisedAndKnowsItsSmallerPlace
     Again();
     EXPECT_TRUE(Window().isMaximized());
     EXPECT_TRUE(Read().contains("frmOneOfEach\t100\t80\t"));
+}
+
+TEST_F(PlacesOnTwoScreens, AWindowThatWasWithoutAFrameOpensInItsUsualPlace) {
+    Show();
+    MoveTo({100, 80, 640, 480});
+    Again();
+    const QRect place = Place();
+    Window().showFullScreen();
+    Again();
+    EXPECT_EQ(Place(), place);
+}
+
+TEST_F(PlacesOnTwoScreens, AWindowThatDoesNotFoldKeepsItsSizeWhereThereIsNoRoom) {
+    Show();
+    const QSize usual = Window().size();
+    images_ |= QApplication::screens()[1]->geometry();
+    Again();
+    EXPECT_EQ(Window().size(), usual);
 }
 
 TEST_F(PlacesOnTwoScreens, APlaceIsOfTheScreensAsTheyStood) {
@@ -137,6 +158,16 @@ TEST_F(PlacesOnTwoScreens, AWindowThatIsOffWhenTheScreensChangeComesBackAndIsNot
     EXPECT_TRUE(QTest::qWaitFor([&] { return OnScreen(1); }));
     QTest::qWait(600);
     EXPECT_EQ(Read(), "");
+}
+
+TEST_F(PlacesOnTwoScreens, AWindowIsBackInItsPlaceAsSoonAsItsScreensAre) {
+    Show();
+    MoveTo({100, 80, 640, 480});
+    Again();
+    const QRect place = Place();
+    MoveTo({300, 90, 500, 480}); // as a window manager does when a screen is unplugged
+    Q_EMIT QApplication::screens()[1]->geometryChanged({});
+    EXPECT_TRUE(QTest::qWaitFor([&] { return Place() == place; }));
 }
 
 TEST_F(PlacesOnTwoScreens, AnotherWindowsPlaceStaysItsOwn) {

@@ -235,6 +235,8 @@ TEST_P(Readable, AWaitAndATipStandOutToo) {
 /// What does not fit its place, or the window.
 std::vector<std::string> Cut(const QWidget& window) {
     std::vector<std::string> cut;
+    const auto* rows = window.findChild<QWidget*>("paneRows");
+    const auto& columns = rows ? *rows : window;
     const auto require = [&](bool fits, const QString& words) {
         if (!fits)
             cut.push_back(words.toStdString());
@@ -261,7 +263,8 @@ std::vector<std::string> Cut(const QWidget& window) {
         }
         const bool scrolled = qobject_cast<const QAbstractScrollArea*>(widget->parentWidget()) ||
                               widget->objectName() == "qt_scrollarea_viewport";
-        require(scrolled || window.rect().contains(QRect(widget->mapTo(&window, QPoint()), given)),
+        const auto& all = columns.isAncestorOf(widget) ? columns : window; // they are scrolled, too, in a low window
+        require(scrolled || all.rect().contains(QRect(widget->mapTo(&all, QPoint()), given)),
                 "outside: " + widget->objectName());
     }
     return cut;
@@ -271,6 +274,15 @@ std::vector<std::string> Cut(const QWidget& window) {
 TEST_P(Readable, NoTextIsCut) {
     EXPECT_EQ(qApp->devicePixelRatio(), std::max(1.0F, qEnvironmentVariable("QT_SCALE_FACTOR").toFloat()));
     LookAtAll([](QWidget& window) { EXPECT_THAT(Cut(window), IsEmpty()); });
+}
+
+TEST_P(Readable, NoTextIsCutInAWindowAsNarrowAsItBecomes) {
+    for (const int height : {600, 1000}) { // with a scroll bar and without
+        Show(station_.editor, {1, height}, [](QWidget& window) {
+            EXPECT_LE(window.width(), 720);
+            EXPECT_THAT(Cut(window), IsEmpty());
+        });
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(On, Readable, testing::Values(Scheme::Light, Scheme::Dark), [](const auto& scheme) {

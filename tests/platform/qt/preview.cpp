@@ -3,6 +3,7 @@
 #include "platform/text.h"
 #include "platform/word_check.h"
 #include "tests/editor/ReportingStation.h"
+#include "tests/platform/qt/Screens.h"
 
 #include <QApplication>
 #include <QDir>
@@ -202,8 +203,7 @@ int main(int argc, char** argv) {
         std::cerr << "tavrel_preview FOLDER\n";
         return 2;
     }
-    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
+    const Screens screen{{"DP-1", 0, 0, 3840, 2160}}; // room for the largest picture
     QApplication application(argc, argv);
     const QString folder = QString::fromLocal8Bit(argv[1]) + '/';
     QDir().mkpath(folder);
