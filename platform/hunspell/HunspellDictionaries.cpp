@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdlib>
+#include <fstream>
 #include <optional>
 #include <sstream>
 #include <system_error>
@@ -49,9 +50,9 @@ class HunspellDictionary : public Dictionary {
 public:
     HunspellDictionary(const fs::path& affixes, const fs::path& words)
         : words_(affixes.c_str(), words.c_str()), to_(words_.get_dict_encoding(), "UTF-8"),
-          from_("UTF-8", words_.get_dict_encoding()) {}
+          from_("UTF-8", words_.get_dict_encoding()), whole_(to_.Works() && from_.Works() && KnowsOneOf(words)) {}
 
-    bool Whole() const { return to_.Works() && from_.Works(); }
+    bool Whole() const { return whole_; }
 
     bool Knows(const std::string& word) override {
         const auto converted = to_.Convert(word);
@@ -69,9 +70,27 @@ public:
     }
 
 private:
+    /// The library takes a damaged list for an empty one, by which every word would be wrong.
+    bool KnowsOneOf(const fs::path& list) {
+        constexpr int tried = 1000;
+        std::ifstream lines(list);
+        std::string line;
+        std::getline(lines, line); // how many there are
+        for (int i = 0; i < tried && std::getline(lines, line);) {
+            const auto word = line.substr(0, line.find_first_of("/ \t\r"));
+            if (word.empty() || word.find_first_of("0123456789") != std::string::npos)
+                continue; // a number is known without any list
+            if (words_.spell(word))
+                return true;
+            ++i;
+        }
+        return false;
+    }
+
     Hunspell words_;
     Converter to_;
     Converter from_;
+    bool whole_;
 };
 
 /// The dictionary's two files without their endings; empty when there are none.

@@ -76,6 +76,15 @@ TEST_F(DictionariesOfAFolder, WithoutTheirRulesAreNone) {
     EXPECT_EQ(Load("xx"), nullptr);
 }
 
+TEST_F(DictionariesOfAFolder, WhoseListIsDamagedAreNone) {
+    Write("xx", "UTF-8", "0th\nword\n");
+    EXPECT_TRUE(Load("xx"));
+    for (const std::string damaged : {"", "word\n1\n", "2\n", "x\0\1\2y", "99999999999\nword\n", "1\n0th\n"}) {
+        std::ofstream(folder.Path() / "xx.dic") << damaged;
+        EXPECT_FALSE(Load("xx")) << damaged;
+    }
+}
+
 TEST_F(DictionariesOfAFolder, SearchNoLikelyWordsForAVeryLongOne) {
     Write("xx", "UTF-8", "word\n");
     EXPECT_TRUE(Load("xx")->Suggestions(std::string(5000, 'x')).empty());
