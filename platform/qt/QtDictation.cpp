@@ -15,8 +15,8 @@
 namespace tavrel {
 namespace {
 
-/// Nobody speaks so much; a command that writes on and on is ended.
-constexpr qint64 MostBytes = 1 << 20;
+/// Two hours of speech. A command that writes on and on is ended, before its text makes each key slow.
+constexpr qint64 MostBytes = 100'000;
 constexpr int LastWords = 200; // characters of what it said on its error output
 
 } // namespace
