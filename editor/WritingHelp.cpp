@@ -296,6 +296,7 @@ void WritingHelp::TellBelow() {
                           : length.words.empty() ? OfWhatIsToBeDone()
                                                  : Remark();
     controls_.length.Text(length.words);
+    controls_.length.Visible(!length.words.empty()); // the other one begins where it does
     controls_.length.Emphasis(length.tone);
     controls_.advice.Text(advice.words);
     controls_.advice.Emphasis(advice.tone);

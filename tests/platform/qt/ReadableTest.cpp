@@ -39,6 +39,13 @@ double Contrast(const QColor& one, const QColor& other) {
     return (bright + 0.05) / (dark + 0.05);
 }
 
+QColor Over(const QColor& veil, const QColor& ground) {
+    const auto mixed = [&](double part, double of) { return part * veil.alphaF() + of * (1 - veil.alphaF()); };
+    return QColor::fromRgbF(static_cast<float>(mixed(veil.redF(), ground.redF())),
+                            static_cast<float>(mixed(veil.greenF(), ground.greenF())),
+                            static_cast<float>(mixed(veil.blueF(), ground.blueF())));
+}
+
 struct Text {
     QString words;
     QRect place; ///< in the window
@@ -154,7 +161,6 @@ protected:
         editor.lblPrintedLength.Text("");
         editor.lblAdvice.Text("Dictation ended: this version cannot be changed");
         Show(editor, look);
-        Show(editor, {720, 800}, look);
         LookAtAComparison(look);
         Show(editor, [&](QWidget& window) { LookAtTheBar(window, look); });
         LookAtCodes(look);
@@ -182,11 +188,10 @@ protected:
         comparison.lstEarlier.AddItem("14/11/2026 08:00:00");
         comparison.lblDifference.Text("1 word added, 1 word removed.");
         comparison.lblDifference.Emphasis(Label::Tone::Attention);
-        for (const auto kind : {TextMark::Kind::Added, TextMark::Kind::Removed, TextMark::Kind::Wrong}) {
-            comparison.txtDifference.Text("[removed: The heart]");
-            comparison.txtDifference.Marks({{0, 20, kind}});
-            Show(comparison, look);
-        }
+        comparison.txtDifference.Text("[removed: The][added: A] heart");
+        comparison.txtDifference.Marks(
+            {{0, 14, TextMark::Kind::Removed}, {14, 10, TextMark::Kind::Added}, {25, 5, TextMark::Kind::Wrong}});
+        Show(comparison, look);
     }
     static void LookAtTheBar(QWidget& window, const Look& look) {
         window.activateWindow();
@@ -232,6 +237,20 @@ TEST_P(Readable, AWaitAndATipStandOutToo) {
     EXPECT_GE(Contrast(palette.color(QPalette::ToolTipText), palette.color(QPalette::ToolTipBase)), 4.5);
 }
 
+TEST_P(Readable, AMarkedTextStandsOutFromItsGround) {
+    LookAtAComparison([](QWidget& window) {
+        const auto* text = window.findChild<QPlainTextEdit*>("txtDifference");
+        const QPalette palette = text->viewport()->palette();
+        const QColor base = palette.color(QPalette::Base);
+        ASSERT_EQ(text->extraSelections().size(), 3);
+        for (const auto& mark : text->extraSelections()) {
+            const QColor tint = mark.format.background().color(), line = mark.format.underlineColor();
+            EXPECT_GE(Contrast(palette.color(QPalette::Text), Over(tint, base)), 4.5) << tint.name().toStdString();
+            EXPECT_TRUE(!line.isValid() || Contrast(line, base) >= 4.5) << line.name().toStdString();
+        }
+    });
+}
+
 /// What does not fit its place, or the window.
 std::vector<std::string> Cut(const QWidget& window) {
     std::vector<std::string> cut;
@@ -273,7 +292,9 @@ std::vector<std::string> Cut(const QWidget& window) {
 /// At the usual size and, in a run of its own, at twice that.
 TEST_P(Readable, NoTextIsCut) {
     EXPECT_EQ(qApp->devicePixelRatio(), std::max(1.0F, qEnvironmentVariable("QT_SCALE_FACTOR").toFloat()));
-    LookAtAll([](QWidget& window) { EXPECT_THAT(Cut(window), IsEmpty()); });
+    const auto look = [](QWidget& window) { EXPECT_THAT(Cut(window), IsEmpty()); };
+    LookAtAll(look);
+    Show(station_.editor, {720, 800}, look);
 }
 
 TEST_P(Readable, NoTextIsCutInAWindowAsNarrowAsItBecomes) {
