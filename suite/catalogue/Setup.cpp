@@ -158,7 +158,7 @@ std::string InObjects(const std::string& name) {
     return given.empty() ? family : family + "^" + given;
 }
 
-std::string NameFault(const std::string& name, ReportForm form) {
+std::string SignatureFault(const std::string& name, ReportForm form) {
     const std::string inObjects = InObjects(name);
     return inObjects.starts_with('^') ? "has no family name" : TextInReportsFault(inObjects, form);
 }
@@ -363,7 +363,7 @@ std::vector<SetupQuestion> Setup::Questions(const SetupValues& given) {
                                     : (given.reports == "classic" ? ReportForm::Classic : ReportForm::Interchange);
         questions.push_back({&SetupValues::signature, "--signature",
                              "Your name, as reports are signed (family name, given name)", NameOfThePerson(account_),
-                             [form](const std::string& name) { return NameFault(name, form); }});
+                             [form](const std::string& name) { return SignatureFault(name, form); }});
     }
     if (!ofTheOwner && !PortThere()) {
         questions.push_back({&SetupValues::port, "--port", "Port of the storage service, on this machine alone",
