@@ -121,11 +121,10 @@ void FormWindow::hideEvent(QHideEvent* event) {
 }
 
 void FormWindow::StayOnTop() {
-    // A flag of the widget would hide and move a window that is on the screen already.
-    if (isVisible())
+    // Setting a flag of the widget would hide and move a window that is on the screen, and dress all its parts anew.
+    overrideWindowFlags(windowFlags() | Qt::WindowStaysOnTopHint);
+    if (windowHandle())
         windowHandle()->setFlag(Qt::WindowStaysOnTopHint);
-    else
-        setWindowFlag(Qt::WindowStaysOnTopHint);
 }
 
 void FormWindow::closeEvent(QCloseEvent* event) {

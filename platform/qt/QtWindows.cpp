@@ -126,7 +126,10 @@ QtWindows::~QtWindows() {
 FormWindow& QtWindows::Make(Form& form) {
     if (auto* window = WindowOf(form))
         return *window;
-    return *(windows_[&form] = new FormWindow(form, LayoutOf(form, layouts_))); // It goes by Dismiss.
+    auto& window = *(windows_[&form] = new FormWindow(form, LayoutOf(form, layouts_))); // It goes by Dismiss.
+    if (topMost_.erase(&form) > 0)
+        window.StayOnTop();
+    return window;
 }
 
 FormWindow* QtWindows::WindowOf(const Form& form) const {
@@ -194,6 +197,7 @@ void QtWindows::Hide(Form& form) {
 }
 
 void QtWindows::Unload(Form& form) {
+    topMost_.erase(&form);
     Hide(form);
     if (auto* window = WindowOf(form)) { // Unless it has been unloaded in the meantime.
         windows_.erase(&form);
@@ -202,7 +206,10 @@ void QtWindows::Unload(Form& form) {
 }
 
 void QtWindows::MakeTopMost(Form& form) {
-    Make(form).StayOnTop();
+    if (auto* window = WindowOf(form))
+        window->StayOnTop();
+    else
+        topMost_.insert(&form); // a form may be loaded and never shown
 }
 
 Answer QtWindows::Ask(const MessageBox& message) {

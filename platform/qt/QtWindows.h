@@ -7,6 +7,7 @@
 #include <QTimer>
 
 #include <map>
+#include <set>
 
 class QDialog;
 class QEventLoop;
@@ -51,6 +52,7 @@ private:
     const Layouts& layouts_;
     const WindowPlaces places_;
     std::map<const Form*, FormWindow*> windows_;
+    std::set<const Form*> topMost_;                   ///< the forms whose windows will be, when they are made
     std::multimap<const Form*, QEventLoop*> waiting_; ///< the modal shows that wait for a form to go
     int dialogs_ = 0;                                 ///< dialogs on the screen
     QTimer screensChanged_;                           ///< since the screens changed

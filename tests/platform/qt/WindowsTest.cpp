@@ -184,6 +184,31 @@ TEST_F(WindowsOnScreen, AWindowThatIsMadeTopMostBeforeItIsShownIsSoThen) {
     EXPECT_TRUE(windows_.WindowOf(form_)->windowHandle()->flags().testFlag(Qt::WindowStaysOnTopHint));
 }
 
+TEST_F(WindowsOnScreen, AWindowThatIsHiddenWhenItIsMadeTopMostIsSoAfterwards) {
+    windows_.Show(form_);
+    windows_.Hide(form_);
+
+    windows_.MakeTopMost(form_);
+    windows_.Show(form_);
+
+    EXPECT_TRUE(windows_.WindowOf(form_)->windowHandle()->flags().testFlag(Qt::WindowStaysOnTopHint));
+}
+
+TEST_F(WindowsOnScreen, AFormThatIsMadeTopMostAndNeverShownHasNoWindow) {
+    windows_.MakeTopMost(form_);
+
+    EXPECT_EQ(windows_.WindowOf(form_), nullptr);
+}
+
+TEST_F(WindowsOnScreen, AFormThatWasUnloadedBeforeItWasShownIsTopMostNoMore) {
+    windows_.MakeTopMost(form_);
+    windows_.Unload(form_);
+
+    windows_.Show(form_);
+
+    EXPECT_FALSE(windows_.WindowOf(form_)->windowHandle()->flags().testFlag(Qt::WindowStaysOnTopHint));
+}
+
 TEST_F(WindowsOnScreen, AMessageBoxSaysWhatItIsTold) {
     AskAndThen(Approval, [](QMessageBox& box) {
         EXPECT_EQ(box.text(), "Do you want to continue ?");
