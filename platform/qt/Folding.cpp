@@ -92,8 +92,8 @@ void Folding::PutIntoScrollArea() {
     auto* scrolled = new Scrolled(&window_);
     scrolled->setObjectName("paneScrolled");
     delete window_.layout()->replaceWidget(columns_, scrolled);
+    scrolled->setWidget(rows_); // still empty: whatever moves is dressed anew
     rows_->addWidget(columns_);
-    scrolled->setWidget(rows_);
     connect(qApp, &QApplication::focusChanged, scrolled, [this, scrolled](QWidget*, QWidget* now) {
         if (now && rows_->isAncestorOf(now)) // a mnemonic's work, too
             scrolled->ensureWidgetVisible(now);
