@@ -24,7 +24,8 @@ QRect EditorPlace() {
 
 ViewerPlace::ViewerPlace(QWidget& window, const QString& file) : window_(window), places_(file, EditorPlace) {
     constexpr double share = 0.9;
-    Put(window_, places_.For(window_, QGuiApplication::primaryScreen()->availableSize() * share));
+    const QSize wanted = QGuiApplication::primaryScreen()->availableSize() * share;
+    Put(window_, places_.For(window_, wanted, window_.minimumSizeHint()));
     window_.installEventFilter(this);
 }
 
