@@ -6,6 +6,7 @@
 #include <QMainWindow>
 #include <QProcess>
 #include <QPushButton>
+#include <QScrollArea>
 #include <QStackedWidget>
 #include <QVBoxLayout>
 
@@ -85,7 +86,10 @@ void SetupOffer::Offer(const QString& said) {
 }
 
 QWidget* SetupOffer::Page(const QStringList& missing) {
-    auto* page = new QWidget;
+    auto* page = new QScrollArea;
+    page->setWidgetResizable(true);
+    page->setFrameShape(QFrame::NoFrame);
+    page->setFocusPolicy(Qt::NoFocus);
     auto* middle = new QWidget;
     middle->setMaximumWidth(WidthOfThePage);
     auto* column = new QVBoxLayout(middle);
@@ -113,10 +117,16 @@ QWidget* SetupOffer::Page(const QStringList& missing) {
     outcome_->setAccessibleName(tr("Outcome"));
     column->addWidget(outcome_);
 
-    auto* around = new QVBoxLayout(page);
+    auto* whole = new QWidget;
+    auto* around = new QVBoxLayout(whole);
+    auto* line = new QHBoxLayout;
+    line->addStretch();
+    line->addWidget(middle, 1000); // as wide as it may be
+    line->addStretch();
     around->addStretch();
-    around->addWidget(middle, 0, Qt::AlignHCenter);
+    around->addLayout(line);
     around->addStretch();
+    page->setWidget(whole);
     connect(button_, &QPushButton::clicked, this, &SetupOffer::SetUp);
     connect(later, &QPushButton::clicked, this, [this] { views_->setCurrentIndex(0); });
     return page;

@@ -73,6 +73,18 @@ TEST_F(SetupOffered, OnANewAccountSaysWhatIsMissingInThePlaceOfTheImages) {
     EXPECT_TRUE(said);
 }
 
+TEST_F(SetupOffered, IsWholeInANarrowWindow) {
+    window.resize(540, 700);
+    Say("missing  " + QString("one thing and another of the account ").repeated(12) + "\n" + Fresh);
+    ASSERT_TRUE(offered);
+    EXPECT_TRUE(QTest::qWaitForWindowExposed(&window));
+    for (const auto* label : window.findChildren<QLabel*>())
+        if (label->isVisible() && label->wordWrap()) {
+            EXPECT_GE(label->height(), label->heightForWidth(label->width())) << label->text().toStdString();
+            EXPECT_GE(label->width(), 480) << label->text().toStdString();
+        }
+}
+
 TEST_F(SetupOffered, IsDoneWithOneButton) {
     Say(Fresh);
     ASSERT_TRUE(offered);
