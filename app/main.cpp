@@ -25,6 +25,7 @@
 #include "platform/posix/SystemClock.h"
 #include "platform/qt/ApplicationOnDisplay.h"
 #include "platform/qt/DesktopLook.h"
+#include "platform/qt/FontSettings.h"
 #include "platform/qt/FormWindow.h"
 #include "platform/qt/ProcessWindows.h"
 #include "platform/qt/QtBackground.h"
@@ -42,6 +43,7 @@
 #include <cstdlib>
 #include <iostream>
 #include <optional>
+#include <thread>
 
 using namespace tavrel;
 
@@ -113,11 +115,16 @@ int main(int argumentCount, char** arguments) {
     PosixProcess process(argumentCount, arguments);
     int nameOnly = 1; // no option directs its work, not even one of the toolkit's
     const auto application = ApplicationOnDisplay("tavrel", nameOnly, arguments);
+    std::setlocale(LC_NUMERIC, "C"); // numbers in files and statements have a point in every country
+    // Some 20,000 lines, which are there before a report or a window asks for them.
+    const std::jthread reading([] {
+        ReadFontSettings();
+        DcmtkLibrary::ReadDictionary();
+    });
     const DesktopLook look(*application);
     QApplication::setApplicationName("Tavrel"); // titles the message boxes that have no title of their own
     QApplication::setDesktopFileName("tavrel");
     QApplication::setWindowIcon(WindowIcon("tavrel"));
-    std::setlocale(LC_NUMERIC, "C"); // numbers in files and statements have a point in every country
     try {
         return Run(process);
     } catch (const Error& error) {

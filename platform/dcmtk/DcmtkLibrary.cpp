@@ -5,13 +5,30 @@
 
 #include <dcmtk/config/osconfig.h>
 
+#include <dcmtk/dcmdata/dcdict.h>
 #include <dcmtk/oflog/oflog.h>
 
+#include <mutex>
+
 namespace tavrel {
+namespace {
+
+/// What goes wrong is told through errors; the toolkit's remarks on the console help nobody.
+void SilenceToolkit() {
+    static std::once_flag silent;
+    std::call_once(silent, [] { OFLog::configure(OFLogger::OFF_LOG_LEVEL); });
+}
+
+} // namespace
+
+void DcmtkLibrary::ReadDictionary() {
+    SilenceToolkit();
+    dcmDataDict.rdlock();
+    dcmDataDict.rdunlock();
+}
 
 DcmtkLibrary::DcmtkLibrary() {
-    // What goes wrong is told through errors; the toolkit's remarks on the console help nobody.
-    OFLog::configure(OFLogger::OFF_LOG_LEVEL);
+    SilenceToolkit();
 }
 
 DcmtkLibrary::DcmtkLibrary(Background& background, ServiceEvents& events, StoreTimeouts timeouts) : DcmtkLibrary() {

@@ -10,6 +10,9 @@ namespace tavrel {
 /// DICOM objects on DCMTK.
 class DcmtkLibrary final : public DicomLibrary {
 public:
+    /// Reads the toolkit's dictionary, which the first file waits for otherwise. Of any thread.
+    static void ReadDictionary();
+
     /// Its data sets can be read and saved, not sent.
     DcmtkLibrary();
     /// `background` and `events` must outlive the library and all its objects.

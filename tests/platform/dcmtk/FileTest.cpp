@@ -7,8 +7,11 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdlib>
+#include <thread>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace tavrel::test {
 namespace {
@@ -354,6 +357,22 @@ TEST_F(Files, AFloodOfElementsIsRefused) {
     for (int count = 0; count < 500'001; ++count)
         bytes += RawDicom{}.Text(attribute::PatientName, "").Bytes();
     EXPECT_NE(Fault(RawDicom{}.Raw(bytes).File()).find("half a million"), std::string::npos);
+}
+
+TEST_F(Files, AreReadWhileTheDictionaryIs) {
+    WriteBytes(Path(), RawDicom{ImplicitLittle}.Text(attribute::StudyInstanceUid, "2.999.1").File());
+    const std::jthread reading(&DcmtkLibrary::ReadDictionary);
+
+    EXPECT_EQ(Text(*library.Load(Path())->Item(0), attribute::StudyInstanceUid), "2.999.1");
+}
+
+TEST(Dictionary, IsMissedInSilence) {
+    const auto read = [] {
+        ::setenv("DCMDICTPATH", "/nowhere/dicom.dic", 1);
+        DcmtkLibrary::ReadDictionary();
+        _exit(0);
+    };
+    EXPECT_EXIT(read(), testing::ExitedWithCode(0), "^$");
 }
 
 } // namespace
