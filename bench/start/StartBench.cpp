@@ -1,5 +1,5 @@
 // From the start of the report program, through the viewer's two calls, to the editor's drawn window, and the same of
-// a program with an empty window, in turns:
+// a program with an empty window, and of that with a line of text in it, in turns:
 //
 //     bench_start EMPTY TAVREL IMAGE TURNS
 //
@@ -16,10 +16,12 @@
 #include <QDBusServiceWatcher>
 #include <QDBusVirtualObject>
 #include <QElapsedTimer>
+#include <QEventLoop>
 #include <QFile>
 #include <QProcess>
 #include <QStringList>
 #include <QThread>
+#include <QTimer>
 
 #include <xcb/xcb.h>
 
@@ -35,6 +37,7 @@ namespace {
 
 constexpr qint64 Patience = 20000;             // ms
 constexpr int AtRest = 500;                    // ms
+constexpr int BetweenLooks = 1;                // ms; who looks more often takes the display's time from the program
 constexpr std::uint32_t Background = 0xeef1f4; // of both windows, drawn
 
 template <typename Reply> std::unique_ptr<Reply, decltype(&std::free)> Taken(Reply* reply) {
@@ -146,13 +149,12 @@ void Measure(const Display& display, const char* name, const QString& program, c
         QCoreApplication::processEvents(QEventLoop::AllEvents, 1);
         if (time.elapsed() > Patience || process.state() == QProcess::NotRunning)
             throw std::runtime_error(program.toStdString() + " shows no window");
-        QThread::usleep(200);
+        QThread::msleep(BetweenLooks);
     }
     const double seconds = static_cast<double>(time.nsecsElapsed()) / 1e9;
-    QElapsedTimer rest;
-    rest.start();
-    while (rest.elapsed() < AtRest)
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents | QEventLoop::AllEvents, 10);
+    QEventLoop rest;
+    QTimer::singleShot(AtRest, &rest, &QEventLoop::quit);
+    rest.exec();
     std::printf("%s\t%.6f\t%lld\n", name, seconds, ResidentBytes(process.processId()));
     process.kill();
     process.waitForFinished();
@@ -178,6 +180,7 @@ int main(int argumentCount, char** arguments) {
         const Caller caller(words[3]);
         for (int turn = 0; turn < words[4].toInt(); ++turn) {
             Measure(display, "empty", words[1], {});
+            Measure(display, "text", words[1], {"Report"});
             Measure(display, "tavrel", words[2], {"--automation"});
         }
     } catch (const std::exception& error) {
