@@ -12,6 +12,7 @@
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QShortcut>
 #include <QTextBrowser>
 #include <QVBoxLayout>
@@ -33,6 +34,23 @@ public:
     // Empty but there: for nothing at all the toolkit would look for a file.
     QVariant loadResource(int, const QUrl&) override { return QByteArray(""); }
     QSize sizeHint() const override { return {420, 600}; }
+
+protected:
+    // The toolkit scrolls when it is shown and when lines break anew: the patient stands in the first ones.
+    void resizeEvent(QResizeEvent* event) override {
+        KeepingTheTop([&] { QTextBrowser::resizeEvent(event); });
+    }
+    void showEvent(QShowEvent* event) override {
+        KeepingTheTop([&] { QTextBrowser::showEvent(event); });
+    }
+
+private:
+    template <typename Work> void KeepingTheTop(Work&& work) {
+        const bool atTop = verticalScrollBar()->value() == 0;
+        work();
+        if (atTop)
+            verticalScrollBar()->setValue(0);
+    }
 };
 
 } // namespace
@@ -49,8 +67,10 @@ ReportPane::ReportPane(QWidget* parent)
     auto* line = new QHBoxLayout;
     line->addWidget(label);
     line->addWidget(versionBox_, 1);
-    line->addWidget(print_);
-    line->addWidget(hide);
+    auto* buttons = new QHBoxLayout; // of their own: a narrow pane must tell which version it is
+    buttons->addWidget(print_);
+    buttons->addWidget(hide);
+    buttons->addStretch();
     auto* column = new QVBoxLayout(this);
     notice_->setWordWrap(true);
     notice_->setTextFormat(Qt::PlainText);
@@ -60,6 +80,7 @@ ReportPane::ReportPane(QWidget* parent)
     notice_->setFont(bold);
     column->addWidget(notice_);
     column->addLayout(line);
+    column->addLayout(buttons);
     column->addWidget(text_, 1);
     print_->setToolTip(tr("Print this version or save it as a PDF (%1)")
                            .arg(QKeySequence(QKeySequence::Print).toString(QKeySequence::NativeText)));

@@ -17,6 +17,7 @@
 #include <QListWidget>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QTableWidget>
 #include <QTemporaryDir>
 #include <QTest>
@@ -613,6 +614,18 @@ TEST_F(MainWindowTest, HasPlaceBesideTheEditorOnASmallScreen) {
     EXPECT_LE(window.minimumSizeHint().width(), 540);
     EXPECT_EQ(window.width(), 540);
     EXPECT_GE(ReportText().mapTo(&window, QPoint()).y(), Image().mapTo(&window, QPoint()).y() + Image().height());
+}
+
+TEST_F(MainWindowTest, ANarrowWindowTellsWhichVersionItShowsFromItsFirstLine) {
+    window.resize(540, 720);
+    AddVersion("1", {.reading = std::string(3000, 'x').replace(1000, 1, " ").c_str()});
+    Series().selectRow(2);
+    const QComboBox& box = Version();
+    QTest::qWait(50);
+    EXPECT_GE(box.width(), box.fontMetrics().horizontalAdvance(box.currentText()));
+    for (const auto* button : window.findChild<ReportPane*>()->findChildren<QPushButton*>())
+        EXPECT_GE(button->width(), button->sizeHint().width()) << button->text().toStdString();
+    EXPECT_EQ(ReportText().verticalScrollBar()->value(), 0);
 }
 
 TEST_F(MainWindowTest, TheListsGiveTheirPlaceToTheImageAndComeBack) {
