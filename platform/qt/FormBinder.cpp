@@ -179,6 +179,8 @@ public:
         widget.lineEdit()->setAccessibleName(widget.accessibleName()); // it is what has the focus
         connect(&widget, &QComboBox::editTextChanged, this,
                 [this](const QString& text) { Person([&] { box_.Typed(FromQt(text)); }); });
+        // Of what was picked, the beginning tells more than the end where there is no room for both.
+        connect(&widget, &QComboBox::activated, widget.lineEdit(), [&line = *widget.lineEdit()] { line.home(false); });
     }
 
 protected:

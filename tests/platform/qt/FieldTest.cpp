@@ -156,6 +156,15 @@ TEST_F(Fields, AComboBoxTakesWhatIsPicked) {
     EXPECT_EQ(form_.cmbBox.Text(), "Skull");
 }
 
+TEST_F(Fields, AComboBoxShowsTheBeginningOfWhatIsPicked) {
+    form_.cmbBox.AddItems({"Chest", "Skull"});
+
+    QTest::keyClick(&box_, Qt::Key_Down);
+
+    EXPECT_EQ(form_.cmbBox.Text(), "Chest");
+    EXPECT_EQ(box_.lineEdit()->cursorPosition(), 0);
+}
+
 TEST_F(Fields, AddedItemsLeaveTheTextOfAComboBox) {
     form_.cmbBox.AddItems({"Chest", "Skull"});
     form_.cmbBox.Text("Knee");
