@@ -101,9 +101,7 @@ std::optional<Edits> ShortestEdit(const Tokens& before, const Tokens& after) {
         return before[static_cast<std::size_t>(x)] == after[static_cast<std::size_t>(y)];
     };
     std::vector<std::vector<int>> reached; // for each number of edits the furthest x on the diagonals -d to d
-    const auto at = [&](int d, int k) -> int& {
-        return reached[static_cast<std::size_t>(d)][static_cast<std::size_t>(k + d)];
-    };
+    const auto at = [&](int d, int k) -> int& { return reached[static_cast<std::size_t>(d)].begin()[k + d]; };
     // The diagonal from which k is reached with one edit more: by a token added (from k + 1) or removed (from k - 1).
     const auto added = [&](int d, int k) { return k == -d || (k != d && at(d - 1, k - 1) < at(d - 1, k + 1)); };
     for (int d = 0; d <= std::min(most, n + m); ++d) {

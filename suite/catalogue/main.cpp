@@ -114,7 +114,7 @@ CLI::Validator Languages() {
             "(locale|[a-z]{2,3}([_-][A-Za-z0-9]+)*)(, *(locale|[a-z]{2,3}([_-][A-Za-z0-9]+)*))*");
         return text.size() <= longest::TextColumn && (text == "off" || std::regex_match(text, languages))
                    ? std::string()
-                   : "\"" + text + "\" names no languages, as in \"en_US,it\"";
+                   : "\"" + text + R"(" names no languages, as in "en_US,it")";
     });
 }
 

@@ -141,7 +141,7 @@ TEST_F(Comparisons, AreOfAnyTwoVersions) {
 TEST_F(Comparisons, LeaveTheReportAsItStands) {
     Open({"One.", "Two."});
     editor.txtReportAnnotation.Typed("Three, unsaved.");
-    InWindow([](frmCompare& window) { window.lstEarlier.ListIndex(1); });
+    InWindow([](frmCompare& window) { window.lstLater.ListIndex(0); });
     EXPECT_EQ(editor.txtReportAnnotation.Text(), "Three, unsaved.");
     EXPECT_EQ(editor.lblState.Text(), "Unsaved changes");
     EXPECT_EQ(station.Document().VersionIndex(), 1);

@@ -86,8 +86,11 @@ TEST_F(DictionariesOfAFolder, WhoseListIsDamagedAreNone) {
 }
 
 TEST_F(DictionariesOfAFolder, SearchNoLikelyWordsForAVeryLongOne) {
-    Write("xx", "UTF-8", "word\n");
-    EXPECT_TRUE(Load("xx")->Suggestions(std::string(5000, 'x')).empty());
+    const std::string word(30, 'a'), longWord(50, 'e');
+    Write("xx", "UTF-8", word + "n\n" + longWord + "n\n");
+    const auto dictionary = Load("xx");
+    EXPECT_EQ(dictionary->Suggestions(word + "m"), std::vector<std::string>{word + "n"});
+    EXPECT_TRUE(dictionary->Suggestions(longWord + "m").empty());
 }
 
 } // namespace

@@ -94,7 +94,8 @@ private:
             }
     }
     void Put(const QWidget& widget, const QString& words, const QRect& place) {
-        const QRect seen = QRect(widget.mapTo(&window_, place.topLeft()), place.size()) & window_.rect();
+        const QRect inSight = place & widget.visibleRegion().boundingRect(); // a low window is scrolled
+        const QRect seen = QRect(widget.mapTo(&window_, inSight.topLeft()), inSight.size()) & window_.rect();
         if (!words.trimmed().isEmpty() && !seen.isEmpty())
             all.push_back({words, seen});
     }

@@ -54,7 +54,7 @@ TEST_P(Engines, TextBlocksComeBackToTheLetter) {
     for (int i = 0; i < 1333; ++i)
         longest += "é\n胸";
     const std::string csv = ExportTexts({{"template", "Thorax 胸", longest + "."},
-                                         {"short", "NAD", "Size \"___\", it's 'normal'; -- \\"},
+                                         {"short", "NAD", R"(Size "___", it's 'normal'; -- \)"},
                                          {"short", "nad", "No abnormality."}});
     EXPECT_EQ(ImportTexts(room.Catalogue(), csv, true).added, 3);
     EXPECT_EQ(ExportTexts(ReadTexts(room.Catalogue())), csv);
