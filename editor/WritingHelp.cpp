@@ -210,12 +210,9 @@ void WritingHelp::WritePlainly() {
 
 void WritingHelp::ReadSite() {
     auto& catalogue = Catalogue(global_);
-    const auto read = [&](bool& without, const auto& what) {
-        if (!without) // what is known stays where the catalogue cannot be reached
-            Trap(what, [&](const Error&) { without = catalogue.IsOpen(); });
-    };
-    read(withoutTextBlocks_, [&] { textBlocks_ = TextBlocks::Read(catalogue); });
-    read(withoutSettings_, [&] { settings_ = WritingSettings::Read(catalogue, global_.currentUserName); });
+    const auto keepWhatIsKnown = [](const Error&) {};
+    Trap([&] { textBlocks_ = TextBlocks::Read(catalogue); }, keepWhatIsKnown);
+    Trap([&] { settings_ = WritingSettings::Read(catalogue, global_.currentUserName); }, keepWhatIsKnown);
     spelling_.AnotherReport();
     spelling_.Set(settings_.spelling);
     TellBelow();

@@ -43,8 +43,8 @@ public:
     void Look();
     void WritePlainly();
 
-    /// A report is being opened: reads the site's text blocks and what site and physician have set. A catalogue that
-    /// has none of that is no fault, and is not asked again.
+    /// A report is being opened: reads the site's text blocks and what site and physician have set. A catalogue of
+    /// before, which has no tables for that, is no fault.
     void ReadSite();
     /// A person has chosen a heading or typed one: its template goes into the reading while nothing is written there.
     void HeadingChosen();
@@ -91,10 +91,8 @@ private:
     Controls controls_;
     std::array<Field, 3> fields_;
     TextBlocks textBlocks_;
-    bool withoutTextBlocks_ = false; ///< the catalogue has no table for them
     std::string said_;
     WritingSettings settings_;
-    bool withoutSettings_ = false;
     Spelling spelling_;
     std::string filledIn_;           ///< the template that stands in the reading as it was filled in
     std::size_t stepFrom_ = NoPlace; ///< where the text block begins that was put in last

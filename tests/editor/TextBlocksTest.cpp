@@ -172,7 +172,17 @@ TEST_F(TextBlocksOfTheSite, WithLettersThatTheFileLacksAreUnderlined) {
     EXPECT_EQ(reading.Marks().size(), 1U);
 }
 
-TEST(TextBlocks, ThatNoCatalogueHoldsAreNoFaultAndAreNotAskedForAgain) {
+TEST_F(TextBlocksOfTheSite, AreReadWithTheNextReportWhereTheyCouldNotBe) {
+    station.Execute("ALTER TABLE TextBlock RENAME TO Elsewhere");
+    AnotherProcess another(station);
+    another.automation.LoadSRSeries("1.2.3.2.1");
+    station.Execute("ALTER TABLE Elsewhere RENAME TO TextBlock");
+    another.automation.LoadSRSeries("1.2.3.2.1");
+    another.editor.cmbReportTitle.Typed("Plain");
+    EXPECT_EQ(another.editor.txtReportAnnotation.Text(), "Nothing to add.");
+}
+
+TEST(TextBlocks, ThatNoCatalogueHoldsAreNoFault) {
     ReportingStation station;
     station.Execute("DROP TABLE TextBlock");
     station.OpenReport({.reading = "___"});

@@ -40,6 +40,7 @@ class WritingWell(SystemTest):
     def write(self):
         keys("Chest X-ray")
         self.expect("Heart: ___\nLungs: ___")
+        self.assertEqual(self.report.field("Reading").description, "2 blanks to fill in: F3 goes to the next")
         key("F3")
         self.expect_selected("___")
         keys("normal.")
