@@ -181,9 +181,9 @@ TEST_F(NewAccount, TakesNoOptionForTheValueOfAnother) {
 }
 
 TEST_F(NewAccount, SaysOnceWhatAValueCannotBe) {
-    for (const auto& [option, words] : {std::pair("--node=B\\\\C", "--node: \"B\\C\" is no AE title"),
-                                        std::pair("--base-uid=1..2", "\"1..2\" is no root"),
-                                        std::pair("--signature=\", Mario\"", "\", Mario\" has no family name")}) {
+    for (const auto& [option, words] : {std::pair(R"(--node=B\\C)", R"(--node: "B\C" is no AE title)"),
+                                        std::pair("--base-uid=1..2", R"("1..2" is no root)"),
+                                        std::pair(R"(--signature=", Mario")", R"(", Mario" has no family name)")}) {
         const Outcome setup = WithoutSession(Setup(std::string("--yes ") + option));
         EXPECT_TRUE(Holds(setup.err, words) && setup.err.find("is no") == setup.err.rfind("is no")) << setup.err;
     }
