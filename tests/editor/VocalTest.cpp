@@ -25,6 +25,7 @@ protected:
 
 TEST_F(Vocals, SayThatNoCommandIsSet) {
     ReportingStation bare;
+    bare.global.ports.dictation = &dictation;
     bare.OpenReport({});
     bare.editor.cmdVocal.Press();
     EXPECT_EQ(bare.windows.Texts(), Texts{"No dictation command is set. \"orbenta-catalogue writing --dictation "
