@@ -51,9 +51,9 @@ struct Text {
     QRect place; ///< in the window
 };
 
-class Texts {
+class ShownTexts {
 public:
-    explicit Texts(QWidget& window) : window_(window) {
+    explicit ShownTexts(QWidget& window) : window_(window) {
         for (const auto* widget : window.findChildren<QWidget*>())
             if (widget->isVisible())
                 Add(*widget);
@@ -215,7 +215,7 @@ std::vector<std::string> FaintTexts(QWidget& window) {
     picture.setDevicePixelRatio(enlarged);
     window.render(&picture);
     std::vector<std::string> faint;
-    for (const auto& [words, place] : Texts(window).all) {
+    for (const auto& [words, place] : ShownTexts(window).all) {
         const QRect enlargedPlace(place.topLeft() * enlarged, place.size() * enlarged);
         if (const double contrast = ContrastWithin(picture, enlargedPlace & picture.rect()); contrast < 4.5)
             faint.push_back(words.toStdString() + ": " + std::to_string(contrast));
