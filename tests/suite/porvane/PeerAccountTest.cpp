@@ -15,9 +15,9 @@ namespace {
 using Whose = PeerAccount::Whose;
 
 /// The two ends of a connection to this machine.
-class Connection {
+class LocalConnection {
 public:
-    explicit Connection(int family) {
+    explicit LocalConnection(int family) {
         const int listener = socket(AF_INET, SOCK_STREAM, 0);
         sockaddr_in address{};
         address.sin_family = AF_INET;
@@ -40,12 +40,12 @@ public:
         accepted = connected ? accept(listener, nullptr, nullptr) : -1;
         close(listener);
     }
-    ~Connection() {
+    ~LocalConnection() {
         close(accepted);
         Leave();
     }
-    Connection(const Connection&) = delete;
-    Connection& operator=(const Connection&) = delete;
+    LocalConnection(const LocalConnection&) = delete;
+    LocalConnection& operator=(const LocalConnection&) = delete;
 
     void Leave() {
         if (caller >= 0)
@@ -61,31 +61,31 @@ public:
 /// Both ways to the account.
 class PeerAccounts : public testing::TestWithParam<bool> {
 protected:
-    static PeerAccount Of(const Connection& connection) {
+    static PeerAccount Of(const LocalConnection& connection) {
         return GetParam() ? PeerAccount::Asked(connection.accepted).value_or(PeerAccount())
                           : PeerAccount::ReadFromTables(connection.accepted);
     }
     void SetUp() override {
-        if (GetParam() && !PeerAccount::Asked(Connection(AF_INET).accepted))
+        if (GetParam() && !PeerAccount::Asked(LocalConnection(AF_INET).accepted))
             GTEST_SKIP() << "the system answers no questions";
     }
 };
 
 TEST_P(PeerAccounts, TheOwnAccountIsKnown) {
-    const PeerAccount account = Of(Connection(AF_INET));
+    const PeerAccount account = Of(LocalConnection(AF_INET));
     EXPECT_EQ(account.whose, Whose::Own);
     EXPECT_EQ(account.user, geteuid());
 }
 
 TEST_P(PeerAccounts, TheOwnAccountIsKnownThroughTheOtherFamilyOfAddresses) {
-    const Connection connection(AF_INET6);
+    const LocalConnection connection(AF_INET6);
     if (!connection.connected)
         GTEST_SKIP() << "needs IPv6";
     EXPECT_EQ(Of(connection).whose, Whose::Own);
 }
 
 TEST_P(PeerAccounts, AConnectionThatNobodyHoldsAnyMoreIsNobodys) {
-    Connection connection(AF_INET);
+    LocalConnection connection(AF_INET);
     connection.Leave();
     EXPECT_EQ(Of(connection).whose, Whose::Others);
     EXPECT_EQ(Of(connection).Name(), "unknown");
@@ -94,7 +94,7 @@ TEST_P(PeerAccounts, AConnectionThatNobodyHoldsAnyMoreIsNobodys) {
 TEST_P(PeerAccounts, AnotherAccountIsKnownByItsNumber) {
     if (!AsAnotherAccount::IsPossible())
         GTEST_SKIP() << "needs the right to act as another account";
-    const auto connection = AsAnotherAccount::Do([] { return std::make_unique<Connection>(AF_INET); });
+    const auto connection = AsAnotherAccount::Do([] { return std::make_unique<LocalConnection>(AF_INET); });
     EXPECT_EQ(Of(*connection).whose, Whose::Others);
     EXPECT_EQ(Of(*connection).Name(), "65534");
 }
