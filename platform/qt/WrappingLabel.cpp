@@ -47,12 +47,14 @@ void WrappingLabel::resizeEvent(QResizeEvent* event) {
         updateGeometry();
 }
 
-void WrappingLabel::paintEvent(QPaintEvent*) {
+void WrappingLabel::paintEvent(QPaintEvent* event) {
+    QTextLayout layout(text(), font());
+    BreakLines(layout, width());
+    if (layout.lineCount() <= 1)
+        return QLabel::paintEvent(event); // which shows what is selected, too
     QPainter painter(this);
     drawFrame(&painter); // what tells that it has the focus
     painter.setPen(palette().color(foregroundRole()));
-    QTextLayout layout(text(), font());
-    BreakLines(layout, width());
     layout.draw(&painter, QPointF(0, 0));
 }
 
