@@ -300,7 +300,7 @@ TEST_P(Readable, NoTextIsCut) {
 
 TEST_P(Readable, NoTextIsCutInAWindowAsNarrowAsItBecomes) {
     station_.editor.txtPtPatientID.Text("16410558354175692384444"); // wider than its column
-    for (const int height : {600, 1000}) { // with a scroll bar and without
+    for (const int height : {600, 1000}) {                          // with a scroll bar and without
         Show(station_.editor, {1, height}, [](QWidget& window) {
             EXPECT_LE(window.width(), 720);
             EXPECT_THAT(Cut(window), IsEmpty());
