@@ -28,7 +28,7 @@ public:
     Converter(const Converter&) = delete;
     Converter& operator=(const Converter&) = delete;
 
-    bool Works() const { return handle_ != iconv_t(-1); }
+    bool Works() const { return handle_ != iconv_t(-1); } // NOLINT(performance-no-int-to-ptr): POSIX has it so
     /// Nothing when the other set lacks a character.
     std::optional<std::string> Convert(std::string word) const {
         constexpr std::size_t mostBytes = 4; // of a character, in any set

@@ -17,7 +17,7 @@ namespace {
 
 /// Two hours of speech. A command that writes on and on is ended, before its text makes each key slow.
 constexpr qint64 MostBytes = 100'000;
-constexpr int LastWords = 200; // characters of what it said on its error output
+constexpr qsizetype LastWords = 200; // characters of what it said on its error output
 
 } // namespace
 

@@ -43,8 +43,9 @@ QSize WrappingLabel::minimumSizeHint() const {
 
 void WrappingLabel::resizeEvent(QResizeEvent* event) {
     QLabel::resizeEvent(event);
-    if (event->oldSize().width() != width()) // the height that it needs is another one
-        updateGeometry();
+    // The height that it needs is another one. The layout that is at work now would forget what it is told.
+    if (event->oldSize().width() != width())
+        QMetaObject::invokeMethod(this, &WrappingLabel::updateGeometry, Qt::QueuedConnection);
 }
 
 void WrappingLabel::paintEvent(QPaintEvent* event) {
@@ -59,7 +60,7 @@ void WrappingLabel::paintEvent(QPaintEvent* event) {
 }
 
 void SayWrapped(QLabel& label, const QString& text) {
-    static const QRegularExpression separator(R"(([/\\])(?=\S{12}))");
+    static const QRegularExpression separator(R"(([/\\-]|\S{40})(?=\S{12}))");
     label.setText(QString(text).replace(separator, "\\1\u200B"));
     label.setAccessibleName(text);
 }

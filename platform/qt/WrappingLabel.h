@@ -20,8 +20,8 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 };
 
-/// For a label that wraps at blanks: lets it wrap a path before each longer part as well, since a word wider than
-/// its place would be cut or widen the window. A screen reader says the text as it is.
+/// For a label that wraps at blanks: lets it wrap a path or another long word within as well, since a word wider than
+/// its place would be cut or widen the window, off the screen perhaps. A screen reader says the text as it is.
 void SayWrapped(QLabel& label, const QString& text);
 
 } // namespace tavrel

@@ -39,7 +39,7 @@ bool EndsWord(char c) {
 
 std::string NameFault(const TextBlockRow& text) {
     const bool shortForm = text.kind == text_block::ShortForm;
-    if (const auto fault = TextFault(text.name, shortForm ? LongestShortForm : longest::TextColumn); !fault.empty())
+    if (auto fault = TextFault(text.name, shortForm ? LongestShortForm : longest::TextColumn); !fault.empty())
         return fault;
     if (shortForm && std::ranges::any_of(text.name, IsBlank))
         return "of a short form must hold no blank";
@@ -57,7 +57,7 @@ std::string BodyFault(std::string text) {
 
 std::string Fault(const TextBlockRow& text) {
     if (text.kind != text_block::Template && text.kind != text_block::ShortForm)
-        return "Kind must be \"template\" or \"short\"";
+        return R"(Kind must be "template" or "short")";
     if (const auto fault = NameFault(text); !fault.empty())
         return "Name " + fault;
     const auto fault = BodyFault(text.body);
@@ -164,7 +164,8 @@ std::string ListTexts(const std::vector<TextBlockRow>& texts) {
     std::string lines;
     for (const auto& [kind, name, body] : texts) {
         const auto line = body.substr(0, body.find_first_of("\r\n"));
-        lines += kind + "  " + name + ": " + line + (line.size() < body.size() ? " ...\n" : "\n");
+        lines.append(kind).append("  ").append(name).append(": ").append(line);
+        lines += line.size() < body.size() ? " ...\n" : "\n";
     }
     return lines;
 }

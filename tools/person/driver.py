@@ -297,8 +297,17 @@ class List:
                      if _has(self._table.getAccessibleAt(index, 0), pyatspi.STATE_FOCUSED)), -1)
 
     def click(self, index, times=1):
-        """Clicks a row that is in view with the mouse, twice for a double click."""
-        _click(self._table.getAccessibleAt(index, 0), times)
+        """Clicks a row with the mouse, twice for a double click, once the wheel has brought it into view."""
+        row = self._table.getAccessibleAt(index, 0)
+
+        def seen():
+            view, box = _extents(self.accessible), _extents(row)
+            up, down = box.y < view.y, box.y + box.height > view.y + view.height
+            if up or down:
+                xdotool("mousemove", view.x + view.width // 2, view.y + view.height // 2, "click", 4 if up else 5)
+            return not up and not down
+        wait_until(seen, f"row {index} in view")
+        _click(row, times)
 
     def wait_rows(self, count, timeout=TIMEOUT):
         wait_until(lambda: self.count() == count, f"{count} rows", timeout)
@@ -307,9 +316,13 @@ class List:
 _places = itertools.cycle((5, 20))
 
 
+def _extents(accessible):
+    return accessible.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
+
+
 def _click(accessible, times=1):
     # Not where the last click was: two quick ones would be a double click.
-    box = accessible.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
+    box = _extents(accessible)
     xdotool("mousemove", box.x + next(_places), box.y + box.height // 2,
             "click", "--repeat", times, "--delay", 60, 1)
 

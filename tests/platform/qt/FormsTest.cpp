@@ -91,6 +91,7 @@ TEST_F(Forms, NoFailureThatNamesAFileWidensTheEditor) {
 
     const QString uid = "/" + QString(64, '1');
     SayWrapped(*window.findChild<QLabel*>("lblState"), "Read-only: The file " + uid + uid + uid + " is too short.");
+    SayWrapped(*window.findChild<QLabel*>("lblDraft"), "Cannot make the file new-" + QString(200, '1'));
 
     EXPECT_EQ(window.minimumSizeHint().width(), width);
 }
