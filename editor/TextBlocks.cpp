@@ -29,10 +29,6 @@ std::size_t WordEnd(std::string_view text) {
     return text.ends_with("\r\n") ? 2 : 1;
 }
 
-bool OfWord(char c) {
-    return IsDigit(c) || IsLower(c) || IsUpper(c) || static_cast<unsigned char>(c) >= 0x80;
-}
-
 } // namespace
 
 std::vector<Blank> BlanksOf(std::string_view text) {

@@ -17,7 +17,7 @@ constexpr std::size_t MostSteps = 30'000'000;
 constexpr std::size_t MostEdits = 1500;
 
 bool WordCharacter(char c) {
-    return IsDigit(c) || IsLower(c) || IsUpper(c) || c == '_' || static_cast<unsigned char>(c) >= 0x80;
+    return OfWord(c) || c == '_';
 }
 
 /// Words are not parted by blanks from here on (CJK and beyond).

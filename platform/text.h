@@ -27,6 +27,11 @@ inline char ToUpper(char c) {
     return IsLower(c) ? static_cast<char>(c - 'a' + 'A') : c;
 }
 
+/// Whether a byte of UTF-8 may belong to a word: a letter, a digit, or any character beyond ASCII.
+inline bool OfWord(char c) {
+    return IsDigit(c) || IsLower(c) || IsUpper(c) || static_cast<unsigned char>(c) >= 0x80;
+}
+
 /// A blank, a tab or what ends a line.
 inline bool IsBlank(char c) {
     return c == ' ' || (c >= '\t' && c <= '\r');

@@ -1,6 +1,7 @@
 #include "suite/catalogue/CsvReader.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace tavrel {
 namespace {
@@ -68,6 +69,18 @@ private:
     int line_ = 1;
 };
 
+/// Where each column stands in a row of names; empty when the row does not say so.
+std::vector<std::size_t> Order(const CsvRow& names, std::span<const std::string_view> columns) {
+    std::vector<std::size_t> order;
+    for (const std::string_view column : columns) {
+        const auto place = std::ranges::find(names.fields, column);
+        if (place == names.fields.end() || names.fields.size() != columns.size() || !names.fault.empty())
+            return {};
+        order.push_back(static_cast<std::size_t>(place - names.fields.begin()));
+    }
+    return order;
+}
+
 } // namespace
 
 std::vector<CsvRow> ReadCsv(std::string_view text) {
@@ -80,6 +93,31 @@ std::vector<CsvRow> ReadCsv(std::string_view text) {
         const bool empty = row.fields.size() == 1 && row.fields.front().empty() && row.fault.empty();
         if (!empty)
             rows.push_back(std::move(row));
+    }
+    return rows;
+}
+
+std::vector<CsvRow> ReadCsvTable(std::string_view text, std::span<const std::string_view> columns) {
+    std::vector<CsvRow> rows = ReadCsv(text);
+    const auto order = rows.empty() ? std::vector<std::size_t>() : Order(rows.front(), columns);
+    if (order.empty()) {
+        std::string fault = "the first row must name the columns ";
+        for (const std::string_view column : columns)
+            fault.append(column == columns.front() ? "" : ", ").append(column);
+        return {CsvRow{1, {}, fault}};
+    }
+    rows.erase(rows.begin());
+    for (CsvRow& row : rows) {
+        if (!row.fault.empty())
+            continue;
+        if (row.fields.size() != columns.size()) {
+            row.fault = "has " + std::to_string(row.fields.size()) + " fields, not " + std::to_string(columns.size());
+            continue;
+        }
+        std::vector<std::string> fields;
+        for (const std::size_t place : order)
+            fields.push_back(std::move(row.fields[place]));
+        row.fields = std::move(fields);
     }
     return rows;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,5 +16,9 @@ struct CsvRow {
 /// The rows of a CSV text (RFC 4180): commas, quotes doubled within quotes, line ends CR LF or LF
 /// that may stand within quotes. Empty lines are left out. A byte order mark is no data.
 std::vector<CsvRow> ReadCsv(std::string_view text);
+
+/// The rows of a CSV text behind the first one, which names the columns in any order: their fields as `columns` has
+/// them. A text whose first row names others is one row with a fault.
+std::vector<CsvRow> ReadCsvTable(std::string_view text, std::span<const std::string_view> columns);
 
 } // namespace tavrel

@@ -17,25 +17,9 @@
 namespace tavrel {
 namespace {
 
-constexpr std::array Columns{"Kind", "Name", "Body"};
+constexpr std::array<std::string_view, 3> Columns{"Kind", "Name", "Body"};
 /// Nobody types more to have less to type.
 constexpr std::size_t LongestShortForm = 32;
-
-/// Where each column stands in the file; empty when the first row does not say so.
-std::vector<std::size_t> Order(const CsvRow& header) {
-    std::vector<std::size_t> order;
-    for (const char* column : Columns) {
-        const auto place = std::ranges::find(header.fields, column);
-        if (place == header.fields.end() || header.fields.size() != Columns.size() || !header.fault.empty())
-            return {};
-        order.push_back(static_cast<std::size_t>(place - header.fields.begin()));
-    }
-    return order;
-}
-
-bool EndsWord(char c) {
-    return IsDigit(c) || IsLower(c) || IsUpper(c) || static_cast<unsigned char>(c) >= 0x80;
-}
 
 std::string NameFault(const TextBlockRow& text) {
     const bool shortForm = text.kind == text_block::ShortForm;
@@ -43,7 +27,7 @@ std::string NameFault(const TextBlockRow& text) {
         return fault;
     if (shortForm && std::ranges::any_of(text.name, IsBlank))
         return "of a short form must hold no blank";
-    if (shortForm && !EndsWord(text.name.back()))
+    if (shortForm && !OfWord(text.name.back()))
         return "of a short form must end with a letter or a digit";
     return {};
 }
@@ -67,27 +51,19 @@ std::string Fault(const TextBlockRow& text) {
 class TextFile {
 public:
     explicit TextFile(std::string_view csv) {
-        const std::vector<CsvRow> rows = ReadCsv(csv);
-        const auto order = rows.empty() ? std::vector<std::size_t>() : Order(rows.front());
-        if (order.empty()) {
-            faults.emplace_back("line 1: the first row must name the columns Kind, Name, Body");
-            return;
-        }
-        for (std::size_t i = 1; i < rows.size(); ++i)
-            if (const std::string fault = Read(rows[i], order); !fault.empty())
-                faults.push_back("line " + std::to_string(rows[i].line) + ": " + fault);
+        for (const CsvRow& row : ReadCsvTable(csv, Columns))
+            if (const std::string fault = Read(row); !fault.empty())
+                faults.push_back("line " + std::to_string(row.line) + ": " + fault);
     }
 
     std::vector<std::string> faults;
     std::vector<TextBlockRow> texts;
 
 private:
-    std::string Read(const CsvRow& row, const std::vector<std::size_t>& order) {
+    std::string Read(const CsvRow& row) {
         if (!row.fault.empty())
             return row.fault;
-        if (row.fields.size() != Columns.size())
-            return "has " + std::to_string(row.fields.size()) + " fields, not " + std::to_string(Columns.size());
-        TextBlockRow text{row.fields[order[0]], std::string(Trimmed(row.fields[order[1]])), row.fields[order[2]]};
+        TextBlockRow text{row.fields[0], std::string(Trimmed(row.fields[1])), row.fields[2]};
         if (text.kind == text_block::Template)
             text.name = ForCatalogue(text.name); // as the meaning of the heading stands in its table
         if (auto fault = Fault(text); !fault.empty())
