@@ -62,12 +62,15 @@ CatalogueUpgrade::CatalogueUpgrade(Connection& catalogue, Engine engine) : catal
         std::ranges::copy(department.RightsStatements(), std::back_inserter(steps_.back().statements));
 }
 
-void CatalogueUpgrade::Run() {
+void CatalogueUpgrade::Run() try {
     catalogue_.BeginTransaction();
     for (const Step& step : steps_)
         for (const std::string& statement : step.statements)
             catalogue_.OpenResultSet(statement);
     catalogue_.Commit();
+} catch (const Error& error) { // of two at once a server refuses one in words of its own
+    RefuseCatalogue("The catalogue was not brought up: " + error.description +
+                    ". No row is lost. Where another upgrade runs, let it end; then start this one again");
 }
 
 } // namespace tavrel

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <future>
 #include <iterator>
 
 namespace tavrel {
@@ -131,10 +132,21 @@ TEST_P(Upgrades, OneThatFailsLeavesTheCatalogueAsItWasOrGoesOnLater) {
     MakeOlder(1);
     room.Run("ALTER TABLE Image ADD COLUMN Twin INTEGER");
     room.Run("UPDATE Image SET Twin=0");
-    EXPECT_EQ(room.Tool("upgrade").status, 1);
+    const auto failed = room.Tool("upgrade");
+    EXPECT_EQ(failed.status, 1);
+    EXPECT_THAT(failed.err, HasSubstr("The catalogue was not brought up: "));
+    EXPECT_THAT(failed.err, HasSubstr("start this one again"));
     EXPECT_EQ(Version(), ItsEngine() == Engine::MariaDb ? 3 : 1);
     room.Run("UPDATE Image SET Twin=NULL");
     EXPECT_EQ(room.Tool("upgrade").status, 0);
+    ExpectWholeAndWithItsRows();
+}
+
+TEST_P(Upgrades, TwoAtOnceBringTheCatalogueUpOnce) {
+    MakeOlder(1);
+    auto other = std::async(std::launch::async, [this] { return room.Tool("upgrade").status; });
+    const int status = room.Tool("upgrade").status;
+    EXPECT_TRUE(other.get() == 0 || status == 0);
     ExpectWholeAndWithItsRows();
 }
 
