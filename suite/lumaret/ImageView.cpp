@@ -95,6 +95,7 @@ template <typename Work> void ImageView::Try(Work&& work) {
 
 void ImageView::Load(const QString& path) {
     failure_.clear();
+    caption_.clear();
     handed_.reset();
     Try([&] {
         if (file_ && path == path_)
@@ -149,6 +150,7 @@ void ImageView::Clear() {
 void ImageView::Caption(const QStringList& lines) {
     caption_ = lines;
     update();
+    emit Changed();
 }
 
 /// A slice without a window of its own keeps the former one's unless it is the first: the range of
@@ -291,10 +293,14 @@ QStringList ImageView::Signs() const {
     return signs;
 }
 
+QStringList ImageView::Description() const {
+    return HasImage() ? file_->Description() + caption_ : caption_;
+}
+
 QString ImageView::InWords() const {
     if (!HasImage())
         return failure_;
-    QStringList words = Signs();
+    QStringList words = Description() + Signs();
     if (const auto marks = Marks())
         words += tr("Left edge %1, right edge %2, upper edge %3, lower edge %4")
                      .arg(marks->left, marks->right, marks->top, marks->bottom);
@@ -311,8 +317,7 @@ void ImageView::paintEvent(QPaintEvent*) {
         painter.drawImage(QPointF(0, 0), frameImage_);
         painter.restore();
     }
-    QStringList above = HasImage() ? file_->Description() + caption_ : caption_;
-    QList<QRect> taken = {PaintWords(painter, Qt::AlignLeft | Qt::AlignTop, above.join('\n'), LightWords)};
+    QList<QRect> taken = {PaintWords(painter, Qt::AlignLeft | Qt::AlignTop, Description().join('\n'), LightWords)};
     if (HasImage()) {
         QStringList below;
         if (file_->Monochrome())

@@ -91,6 +91,8 @@ private:
     void Touched();
     /// What it shows besides pixels, for those who hear it.
     QString InWords() const;
+    /// Whose image it is and which one.
+    QStringList Description() const;
     /// Answers where the words stand.
     QRect PaintWords(QPainter& painter, int alignment, const QString& words, const QColor& colour,
                      int raisedBy = 0) const;

@@ -385,6 +385,8 @@ const ReportImage* MainWindow::ShownReportImage() const {
 void MainWindow::ClearReportImages() {
     reportImages_.clear();
     reportImageList_->clear();
+    if (!sliceShown_)
+        image_->Caption({}); // of no report any more
 }
 
 void MainWindow::KeepReportImagesOf(const QString& studyUid) {

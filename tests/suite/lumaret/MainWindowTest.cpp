@@ -580,6 +580,24 @@ TEST_F(MainWindowTest, AListThatIsClearedLeavesTheImageOnScreen) {
     EXPECT_EQ(File(), "1.dcm");
 }
 
+TEST_F(MainWindowTest, AnImageIsHeardWithItsPatientAndWhichOneItIs) {
+    const auto heard = [&] { return Image().accessibleDescription(); };
+    EXPECT_TRUE(heard().startsWith("ROSSI, MARIA")) << heard().toStdString();
+    EXPECT_TRUE(heard().contains(". Image 1 of 2. ")) << heard().toStdString();
+    emit service.ImageHanded({folder.filePath("SER1/2.dcm"), std::make_shared<ViewParameters>(), {}});
+    EXPECT_TRUE(heard().contains(". Image 1 of the report. ")) << heard().toStdString();
+}
+
+TEST_F(MainWindowTest, AnImageIsNoReportsAnyMoreWhoseReportWasClosed) {
+    emit service.ImageHanded({folder.filePath("SER1/2.dcm"), std::make_shared<ViewParameters>(), {}});
+    emit service.ListCleared();
+    EXPECT_FALSE(Image().accessibleDescription().contains("of the report"));
+    EXPECT_TRUE(Image().accessibleDescription().contains("ROSSI, MARIA"));
+    QTest::keyClick(&Image(), Qt::Key_Down);
+    emit service.ListCleared();
+    EXPECT_TRUE(Image().accessibleDescription().contains(". Image 1 of 2. "));
+}
+
 TEST_F(MainWindowTest, AStoredReportComesIntoTheListAndTheImageStays) {
     Series().selectRow(1);
     QTest::keyClick(&Image(), Qt::Key_Down);

@@ -208,7 +208,7 @@ TEST_F(MarksOnScreen, OfAnImageThatDoesNotTellAreNoneAndThatIsSaid) {
                                       {.letters = "L"}}) {
         Open(silent);
         EXPECT_FALSE(view.Marks()) << silent.plane << ' ' << silent.letters;
-        EXPECT_EQ(view.accessibleDescription(), "Orientation not known");
+        EXPECT_TRUE(view.accessibleDescription().endsWith(". Orientation not known"));
     }
 }
 
@@ -248,8 +248,8 @@ TEST_F(MarksOnScreen, NeverOutliveTheirImage) {
 TEST_F(MarksOnScreen, AreHeardWithHowTheImageIsTurned) {
     Open({.plane = Coronal});
     view.FlipHorizontal();
-    EXPECT_EQ(view.accessibleDescription(),
-              "Flipped horizontally. Left edge L, right edge R, upper edge H, lower edge F");
+    EXPECT_TRUE(view.accessibleDescription().endsWith(
+        ". Flipped horizontally. Left edge L, right edge R, upper edge H, lower edge F"));
 }
 
 } // namespace
