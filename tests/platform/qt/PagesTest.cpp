@@ -174,7 +174,7 @@ INSTANTIATE_TEST_SUITE_P(After, PageBreaks, testing::Range(24, 40),
 /// The pages as they are saved, with these codes after a short reading.
 std::string FileWith(PrintingStation& station, const ReportCodes& codes, const std::string& reading = "Normal.") {
     const auto* test = testing::UnitTest::GetInstance()->current_test_info();
-    const std::string file = std::string(PAGES_FOLDER "/") + test->test_suite_name() + "." + test->name() + ".pdf";
+    std::string file = std::string(PAGES_FOLDER "/") + test->test_suite_name() + "." + test->name() + ".pdf";
     SavePdf(PagesOf(station, reading, codes), QString::fromStdString(file));
     return file;
 }

@@ -210,9 +210,8 @@ TEST_F(NewAccount, IsNotAskedWithoutATerminalButToldWhatLacks) {
 }
 
 TEST_F(NewAccount, IsAskedAtATerminal) {
-    const Outcome setup =
-        InSession("printf \"Saint Luke\\n1..2\\n\\nRossi, Mario\\n70000\\n\\n\\n\\n\" | script -qec \"" + Setup("") +
-                  "\" /dev/null");
+    const Outcome setup = InSession(R"(printf "Saint Luke\n1..2\n\nRossi, Mario\n70000\n\n\n\n" | script -qec ")" +
+                                    Setup("") + "\" /dev/null");
     EXPECT_TRUE(Holds(setup.out, "This is no root of UIDs.")) << setup.out;
     EXPECT_TRUE(Holds(setup.out, "This is no port.")) << setup.out;
     EXPECT_EQ(Value("SELECT Organization FROM SiteData"), "Saint Luke");

@@ -74,7 +74,7 @@ protected:
 
     void Forget(const std::vector<std::string>& tables, const std::string& condition = "1=1") {
         for (const std::string& table : tables)
-            room.Run("DELETE FROM " + table + " WHERE " + condition);
+            room.Run(std::string("DELETE FROM ").append(table).append(" WHERE ").append(condition));
     }
     /// What the service entered.
     std::vector<std::string> Rows() {
