@@ -410,7 +410,7 @@ TEST_F(MainWindowTest, AFileMadeToHarmIsNamedAtTheStartAndTheSlicesGoOn) {
 }
 
 TEST_F(MainWindowTest, WordsWithoutEndAreCut) {
-    emit client.Said(QString(10 * 1024 * 1024, 'x'));
+    emit client.Said(QString(10 << 20, 'x'));
     EXPECT_EQ(Message(), QString(2000, 'x') + "...");
 }
 

@@ -150,7 +150,7 @@ struct ArchivePeer::Talk {
         for (unsigned long at = 0; asked != nullptr && at < asked->card(); ++at) {
             OFString uid;
             asked->getItem(at)->findAndGetOFString(DCM_ReferencedSOPInstanceUID, uid);
-            const bool lost = peer.Loses(uid.c_str());
+            const bool lost = peer.Loses(uid);
             DcmItem* item = nullptr;
             report->findOrCreateSequenceItem(lost ? DCM_FailedSOPSequence : DCM_ReferencedSOPSequence, item, -2);
             item->putAndInsertString(DCM_ReferencedSOPClassUID, UID_BasicTextSRStorage);

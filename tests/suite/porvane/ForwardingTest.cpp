@@ -384,7 +384,9 @@ TEST_F(ArchiveAnswering, CallersWhoSayNothingKeepNobodyOut) {
     const ArchivePeer archive(InItsOwn());
     Start(archive, Hearing());
     std::vector<RawSender> silent;
-    for (int caller = 0; caller < 8; ++caller)
+    constexpr std::size_t callers = 8;
+    silent.reserve(callers);
+    while (silent.size() < callers)
         silent.emplace_back(AnswersPort());
     Save(1, 1);
     EXPECT_TRUE(Eventually([&] { return archive.Questions() == 1; }));
@@ -396,14 +398,14 @@ TEST_F(ArchiveAnswering, CallersWhoSayNothingKeepNobodyOut) {
 class ArchiveByTls : public ArchiveAnswering {
 protected:
     static void SetUpTestSuite() {
-        folder = std::make_unique<TemporaryFolder>();
+        Certificates = std::make_unique<TemporaryFolder>();
         Make("authority", "");
         Make("stranger", "");
         Make("archive", "authority");
         Make("service", "authority");
         Make("intruder", "stranger");
     }
-    static void TearDownTestSuite() { folder.reset(); }
+    static void TearDownTestSuite() { Certificates.reset(); }
     static void Make(const std::string& name, const std::string& authority) {
         std::string command = "openssl req -x509 -newkey rsa:2048 -nodes -days 2 -subj /CN=" + name + " -keyout " +
                               Path(name + ".key") + " -out " + Path(name + ".pem");
@@ -412,7 +414,7 @@ protected:
                        " -addext basicConstraints=CA:FALSE";
         ASSERT_EQ(RunShell(command + " 2>&1").status, 0);
     }
-    static std::string Path(const std::string& file) { return (folder->Path() / file).string(); }
+    static std::string Path(const std::string& file) { return (Certificates->Path() / file).string(); }
     static ArchiveTls::Files FilesOf(const std::string& name, const std::string& trusts) {
         return {Path(name + ".pem"), Path(name + ".key"), Path(trusts + ".pem")};
     }
@@ -423,9 +425,9 @@ protected:
         return options;
     }
 
-    static std::unique_ptr<TemporaryFolder> folder;
+    static std::unique_ptr<TemporaryFolder> Certificates;
 };
-std::unique_ptr<TemporaryFolder> ArchiveByTls::folder;
+std::unique_ptr<TemporaryFolder> ArchiveByTls::Certificates;
 
 TEST_F(ArchiveByTls, BothEndsShowTheirCertificates) {
     const ArchiveTls tls(FilesOf("archive", "authority"));

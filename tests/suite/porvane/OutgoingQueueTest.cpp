@@ -6,6 +6,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <iterator>
+
 namespace tavrel {
 namespace {
 
@@ -24,7 +27,7 @@ protected:
     Queue() { room.Insert("Study", {{"StudyInstanceUID", "2.999.1"}, {"StudyPath", "\\studies\\2.999.1"}}); }
 
     /// Stores an object without queueing it.
-    void Store(const std::string& series, const std::string& file, const char* sopClass, std::string uid = {}) {
+    void Store(const std::string& series, const std::string& file, const char* sopClass, const std::string& uid = {}) {
         if (room.Value("SELECT count(*) FROM Series WHERE SeriesInstanceUID='" + series + "'") == "0")
             room.Insert("Series",
                         {{"SeriesInstanceUID", series}, {"StudyInstanceUID", "2.999.1"}, {"SeriesDir", series}});
@@ -43,8 +46,8 @@ protected:
     void LaterOn() { room.Run("UPDATE Outgoing SET NextTime=0"); }
     static std::vector<std::string> FilesOf(const std::vector<OutgoingQueue::Object>& objects) {
         std::vector<std::string> files;
-        for (const auto& object : objects)
-            files.push_back(object.file.filename().string());
+        std::ranges::transform(objects, std::back_inserter(files),
+                               [](const auto& object) { return object.file.filename().string(); });
         return files;
     }
 

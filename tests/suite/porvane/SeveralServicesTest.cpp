@@ -64,7 +64,7 @@ protected:
         return room.StoredFiles().at(0);
     }
 
-    std::unique_ptr<Child> Start(int index) {
+    std::unique_ptr<Child> Start(std::size_t index) {
         room.MoveToAnotherPort();
         ports.at(index) = room.Port();
         return room.StartService();

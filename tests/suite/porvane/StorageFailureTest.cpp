@@ -80,15 +80,18 @@ TEST_F(StorageFailure, OfObjectsThatComeAtOnceABadOneFailsAlone) {
     std::array<std::array<int, 5>, 10> answers{};
     {
         std::vector<std::jthread> senders;
-        for (int sender = 0; sender < 10; ++sender)
-            senders.emplace_back([&, sender] {
-                for (int object = 0; object < 5; ++object)
-                    answers.at(sender).at(object) = TestObject().Numbered(10 * object + sender).Send(room);
+        senders.reserve(answers.size());
+        for (int sender = 0; auto& answered : answers)
+            senders.emplace_back([&room = room, &answered, number = sender++]() mutable {
+                for (int& answer : answered) {
+                    answer = TestObject().Numbered(number).Send(room);
+                    number += 10;
+                }
             });
     }
-    for (int sender = 0; sender < 10; ++sender)
-        for (const int answer : answers.at(sender))
-            EXPECT_EQ(answer, sender == 3 ? ProcessingFailure : Stored);
+    for (const auto& answered : answers)
+        for (const int answer : answered)
+            EXPECT_EQ(answer, &answered == &answers.at(3) ? ProcessingFailure : Stored);
     EXPECT_EQ(room.Count("Image"), "45");
     EXPECT_EQ(room.StoredFiles().size(), 45U);
 }
