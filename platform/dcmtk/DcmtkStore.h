@@ -7,6 +7,7 @@
 namespace tavrel {
 
 struct EncodedDataSet;
+struct StoreRequest;
 
 /// A storage service as a report names it.
 struct StoreTarget {
@@ -26,5 +27,12 @@ void CheckTarget(const StoreTarget& target);
 /// the time-outs; every failure is an Error that says what went wrong. The status warnings (Bxxx)
 /// count as stored.
 void StoreDataSet(const EncodedDataSet& dataSet, const StoreTarget& target, const StoreTimeouts& timeouts);
+
+/// The network's libraries, of which no program needs one before its first store, come with a module that lies beside
+/// the program; the first store loads it.
+std::string StoreModuleFile();
+using StoreFunction = void(const StoreRequest& request);
+/// One that cannot be loaded is an error that names it.
+StoreFunction* LoadStoreModule(const std::string& file);
 
 } // namespace tavrel

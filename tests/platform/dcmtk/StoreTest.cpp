@@ -1,4 +1,5 @@
 #include "SampleReport.h"
+#include "platform/dcmtk/DcmtkStore.h"
 #include "platform/dcmtk/Implementation.h"
 #include "tests/support/DocumentTable.h"
 #include "tests/support/StorageNode.h"
@@ -224,6 +225,24 @@ TEST_F(Storing, TheServicesWorkIsDoneWhenTheCallReturns) {
     });
     Store(node);
     EXPECT_TRUE(done);
+}
+
+TEST(StoreModule, LiesBesideTheProgram) {
+    EXPECT_NO_THROW(LoadStoreModule(StoreModuleFile()));
+}
+
+TEST(StoreModule, IsNamedWhereItIsMissing) {
+    const Error error = ErrorOf([] { LoadStoreModule("/nowhere/tavrel-store.so"); });
+    EXPECT_EQ(error.number, static_cast<int>(DicomFault::NotStored));
+    EXPECT_EQ(error.description,
+              "the program's part for sending cannot be loaded: /nowhere/tavrel-store.so: cannot open shared object "
+              "file: No such file or directory. Install the program again, then start it anew");
+}
+
+TEST(StoreModule, IsNoOtherLibrary) {
+    const Error error = ErrorOf([] { LoadStoreModule("libm.so.6"); });
+    EXPECT_NE(error.description.find("libm.so.6: undefined symbol: TavrelStore"), std::string::npos)
+        << error.description;
 }
 
 TEST_F(Storing, AWarningCountsAsStored) {
