@@ -3,7 +3,6 @@
 #include <QApplication>
 #include <QFont>
 #include <QPalette>
-#include <QRegularExpression>
 #include <QStyleFactory>
 
 #include <algorithm>
@@ -119,7 +118,7 @@ QString SheetOf(Scheme scheme) {
         #paneVeilBoard { background: @card; border: 1px solid @line; border-radius: 8px; padding: 16px 24px; }
     )";
     for (const Colour& colour : Colours)
-        sheet.replace(QRegularExpression(QString("@%1\\b").arg(colour.name)), colour.In(scheme));
+        sheet.replace(QString("@%1;").arg(colour.name), QString("%1;").arg(colour.In(scheme)));
     return sheet;
 }
 

@@ -1,7 +1,6 @@
 #include "platform/qt/Shortcuts.h"
 
 #include <QAbstractButton>
-#include <QRegularExpression>
 #include <QShortcut>
 
 namespace tavrel {
@@ -27,8 +26,10 @@ void TellKeys(QAbstractButton& button, const QKeySequence& keys) {
 } // namespace
 
 QString WithoutMnemonic(QString caption) {
-    static const QRegularExpression sign("&(.)");
-    return caption.replace(sign, "\\1");
+    for (auto sign = caption.indexOf('&'); sign >= 0 && sign + 1 < caption.size();
+         sign = caption.indexOf('&', sign + 1))
+        caption.remove(sign, 1);
+    return caption;
 }
 
 void AddShortcuts(const QWidget& window) {

@@ -1,10 +1,10 @@
 #include "platform/qt/WrappingLabel.h"
 
 #include <QPainter>
-#include <QRegularExpression>
 #include <QResizeEvent>
 #include <QTextLayout>
 
+#include <algorithm>
 #include <cmath>
 
 namespace tavrel {
@@ -24,6 +24,27 @@ qreal BreakLines(QTextLayout& layout, int width) {
     }
     layout.endLayout();
     return height;
+}
+
+/// With a place for a break in a word, behind what divides it or forty characters, where twelve more follow. No regular
+/// expression: the start of the program would load the engine of these for it.
+QString Breakable(const QString& text) {
+    constexpr int longest = 40;
+    constexpr int rest = 12;
+    QString broken;
+    int run = 0;
+    for (qsizetype at = 0; at < text.size(); ++at) {
+        broken += text[at];
+        run = text[at].isSpace() ? 0 : run + 1;
+        const QStringView following = QStringView(text).mid(at + 1, rest);
+        const bool divides = QStringView(u"/\\-").contains(text[at]);
+        if ((divides || run >= longest) && following.size() == rest &&
+            std::ranges::none_of(following, [](QChar each) { return each.isSpace(); })) {
+            broken += QChar(0x200B);
+            run = 0;
+        }
+    }
+    return broken;
 }
 
 } // namespace
@@ -60,8 +81,7 @@ void WrappingLabel::paintEvent(QPaintEvent* event) {
 }
 
 void SayWrapped(QLabel& label, const QString& text) {
-    static const QRegularExpression separator(R"(([/\\-]|\S{40})(?=\S{12}))");
-    label.setText(QString(text).replace(separator, "\\1\u200B"));
+    label.setText(Breakable(text));
     label.setAccessibleName(text);
 }
 
