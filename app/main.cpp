@@ -116,11 +116,9 @@ int main(int argumentCount, char** arguments) {
     int nameOnly = 1; // no option directs its work, not even one of the toolkit's
     const auto application = ApplicationOnDisplay("tavrel", nameOnly, arguments);
     std::setlocale(LC_NUMERIC, "C"); // numbers in files and statements have a point in every country
-    // Some 20,000 lines, which are there before a report or a window asks for them.
-    const std::jthread reading([] {
-        ReadFontSettings();
-        DcmtkLibrary::ReadDictionary();
-    });
+    const std::jthread reading(
+        ReadFontSettings); // 15,000 lines, which the first text on the screen waits for otherwise
+
     const DesktopLook look(*application);
     QApplication::setApplicationName("Tavrel"); // titles the message boxes that have no title of their own
     QApplication::setDesktopFileName("tavrel");

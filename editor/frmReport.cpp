@@ -371,6 +371,7 @@ void frmReport::ShowDraft() {
 }
 
 void frmReport::TakeEdit() {
+    global_.ports.dicom.GetReadyToStore();
     ShowState();
     drafts_.Edited();
 }

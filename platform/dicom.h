@@ -170,6 +170,9 @@ public:
     /// The characters of a text that a data set which declares this Specific Character Set cannot
     /// hold, in their order: control characters are among them.
     virtual std::vector<LostCharacter> FindUnwritable(std::string_view text, std::string_view characterSet) const = 0;
+
+    /// A version will be stored: what the first store needs and nothing before it is read beside, once.
+    virtual void GetReadyToStore() {}
 };
 
 } // namespace tavrel

@@ -14,16 +14,6 @@
 namespace tavrel {
 namespace {
 
-TextElement DecodeText(const DcmElement& element, const CharacterSet& set) {
-    TextElement decoded = StoredText(element);
-    if (const auto kind = TextKindOf(decoded.Vr())) {
-        std::string text = WithCrLf(set.Decode(decoded.Text(), *kind));
-        if (text != decoded.Text())
-            decoded.stored = std::move(text);
-    }
-    return decoded;
-}
-
 /// Decodes an item and those in it that declare no character set of their own.
 class Decoder {
 public:
@@ -40,7 +30,7 @@ public:
                 continue;
             }
             if (IsTextVr(VrOf(*element)))
-                elements.emplace(tag, DecodeText(*element, set_));
+                elements.emplace(tag, DecodeText(StoredText(*element), set_));
             else
                 elements.emplace(tag, std::move(element));
         }
@@ -70,6 +60,15 @@ std::string DeclaredCharacterSet(DcmItem& source, const std::string& inheritedSe
     if (source.findAndGetOFStringArray(DCM_SpecificCharacterSet, declared).bad())
         return inheritedSet;
     return declared;
+}
+
+TextElement DecodeText(TextElement element, const CharacterSet& set) {
+    if (const auto kind = TextKindOf(element.Vr())) {
+        std::string text = WithCrLf(set.Decode(element.Text(), *kind));
+        if (text != element.Text())
+            element.stored = std::move(text);
+    }
+    return element;
 }
 
 DcmtkElements DecodeElements(DcmItem& source, const std::string& declaredSet) {

@@ -13,4 +13,7 @@ std::string DeclaredCharacterSet(DcmItem& source, const std::string& inheritedSe
 /// `declaredSet`, or from the set that a nested item declares.
 DcmtkElements DecodeElements(DcmItem& source, const std::string& declaredSet);
 
+/// The element in UTF-8 where its VR depends on the character set.
+TextElement DecodeText(TextElement element, const CharacterSet& set);
+
 } // namespace tavrel

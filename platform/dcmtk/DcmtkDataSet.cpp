@@ -95,8 +95,21 @@ void DcmtkDataSet::ReadInto(const ParsedFile& file) const {
 void DcmtkDataSet::ParseEarlyPart() const {
     if (earlyPartParsed_)
         return;
-    ReadInto(file_->ParseEarlyPart());
+    if (auto early = file_->ReadEarlyTexts())
+        Take(std::move(*early));
+    else
+        ReadInto(file_->ParseEarlyPart());
     earlyPartParsed_ = true;
+}
+
+void DcmtkDataSet::Take(EarlyTexts early) const {
+    const auto declares = [](const auto& entry) { return entry.first == attribute::SpecificCharacterSet; };
+    if (const auto declared = std::ranges::find_if(early.texts, declares); declared != early.texts.end())
+        characterSet_ = declared->second.Text();
+    const CharacterSet set{characterSet_};
+    for (auto& [tag, text] : early.texts)
+        elements_.insert_or_assign(tag, DecodeText(std::move(text), set));
+    earlyOthers_ = std::move(early.others);
 }
 
 void DcmtkDataSet::ParseAll() const {
@@ -104,6 +117,7 @@ void DcmtkDataSet::ParseAll() const {
         return;
     ReadInto(file_->Parse());
     earlyPartParsed_ = true;
+    earlyOthers_.clear();
     file_.reset();
 }
 
@@ -123,6 +137,8 @@ void DcmtkDataSet::Adopt(DcmtkElements elements, std::string characterSet) {
 
 const DcmtkElement* DcmtkDataSet::Find(Tag tag) const {
     file_&& tag.group <= file_->LastEarlyGroup() ? ParseEarlyPart() : ParseAll();
+    if (std::ranges::find(earlyOthers_, tag) != earlyOthers_.end())
+        ParseAll();
     const auto found = elements_.find(tag);
     if (found == elements_.end() || std::holds_alternative<DcmtkSequence>(found->second))
         return nullptr;
@@ -252,16 +268,19 @@ std::shared_ptr<DcmtkDataSet> DcmtkDataSet::Copy() const {
 }
 
 std::vector<Unwritable> DcmtkDataSet::MissingUids() const {
-    constexpr std::array needed{attribute::SopClassUid, attribute::SopInstanceUid, attribute::StudyInstanceUid,
-                                attribute::SeriesInstanceUid};
+    using Named = std::pair<Tag, std::string>; // a new report, which lacks two of them, needs no dictionary for it
+    static const std::array needed{Named{attribute::SopClassUid, "SOP Class UID"},
+                                   Named{attribute::SopInstanceUid, "SOP Instance UID"},
+                                   Named{attribute::StudyInstanceUid, "Study Instance UID"},
+                                   Named{attribute::SeriesInstanceUid, "Series Instance UID"}};
     std::vector<Unwritable> missing;
-    for (const Tag tag : needed)
+    for (const auto& [tag, words] : needed)
         if (GetString(tag).empty())
             missing.push_back({{{tag, -1}},
-                               AttributeWords(tag),
+                               words,
                                {},
                                {},
-                               "The version cannot be sent: it has no " + AttributeName(tag) + "."});
+                               "The version cannot be sent: it has no " + words + " " + TagNumber(tag) + "."});
     return missing;
 }
 

@@ -61,6 +61,7 @@ private:
     void ParseEarlyPart() const;
     void ParseAll() const;
     void ReadInto(const ParsedFile& file) const;
+    void Take(EarlyTexts early) const;
     /// No sequence.
     const DcmtkElement* Find(Tag tag) const;
     const DcmtkSequence* FindSequence(Tag tag) const;
@@ -76,6 +77,7 @@ private:
     // Reading parses on demand, which changes nothing that a caller can see.
     mutable std::optional<DicomFile> file_; ///< until all is parsed
     mutable bool earlyPartParsed_ = false;
+    mutable std::vector<Tag> earlyOthers_; ///< what the early part has beside what is known of it
     mutable DcmtkElements elements_;
     mutable std::string characterSet_;
 };

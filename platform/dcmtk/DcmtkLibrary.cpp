@@ -1,6 +1,7 @@
 #include "platform/dcmtk/DcmtkLibrary.h"
 
 #include "platform/dcmtk/DcmtkDataSetList.h"
+#include "platform/dcmtk/DcmtkStore.h"
 #include "platform/dcmtk/TextCheck.h"
 
 #include <dcmtk/config/osconfig.h>
@@ -20,12 +21,6 @@ void SilenceToolkit() {
 }
 
 } // namespace
-
-void DcmtkLibrary::ReadDictionary() {
-    SilenceToolkit();
-    dcmDataDict.rdlock();
-    dcmDataDict.rdunlock();
-}
 
 DcmtkLibrary::DcmtkLibrary() {
     SilenceToolkit();
@@ -49,6 +44,15 @@ std::shared_ptr<DataSetList> DcmtkLibrary::OpenImageSeries(std::span<const std::
 
 std::vector<LostCharacter> DcmtkLibrary::FindUnwritable(std::string_view text, std::string_view characterSet) const {
     return LostCharacters(text, CheckText(text, CharacterSet{characterSet}, TextKind::Plain));
+}
+
+void DcmtkLibrary::GetReadyToStore() {
+    if (network_ && !gettingReady_.joinable())
+        gettingReady_ = std::jthread([] {
+            dcmDataDict.rdlock(); // which reads the toolkit's dictionary
+            dcmDataDict.rdunlock();
+            ReadyStoreModule();
+        });
 }
 
 } // namespace tavrel

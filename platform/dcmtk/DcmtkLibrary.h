@@ -4,15 +4,13 @@
 #include "platform/dicom.h"
 
 #include <memory>
+#include <thread>
 
 namespace tavrel {
 
 /// DICOM objects on DCMTK.
 class DcmtkLibrary final : public DicomLibrary {
 public:
-    /// Reads the toolkit's dictionary, which the first file waits for otherwise. Of any thread.
-    static void ReadDictionary();
-
     /// Its data sets can be read and saved, not sent.
     DcmtkLibrary();
     /// `background` and `events` must outlive the library and all its objects.
@@ -22,9 +20,11 @@ public:
     std::shared_ptr<DataSetList> NewDataSetList() override;
     std::shared_ptr<DataSetList> OpenImageSeries(std::span<const std::string> paths) override;
     std::vector<LostCharacter> FindUnwritable(std::string_view text, std::string_view characterSet) const override;
+    void GetReadyToStore() override;
 
 private:
     std::shared_ptr<const DcmtkNetwork> network_;
+    std::jthread gettingReady_;
 };
 
 } // namespace tavrel

@@ -42,9 +42,21 @@ StoreFunction* LoadStoreModule(const std::string& file) {
     return reinterpret_cast<StoreFunction*>(store);
 }
 
+StoreFunction& TheStore() {
+    static auto& store = *LoadStoreModule(StoreModuleFile());
+    return store;
+}
+
+void ReadyStoreModule() {
+    try {
+        TheStore();
+    } catch (const std::exception&) {
+        return; // the store tells it
+    }
+}
+
 void StoreDataSet(const EncodedDataSet& dataSet, const StoreTarget& target, const StoreTimeouts& timeouts) {
-    static auto* const store = LoadStoreModule(StoreModuleFile());
-    store({dataSet, target, timeouts, ImplementationVersionName(), InImplicitVr});
+    TheStore()({dataSet, target, timeouts, ImplementationVersionName(), InImplicitVr});
 }
 
 } // namespace tavrel

@@ -29,10 +29,11 @@ void CheckTarget(const StoreTarget& target);
 void StoreDataSet(const EncodedDataSet& dataSet, const StoreTarget& target, const StoreTimeouts& timeouts);
 
 /// The network's libraries, of which no program needs one before its first store, come with a module that lies beside
-/// the program; the first store loads it.
+/// the program; the first store loads it, unless it was made ready before, by any thread.
 std::string StoreModuleFile();
 using StoreFunction = void(const StoreRequest& request);
 /// One that cannot be loaded is an error that names it.
 StoreFunction* LoadStoreModule(const std::string& file);
+void ReadyStoreModule();
 
 } // namespace tavrel

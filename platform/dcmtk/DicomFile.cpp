@@ -47,6 +47,14 @@ Error NoDicom(const std::string& path, const std::string& reason) {
     return DicomFailure(DicomFault::NotDicom, "The file " + path + " is no readable DICOM file: " + reason + ".");
 }
 
+/// A text that the toolkit would hand out as it stands: it takes blanks away within some, and ends others at a zero.
+bool IsPlain(const TextElement& element) {
+    const auto text = element.Text();
+    return text.find('\0') == std::string_view::npos && !text.starts_with(' ') &&
+           text.find(" \\") == std::string_view::npos && text.find("\\ ") == std::string_view::npos &&
+           (element.Vr() != "UI" || text.find(' ') == std::string_view::npos);
+}
+
 } // namespace
 
 /// The file while it is looked at.
@@ -72,11 +80,11 @@ public:
 
     const Identity& FileIdentity() const { return identity_; }
 
-    DicomLayout Scan(std::uint16_t lastGroup) const {
+    DicomLayout Scan(std::uint16_t lastGroup, bool withPlaces = false) const {
         try {
             const auto piece = lastGroup == EveryGroup ? WholePiece : HeaderPiece;
             ByteWindow window{handle_, identity_.size, piece};
-            return ScanDicom(window, lastGroup);
+            return ScanDicom(window, lastGroup, withPlaces);
         } catch (const StructureFault& fault) {
             throw NoDicom(path_, fault.what());
         }
@@ -138,6 +146,36 @@ ParsedFile DicomFile::ParseEarlyPart() {
         return Parse();
     const std::string bytes = std::exchange(early_, {});
     return ParseBytes(bytes, earlyMetaLength_, transferSyntax_, explicitVr_, bigEndian_);
+}
+
+std::optional<EarlyTexts> DicomFile::ReadEarlyTexts() const {
+    if (checked_)
+        return std::nullopt;
+    const OpenFile file{path_};
+    const DicomLayout layout = file.Scan(LastEarlyGroup(), true);
+    if (!layout.explicitVr || layout.bigEndian || layout.dataEnd - layout.metaBegin > MostBytes)
+        return std::nullopt;
+    const std::string bytes = file.Read(layout.metaBegin, layout.dataEnd);
+    EarlyTexts early;
+    Tag last{0, 0};
+    for (const auto& place : layout.places) {
+        const Tag tag{place.group, place.element};
+        if (tag <= last) // each once, in their order
+            return std::nullopt;
+        last = tag;
+        if (tag.element == 0) // a group's length
+            continue;
+        TextElement text{place.vr, {}};
+        if (!IsTextVr(text.Vr())) {
+            early.others.push_back(tag);
+            continue;
+        }
+        text.stored = bytes.substr(static_cast<std::size_t>(place.begin - layout.metaBegin), place.length);
+        if (!IsPlain(text))
+            return std::nullopt;
+        early.texts.emplace_back(tag, std::move(text));
+    }
+    return early;
 }
 
 ParsedFile DicomFile::Parse() const {

@@ -1,11 +1,15 @@
 #pragma once
 
 #include "platform/dcmtk/StructuralScan.h"
+#include "platform/dcmtk/TextElements.h"
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 class DcmDataset;
 
@@ -15,6 +19,12 @@ namespace tavrel {
 struct ParsedFile {
     std::unique_ptr<DcmDataset> meta;
     std::unique_ptr<DcmDataset> data;
+};
+
+/// An image's early part as it stands in its file.
+struct EarlyTexts {
+    std::vector<std::pair<Tag, TextElement>> texts; ///< not yet decoded
+    std::vector<Tag> others;                        ///< the elements that hold no text
 };
 
 /// A DICOM file that is read piece by piece; it is never kept open. Failures are `Error`s that name
@@ -32,6 +42,9 @@ public:
     std::uint16_t LastEarlyGroup() const;
     /// Those groups, or the whole file when they are not at hand. To be called once.
     ParsedFile ParseEarlyPart();
+    /// Those groups of an unopened file without the toolkit, whose dictionary takes as long to read as all else that
+    /// a new report needs. Nothing where a value must be understood first, which the toolkit does.
+    std::optional<EarlyTexts> ReadEarlyTexts() const;
 
     /// Reads the file. A file that is no longer the one that was checked is an error.
     ParsedFile Parse() const;

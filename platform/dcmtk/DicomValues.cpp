@@ -262,10 +262,14 @@ std::string AttributeWords(Tag tag) {
     return name;
 }
 
+std::string TagNumber(Tag tag) {
+    std::array<char, 16> number{};
+    std::snprintf(number.data(), number.size(), "(%04X,%04X)", tag.group, tag.element);
+    return number.data();
+}
+
 std::string AttributeName(Tag tag) {
-    std::array<char, 16> address{};
-    std::snprintf(address.data(), address.size(), " (%04X,%04X)", tag.group, tag.element);
-    return AttributeWords(tag) + address.data();
+    return AttributeWords(tag) + " " + TagNumber(tag);
 }
 
 } // namespace tavrel

@@ -27,6 +27,8 @@ std::string DicomText(const Value& value, const Attribute& attribute);
 /// Every line end as CR LF.
 std::string WithCrLf(std::string_view text);
 
+/// "(0010,0010)".
+std::string TagNumber(Tag tag);
 /// "Patient Name".
 std::string AttributeWords(Tag tag);
 /// "Patient Name (0010,0010)".

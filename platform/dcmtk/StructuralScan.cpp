@@ -61,7 +61,8 @@ struct Frame {
 
 class Scan {
 public:
-    Scan(ByteWindow& bytes, std::uint16_t lastGroup) : bytes_(bytes), lastGroup_(lastGroup) {}
+    Scan(ByteWindow& bytes, std::uint16_t lastGroup, bool withPlaces)
+        : bytes_(bytes), lastGroup_(lastGroup), withPlaces_(withPlaces) {}
 
     DicomLayout Run() {
         FindDataSet();
@@ -139,6 +140,7 @@ private:
                                              layout_.transferSyntax.end());
             }
             layout_.dataBegin = header.valueBegin + header.length;
+            Keep(header);
             Count();
         }
     }
@@ -202,9 +204,15 @@ private:
                 layout_.earlyEnd = at_;
             if (header.group > lastGroup_)
                 return false;
+            Keep(header);
         }
         PassElement(frame, header);
         return true;
+    }
+
+    void Keep(const Header& header) {
+        if (withPlaces_)
+            layout_.places.push_back({header.group, header.element, header.vr, header.valueBegin, header.length});
     }
 
     void PassItemTag(const Frame& frame, const Header& header) {
@@ -280,6 +288,7 @@ private:
 
     ByteWindow& bytes_;
     std::uint16_t lastGroup_;
+    bool withPlaces_;
     DicomLayout layout_;
     std::vector<Frame> frames_;
     std::uint64_t at_ = 0;
@@ -305,8 +314,8 @@ void ByteWindow::Move(std::uint64_t offset, std::size_t count) {
     windowEnd_ = offset + filled;
 }
 
-DicomLayout ScanDicom(ByteWindow& bytes, std::uint16_t lastGroup) {
-    return Scan{bytes, lastGroup}.Run();
+DicomLayout ScanDicom(ByteWindow& bytes, std::uint16_t lastGroup, bool withPlaces) {
+    return Scan{bytes, lastGroup, withPlaces}.Run();
 }
 
 } // namespace tavrel

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <span>
 #include <stdexcept>
@@ -44,6 +45,15 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// Where an element of the file's own level lies.
+struct ElementPlace {
+    std::uint16_t group = 0;
+    std::uint16_t element = 0;
+    std::array<char, 2> vr{};
+    std::uint64_t begin = 0; ///< of its value
+    std::uint32_t length = 0;
+};
+
 /// Where the parts of a DICOM file (PS3.10) lie, as byte offsets.
 struct DicomLayout {
     std::uint64_t metaBegin = 0; ///< file meta information, always explicit VR little endian
@@ -54,6 +64,7 @@ struct DicomLayout {
     std::string transferSyntax; ///< as declared; empty when the file has no meta information
     bool explicitVr = true;
     bool bigEndian = false;
+    std::vector<ElementPlace> places; ///< when they are asked for, in their order
 };
 
 inline constexpr std::uint16_t EveryGroup = 0xFFFF;
@@ -64,6 +75,6 @@ inline constexpr std::uint16_t PixelGroup = 0x7FE0;
 /// sequences nest at most 64 deep, elements number at most half a million, nothing is compressed
 /// as a stream. A toolkit may then parse the bytes without fear for its stack. Ends before the data
 /// set's first group after `lastGroup`; what follows stays unread. Throws StructureFault.
-DicomLayout ScanDicom(ByteWindow& bytes, std::uint16_t lastGroup);
+DicomLayout ScanDicom(ByteWindow& bytes, std::uint16_t lastGroup, bool withPlaces = false);
 
 } // namespace tavrel

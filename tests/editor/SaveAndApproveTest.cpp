@@ -128,6 +128,14 @@ TEST(Save, AHeadingThatWouldTurnTheStatementTakesNoCode) {
     EXPECT_EQ(station.windows.messages.size(), 1U);
 }
 
+TEST(Save, IsPreparedWhenSomethingIsTypedAndNotBefore) {
+    ReportingStation station;
+    station.OpenImages();
+    EXPECT_FALSE(station.store.ready);
+    station.editor.txtReportAnnotation.Typed("A");
+    EXPECT_TRUE(station.store.ready);
+}
+
 TEST(Save, AFailureIsToldWithItsNumber) {
     OpenReportStation station;
     class FailingConnection : public ForwardingConnection {

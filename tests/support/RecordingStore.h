@@ -32,7 +32,10 @@ public:
     /// What the storage service does with a version, e.g. raise its event; it refuses by throwing.
     std::function<void(const SentVersion&)> answer;
 
+    bool ready = false; ///< the report has told it that a version will come
+
     std::shared_ptr<DataSetList> NewDataSetList() override;
+    void GetReadyToStore() override { ready = true; }
 };
 
 } // namespace tavrel::test

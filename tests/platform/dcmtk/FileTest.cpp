@@ -271,6 +271,53 @@ TEST_F(Files, AnImageSeriesCostsNothingUntilItIsAskedAndNeverItsPixels) {
     EXPECT_THROW(series->GetElementString(0, attribute::PatientName), Error);
 }
 
+TEST_F(Files, AnImageTellsWhoseItIsWithoutTheDictionary) {
+    WriteBytes(Path("image.dcm"), RawDicom{}.Text(attribute::PatientName, "Doe^Jane").File());
+    ASSERT_EQ(::mkfifo(Path("dicom.dic").c_str(), 0600), 0);
+    const auto read = [&] {
+        ::setenv("DCMDICTPATH", Path("dicom.dic").c_str(), 1); // who opens it waits for ever
+        ::alarm(5);
+        const std::vector<std::string> paths{Path("image.dcm")};
+        const bool right =
+            library.dicom.OpenImageSeries(paths)->GetElementString(0, attribute::PatientName) == "Doe^Jane";
+        _exit(right ? 0 : 1);
+    };
+    EXPECT_EXIT(read(), testing::ExitedWithCode(0), "^$");
+}
+
+/// The early part of an image, whose texts are read without the toolkit where they are plain, and the whole header.
+class EarlyPart : public Files, public testing::WithParamInterface<RawDicom> {};
+INSTANTIATE_TEST_SUITE_P(
+    , EarlyPart,
+    testing::Values(
+        RawDicom{}.Text(attribute::PatientName, "Doe^Jane").Text(attribute::PatientId, "P 1"),
+        RawDicom{}.Text(attribute::SpecificCharacterSet, "ISO_IR 100").Text(attribute::PatientName, "M\xFCller"),
+        RawDicom{}
+            .Text(attribute::SpecificCharacterSet, "\\ISO 2022 IR 87")
+            .Text(attribute::PatientName, "Yamada^Tarou=\x1B$B;3ED\x1B(B^\x1B$BB@O:\x1B(B"),
+        RawDicom{}.Text(attribute::PatientName, " Doe^Jane \\ Roe "),
+        RawDicom{}.Text(attribute::PatientId, std::string("P1\0Q2", 5)),
+        RawDicom{}.Text(attribute::PatientName, "Second").Text(attribute::StudyInstanceUid, " 2.999. 1 "),
+        RawDicom{}.Text(attribute::PatientName, "First").Text(attribute::PatientName, "Second"),
+        RawDicom{}.Text(attribute::StudyInstanceUid, "2.999.1").Text(attribute::PatientName, "Late"),
+        RawDicom{}.Text({0x0010, 0x0010, "UN"}, "Unknown "), RawDicom{}.Text({0x0010, 0x0020, "US"}, "ab"),
+        RawDicom{}
+            .Items({0x0008, 0x1140}, {RawDicom{}.Text(attribute::PatientName, "Within")})
+            .Text(attribute::PatientName, "Behind"),
+        RawDicom{ImplicitLittle}.Text(attribute::PatientName, "Doe^Jane"),
+        RawDicom{ExplicitBig}.Text(attribute::PatientName, "Doe^Jane")));
+
+TEST_P(EarlyPart, SaysWhatTheWholeHeaderSays) {
+    WriteBytes(Path("image.dcm"), GetParam().File());
+    const std::vector<std::string> paths{Path("image.dcm")};
+    const auto early = library.dicom.OpenImageSeries(paths);
+    const auto whole = library.dicom.OpenImageSeries(paths);
+    static_cast<void>(whole->Item(0)->GetSequenceItemCount(attribute::ContentSequence)); // which takes all of it
+    for (const auto& each : {attribute::SpecificCharacterSet, attribute::PatientName, attribute::PatientId,
+                             attribute::StudyInstanceUid, attribute::StudyDescription})
+        EXPECT_EQ(early->GetElementString(0, each), whole->GetElementString(0, each));
+}
+
 TEST_F(Files, AnImageWhosePixelsAreCutOffStillHasAHeader) {
     const auto bytes = RawDicom{}.Text(attribute::PatientName, "Doe^Jane").Pixels(std::string(1000, 'x')).File();
     WriteBytes(Path("image.dcm"), bytes.substr(0, bytes.size() - 500));
@@ -361,15 +408,16 @@ TEST_F(Files, AFloodOfElementsIsRefused) {
 
 TEST_F(Files, AreReadWhileTheDictionaryIs) {
     WriteBytes(Path(), RawDicom{ImplicitLittle}.Text(attribute::StudyInstanceUid, "2.999.1").File());
-    const std::jthread reading(&DcmtkLibrary::ReadDictionary);
+    library.dicom.GetReadyToStore();
 
     EXPECT_EQ(Text(*library.Load(Path())->Item(0), attribute::StudyInstanceUid), "2.999.1");
 }
 
-TEST(Dictionary, IsMissedInSilence) {
-    const auto read = [] {
+TEST_F(Files, MissTheDictionaryInSilence) {
+    WriteBytes(Path(), RawDicom{ImplicitLittle}.Text(attribute::StudyInstanceUid, "2.999.1").File());
+    const auto read = [&] {
         ::setenv("DCMDICTPATH", "/nowhere/dicom.dic", 1);
-        DcmtkLibrary::ReadDictionary();
+        library.Load(Path());
         _exit(0);
     };
     EXPECT_EXIT(read(), testing::ExitedWithCode(0), "^$");

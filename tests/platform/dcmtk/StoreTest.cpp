@@ -227,6 +227,16 @@ TEST_F(Storing, TheServicesWorkIsDoneWhenTheCallReturns) {
     EXPECT_TRUE(done);
 }
 
+TEST_F(Storing, WhatItNeedsCanBeReadBeforeAndOnce) {
+    StorageNode node;
+    library.dicom.GetReadyToStore();
+    library.dicom.GetReadyToStore();
+    Store(node);
+    Store(node);
+    ASSERT_EQ(node.Objects().size(), 2U);
+    EXPECT_EQ(ReadBytes(node.Objects()[0].file), ReadBytes(node.Objects()[1].file));
+}
+
 TEST(StoreModule, LiesBesideTheProgram) {
     EXPECT_NO_THROW(LoadStoreModule(StoreModuleFile()));
 }
