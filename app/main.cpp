@@ -15,6 +15,7 @@
 #include "platform/error.h"
 #include "platform/hunspell/HunspellDictionaries.h"
 #include "platform/icu/IcuLetters.h"
+#include "platform/odbc/OdbcConnection.h"
 #include "platform/odbc/OdbcDatabase.h"
 #include "platform/odbc/OdbcReportWatch.h"
 #include "platform/posix/PosixFiles.h"
@@ -66,7 +67,8 @@ int Run(PosixProcess& process) {
     DbusServiceEvents serviceEvents(bus);
     DbusViewerLink viewers(bus);
     DcmtkLibrary dicom(background, serviceEvents);
-    OdbcDatabase database({.meanwhile = &background});
+    const OdbcPatience patience{.meanwhile = &background};
+    OdbcDatabase database(patience);
     PosixFiles files;
     SystemClock clock;
     IcuLetters letters;
@@ -77,6 +79,11 @@ int Run(PosixProcess& process) {
     QtDictation dictation;
     Global global({dicom, database, windows, files, process, std::make_unique<PosixUserInformation>, clock, letters,
                    &dictionaries, &dictation});
+
+    // Its driver is loaded while the bus is asked; who needs it first opens it.
+    auto catalogue = std::make_unique<OdbcConnection>(patience);
+    catalogue->OpenAhead(CatalogueConnectionText);
+    global.catalogue = std::move(catalogue);
 
     frmBase codeTables(global);
     QtReportPrinter printer(windows);

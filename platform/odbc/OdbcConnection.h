@@ -23,6 +23,8 @@ public:
     explicit OdbcConnection(OdbcPatience patience) : session_(std::make_shared<OdbcSession>(patience)) {}
 
     void Open(std::string_view connectionText, std::string_view user = {}, std::string_view password = {}) override;
+    /// The next `Open` with this text waits for what is begun here.
+    void OpenAhead(std::string_view connectionText) { session_->OpenAhead(connectionText); }
     bool IsOpen() const override { return session_->IsOpen(); }
     void Close() override { session_->Close(); }
     void BeginTransaction() override { session_->BeginTransaction(); }

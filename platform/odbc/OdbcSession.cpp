@@ -10,6 +10,7 @@
 #include <array>
 #include <chrono>
 #include <thread>
+#include <utility>
 
 namespace tavrel {
 
@@ -49,6 +50,26 @@ bool Serves(const OdbcHandles& handles) {
     return SQL_SUCCEEDED(Ask(statement, "SELECT 1"));
 }
 
+std::shared_ptr<OdbcHandles> NewHandles() {
+    SQLHANDLE handle = nullptr;
+    if (!SQL_SUCCEEDED(SQLAllocHandle(SQL_HANDLE_ENV, nullptr, &handle)))
+        throw OdbcError(OdbcFailure::NotConnected, "The ODBC driver manager could not be started.");
+    auto handles = std::make_shared<OdbcHandles>();
+    handles->environment = OdbcHandle(SQL_HANDLE_ENV, handle);
+    SQLSetEnvAttr(handle, SQL_ATTR_ODBC_VERSION, AttributeValue(SQL_OV_ODBC3), 0);
+    if (!SQL_SUCCEEDED(SQLAllocHandle(SQL_HANDLE_DBC, handles->environment.Get(), &handle)))
+        throw OdbcDiagnostics::Read(SQL_HANDLE_ENV, handles->environment.Get()).AsError();
+    handles->connection = OdbcHandle(SQL_HANDLE_DBC, handle);
+    constexpr SQLULEN loginSeconds = 5;
+    SQLSetConnectAttr(handle, SQL_ATTR_LOGIN_TIMEOUT, AttributeValue(loginSeconds), SQL_IS_UINTEGER);
+    return handles;
+}
+
+SQLRETURN Connect(const OdbcHandles& handles, std::string& text) {
+    return SQLDriverConnect(handles.connection.Get(), nullptr, reinterpret_cast<SQLCHAR*>(text.data()),
+                            static_cast<SQLSMALLINT>(text.size()), nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT);
+}
+
 std::string LossOf(const std::string& reason) {
     return "The connection to the database was lost: " + reason;
 }
@@ -59,18 +80,13 @@ void OdbcSession::Open(std::string_view connectionText, std::string_view user, s
     if (IsOpen())
         throw OdbcError(OdbcFailure::AlreadyConnected, "The connection to the database is open already.");
 
-    SQLHANDLE handle = nullptr;
-    if (!SQL_SUCCEEDED(SQLAllocHandle(SQL_HANDLE_ENV, nullptr, &handle)))
-        throw OdbcError(OdbcFailure::NotConnected, "The ODBC driver manager could not be started.");
-    const auto handles = std::make_shared<OdbcHandles>();
-    handles->environment = OdbcHandle(SQL_HANDLE_ENV, handle);
-    SQLSetEnvAttr(handle, SQL_ATTR_ODBC_VERSION, AttributeValue(SQL_OV_ODBC3), 0);
-    if (!SQL_SUCCEEDED(SQLAllocHandle(SQL_HANDLE_DBC, handles->environment.Get(), &handle)))
-        throw OdbcDiagnostics::Read(SQL_HANDLE_ENV, handles->environment.Get()).AsError();
-    handles->connection = OdbcHandle(SQL_HANDLE_DBC, handle);
-    constexpr SQLULEN loginSeconds = 5;
-    SQLSetConnectAttr(handle, SQL_ATTR_LOGIN_TIMEOUT, AttributeValue(loginSeconds), SQL_IS_UINTEGER);
-
+    std::shared_ptr<OdbcHandles> handles;
+    SQLRETURN result = SQL_ERROR;
+    if (const auto ahead = std::exchange(ahead_, {});
+        ahead.text == connectionText && user.empty() && password.empty()) {
+        handles = ahead.handles;
+        result = AwaitCall(ahead.call);
+    }
     const Login login{std::string(connectionText), std::string(user), std::string(password)};
     // An empty UID or PWD would take the place of the entry's own credentials.
     std::string text = login.text;
@@ -81,18 +97,19 @@ void OdbcSession::Open(std::string_view connectionText, std::string_view user, s
     // The others take over within some seconds, of which the last quarter is left for the connection itself.
     const auto until =
         std::chrono::steady_clock::now() + (othersBeside_ ? patience_.most * 3 / 4 : std::chrono::seconds(0));
-    const SQLRETURN result = Await(Effect::Changes, [handles, text, until]() mutable {
-        for (;;) {
-            const SQLRETURN tried =
-                SQLDriverConnect(handles->connection.Get(), nullptr, reinterpret_cast<SQLCHAR*>(text.data()),
-                                 static_cast<SQLSMALLINT>(text.size()), nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT);
-            const bool awaited = std::chrono::steady_clock::now() < until;
-            if (!awaited || (SQL_SUCCEEDED(tried) && Serves(*handles)))
-                return tried;
-            SQLDisconnect(handles->connection.Get());
-            std::this_thread::sleep_for(Blink);
-        }
-    });
+    if (!SQL_SUCCEEDED(result)) {
+        handles = NewHandles();
+        result = Await(Effect::Changes, [handles, text, until]() mutable {
+            for (;;) {
+                const SQLRETURN tried = Connect(*handles, text);
+                const bool awaited = std::chrono::steady_clock::now() < until;
+                if (!awaited || (SQL_SUCCEEDED(tried) && Serves(*handles)))
+                    return tried;
+                SQLDisconnect(handles->connection.Get());
+                std::this_thread::sleep_for(Blink);
+            }
+        });
+    }
     if (!SQL_SUCCEEDED(result)) {
         Error error = OdbcDiagnostics::Read(SQL_HANDLE_DBC, handles->connection.Get()).AsError();
         // What follows the entry's name may be a password.
@@ -116,7 +133,15 @@ void OdbcSession::Open(std::string_view connectionText, std::string_view user, s
     othersBeside_ = HasOthersBeside();
 }
 
+void OdbcSession::OpenAhead(std::string_view connectionText) {
+    ahead_.text = connectionText;
+    ahead_.handles = NewHandles();
+    ahead_.call = std::make_shared<OdbcCall>(
+        [handles = ahead_.handles, text = ahead_.text]() mutable { return Connect(*handles, text); });
+}
+
 void OdbcSession::Close() noexcept {
+    ahead_ = {};
     login_ = {};
     othersBeside_ = false;
     Disconnect();
@@ -168,8 +193,11 @@ SQLRETURN OdbcSession::Await(Effect effect, std::function<SQLRETURN()> call) {
     // keep alive waits for another writer as long as the entry says.
     if (engine_ == Engine::Sqlite && (effect == Effect::Reads || !patience_.meanwhile))
         return call();
+    return AwaitCall(std::make_shared<OdbcCall>([handles = handles_, call = std::move(call)] { return call(); }));
+}
+
+SQLRETURN OdbcSession::AwaitCall(const std::shared_ptr<OdbcCall>& mine) {
     const auto until = std::chrono::steady_clock::now() + patience_.most;
-    const auto mine = std::make_shared<OdbcCall>([handles = handles_, call = std::move(call)] { return call(); });
     running_ = mine;
     runningUntil_ = until;
     const bool answered = Answered(*mine, until);

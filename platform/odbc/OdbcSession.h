@@ -24,6 +24,8 @@ public:
     ~OdbcSession() { Close(); }
 
     void Open(std::string_view connectionText, std::string_view user, std::string_view password);
+    /// Begins what `Open` with this text alone waits for, unless it comes to nothing: then that tries anew.
+    void OpenAhead(std::string_view connectionText);
     bool IsOpen() const { return handles_ != nullptr; }
     /// Frees every statement of the session; an uncommitted transaction is dropped.
     void Close() noexcept;
@@ -88,6 +90,7 @@ private:
     void MakeReady(Effect effect);
     /// The server went away, which a new connection may mend.
     bool Lost() const { return !IsOpen() && !login_.text.empty() && !silent_; }
+    SQLRETURN AwaitCall(const std::shared_ptr<OdbcCall>& call);
     bool Answered(const OdbcCall& call, OdbcCall::Deadline deadline) const;
     Error LeaveAlone();
     SQLHDBC Handle() const { return handles_->connection.Get(); }
@@ -104,7 +107,15 @@ private:
         std::string password;
     };
 
+    /// A connection that is being opened.
+    struct Ahead {
+        std::string text; ///< empty when none is
+        std::shared_ptr<OdbcHandles> handles;
+        std::shared_ptr<OdbcCall> call;
+    };
+
     OdbcPatience patience_;
+    Ahead ahead_;
     Login login_;
     std::shared_ptr<OdbcHandles> handles_;
     std::shared_ptr<OdbcCall> running_;

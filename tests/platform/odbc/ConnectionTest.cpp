@@ -1,3 +1,4 @@
+#include "platform/odbc/OdbcConnection.h"
 #include "tests/platform/odbc/EngineTest.h"
 
 #include <thread>
@@ -24,6 +25,23 @@ TEST_P(Connections, AConnectionOpensAgain) {
 TEST_P(Connections, OpeningAnOpenOneIsAnError) {
     ExpectFailure(OdbcFailure::AlreadyConnected, [&] { connection->Open(database.ConnectionText()); });
     EXPECT_TRUE(connection->IsOpen());
+}
+
+TEST_P(Connections, OneThatWasBegunAheadIsOpenedByItsOpening) {
+    OdbcConnection begun{OdbcPatience{}};
+    begun.OpenAhead(database.ConnectionText());
+    EXPECT_FALSE(begun.IsOpen());
+    begun.Open(database.ConnectionText());
+    EXPECT_NO_THROW(begun.OpenResultSet("SELECT * FROM SiteData"));
+}
+
+TEST_P(Connections, WhatWasBegunInVainKeepsNoneFromOpening) {
+    OdbcConnection begun{OdbcPatience{}};
+    begun.OpenAhead("DSN=NoSuchEntry");
+    EXPECT_THROW(begun.Open("DSN=NoSuchEntry"), Error);
+    begun.OpenAhead("DSN=NoSuchEntry");
+    begun.Open(database.ConnectionText());
+    EXPECT_NO_THROW(begun.OpenResultSet("SELECT * FROM SiteData"));
 }
 
 TEST_P(Connections, OnAClosedOneEveryCallIsAnError) {
