@@ -31,7 +31,8 @@ void Binding::Quietly(const std::function<void()>& change) {
 void Binding::Mirror(Change change) {
     switch (change) {
     case Change::State:
-        widget_.setVisible(control_->Visible());
+        if (widget_.isHidden() == control_->Visible()) // one not yet shown is dressed and laid out by it
+            widget_.setVisible(control_->Visible());
         ShowState(InReach());
         return;
     case Change::Items:

@@ -223,7 +223,7 @@ public:
 
 protected:
     void ShowState(bool inReach) override {
-        if (widget_.property(OutOfReachProperty) == QVariant(!inReach))
+        if (widget_.property(OutOfReachProperty).toBool() == !inReach)
             return;
         widget_.setProperty(OutOfReachProperty, !inReach);
         binder_.ShowWithin(widget_);
