@@ -22,9 +22,10 @@ inline bool IsUid(std::string_view text) {
            std::ranges::all_of(text, IsUidCharacter);
 }
 
-/// Whether `text` is a UID with each component as the standard has it: a number without a needless 0.
+/// Whether `text` is a UID with each component as the standard has it: a number without a needless 0, the first of them
+/// 0, 1 or 2, and others behind it.
 inline bool IsStandardUid(std::string_view text) {
-    if (!IsUid(text))
+    if (!IsUid(text) || text.front() > '2' || !text.substr(1).starts_with('.'))
         return false;
     for (std::string_view rest = text;;) {
         const std::string_view component = rest.substr(0, rest.find('.'));

@@ -28,6 +28,11 @@ TEST(Uid, WhatWouldLeaveAFolderIsNone) {
         EXPECT_FALSE(IsUid(text)) << text;
 }
 
+TEST(Uid, TheFirstComponentIsOneOfThreeAndNotAlone) {
+    for (const char* text : {"10404", "3.4", "12.3", "2"})
+        EXPECT_FALSE(IsStandardUid(text)) << text;
+}
+
 TEST(Uid, AnEmptyComponentIsNotStandard) {
     for (const char* text : {"1..2", "1.2."})
         EXPECT_FALSE(IsStandardUid(text)) << text;
