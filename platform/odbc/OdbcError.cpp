@@ -101,6 +101,7 @@ OdbcDiagnostics OdbcDiagnostics::Read(SQLSMALLINT handleType, SQLHANDLE handle) 
         diagnostics.connectionLost = diagnostics.connectionLost || record.SaysThatServerIsGone();
         diagnostics.nothingMade =
             diagnostics.nothingMade || record.SaysThatNodeIsOfNoUse() || record.SaysThatStatementWasUndone();
+        diagnostics.driverUnknown = diagnostics.driverUnknown || record.state == "IM002";
         if (record.IsWarning() || diagnostics.text.find(record.text) != std::string::npos)
             continue;
         if (diagnostics.text.empty())

@@ -26,6 +26,7 @@ enum class OdbcFailure : int {
     ParameterTooLong = 3421,
     NotConnected = 3704,
     AlreadyConnected = 3705,
+    NoDriver = 3706,
     NoAnswer = 3710,
 };
 
@@ -36,12 +37,14 @@ Error NoAnswer(std::chrono::milliseconds waited);
 std::string NotNull(std::optional<std::string_view> text, std::string_view field);
 
 /// What the driver says of the last call on a handle: the first record's native number, the texts
-/// of all records that are errors, whether the server is gone, and whether it is certain that nothing was made.
+/// of all records that are errors, whether the server is gone, whether it is certain that nothing was made, and
+/// whether the driver manager found no driver.
 struct OdbcDiagnostics {
     int number = 0;
     std::string text;
     bool connectionLost = false;
     bool nothingMade = false;
+    bool driverUnknown = false;
 
     static OdbcDiagnostics Read(SQLSMALLINT handleType, SQLHANDLE handle);
     Error AsError() const;

@@ -4,6 +4,7 @@
 #include "platform/odbc/OdbcError.h"
 #include "platform/text.h"
 
+#include <odbcinst.h>
 #include <sqlext.h>
 
 #include <algorithm>
@@ -70,6 +71,20 @@ SQLRETURN Connect(const OdbcHandles& handles, std::string& text) {
                             static_cast<SQLSMALLINT>(text.size()), nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT);
 }
 
+/// Why no driver was found, which the driver manager says in one sentence for two reasons.
+Error NoDriver(const std::string& entry) {
+    std::array<char, 256> driver{};
+    SQLGetPrivateProfileString(entry.c_str(), "Driver", "", driver.data(), static_cast<int>(driver.size()), "odbc.ini");
+    std::string words = "The database cannot be opened: ";
+    if (driver.front() != 0)
+        words.append("its driver \"").append(driver.data()).append("\" is not installed");
+    else
+        words.append("this account has no ODBC entry \"")
+            .append(entry)
+            .append("\" that leads to a catalogue; \"orbenta-catalogue setup\" makes one");
+    return OdbcError(OdbcFailure::NoDriver, words);
+}
+
 std::string LossOf(const std::string& reason) {
     return "The connection to the database was lost: " + reason;
 }
@@ -97,7 +112,7 @@ void OdbcSession::Open(std::string_view connectionText, std::string_view user, s
     // The others take over within some seconds, of which the last quarter is left for the connection itself.
     const auto until =
         std::chrono::steady_clock::now() + (othersBeside_ ? patience_.most * 3 / 4 : std::chrono::seconds(0));
-    if (!SQL_SUCCEEDED(result)) {
+    if (!handles) {
         handles = NewHandles();
         result = Await(Effect::Changes, [handles, text, until]() mutable {
             for (;;) {
@@ -111,7 +126,11 @@ void OdbcSession::Open(std::string_view connectionText, std::string_view user, s
         });
     }
     if (!SQL_SUCCEEDED(result)) {
-        Error error = OdbcDiagnostics::Read(SQL_HANDLE_DBC, handles->connection.Get()).AsError();
+        const auto diagnostics = OdbcDiagnostics::Read(SQL_HANDLE_DBC, handles->connection.Get());
+        constexpr std::string_view byEntry = "DSN=";
+        if (diagnostics.driverUnknown && login.text.starts_with(byEntry))
+            throw NoDriver(login.text.substr(byEntry.size(), login.text.find(';') - byEntry.size()));
+        Error error = diagnostics.AsError();
         // What follows the entry's name may be a password.
         error.description = "The database cannot be opened: " + error.description + " (" +
                             login.text.substr(0, login.text.find(';')) + ")";

@@ -24,7 +24,7 @@ public:
     ~OdbcSession() { Close(); }
 
     void Open(std::string_view connectionText, std::string_view user, std::string_view password);
-    /// Begins what `Open` with this text alone waits for, unless it comes to nothing: then that tries anew.
+    /// Begins what the next `Open`, with this text alone, waits for and takes the outcome of.
     void OpenAhead(std::string_view connectionText);
     bool IsOpen() const { return handles_ != nullptr; }
     /// Frees every statement of the session; an uncommitted transaction is dropped.

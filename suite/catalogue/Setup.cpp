@@ -2,6 +2,7 @@
 
 #include "platform/error.h"
 #include "platform/limits.h"
+#include "platform/odbc/OdbcError.h"
 #include "platform/posix/PosixFiles.h"
 #include "platform/posix/PosixUserInformation.h"
 #include "platform/text.h"
@@ -242,10 +243,9 @@ Connection& Setup::Catalogue() {
     try {
         connection->Open("DSN=" + std::string(DataSource));
     } catch (const Error& error) {
-        if (error.description.find("no default driver specified") == std::string::npos)
+        if (error.number != static_cast<int>(OdbcFailure::NoDriver))
             throw;
-        const std::string driver = ValueIn(EntryInForce(std::string(DataSource)), "Driver");
-        Refuse("The database driver " + driver + " is not installed" + PackageOf(driver));
+        Refuse(error.description + PackageOf(ValueIn(EntryInForce(std::string(DataSource)), "Driver")));
     }
     connection_ = std::move(connection);
     return *connection_;
@@ -382,9 +382,16 @@ void Setup::MakeEntry() {
 }
 
 void Setup::MakeTables() {
-    if (const fs::path file = FileOf(EntryInForce(std::string(DataSource))); !file.empty())
+    const fs::path file = FileOf(EntryInForce(std::string(DataSource)));
+    if (!file.empty())
         RequireFolder(file.parent_path());
-    MakeCatalogue(Catalogue(), DetectEngine(Catalogue()));
+    Connection& catalogue = Catalogue();
+    try {
+        MakeCatalogue(catalogue, DetectEngine(catalogue));
+    } catch (const Error& error) {
+        const std::string name = file.empty() ? "The catalogue" : "The catalogue " + file.string();
+        throw Error(error.number, error.source, name + " cannot be made: " + error.description);
+    }
 }
 
 void Setup::FillCodes(const CodeKind& kind) {

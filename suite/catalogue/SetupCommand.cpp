@@ -22,8 +22,10 @@ namespace fs = std::filesystem;
 /// A line from the terminal; no shell has read the "~" in it.
 std::string Answer() {
     std::string line;
-    if (!std::getline(std::cin, line))
+    if (!std::getline(std::cin, line)) {
+        std::cout << "\n"; // which nobody has typed
         throw Error(Fault::OfTheSuite, "Setup", "ended; nothing was changed");
+    }
     const std::string answer(Trimmed(line));
     return answer.starts_with("~/") ? (ServiceStart::Here().home / answer.substr(2)).string() : answer;
 }

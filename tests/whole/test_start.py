@@ -61,15 +61,15 @@ class AStartByHand(unittest.TestCase):
         (broken / "text.db").write_text("no database " * 100)
         sqlite = "Driver = SQLite3\nDatabase = "
         entries = {
-            "[DicomFDB]\n": "no default driver specified",
-            "[DicomFDB]\nDriver = Nothing\n": "no default driver specified",
+            "[DicomFDB]\n": "no ODBC entry \"DicomFDB\" that leads to a catalogue",
+            "[DicomFDB]\nDriver = Nothing\n": "its driver \"Nothing\" is not installed",
             "[DicomFDB]\nDriver = /lib/nothing.so\n": "/lib/nothing.so",
             f"[DicomFDB]\n{sqlite}{broken}/nowhere/catalogue.db\n": "connect failed (DSN=DicomFDB)",
             f"[DicomFDB]\n{sqlite}{broken}/text.db\n": "file is not a database",
             f"[DicomFDB]\n{sqlite}{broken}/empty.db\n": "no such table",
             f"[DicomFDB]\nDriver = PostgreSQL Unicode\nServername = 127.0.0.1\nPort = {free_port()}\n":
                 "Connection refused",
-            "\0\1\2": "Data source name not found",
+            "\0\1\2": "\"orbenta-catalogue setup\" makes one",
         }
         for entry, words in entries.items():
             with self.subTest(entry):

@@ -169,7 +169,16 @@ TEST_F(NewAccount, GetsNoEmptyCatalogueInThePlaceOfALostOne) {
 TEST_F(NewAccount, IsToldOfADriverThatIsNotInstalled) {
     fs::create_directories(home.Path() / "etc");
     const Outcome setup = WithoutSession("env ODBCSYSINI='" + home.Path().string() + "/etc' " + Setup("--yes"));
-    EXPECT_TRUE(Holds(setup.err, "The database driver SQLite3 is not installed; \"sudo apt install libsqliteodbc\""))
+    EXPECT_TRUE(Holds(setup.err, "its driver \"SQLite3\" is not installed; \"sudo apt install libsqliteodbc\""))
+        << setup.err;
+}
+
+TEST_F(NewAccount, IsToldWhichCatalogueFindsNoRoom) {
+    const std::string fullDisk = "sh -c 'trap \"\" XFSZ; ulimit -f 100; exec \"$@\"' sh ";
+    const Outcome setup = WithoutSession(fullDisk + Setup("--yes"));
+    EXPECT_TRUE(Holds(setup.err, "The catalogue " + home.Path().string() +
+                                     "/.local/share/orbenta/catalogue.db cannot "
+                                     "be made: "))
         << setup.err;
 }
 
@@ -220,7 +229,7 @@ TEST_F(NewAccount, IsAskedAtATerminal) {
 
 TEST_F(NewAccount, IsLeftAloneWhenTheAnswersEnd) {
     const Outcome setup = WithoutSession("printf 'Saint Luke\\n\\004' | script -qec '" + Setup("") + "' /dev/null");
-    EXPECT_TRUE(Holds(setup.out, "nothing was changed")) << setup.out;
+    EXPECT_TRUE(Holds(setup.out, "\norbenta-catalogue: ended; nothing was changed")) << setup.out;
     EXPECT_TRUE(fs::is_empty(home.Path()));
 }
 
