@@ -1,5 +1,6 @@
 #include "suite/lumaret/SetupOffer.h"
 
+#include <QAccessible>
 #include <QDir>
 #include <QFile>
 #include <QLabel>
@@ -44,11 +45,10 @@ protected:
                 return button;
         return nullptr;
     }
+    /// As it is heard.
     QString Outcome() const {
-        for (const auto* label : window.findChildren<QLabel*>())
-            if (label->accessibleName() == "Outcome")
-                return label->text();
-        return {};
+        auto* label = window.findChild<QLabel*>("outcome");
+        return label ? QAccessible::queryAccessibleInterface(label)->text(QAccessible::Name) : QString();
     }
     QString Asked() const {
         QFile file(folder.filePath("asked"));
