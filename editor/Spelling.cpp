@@ -61,14 +61,26 @@ std::string Plain(std::string_view word) {
     return plain;
 }
 
+/// Whether all of its letters are of scripts that have small ones, too.
+bool CouldBeSmall(std::string_view word) {
+    while (!word.empty()) {
+        const auto length = std::max<std::size_t>(CharacterLength(word), 1);
+        const char32_t point = CodePoint(word.substr(0, length));
+        if (point >= 0x590 && (point < 0x1E00 || point > 0x1FFF)) // beyond Armenian, but for more of Latin and Greek
+            return false;
+        word.remove_prefix(length);
+    }
+    return true;
+}
+
 } // namespace
 
-std::vector<TextMark> JudgeableWords(std::string_view text, Capitals capitals) {
+std::vector<TextMark> JudgeableWords(std::string_view text) {
     std::vector<TextMark> words;
     std::size_t begin = 0, end = 0; // of the word so far, up to its last letter
-    bool open = false, judgeable = true, small = false;
+    bool open = false, judgeable = true;
     const auto close = [&] {
-        if (open && judgeable && (small || capitals == Capitals::Too) && end > begin)
+        if (open && judgeable && end > begin)
             words.push_back({begin, end - begin});
         open = false;
     };
@@ -82,13 +94,11 @@ std::vector<TextMark> JudgeableWords(std::string_view text, Capitals capitals) {
         } else if (starts) {
             begin = end = at;
             open = judgeable = true;
-            small = false;
         }
         if (open && sign == Sign::Unjudged)
             judgeable = false;
         if (open && sign == Sign::Letter)
             end = at + character.size();
-        small = small || (sign == Sign::Letter && !(character.size() == 1 && IsUpper(character.front())));
         at += character.size();
     }
     close();
@@ -182,7 +192,7 @@ void Spelling::ReadCodeWords() {
                 const auto rows = Catalogue(global_).OpenResultSet(meanings);
                 for (; !rows->AtEnd(); rows->MoveNext()) {
                     const std::string_view meaning = rows->Field(0).value_or("");
-                    for (const auto& [offset, length, kind] : JudgeableWords(meaning, Capitals::Too))
+                    for (const auto& [offset, length, kind] : JudgeableWords(meaning))
                         codeWords_.insert(Folded(meaning.substr(offset, length)));
                 }
                 rows->Close();
@@ -205,6 +215,7 @@ bool Spelling::Knows(const std::string& word) {
         judged_.clear();
     const std::string plain = Plain(word), folded = Folded(word);
     const bool knows =
+        (plain == folded && CouldBeSmall(plain)) || // an abbreviation
         ownWords_.contains(folded) || codeWords_.contains(folded) ||
         std::ranges::any_of(dictionaries_, [&](const auto& dictionary) { return dictionary->Knows(plain); });
     return judged_[word] = knows;

@@ -13,10 +13,9 @@
 
 namespace tavrel {
 
-enum class Capitals { LeftOut, Too };
 /// The words of a text (UTF-8) that a dictionary can judge. What holds digits or belongs to a script that does not part
-/// its words is none, and as a rule what is written in capitals alone.
-std::vector<TextMark> JudgeableWords(std::string_view text, Capitals capitals = Capitals::LeftOut);
+/// its words is none.
+std::vector<TextMark> JudgeableWords(std::string_view text);
 
 /// Judges the words of a box by the dictionaries of the languages that are set, the words of the code tables and the
 /// account's own, which lie in the state folder, one a line.

@@ -17,6 +17,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
+std::ptrdiff_t LettersOf(const std::string& word) {
+    return std::ranges::count_if(word, [](unsigned char byte) { return (byte & 0xC0) != 0x80; });
+}
+
 /// Converts words between two character sets.
 class Converter {
 public:
@@ -59,8 +63,8 @@ public:
         return converted && words_.spell(*converted);
     }
     std::vector<std::string> Suggestions(const std::string& word) override {
-        constexpr std::size_t longest = 40; // the search for likely words grows with the word
-        const auto converted = word.size() > longest ? std::nullopt : to_.Convert(word);
+        constexpr std::ptrdiff_t longest = 40; // the search for likely words grows with the word
+        const auto converted = LettersOf(word) > longest ? std::nullopt : to_.Convert(word);
         std::vector<std::string> suggestions;
         if (converted)
             for (const std::string& each : words_.suggest(*converted))

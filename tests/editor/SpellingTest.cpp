@@ -20,8 +20,8 @@ TEST(JudgeableWords, ArePartedByBlanksAndPunctuation) {
     EXPECT_EQ(Words("patient's l’uomo 'quoted'"), (Texts{"patient's", "l’uomo", "quoted"}));
 }
 
-TEST(JudgeableWords, AreNotMeasuresAbbreviationsOrBlanksToFillIn) {
-    EXPECT_EQ(Words("MRI 5mm T1w L5 ___ is A"), Texts{"is"});
+TEST(JudgeableWords, AreNotMeasuresOrBlanksToFillIn) {
+    EXPECT_EQ(Words("5mm T1w L5 ___ is"), Texts{"is"});
 }
 
 TEST(JudgeableWords, AreNotOfScriptsThatDoNotPartThem) {
@@ -119,6 +119,12 @@ TEST_F(SpellingHelp, KnowsTheWordsOfTheCodeTables) {
     station.AddCode("StdFinding", "99SS", "F1", "PNEUMOTHORAX, left-sided");
     Open("en");
     EXPECT_EQ(Unknown("Pneumothorax sided xyz"), Texts{"xyz"});
+}
+
+TEST_F(SpellingHelp, LeavesAbbreviationsInCapitalsOfAnyScriptAlone) {
+    Open("en");
+    EXPECT_EQ(Unknown("MRI МРТ ΑΤ ÖGD A Мрт Mri"), (Texts{"Мрт", "Mri"}));
+    EXPECT_EQ(Unknown("الرئة"), Texts{"الرئة"}); // has no small letters
 }
 
 TEST_F(SpellingHelp, LearnsAWordForEachReportAndProcessOfTheAccount) {

@@ -86,9 +86,10 @@ TEST_F(DictionariesOfAFolder, WhoseListIsDamagedAreNone) {
 }
 
 TEST_F(DictionariesOfAFolder, SearchNoLikelyWordsForAVeryLongOne) {
-    const std::string word(30, 'a'), longWord(50, 'e');
-    Write("xx", "UTF-8", word + "n\n" + longWord + "n\n");
+    const std::string word(30, 'a'), longWord(50, 'e'), twoBytesEach = "рентгенологическийснимок";
+    Write("xx", "UTF-8", word + "n\n" + longWord + "n\n" + twoBytesEach + "\n");
     const auto dictionary = Load("xx");
+    EXPECT_EQ(dictionary->Suggestions(twoBytesEach + "к"), std::vector<std::string>{twoBytesEach});
     EXPECT_EQ(dictionary->Suggestions(word + "m"), std::vector<std::string>{word + "n"});
     EXPECT_TRUE(dictionary->Suggestions(longWord + "m").empty());
 }
