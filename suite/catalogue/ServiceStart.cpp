@@ -27,6 +27,8 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* Unit = "porvane.service";
+/// Before the folder in quotes, which holds none.
+constexpr std::string_view StudiesOption = " --studies ";
 
 [[noreturn]] void RefuseStart(const std::string& words) {
     throw Error(Fault::OfTheSuite, "Setup", words);
@@ -198,6 +200,20 @@ std::string ServiceStart::Way() const {
     return fs::exists(Autostart(), ignored) ? "by " + Autostart().string() : std::string();
 }
 
+fs::path ServiceStart::Studies() const {
+    std::error_code ignored;
+    for (const fs::path& file : {UnitDropIn(), Autostart()}) {
+        if (!fs::exists(file, ignored))
+            continue;
+        const std::string text = PosixFiles().ReadText(file.string());
+        const auto option = text.find(StudiesOption);
+        const auto begin = option + StudiesOption.size() + 1, end = text.find('"', begin);
+        if (option != std::string::npos && end != std::string::npos)
+            return text.substr(begin, end - begin);
+    }
+    return places_.data / "studies";
+}
+
 /// What a drop-in says where something lies in another place than the unit expects; empty where nothing does.
 std::string ServiceStart::UnitOverride(const fs::path& studies) const {
     const fs::path data = places_.home / ".local/share/orbenta";
@@ -211,8 +227,8 @@ std::string ServiceStart::UnitOverride(const fs::path& studies) const {
            AsOneWord(places_.data) + " " + AsOneWord(studies) + " " + AsOneWord(places_.state) + " " +
            AsOneWord("-" + places_.odbcFile.string()) +
            "\nEnvironment=" + AsOneWord("ODBCINI=" + places_.odbcFile.string()) +
-           "\nExecStart=\nExecStart=" + AsOneWord(places_.program) + " --studies " + AsOneWord(studies) + " --unsent " +
-           AsOneWord(unsent) + "\n";
+           "\nExecStart=\nExecStart=" + AsOneWord(places_.program) + std::string(StudiesOption) + AsOneWord(studies) +
+           " --unsent " + AsOneWord(unsent) + "\n";
 }
 
 void ServiceStart::Set(const fs::path& studies) {
@@ -226,9 +242,8 @@ void ServiceStart::Set(const fs::path& studies) {
         Require({"daemon-reload"});
         if (Systemctl({"cat", Unit}).status == 0) {
             if (const std::string other = UnitOverride(studies); !other.empty()) {
-                const fs::path folder = places_.home / ".config/systemd/user" / (std::string(Unit) + ".d");
-                MakeLastingFolder(folder);
-                WriteSecretFile((folder / "setup.conf").string(), other);
+                MakeLastingFolder(UnitDropIn().parent_path());
+                WriteSecretFile(UnitDropIn().string(), other);
                 Require({"daemon-reload"});
             }
             return Require({"enable", Unit});
@@ -240,8 +255,8 @@ void ServiceStart::Set(const fs::path& studies) {
                                           "Name=Porvane\n"
                                           "Comment=Storage service of the radiology workstation\n"
                                           "Exec=" +
-                                              AsOneWord(places_.program) + " --with-session --studies " +
-                                              AsOneWord(studies) +
+                                              AsOneWord(places_.program) + " --with-session" +
+                                              std::string(StudiesOption) + AsOneWord(studies) +
                                               "\n"
                                               "NoDisplay=true\n");
 }

@@ -33,6 +33,8 @@ public:
 
     /// How it is set to start, in words; empty when it is not.
     std::string Way() const;
+    /// Where it is set to keep the studies, or else would.
+    std::filesystem::path Studies() const;
     /// Sets it to start, with the studies in that folder. Throws Error.
     void Set(const std::filesystem::path& studies);
     /// Starts it now, again if it runs. Throws Error where it cannot be started from here.
@@ -42,6 +44,9 @@ public:
 
 private:
     std::filesystem::path Autostart() const { return places_.config / "autostart" / "porvane.desktop"; }
+    std::filesystem::path UnitDropIn() const {
+        return places_.home / ".config/systemd/user/porvane.service.d/setup.conf";
+    }
     std::filesystem::path DetachedLog() const { return places_.state / "porvane.log"; }
     bool UnitEnabled() const;
     std::string UnitOverride(const std::filesystem::path& studies) const;

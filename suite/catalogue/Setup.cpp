@@ -252,7 +252,7 @@ Connection& Setup::Catalogue() {
 }
 
 void Setup::RequireNoneLost() {
-    const fs::path file = FileOf(EntryInForce(std::string(DataSource))), studies = places_.data / "studies";
+    const fs::path file = FileOf(EntryInForce(std::string(DataSource))), studies = service_.Studies();
     std::error_code failure;
     const bool there = fs::exists(file, failure);
     if (!file.empty() && failure)
@@ -262,8 +262,8 @@ void Setup::RequireNoneLost() {
         return;
     Refuse("The catalogue " + file.string() + " is gone or empty, but " + studies.string() +
            " holds studies. docs/restoring.md says how it is put back from a backup. Where there is none, "
-           "\"orbenta-catalogue init\" makes an empty one and \"orbenta-catalogue check --mend --studies " +
-           studies.string() + "\" enters the studies");
+           "\"orbenta-catalogue init\" makes an empty one and \"orbenta-catalogue check --mend --studies '" +
+           studies.string() + "'\" enters the studies");
 }
 
 bool Setup::EntryThere() const {

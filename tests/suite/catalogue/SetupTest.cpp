@@ -149,6 +149,15 @@ TEST_F(NewAccount, GoesOnWhereTheCatalogueIsGone) {
     EXPECT_TRUE(Holds(after.out, "there    the ODBC entry DicomFDB\nmade     the catalogue")) << after.out;
 }
 
+TEST_F(NewAccount, WhoseStudiesLieElsewhereGetsNoEmptyCatalogueInThePlaceOfALostOne) {
+    const fs::path studies = home.Path() / "all studies";
+    WithoutSession(Setup("--yes --studies \"" + studies.string() + "\""));
+    fs::create_directories(studies / "1.2.3");
+    fs::remove(home.Path() / ".local/share/orbenta/catalogue.db");
+    const Outcome again = WithoutSession(Setup("--yes"));
+    EXPECT_TRUE(Holds(again.err, "catalogue.db is gone or empty, but " + studies.string() + " holds")) << again.err;
+}
+
 TEST_F(NewAccount, GetsNoEmptyCatalogueInThePlaceOfALostOne) {
     WithoutSession(Setup("--yes"));
     const fs::path data = home.Path() / ".local/share/orbenta";
