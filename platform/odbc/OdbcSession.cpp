@@ -81,7 +81,9 @@ Error NoDriver(const std::string& entry) {
     else
         words.append("this account has no ODBC entry \"")
             .append(entry)
-            .append("\" that leads to a catalogue; \"orbenta-catalogue setup\" makes one");
+            .append("\" that leads to a catalogue; \"orbenta-catalogue ")
+            .append(entry == "DicomFDB" ? "setup" : "odbc --dsn " + entry)
+            .append("\" makes one");
     return OdbcError(OdbcFailure::NoDriver, words);
 }
 

@@ -110,7 +110,8 @@ private:
 
     std::string Reason(const TransferEntry& entry) {
         if (entry.RequestSent)
-            return std::string("was refused: ") + DU_cstoreStatusString(entry.ResponseStatusCode);
+            return std::string("was refused: ") + DU_cstoreStatusString(entry.ResponseStatusCode) +
+                   "; the storage service's log says why"; // its own words do not come through the toolkit's client
         if (findPresentationContextID(entry.SOPClassUID, entry.TransferSyntaxUID) == 0)
             return "the service does not take " + std::string(dcmFindNameOfUID(entry.SOPClassUID.c_str(), "its kind")) +
                    " in " + DcmXfer(entry.TransferSyntaxUID.c_str()).getXferName();

@@ -29,6 +29,7 @@
 #include <iterator>
 #include <optional>
 #include <system_error>
+#include <thread>
 
 namespace tavrel {
 namespace {
@@ -98,7 +99,7 @@ public:
             Objects();
             if (!here)
                 return std::move(results_);
-            Service();
+            Service(account.serviceComesWithin);
             Archive();
         }
         Unsent(account.unsent);
@@ -256,7 +257,17 @@ private:
         std::ranges::move(found, std::back_inserter(results_));
     }
 
-    void Service() {
+    static std::string Awaited(const ServiceAddress& service, std::chrono::seconds patience) {
+        const auto end = std::chrono::steady_clock::now() + patience;
+        for (;;) {
+            std::string fault = ServiceFault(service);
+            if (fault.empty() || std::chrono::steady_clock::now() >= end)
+                return fault;
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        }
+    }
+
+    void Service(std::chrono::seconds patience) {
         OneRowTable table(catalogue_, "Port");
         OneRow(table, "Port", "\"orbenta-catalogue port --port N --ae-title AE\" sets it");
         const std::string port = table.Value("Port").value_or("");
@@ -267,7 +278,7 @@ private:
         else if (service.aeTitle.empty() || service.aeTitle.size() > longest::AeTitle)
             Missing("the storage service's AE title \"" + service.aeTitle + "\" must have 1 to " +
                     std::to_string(longest::AeTitle) + " characters");
-        else if (const std::string fault = ServiceFault(service); !fault.empty())
+        else if (const std::string fault = Awaited(service, patience); !fault.empty())
             Missing("the storage service does not answer on port " + port + " of this machine (" + fault +
                     "); start porvane");
         else

@@ -3,6 +3,7 @@
 #include "platform/database.h"
 #include "platform/dicom.h"
 
+#include <chrono>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -27,6 +28,7 @@ struct ReportingAccount {
     std::string name;
     std::filesystem::path unsent;                   ///< the folder of the versions that it could not send
     std::optional<std::filesystem::path> editorLog; ///< where an editor is installed
+    std::chrono::seconds serviceComesWithin{0};     ///< its storage service, which may have been started just now
 };
 
 /// Looks at everything that a workstation needs from its catalogue, its studies and its storage

@@ -46,8 +46,10 @@ public:
 
     Setup(Database& database, ServiceStart::Places places, std::filesystem::path codes, Told told);
 
-    /// Tells of all steps, and changes nothing. Whether all were done. As the others it throws Error where the
-    /// catalogue cannot be reached, or is gone and has left its studies: an empty one would hide them.
+    /// Throws Error where the catalogue cannot be reached, or is gone and has left its studies: an empty one would hide
+    /// them. The others do so too.
+    void RequireNoneLost();
+    /// Tells of all steps, and changes nothing. Whether all were done.
     bool Look();
     /// What a person can say, as nothing is set there. The form of the reports decides which letters a text may hold.
     std::vector<SetupQuestion> Questions(const SetupValues& given);
@@ -61,7 +63,6 @@ public:
 
 private:
     bool GoThrough(const SetupValues* answers);
-    void RequireNoneLost();
     bool EntryThere() const;
     bool CatalogueThere();
     bool TablesThere();

@@ -792,9 +792,12 @@ private:
                                                                 {CheckResult::Kind::Warning, "warning  "},
                                                                 {CheckResult::Kind::Mended, "mended   "},
                                                                 {CheckResult::Kind::Missing, "MISSING  "}};
+        if (dataSource_ == Setup::DataSource)
+            Setup(database_, ServiceStart::Here(), {}, {}).RequireNoneLost();
         bool missing = false;
+        const bool serviceMayCome = !ServiceStart(ServiceStart::Here()).Way().empty();
         const ReportingAccount account = {PosixUserInformation().UserName(), std::filesystem::absolute(unsent_),
-                                          BesideTheEditor("Tavrel.log")};
+                                          BesideTheEditor("Tavrel.log"), std::chrono::seconds(serviceMayCome ? 3 : 0)};
         for (const CheckResult& result :
              CheckInstallation(OpenedCatalogue(), reader_, account,
                                studies_.empty() ? studies_ : std::filesystem::absolute(studies_).string(), mending_)) {

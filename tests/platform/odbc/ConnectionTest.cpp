@@ -102,8 +102,8 @@ TEST(UnknownEntry, IsAnErrorThatNamesIt) {
     const TestDatabase database;
     const auto connection = database.Adapter().NewConnection();
     const Error error = ErrorOf([&] { connection->Open("DSN=Nowhere", "user", "secret"); });
-    EXPECT_NE(error.description.find("Data source name not found"), std::string::npos) << error.description;
-    EXPECT_NE(error.description.find("(DSN=Nowhere)"), std::string::npos) << error.description;
+    EXPECT_NE(error.description.find("this account has no ODBC entry \"Nowhere\""), std::string::npos)
+        << error.description;
     EXPECT_EQ(error.description.find("secret"), std::string::npos) << error.description;
     EXPECT_FALSE(connection->IsOpen());
 }

@@ -149,13 +149,24 @@ TEST_F(NewAccount, GoesOnWhereTheCatalogueIsGone) {
     EXPECT_TRUE(Holds(after.out, "there    the ODBC entry DicomFDB\nmade     the catalogue")) << after.out;
 }
 
+TEST_F(NewAccount, IsNotToldToStartAServiceThatJustStarts) {
+    WithoutSession(Setup("--yes"));
+    const Outcome check =
+        InSession("(sleep 1; exec $(dirname " TOOL_PROGRAM ")/porvane --with-session) & " TOOL_PROGRAM " check");
+    EXPECT_TRUE(Holds(check.out, "well     the storage service answers")) << check.out;
+}
+
 TEST_F(NewAccount, WhoseStudiesLieElsewhereGetsNoEmptyCatalogueInThePlaceOfALostOne) {
     const fs::path studies = home.Path() / "all studies";
     WithoutSession(Setup("--yes --studies \"" + studies.string() + "\""));
     fs::create_directories(studies / "1.2.3");
     fs::remove(home.Path() / ".local/share/orbenta/catalogue.db");
-    const Outcome again = WithoutSession(Setup("--yes"));
-    EXPECT_TRUE(Holds(again.err, "catalogue.db is gone or empty, but " + studies.string() + " holds")) << again.err;
+    for (const std::string& command : {Setup("--yes"), std::string(TOOL_PROGRAM " check")}) {
+        const Outcome outcome = WithoutSession(command);
+        EXPECT_EQ(outcome.status, Failed);
+        EXPECT_TRUE(Holds(outcome.err, "catalogue.db is gone or empty, but " + studies.string() + " holds"))
+            << command << outcome.err;
+    }
 }
 
 TEST_F(NewAccount, GetsNoEmptyCatalogueInThePlaceOfALostOne) {

@@ -161,7 +161,9 @@ TEST_F(ToolPrints, OnNoPrinterThatIsNotThere) {
 TEST_F(Tool, ACatalogueThatCannotBeOpenedIsAFailure) {
     const Outcome outcome = RunShell(std::string(TOOL_PROGRAM) + " --dsn NoSuchEntry init");
     EXPECT_EQ(outcome.status, Failed);
-    EXPECT_TRUE(Holds(outcome.err, "Data source name not found")) << outcome.err;
+    EXPECT_TRUE(
+        Holds(outcome.err, "no ODBC entry \"NoSuchEntry\" that leads to a catalogue; \"orbenta-catalogue odbc --dsn"))
+        << outcome.err;
 }
 
 TEST_F(Tool, ItsVersionIsTheProjects) {
@@ -445,6 +447,7 @@ TEST_F(Tool, WhatCannotBeImportedIsNamed) {
     const Outcome outcome = room.Tool("import " + (room.Folder() / "in").string());
     EXPECT_EQ(outcome.status, Failed);
     EXPECT_TRUE(Holds(outcome.err, "refused.dcm: was refused: ")) << outcome.err;
+    EXPECT_TRUE(Holds(outcome.err, "; the storage service's log says why")) << outcome.err;
     EXPECT_TRUE(Holds(outcome.err, "broken.dcm: cannot be read")) << outcome.err;
     EXPECT_TRUE(Holds(outcome.out, "Stored 1 objects; 2 failed"));
 }

@@ -258,7 +258,7 @@ TEST_F(StorageFailure, AServiceWithoutACatalogueSaysSo) {
     const auto outcome =
         RunShell(std::string(PORVANE_PROGRAM) + " --dsn NoSuchEntry --studies " + room.Studies().string());
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_NE(outcome.err.find("Data source name not found"), std::string::npos) << outcome.err;
+    EXPECT_NE(outcome.err.find("this account has no ODBC entry"), std::string::npos) << outcome.err;
 }
 
 TEST_F(StorageFailure, AStudiesFolderThatCannotBeMadeIsSaid) {
