@@ -378,8 +378,7 @@ void frmReport::TakeEdit() {
 
 void frmReport::cmbReportTitle_Change() {
     TakeEdit();
-    if (!puttingBack_)
-        writingHelp_.HeadingChosen();
+    writingHelp_.HeadingChosen();
 }
 
 TypedTexts frmReport::Typed() const {

@@ -242,8 +242,7 @@ private:
     bool handedOver_ = false;                 ///< a store event of this report came since the last save began
     std::vector<Error> storeFailures_;        ///< of store events, not yet told
     bool tellingStoreFailures_ = false;
-    bool puttingBack_ = false; ///< a draft is being put into the boxes
-    bool choosing_ = false;    ///< inside "Other reports", which loads the form itself
+    bool choosing_ = false; ///< inside "Other reports", which loads the form itself
 };
 
 } // namespace tavrel

@@ -298,9 +298,7 @@ void frmReport::cmdPutBack_Click() {
         const auto texts = drafts_.PutBack();
         if (!texts)
             return;
-        puttingBack_ = true;
-        cmbReportTitle.TypeIn(texts->heading);
-        puttingBack_ = false;
+        cmbReportTitle.Revise(texts->heading); // none that was chosen: the site's text for it stays away
         txtReportTitle.TypeIn(texts->title);
         txtReportAnnotation.TypeIn(texts->reading);
         if (texts->codes)

@@ -77,6 +77,18 @@ TEST_F(TextBlocksOfTheSite, StayOutOfADraftThatIsPutBack) {
     EXPECT_EQ(edits, 0);
 }
 
+TEST_F(TextBlocksOfTheSite, FillTheReadingAfterADraftThatCouldNotBePutBack) {
+    editor.cmbReportTitle.Typed("Plain");
+    reading.Typed("");
+    station.draftTimer.Fire();
+    editor.lstHistory.ListIndex(1);
+    editor.cmbReportTitle.Watch([](Change) { throw Error(7, "screen", "No screen"); });
+    editor.cmdPutBack.Press();
+    editor.cmbReportTitle.Watch({});
+    editor.cmbReportTitle.Typed("Chest CT");
+    EXPECT_EQ(reading.Text(), "Lungs: ___\r\nHeart: ___");
+}
+
 TEST_F(TextBlocksOfTheSite, DoNotFillAVersionThatCannotBeChanged) {
     editor.lstHistory.ListIndex(0);
     editor.cmbReportTitle.Typed("Plain");
