@@ -5,8 +5,6 @@
 #include <QEvent>
 #include <QGridLayout>
 #include <QPointer>
-#include <QScrollArea>
-#include <QScrollBar>
 #include <QSplitter>
 #include <QVariant>
 
@@ -17,52 +15,38 @@
 namespace tavrel {
 namespace {
 
-constexpr int LeastHeight = 160; // of what is scrolled
-constexpr std::pair SharesOfRows{7500, 2500};
+constexpr std::pair SharesOfRows{7750, 2250};
 
-/// Shows its widget whole where there is room, and never asks for the widget's whole height.
-class Scrolled : public QScrollArea {
-public:
-    explicit Scrolled(QWidget* parent) : QScrollArea(parent) {
-        setFrameShape(NoFrame);
-        setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-        setWidgetResizable(true);
-        setFocusPolicy(Qt::NoFocus);
+/// Takes a widget out of the layout that holds it; answers which, and where there.
+QString TakeOut(QWidget& widget) {
+    QLayout* around = nullptr;
+    for (auto* layout : widget.window()->findChildren<QLayout*>())
+        if (layout->indexOf(&widget) >= 0)
+            around = layout;
+    const int index = around->indexOf(&widget);
+    QString place = QString("%1 %2").arg(around->objectName()).arg(index);
+    if (const auto* grid = qobject_cast<QGridLayout*>(around)) {
+        std::array<int, 4> cell{};
+        grid->getItemPosition(index, &cell[0], &cell[1], &cell[2], &cell[3]);
+        place = around->objectName();
+        for (const int each : cell)
+            place += QString(" %1").arg(each);
     }
-    QSize sizeHint() const override { return widget()->sizeHint(); }
-    QSize minimumSizeHint() const override {
-        const QSize needed = widget()->minimumSizeHint();
-        return {needed.width() + verticalScrollBar()->sizeHint().width(), std::min(needed.height(), LeastHeight)};
-    }
-
-protected:
-    bool eventFilter(QObject* watched, QEvent* event) override {
-        if (watched == widget() && event->type() == QEvent::LayoutRequest)
-            updateGeometry();
-        return QScrollArea::eventFilter(watched, event);
-    }
-};
-
-using Cell = std::array<int, 4>;
-
-QString Words(const Cell& cell) {
-    return QString("%1 %2 %3 %4").arg(cell[0]).arg(cell[1]).arg(cell[2]).arg(cell[3]);
+    around->removeWidget(&widget);
+    return place;
 }
 
-Cell CellIn(const QString& words) {
-    Cell cell{};
-    std::ranges::transform(words.split(' '), cell.begin(), [](const QString& number) { return number.toInt(); });
-    return cell;
-}
-
-/// Moves a widget of a grid; answers where it was.
-Cell Move(QGridLayout& grid, QWidget& widget, const Cell& to) {
-    const int index = grid.indexOf(&widget);
-    Cell from{};
-    grid.getItemPosition(index, &from[0], &from[1], &from[2], &from[3]);
-    auto* item = grid.takeAt(index);
-    grid.addItem(item, to[0], to[1], to[2], to[3], item->alignment());
-    return from;
+void PutInto(const QString& place, QWidget& widget) {
+    const bool hidden = widget.isHidden(); // a layout of another widget would show it later only
+    const auto words = place.split(' ');
+    std::array<int, 4> cell{};
+    std::transform(words.begin() + 1, words.end(), cell.begin(), [](const QString& number) { return number.toInt(); });
+    auto* layout = widget.window()->findChild<QLayout*>(words[0]);
+    if (auto* grid = qobject_cast<QGridLayout*>(layout))
+        grid->addWidget(&widget, cell[0], cell[1], cell[2], cell[3]);
+    else
+        dynamic_cast<QBoxLayout&>(*layout).insertWidget(cell[0], &widget);
+    widget.setHidden(hidden);
 }
 
 } // namespace
@@ -76,61 +60,41 @@ Folding::Folding(QWidget& window) : window_(window) {
             }
     if (!column_)
         return;
-    PutIntoScrollArea();
+    rows_ = qobject_cast<QSplitter*>(columns_->parentWidget());
     connect(columns_, &QSplitter::splitterMoved, this, [this] { KeepSizes(); });
     connect(rows_, &QSplitter::splitterMoved, this, [this] { KeepSizes(); });
     window_.layout()->setSizeConstraint(QLayout::SetNoConstraint); // The columns would forbid to become narrow.
     window_.installEventFilter(this);
 }
 
-void Folding::PutIntoScrollArea() {
-    // Made within the window, as the order of the keyboard is the window's.
-    rows_ = new QSplitter(Qt::Vertical, &window_);
-    rows_->setObjectName("paneRows");
-    rows_->setHandleWidth(columns_->handleWidth());
-    rows_->setChildrenCollapsible(false);
-    auto* scrolled = new Scrolled(&window_);
-    scrolled->setObjectName("paneScrolled");
-    delete window_.layout()->replaceWidget(columns_, scrolled);
-    scrolled->setWidget(rows_); // still empty: whatever moves is dressed anew
-    rows_->addWidget(columns_);
-    connect(qApp, &QApplication::focusChanged, scrolled, [this, scrolled](QWidget*, QWidget* now) {
-        if (now && rows_->isAncestorOf(now)) // a mnemonic's work, too
-            scrolled->ensureWidgetVisible(now);
-    });
-}
-
 QSize Folding::Needed() const {
     return window_.layout()->totalMinimumSize();
 }
 
-/// A window that is not shown yet does not ask its parts again by itself, nor do they know their style.
+/// A window that is not shown yet does not ask its parts again by itself.
 void Folding::AskAllAgain() const {
-    for (auto* widget : window_.findChildren<QWidget*>()) {
-        widget->ensurePolished();
+    for (auto* widget : window_.findChildren<QWidget*>())
         widget->updateGeometry();
-    }
     for (auto* layout : window_.findChildren<QLayout*>()) // one within another keeps what it knows
         layout->invalidate();
 }
 
-void Folding::Measure() {
+QSize Folding::Least() {
     if (!column_)
-        return;
-    if (folded_)
-        Fold(false);
-    AskAllAgain();
-    KeepSizes();
-    unfoldedWidth_ = Needed().width();
-    Fold(true);
-    window_.setMinimumSize(Needed());
-    Follow();
+        return window_.size();
+    if (!folded_) {
+        window_.ensurePolished(); // its parts do not know their style before
+        AskAllAgain();
+        KeepSizes();
+        unfoldedWidth_ = Needed().width();
+        Fold(true);
+        window_.setMinimumSize(Needed());
+    }
+    return Needed();
 }
 
 /// Folds and unfolds as the window's size, or what it needs, has become.
 void Folding::Follow() {
-    if (unfoldedWidth_ == 0)
-        return Measure();
     if (folded_ && window_.width() >= unfoldedWidth_)
         Fold(false);
     if (!folded_)
@@ -151,14 +115,14 @@ void Folding::Fold(bool fold) {
     folded_ = fold;
     (fold ? rows_ : columns_)->addWidget(column_); // It hides what it takes in, and with it goes the focus.
     TurnBoxes();
-    MoveCells();
+    MoveWidgets();
     NarrowWidgets();
     if (fold)
         rows_->setSizes(heights_.isEmpty() ? QList<int>{SharesOfRows.first, SharesOfRows.second} : heights_);
     else
         columns_->setSizes(widths_);
     AskAllAgain();
-    if (focus && column_->isAncestorOf(focus))
+    if (focus && window_.isAncestorOf(focus))
         focus->setFocus();
 }
 
@@ -169,11 +133,12 @@ void Folding::TurnBoxes() {
                                                                           : QBoxLayout::LeftToRight);
 }
 
-void Folding::MoveCells() {
+void Folding::MoveWidgets() {
     for (auto* widget : window_.findChildren<QWidget*>())
-        if (const auto cell = widget->property("foldedCell"); cell.isValid())
-            widget->setProperty("foldedCell", Words(Move(dynamic_cast<QGridLayout&>(*widget->parentWidget()->layout()),
-                                                         *widget, CellIn(cell.toString()))));
+        if (const auto place = widget->property("foldsInto"); place.isValid()) {
+            widget->setProperty("foldsInto", TakeOut(*widget));
+            PutInto(place.toString(), *widget);
+        }
 }
 
 void Folding::NarrowWidgets() {

@@ -9,28 +9,26 @@ class QSplitter;
 namespace tavrel {
 
 /// Makes a window of several columns work where there is room for few of them. As soon as the window is too narrow
-/// for its columns, the one with the property "foldsBelow" goes below the others, the box layouts with the property
-/// "folds" turn from rows to columns and back, the cells of a grid go where their "foldedCell" says (row, column,
-/// rows, columns), and a widget with "foldedWidth" may become that narrow. Nothing is taken away: what is too tall
-/// then is scrolled. A window without such a column stays as it is.
+/// for its columns, the one with the property "foldsBelow" goes from its splitter into the one around that, the box
+/// layouts with the property "folds" turn from rows to columns or back, a widget goes where its "foldsInto" says (a
+/// layout and the cell or the place there), and one with "foldedWidth" may become that narrow. Nothing is taken away.
+/// A window without such a column stays as it is.
 class Folding : public QObject {
 public:
     explicit Folding(QWidget& window);
 
-    bool Folds() const { return column_ != nullptr; }
-    /// To be called before the window is shown, when all is in it: makes its least size known.
-    void Measure();
+    /// The least size that the window may have, which it tries before it is shown.
+    QSize Least();
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    void PutIntoScrollArea();
     void Follow();
     void Fold(bool fold);
     void KeepSizes();
     void TurnBoxes();
-    void MoveCells();
+    void MoveWidgets();
     void NarrowWidgets();
     QSize Needed() const;
     void AskAllAgain() const;

@@ -58,6 +58,8 @@ protected:
             SayWrapped(widget_, text);
         else
             widget_.setText(text == WithoutMnemonic(designed_) ? designed_ : text);
+        if (widget_.property("note").toBool()) // which says nothing takes no place
+            widget_.setVisible(label_.Visible() && !text.isEmpty());
         if (!spokenBefore_.isEmpty())
             widget_.setAccessibleName(spokenBefore_ + text);
         if (const auto name = widget_.property("describes").toString(); !name.isEmpty())

@@ -54,8 +54,7 @@ void FormWindow::Dismiss() {
 
 void FormWindow::StandAt(const WindowPlaces& places) {
     places_ = &places;
-    folding_->Measure();
-    Put(*this, places.For(*this, size(), folding_->Folds() ? minimumSize() : size()));
+    Put(*this, places.For(*this, size(), [this] { return folding_->Least(); }));
 }
 
 void FormWindow::StandOver(const QRect& other) {

@@ -50,12 +50,16 @@ QRect Inside(const QRect& screen, const QRect& window) {
     return inside;
 }
 
-QRect FreePlace(const QList<QRect>& screens, const QRect& taken, QSize wanted, QSize least) {
+QRect FreePlace(const QList<QRect>& screens, const QRect& taken, QSize wanted, const std::function<QSize()>& leastOf) {
     const QRect& home = ScreenOf(taken, screens);
     QList<QRect> parts = Free(home, taken);
     for (const auto& screen : screens)
         if (&screen != &home)
             parts += Free(screen, taken);
+    const auto fits = [&](const QRect& part) { return wanted == wanted.boundedTo(part.size()); };
+    if (const auto roomy = std::ranges::find_if(parts, fits); roomy != parts.end())
+        return Near(taken, *roomy, wanted);
+    const QSize least = leastOf();
     parts.removeIf([&](const QRect& part) { return part.width() < least.width() || part.height() < least.height(); });
     const auto used = [&](const QRect& part) { return wanted.boundedTo(part.size()); };
     const auto best = std::ranges::max_element(

@@ -3,13 +3,15 @@
 #include <QList>
 #include <QRect>
 
+#include <functional>
+
 namespace tavrel {
 
 /// Where a window goes, its frame included, that shall cover nothing of `taken`: beside it where there is room for
 /// `wanted`, else where most of that fits and no less than `least`, be it on another screen. Where there is no such
 /// place it covers at most half of the screen, at its right. `screens` are the parts of the screens that windows may
-/// use.
-QRect FreePlace(const QList<QRect>& screens, const QRect& taken, QSize wanted, QSize least);
+/// use; `least` is asked when `wanted` fits nowhere.
+QRect FreePlace(const QList<QRect>& screens, const QRect& taken, QSize wanted, const std::function<QSize()>& least);
 
 /// The screen that holds the most of a window, and the first one for a window that is on none.
 const QRect& ScreenOf(const QRect& window, const QList<QRect>& screens);

@@ -86,7 +86,7 @@ QString SheetOf(Scheme scheme) {
         QGroupBox { background: @card; border: 1px solid @line; border-radius: 6px; margin-top: 0;
                     padding-top: 24px; font-weight: bold; }
         QGroupBox::title { subcontrol-origin: padding; subcontrol-position: top left; left: 9px; top: 8px; }
-        QGroupBox[untitled="true"] { padding-top: 0; }
+        QGroupBox[untitled="true"], QGroupBox[headed="true"] { padding-top: 0; }
         QGroupBox[untitled="true"]::title { top: 0; height: 0; }
         QLabel[objectName^="caption"], QLabel[describes] { color: @faint; }
         QLabel:focus { background: @line; border-radius: 3px; }
@@ -96,7 +96,7 @@ QString SheetOf(Scheme scheme) {
         QLabel[band="true"][tone="settled"] { background: @settled; color: @onSettled; border-color: @settled; }
         QLabel[band="true"][tone="failure"] { background: @failure; color: @onFailure; border-color: @failure; }
         QLabel[band="true"]:focus { border-color: @text; }
-        QLabel[note="true"] { color: @faint; border-radius: 4px; padding: 4px 8px; }
+        QLabel[note="true"] { color: @faint; border-radius: 4px; padding: 1px 8px; }
         QLabel[note="true"][tone="attention"] { background: @attention; color: @onAttention; }
         QPushButton { padding: 5px 14px; border: 1px solid @line; border-radius: 4px; background: @button; }
         QPushButton:hover, QPushButton:focus { border-color: @accent; }

@@ -97,10 +97,10 @@ QList<Line> LinesIn(const QString& path) {
 WindowPlaces::WindowPlaces(QString file, std::function<QRect()> images)
     : file_(std::move(file)), images_(std::move(images)) {}
 
-WindowPlace WindowPlaces::For(const QWidget& window, QSize wanted, QSize least) const {
+WindowPlace WindowPlaces::For(const QWidget& window, QSize wanted, const std::function<QSize()>& least) const {
     if (const auto remembered = Remembered(window))
         return *remembered;
-    return {FreePlace(Screens(), Images(), wanted + LikelyFrame, least + LikelyFrame), LikelyFrame};
+    return {FreePlace(Screens(), Images(), wanted + LikelyFrame, [&] { return least() + LikelyFrame; }), LikelyFrame};
 }
 
 QRect WindowPlaces::Images() const {

@@ -26,8 +26,9 @@ public:
     /// images lies, an empty place if that is not known.
     explicit WindowPlaces(QString file = {}, std::function<QRect()> images = {});
 
-    /// The place for a window that is not shown yet, of the wanted size if there is room, at least of the other.
-    WindowPlace For(const QWidget& window, QSize wanted, QSize least) const;
+    /// The place for a window that is not shown yet, of the wanted size if there is room, else at least of the other,
+    /// which is asked for then.
+    WindowPlace For(const QWidget& window, QSize wanted, const std::function<QSize()>& least) const;
     /// Where the person has put the window on the present screens.
     std::optional<WindowPlace> Remembered(const QWidget& window) const;
     /// To be called for a window that the person has moved.

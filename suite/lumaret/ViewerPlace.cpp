@@ -25,7 +25,7 @@ QRect EditorPlace() {
 ViewerPlace::ViewerPlace(QWidget& window, const QString& file) : window_(window), places_(file, EditorPlace) {
     constexpr double share = 0.9;
     const QSize wanted = QGuiApplication::primaryScreen()->availableSize() * share;
-    Put(window_, places_.For(window_, wanted, window_.minimumSizeHint()));
+    Put(window_, places_.For(window_, wanted, [this] { return window_.minimumSizeHint(); }));
     window_.installEventFilter(this);
 }
 

@@ -18,6 +18,7 @@ namespace tavrel::test {
 namespace {
 
 constexpr QSize Narrow(720, 770), Wide(1240, 740);
+constexpr QSize OnASmallScreen(720, 763); // 1280 by 800 with a frame, beside the images
 
 /// The editor's window, shown.
 class TheEditorsWindow : public testing::Test {
@@ -41,6 +42,12 @@ protected:
         return widgets;
     }
     QRect Place(const char* name) { return {Find(name).mapTo(&window_, QPoint()), Find(name).size()}; }
+    int Lines() {
+        auto& reading = dynamic_cast<QPlainTextEdit&>(Find("txtReportAnnotation"));
+        const int margins = 2 * static_cast<int>(reading.document()->documentMargin());
+        return (reading.viewport()->height() - margins) / reading.fontMetrics().lineSpacing();
+    }
+    bool Scrolls() { return dynamic_cast<QScrollArea&>(Find("paneScrolled")).verticalScrollBar()->isVisible(); }
     bool Folded() { return Place("paneRight").top() > Place("paneCentre").bottom(); }
     std::vector<std::string> TabOrder() {
         std::vector<std::string> names;
@@ -61,7 +68,7 @@ TEST_F(TheEditorsWindow, BecomesAsNarrowAsAHalfOfASmallScreen) {
     EXPECT_TRUE(Folded());
 }
 
-TEST_F(TheEditorsWindow, KnowsItsLeastSizeBeforeItOpens) {
+TEST_F(TheEditorsWindow, KnowsItsLeastSizeBeforeItOpensWhereThereIsLittleRoom) {
     FormWindow other(station_.editor, DesignedLayouts().at("frmReport"));
     const WindowPlaces places;
     other.StandAt(places);
@@ -70,6 +77,54 @@ TEST_F(TheEditorsWindow, KnowsItsLeastSizeBeforeItOpens) {
     QApplication::processEvents();
     EXPECT_EQ(other.minimumSize(), least);
     other.Dismiss();
+}
+
+TEST_F(TheEditorsWindow, DoesNotFoldToTryHowItLooks) {
+    FormWindow other(station_.editor, DesignedLayouts().at("frmReport"));
+    const auto* folding = other.findChild<QWidget*>("paneRight");
+    const auto* beside = folding->parentWidget();
+    other.resize(600, 500); // for which there is room
+    const WindowPlaces places({}, [] { return QRect(0, 0, 1, 1); });
+    other.StandAt(places);
+    EXPECT_EQ(folding->parentWidget(), beside);
+    other.Dismiss();
+}
+
+TEST_F(TheEditorsWindow, ShowsTenLinesOfTheReadingBesideTheImagesOnASmallScreen) {
+    Become(OnASmallScreen);
+    EXPECT_GE(Lines(), 10);
+    EXPECT_FALSE(Scrolls());
+}
+
+TEST_F(TheEditorsWindow, ScrollsNothingOfAPatientOfManyWords) {
+    station_.editor.txtPtName.Text("ROSSINI-BERGAMASCHI^ANNA MARIA LUISA");
+    station_.editor.txtPtPatientID.Text(std::string(64, '8'));
+    Become(OnASmallScreen);
+    EXPECT_GE(Lines(), 10);
+    EXPECT_FALSE(Scrolls());
+}
+
+TEST_F(TheEditorsWindow, LeavesTheReadingWhereItIsWhenARemarkComes) {
+    for (const QSize size : {Wide, OnASmallScreen}) {
+        Become(size);
+        const QRect reading = Place("txtReportAnnotation");
+        for (auto* control :
+             std::initializer_list<Control*>{&station_.editor.lblUnwritable, &station_.editor.cmdWritePlainly})
+            control->Visible(true);
+        station_.editor.lblUnwritable.Text("The file cannot hold \"\u2265\" (line 1).");
+        QApplication::processEvents();
+        EXPECT_EQ(Place("txtReportAnnotation"), reading);
+        EXPECT_FALSE(Place("lblUnwritable").intersects(reading));
+        station_.editor.lblUnwritable.Text("");
+        station_.editor.cmdWritePlainly.Visible(false);
+    }
+}
+
+TEST_F(TheEditorsWindow, KeepsTheTitlesOfListsClearWhoseNotesAreGone) {
+    const int top = Place("lstFinding").top();
+    station_.editor.lblFindingNote.Visible(false);
+    QApplication::processEvents();
+    EXPECT_EQ(Place("lstFinding").top(), top);
 }
 
 TEST_F(TheEditorsWindow, HidesAndCutsNothingWhenItIsNarrow) {

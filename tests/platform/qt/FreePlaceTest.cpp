@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <stdexcept>
+
 namespace tavrel {
 namespace {
 
@@ -9,7 +11,7 @@ constexpr QSize Wanted(1240, 740), Least(720, 400);
 constexpr QRect Small(0, 0, 1280, 800), Usual(0, 0, 1920, 1080), Wide(0, 0, 3840, 1600), Second(1920, 0, 1920, 1080);
 
 QRect Place(const QList<QRect>& screens, const QRect& taken) {
-    return FreePlace(screens, taken, Wanted, Least);
+    return FreePlace(screens, taken, Wanted, [] { return Least; });
 }
 
 TEST(AFreePlace, LiesBesideTheOtherWindow) {
@@ -44,7 +46,13 @@ TEST(AFreePlace, CoversHalfOfTheOnlyScreenWhereTheOtherWindowFillsIt) {
 }
 
 TEST(AFreePlace, IsAsLargeAsAWindowThatCannotBeSmaller) {
-    EXPECT_EQ(FreePlace({Small}, Small, {720, 360}, {720, 360}), QRect(560, 220, 720, 360));
+    constexpr QSize size(720, 360);
+    EXPECT_EQ(FreePlace({Small}, Small, size, [size] { return size; }), QRect(560, 220, 720, 360));
+}
+
+TEST(AFreePlace, IsFoundWithoutTryingHowSmallTheWindowBecomesWhereThereIsRoom) {
+    const auto tried = []() -> QSize { throw std::logic_error("tried"); };
+    EXPECT_EQ(FreePlace({Wide}, {0, 0, 2000, 1600}, Wanted, tried), QRect(2000, 430, 1240, 740));
 }
 
 TEST(AFreePlace, LeavesTheOtherWindowWhatASmallScreenHasBesides) {

@@ -65,6 +65,7 @@ public:
         Picture(editor, "report-smallest", {1, 1});
         Picture(editor, "report-beside", {720, 770});
         Picture(editor, "report-beside-tall", {960, 1050});
+        TakeLongNames();
         Picture(editor, "report-large", {1920, 1080});
         Picture(editor, "report-largest", {3840, 2160});
         TakeKeys();
@@ -78,6 +79,16 @@ public:
     }
 
 private:
+    /// All of a patient that is long, where there is little room.
+    void TakeLongNames() {
+        const std::string name = editor.txtPtName.Text(), id = editor.txtPtPatientID.Text();
+        editor.txtPtName.Text("ROSSINI-BERGAMASCHI^ANNA MARIA LUISA");
+        editor.txtPtPatientID.Text(std::string(32, '8') + std::string(32, 'M'));
+        Picture(editor, "report-long-name", {1280, 800});
+        Picture(editor, "report-long-name-beside", {720, 763});
+        editor.txtPtName.Text(name);
+        editor.txtPtPatientID.Text(id);
+    }
     /// The finding bar with a word that is there and one that is not, and the patient under the keyboard.
     void TakeKeys() {
         const auto find = [](const QString& words) {
@@ -98,6 +109,7 @@ private:
         editor.txtReportAnnotation.Revise("Nodule ≥ 4 mm, 3→4 mm since March, 山.\r\n" + std::string(Reading) +
                                           std::string(270, '.'));
         Picture(editor, "report-unwritable", {1280, 800});
+        Picture(editor, "report-unwritable-beside", {720, 763});
         Picture(editor, "report-unwritable-large", {1920, 1080});
         editor.txtReportAnnotation.Revise(std::string(Reading) + " " + Reading);
         editor.txtReportTitle.Revise("Chest CT, nodule of 4 mm");
