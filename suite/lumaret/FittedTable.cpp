@@ -8,15 +8,27 @@
 namespace tavrel {
 namespace {
 
+struct ColumnWidth {
+    int wanted = 0, heading = 0, weight = 0;
+
+    int For(double each) const {
+        return weight == 0 ? wanted : std::clamp(static_cast<int>(std::floor(each * weight)), heading, wanted);
+    }
+};
+
+int Taken(const QList<ColumnWidth>& columns, double each) {
+    int taken = 0;
+    for (const auto& column : columns)
+        taken += column.For(each);
+    return taken;
+}
+
 /// How wide a column may be for each of its weight, so that all of them have place.
-double WidthOfAWeight(const QList<int>& wanted, const QList<int>& weights, int place) {
+double WidthOfAWeight(const QList<ColumnWidth>& columns, int place) {
     double least = 0, most = place;
     for (int step = 0; step < 20; ++step) {
         const double each = (least + most) / 2;
-        double taken = 0;
-        for (qsizetype column = 0; column < wanted.size(); ++column)
-            taken += weights[column] == 0 ? wanted[column] : std::min<double>(wanted[column], each * weights[column]);
-        (taken <= place ? least : most) = each;
+        (Taken(columns, each) <= place ? least : most) = each;
     }
     return least;
 }
@@ -31,6 +43,8 @@ FittedTable::FittedTable(const QList<Column>& columns, const QString& accessible
         weights_ += weight;
     }
     setHorizontalHeaderLabels(titles);
+    for (int column = 0; column < columnCount(); ++column)
+        horizontalHeaderItem(column)->setToolTip(titles[column]);
     setAccessibleName(accessibleName);
     setSelectionBehavior(SelectRows);
     setSelectionMode(SingleSelection);
@@ -43,6 +57,7 @@ FittedTable::FittedTable(const QList<Column>& columns, const QString& accessible
     verticalHeader()->hide();
     verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 8);
     horizontalHeader()->setHighlightSections(false);
+    horizontalHeader()->setTextElideMode(Qt::ElideRight);
     horizontalHeader()->setMinimumSectionSize(fontMetrics().averageCharWidth() * 3);
     horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     Fill({});
@@ -65,19 +80,21 @@ void FittedTable::Fill(const QList<QStringList>& rows) {
 }
 
 void FittedTable::Fit() {
-    QList<int> wanted = wanted_;
+    QList<ColumnWidth> columns(columnCount());
     int last = 0;
     for (int column = 0; column < columnCount(); ++column)
-        if (isColumnHidden(column))
-            wanted[column] = 0;
-        else
+        if (!isColumnHidden(column)) {
+            const int heading = horizontalHeader()->sectionSizeHint(column);
+            columns[column] = {std::max(wanted_[column], heading), heading, weights_[column]};
             last = column;
+        }
     int place = viewport()->width();
-    const double each = WidthOfAWeight(wanted, weights_, place);
+    if (Taken(columns, 0) > place) // not even the headings have place
+        for (auto& column : columns)
+            column.heading = 0;
+    const double each = WidthOfAWeight(columns, place);
     for (int column = 0; column <= last; ++column) {
-        const int fits = weights_[column] == 0
-                             ? wanted[column]
-                             : std::min(wanted[column], static_cast<int>(std::floor(each * weights_[column])));
+        const int fits = columns[column].For(each);
         setColumnWidth(column, column == last ? std::max(fits, place) : fits);
         place -= fits;
     }

@@ -6,7 +6,8 @@
 namespace tavrel {
 
 /// A table of rows to be chosen, whose columns always fit its width. What does not fit is taken from the columns that
-/// are widest by their weight; a column of no weight keeps all that it holds.
+/// are widest by their weight, none of which becomes narrower than its heading as long as all have that; a column of no
+/// weight keeps all that it holds.
 class FittedTable : public QTableWidget {
 public:
     struct Column {

@@ -1,5 +1,6 @@
 #include "suite/lumaret/MainWindow.h"
 
+#include "suite/lumaret/Orientation.h"
 #include "suite/lumaret/ScreenText.h"
 
 #include <QAction>
@@ -12,6 +13,7 @@
 #include <QPushButton>
 #include <QSplitter>
 #include <QStatusBar>
+#include <QStyledItemDelegate>
 #include <QToolBar>
 #include <QVBoxLayout>
 
@@ -24,6 +26,38 @@ namespace tavrel {
 constexpr qsizetype LongestWords = 2000;
 
 constexpr int LeastForThreeColumns = 900;
+
+namespace {
+
+/// How an image of the report is shown, where that tells it from another view of the same file.
+QString ViewInWords(const ViewParameters& view) {
+    QStringList words = {TurnInWords(view)};
+    if (view.inverted)
+        words += MainWindow::tr("Inverted");
+    if (view.frame > 0)
+        words += MainWindow::tr("Frame %1").arg(view.frame + 1);
+    words.removeAll(QString());
+    return words.join(". ");
+}
+
+/// An image of the report on a line that is as wide as the list: its number, the view, the file.
+class ReportImageLine : public QStyledItemDelegate {
+public:
+    static constexpr int Drawn = Qt::UserRole;
+
+    using QStyledItemDelegate::QStyledItemDelegate;
+    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override {
+        return {0, QStyledItemDelegate::sizeHint(option, index).height()};
+    }
+
+protected:
+    void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override {
+        QStyledItemDelegate::initStyleOption(option, index);
+        option->text = index.data(Drawn).toString();
+    }
+};
+
+} // namespace
 
 MainWindow::MainWindow(CatalogueQuestions& catalogue, TavrelClient& tavrel, ViewerService& service)
     : catalogue_(catalogue), tavrel_(tavrel), service_(service), studies_(new StudyPanel(catalogue)),
@@ -66,9 +100,13 @@ void MainWindow::AskForVersion() {
 void MainWindow::BuildSelection() {
     auto* panel = new QWidget;
     auto* column = new QVBoxLayout(panel);
+    column->setContentsMargins(4, 6, 0, 6); // the lists need what there is
     reportImageList_->setAccessibleName(tr("Report images"));
     reportImageList_->setMaximumHeight(90);
     reportImageList_->setSpacing(1);
+    reportImageList_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    reportImageList_->setTextElideMode(Qt::ElideMiddle);
+    reportImageList_->setItemDelegate(new ReportImageLine(reportImageList_));
     column->addWidget(studies_, 1);
     column->addWidget(Framed(tr("I&mages of the open report"), reportImageList_));
 
@@ -88,6 +126,7 @@ void MainWindow::BuildSelection() {
 QAction* MainWindow::AddAction(QToolBar& bar, const QString& caption, const QString& help, const QKeySequence& key,
                                const std::function<void()>& run) {
     QAction* action = bar.addAction(caption);
+    bar.widgetForAction(action)->setAccessibleName(caption); // whatever short word it bears
     action->setShortcut(key);
     action->setToolTip(key.isEmpty() ? help : help + " (" + key.toString(QKeySequence::NativeText) + ")");
     connect(action, &QAction::triggered, this, run);
@@ -122,7 +161,9 @@ void MainWindow::BuildActions() {
     lists_->setChecked(true);
     reportTools_->addSeparator();
     AddImageAction(tr("Flip horizontally"), tr("Left becomes right"), Qt::Key_H, [this] { image_->FlipHorizontal(); });
+    imageActions_.last()->setData(tr("Flip H"));
     AddImageAction(tr("Flip vertically"), tr("Up becomes down"), Qt::Key_V, [this] { image_->FlipVertical(); });
+    imageActions_.last()->setData(tr("Flip V"));
     AddImageAction(tr("Rotate left"), tr("A quarter turn to the left"), Qt::Key_L, [this] { image_->Rotate(-90); });
     AddImageAction(tr("Rotate right"), tr("A quarter turn to the right"), Qt::Key_R, [this] { image_->Rotate(90); });
     AddImageAction(tr("Invert"), tr("Black becomes white"), Qt::Key_I, [this] { image_->Invert(); });
@@ -361,8 +402,12 @@ void MainWindow::AddToReport() {
 
 void MainWindow::ListReportImage(const ReportImage& image) {
     reportImages_.push_back(image);
-    reportImageList_->addItem(
-        tr("%1   %2").arg(reportImageList_->count() + 1).arg(QFileInfo(image.filename).fileName()));
+    const QString number = QString::number(reportImageList_->count() + 1);
+    const QString file = QFileInfo(image.filename).fileName(), view = image.view ? ViewInWords(*image.view) : QString();
+    auto* line = new QListWidgetItem(tr("%1   %2").arg(number, file), reportImageList_);
+    line->setData(ReportImageLine::Drawn, view.isEmpty() ? line->text() : QStringList{number, view, file}.join("   "));
+    line->setData(Qt::AccessibleDescriptionRole, view);
+    line->setToolTip(Qt::convertFromPlainText(QStringList{file, view}.join('\n').trimmed()));
 }
 
 void MainWindow::ShowReportImage(int index) {
@@ -429,12 +474,16 @@ void MainWindow::ReportStored(const QDBusMessage& event) {
 }
 
 void MainWindow::resizeEvent(QResizeEvent* event) {
-    // Beside a report there may be little room: the tools stand in two lines then.
-    const bool narrow = reportTools_->sizeHint().width() + imageTools_->sizeHint().width() > width();
+    // Beside a report there may be little room: the tools stand in two lines then, and bear shorter words.
+    if (imageToolsWidth_ == 0)
+        imageToolsWidth_ = imageTools_->sizeHint().width();
+    const bool narrow = reportTools_->sizeHint().width() + imageToolsWidth_ > width();
     if (narrow && !toolBarBreak(imageTools_))
         insertToolBarBreak(imageTools_);
     else if (!narrow && toolBarBreak(imageTools_))
         removeToolBarBreak(imageTools_);
+    for (QAction* action : imageActions_)
+        action->setIconText(imageToolsWidth_ > width() ? action->data().toString() : QString());
     if (std::exchange(narrow_, width() < LeastForThreeColumns) != narrow_)
         Arrange();
     QMainWindow::resizeEvent(event);

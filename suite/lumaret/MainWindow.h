@@ -122,6 +122,7 @@ private:
     QStringList files_; ///< its slices
     int file_ = 0;
     int frame_ = 0;
+    int imageToolsWidth_ = 0;    ///< with all their words
     std::optional<bool> narrow_; ///< with no room for three columns; nothing before it has a size
     bool sliceShown_ = false;    ///< not an image of the report
 };

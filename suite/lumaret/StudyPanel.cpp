@@ -71,6 +71,7 @@ template <typename Row> const Row* SelectedOf(const std::vector<Row>& rows, cons
 QWidget* Framed(const QString& title, QWidget* content) {
     auto* frame = new QGroupBox(title);
     auto* inside = new QVBoxLayout(frame);
+    inside->setContentsMargins(5, 5, 5, 5);
     inside->addWidget(content);
     return frame;
 }
@@ -106,6 +107,7 @@ StudyPanel::StudyPanel(CatalogueQuestions& catalogue)
     column->addWidget(Framed(tr("S&eries and reports"), seriesTable_), 2);
 
     auto* others = new QVBoxLayout(otherFrame_);
+    others->setContentsMargins(5, 5, 5, 5);
     leftOut_->setWordWrap(true);
     others->addWidget(otherTable_);
     others->addWidget(leftOut_);

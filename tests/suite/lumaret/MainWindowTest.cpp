@@ -12,6 +12,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QComboBox>
+#include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
@@ -23,6 +24,8 @@
 #include <QTest>
 #include <QTextBrowser>
 #include <QTimer>
+#include <QToolBar>
+#include <QToolButton>
 
 #include <gtest/gtest.h>
 
@@ -675,6 +678,48 @@ TEST_F(MainWindowTest, NoColumnIsOutOfSight) {
         auto& studies = Named<QTableWidget>("Studies");
         EXPECT_GE(studies.columnWidth(2), studies.fontMetrics().horizontalAdvance("15/11/2026")) << width;
     }
+}
+
+TEST_F(MainWindowTest, NoHeadingIsCutBesideTheEditorOnASmallScreen) {
+    ChooseReport();
+    Settle();
+    for (const int width : {535, 545, 1152}) {
+        window.resize(width, 720);
+        for (const char* name : {"Studies", "Series"}) {
+            const QHeaderView& header = *Named<QTableWidget>(name).horizontalHeader();
+            for (int column = 0; column < header.count(); ++column)
+                EXPECT_GE(header.sectionSize(column), header.sectionSizeHint(column)) << name << column << ' ' << width;
+        }
+    }
+}
+
+TEST_F(MainWindowTest, EachToolIsInSightBesideTheEditorOnASmallScreen) {
+    for (const int width : {1152, 535, 1152}) {
+        window.resize(width, 720);
+        QTest::qWait(20);
+        for (const auto* bar : window.findChildren<QToolBar*>())
+            for (QAction* action : bar->actions())
+                if (!action->isSeparator()) {
+                    const auto& tool = dynamic_cast<const QToolButton&>(*bar->widgetForAction(action));
+                    EXPECT_TRUE(tool.isVisible()) << action->text().toStdString() << " of " << width;
+                    EXPECT_GE(tool.width(), tool.sizeHint().width()) << action->text().toStdString() << " of " << width;
+                    EXPECT_EQ(tool.accessibleName(), action->text());
+                }
+        EXPECT_EQ(Action("Flip vertically").iconText(), width == 535 ? "Flip V" : "Flip vertically");
+    }
+}
+
+TEST_F(MainWindowTest, TheReportsImagesAreToldApartByTheirViews) {
+    OpenReport();
+    Action("Add to report").trigger();
+    Action("Flip horizontally").trigger();
+    Action("Invert").trigger();
+    Action("Add to report").trigger();
+    ASSERT_TRUE(WaitUntil([&] { return ReportImages().count() == 2; }));
+    EXPECT_EQ(ReportImages().item(1)->text(), "2   1.dcm");
+    EXPECT_EQ(ReportImages().item(0)->data(Qt::AccessibleDescriptionRole), "");
+    EXPECT_EQ(ReportImages().item(1)->data(Qt::AccessibleDescriptionRole), "Flipped horizontally. Inverted");
+    EXPECT_EQ(ReportImages().sizeHintForColumn(0), 0); // none is wider than the list
 }
 
 TEST_F(MainWindowTest, ComesToTheFrontForASecondStart) {
