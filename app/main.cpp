@@ -122,10 +122,8 @@ int main(int argumentCount, char** arguments) {
     PosixProcess process(argumentCount, arguments);
     int nameOnly = 1; // no option directs its work, not even one of the toolkit's
     const auto application = ApplicationOnDisplay("tavrel", nameOnly, arguments);
-    std::setlocale(LC_NUMERIC, "C"); // numbers in files and statements have a point in every country
-    const std::jthread reading(
-        ReadFontSettings); // 15,000 lines, which the first text on the screen waits for otherwise
-
+    std::setlocale(LC_NUMERIC, "C");              // numbers in files and statements have a point in every country
+    const std::jthread reading(ReadFontSettings); // which the first text on the screen waits for otherwise
     const DesktopLook look(*application);
     QApplication::setApplicationName("Tavrel"); // titles the message boxes that have no title of their own
     QApplication::setDesktopFileName("tavrel");

@@ -12,6 +12,14 @@
 #include <dlfcn.h>
 
 namespace tavrel {
+namespace {
+
+StoreFunction& TheStore() {
+    static auto& store = *LoadStoreModule(StoreModuleFile());
+    return store;
+}
+
+} // namespace
 
 std::string StoreTarget::Name() const {
     return calledAe + " at " + host + ", port " + port;
@@ -36,15 +44,11 @@ StoreFunction* LoadStoreModule(const std::string& file) {
     void* module = ::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL); // for as long as the program runs
     void* store = module == nullptr ? nullptr : ::dlsym(module, "TavrelStore");
     if (store == nullptr)
-        throw DicomFailure(DicomFault::NotStored,
-                           "the program's part for sending cannot be loaded: " + std::string(::dlerror()) +
-                               ". Install the program again, then start it anew");
+        throw DicomFailure(
+            DicomFault::NotStored,
+            "the program's part for sending cannot be loaded: " + std::string(::dlerror()) +
+                ". Close the report and open it again; where that does not help, the program must be installed again");
     return reinterpret_cast<StoreFunction*>(store);
-}
-
-StoreFunction& TheStore() {
-    static auto& store = *LoadStoreModule(StoreModuleFile());
-    return store;
 }
 
 void ReadyStoreModule() {

@@ -90,7 +90,7 @@ private:
     void MakeReady(Effect effect);
     /// The server went away, which a new connection may mend.
     bool Lost() const { return !IsOpen() && !login_.text.empty() && !silent_; }
-    SQLRETURN AwaitCall(const std::shared_ptr<OdbcCall>& call);
+    SQLRETURN AwaitCall(const std::shared_ptr<OdbcCall>& mine);
     bool Answered(const OdbcCall& call, OdbcCall::Deadline deadline) const;
     Error LeaveAlone();
     SQLHDBC Handle() const { return handles_->connection.Get(); }

@@ -300,7 +300,7 @@ INSTANTIATE_TEST_SUITE_P(
         RawDicom{}.Text(attribute::PatientName, "Second").Text(attribute::StudyInstanceUid, " 2.999. 1 "),
         RawDicom{}.Text(attribute::PatientName, "First").Text(attribute::PatientName, "Second"),
         RawDicom{}.Text(attribute::StudyInstanceUid, "2.999.1").Text(attribute::PatientName, "Late"),
-        RawDicom{}.Text({0x0010, 0x0010, "UN"}, "Unknown "), RawDicom{}.Text({0x0010, 0x0020, "US"}, "ab"),
+        RawDicom{}.Text({{0x0010, 0x0010}, "UN"}, "Unknown "), RawDicom{}.Text({{0x0010, 0x0020}, "US"}, "ab"),
         RawDicom{}
             .Items({0x0008, 0x1140}, {RawDicom{}.Text(attribute::PatientName, "Within")})
             .Text(attribute::PatientName, "Behind"),

@@ -246,7 +246,8 @@ TEST(StoreModule, IsNamedWhereItIsMissing) {
     EXPECT_EQ(error.number, static_cast<int>(DicomFault::NotStored));
     EXPECT_EQ(error.description,
               "the program's part for sending cannot be loaded: /nowhere/tavrel-store.so: cannot open shared object "
-              "file: No such file or directory. Install the program again, then start it anew");
+              "file: No such file or directory. Close the report and open it again; where that does not help, the "
+              "program must be installed again");
 }
 
 TEST(StoreModule, IsNoOtherLibrary) {
