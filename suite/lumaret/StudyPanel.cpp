@@ -90,6 +90,7 @@ StudyPanel::StudyPanel(CatalogueQuestions& catalogue)
     form->addRow(tr("Patient &name"), name_);
     form->addRow(tr("Patient &ID"), id_);
     auto* search = new QPushButton(tr("&Search"));
+    date_->setMinimumWidth(date_->fontMetrics().averageCharWidth() * 20); // a whole date and what clears it
     auto* dateAndSearch = new QHBoxLayout;
     dateAndSearch->addWidget(date_, 1);
     dateAndSearch->addWidget(search);

@@ -58,6 +58,7 @@ class OfTheReport(Looks, SystemTest):
         manager.press("Add")
         manager.wait_emptied()
         manager.close()
+        wait_until(report.active, "the report to be active")  # a click before that may meet the window that closes
         report.findings.click(0)
         manager = report.codes("Modify", "Finding")
         self.picture("codes-modify", manager)
