@@ -32,13 +32,13 @@ QString Breakable(const QString& text) {
     constexpr int longest = 40;
     constexpr int rest = 12;
     QString broken;
-    int run = 0;
+    int run = 0; // without a place for a break
     for (qsizetype at = 0; at < text.size(); ++at) {
         broken += text[at];
         run = text[at].isSpace() ? 0 : run + 1;
         const QStringView following = QStringView(text).mid(at + 1, rest);
         const bool divides = QStringView(u"/\\-").contains(text[at]);
-        if ((divides || run >= longest) && following.size() == rest &&
+        if ((divides || run >= longest) && !text[at].isHighSurrogate() && following.size() == rest &&
             std::ranges::none_of(following, [](QChar each) { return each.isSpace(); })) {
             broken += QChar(0x200B);
             run = 0;

@@ -1,6 +1,7 @@
 #include "suite/catalogue/CsvReader.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace tavrel {
@@ -115,8 +116,8 @@ std::vector<CsvRow> ReadCsvTable(std::string_view text, std::span<const std::str
             continue;
         }
         std::vector<std::string> fields;
-        for (const std::size_t place : order)
-            fields.push_back(std::move(row.fields[place]));
+        std::ranges::transform(order, std::back_inserter(fields),
+                               [&](std::size_t place) { return std::move(row.fields[place]); });
         row.fields = std::move(fields);
     }
     return rows;

@@ -96,5 +96,14 @@ TEST_F(Forms, NoFailureThatNamesAFileWidensTheEditor) {
     EXPECT_EQ(window.minimumSizeHint().width(), width);
 }
 
+TEST_F(Forms, NoWordIsBrokenWithinACharacter) {
+    const QString text = QString(39, 'a') + QString::fromUtf8("\U00020BB7") + QString(60, 'b');
+    QLabel label;
+    SayWrapped(label, text);
+    EXPECT_TRUE(label.text().contains(QChar(0x200B)));
+    EXPECT_TRUE(label.text().contains(QString::fromUtf8("\U00020BB7")));
+    EXPECT_EQ(label.text().remove(QChar(0x200B)), text);
+}
+
 } // namespace
 } // namespace tavrel::test
