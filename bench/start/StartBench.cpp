@@ -62,6 +62,7 @@ public:
 
     /// The process has a window in which something is drawn.
     bool Draws(qint64 process) const {
+        // NOLINTNEXTLINE(readability-use-anyofallof): GCC 12 warns of the vector's end within the algorithm
         for (const auto window : Numbers(root_, clients_, XCB_ATOM_WINDOW))
             if (Numbers(window, pid_, XCB_ATOM_CARDINAL) == std::vector{static_cast<std::uint32_t>(process)}) {
                 const auto pixel = Taken(xcb_get_image_reply(
