@@ -317,7 +317,8 @@ void ImageView::paintEvent(QPaintEvent*) {
         painter.drawImage(QPointF(0, 0), frameImage_);
         painter.restore();
     }
-    QList<QRect> taken = {PaintWords(painter, Qt::AlignLeft | Qt::AlignTop, Description().join('\n'), LightWords)};
+    QList<QRect> taken = {
+        PaintWords(painter, Qt::AlignLeft | Qt::AlignTop | Qt::TextWordWrap, Description().join('\n'), LightWords)};
     if (HasImage()) {
         QStringList below;
         if (file_->Monochrome())
@@ -368,7 +369,8 @@ QRect ImageView::PaintWords(QPainter& painter, int alignment, const QString& wor
     QStaticText text(QString(words).replace('\n', QChar::LineSeparator));
     text.setTextFormat(Qt::PlainText);
     QTextOption option(Qt::Alignment::fromInt(alignment & Qt::AlignHorizontal_Mask));
-    option.setWrapMode((alignment & Qt::TextWordWrap) != 0 ? QTextOption::WordWrap : QTextOption::NoWrap);
+    option.setWrapMode((alignment & Qt::TextWordWrap) != 0 ? QTextOption::WrapAtWordBoundaryOrAnywhere
+                                                           : QTextOption::NoWrap);
     text.setTextOption(option);
     text.setTextWidth(inner.width());
     text.prepare(painter.transform(), painter.font());

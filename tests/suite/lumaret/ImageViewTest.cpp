@@ -60,6 +60,19 @@ TEST_F(ImageViewTest, AnImageWithoutAWindowShowsTheRangeOfItsValues) {
     EXPECT_EQ(view.View().windowCenter, (16 * 63 + 47 + 1) / 2.0F);
 }
 
+TEST_F(ImageViewTest, ALongNameIsSeenToItsEndOnANarrowImage) {
+    view.resize(265, 480);
+    const auto drawn = [&](const std::string& end) {
+        const std::string name = std::string(50, 'W') + end;
+        SampleImage image;
+        image.patientName = name.c_str();
+        view.Clear();
+        Open(image);
+        return view.grab().toImage();
+    };
+    EXPECT_NE(drawn("A"), drawn("B"));
+}
+
 TEST_F(ImageViewTest, AtItsOwnSizeTheScreenShowsTheRenderedPixels) {
     for (const bool smoothed : {false, true}) {
         view.resize(301, 262); // an odd margin on both sides
