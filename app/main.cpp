@@ -124,7 +124,7 @@ int main(int argumentCount, char** arguments) {
     const auto application = ApplicationOnDisplay("tavrel", nameOnly, arguments);
     std::setlocale(LC_NUMERIC, "C");              // numbers in files and statements have a point in every country
     const std::jthread reading(ReadFontSettings); // which the first text on the screen waits for otherwise
-    const DesktopLook look(*application);
+    const DesktopLook look;
     QApplication::setApplicationName("Tavrel"); // titles the message boxes that have no title of their own
     QApplication::setDesktopFileName("tavrel");
     QApplication::setWindowIcon(WindowIcon("tavrel"));

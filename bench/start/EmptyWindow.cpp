@@ -9,7 +9,7 @@
 
 int main(int argumentCount, char** arguments) {
     QApplication application(argumentCount, arguments);
-    tavrel::Dress(application, tavrel::Scheme::Light);
+    tavrel::Dress(tavrel::Scheme::Light);
     QWidget window;
     window.setGeometry(100, 100, 1240, 740);
     if (argumentCount > 1)

@@ -19,8 +19,7 @@ struct Beginning {
     std::vector<std::pair<QtMsgType, QString>> held = {}; ///< what the toolkit said of the display
 };
 
-/// A box with a style sheet is drawn with a palette of its own each time, so that its picture is kept and never
-/// found again.
+/// The style keeps a picture of every size and colour that a box has had, most of which are never asked for again.
 constexpr int MostKilobytesOfPictures = 1024;
 
 Beginning* UnderWay = nullptr; // a message handler is a bare function

@@ -21,9 +21,8 @@ Scheme PlatformScheme() {
 
 } // namespace
 
-DesktopLook::DesktopLook(QApplication& application, QDBusConnection bus)
-    : application_(application), platformScheme_(PlatformScheme()) {
-    Dress(application_, platformScheme_);
+DesktopLook::DesktopLook(QDBusConnection bus) : platformScheme_(PlatformScheme()) {
+    Dress(platformScheme_);
     qRegisterMetaType<QDBusVariant>(); // the library knows its own type only after a first use
     bus.connect(Service, Path, Interface, "SettingChanged", this, SLOT(SettingChanged(QString, QString, QDBusVariant)));
     auto read = QDBusMessage::createMethodCall(Service, Path, Interface, "Read");
@@ -48,11 +47,11 @@ void DesktopLook::Follow(const QVariant& colourScheme) {
     const QVariant value = wrapped ? colourScheme.value<QDBusVariant>().variant() : colourScheme;
     switch (value.toUInt()) {
     case 1:
-        return Dress(application_, Scheme::Dark);
+        return Dress(Scheme::Dark);
     case 2:
-        return Dress(application_, Scheme::Light);
+        return Dress(Scheme::Light);
     default:
-        return Dress(application_, platformScheme_);
+        return Dress(platformScheme_);
     }
 }
 

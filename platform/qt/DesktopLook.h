@@ -15,7 +15,7 @@ namespace tavrel {
 class DesktopLook : public QObject {
     Q_OBJECT
 public:
-    explicit DesktopLook(QApplication& application, QDBusConnection bus = QDBusConnection::sessionBus());
+    explicit DesktopLook(QDBusConnection bus = QDBusConnection::sessionBus());
 
 private slots:
     void SettingChanged(const QString& space, const QString& key, const QDBusVariant& value);
@@ -23,7 +23,6 @@ private slots:
 private:
     void Follow(const QVariant& colourScheme);
 
-    QApplication& application_;
     Scheme platformScheme_;
 };
 

@@ -33,8 +33,10 @@ std::vector<QWidget*> OpenWindows() {
 QWidget* Veil(QWidget& window, const QString& what) {
     auto* veil = new QFrame(&window);
     veil->setObjectName("paneVeil");
+    veil->setProperty("veil", true);
     auto* board = new QFrame(veil);
     board->setObjectName("paneVeilBoard");
+    board->setProperty("card", true);
     auto* bar = new QProgressBar(board);
     bar->setRange(0, 0);
     bar->setTextVisible(false);

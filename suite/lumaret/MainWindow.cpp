@@ -70,8 +70,9 @@ MainWindow::MainWindow(CatalogueQuestions& catalogue, TavrelClient& tavrel, View
     words_->setReadOnly(true);
     words_->setFrame(false);
     words_->setFocusPolicy(Qt::ClickFocus);
-    words_->setAutoFillBackground(false);
-    words_->setStyleSheet("background: transparent; border: none");
+    QPalette plain;
+    plain.setColor(QPalette::Base, Qt::transparent);
+    words_->setPalette(plain);
     statusBar()->addWidget(words_, 1);
     ConnectStudies();
     ConnectReport();

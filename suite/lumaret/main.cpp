@@ -46,7 +46,7 @@ int main(int argumentCount, char** arguments) {
     ImageFile::RegisterDecoders();
 
     QDBusConnection bus = QDBusConnection::sessionBus();
-    const DesktopLook look(*application, bus);
+    const DesktopLook look(bus);
     ViewerService service;
     if (bus.isConnected() && !service.Register(bus)) {
         if (!ApplicationInterface::AskToShow(bus, token))

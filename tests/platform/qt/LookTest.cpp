@@ -30,7 +30,7 @@ bool Dark() {
 
 class DesktopLooks : public testing::Test {
 protected:
-    ~DesktopLooks() override { Dress(application_, Scheme::Light); }
+    ~DesktopLooks() override { Dress(Scheme::Light); }
     void Publish(Portal& portal) {
         desktop_.registerVirtualObject("/org/freedesktop/portal/desktop", &portal);
         desktop_.registerService("org.freedesktop.portal.Desktop");
@@ -46,7 +46,6 @@ protected:
         desktop_.send(changed);
     }
 
-    QApplication& application_ = dynamic_cast<QApplication&>(*QCoreApplication::instance());
     PrivateBus bus_;
     QDBusConnection desktop_ = bus_.Connect();
     QDBusConnection program_ = bus_.Connect();
@@ -56,13 +55,13 @@ TEST_F(DesktopLooks, AreDarkOnADarkDesktop) {
     Portal portal(1);
     Publish(portal);
 
-    const DesktopLook look(application_, program_);
+    const DesktopLook look(program_);
 
     EXPECT_TRUE(WaitUntil(Dark));
 }
 
 TEST_F(DesktopLooks, AreThePlatformsOwnWhereNoDesktopAnswers) {
-    const DesktopLook look(application_, program_);
+    const DesktopLook look(program_);
     Idle();
 
     EXPECT_FALSE(Dark());
@@ -71,7 +70,7 @@ TEST_F(DesktopLooks, AreThePlatformsOwnWhereNoDesktopAnswers) {
 TEST_F(DesktopLooks, ChangeWithTheDesktop) {
     Portal portal(2);
     Publish(portal);
-    const DesktopLook look(application_, program_);
+    const DesktopLook look(program_);
 
     Change("accent-color", 1);
     ChangeColourScheme(portal, 1);

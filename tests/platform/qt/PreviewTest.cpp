@@ -69,14 +69,14 @@ TEST_F(Preview, EveryButtonHasAMnemonicOfItsOwnAndAKey) {
 }
 
 TEST_F(Preview, ThePageStaysWhiteOnADarkDesktop) {
-    Dress(*qApp, Scheme::Dark);
+    Dress(Scheme::Dark);
     Show("Normal.", [&](QWidget& preview) {
         Picture(preview, "dark");
         const QImage picture = preview.grab().toImage();
         EXPECT_EQ(picture.pixelColor(picture.width() / 2, picture.height() * 3 / 4), QColor(Qt::white));
         EXPECT_LT(picture.pixelColor(3, 3).lightness(), 100);
     });
-    Dress(*qApp, Scheme::Light);
+    Dress(Scheme::Light);
 }
 
 TEST_F(Preview, ZoomsTheWidthIntoTheWindow) {

@@ -120,7 +120,7 @@ double ContrastWithin(const QImage& picture, const QRect& place) {
 class Readable : public testing::TestWithParam<Scheme> {
 protected:
     Readable() {
-        Dress(*qApp, GetParam());
+        Dress(GetParam());
         station_.AddCode("StdFinding", "SRT", "M-55400", "Calcification");
         station_.AddCode("StdFinding", "SRT", "M-55410", "Calcified granuloma");
         station_.OpenReport({.patientName = "ROSSINI-BERGAMASCHI^ANNA MARIA LUISA", .versions = 3});
@@ -130,7 +130,7 @@ protected:
             list->Select(0);
         }
     }
-    ~Readable() override { Dress(*qApp, Scheme::Light); }
+    ~Readable() override { Dress(Scheme::Light); }
 
     using Look = std::function<void(QWidget&)>;
     static void Show(Form& form, const Look& look) {

@@ -366,10 +366,10 @@ TEST_F(TextBoxes, KeepTheFaceOfAButtonWhenTheirWindowBecomesADialogBeforeItIsSho
 TEST_F(TextBoxes, ChangeTheFaceOfAButtonWithTheDesktopsColours) {
     form_.txtLine.ButtonFace(true);
 
-    Dress(*qApp, Scheme::Dark);
+    Dress(Scheme::Dark);
     const QColor face = line_.palette().color(QPalette::Base);
     const QColor darkFace = QApplication::palette().color(QPalette::Disabled, QPalette::Base);
-    Dress(*qApp, Scheme::Light);
+    Dress(Scheme::Light);
 
     EXPECT_EQ(face, darkFace);
 }

@@ -10,6 +10,6 @@ int main(int argc, char** argv) {
     if (!qEnvironmentVariableIsSet("CUPS_SERVER"))
         qputenv("CUPS_SERVER", "/nonexistent/no-print-service");
     QApplication application(argc, argv);
-    tavrel::Dress(application, tavrel::Scheme::Light);
+    tavrel::Dress(tavrel::Scheme::Light);
     return RUN_ALL_TESTS();
 }

@@ -220,7 +220,7 @@ int main(int argc, char** argv) {
     const QString folder = QString::fromLocal8Bit(argv[1]) + '/';
     QDir().mkpath(folder);
     for (const auto& [scheme, name] : {std::pair(Scheme::Light, "light-"), std::pair(Scheme::Dark, "dark-")}) {
-        Dress(application, scheme);
+        Dress(scheme);
         Preview(folder + name).TakeAll();
     }
     return 0;

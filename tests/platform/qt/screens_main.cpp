@@ -10,6 +10,6 @@ int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     const tavrel::test::Screens screens{{"DP-1", 0, 0, 1920, 1080}, {"DP-2", 1920, 0, 1280, 1024}};
     QApplication application(argc, argv);
-    tavrel::Dress(application, tavrel::Scheme::Light);
+    tavrel::Dress(tavrel::Scheme::Light);
     return RUN_ALL_TESTS();
 }

@@ -1,0 +1,192 @@
+#include "platform/qt/HouseStyle.h"
+#include "platform/qt/Colours.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QGroupBox>
+#include <QImage>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QTest>
+#include <QVBoxLayout>
+#include <gtest/gtest.h>
+
+namespace tavrel::test {
+namespace {
+
+QColor At(QWidget& widget, const QPoint& place) {
+    QImage picture(widget.size(), QImage::Format_RGB32);
+    picture.fill(Qt::magenta);
+    widget.render(&picture);
+    return picture.pixelColor(place);
+}
+
+QColor Light(const Tint& tint) {
+    return QColor::fromRgb(tint.light);
+}
+
+class TheHouseStyle : public testing::Test {
+protected:
+    ~TheHouseStyle() override { Dress(Scheme::Light); }
+
+    template <typename Part> Part& With(const QString& text) { return *new Part(text, &window_); }
+    void Speak(QLabel& label, const char* tone) {
+        label.setProperty("tone", tone);
+        label.style()->unpolish(&label);
+        label.style()->polish(&label);
+    }
+
+    QWidget window_;
+};
+
+TEST_F(TheHouseStyle, GivesABandTheColourOfWhatItSaysAndTakesItBack) {
+    auto& band = With<QLabel>("Draft");
+    band.setProperty("band", true);
+    band.adjustSize();
+    const QPoint ground{4, 12};
+
+    Speak(band, "failure");
+    EXPECT_EQ(At(band, ground), Light(colours::Failure));
+    EXPECT_EQ(band.palette().color(band.foregroundRole()), Light(colours::OnFailure));
+    Speak(band, "neutral");
+    EXPECT_EQ(At(band, ground), Light(colours::Card));
+    EXPECT_EQ(band.palette().color(band.foregroundRole()), Light(colours::Text));
+}
+
+TEST_F(TheHouseStyle, GivesARemarkAColourOnlyWhereItWarns) {
+    auto& note = With<QLabel>("About 920 of 1,024");
+    note.setProperty("note", true);
+    note.adjustSize();
+
+    Speak(note, "neutral");
+    EXPECT_EQ(At(note, {4, 8}), Light(colours::Window));
+    EXPECT_EQ(note.palette().color(note.foregroundRole()), Light(colours::Faint));
+    Speak(note, "attention");
+    EXPECT_EQ(At(note, {4, 8}), Light(colours::Attention));
+    EXPECT_EQ(note.palette().color(note.foregroundRole()), Light(colours::OnAttention));
+}
+
+TEST_F(TheHouseStyle, DrawsACaptionFainterThanItsValue) {
+    auto& caption = With<QLabel>("Sex");
+    auto& value = With<QLabel>("F");
+    caption.setObjectName("captionSex");
+    caption.ensurePolished();
+    value.ensurePolished();
+
+    EXPECT_EQ(caption.palette().color(caption.foregroundRole()), Light(colours::Faint));
+    EXPECT_EQ(value.palette().color(value.foregroundRole()), Light(colours::Text));
+}
+
+TEST_F(TheHouseStyle, LeavesAFramesTitleItsPlaceUnlessSomethingElseIsThere) {
+    const auto above = [this](const char* property) {
+        auto& frame = With<QGroupBox>("Reading");
+        if (property)
+            frame.setProperty(property, true);
+        frame.ensurePolished();
+        return frame.contentsMargins().top();
+    };
+
+    EXPECT_EQ(above(nullptr), 25);
+    EXPECT_EQ(above("headed"), 1);
+    EXPECT_EQ(above("untitled"), 1);
+}
+
+TEST_F(TheHouseStyle, DrawsATitleInItsFrameButNotWhereThereIsNone) {
+    const auto drawsWords = [this](bool untitled) {
+        auto& frame = With<QGroupBox>("Reading");
+        frame.setProperty("untitled", untitled);
+        frame.resize(120, 60);
+        for (int x = 10; x < 70; ++x)
+            if (At(frame, {x, 16}) != Light(colours::Card))
+                return true;
+        return false;
+    };
+
+    EXPECT_TRUE(drawsWords(false));
+    EXPECT_FALSE(drawsWords(true));
+}
+
+TEST_F(TheHouseStyle, KeepsWhatACardSaysOffItsEdges) {
+    auto* card = new QFrame(&window_);
+    card->setProperty("card", true);
+    auto* words = new QLabel("Storing the version ...", card);
+    (new QVBoxLayout(card))->addWidget(words);
+    (new QVBoxLayout(&window_))->addWidget(card, 0, Qt::AlignCenter);
+    window_.show();
+
+    EXPECT_GE(words->x(), 25);
+    EXPECT_GE(words->y(), 17);
+}
+
+TEST_F(TheHouseStyle, TellsTheButtonToPressAndTheOneThatCannotBe) {
+    auto& save = With<QPushButton>("Save");
+    save.adjustSize();
+    const QPoint ground{5, save.height() / 2};
+    EXPECT_EQ(At(save, ground), Light(colours::Button));
+
+    save.setProperty("primary", true);
+    EXPECT_EQ(At(save, ground), Light(colours::Accent));
+    save.setEnabled(false);
+    EXPECT_EQ(At(save, ground), Light(colours::Window));
+}
+
+TEST_F(TheHouseStyle, ShowsWhichControlHasTheFocus) {
+    auto& button = With<QPushButton>("Print");
+    auto& option = With<QRadioButton>("Manage report codes");
+    auto& text = With<QLabel>("ROSSINI, ANNA MARIA");
+    int below = 100; // the pointer, whose place it is that the display begins with
+    for (QWidget* widget : std::initializer_list<QWidget*>{&button, &option, &text})
+        widget->move(100, below += 40);
+    text.setFocusPolicy(Qt::StrongFocus);
+    window_.setFocusPolicy(Qt::StrongFocus);
+    window_.show();
+    window_.setFocus();
+    window_.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window_));
+    const auto looks = [](QWidget& widget) {
+        QImage picture(widget.size(), QImage::Format_RGB32);
+        widget.render(&picture);
+        return picture;
+    };
+
+    for (QWidget* widget : std::initializer_list<QWidget*>{&button, &option, &text}) {
+        const QImage before = looks(*widget);
+        QTest::keyClick(window_.windowHandle(), Qt::Key_Tab);
+        ASSERT_TRUE(widget->hasFocus()) << widget->metaObject()->className();
+        EXPECT_NE(looks(*widget), before) << widget->metaObject()->className();
+    }
+}
+
+TEST_F(TheHouseStyle, LeavesTheEdgeOfABoxThatCanBeTypedInVisible) {
+    auto& plain = *new QComboBox(&window_);
+    auto& typed = *new QComboBox(&window_);
+    typed.setEditable(true);
+    typed.move(0, 60);
+    window_.show();
+
+    ASSERT_EQ(typed.height(), plain.height());
+    const QRect words = typed.lineEdit()->geometry();
+    EXPECT_GT(words.top(), 0);
+    EXPECT_LT(words.bottom(), typed.rect().bottom());
+}
+
+TEST_F(TheHouseStyle, ChangesTheWindowsThatStand) {
+    auto& band = With<QLabel>("Saved");
+    band.setProperty("band", true);
+    band.setProperty("tone", "settled");
+    window_.resize(600, 400);
+    window_.show();
+
+    Dress(Scheme::Dark);
+    QCoreApplication::processEvents();
+
+    EXPECT_EQ(At(band, {4, band.height() / 2}), QColor::fromRgb(colours::Settled.dark));
+    EXPECT_EQ(band.palette().color(band.foregroundRole()), QColor::fromRgb(colours::OnSettled.dark));
+    EXPECT_EQ(band.contentsMargins().left(), 13);
+    EXPECT_EQ(At(window_, {400, 300}), QColor::fromRgb(colours::Window.dark));
+}
+
+} // namespace
+} // namespace tavrel::test
