@@ -73,6 +73,21 @@ bool CouldBeSmall(std::string_view word) {
     return true;
 }
 
+/// Those of each language in turn, or the first one's would leave no room for the others'.
+std::vector<std::string> SuggestionsOf(const std::vector<std::shared_ptr<Dictionary>>& dictionaries,
+                                       const std::string& word) {
+    std::vector<std::vector<std::string>> offers;
+    std::size_t most = 0;
+    for (const auto& dictionary : dictionaries)
+        most = std::max(most, offers.emplace_back(dictionary->Suggestions(word)).size());
+    std::vector<std::string> suggestions;
+    for (std::size_t rank = 0; rank < most; ++rank)
+        for (const auto& offer : offers)
+            if (rank < offer.size() && std::ranges::find(suggestions, offer[rank]) == suggestions.end())
+                suggestions.push_back(offer[rank]);
+    return suggestions;
+}
+
 } // namespace
 
 std::vector<TextMark> JudgeableWords(std::string_view text) {
@@ -128,14 +143,14 @@ void Spelling::Set(std::string_view languages) {
         if (language == "locale")
             language = ports.process.Language();
         ++awaited_;
-        ports.dictionaries->Load(language, [this, round, language](std::unique_ptr<Dictionary> dictionary) {
+        ports.dictionaries->Load(language, [this, round, language](std::shared_ptr<Dictionary> dictionary) {
             if (round == round_)
                 Take(language, std::move(dictionary));
         });
     }
 }
 
-void Spelling::Take(const std::string& language, std::unique_ptr<Dictionary> dictionary) {
+void Spelling::Take(const std::string& language, std::shared_ptr<Dictionary> dictionary) {
     --awaited_;
     if (dictionary)
         dictionaries_.push_back(std::move(dictionary));
@@ -221,18 +236,10 @@ bool Spelling::Knows(const std::string& word) {
     return judged_[word] = knows;
 }
 
-std::vector<std::string> Spelling::Suggestions(std::string_view word) {
-    std::vector<std::vector<std::string>> offers;
-    std::size_t most = 0;
-    for (const auto& dictionary : dictionaries_)
-        most = std::max(most, offers.emplace_back(dictionary->Suggestions(Plain(word))).size());
-    // Those of each language in turn, or the first one's would leave no room for the others'.
-    std::vector<std::string> suggestions;
-    for (std::size_t rank = 0; rank < most; ++rank)
-        for (const auto& offer : offers)
-            if (rank < offer.size() && std::ranges::find(suggestions, offer[rank]) == suggestions.end())
-                suggestions.push_back(offer[rank]);
-    return suggestions;
+void Spelling::Suggest(std::string_view word, std::function<void(std::vector<std::string>)> found) {
+    global_.ports.dictionaries->LookAside(
+        [dictionaries = dictionaries_, plain = Plain(word)] { return SuggestionsOf(dictionaries, plain); },
+        std::move(found));
 }
 
 void Spelling::Learn(std::string_view word) {

@@ -32,11 +32,11 @@ public:
     void AnotherReport();
 
     std::vector<TextMark> Unknown(std::string_view paragraph) override;
-    std::vector<std::string> Suggestions(std::string_view word) override;
+    void Suggest(std::string_view word, std::function<void(std::vector<std::string>)> found) override;
     void Learn(std::string_view word) override;
 
 private:
-    void Take(const std::string& language, std::unique_ptr<Dictionary> dictionary);
+    void Take(const std::string& language, std::shared_ptr<Dictionary> dictionary);
     bool Knows(const std::string& word);
     void ReadOwnWords();
     void ReadCodeWords();
@@ -48,7 +48,7 @@ private:
     TextBox& box_;
     std::function<void()> told_;
     std::string languages_;
-    std::vector<std::unique_ptr<Dictionary>> dictionaries_;
+    std::vector<std::shared_ptr<Dictionary>> dictionaries_;
     std::size_t awaited_ = 0;                                 ///< dictionaries that are being read
     int round_ = 0;                                           ///< of settings
     std::set<std::string, std::less<>> ownWords_, codeWords_; ///< in capitals

@@ -50,19 +50,22 @@ private:
     iconv_t handle_;
 };
 
-class HunspellDictionary : public Dictionary {
+/// A dictionary's two files as the library has them, for one thread at a time.
+class WordList {
 public:
-    HunspellDictionary(const fs::path& affixes, const fs::path& words)
-        : words_(affixes.c_str(), words.c_str()), to_(words_.get_dict_encoding(), "UTF-8"),
-          from_("UTF-8", words_.get_dict_encoding()), whole_(to_.Works() && from_.Works() && KnowsOneOf(words)) {}
+    /// `stem`: the files without their endings.
+    explicit WordList(const fs::path& stem)
+        : words_((fs::path(stem) += ".aff").c_str(), (fs::path(stem) += ".dic").c_str()),
+          to_(words_.get_dict_encoding(), "UTF-8"), from_("UTF-8", words_.get_dict_encoding()),
+          whole_(to_.Works() && from_.Works() && KnowsOneOf(fs::path(stem) += ".dic")) {}
 
     bool Whole() const { return whole_; }
 
-    bool Knows(const std::string& word) override {
+    bool Knows(const std::string& word) {
         const auto converted = to_.Convert(word);
         return converted && words_.spell(*converted);
     }
-    std::vector<std::string> Suggestions(const std::string& word) override {
+    std::vector<std::string> Suggestions(const std::string& word) {
         constexpr std::ptrdiff_t longest = 40; // the search for likely words grows with the word
         const auto converted = LettersOf(word) > longest ? std::nullopt : to_.Convert(word);
         std::vector<std::string> suggestions;
@@ -97,6 +100,24 @@ private:
     bool whole_;
 };
 
+class HunspellDictionary : public Dictionary {
+public:
+    explicit HunspellDictionary(fs::path stem) : stem_(std::move(stem)), judging_(stem_) {}
+
+    bool Whole() const { return judging_.Whole(); }
+    bool Knows(const std::string& word) override { return judging_.Knows(word); }
+    std::vector<std::string> Suggestions(const std::string& word) override {
+        if (!suggesting_)
+            suggesting_.emplace(stem_);
+        return suggesting_->Suggestions(word);
+    }
+
+private:
+    fs::path stem_;
+    WordList judging_;
+    std::optional<WordList> suggesting_; ///< of a thread of its own, from the first question on: some 10 MB
+};
+
 /// The dictionary's two files without their endings; empty when there are none.
 fs::path Find(const std::vector<fs::path>& folders, const std::string& language) {
     for (const fs::path& folder : folders) {
@@ -125,12 +146,12 @@ fs::path Find(const std::vector<fs::path>& folders, const std::string& language)
     return {};
 }
 
-std::unique_ptr<Dictionary> Read(const std::vector<fs::path>& folders, std::string language) {
+std::shared_ptr<Dictionary> Read(const std::vector<fs::path>& folders, std::string language) {
     std::ranges::replace(language, '-', '_');
     const fs::path stem = language.empty() ? fs::path() : Find(folders, language);
     if (stem.empty())
         return nullptr;
-    auto dictionary = std::make_unique<HunspellDictionary>(fs::path(stem) += ".aff", fs::path(stem) += ".dic");
+    auto dictionary = std::make_shared<HunspellDictionary>(stem);
     return dictionary->Whole() ? std::move(dictionary) : nullptr;
 }
 
@@ -155,19 +176,51 @@ HunspellDictionaries::HunspellDictionaries(std::function<void(std::function<void
 HunspellDictionaries::~HunspellDictionaries() {
     for (std::thread& thread : reading_)
         thread.join();
+    {
+        const std::lock_guard lock(mutex_);
+        nextLook_ = nullptr;
+    }
+    if (looking_.joinable())
+        looking_.join();
 }
 
-void HunspellDictionaries::Load(std::string_view language, std::function<void(std::unique_ptr<Dictionary>)> done) {
+void HunspellDictionaries::Load(std::string_view language, std::function<void(std::shared_ptr<Dictionary>)> done) {
     reading_.emplace_back([this, language = std::string(language), done = std::move(done)] {
-        std::unique_ptr<Dictionary> read;
+        std::shared_ptr<Dictionary> read;
         try {
             read = Read(folders_, language);
         } catch (const std::exception&) { // a damaged one is none
         }
-        post_([done, handed = std::make_shared<std::unique_ptr<Dictionary>>(std::move(read))] {
-            done(std::move(*handed));
-        });
+        post_([done, read = std::move(read)] { done(read); });
     });
+}
+
+void HunspellDictionaries::LookAside(std::function<std::vector<std::string>()> look,
+                                     std::function<void(std::vector<std::string>)> done) {
+    const std::lock_guard lock(mutex_);
+    nextLook_ = [this, look = std::move(look), done = std::move(done)] {
+        std::vector<std::string> found;
+        try {
+            found = look();
+        } catch (const std::exception&) { // a dictionary that has gone offers nothing
+        }
+        post_([done, found = std::move(found)] { done(found); });
+    };
+    if (std::exchange(atIt_, true))
+        return;
+    if (looking_.joinable())
+        looking_.join(); // has left its last look
+    looking_ = std::thread([this] { LookOn(); });
+}
+
+void HunspellDictionaries::LookOn() {
+    std::unique_lock lock(mutex_);
+    while (const auto look = std::exchange(nextLook_, nullptr)) {
+        lock.unlock();
+        look();
+        lock.lock();
+    }
+    atIt_ = false;
 }
 
 } // namespace tavrel

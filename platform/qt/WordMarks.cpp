@@ -6,8 +6,10 @@
 #include <QApplication>
 #include <QContextMenuEvent>
 #include <QElapsedTimer>
+#include <QKeyEvent>
 #include <QMenu>
 #include <QPlainTextEdit>
+#include <QScreen>
 #include <QShortcut>
 #include <QTextBlock>
 #include <QTextDocument>
@@ -131,7 +133,18 @@ void WordMarks::CaretMoved() {
 
 bool WordMarks::eventFilter(QObject* watched, QEvent* event) {
     return (event->type() == QEvent::ContextMenu && Asked(static_cast<const QContextMenuEvent&>(*event))) ||
+           (event->type() == QEvent::KeyPress && ChosenAhead(watched, static_cast<const QKeyEvent&>(*event))) ||
            QObject::eventFilter(watched, event);
+}
+
+/// The likeliest word may be chosen before it is there, by who types faster than it is found.
+bool WordMarks::ChosenAhead(const QObject* watched, const QKeyEvent& key) {
+    const auto* menu = qobject_cast<const QMenu*>(watched);
+    if (!menu || !looking_ || menu->activeAction() != looking_ ||
+        (key.key() != Qt::Key_Return && key.key() != Qt::Key_Enter))
+        return false;
+    looking_->setData(true);
+    return true;
 }
 
 bool WordMarks::Asked(const QContextMenuEvent& event) {
@@ -167,22 +180,17 @@ void WordMarks::Offer(QTextCursor cursor, const QPoint& place) {
 void WordMarks::AddSuggestions(QMenu& menu, const QTextCursor& word) {
     auto* first = menu.actions().isEmpty() ? nullptr : menu.actions().front();
     const std::string text = FromQt(word.selectedText());
-    auto suggestions = Judge()->Suggestions(text);
-    suggestions.resize(std::min(suggestions.size(), MostSuggestions));
-    for (const std::string& suggestion : suggestions) {
-        auto* action = new QAction(ToQt(suggestion).replace('&', "&&"), &menu);
-        connect(action, &QAction::triggered, this, [this, word, text, suggestion] {
-            // Another report may have been opened while the menu stood there.
-            if (auto cursor = word; Judge() && FromQt(cursor.selectedText()) == text)
-                cursor.insertText(ToQt(suggestion));
-        });
-        menu.insertAction(first, action);
-    }
-    if (suggestions.empty()) {
-        auto* none = new QAction("No suggestion", &menu);
-        none->setEnabled(false);
-        menu.insertAction(first, none);
-    }
+    auto* looking = new QAction("Looking for suggestions...", &menu);
+    menu.insertAction(first, looking);
+    menu.installEventFilter(this);
+    looking_ = looking;
+    Judge()->Suggest(text, [this, open = QPointer(&menu), looking, word, text](std::vector<std::string> found) {
+        if (!open) // nor, perhaps, the box
+            return;
+        // Another report may have been opened meanwhile.
+        found.resize(Judge() && FromQt(word.selectedText()) == text ? std::min(found.size(), MostSuggestions) : 0);
+        ShowSuggestions(*open, *looking, found, word);
+    });
     auto* learn = new QAction("Add \"" + ToQt(text).replace('&', "&&") + "\" to my words", &menu);
     connect(learn, &QAction::triggered, this, [this, text] {
         if (auto* judge = Judge())
@@ -190,6 +198,38 @@ void WordMarks::AddSuggestions(QMenu& menu, const QTextCursor& word) {
     });
     menu.insertAction(first, learn);
     menu.insertSeparator(first);
+}
+
+void WordMarks::ShowSuggestions(QMenu& menu, QAction& looking, const std::vector<std::string>& suggestions,
+                                const QTextCursor& word) {
+    auto* pointedAt = menu.activeAction() == &looking ? nullptr : menu.activeAction();
+    const int top = menu.actionGeometry(pointedAt).top();
+    auto* behind = menu.actions().value(menu.actions().indexOf(&looking) + 1);
+    if (looking_ == &looking)
+        looking_ = nullptr;
+    looking.setText("No suggestion");
+    looking.setEnabled(!suggestions.empty());
+    for (const std::string& suggestion : suggestions) {
+        const bool likeliest = &suggestion == &suggestions.front(); // keeps the keys' place in the menu
+        auto* action = likeliest ? &looking : new QAction(&menu);
+        action->setText(ToQt(suggestion).replace('&', "&&"));
+        connect(action, &QAction::triggered, this, [this, word, text = word.selectedText(), suggestion] {
+            // Another report may have been opened while the menu stood there.
+            if (auto cursor = word; Judge() && cursor.selectedText() == text)
+                cursor.insertText(ToQt(suggestion));
+        });
+        if (!likeliest)
+            menu.insertAction(behind, action);
+    }
+    const QRect screen = menu.screen()->availableGeometry();
+    QPoint place = menu.pos();
+    if (pointedAt) // stays under the mouse
+        place.ry() -= menu.actionGeometry(pointedAt).top() - top;
+    menu.move(place.x(), std::max(screen.top(), std::min(place.y(), screen.bottom() + 1 - menu.height())));
+    if (looking.data().toBool() && looking.isEnabled()) {
+        menu.close();
+        looking.trigger();
+    }
 }
 
 void WordMarks::Next() {

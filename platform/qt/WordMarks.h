@@ -2,10 +2,13 @@
 
 #include "platform/controls.h"
 
+#include <QAction>
 #include <QObject>
+#include <QPointer>
 #include <QTimer>
 
 class QContextMenuEvent;
+class QKeyEvent;
 class QMenu;
 class QPoint;
 class QPlainTextEdit;
@@ -37,19 +40,24 @@ private:
     bool WrittenJustNow(const QTextBlock& block, int end) const;
     void CaretMoved();
     bool Asked(const QContextMenuEvent& event);
+    bool ChosenAhead(const QObject* watched, const QKeyEvent& key);
     /// Opens the context menu at a place of the screen, with what may be meant by the word at `cursor`.
     void Offer(QTextCursor cursor, const QPoint& place);
     void OfferAtCaret();
     /// Selects the next unknown word and offers what may be meant.
     void Next();
     void AddSuggestions(QMenu& menu, const QTextCursor& word);
+    /// `looking` stands in the menu until now, and becomes the likeliest of them.
+    void ShowSuggestions(QMenu& menu, QAction& looking, const std::vector<std::string>& suggestions,
+                         const QTextCursor& word);
 
     TextBox* box_;
     QPlainTextEdit& paragraphs_;
     std::function<bool()> mayChange_;
     QTimer pause_;
-    bool marked_ = false; ///< something is underlined, or may be
-    int waitingFor_ = -1; ///< the paragraph of the word that is being written
+    bool marked_ = false;       ///< something is underlined, or may be
+    int waitingFor_ = -1;       ///< the paragraph of the word that is being written
+    QPointer<QAction> looking_; ///< in the menu, in the place of suggestions that have not come yet
 };
 
 } // namespace tavrel

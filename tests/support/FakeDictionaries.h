@@ -16,14 +16,20 @@ public:
     std::map<std::string, std::vector<std::string>> suggestions; ///< by language, for whatever word
     std::vector<std::string> asked;
 
-    void Load(std::string_view language, std::function<void(std::unique_ptr<Dictionary>)> done) override {
+    void Load(std::string_view language, std::function<void(std::shared_ptr<Dictionary>)> done) override {
         asked.emplace_back(language);
         reading_.emplace_back(std::string(language), std::move(done));
     }
+    void LookAside(std::function<std::vector<std::string>()> look,
+                   std::function<void(std::vector<std::string>)> done) override {
+        looking_ = [look = std::move(look), done = std::move(done)] { done(look()); };
+    }
+    /// What was looked for last is found.
+    void Find() { std::exchange(looking_, nullptr)(); }
     /// All that is being read has been read.
     void Finish() {
         for (const auto& [language, done] : std::exchange(reading_, {}))
-            done(languages.contains(language) ? std::make_unique<Words>(languages.at(language), suggestions[language])
+            done(languages.contains(language) ? std::make_shared<Words>(languages.at(language), suggestions[language])
                                               : nullptr);
     }
 
@@ -36,7 +42,8 @@ private:
         std::set<std::string> words;
         std::vector<std::string> suggested;
     };
-    std::vector<std::pair<std::string, std::function<void(std::unique_ptr<Dictionary>)>>> reading_;
+    std::vector<std::pair<std::string, std::function<void(std::shared_ptr<Dictionary>)>>> reading_;
+    std::function<void()> looking_;
 };
 
 } // namespace tavrel::test

@@ -4,9 +4,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <condition_variable>
 #include <fstream>
+#include <future>
 #include <mutex>
+#include <optional>
+#include <thread>
 
 namespace tavrel::test {
 namespace {
@@ -18,7 +22,7 @@ protected:
         std::ofstream(folder.Path() / (name + ".dic")) << std::ranges::count(words, '\n') << "\n" << words;
     }
     /// The dictionary as the user-interface thread is given it.
-    std::unique_ptr<Dictionary> Load(const std::string& language) {
+    std::shared_ptr<Dictionary> Load(const std::string& language) {
         std::mutex mutex;
         std::condition_variable posted;
         std::function<void()> act;
@@ -29,8 +33,8 @@ protected:
                 posted.notify_one();
             },
             {folder.Path() / "missing", folder.Path()});
-        std::unique_ptr<Dictionary> loaded;
-        dictionaries.Load(language, [&](std::unique_ptr<Dictionary> dictionary) { loaded = std::move(dictionary); });
+        std::shared_ptr<Dictionary> loaded;
+        dictionaries.Load(language, [&](std::shared_ptr<Dictionary> dictionary) { loaded = std::move(dictionary); });
         std::unique_lock lock(mutex);
         posted.wait(lock, [&] { return static_cast<bool>(act); });
         act();
@@ -92,6 +96,101 @@ TEST_F(DictionariesOfAFolder, SearchNoLikelyWordsForAVeryLongOne) {
     EXPECT_EQ(dictionary->Suggestions(twoBytesEach + "к"), std::vector<std::string>{twoBytesEach});
     EXPECT_EQ(dictionary->Suggestions(word + "m"), std::vector<std::string>{word + "n"});
     EXPECT_TRUE(dictionary->Suggestions(longWord + "m").empty());
+}
+
+TEST_F(DictionariesOfAFolder, SuggestWhileTheyJudge) {
+    std::string words;
+    for (int i = 0; i < 2000; ++i)
+        words += "lunge" + std::string(1, char('a' + i % 26)) + std::string(1, char('a' + i / 26 % 26)) + "\n";
+    Write("xx", "UTF-8", words + "lunge\n");
+    const auto dictionary = Load("xx");
+    std::thread suggesting([&] {
+        for (int i = 0; i < 10; ++i)
+            EXPECT_EQ(dictionary->Suggestions("lumge").front(), "lunge");
+    });
+    for (int i = 0; i < 2000; ++i)
+        EXPECT_TRUE(dictionary->Knows("lunge") && !dictionary->Knows("lumge"));
+    suggesting.join();
+}
+
+/// A look that tells when it begins and ends when it may.
+struct HeldLook {
+    std::promise<void> begun, mayEnd;
+    std::vector<std::string> operator()(const std::string& found) {
+        begun.set_value();
+        mayEnd.get_future().wait();
+        return {found};
+    }
+};
+
+class LooksForSuggestions : public testing::Test {
+protected:
+    void Look(std::function<std::vector<std::string>()> look) {
+        dictionaries->LookAside(std::move(look), [this](std::vector<std::string> found) {
+            told.insert(told.end(), found.begin(), found.end());
+        });
+    }
+    /// What the thread of the windows is told in the end.
+    std::vector<std::string> Told() {
+        dictionaries.reset();
+        for (const auto& each : posted)
+            each();
+        return told;
+    }
+
+    std::vector<std::string> told;
+    std::vector<std::function<void()>> posted;
+    std::optional<HunspellDictionaries> dictionaries{
+        std::in_place, [this](std::function<void()> what) { posted.push_back(std::move(what)); },
+        std::vector<std::filesystem::path>{}};
+    HeldLook first, last;
+};
+
+TEST_F(LooksForSuggestions, BlockNobodyAndLeaveOutWhatIsWantedNoMore) {
+    Look([&] { return first("first"); });
+    first.begun.get_future().wait();
+    Look([] { return std::vector<std::string>{"second"}; });
+    Look([&] { return last("third"); });
+    first.mayEnd.set_value();
+    last.begun.get_future().wait();
+    last.mayEnd.set_value();
+    EXPECT_EQ(Told(), (std::vector<std::string>{"first", "third"}));
+}
+
+TEST_F(LooksForSuggestions, GoOnAfterAPause) {
+    for (HeldLook* look : {&first, &last}) {
+        Look([=] { return (*look)("one"); });
+        look->begun.get_future().wait();
+        look->mayEnd.set_value();
+        std::this_thread::sleep_for(std::chrono::milliseconds(20)); // most likely it has nothing to do by then
+    }
+    EXPECT_EQ(Told(), (std::vector<std::string>{"one", "one"}));
+}
+
+TEST_F(LooksForSuggestions, EndWithTheOneThatIsUnderWay) {
+    Look([&] { return first("first"); });
+    first.begun.get_future().wait();
+    Look([] { return std::vector<std::string>{"second"}; });
+    std::thread releasing([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        first.mayEnd.set_value();
+    });
+    const auto all = Told();
+    releasing.join();
+    EXPECT_EQ(all, std::vector<std::string>{"first"});
+}
+
+TEST_F(LooksForSuggestions, ThatFailFindNothing) {
+    bool empty = false;
+    dictionaries->LookAside(
+        [&]() -> std::vector<std::string> {
+            first.begun.set_value();
+            throw std::bad_alloc();
+        },
+        [&](std::vector<std::string> found) { empty = found.empty(); });
+    first.begun.get_future().wait();
+    Told();
+    EXPECT_TRUE(empty);
 }
 
 } // namespace

@@ -32,7 +32,10 @@ public:
                 unknown.push_back({at, 4});
         return unknown;
     }
-    std::vector<std::string> Suggestions(std::string_view) override { return {"lung", "R&D"}; }
+    std::function<void(std::vector<std::string>)> suggest; ///< to who asked last
+    void Suggest(std::string_view, std::function<void(std::vector<std::string>)> found) override {
+        suggest = std::move(found);
+    }
     void Learn(std::string_view word) override { learnt.emplace_back(word); }
 };
 
@@ -65,9 +68,15 @@ protected:
         }
         return ChooseOffered(entry);
     }
-    /// In the menu that stands there.
-    static QStringList ChooseOffered(const QString& entry) {
-        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+    /// In the menu that stands there, once what may be meant is found.
+    QStringList ChooseOffered(const QString& entry) {
+        if (judge.suggest)
+            judge.suggest({"lung", "R&D"});
+        return ChooseNow(entry);
+    }
+    static QMenu* Menu() { return qobject_cast<QMenu*>(QApplication::activePopupWidget()); }
+    static QStringList ChooseNow(const QString& entry) {
+        auto* menu = Menu();
         QStringList offered;
         for (auto* action : menu ? menu->actions() : QList<QAction*>()) {
             offered << action->text();
@@ -136,6 +145,86 @@ TEST_F(WordMarking, OffersWhatMayBeMeant) {
     EXPECT_EQ(form_.txtParagraphs.Text(), "é lnug two");
 }
 
+TEST_F(WordMarking, OpensTheMenuWhileItIsLookedForWhatMayBeMeant) {
+    form_.txtParagraphs.Text("é lnug two");
+    AskAt(4);
+    EXPECT_EQ(ChooseNow("Looking for suggestions...").mid(0, 2),
+              (QStringList{"Looking for suggestions...", "Add \"lnug\" to my words"}));
+    EXPECT_EQ(form_.txtParagraphs.Text(), "é lnug two");
+}
+
+TEST_F(WordMarking, SaysThatNothingElseMayBeMeant) {
+    form_.txtParagraphs.Text("é lnug two");
+    AskAt(4);
+    judge.suggest({});
+    EXPECT_EQ(ChooseNow("No suggestion").mid(0, 2), (QStringList{"No suggestion", "Add \"lnug\" to my words"}));
+    EXPECT_EQ(form_.txtParagraphs.Text(), "é lnug two");
+}
+
+TEST_F(WordMarking, LeavesUnderTheMouseWhatItPointsAtWhenSuggestionsCome) {
+    form_.txtParagraphs.Text("é lnug two");
+    AskAt(4);
+    auto* learn = Menu()->actions().at(1);
+    Menu()->move(Menu()->screen()->availableGeometry().center());
+    Menu()->setActiveAction(learn);
+    const auto place = [&] { return Menu()->mapToGlobal(Menu()->actionGeometry(learn).topLeft()); };
+    const QPoint before = place();
+    judge.suggest({"lung", "R&D"});
+    EXPECT_EQ(place(), before);
+    EXPECT_EQ(ChooseNow({}).at(2), learn->text());
+}
+
+TEST_F(WordMarking, LeavesTheKeysOnTheLikeliestWhenSuggestionsCome) {
+    form_.txtParagraphs.Text("é lnug two");
+    CaretTo(3);
+    QTest::keyClick(&paragraphs_, Qt::Key_F7);
+    QTest::keyClick(Menu(), Qt::Key_Down);
+    judge.suggest({"lung", "R&D"});
+    QTest::keyClick(Menu(), Qt::Key_Return);
+    EXPECT_EQ(form_.txtParagraphs.Text(), "é lung two");
+}
+
+TEST_F(WordMarking, TakesTheLikeliestWhenItWasChosenBeforeItWasFound) {
+    form_.txtParagraphs.Text("é lnug two");
+    CaretTo(3);
+    QTest::keyClick(&paragraphs_, Qt::Key_F7);
+    QTest::keyClick(Menu(), Qt::Key_Down);
+    QTest::keyClick(Menu(), Qt::Key_Return);
+    ASSERT_TRUE(Menu());
+    judge.suggest({"lung", "R&D"});
+    EXPECT_FALSE(Menu());
+    EXPECT_EQ(form_.txtParagraphs.Text(), "é lung two");
+}
+
+TEST_F(WordMarking, KeepsTheGrowingMenuOnTheScreen) {
+    form_.txtParagraphs.Text("é lnug two");
+    AskAt(4);
+    const QRect screen = Menu()->screen()->availableGeometry();
+    Menu()->move(0, screen.bottom() + 1 - Menu()->height());
+    judge.suggest({"one", "two", "three", "four", "five", "six", "seven", "eight", "nine"});
+    EXPECT_EQ(Menu()->geometry().bottom(), screen.bottom());
+    EXPECT_EQ(ChooseNow({}).mid(7, 2), (QStringList{"eight", "Add \"lnug\" to my words"}));
+}
+
+TEST_F(WordMarking, DropsWhatIsFoundForAMenuThatIsGone) {
+    form_.txtParagraphs.Text("é lnug two");
+    AskAt(4);
+    const auto late = judge.suggest;
+    ChooseNow({});
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    AskAt(4);
+    late({"late"});
+    EXPECT_EQ(ChooseNow({}).front(), "Looking for suggestions...");
+}
+
+TEST_F(WordMarking, OffersNothingForATextThatHasGoneMeanwhile) {
+    form_.txtParagraphs.Text("é lnug two");
+    AskAt(4);
+    form_.txtParagraphs.Text("a lnug of another");
+    judge.suggest({"lung"});
+    EXPECT_EQ(ChooseNow({}).front(), "No suggestion");
+}
+
 TEST_F(WordMarking, OffersWhatMayBeMeantByTheWordUnderTheMouse) {
     form_.txtParagraphs.Text("é lnug two");
     AskAt(4);
@@ -146,16 +235,18 @@ TEST_F(WordMarking, OffersWhatMayBeMeantByTheWordUnderTheMouse) {
 TEST_F(WordMarking, NeverMendsAnotherText) {
     form_.txtParagraphs.Text("é lnug two");
     AskAt(4);
+    judge.suggest({"lung"});
     form_.txtParagraphs.Text("a lnug of another");
-    ChooseOffered("lung");
+    ChooseNow("lung");
     EXPECT_EQ(form_.txtParagraphs.Text(), "a lnug of another");
 }
 
 TEST_F(WordMarking, OffersNothingAnyMoreOnceTheTextCannotBeChanged) {
     form_.txtParagraphs.Text("é lnug two");
     AskAt(4);
+    judge.suggest({"lung"});
     form_.frmInside.Enabled(false);
-    ChooseOffered("lung");
+    ChooseNow("lung");
     EXPECT_EQ(form_.txtParagraphs.Text(), "é lnug two");
 }
 

@@ -36,7 +36,7 @@ struct LearnedWords : WordCheck {
                 unknown.push_back({at, Trimmed(word).size()});
         return unknown;
     }
-    std::vector<std::string> Suggestions(std::string_view) override { return {}; }
+    void Suggest(std::string_view, std::function<void(std::vector<std::string>)>) override {}
     void Learn(std::string_view) override {}
 };
 
