@@ -6,10 +6,15 @@
 
 #include <odbcinst.h>
 #include <sqlext.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <chrono>
+#include <climits>
+#include <filesystem>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -71,13 +76,18 @@ SQLRETURN Connect(const OdbcHandles& handles, std::string& text) {
                             static_cast<SQLSMALLINT>(text.size()), nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT);
 }
 
+std::string ValueOfEntry(const std::string& entry, const char* key) {
+    std::array<char, PATH_MAX> value{};
+    SQLGetPrivateProfileString(entry.c_str(), key, "", value.data(), static_cast<int>(value.size()), "odbc.ini");
+    return value.data();
+}
+
 /// Why no driver was found, which the driver manager says in one sentence for two reasons.
 Error NoDriver(const std::string& entry) {
-    std::array<char, 256> driver{};
-    SQLGetPrivateProfileString(entry.c_str(), "Driver", "", driver.data(), static_cast<int>(driver.size()), "odbc.ini");
+    const std::string driver = ValueOfEntry(entry, "Driver");
     std::string words = "The database cannot be opened: ";
-    if (driver.front() != 0)
-        words.append("its driver \"").append(driver.data()).append("\" is not installed");
+    if (!driver.empty())
+        words.append("its driver \"").append(driver).append("\" is not installed");
     else
         words.append("this account has no ODBC entry \"")
             .append(entry)
@@ -85,6 +95,23 @@ Error NoDriver(const std::string& entry) {
             .append(entry == "DicomFDB" ? "setup" : "odbc --dsn " + entry)
             .append("\" makes one");
     return OdbcError(OdbcFailure::NoDriver, words);
+}
+
+/// What SQLite's driver says, with the file that it could not open, and why.
+std::string WhyNotOpened(const std::string& catalogue, const std::string& itsWords) {
+    const bool readable = access(catalogue.c_str(), R_OK) == 0;
+    return catalogue + ": " + (readable ? itsWords : std::generic_category().message(errno));
+}
+
+/// The same of one that could not be changed: beside it there must be files to write, too.
+std::string WhyUnchanged(const std::string& catalogue, const std::string& itsWords) {
+    const std::string words = "The catalogue " + catalogue + " cannot be changed: ";
+    for (const std::string& each :
+         {catalogue, catalogue + "-wal", catalogue + "-shm", std::filesystem::path(catalogue).parent_path().string()})
+        if (access(each.c_str(), W_OK) != 0 && errno != ENOENT)
+            return words + "this account may not write " + (each == catalogue ? "it" : each) + " (" +
+                   std::generic_category().message(errno) + ")";
+    return words + itsWords;
 }
 
 std::string LossOf(const std::string& reason) {
@@ -130,9 +157,14 @@ void OdbcSession::Open(std::string_view connectionText, std::string_view user, s
     if (!SQL_SUCCEEDED(result)) {
         const auto diagnostics = OdbcDiagnostics::Read(SQL_HANDLE_DBC, handles->connection.Get());
         constexpr std::string_view byEntry = "DSN=";
-        if (diagnostics.driverUnknown && login.text.starts_with(byEntry))
-            throw NoDriver(login.text.substr(byEntry.size(), login.text.find(';') - byEntry.size()));
+        const std::string entry = login.text.starts_with(byEntry)
+                                      ? login.text.substr(byEntry.size(), login.text.find(';') - byEntry.size())
+                                      : std::string();
+        if (diagnostics.driverUnknown && !entry.empty())
+            throw NoDriver(entry);
         Error error = diagnostics.AsError();
+        if (error.description.starts_with("[SQLite]"))
+            error.description = WhyNotOpened(ValueOfEntry(entry, "Database"), error.description);
         // What follows the entry's name may be a password.
         error.description = "The database cannot be opened: " + error.description + " (" +
                             login.text.substr(0, login.text.find(';')) + ")";
@@ -340,6 +372,9 @@ void OdbcSession::Fail(SQLSMALLINT handleType, SQLHANDLE handle) {
     const OdbcDiagnostics diagnostics = OdbcDiagnostics::Read(handleType, handle);
     nothingMade_ = diagnostics.nothingMade;
     Error error = diagnostics.AsError();
+    constexpr int readOnly = 8, cannotOpen = 14; // of SQLite's results
+    if (engine_ == Engine::Sqlite && (error.number == readOnly || error.number == cannotOpen))
+        error.description = WhyUnchanged(Info(SQL_DATABASE_NAME), error.description);
     if (diagnostics.connectionLost || IsConnectionDead() || (othersBeside_ && error.number == LockWaitTimeout)) {
         lossReason_ = diagnostics.text;
         error.description = LossOf(lossReason_);
@@ -364,7 +399,7 @@ bool OdbcSession::IsConnectionDead() const {
 }
 
 std::string OdbcSession::Info(SQLUSMALLINT item) const {
-    std::array<char, 128> text{};
+    std::array<char, PATH_MAX> text{};
     SQLSMALLINT length = 0;
     SQLGetInfo(Handle(), item, text.data(), static_cast<SQLSMALLINT>(text.size()), &length);
     return text.data();

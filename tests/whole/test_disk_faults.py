@@ -198,7 +198,7 @@ class TheCatalogue(DiskTest):
             self.small.make_read_only()
             opening = client.begin("LoadForImgSeries", "(as)", images)
             said = self.program(client).confirm("APPLICATION: Quendor --- Function: Esegui --- Error: ")
-            self.assertIn("readonly", said)
+            self.assertRegex(said, "The catalogue .*/catalogue.db cannot be changed: .* [(]Read-only file system[)]")
             opening.result(10)
             self.expect_no_window(client)
             self.small.make_writable()

@@ -64,7 +64,7 @@ class AStartByHand(unittest.TestCase):
             "[DicomFDB]\n": "no ODBC entry \"DicomFDB\" that leads to a catalogue",
             "[DicomFDB]\nDriver = Nothing\n": "its driver \"Nothing\" is not installed",
             "[DicomFDB]\nDriver = /lib/nothing.so\n": "/lib/nothing.so",
-            f"[DicomFDB]\n{sqlite}{broken}/nowhere/catalogue.db\n": "connect failed (DSN=DicomFDB)",
+            f"[DicomFDB]\n{sqlite}{broken}/nowhere/catalogue.db\n": f"{broken}/nowhere/catalogue.db: No such file or directory (DSN=DicomFDB)",
             f"[DicomFDB]\n{sqlite}{broken}/text.db\n": "file is not a database",
             f"[DicomFDB]\n{sqlite}{broken}/empty.db\n": "no such table",
             f"[DicomFDB]\nDriver = PostgreSQL Unicode\nServername = 127.0.0.1\nPort = {free_port()}\n":
