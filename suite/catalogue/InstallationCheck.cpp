@@ -13,6 +13,7 @@
 #include "suite/catalogue/FolderImport.h"
 #include "suite/catalogue/Schema.h"
 #include "suite/catalogue/SchemaFaults.h"
+#include "suite/catalogue/SchemaParts.h"
 #include "suite/catalogue/Settings.h"
 #include "suite/catalogue/StoredObjects.h"
 #include "suite/catalogue/TextRules.h"
@@ -165,8 +166,10 @@ private:
     /// Whether this is a workstation, as it is wherever there is no department.
     bool LookAtDepartment() {
         Department department(catalogue_);
-        if (!department.Exists())
+        if (!department.Exists()) {
+            MayChange(); // of a department each account has rights of its own
             return true;
+        }
         DepartmentCheck check(catalogue_, department);
         const auto workstation = check.Here();
         auto found = workstation ? check.OfWorkstation(*workstation) : check.OfAll(mending_);
@@ -177,6 +180,46 @@ private:
                                 *treeFault_ + ", so that rows and files are not compared"});
         byOwner_ = ByOwner;
         return workstation.has_value();
+    }
+
+    /// Tried with changes of no row, which any engine refuses who may not make others: by its file or by its role.
+    void MayChange() {
+        const int version = ReadCatalogueVersion(catalogue_).value_or(CatalogueVersion{1, OldestWriter}).number;
+        auto tables = schema::Tables();
+        std::erase_if(tables, [&](const schema::Table& table) { return table.since > version; });
+        std::vector<std::string> lacking;
+        std::string why;
+        for (const std::string right : {"INSERT", "UPDATE", "DELETE"}) {
+            const std::string on = right + " on ";
+            std::vector<std::string> refused;
+            for (const auto& [table, columns, since] : tables)
+                if (const auto words = WhyRefused(right, table, std::string(columns.front().name))) {
+                    refused.push_back(on + table);
+                    why = *words;
+                }
+            if (refused.size() == tables.size())
+                refused = {on + "every table"};
+            std::ranges::move(refused, std::back_inserter(lacking));
+        }
+        if (lacking.empty())
+            Well("this account may change what is in the catalogue");
+        else if (engine_ == Engine::Sqlite)
+            Missing(why);
+        else
+            Missing("this account's role on the server lacks " + Listed(lacking) + " (" + why +
+                    "); the server's administrator grants it");
+    }
+
+    std::optional<std::string> WhyRefused(const std::string& right, const std::string& table,
+                                          const std::string& column) try {
+        const std::string change =
+            right == "INSERT"   ? "INSERT INTO " + table + " (" + column + ") SELECT " + column + " FROM " + table
+            : right == "UPDATE" ? "UPDATE " + table + " SET " + column + "=" + column
+                                : "DELETE FROM " + table;
+        catalogue_.OpenResultSet(change + " WHERE 1=0");
+        return std::nullopt;
+    } catch (const Error& error) {
+        return error.description;
     }
 
     void OneRow(OneRowTable& table, const char* name, const char* remedy) {

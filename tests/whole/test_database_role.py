@@ -5,7 +5,7 @@ import re
 import subprocess
 
 from case import SystemTest, ViewerTest
-from database import ENGINE, INSTALLATION, OWNER, ROLE, catalogue_on_a_server
+from database import DATABASE, ENGINE, INSTALLATION, OWNER, ROLE, catalogue_on_a_server
 from person.driver import wait_until
 from person.editor import SEARCH
 from person.studies import Study
@@ -82,7 +82,15 @@ class TheRoleOfTheDailyWork(SystemTest):
         subprocess.run(["orbenta-catalogue", "check", "--mend", "--dsn", "OrbentaOwner"], stdout=subprocess.DEVNULL)
         self.assertEqual(server.run("SELECT AccessionNumber FROM Study", ROLE).returncode, 0)
 
-    def test_is_refused_what_the_page_names(self):
+    def test_that_may_read_alone_is_told_by_the_check_what_it_lacks(self):
+        tables = {"postgresql": "ALL TABLES IN SCHEMA public", "mariadb": f"{DATABASE}.*"}[ENGINE]
+        rights = f"UPDATE, DELETE ON {tables}"
+        server.run(f"REVOKE {rights} FROM {ROLE}", server.administrator, check=True)
+        self.addCleanup(server.run, f"GRANT {rights} TO {ROLE}", server.administrator, check=True)
+        said = subprocess.run(["orbenta-catalogue", "check"], capture_output=True, text=True)
+        self.assertEqual(said.returncode, 1)
+        self.assertIn("role on the server lacks UPDATE on every table, DELETE on every table (", said.stdout)
+
         for statement in refused_statements():
             with self.subTest(statement):
                 said = server.run(statement, ROLE)

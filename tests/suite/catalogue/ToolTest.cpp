@@ -9,6 +9,8 @@
 #include <dcmtk/dcmdata/dcuid.h>
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include <csignal>
 #include <fstream>
 
@@ -28,6 +30,19 @@ std::string BesideTheTool(const std::string& path) {
 
 class Tool : public testing::Test {
 protected:
+    /// Takes the right away to change the catalogue, from `what` of it on.
+    void Protect(const std::filesystem::path& what) const {
+        namespace fs = std::filesystem;
+        fs::permissions(room.Folder(), fs::perms(0755));
+        for (const auto& file : fs::directory_iterator(room.Folder()))
+            fs::permissions(file, fs::perms(0666));
+        const auto all = fs::perms::owner_write | fs::perms::group_write | fs::perms::others_write;
+        fs::permissions(what, all, fs::perm_options::remove);
+    }
+    /// As an account to which root's rights are no help.
+    static std::string Plainly(const std::string& command) {
+        return (geteuid() == 0 ? "setpriv --reuid 65534 --regid 65534 --clear-groups " : "") + command;
+    }
     std::string Write(const std::string& name, const std::string& text) {
         std::ofstream(room.Folder() / name, std::ios::binary) << text;
         return (room.Folder() / name).string();
@@ -751,6 +766,38 @@ TEST_F(Tool, SaysHowACatalogueOfBeforeCanBeToldOfTheHelpInWriting) {
     room.Tool("init");
     room.Run("DROP TABLE Writing");
     EXPECT_TRUE(Holds(room.Tool("writing").err, "\"orbenta-catalogue upgrade\" makes it"));
+}
+
+TEST_F(Tool, SaysWhichCatalogueItMayNotChangeAndWhy) {
+    const std::string file = (room.Folder() / "catalogue.db").string();
+    if (RunShell(Plainly("test -x " TOOL_PROGRAM)).status != 0)
+        GTEST_SKIP() << "other accounts may not run " TOOL_PROGRAM;
+    Protect(file);
+    const std::string words =
+        "The catalogue " + file + " cannot be changed: this account may not write it (Permission denied)";
+    EXPECT_TRUE(Holds(RunShell(Plainly(TOOL_PROGRAM " site --node A")).err, words));
+    EXPECT_TRUE(Holds(RunShell(Plainly(TOOL_PROGRAM " check")).out, words));
+}
+
+TEST_F(Tool, SaysThatTheCataloguesFolderCannotBeWritten) {
+    if (RunShell(Plainly("test -x " TOOL_PROGRAM)).status != 0)
+        GTEST_SKIP() << "other accounts may not run " TOOL_PROGRAM;
+    room.Catalogue().Close(); // which leaves nothing beside it
+    Protect(room.Folder());
+    const Outcome check = RunShell(Plainly(TOOL_PROGRAM " check"));
+    EXPECT_TRUE(Holds(check.out + check.err, "cannot be changed: this account may not write " + room.Folder().string() +
+                                                 " (Permission denied)"))
+        << check.out << check.err;
+}
+
+TEST_F(Tool, SaysWhichCatalogueItMayNotRead) {
+    if (RunShell(Plainly("test -x " TOOL_PROGRAM)).status != 0)
+        GTEST_SKIP() << "other accounts may not run " TOOL_PROGRAM;
+    const auto file = room.Folder() / "catalogue.db";
+    Protect(file);
+    std::filesystem::permissions(file, std::filesystem::perms::none);
+    EXPECT_TRUE(Holds(RunShell(Plainly(TOOL_PROGRAM " check")).err,
+                      "The database cannot be opened: " + file.string() + ": Permission denied (DSN=DicomFDB)"));
 }
 
 } // namespace
