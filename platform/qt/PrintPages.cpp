@@ -9,10 +9,12 @@
 #include <QFontMetricsF>
 #include <QGlyphRun>
 #include <QImageReader>
+#include <QLibrary>
 #include <QPagedPaintDevice>
 #include <QPaintEngine>
 #include <QPainter>
 #include <QPrinter>
+#include <QPrinterInfo>
 #include <QRawFont>
 #include <QTextLayout>
 
@@ -112,6 +114,22 @@ QImage ReadPicture(const std::string& file, QSizeF place) {
     return picture.width() > finest.width() || picture.height() > finest.height()
                ? picture.scaled(finest, Qt::KeepAspectRatio, Qt::SmoothTransformation)
                : picture;
+}
+
+/// Why the print system has refused what this thread asked of it last; empty when it has not. The toolkit overlooks
+/// that, and the system's library, which it has loaded, remembers it.
+std::string LastRefusal() {
+    constexpr int firstFailure = 0x400; // of IPP's statuses
+    QLibrary library(QStringLiteral("cups"), 2);
+    const auto status = reinterpret_cast<int (*)()>(library.resolve("cupsLastError"));
+    const auto words = reinterpret_cast<const char* (*)()>(library.resolve("cupsLastErrorString"));
+    return status && words && (status() < 0 || status() >= firstFailure) ? words() : "";
+}
+
+/// The paper that a printer has in it unless somebody says otherwise.
+QPageSize PaperOf(const QPrinter& printer) {
+    const QPageSize usual = QPrinterInfo(printer).defaultPageSize();
+    return usual.isValid() ? usual : QPageSize(QPageSize::A4);
 }
 
 } // namespace
@@ -292,6 +310,26 @@ void PrintPages::SetUp(QPrinter& printer, const PrintLayout& layout) {
     printer.setFullPage(true);
     printer.setDocName(ToQt(layout.caption));
     SetSheet(printer);
+    printer.setPageSize(PaperOf(printer));
+}
+
+void PrintPages::Print(QPrinter& printer) const {
+    const auto papers = QPrinterInfo(printer).supportedPageSizes();
+    const auto chosen = printer.pageLayout().pageSize();
+    if (!papers.isEmpty() &&
+        std::ranges::none_of(papers, [&](const auto& each) { return each.isEquivalentTo(chosen); }))
+        printer.setPageSize(PaperOf(printer));
+    Paint(printer);
+    if (printer.outputFormat() != QPrinter::NativeFormat)
+        return; // the dialog has a file, too
+    const std::string name = FromQt(printer.printerName());
+    if (const std::string why = LastRefusal(); !why.empty())
+        throw Error(Fault::NotPrinted, "PrintReport",
+                    "The report was not printed: the printer " + name + " does not take it (" + why + ")");
+    if (QPrinterInfo::printerInfo(printer.printerName()).state() == QPrinter::Error)
+        throw Error(Fault::NotPrinted, "PrintReport",
+                    "The printer " + name +
+                        " is stopped: the report waits in its queue, and is printed when it goes on.");
 }
 
 void PrintPages::Paint(QPagedPaintDevice& device) const {

@@ -36,11 +36,15 @@ public:
 
     /// Makes `device` print on A4 without margins: the layout has its own.
     static void SetSheet(QPagedPaintDevice& device);
-    /// The same of a printer, whose queue gets the layout's caption: others see it, so that it names no patient.
+    /// Makes a printer ready, on the paper that is in it: the queue gets the layout's caption, which others see, so
+    /// that it names no patient.
     static void SetUp(QPrinter& printer, const PrintLayout& layout);
     /// Draws the pages that `device` asks for, which must have no margins of its own. On a sheet
     /// smaller than A4 they are smaller too.
     void Paint(QPagedPaintDevice& device) const;
+    /// Paints for a printer's queue, on the printer's own paper where it has not what was chosen. That it takes
+    /// nothing, or stands still, is an error.
+    void Print(QPrinter& printer) const;
 
 private:
     /// The text of each field, by its control.

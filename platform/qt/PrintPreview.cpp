@@ -94,7 +94,7 @@ void PrintPreview::Print() {
         dialog.setOptions(QPrintDialog::PrintPageRange | QPrintDialog::PrintCollateCopies);
         dialog.setMinMax(1, pages_.Count());
         if (dialog.exec() == QDialog::Accepted)
-            pages_.Paint(printer);
+            pages_.Print(printer);
     });
 }
 

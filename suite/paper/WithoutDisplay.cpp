@@ -53,7 +53,7 @@ int PrintWithoutDisplay(const PrintLayout& layout, const DateTime& today, const 
         QPrinter printer(QPrinter::HighResolution);
         printer.setPrinterName(wanted);
         PrintPages::SetUp(printer, pages.Layout());
-        pages.Paint(printer);
+        pages.Print(printer);
     });
 }
 

@@ -2,7 +2,9 @@
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QMessageBox>
 #include <QPrintDialog>
+#include <QPrinter>
 #include <QRadioButton>
 #include <QSpinBox>
 
@@ -72,6 +74,23 @@ TEST_F(PrintQueue, TakesTheLastPageFirstWhenAsked) {
         Print(threePages, [](QPrintDialog& dialog) { dialog.findChild<QCheckBox*>("reverse")->setChecked(true); });
     EXPECT_EQ(std::ranges::count(text, '\f'), 3);
     EXPECT_LT(text.find("Il medico"), text.find("Paziente")) << text;
+}
+
+TEST_F(PrintQueue, ThatIsGoneWhenTheDialogIsAcceptedIsTold) {
+    RunShell("lpadmin -p Vanishing -E -v file:/dev/null -m raw; lpadmin -d Vanishing");
+    QString said;
+    EXPECT_EQ(Print("Normal.",
+                    [&](QPrintDialog& dialog) {
+                        EXPECT_EQ(dialog.printer()->printerName(), "Vanishing");
+                        RunShell("lpadmin -x Vanishing; lpadmin -d Reparto");
+                        InDialog<QMessageBox>([&](QMessageBox& message) {
+                            said = message.text();
+                            message.accept();
+                        });
+                    }),
+              "0 documents");
+    EXPECT_TRUE(said.startsWith("The report was not printed: the printer Vanishing does not take it ("))
+        << said.toStdString();
 }
 
 TEST_F(PrintQueue, TakesNothingFromADialogThatIsLeft) {
