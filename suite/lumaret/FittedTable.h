@@ -19,9 +19,12 @@ public:
 
     void Fill(const QList<QStringList>& rows);
 
+    /// No more than it needs: it takes what there is.
+    QSize sizeHint() const override { return minimumSizeHint(); }
+
 protected:
     void resizeEvent(QResizeEvent* event) override;
-    QSize minimumSizeHint() const override { return {120, 60}; }
+    QSize minimumSizeHint() const override { return {120, 80}; } // heading and a row
 
 private:
     void Fit();

@@ -1,5 +1,6 @@
 #include "suite/lumaret/MainWindow.h"
 
+#include "platform/qt/Scrolled.h"
 #include "suite/lumaret/Orientation.h"
 #include "suite/lumaret/ScreenText.h"
 
@@ -111,7 +112,9 @@ void MainWindow::BuildSelection() {
     column->addWidget(studies_, 1);
     column->addWidget(Framed(tr("I&mages of the open report"), reportImageList_));
 
-    splitter_->addWidget(panel);
+    auto* scrolled = new Scrolled(splitter_); // in a low window
+    scrolled->setWidget(panel);
+    splitter_->addWidget(scrolled);
     splitter_->addWidget(imageAndReport_);
     splitter_->setStretchFactor(1, 1);
     imageAndReport_->addWidget(image_);

@@ -1,6 +1,7 @@
 #include "suite/lumaret/MainWindow.h"
 #include "platform/qt/PdfFile.h"
 #include "platform/qt/PrintPreview.h"
+#include "platform/qt/Scrolled.h"
 #include "tests/platform/dbus/PrivateBus.h"
 #include "tests/platform/dcmtk/RawDicom.h"
 #include "tests/suite/lumaret/CatalogueRows.h"
@@ -635,6 +636,24 @@ TEST_F(MainWindowTest, HasPlaceBesideTheEditorOnASmallScreen) {
     EXPECT_LE(window.minimumSizeHint().width(), 540);
     EXPECT_EQ(window.width(), 540);
     EXPECT_GE(ReportText().mapTo(&window, QPoint()).y(), Image().mapTo(&window, QPoint()).y() + Image().height());
+}
+
+TEST_F(MainWindowTest, ALowWindowScrollsItsListsAndCrushesNone) {
+    ChooseReport();
+    window.resize(540, 480);
+    Settle();
+    EXPECT_EQ(window.height(), 480);
+    const auto* panel = window.findChild<StudyPanel*>();
+    const auto& bar = *window.findChild<Scrolled*>()->verticalScrollBar();
+    EXPECT_TRUE(bar.isVisible());
+    for (const QWidget* each : panel->findChildren<QWidget*>())
+        EXPECT_TRUE(!each->isVisible() || qobject_cast<const QHeaderView*>(each) ||
+                    each->height() >= each->minimumSizeHint().height())
+            << each->metaObject()->className();
+    window.resize(540, 720);
+    EXPECT_TRUE(WaitUntil([&] { return !bar.isVisible(); }))
+        << panel->parentWidget()->minimumSizeHint().height() << " of "
+        << panel->parentWidget()->parentWidget()->height();
 }
 
 TEST_F(MainWindowTest, ANarrowWindowTellsWhichVersionItShowsFromItsFirstLine) {
