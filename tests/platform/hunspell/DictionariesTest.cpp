@@ -187,7 +187,7 @@ TEST_F(LooksForSuggestions, ThatFailFindNothing) {
             first.begun.set_value();
             throw std::bad_alloc();
         },
-        [&](std::vector<std::string> found) { empty = found.empty(); });
+        [&](const std::vector<std::string>& found) { empty = found.empty(); });
     first.begun.get_future().wait();
     Told();
     EXPECT_TRUE(empty);
