@@ -100,6 +100,15 @@ void FittedTable::Fit() {
     }
 }
 
+QSize FittedTable::minimumSizeHint() const {
+    constexpr int headingAndRow = 80;
+    int headings = 2 * frameWidth();
+    for (int column = 0; column < columnCount(); ++column)
+        if (!isColumnHidden(column))
+            headings += horizontalHeader()->sectionSizeHint(column);
+    return {headings, headingAndRow};
+}
+
 void FittedTable::resizeEvent(QResizeEvent* event) {
     QTableWidget::resizeEvent(event);
     Fit();

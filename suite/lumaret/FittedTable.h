@@ -24,7 +24,8 @@ public:
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
-    QSize minimumSizeHint() const override { return {120, 80}; } // heading and a row
+    /// All headings, and a row.
+    QSize minimumSizeHint() const override;
 
 private:
     void Fit();

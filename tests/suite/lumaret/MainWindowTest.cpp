@@ -702,7 +702,7 @@ TEST_F(MainWindowTest, NoColumnIsOutOfSight) {
 TEST_F(MainWindowTest, NoHeadingIsCutBesideTheEditorOnASmallScreen) {
     ChooseReport();
     Settle();
-    for (const int width : {535, 545, 1152}) {
+    for (const int width : {window.minimumSizeHint().width(), 535, 545, 1152}) {
         window.resize(width, 720);
         for (const char* name : {"Studies", "Series"}) {
             const QHeaderView& header = *Named<QTableWidget>(name).horizontalHeader();
