@@ -53,5 +53,15 @@ def processes(name):
     return found
 
 
+def ended(process):
+    """Whether a process has ended, be it that its parent has not taken notice of it yet: that of what the bus starts is
+    the machine's first process, and some look but every two seconds."""
+    try:
+        state = Path(f"/proc/{process}/stat").read_text().rpartition(")")[2].split()
+    except OSError:
+        return True
+    return state[0] == "Z" and state[17] == "1"  # none of its threads is left
+
+
 def wait_ended(process):
-    wait_until(lambda: not Path(f"/proc/{process}").exists(), f"the process {process} to end")
+    wait_until(lambda: ended(process), f"the process {process} to end")
