@@ -49,7 +49,7 @@ function(tavrel_test room)
     endif()
     if(test_RUNNER)
         add_test(NAME ${room}.${test_PART} COMMAND ${test_RUNNER} $<TARGET_FILE:${program}>)
-        set_tests_properties(${room}.${test_PART} PROPERTIES ${properties})
+        set_tests_properties(${room}.${test_PART} PROPERTIES ${properties} COST ${test_TIMEOUT}) # the longest begin first
     else()
         gtest_discover_tests(${program} TEST_PREFIX ${room}. DISCOVERY_MODE PRE_TEST PROPERTIES ${properties})
     endif()
