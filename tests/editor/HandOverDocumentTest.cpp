@@ -26,38 +26,38 @@ std::vector<DocumentedField> DocumentedFields() {
 
 using Image = ImagePresentationContext;
 
-struct Change {
+struct ImageChange {
     std::string_view field;
     void (*make)(Image&);
 };
 
 /// What gives each field another text than it has in a neutral line.
 constexpr std::array Changes{
-    Change{"Filename", [](Image& image) { image.Filename = "a.dcm"; }},
-    Change{"Zoom", [](Image& image) { image.ViewPars->zoom = 2; }},
-    Change{"FlipHorizontal", [](Image& image) { image.ViewPars->flipHorizontal = true; }},
-    Change{"FlipVertical", [](Image& image) { image.ViewPars->flipVertical = true; }},
-    Change{"LUTName", [](Image& image) { image.LUTName = "Bone"; }},
-    Change{"DisplayedArea, left", [](Image& image) { image.ViewPars->displayedArea.left = 2; }},
-    Change{"DisplayedArea, top", [](Image& image) { image.ViewPars->displayedArea.top = 2; }},
-    Change{"DisplayedArea, right", [](Image& image) { image.ViewPars->displayedArea.right = 2; }},
-    Change{"DisplayedArea, bottom", [](Image& image) { image.ViewPars->displayedArea.bottom = 2; }},
-    Change{"Inverted", [](Image& image) { image.ViewPars->inverted = true; }},
-    Change{"Smoothed", [](Image& image) { image.ViewPars->smoothed = true; }},
-    Change{"Frame", [](Image& image) { image.ViewPars->frame = 2; }},
-    Change{"Rotation", [](Image& image) { image.ViewPars->rotation = 2; }},
-    Change{"WindowCenter", [](Image& image) { image.ViewPars->windowCenter = 2; }},
-    Change{"WindowWidth", [](Image& image) { image.ViewPars->windowWidth = 2; }},
-    Change{"PanX", [](Image& image) { image.ViewPars->panX = 2; }},
-    Change{"PanY", [](Image& image) { image.ViewPars->panY = 2; }},
-    Change{"Gamma", [](Image& image) { image.ViewPars->gamma = 2; }},
-    Change{"Sharpness", [](Image& image) { image.ViewPars->sharpness = 2; }},
+    ImageChange{"Filename", [](Image& image) { image.Filename = "a.dcm"; }},
+    ImageChange{"Zoom", [](Image& image) { image.ViewPars->zoom = 2; }},
+    ImageChange{"FlipHorizontal", [](Image& image) { image.ViewPars->flipHorizontal = true; }},
+    ImageChange{"FlipVertical", [](Image& image) { image.ViewPars->flipVertical = true; }},
+    ImageChange{"LUTName", [](Image& image) { image.LUTName = "Bone"; }},
+    ImageChange{"DisplayedArea, left", [](Image& image) { image.ViewPars->displayedArea.left = 2; }},
+    ImageChange{"DisplayedArea, top", [](Image& image) { image.ViewPars->displayedArea.top = 2; }},
+    ImageChange{"DisplayedArea, right", [](Image& image) { image.ViewPars->displayedArea.right = 2; }},
+    ImageChange{"DisplayedArea, bottom", [](Image& image) { image.ViewPars->displayedArea.bottom = 2; }},
+    ImageChange{"Inverted", [](Image& image) { image.ViewPars->inverted = true; }},
+    ImageChange{"Smoothed", [](Image& image) { image.ViewPars->smoothed = true; }},
+    ImageChange{"Frame", [](Image& image) { image.ViewPars->frame = 2; }},
+    ImageChange{"Rotation", [](Image& image) { image.ViewPars->rotation = 2; }},
+    ImageChange{"WindowCenter", [](Image& image) { image.ViewPars->windowCenter = 2; }},
+    ImageChange{"WindowWidth", [](Image& image) { image.ViewPars->windowWidth = 2; }},
+    ImageChange{"PanX", [](Image& image) { image.ViewPars->panX = 2; }},
+    ImageChange{"PanY", [](Image& image) { image.ViewPars->panY = 2; }},
+    ImageChange{"Gamma", [](Image& image) { image.ViewPars->gamma = 2; }},
+    ImageChange{"Sharpness", [](Image& image) { image.ViewPars->sharpness = 2; }},
 };
 
 void Neutral(Image&) {}
 
 auto ChangeOf(const std::string& field) {
-    const auto found = std::ranges::find(Changes, field, &Change::field);
+    const auto found = std::ranges::find(Changes, field, &ImageChange::field);
     return found == Changes.end() ? Neutral : found->make;
 }
 

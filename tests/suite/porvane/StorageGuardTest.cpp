@@ -27,7 +27,7 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
-constexpr long Megabyte = 1024;
+constexpr long MegabyteInKilobytes = 1024;
 
 /// What other programs of the machine can do to the service through its port.
 class StorageGuard : public testing::Test {
@@ -114,7 +114,7 @@ TEST_F(StorageGuard, ACommandWithoutEndTakesNoMemory) {
     const std::string piece = RawSender::DataPdu(std::string(10'000, 'x'), true, false);
     for (int i = 0; i < 50'000 && sender.Send(piece);)
         ++i;
-    EXPECT_LT(Memory() - before, Megabyte);
+    EXPECT_LT(Memory() - before, MegabyteInKilobytes);
     ExpectServing();
 }
 
@@ -130,7 +130,7 @@ TEST_F(StorageGuard, AnAssociationRequestOfAnyLengthTakesNoMemory) {
     RawSender sender(room.Port());
     sender.Send(RawSender::PduOf(1, std::string(500'000'000, 'x'))); // NOLINT(bugprone-string-constructor): so long
     EXPECT_EQ(sender.Receive(), RawSender::AbortUnit);
-    EXPECT_LT(Memory() - before, Megabyte);
+    EXPECT_LT(Memory() - before, MegabyteInKilobytes);
     ExpectServing();
 }
 
@@ -324,7 +324,7 @@ TEST_F(StorageGuard, AnImageWithAnEndlessFirstGroupTakesNoMemory) {
     const auto answer = StoreRaw(endless + ImageAfter(""));
     EXPECT_EQ(answer.status, CannotUnderstand);
     EXPECT_EQ(answer.comment, "its header is too large ");
-    EXPECT_LT(Memory() - before, 64 * Megabyte);
+    EXPECT_LT(Memory() - before, 64 * MegabyteInKilobytes);
     ExpectServing();
 }
 
@@ -332,7 +332,7 @@ TEST_F(StorageGuard, AnImageWithTheLargestHeaderTakesLittleMemory) {
     ExpectServing();
     const long before = Memory();
     EXPECT_EQ(StoreRaw(LargestHeader() + ImageAfter("")).status, Stored) << room.ServiceLog();
-    EXPECT_LT(Memory() - before, 32 * Megabyte);
+    EXPECT_LT(Memory() - before, 32 * MegabyteInKilobytes);
 }
 
 TEST_F(StorageGuard, TenSendersOfTheLargestHeadersAtOnceTakeNoMoreThanOne) {
@@ -353,7 +353,7 @@ TEST_F(StorageGuard, TenSendersOfTheLargestHeadersAtOnceTakeNoMoreThanOne) {
     std::vector<std::jthread> senders(count);
     std::ranges::generate(senders, [&] { return std::jthread(store); });
     senders.clear();
-    EXPECT_LT(Memory() - before, 64 * Megabyte);
+    EXPECT_LT(Memory() - before, 64 * MegabyteInKilobytes);
 }
 
 /// Senders that ask for and send as much as they may, again and again.
@@ -406,8 +406,8 @@ TEST_F(StorageGuard, EveryPlaceTakenByTheWorstSendersTakesLittleMemory) {
             waiting.emplace_back(room.Port()).Send(RawSender::LargestAssociateRequest("WAITING", RawSender::CtImage));
         EXPECT_TRUE(Eventually([&] { return modalities.Answered() > 0 && editors.Answered() > 1; }));
     }
-    std::cout << "at most " << (Memory() - before) / Megabyte << " MB more than at the start\n";
-    EXPECT_LT(Memory() - before, 64 * Megabyte);
+    std::cout << "at most " << (Memory() - before) / MegabyteInKilobytes << " MB more than at the start\n";
+    EXPECT_LT(Memory() - before, 64 * MegabyteInKilobytes);
     EXPECT_TRUE(Eventually([&] { return TestObject().Numbered(999).Send(room) == Stored; }));
 }
 
@@ -421,7 +421,7 @@ TEST_F(StorageGuard, ALargeObjectTakesNoMemory) {
     // NOLINTNEXTLINE(bugprone-string-constructor): so large
     const std::string large(300'000'000, 'x');
     EXPECT_EQ(TestObject().Set(DCM_TextValue, large).Send(room), Stored);
-    EXPECT_LT(Memory() - before, 16 * Megabyte);
+    EXPECT_LT(Memory() - before, 16 * MegabyteInKilobytes);
 }
 
 TEST_F(StorageGuard, AnObjectHasALimitThatTheSiteSets) {
