@@ -56,7 +56,7 @@ void SaveReadyMade(const std::filesystem::path& file, const std::string& port, i
     const EncodedDataSet encoded = EncodeDataSet(version);
     for (int save = 0; save < saves + UntimedSaves; ++save) {
         const Measurement measurement;
-        StoreDataSet(encoded, {"127.0.0.1", port, "AE_INTERNAL", ServiceTitle}, {});
+        StoreDataSet(encoded, {"127.0.0.1", port, "AE_INTERNAL", ServiceTitle}, {}, TheStore());
         if (save >= UntimedSaves)
             measurement.Print("ready");
     }

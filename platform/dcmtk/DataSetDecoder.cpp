@@ -4,12 +4,7 @@
 #include "platform/dcmtk/DicomValues.h"
 #include "platform/dcmtk/TextElements.h"
 
-#include <dcmtk/config/osconfig.h>
-
-#include <dcmtk/dcmdata/dcdeftag.h>
-#include <dcmtk/dcmdata/dcelem.h>
-#include <dcmtk/dcmdata/dcitem.h>
-#include <dcmtk/dcmdata/dcsequen.h>
+#include <utility>
 
 namespace tavrel {
 namespace {
@@ -19,32 +14,28 @@ class Decoder {
 public:
     explicit Decoder(std::string declared) : declared_(std::move(declared)), set_(declared_) {}
 
-    DcmtkElements Decode(DcmItem& source) const {
+    DcmtkElements Decode(ReadItem source) const {
         DcmtkElements elements;
-        while (std::unique_ptr<DcmElement> element{source.remove(0UL)}) {
-            const Tag tag{element->getGTag(), element->getETag()};
-            if (tag.element == 0) // group lengths, which writing makes anew
-                continue;
-            if (element->ident() == EVR_SQ) {
-                elements.emplace(tag, DecodeItems(static_cast<DcmSequenceOfItems&>(*element)));
-                continue;
-            }
-            if (IsTextVr(VrOf(*element)))
-                elements.emplace(tag, DecodeText(StoredText(*element), set_));
-            else
-                elements.emplace(tag, std::move(element));
-        }
+        for (auto& from = source.elements; !from.empty(); from.pop_front())
+            elements.emplace(from.front().tag,
+                             std::visit([this](auto& each) { return Decoded(std::move(each)); }, from.front().value));
         return elements;
     }
 
 private:
-    DcmtkSequence DecodeItems(DcmSequenceOfItems& source) const {
+    DcmtkElement Decoded(TextElement text) const { return DecodeText(std::move(text), set_); }
+
+    static DcmtkElement Decoded(OtherElement other) { return other; }
+
+    DcmtkElement Decoded(std::list<ReadItem> source) const {
         DcmtkSequence items;
-        items.reserve(source.card());
-        while (const std::unique_ptr<DcmItem> item{source.remove(0UL)}) {
-            const std::string declared = DeclaredCharacterSet(*item, declared_);
+        items.reserve(source.size());
+        for (; !source.empty(); source.pop_front()) {
+            auto& item = source.front();
+            const std::string declared = item.characterSet.value_or(declared_);
             items.push_back(std::make_shared<DcmtkDataSet>());
-            items.back()->Adopt(declared == declared_ ? Decode(*item) : Decoder{declared}.Decode(*item), declared);
+            items.back()->Adopt(
+                declared == declared_ ? Decode(std::move(item)) : Decoder{declared}.Decode(std::move(item)), declared);
         }
         return items;
     }
@@ -55,13 +46,6 @@ private:
 
 } // namespace
 
-std::string DeclaredCharacterSet(DcmItem& source, const std::string& inheritedSet) {
-    OFString declared;
-    if (source.findAndGetOFStringArray(DCM_SpecificCharacterSet, declared).bad())
-        return inheritedSet;
-    return declared;
-}
-
 TextElement DecodeText(TextElement element, const CharacterSet& set) {
     if (const auto kind = TextKindOf(element.Vr())) {
         std::string text = WithCrLf(set.Decode(element.Text(), *kind));
@@ -71,8 +55,8 @@ TextElement DecodeText(TextElement element, const CharacterSet& set) {
     return element;
 }
 
-DcmtkElements DecodeElements(DcmItem& source, const std::string& declaredSet) {
-    return Decoder{declaredSet}.Decode(source);
+DcmtkElements DecodeElements(ReadItem source, const std::string& declaredSet) {
+    return Decoder{declaredSet}.Decode(std::move(source));
 }
 
 } // namespace tavrel

@@ -11,14 +11,6 @@
 #include "platform/dcmtk/TextElements.h"
 #include "platform/limits.h"
 
-#include <dcmtk/config/osconfig.h>
-
-#include <dcmtk/dcmdata/dcelem.h>
-#include <dcmtk/dcmdata/dcostrmb.h>
-#include <dcmtk/dcmdata/dcvr.h>
-#include <dcmtk/dcmdata/dcwcache.h>
-#include <dcmtk/dcmdata/dcxfer.h>
-
 #include <array>
 #include <cstdio>
 #include <functional>
@@ -98,7 +90,7 @@ std::optional<Error> FindLength(std::size_t bytes, std::string_view vr, const Pl
                                                  " can be stored.");
 }
 
-constexpr E_TransferSyntax FileSyntax = EXS_LittleEndianExplicit;
+constexpr std::string_view ExplicitLittleEndian = "1.2.840.10008.1.2.1";
 constexpr std::string_view ItemTag("\xFE\xFF\x00\xE0", 4);
 constexpr int LengthSize = 4; ///< bytes, of an item and of the VRs of long values
 
@@ -125,27 +117,6 @@ template <typename Content> void AppendMeasured(std::string& bytes, Content cont
                   LittleEndian(static_cast<std::uint32_t>(bytes.size() - begin - LengthSize), LengthSize));
 }
 
-/// Appends the element as the toolkit writes it.
-OFCondition AppendOther(std::string& bytes, const DcmElement& element) {
-    const auto copy = CopyOf(element);
-    if (!copy->canWriteXfer(FileSyntax, EXS_Unknown))
-        return EC_CannotChangeRepresentation;
-    std::array<char, 4096> block{};
-    DcmOutputBufferStream stream{block.data(), static_cast<offile_off_t>(block.size())};
-    DcmWriteCache cache;
-    OFCondition outcome = EC_StreamNotifyClient;
-    copy->transferInit();
-    while (outcome == EC_StreamNotifyClient) {
-        outcome = copy->write(stream, FileSyntax, EET_ExplicitLength, &cache);
-        void* written = nullptr;
-        offile_off_t length = 0;
-        stream.flushBuffer(written, length);
-        bytes.append(static_cast<const char*>(written), static_cast<std::size_t>(length));
-    }
-    copy->transferEnd();
-    return outcome;
-}
-
 /// Most texts of a report: they are the same in every character set, and hold nothing that no text may. Those that
 /// are no longer than a UID are not too long for any VR either.
 bool IsPrintableAscii(std::string_view text) {
@@ -164,8 +135,8 @@ public:
             const Place place{holder, tag, 0};
             if (const auto* text = std::get_if<TextElement>(&element))
                 EncodeText(*text, place);
-            else if (const auto* other = std::get_if<std::unique_ptr<DcmElement>>(&element))
-                EncodeOther(**other, place);
+            else if (const auto* other = std::get_if<OtherElement>(&element))
+                EncodeOther(*other, place);
             else
                 EncodeSequence(std::get<DcmtkSequence>(element), place);
         }
@@ -189,13 +160,10 @@ private:
             Encode(item, &place);
     }
 
-    void EncodeOther(const DcmElement& element, const Place& place) const {
-        const OFCondition outcome = AppendOther(bytes_, element);
-        if (outcome.good())
-            return;
-        const std::string reason = outcome == EC_CannotChangeRepresentation
-                                       ? "The data set holds compressed images, which cannot be saved uncompressed."
-                                       : place.Name() + " cannot be written: " + outcome.text() + ".";
+    void EncodeOther(const OtherElement& element, const Place& place) const {
+        if (element.unwritable.empty())
+            return AppendValue(place.tag, element.Vr(), element.value);
+        const std::string reason = place.Name() + " cannot be written: " + element.unwritable + ".";
         refuse_({DicomFailure(DicomFault::FileUnsaved, reason), {place.Path(), place.Words(), {}, {}, reason}});
     }
 
@@ -208,21 +176,21 @@ private:
         const bool tooMany = ShortLengthVrs.Holds(vr) && element.stored.size() > LongestShortValue;
         const std::string_view stored = tooMany ? text : element.stored;
         if (IsPrintableAscii(text) && text.size() <= longest::Uid)
-            return AppendText(place.tag, vr, stored);
+            return AppendValue(place.tag, vr, stored);
         const auto check = CheckText(text, kind ? set_ : ascii, kind.value_or(TextKind::Plain));
         if (auto refusal = Judge(text, check, vr, place))
             refuse_(std::move(*refusal));
         else
-            AppendText(place.tag, vr, check.bytes == text ? stored : check.bytes);
+            AppendValue(place.tag, vr, check.bytes == text ? stored : check.bytes);
     }
 
-    void AppendText(Tag tag, std::string_view vr, std::string_view value) const {
+    void AppendValue(Tag tag, std::string_view vr, std::string_view value) const {
         const bool odd = value.size() % 2 == 1;
         AppendHead(bytes_, tag, vr);
         bytes_ += LittleEndian(static_cast<std::uint32_t>(value.size() + (odd ? 1 : 0)), LengthSizeOf(vr));
         bytes_ += value;
         if (odd)
-            bytes_ += vr == "UI" ? '\0' : ' ';
+            bytes_ += IsTextVr(vr) && vr != "UI" ? ' ' : '\0';
     }
 
     std::optional<Refusal> Judge(std::string_view text, const TextCheck& check, std::string_view vr,
@@ -305,7 +273,7 @@ std::string InImplicitVr(std::string_view explicitVr) {
 }
 
 std::string EncodeFile(const EncodedDataSet& dataSet) {
-    return FileMeta(dataSet.sopClassUid, dataSet.sopInstanceUid, DcmXfer(FileSyntax).getXferID()) + dataSet.bytes;
+    return FileMeta(dataSet.sopClassUid, dataSet.sopInstanceUid, ExplicitLittleEndian) + dataSet.bytes;
 }
 
 } // namespace tavrel

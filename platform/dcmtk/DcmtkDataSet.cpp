@@ -8,13 +8,9 @@
 #include "platform/dcmtk/DicomFailure.h"
 #include "platform/dcmtk/DicomValues.h"
 #include "platform/dcmtk/Elements.h"
+#include "platform/dcmtk/Toolkit.h"
 #include "platform/paths.h"
 #include "platform/posix/WholeFile.h"
-
-#include <dcmtk/config/osconfig.h>
-
-#include <dcmtk/dcmdata/dcdatset.h>
-#include <dcmtk/dcmdata/dcelem.h>
 
 #include <algorithm>
 #include <array>
@@ -41,12 +37,11 @@ std::string_view Part(std::string_view text, int index) {
     return text.substr(0, text.find('\\'));
 }
 
-std::string_view ValueVr(const DcmtkElement& element) {
+std::string_view ValueVr(Tag tag, const DcmtkElement& element) {
     if (const auto* text = std::get_if<TextElement>(&element))
         return text->Vr();
-    const auto& other = *std::get<std::unique_ptr<DcmElement>>(element);
-    const auto vr = VrOf(other);
-    return vr == "UN" ? DictionaryVrOf(other) : vr;
+    const auto vr = std::get<OtherElement>(element).Vr();
+    return vr == "UN" ? TheToolkit().Vr(tag) : vr;
 }
 
 DcmtkElement NewElement(const Attribute& attribute, std::string text) {
@@ -58,14 +53,23 @@ DcmtkElement NewElement(const Attribute& attribute, std::string text) {
 DcmtkElement CopyOf(const DcmtkElement& element) {
     if (const auto* text = std::get_if<TextElement>(&element))
         return *text;
-    if (const auto* other = std::get_if<std::unique_ptr<DcmElement>>(&element))
-        return tavrel::CopyOf(**other);
+    if (const auto* other = std::get_if<OtherElement>(&element))
+        return *other;
     const auto& items = std::get<DcmtkSequence>(element);
     DcmtkSequence copies;
     copies.reserve(items.size());
     for (const auto& item : items)
         copies.push_back(item->Copy());
     return copies;
+}
+
+const Toolkit& ToolkitFor(const FileBytes& file) {
+    try {
+        return TheToolkit();
+    } catch (const std::exception& failure) {
+        throw DicomFailure(DicomFault::FileUnreadable,
+                           "The file " + file.path + " cannot be read: " + failure.what() + ".");
+    }
 }
 
 void CheckValueIndex(int valueIndex, Tag tag) {
@@ -83,13 +87,11 @@ DcmtkDataSet::DcmtkDataSet(std::shared_ptr<const DcmtkNetwork> network, DicomFil
 
 DcmtkDataSet::~DcmtkDataSet() = default;
 
-void DcmtkDataSet::ReadInto(const ParsedFile& file) const {
-    DcmtkElements elements;
-    if (file.meta)
-        elements = DecodeElements(*file.meta, {});
-    characterSet_ = DeclaredCharacterSet(*file.data);
-    elements.merge(DecodeElements(*file.data, characterSet_));
-    elements_ = std::move(elements);
+void DcmtkDataSet::ReadInto(const FileBytes& bytes) const {
+    ReadFile file = ToolkitFor(bytes).Read(bytes);
+    characterSet_ = file.data.characterSet.value_or(std::string{});
+    elements_ = DecodeElements(std::move(file.meta), {});
+    elements_.merge(DecodeElements(std::move(file.data), characterSet_));
 }
 
 void DcmtkDataSet::ParseEarlyPart() const {
@@ -98,7 +100,7 @@ void DcmtkDataSet::ParseEarlyPart() const {
     if (auto early = file_->ReadEarlyTexts())
         Take(std::move(*early));
     else
-        ReadInto(file_->ParseEarlyPart());
+        ReadInto(file_->TakeEarlyPart());
     earlyPartParsed_ = true;
 }
 
@@ -115,7 +117,7 @@ void DcmtkDataSet::Take(EarlyTexts early) const {
 void DcmtkDataSet::ParseAll() const {
     if (!file_)
         return;
-    ReadInto(file_->Parse());
+    ReadInto(file_->Read());
     earlyPartParsed_ = true;
     earlyOthers_.clear();
     file_.reset();
@@ -147,15 +149,15 @@ const DcmtkElement* DcmtkDataSet::Find(Tag tag) const {
 
 std::string DcmtkDataSet::TextOf(const DcmtkElement& element) const {
     const auto* held = std::get_if<TextElement>(&element);
-    const auto* other = held != nullptr ? nullptr : std::get<std::unique_ptr<DcmElement>>(element).get();
-    const auto vr = held != nullptr ? held->Vr() : VrOf(*other);
+    const auto* other = std::get_if<OtherElement>(&element);
+    const auto vr = held != nullptr ? held->Vr() : other->Vr();
     std::string text;
     if (held != nullptr) {
         text = held->Text();
         if (!TextKindOf(vr)) // codes, dates, UIDs: they have no character set, so a byte beyond ASCII means nothing
             std::ranges::replace_if(text, IsBeyondAscii, '?');
     } else if (vr == "UN") {
-        text = CharacterSet{characterSet_}.Decode(RawBytes(*other), TextKind::Values);
+        text = CharacterSet{characterSet_}.Decode(WithoutPadding(other->value), TextKind::Values);
     } else if (IsNumberVr(vr)) {
         text = NumberText(*other);
     }
@@ -169,7 +171,7 @@ Value DcmtkDataSet::GetValue(const Attribute& attribute, int valueIndex) const {
     if (element == nullptr)
         return {};
     std::string text = TextOf(*element);
-    const auto vr = ValueVr(*element);
+    const auto vr = ValueVr(attribute, *element);
     if (text.empty() || valueIndex < 0 || (valueIndex > 0 && SingleValueVrs.Holds(vr)))
         return {};
     if (valueIndex == 0 && WholeVrs.Holds(vr))
@@ -310,7 +312,8 @@ void DcmtkDataSet::StoreToNode(std::string_view host, std::string_view port, std
     if (wait)
         network_->events.Expect(GetString(attribute::SopInstanceUid));
     try {
-        network_->background.Run("Storing the version ...", [&] { StoreDataSet(encoded, target, network_->timeouts); });
+        network_->background.Run("Storing the version ...",
+                                 [&] { StoreDataSet(encoded, target, network_->timeouts, network_->store()); });
     } catch (const std::exception& failure) {
         const auto* known = dynamic_cast<const Error*>(&failure);
         const bool notItsTurn = known && known->number == static_cast<int>(DicomFault::NotItsTurn);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/dcmtk/DicomFile.h"
+#include "platform/dcmtk/OtherElements.h"
 #include "platform/dcmtk/TextElements.h"
 #include "platform/dicom.h"
 
@@ -19,11 +20,11 @@ struct EncodedDataSet;
 struct StoreTarget;
 
 using DcmtkSequence = std::vector<std::shared_ptr<DcmtkDataSet>>;
-using DcmtkElement = std::variant<TextElement, std::unique_ptr<DcmElement>, DcmtkSequence>;
+using DcmtkElement = std::variant<TextElement, OtherElement, DcmtkSequence>;
 using DcmtkElements = std::map<Tag, DcmtkElement>;
 
-/// A data set or item. The toolkit's objects are those leaves only that hold no text; sequences are this class's own,
-/// so that a handle stays sound whatever becomes of the sequence that holds it. Text is kept in UTF-8, decoded when
+/// A data set or item. No object of the toolkit is in it: they cost ten times as much to make, to copy and to write,
+/// and a handle stays sound whatever becomes of the sequence that holds it. Text is kept in UTF-8, decoded when
 /// the file is parsed, so a later change of the declared character set harms nothing.
 /// Elements of group 0002 are kept beside the others and never written into the data set.
 class DcmtkDataSet final : public DicomDataSet, public std::enable_shared_from_this<DcmtkDataSet> {
@@ -60,7 +61,7 @@ public:
 private:
     void ParseEarlyPart() const;
     void ParseAll() const;
-    void ReadInto(const ParsedFile& file) const;
+    void ReadInto(const FileBytes& bytes) const;
     void Take(EarlyTexts early) const;
     /// No sequence.
     const DcmtkElement* Find(Tag tag) const;

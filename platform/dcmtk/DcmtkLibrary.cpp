@@ -1,33 +1,15 @@
 #include "platform/dcmtk/DcmtkLibrary.h"
 
 #include "platform/dcmtk/DcmtkDataSetList.h"
-#include "platform/dcmtk/DcmtkStore.h"
 #include "platform/dcmtk/TextCheck.h"
+#include "platform/dcmtk/Toolkit.h"
 
-#include <dcmtk/config/osconfig.h>
-
-#include <dcmtk/dcmdata/dcdict.h>
-#include <dcmtk/oflog/oflog.h>
-
-#include <mutex>
+#include <exception>
 
 namespace tavrel {
-namespace {
-
-/// What goes wrong is told through errors; the toolkit's remarks on the console help nobody.
-void SilenceToolkit() {
-    static std::once_flag silent;
-    std::call_once(silent, [] { OFLog::configure(OFLogger::OFF_LOG_LEVEL); });
-}
-
-} // namespace
 
 DcmtkLibrary::DcmtkLibrary() {
-    SilenceToolkit();
-}
-
-DcmtkLibrary::DcmtkLibrary(Background& background, ServiceEvents& events, StoreTimeouts timeouts) : DcmtkLibrary() {
-    network_ = std::make_shared<const DcmtkNetwork>(DcmtkNetwork{background, events, timeouts});
+    HoldToolkit();
 }
 
 DataSetHandle DcmtkLibrary::NewDataSet() {
@@ -48,10 +30,13 @@ std::vector<LostCharacter> DcmtkLibrary::FindUnwritable(std::string_view text, s
 
 void DcmtkLibrary::GetReadyToStore() {
     if (network_ && !gettingReady_.joinable())
-        gettingReady_ = std::jthread([] {
-            dcmDataDict.rdlock(); // which reads the toolkit's dictionary
-            dcmDataDict.rdunlock();
-            ReadyStoreModule();
+        gettingReady_ = std::jthread([store = network_->store] {
+            try {
+                TheToolkit().ReadDictionary();
+                store();
+            } catch (const std::exception&) {
+                return; // the store tells it
+            }
         });
 }
 

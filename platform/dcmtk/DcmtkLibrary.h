@@ -14,7 +14,10 @@ public:
     /// Its data sets can be read and saved, not sent.
     DcmtkLibrary();
     /// `background` and `events` must outlive the library and all its objects.
-    DcmtkLibrary(Background& background, ServiceEvents& events, StoreTimeouts timeouts = {});
+    /// It stands here so that a program that only reads is linked to no network.
+    DcmtkLibrary(Background& background, ServiceEvents& events, StoreTimeouts timeouts = {}) : DcmtkLibrary() {
+        network_ = std::make_shared<const DcmtkNetwork>(DcmtkNetwork{background, events, timeouts, TheStore});
+    }
 
     DataSetHandle NewDataSet() override;
     std::shared_ptr<DataSetList> NewDataSetList() override;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/background.h"
+#include "platform/dcmtk/Toolkit.h"
 #include "platform/service_events.h"
 
 #include <chrono>
@@ -17,6 +18,7 @@ struct DcmtkNetwork {
     Background& background;
     ServiceEvents& events;
     StoreTimeouts timeouts;
+    StoreFunction& (*store)(); ///< `TheStore`
 };
 
 } // namespace tavrel

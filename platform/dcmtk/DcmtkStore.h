@@ -3,11 +3,11 @@
 #include "platform/dcmtk/DcmtkNetwork.h"
 
 #include <string>
+#include <string_view>
 
 namespace tavrel {
 
 struct EncodedDataSet;
-struct StoreRequest;
 
 /// A storage service as a report names it.
 struct StoreTarget {
@@ -23,17 +23,19 @@ struct StoreTarget {
 /// An AE title over 16 characters or a port that is none is an error.
 void CheckTarget(const StoreTarget& target);
 
-/// Sends an encoded data set in one association (C-STORE, PS3.4 annex B). Blocks for no longer than
+/// A store, as the toolkit's network has it.
+struct StoreRequest {
+    const EncodedDataSet& dataSet;
+    const StoreTarget& target;
+    const StoreTimeouts& timeouts;
+    std::string_view versionName;
+    std::string (*inImplicitVr)(std::string_view explicitVr);
+};
+
+/// Sends an encoded data set by `store` in one association (C-STORE, PS3.4 annex B). Blocks for no longer than
 /// the time-outs; every failure is an Error that says what went wrong. The status warnings (Bxxx)
 /// count as stored.
-void StoreDataSet(const EncodedDataSet& dataSet, const StoreTarget& target, const StoreTimeouts& timeouts);
-
-/// The network's libraries, of which no program needs one before its first store, come with a module that lies beside
-/// the program; the first store loads it, unless it was made ready before, by any thread.
-std::string StoreModuleFile();
-using StoreFunction = void(const StoreRequest& request);
-/// One that cannot be loaded is an error that names it.
-StoreFunction* LoadStoreModule(const std::string& file);
-void ReadyStoreModule();
+void StoreDataSet(const EncodedDataSet& dataSet, const StoreTarget& target, const StoreTimeouts& timeouts,
+                  StoreFunction& store);
 
 } // namespace tavrel

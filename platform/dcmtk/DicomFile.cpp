@@ -3,13 +3,6 @@
 #include "platform/dcmtk/DicomFailure.h"
 #include "platform/paths.h"
 
-#include <dcmtk/config/osconfig.h>
-
-#include <dcmtk/dcmdata/dcdatset.h>
-#include <dcmtk/dcmdata/dcistrmb.h>
-#include <dcmtk/dcmdata/dcistrmf.h>
-#include <dcmtk/dcmdata/dcxfer.h>
-
 #include <cerrno>
 #include <cstring>
 #include <utility>
@@ -31,20 +24,8 @@ constexpr std::uint64_t MostBytes = 256UL * 1024 * 1024;
 constexpr std::size_t WholePiece = 256UL * 1024;
 constexpr std::size_t HeaderPiece = 16UL * 1024;
 
-E_TransferSyntax ToolkitSyntax(const std::string& declared, bool explicitVr, bool bigEndian) {
-    if (!declared.empty())
-        return DcmXfer{declared.c_str()}.getXfer();
-    if (explicitVr)
-        return bigEndian ? EXS_BigEndianExplicit : EXS_LittleEndianExplicit;
-    return bigEndian ? EXS_BigEndianImplicit : EXS_LittleEndianImplicit;
-}
-
 Error Unreadable(const std::string& path, const std::string& reason) {
     return DicomFailure(DicomFault::FileUnreadable, "The file " + path + " cannot be read: " + reason + ".");
-}
-
-Error NoDicom(const std::string& path, const std::string& reason) {
-    return DicomFailure(DicomFault::NotDicom, "The file " + path + " is no readable DICOM file: " + reason + ".");
 }
 
 /// A text that the toolkit would hand out as it stands: it takes blanks away within some, and ends others at a zero.
@@ -87,6 +68,8 @@ public:
             return ScanDicom(window, lastGroup, withPlaces);
         } catch (const StructureFault& fault) {
             throw NoDicom(path_, fault.what());
+        } catch (const std::runtime_error& failure) { // the toolkit cannot be loaded
+            throw Unreadable(path_, failure.what());
         }
     }
 
@@ -105,6 +88,15 @@ public:
         return bytes;
     }
 
+    FileBytes Read(const DicomLayout& layout, std::uint64_t end) const {
+        return {{},
+                Read(layout.metaBegin, end),
+                static_cast<std::size_t>(layout.dataBegin - layout.metaBegin),
+                layout.transferSyntax,
+                layout.explicitVr,
+                layout.bigEndian};
+    }
+
 private:
     const std::string& path_;
     int handle_ = -1;
@@ -121,7 +113,8 @@ DicomFile DicomFile::Checked(std::string_view path) {
     DicomFile result{path, true};
     const OpenFile file{result.path_};
     result.identity_ = file.FileIdentity();
-    result.KeepEarlyPart(file.Scan(EveryGroup), file);
+    if (const DicomLayout layout = file.Scan(EveryGroup); layout.earlyEnd - layout.metaBegin <= MostEarlyBytes)
+        result.early_ = file.Read(layout, layout.earlyEnd);
     return result;
 }
 
@@ -129,23 +122,11 @@ std::uint16_t DicomFile::LastEarlyGroup() const {
     return checked_ ? 0x0008 : 0x0020;
 }
 
-void DicomFile::KeepEarlyPart(const DicomLayout& layout, const OpenFile& file) {
-    if (layout.earlyEnd - layout.metaBegin > MostEarlyBytes)
-        return;
-    early_ = file.Read(layout.metaBegin, layout.earlyEnd);
-    earlyMetaLength_ = static_cast<std::uint32_t>(layout.dataBegin - layout.metaBegin);
-    transferSyntax_ = layout.transferSyntax;
-    explicitVr_ = layout.explicitVr;
-    bigEndian_ = layout.bigEndian;
-}
-
-ParsedFile DicomFile::ParseEarlyPart() {
-    if (!checked_)
-        return Read(LastEarlyGroup());
-    if (early_.empty())
-        return Parse();
-    const std::string bytes = std::exchange(early_, {});
-    return ParseBytes(bytes, earlyMetaLength_, transferSyntax_, explicitVr_, bigEndian_);
+FileBytes DicomFile::TakeEarlyPart() {
+    if (early_.bytes.empty())
+        return Read(checked_ ? EveryGroup : LastEarlyGroup());
+    early_.path = path_;
+    return std::exchange(early_, {});
 }
 
 std::optional<EarlyTexts> DicomFile::ReadEarlyTexts() const {
@@ -178,26 +159,15 @@ std::optional<EarlyTexts> DicomFile::ReadEarlyTexts() const {
     return early;
 }
 
-ParsedFile DicomFile::Parse() const {
+FileBytes DicomFile::Read() const {
     return Read(checked_ ? EveryGroup : LastHeaderGroup);
 }
 
-std::unique_ptr<DcmDataset> DicomFile::ParseImage() const {
-    const DicomLayout layout = OpenFile{path_}.Scan(PixelGroup);
-    DcmInputFileStream stream{path_.c_str()};
-    stream.skip(static_cast<offile_off_t>(layout.dataBegin)); // an offset of the stream's own the late values forget
-    auto dataSet = std::make_unique<DcmDataset>();
-    dataSet->transferInit();
-    const OFCondition outcome =
-        dataSet->readUntilTag(stream, ToolkitSyntax(layout.transferSyntax, layout.explicitVr, layout.bigEndian),
-                              EGL_noChange, DCM_MaxReadLength, DcmTagKey{PixelGroup + 1, 0});
-    dataSet->transferEnd();
-    if (outcome.bad())
-        throw NoDicom(path_, outcome.text());
-    return dataSet;
+DicomLayout DicomFile::ScanImage() const {
+    return OpenFile{path_}.Scan(PixelGroup);
 }
 
-ParsedFile DicomFile::Read(std::uint16_t lastGroup) const {
+FileBytes DicomFile::Read(std::uint16_t lastGroup) const {
     const OpenFile file{path_};
     if (checked_ && file.FileIdentity() != identity_)
         throw DicomFailure(DicomFault::FileChanged,
@@ -206,30 +176,9 @@ ParsedFile DicomFile::Read(std::uint16_t lastGroup) const {
     const DicomLayout layout = file.Scan(lastGroup);
     if (layout.dataEnd - layout.metaBegin > MostBytes)
         throw NoDicom(path_, "it has more than 256 MB");
-    return ParseBytes(file.Read(layout.metaBegin, layout.dataEnd),
-                      static_cast<std::size_t>(layout.dataBegin - layout.metaBegin), layout.transferSyntax,
-                      layout.explicitVr, layout.bigEndian);
-}
-
-ParsedFile DicomFile::ParseBytes(std::string_view bytes, std::size_t metaLength, const std::string& transferSyntax,
-                                 bool explicitVr, bool bigEndian) const {
-    const auto parse = [this](std::string_view part, E_TransferSyntax syntax) {
-        auto dataSet = std::make_unique<DcmDataset>();
-        DcmInputBufferStream stream;
-        stream.setBuffer(part.data(), static_cast<offile_off_t>(part.size()));
-        stream.setEos();
-        dataSet->transferInit();
-        const OFCondition outcome = dataSet->read(stream, syntax, EGL_withoutGL);
-        dataSet->transferEnd();
-        if (outcome.bad())
-            throw NoDicom(path_, outcome.text());
-        return dataSet;
-    };
-    ParsedFile result;
-    if (metaLength > 0)
-        result.meta = parse(bytes.substr(0, metaLength), EXS_LittleEndianExplicit);
-    result.data = parse(bytes.substr(metaLength), ToolkitSyntax(transferSyntax, explicitVr, bigEndian));
-    return result;
+    auto bytes = file.Read(layout, layout.dataEnd);
+    bytes.path = path_;
+    return bytes;
 }
 
 } // namespace tavrel

@@ -2,23 +2,25 @@
 
 #include "platform/dcmtk/StructuralScan.h"
 #include "platform/dcmtk/TextElements.h"
+#include "platform/dicom.h"
 
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
-class DcmDataset;
-
 namespace tavrel {
 
-/// What the toolkit made of a file: its meta information (null when it has none) and its data set.
-struct ParsedFile {
-    std::unique_ptr<DcmDataset> meta;
-    std::unique_ptr<DcmDataset> data;
+/// A file, or its first groups, as a toolkit needs it.
+struct FileBytes {
+    std::string path;  ///< native, for messages
+    std::string bytes; ///< meta information and data set
+    std::size_t metaLength = 0;
+    std::string transferSyntax; ///< as declared; empty when the file has no meta information
+    bool explicitVr = true;
+    bool bigEndian = false;
 };
 
 /// An image's early part as it stands in its file.
@@ -41,16 +43,18 @@ public:
     /// 0020, which is all that tells an image's patient, study and series.
     std::uint16_t LastEarlyGroup() const;
     /// Those groups, or the whole file when they are not at hand. To be called once.
-    ParsedFile ParseEarlyPart();
+    FileBytes TakeEarlyPart();
     /// Those groups of an unopened file without the toolkit, whose dictionary takes as long to read as all else that
     /// a new report needs. Nothing where a value must be understood first, which the toolkit does.
     std::optional<EarlyTexts> ReadEarlyTexts() const;
 
-    /// Reads the file. A file that is no longer the one that was checked is an error.
-    ParsedFile Parse() const;
-    /// Reads the file up to the end of its pixel data, which stay in it, as every long value does, until they are
-    /// asked for. What lies behind them no image needs.
-    std::unique_ptr<DcmDataset> ParseImage() const;
+    /// The whole file. One that is no longer the one that was checked is an error.
+    FileBytes Read() const;
+
+    /// Where the parts of an image lie, up to the end of its pixel data.
+    DicomLayout ScanImage() const;
+
+    const std::string& Path() const { return path_; } ///< native
 
 private:
     /// What tells a file from one that took its place.
@@ -65,19 +69,12 @@ private:
     class OpenFile;
 
     DicomFile(std::string_view path, bool checked);
-    ParsedFile Read(std::uint16_t lastGroup) const;
-    void KeepEarlyPart(const DicomLayout& layout, const OpenFile& file);
-    ParsedFile ParseBytes(std::string_view bytes, std::size_t metaLength, const std::string& transferSyntax,
-                          bool explicitVr, bool bigEndian) const;
+    FileBytes Read(std::uint16_t lastGroup) const;
 
     std::string path_; ///< native
     bool checked_;
     Identity identity_;
-    std::string early_; ///< meta information and data set up to group 0008
-    std::uint32_t earlyMetaLength_ = 0;
-    std::string transferSyntax_;
-    bool explicitVr_ = true;
-    bool bigEndian_ = false;
+    FileBytes early_; ///< up to group 0008
 };
 
 } // namespace tavrel

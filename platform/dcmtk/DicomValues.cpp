@@ -1,12 +1,9 @@
 #include "platform/dcmtk/DicomValues.h"
 
 #include "platform/dcmtk/DicomFailure.h"
+#include "platform/dcmtk/Toolkit.h"
 #include "platform/text.h"
 #include "platform/uid.h"
-
-#include <dcmtk/config/osconfig.h>
-
-#include <dcmtk/dcmdata/dctag.h>
 
 #include <algorithm>
 #include <array>
@@ -153,6 +150,15 @@ bool FitsVr(std::string_view text, std::string_view vr) {
     return true;
 }
 
+/// A message that names an element must not fail for want of its name.
+std::string Keyword(Tag tag) {
+    try {
+        return TheToolkit().Keyword(tag);
+    } catch (const std::exception&) {
+        return "Element";
+    }
+}
+
 } // namespace
 
 std::optional<DateTime> ParseDicomDate(std::string_view text) {
@@ -249,8 +255,7 @@ std::string WithCrLf(std::string_view text) {
 }
 
 std::string AttributeWords(Tag tag) {
-    DcmTag dictionaryTag{tag.group, tag.element};
-    const std::string_view keyword = dictionaryTag.getTagName();
+    const std::string keyword = Keyword(tag);
     std::string name;
     for (std::size_t at = 0; at < keyword.size(); ++at) {
         const bool wordStarts = at > 0 && IsUpper(keyword[at]) &&

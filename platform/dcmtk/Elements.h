@@ -35,6 +35,11 @@ private:
 /// after two reserved bytes.
 inline constexpr VrSet ShortLengthVrs{"AE AS AT CS DA DS DT FD FL IS LO LT PN SH SL SS ST TM UI UL US"};
 
+/// What stands before a value in explicit VR: tag, VR and length.
+constexpr std::size_t HeadSizeOf(std::string_view vr) {
+    return ShortLengthVrs.Holds(vr) ? 8 : 12;
+}
+
 /// A number of data elements, little endian.
 inline std::string LittleEndian(std::uint32_t number, int size) {
     std::string bytes;

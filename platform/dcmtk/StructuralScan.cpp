@@ -1,12 +1,8 @@
 #include "platform/dcmtk/StructuralScan.h"
 
 #include "platform/dcmtk/Elements.h"
+#include "platform/dcmtk/Toolkit.h"
 #include "platform/text.h"
-
-#include <dcmtk/config/osconfig.h>
-
-#include <dcmtk/dcmdata/dctag.h>
-#include <dcmtk/dcmdata/dcxfer.h>
 
 #include <algorithm>
 #include <array>
@@ -25,6 +21,11 @@ constexpr std::uint64_t PreambleSize = 132;
 
 constexpr std::array<std::string_view, 2> DeflatedSyntaxes{"1.2.840.10008.1.2.1.99", "1.2.840.10008.1.2.4.95"};
 
+/// What most files are in, which no toolkit is asked for: explicit VR little endian, as all that compress the pixels
+/// are (PS3.5, A.4).
+constexpr std::string_view ExplicitSyntax = "1.2.840.10008.1.2.1";
+constexpr std::string_view CompressedSyntaxes = "1.2.840.10008.1.2.4.";
+
 /// What stands at the VR's place in the element header `at`.
 std::array<char, 2> VrAt(const std::uint8_t* at) {
     return {static_cast<char>(at[4]), static_cast<char>(at[5])};
@@ -33,11 +34,6 @@ std::array<char, 2> VrAt(const std::uint8_t* at) {
 bool IsVr(std::array<char, 2> vr) {
     return IsUpper(vr[0]) && IsUpper(vr[1]);
 }
-
-struct Encoding {
-    bool explicitVr = true;
-    bool bigEndian = false;
-};
 
 struct Header {
     std::uint16_t group = 0;
@@ -148,11 +144,13 @@ private:
     void UseDeclaredEncoding() {
         if (std::ranges::find(DeflatedSyntaxes, layout_.transferSyntax) != DeflatedSyntaxes.end())
             throw StructureFault("it is compressed as a whole (deflated), which is not supported");
-        const DcmXfer syntax{layout_.transferSyntax.c_str()};
-        if (syntax.getXfer() == EXS_Unknown)
+        if (layout_.transferSyntax == ExplicitSyntax || layout_.transferSyntax.starts_with(CompressedSyntaxes))
+            return;
+        const auto encoding = TheToolkit().EncodingOf(layout_.transferSyntax);
+        if (!encoding)
             throw StructureFault("its transfer syntax " + layout_.transferSyntax + " is not known");
-        layout_.explicitVr = syntax.isExplicitVR();
-        layout_.bigEndian = syntax.isBigEndian();
+        layout_.explicitVr = encoding->explicitVr;
+        layout_.bigEndian = encoding->bigEndian;
     }
 
     /// A file without meta information: its first element tells the encoding.
@@ -255,7 +253,7 @@ private:
     /// Implicit VR: what the dictionary calls a sequence; a private element that begins like one.
     bool MayBeSequence(const Frame& frame, const Header& header) {
         if (header.group % 2 == 0)
-            return DcmTag{header.group, header.element}.getEVR() == EVR_SQ;
+            return TheToolkit().Vr({header.group, header.element}) == "SQ";
         if (header.length < 8 || header.length > frame.limit - header.valueBegin)
             return false;
         const auto* at = bytes_.At(header.valueBegin, 4);

@@ -1,7 +1,7 @@
 #include "suite/lumaret/ImageFile.h"
 
 #include "platform/dcmtk/CharacterSet.h"
-#include "platform/dcmtk/DicomFile.h"
+#include "platform/dcmtk/DcmtkToolkit.h"
 #include "platform/error.h"
 #include "platform/paths.h"
 #include "suite/lumaret/FoldedText.h"
@@ -46,7 +46,8 @@ long IntegerOf(DcmDataset& dataSet, const DcmTagKey& tag, long absent) {
 
 std::unique_ptr<DcmDataset> Parsed(const QString& path) {
     try {
-        return DicomFile::Unopened(InsidePath(path.toStdString())).ParseImage();
+        const auto file = DicomFile::Unopened(InsidePath(path.toStdString()));
+        return ParseImage(file.Path(), file.ScanImage());
     } catch (const Error& error) {
         Fail(path, error.description);
     }
@@ -148,7 +149,8 @@ bool SameName(const QString& one, const QString& other) {
 
 QString StudyUidOf(const QString& path) {
     try {
-        return UidOf(*DicomFile::Unopened(InsidePath(path.toStdString())).ParseEarlyPart().data, DCM_StudyInstanceUID);
+        return UidOf(*Parse(DicomFile::Unopened(InsidePath(path.toStdString())).TakeEarlyPart()).data,
+                     DCM_StudyInstanceUID);
     } catch (const Error&) {
         return {};
     }

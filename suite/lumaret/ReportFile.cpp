@@ -2,7 +2,8 @@
 
 #include "platform/dcmtk/CharacterSet.h"
 #include "platform/dcmtk/DcmtkLibrary.h"
-#include "platform/dcmtk/DicomFile.h"
+#include "platform/dcmtk/DcmtkToolkit.h"
+#include "platform/dcmtk/DicomFailure.h"
 #include "platform/dcmtk/TextElements.h"
 #include "platform/error.h"
 #include "platform/paths.h"
@@ -57,7 +58,10 @@ void TurnToUtf8(DcmItem& item, const std::string& inherited) {
             for (unsigned long each = 0; each < sequence.card(); ++each)
                 TurnToUtf8(*sequence.getItem(each), declared);
         } else if (const auto kind = TextKindOf(VrOf(element))) {
-            PutText(element, characters.Decode(RawText(element), *kind));
+            const std::string text = characters.Decode(StoredText(element).Text(), *kind);
+            if (const OFCondition outcome = element.putString(text.data(), static_cast<Uint32>(text.size()));
+                outcome.bad())
+                throw DicomFailure(DicomFault::BadText, outcome.text());
         }
     }
     item.findAndDeleteElement(DCM_SpecificCharacterSet);
@@ -125,7 +129,7 @@ QString DateAndTimeOf(DcmDataset& dataSet) {
 QString WhenWritten(const QString& path) {
     QString dateAndTime;
     try {
-        dateAndTime = DateAndTimeOf(*HeaderOf(path).ParseEarlyPart().data);
+        dateAndTime = DateAndTimeOf(*Parse(HeaderOf(path).TakeEarlyPart()).data);
     } catch (const Error&) { // it has gone meanwhile
     }
     if (dateAndTime.size() < 8)
@@ -159,7 +163,7 @@ std::vector<ReportVersion> VersionsOf(const QStringList& files) {
 
 QString ReportAsHtml(const QString& path) {
     try {
-        const ParsedFile file = HeaderOf(path).Parse();
+        const ParsedFile file = Parse(HeaderOf(path).Read());
         TurnToUtf8(*file.data, {});
         file.data->putAndInsertString(DCM_SpecificCharacterSet, "ISO_IR 192");
         DSRDocument document;

@@ -2,7 +2,9 @@
 
 import os
 import re
+import shutil
 import stat
+import subprocess
 import time
 from pathlib import Path
 
@@ -10,7 +12,8 @@ import pydicom
 
 from case import SystemTest
 from person.driver import keys, wait_until
-from person.studies import reading_of
+from person.studies import Study, reading_of
+from person.workstation import FOLDER, program
 from service import free_port
 from storage import SilentService, StorageService, Wire
 
@@ -173,3 +176,46 @@ class WhileAVersionIsBeingStored(SystemTest):
 
         self.assertEqual(self.report.read("Reading"), "On its way")
         self.assertFalse(self.client_of_report.gone())
+
+
+class AnInstallationBelowTheProgram(SystemTest):
+    """The report program in a folder of its own, where its part for DICOM lies beside it."""
+
+    def setUp(self):
+        super().setUp()
+        self.study = Study()
+        self.folder = FOLDER / "installed"
+        self.folder.mkdir()
+        self.addCleanup(shutil.rmtree, self.folder)
+        shutil.copy(program("tavrel"), self.folder)
+        self.part = Path(shutil.copy(*program("tavrel").parent.glob("tavrel-dicom-*.so"), self.folder))
+
+    def started(self):
+        client = self.new_client()
+        running = subprocess.Popen([self.folder / "tavrel", "--automation"])
+        self.addCleanup(running.wait)
+        self.addCleanup(running.kill)
+        self.assertEqual(client.process(), running.pid)
+        return client.create()
+
+    def written(self, client):
+        report = self.open(self.study, client)
+        report.fill(reading="Written meanwhile")
+        return report
+
+    def test_takes_nothing_from_a_program_that_runs(self):
+        client = self.started()
+        self.part.unlink()
+        self.part.write_text("another version")
+        self.written(client).save()
+        self.assertEqual([reading_of(each) for each in self.study.versions()], ["Written meanwhile"])
+
+    def test_that_is_not_whole_keeps_the_version_until_the_service_takes_it(self):
+        self.part.unlink()
+        report = self.written(self.started())
+        report.press("Save")
+        said = report.confirm(REFUSAL)
+        self.assertIn(f"the program's part for DICOM, {self.part}, cannot be loaded", said)
+        self.assertIn("It is kept in the file ", said)
+        wait_until(lambda: len(self.study.versions()) == 1, "the kept version to be stored")
+        self.assertEqual([reading_of(each) for each in self.study.versions()], ["Written meanwhile"])

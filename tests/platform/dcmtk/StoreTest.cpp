@@ -237,25 +237,6 @@ TEST_F(Storing, WhatItNeedsCanBeReadBeforeAndOnce) {
     EXPECT_EQ(ReadBytes(node.Objects()[0].file), ReadBytes(node.Objects()[1].file));
 }
 
-TEST(StoreModule, LiesBesideTheProgram) {
-    EXPECT_NO_THROW(LoadStoreModule(StoreModuleFile()));
-}
-
-TEST(StoreModule, IsNamedWhereItIsMissing) {
-    const Error error = ErrorOf([] { LoadStoreModule("/nowhere/tavrel-store.so"); });
-    EXPECT_EQ(error.number, static_cast<int>(DicomFault::NotStored));
-    EXPECT_EQ(error.description,
-              "the program's part for sending cannot be loaded: /nowhere/tavrel-store.so: cannot open shared object "
-              "file: No such file or directory. Close the report and open it again; where that does not help, the "
-              "program must be installed again");
-}
-
-TEST(StoreModule, IsNoOtherLibrary) {
-    const Error error = ErrorOf([] { LoadStoreModule("libm.so.6"); });
-    EXPECT_NE(error.description.find("libm.so.6: undefined symbol: TavrelStore"), std::string::npos)
-        << error.description;
-}
-
 TEST_F(Storing, AWarningCountsAsStored) {
     StorageNode node{Behaviour::AnswerWarning};
     Store(node);

@@ -1,9 +1,8 @@
-#include "platform/dcmtk/StoreModule.h"
-
 #include "platform/dcmtk/DataSetEncoder.h"
 #include "platform/dcmtk/DcmtkStore.h"
 #include "platform/dcmtk/DicomFailure.h"
 #include "platform/dcmtk/Implementation.h"
+#include "platform/dcmtk/Toolkit.h"
 #include "platform/store_status.h"
 #include "platform/text.h"
 
