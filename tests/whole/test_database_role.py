@@ -91,6 +91,7 @@ class TheRoleOfTheDailyWork(SystemTest):
         self.assertEqual(said.returncode, 1)
         self.assertIn("role on the server lacks UPDATE on every table, DELETE on every table (", said.stdout)
 
+    def test_is_refused_what_the_page_names(self):
         for statement in refused_statements():
             with self.subTest(statement):
                 said = server.run(statement, ROLE)
