@@ -10,6 +10,7 @@
 
 #include <dcmtk/dcmdata/dcdatset.h>
 #include <dcmtk/dcmdata/dcdeftag.h>
+#include <dcmtk/dcmdata/dcdict.h>
 #include <dcmtk/dcmdata/dcostrma.h>
 #include <dcmtk/dcmdata/dcuid.h>
 #include <dcmtk/dcmnet/assoc.h>
@@ -21,6 +22,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 
 #include <netinet/in.h>
@@ -257,11 +259,24 @@ private:
     bool released_ = false;
 };
 
+/// Without it the toolkit fails in the middle of a store, and says that of the service.
+void RequireDictionary() {
+    const bool whole = dcmDataDict.rdlock().findEntry(DCM_AffectedSOPClassUID, nullptr) != nullptr;
+    dcmDataDict.rdunlock();
+    if (whole)
+        return;
+    const char* set = std::getenv(DCM_DICT_ENVIRONMENT_VARIABLE);
+    throw DicomFailure(DicomFault::NotStored, "the dictionary of DICOM's elements is missing or damaged (" +
+                                                  std::string(set != nullptr ? set : DCM_DICT_DEFAULT_PATH) +
+                                                  "); it must be installed again");
+}
+
 } // namespace
 
 } // namespace tavrel
 
 void TavrelStore(const tavrel::StoreRequest& request) {
+    tavrel::RequireDictionary();
     tavrel::Association association{request};
     association.Store(request);
     association.Release();

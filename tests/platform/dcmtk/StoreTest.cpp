@@ -4,6 +4,9 @@
 #include "tests/support/DocumentTable.h"
 #include "tests/support/StorageNode.h"
 
+#include <dcmtk/config/osconfig.h>
+
+#include <dcmtk/dcmdata/dcdict.h>
 #include <gtest/gtest.h>
 
 #include <array>
@@ -235,6 +238,21 @@ TEST_F(Storing, WhatItNeedsCanBeReadBeforeAndOnce) {
     Store(node);
     ASSERT_EQ(node.Objects().size(), 2U);
     EXPECT_EQ(ReadBytes(node.Objects()[0].file), ReadBytes(node.Objects()[1].file));
+}
+
+TEST_F(Storing, ADictionaryThatIsMissingIsToldAndTheServiceNotAsked) {
+    StorageNode node;
+    dcmDataDict.wrlock().reloadDictionaries(OFFalse, OFFalse);
+    dcmDataDict.wrunlock();
+    const auto failure = Failure(node);
+    dcmDataDict.wrlock().reloadDictionaries(OFFalse, OFTrue);
+    dcmDataDict.wrunlock();
+    EXPECT_NE(failure.find("the dictionary of DICOM's elements is missing or damaged (/usr/share/libdcmtk"),
+              std::string::npos)
+        << failure;
+    EXPECT_EQ(failure.find("the service"), std::string::npos) << failure;
+    Store(node);
+    EXPECT_EQ(node.Objects().size(), 1U);
 }
 
 TEST_F(Storing, AWarningCountsAsStored) {
