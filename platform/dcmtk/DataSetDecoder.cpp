@@ -18,7 +18,7 @@ public:
         DcmtkElements elements;
         for (auto& from = source.elements; !from.empty(); from.pop_front())
             elements.emplace(from.front().tag,
-                             std::visit([this](auto& each) { return Decoded(std::move(each)); }, from.front().value));
+                             std::visit([&](auto& each) { return Decoded(std::move(each)); }, from.front().value));
         return elements;
     }
 

@@ -181,7 +181,7 @@ TextElement StoredText(const DcmElement& element) {
 
 } // namespace tavrel
 
-const tavrel::Toolkit& TavrelToolkit() {
+const tavrel::Toolkit* TavrelToolkit() {
     static const tavrel::DcmtkToolkit toolkit;
-    return toolkit;
+    return &toolkit;
 }

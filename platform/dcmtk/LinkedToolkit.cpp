@@ -3,7 +3,7 @@
 namespace tavrel {
 
 const Toolkit& TheToolkit() {
-    return TavrelToolkit();
+    return *TavrelToolkit();
 }
 
 void HoldToolkit() {

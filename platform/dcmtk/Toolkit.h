@@ -72,6 +72,6 @@ void HoldToolkit();
 } // namespace tavrel
 
 /// What a module of the toolkit has. The module has no code of the program in it but the toolkit's side.
-extern "C" const tavrel::Toolkit& TavrelToolkit();
+extern "C" const tavrel::Toolkit* TavrelToolkit();
 /// What it throws is as of `tavrel::StoreDataSet`.
 extern "C" void TavrelStore(const tavrel::StoreRequest& request);

@@ -36,7 +36,7 @@ void* ToolkitModule::Function(const char* name) const {
 
 const Toolkit& TheToolkit() {
     static const auto& toolkit =
-        reinterpret_cast<decltype(TavrelToolkit)*>(BesideTheProgram().Function("TavrelToolkit"))();
+        *reinterpret_cast<decltype(TavrelToolkit)*>(BesideTheProgram().Function("TavrelToolkit"))();
     return toolkit;
 }
 
