@@ -291,6 +291,19 @@ void HouseStyle::DrawGroup(const QStyleOptionComplex& option, QPainter& painter,
     painter.restore();
 }
 
+/// As a line that is typed in; the style below would keep a picture of each.
+void HouseStyle::DrawBoxToTypeIn(const QStyleOptionComboBox& option, QPainter& painter, const QWidget* widget) const {
+    QStyleOptionFrame frame;
+    frame.QStyleOption::operator=(option);
+    frame.lineWidth = Edge;
+    QProxyStyle::drawPrimitive(PE_PanelLineEdit, &frame, &painter, widget);
+    QStyleOption arrow(option);
+    arrow.rect = proxy()->subControlRect(CC_ComboBox, &option, SC_ComboBoxArrow, widget);
+    painter.fillRect(arrow.rect.x(), arrow.rect.y() + 2 * Edge, Edge, arrow.rect.height() - 4 * Edge,
+                     colours::Line.In(scheme_));
+    proxy()->drawPrimitive(PE_IndicatorArrowDown, &arrow, &painter, widget);
+}
+
 void HouseStyle::DrawOption(const QStyleOption& option, QPainter& painter) const {
     const bool set = option.state.testFlag(State_On), usable = option.state.testFlag(State_Enabled);
     const Tint line = !usable ? colours::Line : set ? colours::Accent : colours::Faint;
@@ -309,8 +322,11 @@ void HouseStyle::DrawOption(const QStyleOption& option, QPainter& painter) const
 
 void HouseStyle::drawComplexControl(ComplexControl control, const QStyleOptionComplex* option, QPainter* painter,
                                     const QWidget* widget) const {
+    const auto* box = qstyleoption_cast<const QStyleOptionComboBox*>(option);
     if (control == CC_GroupBox)
         DrawGroup(*option, *painter, widget);
+    else if (control == CC_ComboBox && box && box->editable)
+        DrawBoxToTypeIn(*box, *painter, widget);
     else
         QProxyStyle::drawComplexControl(control, option, painter, widget);
 }

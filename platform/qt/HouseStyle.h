@@ -5,6 +5,7 @@
 #include <QProxyStyle>
 
 class QLabel;
+class QStyleOptionComboBox;
 
 namespace tavrel {
 
@@ -52,6 +53,7 @@ private:
     void DrawLabelsGround(const QStyleOption& option, QPainter& painter, const QLabel& label) const;
     void DrawButton(const QStyleOption& option, QPainter& painter, const QWidget* widget) const;
     void DrawGroup(const QStyleOptionComplex& option, QPainter& painter, const QWidget* widget) const;
+    void DrawBoxToTypeIn(const QStyleOptionComboBox& option, QPainter& painter, const QWidget* widget) const;
     void DrawOption(const QStyleOption& option, QPainter& painter) const;
 
     Scheme scheme_;

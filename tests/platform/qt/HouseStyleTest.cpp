@@ -7,6 +7,7 @@
 #include <QImage>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPainter>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QTest>
@@ -16,11 +17,15 @@
 namespace tavrel::test {
 namespace {
 
-QColor At(QWidget& widget, const QPoint& place) {
+QImage Picture(QWidget& widget) {
     QImage picture(widget.size(), QImage::Format_RGB32);
     picture.fill(Qt::magenta);
     widget.render(&picture);
-    return picture.pixelColor(place);
+    return picture;
+}
+
+QColor At(QWidget& widget, const QPoint& place) {
+    return Picture(widget).pixelColor(place);
 }
 
 QColor Light(const Tint& tint) {
@@ -170,6 +175,24 @@ TEST_F(TheHouseStyle, LeavesTheEdgeOfABoxThatCanBeTypedInVisible) {
     const QRect words = typed.lineEdit()->geometry();
     EXPECT_GT(words.top(), 0);
     EXPECT_LT(words.bottom(), typed.rect().bottom());
+}
+
+TEST_F(TheHouseStyle, DrawsABoxThatCanBeTypedInAsALineWithAnArrow) {
+    auto& line = With<QLineEdit>("");
+    auto& box = *new QComboBox(&window_);
+    box.setEditable(true);
+    for (QWidget* each : {static_cast<QWidget*>(&line), static_cast<QWidget*>(&box)})
+        each->resize(160, 30);
+    const auto same = [&](const QRect& part) { return Picture(box).copy(part) == Picture(line).copy(part); };
+    const QRect left{0, 0, 100, 30}, rightEdge{157, 0, 3, 30}, arrow{143, 8, 12, 14};
+
+    EXPECT_TRUE(same(left));
+    EXPECT_TRUE(same(rightEdge));
+    EXPECT_FALSE(same(arrow));
+    line.setEnabled(false);
+    EXPECT_FALSE(same(left));
+    box.setEnabled(false);
+    EXPECT_TRUE(same(left));
 }
 
 TEST_F(TheHouseStyle, ChangesTheWindowsThatStand) {
