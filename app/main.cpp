@@ -39,6 +39,7 @@
 #include <QApplication>
 #include <QDBusConnectionInterface>
 #include <QDBusReply>
+#include <QThread>
 
 #include <clocale>
 #include <cstdlib>
@@ -105,6 +106,9 @@ int Run(PosixProcess& process) {
     DbusAutomation automation(bus, factory, process,
                               {.storing = [&] { return background.Running() || serviceEvents.Awaiting(); },
                                .windowOpen = [&] { return windows.AnyWindowOpen(); }});
+    // While the viewer hears that there is somebody to call.
+    QMetaObject::invokeMethod(
+        qApp, [&] { windows.Make(*editor); }, Qt::QueuedConnection);
     process.AtEnd([&] { automation.Leave(); });
     QApplication::exec();
     editor->Leave();
@@ -120,10 +124,15 @@ int main(int argumentCount, char** arguments) {
                         "object on the session bus, which starts the program. By itself it runs the start-up alone."))
         return EXIT_SUCCESS;
     PosixProcess process(argumentCount, arguments);
+    QThread::currentThread(); // the first thread that the toolkit meets is the windows' one to it
+    const std::jthread connecting([] {
+        QDBusConnection::sessionBus(); // and with it the bus's libraries
+        ReadFontSettings();
+    });
     int nameOnly = 1; // no option directs its work, not even one of the toolkit's
     const auto application = ApplicationOnDisplay("tavrel", nameOnly, arguments);
-    std::setlocale(LC_NUMERIC, "C");              // numbers in files and statements have a point in every country
-    const std::jthread reading(ReadFontSettings); // which the first text on the screen waits for otherwise
+    std::setlocale(LC_NUMERIC, "C"); // numbers in files and statements have a point in every country
+    const std::jthread reading(ReadFonts);
     const DesktopLook look;
     QApplication::setApplicationName("Tavrel"); // titles the message boxes that have no title of their own
     QApplication::setDesktopFileName("tavrel");

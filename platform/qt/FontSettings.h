@@ -2,7 +2,9 @@
 
 namespace tavrel {
 
-/// Reads what the desktop says of its fonts, which the first text on the screen waits for otherwise. Of any thread.
+/// What the first text on the screen waits for otherwise, each of any thread: first what the desktop says of its fonts,
+/// which needs no application object, then what fonts there are.
 void ReadFontSettings();
+void ReadFonts();
 
 } // namespace tavrel

@@ -39,11 +39,13 @@ public:
     /// A form, a message box or another dialog stands on the screen.
     bool AnyWindowOpen() const;
 
+    /// The form's window, which is made ahead where there is none yet.
+    FormWindow& Make(Form& form);
+
     /// The form's window, or none before it is first shown.
     FormWindow* WindowOf(const Form& form) const;
 
 private:
-    FormWindow& Make(Form& form);
     void Present(FormWindow& window);
     void Follow(const QScreen& screen);
     void BringAllBack();

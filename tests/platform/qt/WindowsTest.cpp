@@ -61,6 +61,22 @@ TEST_F(WindowsOnScreen, ANewWindowShowsWhatTheFormHeldBefore) {
     EXPECT_EQ(windows_.WindowOf(form_)->findChild<QListView*>("lstLines")->model()->rowCount(), 1);
 }
 
+TEST_F(WindowsOnScreen, AWindowThatIsMadeAheadIsNotOpenAndShowsWhatTheFormHoldsByThen) {
+    const auto& made = windows_.Make(form_);
+    EXPECT_FALSE(made.isVisible());
+    EXPECT_FALSE(windows_.AnyWindowOpen());
+    form_.Caption("Orbenta General Hospital");
+    form_.txtLine.Text("Chest CT");
+    form_.lstLines.AddItem("08:05");
+
+    windows_.Show(form_);
+
+    EXPECT_EQ(windows_.WindowOf(form_), &made);
+    EXPECT_EQ(made.windowTitle(), "Orbenta General Hospital");
+    EXPECT_EQ(made.findChild<QLineEdit*>("txtLine")->text(), "Chest CT");
+    EXPECT_EQ(made.findChild<QListView*>("lstLines")->model()->rowCount(), 1);
+}
+
 TEST_F(WindowsOnScreen, AFormWithoutALayoutIsAnError) {
     struct Unknown : Form {
         Unknown() : Form("frmUnknown") {}
@@ -178,6 +194,15 @@ TEST_F(WindowsOnScreen, AShownWindowBecomesTopMostWhereItIs) {
 TEST_F(WindowsOnScreen, AWindowThatIsMadeTopMostBeforeItIsShownIsSoThen) {
     windows_.MakeTopMost(form_);
     EXPECT_FALSE(windows_.AnyWindowOpen());
+
+    windows_.Show(form_);
+
+    EXPECT_TRUE(windows_.WindowOf(form_)->windowHandle()->flags().testFlag(Qt::WindowStaysOnTopHint));
+}
+
+TEST_F(WindowsOnScreen, AWindowThatIsMadeAheadIsTopMostWhenItsFormIsMadeSo) {
+    windows_.Make(form_);
+    windows_.MakeTopMost(form_);
 
     windows_.Show(form_);
 
