@@ -50,27 +50,48 @@ private:
     iconv_t handle_;
 };
 
-/// A dictionary's two files as the library has them, for one thread at a time.
+/// A dictionary of the library's. All share a table, which the first makes and the last removes, without a lock: one
+/// that is read meanwhile would miss words.
+class LibraryDictionary {
+public:
+    explicit LibraryDictionary(const fs::path& stem) {
+        const std::lock_guard lock(comingAndGoing_);
+        words_.emplace((fs::path(stem) += ".aff").c_str(), (fs::path(stem) += ".dic").c_str());
+    }
+    ~LibraryDictionary() {
+        const std::lock_guard lock(comingAndGoing_);
+        words_.reset();
+    }
+    LibraryDictionary(const LibraryDictionary&) = delete;
+    LibraryDictionary& operator=(const LibraryDictionary&) = delete;
+
+    Hunspell* operator->() { return &*words_; }
+
+private:
+    inline static std::mutex comingAndGoing_;
+    std::optional<Hunspell> words_;
+};
+
+/// A dictionary's two files, for one thread at a time.
 class WordList {
 public:
     /// `stem`: the files without their endings.
     explicit WordList(const fs::path& stem)
-        : words_((fs::path(stem) += ".aff").c_str(), (fs::path(stem) += ".dic").c_str()),
-          to_(words_.get_dict_encoding(), "UTF-8"), from_("UTF-8", words_.get_dict_encoding()),
+        : words_(stem), to_(words_->get_dict_encoding(), "UTF-8"), from_("UTF-8", words_->get_dict_encoding()),
           whole_(to_.Works() && from_.Works() && KnowsOneOf(fs::path(stem) += ".dic")) {}
 
     bool Whole() const { return whole_; }
 
     bool Knows(const std::string& word) {
         const auto converted = to_.Convert(word);
-        return converted && words_.spell(*converted);
+        return converted && words_->spell(*converted);
     }
     std::vector<std::string> Suggestions(const std::string& word) {
         constexpr std::ptrdiff_t longest = 40; // the search for likely words grows with the word
         const auto converted = LettersOf(word) > longest ? std::nullopt : to_.Convert(word);
         std::vector<std::string> suggestions;
         if (converted)
-            for (const std::string& each : words_.suggest(*converted))
+            for (const std::string& each : words_->suggest(*converted))
                 if (auto suggestion = from_.Convert(each))
                     suggestions.push_back(*std::move(suggestion));
         return suggestions;
@@ -87,14 +108,14 @@ private:
             const auto word = line.substr(0, line.find_first_of("/ \t\r"));
             if (word.empty() || word.find_first_of("0123456789") != std::string::npos)
                 continue; // a number is known without any list
-            if (words_.spell(word))
+            if (words_->spell(word))
                 return true;
             ++i;
         }
         return false;
     }
 
-    Hunspell words_;
+    LibraryDictionary words_;
     Converter to_;
     Converter from_;
     bool whole_;

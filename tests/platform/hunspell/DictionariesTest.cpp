@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <fstream>
@@ -111,6 +112,18 @@ TEST_F(DictionariesOfAFolder, SuggestWhileTheyJudge) {
     for (int i = 0; i < 2000; ++i)
         EXPECT_TRUE(dictionary->Knows("lunge") && !dictionary->Knows("lumge"));
     suggesting.join();
+}
+
+TEST_F(DictionariesOfAFolder, LackNothingThoughTheyAreReadAtOnce) {
+    Write("xx", "UTF-8", "rechtsÖdem\n");
+    std::atomic knowing = 0;
+    const auto read = [&] { knowing += Load("xx")->Knows("RECHTSÖDEM") ? 1 : 0; };
+    for (int i = 0; i < 100; ++i) {
+        std::thread beside(read);
+        read();
+        beside.join();
+    }
+    EXPECT_EQ(knowing, 200);
 }
 
 /// A look that tells when it begins and ends when it may.
