@@ -30,7 +30,8 @@ public:
     virtual void Load(std::string_view language, std::function<void(std::shared_ptr<Dictionary>)> done) = 0;
 
     /// Has `look` ask dictionaries for suggestions, one look at a time, on a thread where it blocks nobody. `done` is
-    /// called with what it answered, on the user-interface thread; never when the next look came before this one began.
+    /// called with what it answered, and forgotten, on the user-interface thread; never when the next look came before
+    /// this one began.
     virtual void LookAside(std::function<std::vector<std::string>()> look,
                            std::function<void(std::vector<std::string>)> done) = 0;
 };

@@ -219,13 +219,15 @@ void HunspellDictionaries::Load(std::string_view language, std::function<void(st
 void HunspellDictionaries::LookAside(std::function<std::vector<std::string>()> look,
                                      std::function<void(std::vector<std::string>)> done) {
     const std::lock_guard lock(mutex_);
-    nextLook_ = [this, look = std::move(look), done = std::move(done)] {
+    // What is told goes where it is told: this thread may hold it last.
+    auto tell = std::make_shared<decltype(done)>(std::move(done));
+    nextLook_ = [this, look = std::move(look), tell = std::move(tell)] {
         std::vector<std::string> found;
         try {
             found = look();
         } catch (const std::exception&) { // a dictionary that has gone offers nothing
         }
-        post_([done, found = std::move(found)] { done(found); });
+        post_([tell, found = std::move(found)] { std::exchange(*tell, nullptr)(found); });
     };
     if (std::exchange(atIt_, true))
         return;

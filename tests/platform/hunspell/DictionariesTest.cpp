@@ -193,6 +193,27 @@ TEST_F(LooksForSuggestions, EndWithTheOneThatIsUnderWay) {
     EXPECT_EQ(all, std::vector<std::string>{"first"});
 }
 
+/// What is told holds on to parts of a window, which no other thread may take leave of.
+TEST_F(LooksForSuggestions, AreForgottenWhereTheyAreTold) {
+    std::thread::id windows, forgotten;
+    dictionaries.emplace(
+        [&](std::function<void()> what) {
+            std::thread([&, what = std::move(what)]() mutable {
+                windows = std::this_thread::get_id();
+                what();
+                what = nullptr;
+            }).join();
+        },
+        std::vector<std::filesystem::path>{});
+    const auto forget = [&](int*) { forgotten = std::this_thread::get_id(); };
+    first.mayEnd.set_value();
+    dictionaries->LookAside([&] { return first("word"); },
+                            [part = std::shared_ptr<int>(nullptr, forget)](const std::vector<std::string>&) {});
+    first.begun.get_future().wait();
+    dictionaries.reset();
+    EXPECT_EQ(forgotten, windows);
+}
+
 TEST_F(LooksForSuggestions, ThatFailFindNothing) {
     bool empty = false;
     dictionaries->LookAside(
