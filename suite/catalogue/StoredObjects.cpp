@@ -75,6 +75,13 @@ std::vector<fs::path> FoldersIn(const fs::path& folder) {
     return folders;
 }
 
+/// Without links on its way; as it is where it cannot be followed.
+fs::path Resolved(const fs::path& folder) {
+    std::error_code failure;
+    auto resolved = fs::canonical(folder, failure);
+    return failure ? folder : resolved;
+}
+
 using Identity = std::pair<dev_t, ino_t>;
 
 std::optional<Identity> IdentityOf(const fs::path& file) {
@@ -128,20 +135,26 @@ private:
                                                         TextOrEmpty(*rows, "Modality") == "SR"};
     }
 
-    /// In the folders of all studies, also of those that no row names: the others of a study that one does.
+    /// In the folders of all studies, also of those that no row names: the others of a study that one does. A folder
+    /// that can be reached under several names is one, of which nobody shall remove a file as another's copy: it has
+    /// the name that the catalogue gives it.
     void ListFiles() {
-        std::set<fs::path> roots;
+        std::map<fs::path, fs::path> roots, folders;
+        for (const auto& [uid, study] : studies_) {
+            roots.try_emplace(Resolved(study.folder.parent_path()), study.folder.parent_path());
+            folders.try_emplace(Resolved(study.folder), study.folder);
+        }
         if (!root_.empty())
-            roots.insert(root_);
-        for (const auto& [uid, study] : studies_)
-            roots.insert(study.folder.parent_path());
-        for (const fs::path& root : roots)
+            roots.try_emplace(Resolved(root_), root_.lexically_normal());
+        std::set<fs::path> listed;
+        for (const auto& [resolved, root] : roots)
             for (const fs::path& study : FoldersIn(root))
-                for (const fs::path& series : FoldersIn(study))
-                    for (const std::string& name : ObjectFiles(series))
-                        files_.push_back(series / name);
+                for (const fs::path& series : FoldersIn(folders.try_emplace(Resolved(study), study).first->second))
+                    if (listed.insert(Resolved(series)).second)
+                        for (const std::string& name : ObjectFiles(series))
+                            files_.push_back(series / name);
         std::ranges::sort(files_);
-        for (const fs::path& root : roots)
+        for (const auto& [resolved, root] : roots)
             UnderWay(root / ".incoming");
     }
 

@@ -240,6 +240,16 @@ TEST_F(StoredObjects, AStudyBesideThoseThatAreKnownIsFoundWhereverTheyAre) {
     EXPECT_EQ(room.Count("Patient"), "1");
 }
 
+TEST_F(StoredObjects, OfAFolderWithTwoNamesAreNotTakenForCopies) {
+    const auto rows = Rows();
+    root = room.Studies().parent_path() / "also";
+    fs::create_directory_symlink(room.Studies(), root);
+    EXPECT_THAT(Missing(), ElementsAre());
+    Forget({"Series", "Image"}, "SeriesInstanceUID='2.999.5'");
+    ExpectMended("2.999.5 with 3 objects is in no row");
+    EXPECT_EQ(Rows(), rows);
+}
+
 TEST_F(StoredObjects, OfAFolderInNoRowADamagedFileIsNamedAndTheOthersAreEntered) {
     Forget({"Series", "Image"}, "SeriesInstanceUID='2.999.5'");
     std::ofstream(ReportFile(2)) << "broken";
