@@ -15,6 +15,11 @@
 #include <algorithm>
 
 namespace tavrel {
+namespace {
+
+constexpr const char* Name = "paneFind";
+
+} // namespace
 
 void FindBar::Offer(QPlainTextEdit& text) {
     FindBar* bar = nullptr;
@@ -25,9 +30,20 @@ void FindBar::Offer(QPlainTextEdit& text) {
     });
 }
 
+void FindBar::Forget(const QPlainTextEdit& text) {
+    auto* pane = text.parentWidget();
+    auto* bar = pane ? dynamic_cast<FindBar*>(pane->findChild<QWidget*>(Name, Qt::FindDirectChildrenOnly)) : nullptr;
+    if (!bar)
+        return;
+    bar->words_->clear();
+    if (bar->isAncestorOf(bar->window()->focusWidget()))
+        bar->Close();
+    bar->hide();
+}
+
 FindBar::FindBar(QPlainTextEdit& text)
     : QWidget(text.parentWidget()), text_(text), words_(new QLineEdit(this)), said_(new QLabel(this)) {
-    setObjectName("paneFind");
+    setObjectName(Name);
     words_->setAccessibleName(tr("Find"));
     words_->setPlaceholderText(tr("Find"));
     words_->installEventFilter(this);

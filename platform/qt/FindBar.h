@@ -15,6 +15,8 @@ public:
     /// Gives the window of this text its Ctrl+F. The bar is made when it is first asked for; the text stands in a
     /// layout of lines.
     static void Offer(QPlainTextEdit& text);
+    /// The text becomes another report's: what was looked for in the former one goes with it.
+    static void Forget(const QPlainTextEdit& text);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;

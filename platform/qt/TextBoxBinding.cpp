@@ -1,5 +1,6 @@
 #include "platform/qt/TextBoxBinding.h"
 
+#include "platform/qt/FindBar.h"
 #include "platform/qt/LineEdits.h"
 #include "platform/qt/QtText.h"
 #include "platform/qt/WordMarks.h"
@@ -348,6 +349,7 @@ void ParagraphsBinding::ShowMarks() {
 }
 
 void ParagraphsBinding::Write(const QString& text) {
+    FindBar::Forget(paragraphs_);
     if (ToQt(FromQt(Shown())) == text)
         paragraphs_.document()->clearUndoRedoStacks();
     else

@@ -96,10 +96,21 @@ TEST_F(Finding, SaysWhatIsNotThereAndForgetsItWhenTheTextIsAnother) {
     Type("mass");
     EXPECT_EQ(Said(), "Not found");
     EXPECT_EQ(Bar()->findChild<QLineEdit*>()->accessibleDescription(), "Not found");
-    form_.txtParagraphs.Text("A mass.");
+    form_.txtParagraphs.Revise("A mass.");
     EXPECT_EQ(Said(), "");
     Press(Qt::Key_Return);
     EXPECT_EQ(Said(), "1 of 1");
+}
+
+TEST_F(Finding, IsOverWithItsWordsWhenTheTextIsAnotherReports) {
+    PressCtrlF();
+    Type("nodule");
+    form_.txtParagraphs.Text("No nodule here.");
+    EXPECT_FALSE(Bar()->isVisible());
+    EXPECT_TRUE(paragraphs_.hasFocus());
+    PressCtrlF();
+    EXPECT_EQ(Bar()->findChild<QLineEdit*>()->text(), "");
+    EXPECT_EQ(Selected(), "");
 }
 
 TEST_F(Finding, EndsByEscapeInTheTextAndBeginsAnewWithWhatIsSelected) {
