@@ -71,4 +71,9 @@ void Vocal::Drop(const std::string& why) {
     Enter(State::Quiet, why);
 }
 
+void Vocal::Settle() {
+    if (!UnderWay())
+        report_.say({});
+}
+
 } // namespace tavrel

@@ -37,6 +37,8 @@ public:
     /// The report is left, or cannot be edited any more: what is being spoken is dropped, and `why` is said when
     /// something was.
     void Drop(const std::string& why);
+    /// The person writes on: what was said of a dictation that is over makes room for what there is to be done.
+    void Settle();
 
 private:
     enum class State { Quiet, Speaking, Writing };

@@ -254,6 +254,8 @@ void WritingHelp::Insert(std::string_view text) {
 }
 
 void WritingHelp::Say(std::string_view words) {
+    if (said_ == words)
+        return;
     said_ = words;
     TellBelow();
 }

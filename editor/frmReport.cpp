@@ -65,7 +65,10 @@ frmReport::frmReport(Global& global, ServiceEvents& serviceEvents, frmSRSeriesCh
     cmdPutBack.Click = [this] { cmdPutBack_Click(); };
     cmdDiscard.Click = [this] { cmdDiscard_Click(); };
     cmbReportTitle.Edited = [this] { cmbReportTitle_Change(); };
-    txtReportTitle.Edited = txtReportAnnotation.Edited = [this] { TakeEdit(); };
+    txtReportTitle.Edited = txtReportAnnotation.Edited = [this] {
+        vocal_.Settle();
+        TakeEdit();
+    };
     cmbBodyPart.Edited = lstFinding.Changed = lstDiagnosis.Changed = [this] {
         if (WritesCodes())
             TakeEdit();
@@ -343,7 +346,7 @@ void frmReport::Lock(bool& readOnly) {
         control->Enabled(readOnly);
     writingHelp_.Look();
     if (!readOnly && vocal_.UnderWay())
-        vocal_.Drop("Dictation ended: this version cannot be changed");
+        vocal_.Drop("Dictation ended: a version was shown that cannot be changed");
 }
 
 void frmReport::ShowState() {

@@ -85,7 +85,7 @@ TEST_F(Vocals, EndWhenAVersionIsShownThatCannotBeChanged) {
     editor.cmdVocal.Press();
     editor.lstHistory.ListIndex(0);
     EXPECT_FALSE(dictation.Running());
-    EXPECT_EQ(Said(), "Dictation ended: this version cannot be changed");
+    EXPECT_EQ(Said(), "Dictation ended: a version was shown that cannot be changed");
 }
 
 TEST_F(Vocals, EndWhenTheEditorIsClosed) {
@@ -124,6 +124,14 @@ TEST_F(Vocals, SayThatNothingWasWritten) {
     editor.cmdVocal.Press();
     dictation.Write({});
     EXPECT_EQ(Said(), "The dictation command wrote nothing");
+}
+
+TEST_F(Vocals, ThatAreOverHideNothingFromWhoWritesOn) {
+    editor.cmdVocal.Press();
+    dictation.Write({});
+    reading.Typed(std::string(1100, 'x'));
+    EXPECT_EQ(Said(), "");
+    EXPECT_TRUE(editor.lblPrintedLength.Visible());
 }
 
 TEST_F(Vocals, UnderlineWhatTheFileCannotHold) {

@@ -160,7 +160,7 @@ protected:
             Show(editor, look);
         }
         editor.lblPrintedLength.Text("");
-        editor.lblAdvice.Text("Dictation ended: this version cannot be changed");
+        editor.lblAdvice.Text("Dictation ended: a version was shown that cannot be changed");
         Show(editor, look);
         LookAtAComparison(look);
         Show(editor, [&](QWidget& window) { LookAtTheBar(window, look); });
