@@ -120,7 +120,9 @@ void frmCompare::ShowParts(const std::vector<Part>& earlier, const std::vector<P
             written.Append(piece);
     }
     lblDifference.Text(written.marks.empty() ? "The two versions say the same."
-                                             : Count(written.added, "added, ") + Count(written.removed, "removed."));
+                       : written.added + written.removed == 0
+                           ? "The words are the same, but not the signs or blanks between them."
+                           : Count(written.added, "added, ") + Count(written.removed, "removed."));
     lblDifference.Emphasis(written.marks.empty() ? Label::Tone::Neutral : Label::Tone::Attention);
     txtDifference.Text(written.text);
     txtDifference.Marks(written.marks);

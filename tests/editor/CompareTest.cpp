@@ -117,6 +117,14 @@ TEST_F(Comparisons, NameTheWordsWithoutWhatPartsThem) {
     });
 }
 
+TEST_F(Comparisons, SayThatSignsAloneAreOthers) {
+    Open({"Nodule < 5 mm.", "Nodule > 5 mm."});
+    InWindow([&](frmCompare& window) {
+        EXPECT_TRUE(window.txtDifference.Text().ends_with("Nodule [removed: <][added: >] 5 mm."));
+        EXPECT_EQ(window.lblDifference.Text(), "The words are the same, but not the signs or blanks between them.");
+    });
+}
+
 TEST_F(Comparisons, SetOffWhatIsAddedAndRemoved) {
     Open({"Left lung.", "Right lung."});
     InWindow([&](frmCompare& window) {
