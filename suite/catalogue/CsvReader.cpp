@@ -107,6 +107,8 @@ std::vector<CsvRow> ReadCsvTable(std::string_view text, std::span<const std::str
             fault.append(column == columns.front() ? "" : ", ").append(column);
         return {CsvRow{1, {}, fault}};
     }
+    if (rows.size() == 1) // whoever replaces a table would be left with none
+        return {CsvRow{rows.front().line, {}, "no row follows the names of the columns"}};
     rows.erase(rows.begin());
     for (CsvRow& row : rows) {
         if (!row.fault.empty())

@@ -688,6 +688,7 @@ TEST_F(TextBlocksTool, TakesAChangedFileAgain) {
     Import("short,nad,No abnormality.\nshort,n,Normal.\n");
     EXPECT_EQ(Import("short,nad,Nothing abnormal.\nshort,n,Normal.\n").out,
               "Added 0 texts, changed 1; 1 were there already\n");
+    EXPECT_TRUE(Holds(Import("", "--replace").err, "line 1: no row follows the names of the columns"));
     EXPECT_EQ(Import("short,b,Both lungs.\n", "--replace").out, "Added 1 texts, changed 0; 0 were there already\n");
     EXPECT_EQ(Exported(), "Kind,Name,Body\r\nshort,\"b\",\"Both lungs.\"\r\n");
 }
