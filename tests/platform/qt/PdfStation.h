@@ -33,7 +33,6 @@ private:
 class PdfStation : public PrintingStation {
 public:
     PdfStation() {
-        std::filesystem::create_directories(PAGES_FOLDER);
         std::filesystem::remove(file);
         pdfEditor.LoadDocs();
     }
