@@ -5,7 +5,7 @@
 #include "platform/qt/QtText.h"
 #include "platform/qt/WordMarks.h"
 
-#include <QCoreApplication>
+#include <QApplication>
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QPlainTextEdit>
@@ -350,6 +350,8 @@ void ParagraphsBinding::ShowMarks() {
 
 void ParagraphsBinding::Write(const QString& text) {
     FindBar::Forget(paragraphs_);
+    if (auto* menu = QApplication::activePopupWidget())
+        menu->close(); // it offers what may be done with the former text
     if (ToQt(FromQt(Shown())) == text)
         paragraphs_.document()->clearUndoRedoStacks();
     else

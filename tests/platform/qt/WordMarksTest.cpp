@@ -220,7 +220,7 @@ TEST_F(WordMarking, DropsWhatIsFoundForAMenuThatIsGone) {
 TEST_F(WordMarking, OffersNothingForATextThatHasGoneMeanwhile) {
     form_.txtParagraphs.Text("é lnug two");
     AskAt(4);
-    form_.txtParagraphs.Text("a lnug of another");
+    form_.txtParagraphs.Revise("a lnug of another");
     judge.suggest({"lung"});
     EXPECT_EQ(ChooseNow({}).front(), "No suggestion");
 }
@@ -236,9 +236,17 @@ TEST_F(WordMarking, NeverMendsAnotherText) {
     form_.txtParagraphs.Text("é lnug two");
     AskAt(4);
     judge.suggest({"lung"});
-    form_.txtParagraphs.Text("a lnug of another");
+    form_.txtParagraphs.Revise("a lnug of another");
     ChooseNow("lung");
     EXPECT_EQ(form_.txtParagraphs.Text(), "a lnug of another");
+}
+
+TEST_F(WordMarking, TakesItsMenuAwayWhenTheTextIsAnotherReports) {
+    form_.txtParagraphs.Text("é lnug two");
+    AskAt(4);
+    ASSERT_TRUE(Menu());
+    form_.txtParagraphs.Text("a lnug of another");
+    EXPECT_FALSE(Menu());
 }
 
 TEST_F(WordMarking, OffersNothingAnyMoreOnceTheTextCannotBeChanged) {
