@@ -187,7 +187,7 @@ void MainWindow::ConnectStudies() {
     connect(studies_, &StudyPanel::NothingListed, this, &MainWindow::NothingListed);
     connect(studies_, &StudyPanel::StudyChosen, this, [this](const StudyRow& study) {
         study_ = study;
-        known_[study.studyUid] = study;
+        known_.emplace(study.studyUid, study); // unless its own files have been asked
         ShowImages({}, {}, true);
         pane_->Clear();
     });
@@ -372,7 +372,8 @@ void MainWindow::LearnOf(const QString& studyUid) {
     if (studyUid.isEmpty())
         return;
     catalogue_.Ask(
-        "the study " + studyUid, [studyUid](StudyCatalogue& catalogue) { return catalogue.Study(studyUid); },
+        "the study " + studyUid,
+        [studyUid](StudyCatalogue& catalogue) { return StudyAsItsFilesSay(catalogue, studyUid); },
         [this](const std::optional<StudyRow>& study) {
             if (!study)
                 return;

@@ -254,6 +254,9 @@ void StudyPanel::ListOtherReports(const OtherReports& found) {
     otherTable_->setColumnHidden(otherTable_->columnCount() - 1, !otherNames);
     otherTable_->Fill(rows);
     QStringList words;
+    if (!found.ownName.isEmpty())
+        words += tr("The files of this study name %1; the list of studies has another name for this ID.")
+                     .arg(NameOnScreen(found.ownName));
     if (otherNames)
         words += tr("A report with this ID names another patient.");
     if (found.leftOut > 0)

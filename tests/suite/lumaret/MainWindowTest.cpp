@@ -448,6 +448,18 @@ TEST_F(MainWindowTest, TheTitleSaysWhoseReportIsOpen) {
     EXPECT_TRUE(WaitUntil([&] { return window.windowTitle() == "Lumaret"; }));
 }
 
+TEST_F(MainWindowTest, TheTitleNamesWhomTheStudysFilesNameThoughTheListHasAnother) {
+    rows.Run("UPDATE Patient SET PatientName = 'NERI^LUCA'"); // who had the number first
+    window.Start();
+    OpenReport();
+    EXPECT_TRUE(WaitUntil([&] { return window.windowTitle() == "Lumaret - Report of ROSSI, MARIA (P1)"; }));
+    ChooseAnotherPatient();
+    for (const int row : {1, 0})
+        Named<QTableWidget>("Studies").selectRow(row);
+    Action("Add to report").trigger();
+    EXPECT_TRUE(Message().contains("the open report of ROSSI, MARIA (P1), ")) << Message().toStdString();
+}
+
 TEST_F(MainWindowTest, TheTitleNamesTheReportThatSomebodyElseOpened) {
     ChooseAnotherPatient();
     tavrel.TellStudy();

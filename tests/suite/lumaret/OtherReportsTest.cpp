@@ -13,6 +13,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace tavrel::test {
 namespace {
 
@@ -81,6 +83,15 @@ TEST_F(OtherReportsTest, WithTheSameNumberAndAnotherNameIsTold) {
         WriteReport(File("1.2.2", "1.dcm"), {.patientName = same});
         EXPECT_EQ(Found().reports[0].otherName, "") << same;
     }
+}
+
+TEST_F(OtherReportsTest, OfAStudyWhoseImagesNameSomebodyElseTellBothNames) {
+    WriteImage(File("1.2.3", "1.dcm"), {.patientName = "VERDI^ANNA"});
+    EXPECT_EQ(Found().ownName, "VERDI^ANNA");
+    ASSERT_EQ(Found().reports.size(), 1U);
+    EXPECT_EQ(Found().reports[0].otherName, "ROSSI^MARIA");
+    WriteReport(File("1.2.2", "1.dcm"), {.patientName = "VERDI^ANNA"});
+    EXPECT_EQ(Found().reports[0].otherName, "");
 }
 
 TEST_F(OtherReportsTest, WhoseFileCannotBeReadIsListedAsTheCatalogueHasIt) {
@@ -175,6 +186,17 @@ TEST_F(OtherReportsOnScreen, WithAnotherNameSaySoInTheListAndOverTheReport) {
     Others().selectRow(0);
     Settle();
     EXPECT_TRUE(Notice().contains("It names ")) << Notice().toStdString();
+}
+
+TEST_F(OtherReportsOnScreen, OfAStudyWhoseImagesNameSomebodyElseSaySo) {
+    WriteImage(File("1.2.3", "1.dcm"), {.patientName = "VERDI^ANNA"});
+    Choose("1.2.8");
+    Choose("1.2.3");
+    const auto remarks = window.findChild<StudyPanel*>()->findChildren<QLabel*>();
+    EXPECT_TRUE(std::ranges::any_of(remarks, [](const QLabel* remark) {
+        return remark->isVisible() && remark->text().startsWith("The files of this study name VERDI, ANNA; ");
+    }));
+    EXPECT_EQ(Others().item(0, 4)->text(), "ROSSI, MARIA");
 }
 
 TEST_F(OtherReportsOnScreen, AVersionOfAnotherPatientIsNotShown) {
