@@ -136,7 +136,9 @@ std::optional<PatientIdentity> PatientIn(const QString& path) {
 }
 
 bool SamePatient(const PatientIdentity& one, const PatientIdentity& other) {
-    return one.id == other.id && (one.issuer.isEmpty() || other.issuer.isEmpty() || one.issuer == other.issuer);
+    const auto compared = [](QString id) { return id.replace('\'', '`'); }; // as the catalogue has it
+    return compared(one.id) == compared(other.id) &&
+           (one.issuer.isEmpty() || other.issuer.isEmpty() || one.issuer == other.issuer);
 }
 
 bool SameName(const QString& one, const QString& other) {

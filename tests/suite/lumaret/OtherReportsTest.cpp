@@ -66,6 +66,13 @@ TEST_F(OtherReportsTest, WhoseFileNamesAnotherPatientIsNotListed) {
     EXPECT_EQ(Found().leftOut, 1);
 }
 
+TEST_F(OtherReportsTest, OfANumberWithAnApostropheAreThePatientsOwn) {
+    rows.Run("UPDATE Patient SET ID = 'O`1' WHERE ID = 'P1'");
+    rows.Run("UPDATE Study SET IDPatient = 'O`1' WHERE IDPatient = 'P1'");
+    WriteReport(File("1.2.2", "1.dcm"), {.patientId = "O'1"});
+    EXPECT_EQ(Found().reports.size(), 1U);
+}
+
 TEST_F(OtherReportsTest, OfTheSameNumberFromAnotherIssuerIsNotListed) {
     WriteReport(File("1.2.2", "1.dcm"), {.issuer = "North"});
     EXPECT_EQ(Found().reports.size(), 1U); // the image does not say whose number it is
