@@ -317,7 +317,8 @@ void MainWindow::OpenReport() {
 }
 
 QString MainWindow::Question() const {
-    return tr("The open report is of %1. Unsaved text in it will be lost.\n\nClose it and open the report of %2?")
+    return tr("The open report is of %1. What is typed in it and not saved stays as a draft; images added since its "
+              "last save do not.\n\nClose it and open the report of %2?")
         .arg(Described(asked_), Described(wanted_));
 }
 

@@ -473,9 +473,11 @@ TEST_F(MainWindowTest, TheTitleNamesTheReportThatSomebodyElseOpened) {
 
 TEST_F(MainWindowTest, AnotherPatientsReportIsAskedAboutByBothNames) {
     AskForAnotherPatientsReport();
-    EXPECT_EQ(Question()->text(), "The open report is of ROSSI, MARIA (P1), study of 14/11/2026. Unsaved text in it "
-                                  "will be lost.\n\nClose it and open the report of VERDI, ANNA (P2), study of "
-                                  "15/11/2026?");
+    EXPECT_EQ(Question()->text(),
+              "The open report is of ROSSI, MARIA (P1), study of 14/11/2026. What is typed in it and "
+              "not saved stays as a draft; images added since its last save do not.\n\nClose it and open the report of "
+              "VERDI, ANNA (P2), study of "
+              "15/11/2026?");
     EXPECT_EQ(Question()->textFormat(), Qt::PlainText);
     EXPECT_EQ(Question()->defaultButton(), Question()->button(QMessageBox::Cancel));
 }
