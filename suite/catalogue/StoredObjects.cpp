@@ -6,6 +6,7 @@
 #include "platform/sql.h"
 #include "suite/catalogue/Rows.h"
 #include "suite/porvane/ObjectRows.h"
+#include "suite/porvane/SameDataSet.h"
 #include "suite/porvane/StoreRefusal.h"
 
 #include <sys/stat.h>
@@ -92,7 +93,8 @@ std::optional<Identity> IdentityOf(const fs::path& file) {
 class StoredObjects {
 public:
     StoredObjects(Connection& catalogue, DicomLibrary& dicom, fs::path root, bool mending)
-        : catalogue_(catalogue), dicom_(dicom), root_(std::move(root)), mending_(mending) {}
+        : catalogue_(catalogue), dicom_(dicom), root_(std::move(root)), mending_(mending),
+          numbersTwins_(catalogue.OpenResultSet("SELECT * FROM Image WHERE 1=0")->HasField("Twin")) {}
 
     std::vector<CheckResult> Check() {
         ReadStudies(); // which say where to look
@@ -189,7 +191,6 @@ private:
         for (; !rows->AtEnd(); rows->MoveNext()) {
             images_.push_back({rows->Text("ImageID"), TextOrEmpty(*rows, "SeriesInstanceUID"),
                                TextOrEmpty(*rows, "ImageFile"), TextOrEmpty(*rows, "SOPInstanceUID")});
-            known_.insert(images_.back().sopInstanceUid);
         }
     }
 
@@ -204,13 +205,16 @@ private:
         for (const ImageRow& image : images_) {
             const auto series = series_.find(image.seriesUid);
             if (series == series_.end()) {
+                known_.emplace(image.sopInstanceUid, nullptr);
                 Missing("the object " + image.sopInstanceUid + " belongs to series " + image.seriesUid +
                         ", which the catalogue does not know" + std::string(FromBackup));
                 continue;
             }
             newest_[image.seriesUid] = image.fileName;
             const fs::path file = FolderOf(series->second) / image.fileName;
-            if (!named_.insert(file).second) {
+            const auto [named, isNew] = named_.insert(file);
+            known_.emplace(image.sopInstanceUid, &*named);
+            if (!isNew) {
                 Mend("the file " + file.string() + " has two rows",
                      [&] { RunChange(catalogue_, "DELETE FROM Image WHERE ImageID = " + image.id, {}); });
                 continue;
@@ -284,12 +288,23 @@ private:
             FolderWithoutRow(folder, files);
     }
 
+    /// Whether a file that has a row holds the very same.
+    bool IsStored(const fs::path& file, const ObjectHeader& header) const {
+        const auto [first, last] = known_.equal_range(header.sopInstanceUid);
+        return std::any_of(first, last,
+                           [&](const auto& known) { return known.second && SameDataSet(file, *known.second); });
+    }
+
     /// What a file without a row holds. Nothing where it can have none, which is told.
     std::optional<ObjectHeader> HeaderOfStray(const fs::path& file) try {
         auto header = HeaderOf(file);
-        if (header && known_.contains(header->sopInstanceUid))
+        if (header && IsStored(file, *header))
             Missing("the file " + file.string() +
                     " has no row and holds an object that is stored already; it can be removed");
+        else if (header && known_.contains(header->sopInstanceUid))
+            Missing("the file " + file.string() +
+                    " has no row, and what is stored under its UID is not the same or cannot be read; move it out of "
+                    "the studies, and \"orbenta-catalogue import\" stores it again");
         else if (header)
             return header;
         else
@@ -356,8 +371,9 @@ private:
             InsertStudyRow(catalogue_, first, InsidePath(folder.parent_path().string()));
         }
         InsertSeriesRow(catalogue_, first, folder.filename().string());
+        std::map<std::string, int> twins;
         for (const auto& [file, header] : objects)
-            InsertImageRow(catalogue_, header, file.filename().string(), std::nullopt);
+            EnterImage(file, header, twins[header.sopInstanceUid]++);
         catalogue_.Commit();
         if (newStudy)
             studies_[first.studyUid] = {first.patientId, folder.parent_path(), true};
@@ -367,13 +383,18 @@ private:
     }
 
     void Enter(const fs::path& file, const ObjectHeader& header) {
-        InsertImageRow(catalogue_, header, file.filename().string(), std::nullopt);
+        EnterImage(file, header, 0);
         Entered(file, header);
+    }
+
+    void EnterImage(const fs::path& file, const ObjectHeader& header, int twin) {
+        InsertImageRow(catalogue_, header, file.filename().string(),
+                       numbersTwins_ ? std::optional(twin) : std::nullopt);
     }
 
     void Entered(const fs::path& file, const ObjectHeader& header) {
         newest_[header.seriesUid] = file.filename().string();
-        known_.insert(header.sopInstanceUid);
+        known_.emplace(header.sopInstanceUid, &*named_.insert(file).first);
         images_.push_back({});
     }
 
@@ -460,6 +481,7 @@ private:
     DicomLibrary& dicom_;
     fs::path root_;
     bool mending_;
+    bool numbersTwins_; ///< so that of several who enter an object at once one does
     std::vector<CheckResult> results_;
 
     std::map<std::string, StudyRow> studies_;
@@ -468,10 +490,10 @@ private:
     std::vector<fs::path> files_;
     std::set<fs::path> underWay_;
     std::set<Identity> received_;
-    std::set<std::string> receivedNames_;       ///< that what was received gets
-    std::set<fs::path> named_;                  ///< files that have a row
-    std::set<std::string> known_;               ///< objects that have a row
-    std::map<std::string, std::string> newest_; ///< the file of a series' last row
+    std::set<std::string> receivedNames_;               ///< that what was received gets
+    std::set<fs::path> named_;                          ///< files that have a row
+    std::multimap<std::string, const fs::path*> known_; ///< objects that have a row, and its file or none
+    std::map<std::string, std::string> newest_;         ///< the file of a series' last row
 };
 
 } // namespace

@@ -85,7 +85,8 @@ protected:
               "ReferringPhysician||AccessionNumber FROM Study",
               "SELECT SeriesInstanceUID||StudyInstanceUID||SeriesDir||Modality||SeriesStatus||"
               "COALESCE(SeriesNumber,'none')||SeriesDescription FROM Series ORDER BY SeriesInstanceUID",
-              "SELECT SeriesInstanceUID||ImageFile||SOPInstanceUID||SOPClassUID||COALESCE(InstanceNumber,'none')"
+              "SELECT SeriesInstanceUID||ImageFile||SOPInstanceUID||SOPClassUID||COALESCE(InstanceNumber,'none')||"
+              "COALESCE(Twin,'none')"
               " FROM Image ORDER BY SeriesInstanceUID, ImageID"})
             std::ranges::copy(room.Column(query), std::back_inserter(all));
         return all;
@@ -183,6 +184,24 @@ TEST_F(StoredObjects, AFileThatIsNoObjectIsNamed) {
 TEST_F(StoredObjects, AFileThatHoldsAStoredObjectIsNamed) {
     fs::copy_file(ReportFile(1), ReportFile(1).parent_path() / "img_000009.dcm");
     ExpectNamed("img_000009.dcm has no row and holds an object that is stored already");
+}
+
+TEST_F(StoredObjects, AFileThatHoldsMoreThanTheOneStoredUnderItsUidIsNotSaidToBeACopy) {
+    const fs::path file = ImageFile().parent_path() / "other.dcm";
+    TestObject().Numbered(9).Set(DCM_ImageComments, "other").SaveTo(file);
+    ExpectNamed("other.dcm has no row, and what is stored under its UID is not the same");
+    fs::copy_file(ImageFile(), file, fs::copy_options::overwrite_existing);
+    ExpectNamed("other.dcm has no row and holds an object that is stored already; it can be removed");
+    std::ofstream(ImageFile()) << "broken";
+    EXPECT_THAT(Missing(), testing::Contains(HasSubstr("other.dcm has no row, and what is stored under its UID")));
+}
+
+TEST_F(StoredObjects, TwinsOfAFolderInNoRowAreEnteredAsTwins) {
+    TestObject().Numbered(9).Set(DCM_ImageComments, "other").SaveTo(ImageFile().parent_path() / "other.dcm");
+    Forget({"Image", "Series"}, "SeriesInstanceUID<>'2.999.5'");
+    ExpectMended(" with 2 objects is in no row");
+    EXPECT_THAT(room.Column("SELECT Twin FROM Image WHERE SOPInstanceUID='2.999.7.9' ORDER BY Twin"),
+                ElementsAre("0", "1"));
 }
 
 TEST_F(StoredObjects, WhatTheServiceHasUnderWayIsLeftToIt) {
