@@ -35,7 +35,7 @@ void FindBar::Forget(const QPlainTextEdit& text) {
     auto* bar = pane ? dynamic_cast<FindBar*>(pane->findChild<QWidget*>(Name, Qt::FindDirectChildrenOnly)) : nullptr;
     if (!bar)
         return;
-    bar->words_->clear();
+    bar->words_->setText({}); // which no undo takes back
     if (bar->isAncestorOf(bar->window()->focusWidget()))
         bar->Close();
     bar->hide();

@@ -109,6 +109,7 @@ TEST_F(Finding, IsOverWithItsWordsWhenTheTextIsAnotherReports) {
     EXPECT_FALSE(Bar()->isVisible());
     EXPECT_TRUE(paragraphs_.hasFocus());
     PressCtrlF();
+    Press(Qt::Key_Z, Qt::ControlModifier);
     EXPECT_EQ(Bar()->findChild<QLineEdit*>()->text(), "");
     EXPECT_EQ(Selected(), "");
 }
