@@ -3,8 +3,10 @@
 #include "platform/error.h"
 #include "platform/limits.h"
 #include "platform/sql.h"
+#include "platform/text.h"
 #include "suite/catalogue/Rows.h"
 #include "suite/porvane/ObjectRows.h"
+#include "suite/porvane/ServiceLog.h"
 #include "suite/porvane/forwarding/OutgoingQueue.h"
 
 #include <algorithm>
@@ -197,15 +199,26 @@ ObjectCatalogue::Home ObjectCatalogue::HomeOf(const ObjectHeader& header) {
 }
 
 void ObjectCatalogue::Add(const ObjectHeader& header, const ObjectPlace& place, const Home& home, int twin) {
-    if (!home.study && !Exists("SELECT ID FROM Patient WHERE ID=" + Quoted(header.patientId)))
-        InsertPatientRow(*connection_, header);
-    if (!home.study)
+    if (!home.study) {
+        AddPatient(header);
         InsertStudyRow(*connection_, header, place.studyPath);
+    }
     if (!home.series)
         InsertSeriesRow(*connection_, header, place.seriesDir);
     InsertImageRow(*connection_, header, place.imageFile, NumbersTwins() ? std::optional(twin) : std::nullopt);
     if (queuesImages_)
         QueueStoredObject(*connection_, engine_, header.seriesUid, place.imageFile, *queuesImages_);
+}
+
+void ObjectCatalogue::AddPatient(const ObjectHeader& header) {
+    const auto known =
+        connection_->OpenResultSet("SELECT PatientName FROM Patient WHERE ID=" + Quoted(header.patientId));
+    if (known->AtEnd())
+        InsertPatientRow(*connection_, header);
+    else if (!SameInAnyCase(TextOrEmpty(*known, "PatientName"), header.patientName))
+        LogLine("study " + header.studyUid +
+                " names its patient otherwise than the catalogue does, which has one name for a patient's ID; it is "
+                "listed under that one");
 }
 
 std::map<std::string, std::string> ObjectCatalogue::FilesOf(const std::string& seriesUid, const std::string& fromName) {

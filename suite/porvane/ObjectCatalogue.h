@@ -103,6 +103,8 @@ private:
     bool NumbersTwins();
     std::optional<std::string> Answer(const std::string& query);
     bool Exists(const std::string& query);
+    /// Unless the catalogue has one of that ID.
+    void AddPatient(const ObjectHeader& header);
 
     std::unique_ptr<Connection> connection_;
     std::string dataSource_;

@@ -220,6 +220,25 @@ TEST_F(StorageGuard, NoPatientIsNamedInTheLog) {
     EXPECT_THAT(room.ServiceLog(), Not(HasSubstr("SECRET")));
 }
 
+TEST_F(StorageGuard, AnotherNameOfANumberIsLoggedAndNotNamed) {
+    const auto study = [&](const std::string& uid, const char* name) {
+        TestObject()
+            .Numbered(1)
+            .Set(DCM_SOPInstanceUID, uid + ".2")
+            .Set(DCM_StudyInstanceUID, uid)
+            .Set(DCM_SeriesInstanceUID, uid + ".1")
+            .Set(DCM_PatientID, "P1")
+            .Set(DCM_PatientName, name)
+            .Send(room);
+    };
+    study("2.999.20", "SECRET^ANNA");
+    study("2.999.21", "Secret^Anna");
+    EXPECT_THAT(room.ServiceLog(), Not(HasSubstr("names its patient otherwise")));
+    study("2.999.22", "SECRET^BRUNO");
+    EXPECT_THAT(room.ServiceLog(), HasSubstr("study 2.999.22 names its patient otherwise than the catalogue"));
+    EXPECT_THAT(room.ServiceLog(), Not(HasSubstr("SECRET")));
+}
+
 /// Many senders that make nothing of the places that they ask for.
 class BadSenders {
 public:
