@@ -1,5 +1,6 @@
 #include "suite/lumaret/StudyPanel.h"
 
+#include "platform/qt/WrappingLabel.h"
 #include "suite/lumaret/ScreenText.h"
 
 #include <QFormLayout>
@@ -84,7 +85,7 @@ StudyPanel::StudyPanel(CatalogueQuestions& catalogue)
           {{tr("No.")}, {tr("Kind"), 3}, {tr("Files")}, {tr("Status"), 2}, {tr("Description"), 3}}, tr("Series"))),
       otherTable_(new FittedTable(
           {{tr("Date")}, {tr("Study"), 3}, {tr("Kind"), 2}, {tr("Status"), 2}, {tr("Named"), 3}}, tr("Other reports"))),
-      leftOut_(new QLabel), otherFrame_(new QGroupBox(tr("Other re&ports of the patient"))) {
+      leftOut_(new WrappingLabel), otherFrame_(new QGroupBox(tr("Other re&ports of the patient"))) {
     auto* form = new QFormLayout;
     form->setRowWrapPolicy(QFormLayout::WrapLongRows);
     form->addRow(tr("Patient &name"), name_);
@@ -109,7 +110,6 @@ StudyPanel::StudyPanel(CatalogueQuestions& catalogue)
 
     auto* others = new QVBoxLayout(otherFrame_);
     others->setContentsMargins(5, 5, 5, 5);
-    leftOut_->setWordWrap(true);
     others->addWidget(otherTable_);
     others->addWidget(leftOut_);
     column->addWidget(otherFrame_, 1);

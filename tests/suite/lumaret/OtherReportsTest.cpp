@@ -206,6 +206,17 @@ TEST_F(OtherReportsOnScreen, OfAStudyWhoseImagesNameSomebodyElseSaySo) {
     EXPECT_EQ(Others().item(0, 4)->text(), "ROSSI, MARIA");
 }
 
+TEST_F(OtherReportsOnScreen, OfAStudyWhoseImagesHaveALongNameDoNotWidenTheLists) {
+    window.resize(560, 720);
+    Settle();
+    const int before = window.findChild<StudyPanel*>()->minimumSizeHint().width();
+    const std::string longest(60, 'W');
+    WriteImage(File("1.2.3", "1.dcm"), {.patientName = longest.c_str()});
+    Choose("1.2.8");
+    Choose("1.2.3");
+    EXPECT_EQ(window.findChild<StudyPanel*>()->minimumSizeHint().width(), before);
+}
+
 TEST_F(OtherReportsOnScreen, AVersionOfAnotherPatientIsNotShown) {
     rows.AddImage("1.2.2.1", "2.dcm", 2);
     WriteReport(File("1.2.2", "2.dcm"), {.title = "Secret", .date = "20261231", .patientId = "P2"});
