@@ -9,6 +9,7 @@
 #include <dcmtk/dcmnet/dimse.h>
 
 #include <array>
+#include <memory>
 #include <stdexcept>
 
 #include <arpa/inet.h>
@@ -117,6 +118,7 @@ struct StorageNode::Conversation {
         StorageNode* node = nullptr;
         const Received* received = nullptr;
         bool hungUp = false;
+        std::unique_ptr<DcmDataset> detail = nullptr; ///< of the answer
     };
 
     static void Answer(void* data, T_DIMSE_StoreProgress* progress, T_DIMSE_C_StoreRQ*, char*, DcmDataset**,
@@ -128,8 +130,9 @@ struct StorageNode::Conversation {
         const Behaviour behaviour = node.behaviour_;
         if (behaviour == Behaviour::AnswerFailure) {
             response->DimseStatus = static_cast<DIC_US>(node.failure_.load());
-            *detail = new DcmDataset; // the toolkit frees it
-            (*detail)->putAndInsertString(DCM_ErrorComment, "the disk is full");
+            answering.detail = std::make_unique<DcmDataset>(); // of which the toolkit takes what is in it alone
+            answering.detail->putAndInsertString(DCM_ErrorComment, "the disk is full");
+            *detail = answering.detail.get();
             return;
         }
         if (behaviour == Behaviour::AnswerWarning)
