@@ -185,7 +185,7 @@ void WordMarks::AddSuggestions(QMenu& menu, const QTextCursor& word) {
     menu.installEventFilter(this);
     looking_ = looking;
     Judge()->Suggest(text, [this, open = QPointer(&menu), looking, word, text](std::vector<std::string> found) {
-        if (!open) // nor, perhaps, the box
+        if (!open || !open->isVisible()) // where there is none, perhaps the box is gone, too
             return;
         // Another report may have been opened meanwhile.
         found.resize(Judge() && FromQt(word.selectedText()) == text ? std::min(found.size(), MostSuggestions) : 0);

@@ -217,6 +217,33 @@ TEST_F(WordMarking, DropsWhatIsFoundForAMenuThatIsGone) {
     EXPECT_EQ(ChooseNow({}).front(), "Looking for suggestions...");
 }
 
+TEST_F(WordMarking, TakesNothingAnyMoreOnceTheMenuIsLeft) {
+    form_.txtParagraphs.Text("é lnug two");
+    CaretTo(3);
+    QTest::keyClick(&paragraphs_, Qt::Key_F7);
+    QTest::keyClick(Menu(), Qt::Key_Down);
+    QTest::keyClick(Menu(), Qt::Key_Return);
+    QTest::keyClick(Menu(), Qt::Key_Escape);
+    judge.suggest({"lung"});
+    EXPECT_EQ(form_.txtParagraphs.Text(), "é lnug two");
+}
+
+TEST(SuggestionsForABox, AreForgottenWhenItHasGone) {
+    Judge judge;
+    {
+        OneOfEach form;
+        form.txtParagraphs.Words(&judge);
+        form.txtParagraphs.Text("lnug");
+        FormWindow window(form, LayOutOneOfEach);
+        window.show();
+        QContextMenuEvent asked(QContextMenuEvent::Keyboard, {}, {});
+        QApplication::sendEvent(window.findChild<QPlainTextEdit*>("txtParagraphs"), &asked);
+        ASSERT_TRUE(QApplication::activePopupWidget());
+    }
+    judge.suggest({"lung"});
+    EXPECT_FALSE(QApplication::activePopupWidget());
+}
+
 TEST_F(WordMarking, OffersNothingForATextThatHasGoneMeanwhile) {
     form_.txtParagraphs.Text("é lnug two");
     AskAt(4);
