@@ -8,6 +8,7 @@
 #include <QRadioButton>
 #include <QSpinBox>
 
+#include <algorithm>
 #include <cstdlib>
 
 namespace tavrel::test {
@@ -34,12 +35,12 @@ protected:
                                  : std::to_string(after.size()) + " documents";
     }
 
-private:
     static Texts Documents() {
         Texts files;
         for (const auto& entry : std::filesystem::directory_iterator(std::getenv("PRINT_SPOOL")))
             if (entry.path().filename().string().starts_with("d"))
                 files.push_back(entry.path().string());
+        std::ranges::sort(files);
         return files;
     }
 };
@@ -74,6 +75,16 @@ TEST_F(PrintQueue, TakesTheLastPageFirstWhenAsked) {
         Print(threePages, [](QPrintDialog& dialog) { dialog.findChild<QCheckBox*>("reverse")->setChecked(true); });
     EXPECT_EQ(std::ranges::count(text, '\f'), 3);
     EXPECT_LT(text.find("Il medico"), text.find("Paziente")) << text;
+}
+
+TEST_F(PrintQueue, OfAnotherPrinterIsGivenThatPrintersPaper) {
+    RunShell("lpadmin -p Letter -E -v file:/dev/null -P '" LETTER_PRINTER "'");
+    Print("Normal.", [](QPrintDialog& dialog) {
+        auto& printers = *dialog.findChild<QComboBox*>("printers");
+        printers.setCurrentIndex(printers.findText("Letter"));
+    });
+    const std::string paper = RunShell("pdfinfo '" + Documents().back() + "'").out;
+    EXPECT_NE(paper.find("(letter)"), std::string::npos) << paper;
 }
 
 TEST_F(PrintQueue, ThatIsGoneWhenTheDialogIsAcceptedIsTold) {
