@@ -106,6 +106,22 @@ TEST_F(ALateToolkit, ReadsASavedReport) {
     EXPECT_TRUE(Loaded());
 }
 
+TEST_F(ALateToolkit, IsLoadedAsideWhenSomethingWillBeSent) {
+    {
+        DcmtkLibrary library{background_, events_};
+        library.GetReadyToStore();
+    } // which waits for it
+    EXPECT_TRUE(Loaded());
+}
+
+TEST_F(ALateToolkit, ServesWhoReadsWhileItIsLoaded) {
+    Written()->SaveToFile(file_);
+    const auto list = library_.NewDataSetList();
+    list->LoadFile(file_);
+    library_.GetReadyToStore();
+    EXPECT_EQ(list->GetElementString(0, Name), "Rossi^Mario");
+}
+
 TEST_F(ALateToolkit, SaysWhatItCannotRead) {
     Written()->SaveToFile(file_);
     std::string bytes = ReadBytes(file_);
