@@ -3,16 +3,26 @@
 
 #include <QApplication>
 #include <QComboBox>
+#include <QDialogButtonBox>
 #include <QGroupBox>
+#include <QHeaderView>
 #include <QImage>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPainter>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QSplitter>
+#include <QStandardItemModel>
+#include <QStyleOption>
 #include <QTest>
+#include <QTreeView>
 #include <QVBoxLayout>
 #include <gtest/gtest.h>
+
+#include <algorithm>
+#include <utility>
+#include <vector>
 
 namespace tavrel::test {
 namespace {
@@ -26,6 +36,18 @@ QImage Picture(QWidget& widget) {
 
 QColor At(QWidget& widget, const QPoint& place) {
     return Picture(widget).pixelColor(place);
+}
+
+/// The lightness of its darkest and its lightest point.
+std::pair<int, int> Range(const QImage& picture) {
+    int darkest = 255, lightest = 0;
+    for (int y = 0; y < picture.height(); ++y)
+        for (int x = 0; x < picture.width(); ++x) {
+            const int lightness = picture.pixelColor(x, y).lightness();
+            darkest = std::min(darkest, lightness);
+            lightest = std::max(lightest, lightness);
+        }
+    return {darkest, lightest};
 }
 
 QColor Light(const Tint& tint) {
@@ -55,6 +77,7 @@ TEST_F(TheHouseStyle, GivesABandTheColourOfWhatItSaysAndTakesItBack) {
     Speak(band, "failure");
     EXPECT_EQ(At(band, ground), Light(colours::Failure));
     EXPECT_EQ(band.palette().color(band.foregroundRole()), Light(colours::OnFailure));
+    EXPECT_TRUE(band.font().bold());
     Speak(band, "neutral");
     EXPECT_EQ(At(band, ground), Light(colours::Card));
     EXPECT_EQ(band.palette().color(band.foregroundRole()), Light(colours::Text));
@@ -75,12 +98,15 @@ TEST_F(TheHouseStyle, GivesARemarkAColourOnlyWhereItWarns) {
 
 TEST_F(TheHouseStyle, DrawsACaptionFainterThanItsValue) {
     auto& caption = With<QLabel>("Sex");
+    auto& describing = With<QLabel>("Approved by");
     auto& value = With<QLabel>("F");
     caption.setObjectName("captionSex");
-    caption.ensurePolished();
-    value.ensurePolished();
+    describing.setProperty("describes", "lblApprovedBy");
+    for (QLabel* label : {&caption, &describing, &value})
+        label->ensurePolished();
 
     EXPECT_EQ(caption.palette().color(caption.foregroundRole()), Light(colours::Faint));
+    EXPECT_EQ(describing.palette().color(describing.foregroundRole()), Light(colours::Faint));
     EXPECT_EQ(value.palette().color(value.foregroundRole()), Light(colours::Text));
 }
 
@@ -150,18 +176,107 @@ TEST_F(TheHouseStyle, ShowsWhichControlHasTheFocus) {
     window_.setFocus();
     window_.activateWindow();
     ASSERT_TRUE(QTest::qWaitForWindowActive(&window_));
-    const auto looks = [](QWidget& widget) {
-        QImage picture(widget.size(), QImage::Format_RGB32);
-        widget.render(&picture);
-        return picture;
-    };
-
     for (QWidget* widget : std::initializer_list<QWidget*>{&button, &option, &text}) {
-        const QImage before = looks(*widget);
+        const QImage before = Picture(*widget);
         QTest::keyClick(window_.windowHandle(), Qt::Key_Tab);
         ASSERT_TRUE(widget->hasFocus()) << widget->metaObject()->className();
-        EXPECT_NE(looks(*widget), before) << widget->metaObject()->className();
+        EXPECT_NE(Picture(*widget), before) << widget->metaObject()->className();
     }
+}
+
+TEST_F(TheHouseStyle, TellsTheStatesOfAButtonApart) {
+    auto& plain = With<QPushButton>("Print");
+    auto& primary = With<QPushButton>("Save");
+    primary.setProperty("primary", true);
+    const auto distinct = [](QPushButton& button, const std::vector<QStyle::State>& states) {
+        QList<QImage> pictures;
+        for (const auto state : states) {
+            QStyleOptionButton option;
+            option.rect = {0, 0, 80, 30};
+            option.state = state;
+            QImage picture(80, 30, QImage::Format_RGB32);
+            picture.fill(Qt::white);
+            QPainter painter(&picture);
+            button.style()->drawControl(QStyle::CE_PushButton, &option, &painter, &button);
+            painter.end();
+            if (!pictures.contains(picture))
+                pictures << picture;
+        }
+        return pictures.size();
+    };
+
+    constexpr auto on = QStyle::State_Enabled;
+    EXPECT_EQ(distinct(plain, {QStyle::State_None, on, on | QStyle::State_MouseOver, on | QStyle::State_Sunken}), 4);
+    EXPECT_EQ(distinct(primary, {QStyle::State_None, on, on | QStyle::State_HasFocus}), 3);
+}
+
+TEST_F(TheHouseStyle, WritesOnTheButtonToPressInAColourOfItsOwn) {
+    auto& save = With<QPushButton>("Save");
+    save.setProperty("primary", true);
+    save.adjustSize();
+    const auto inside = save.rect() - QMargins(8, 4, 8, 4);
+
+    EXPECT_GT(Range(Picture(save).copy(inside)).second, Light(colours::Accent).lightness());
+}
+
+TEST_F(TheHouseStyle, TellsTheStatesOfAnOptionApart) {
+    auto& option = With<QRadioButton>("");
+    option.resize(20, 20);
+    const QPoint dot(7, 10);
+    const QImage free = Picture(option);
+    option.setEnabled(false);
+    EXPECT_NE(Picture(option), free);
+    option.setEnabled(true);
+    option.setChecked(true);
+    EXPECT_EQ(At(option, dot), Light(colours::OnAccent));
+}
+
+TEST_F(TheHouseStyle, UnderlinesTheKeyOfAFramesTitle) {
+    auto& plain = With<QGroupBox>("Reading");
+    auto& keyed = With<QGroupBox>("Rea&ding");
+    for (QGroupBox* frame : {&plain, &keyed})
+        frame->resize(120, 60);
+
+    EXPECT_NE(Picture(keyed), Picture(plain));
+}
+
+TEST_F(TheHouseStyle, SetsAListsHeadingFainterAndOffItsLine) {
+    QTreeView list(&window_);
+    QStandardItemModel model(1, 1);
+    model.setHorizontalHeaderLabels({"Description"});
+    list.setModel(&model);
+    auto& heading = *list.header();
+    heading.adjustSize();
+
+    EXPECT_GE(heading.height(), heading.fontMetrics().height() + 7);
+    const auto words = heading.rect() - QMargins(0, 0, 0, 2);
+    EXPECT_GE(Range(Picture(heading).copy(words)).first, Light(colours::Faint).lightness());
+}
+
+TEST_F(TheHouseStyle, DrawsNothingBetweenTheHalvesOfASplitWindow) {
+    QSplitter halves(&window_);
+    halves.addWidget(new QWidget);
+    halves.addWidget(new QWidget);
+    halves.resize(200, 100);
+    window_.resize(200, 100);
+    const auto [darkest, lightest] = Range(Picture(window_));
+
+    EXPECT_EQ(darkest, lightest);
+}
+
+TEST_F(TheHouseStyle, PutsNoPicturesOnTheButtonsOfAMessage) {
+    QDialogButtonBox buttons(QDialogButtonBox::Save | QDialogButtonBox::Cancel, &window_);
+
+    EXPECT_TRUE(buttons.button(QDialogButtonBox::Save)->icon().isNull());
+}
+
+TEST_F(TheHouseStyle, DimsTheWindowThatWaits) {
+    auto* veil = new QFrame(&window_);
+    veil->setProperty("veil", true);
+    veil->resize(20, 20);
+    veil->ensurePolished();
+
+    EXPECT_NE(At(*veil, {10, 10}), QColor(Qt::magenta));
 }
 
 TEST_F(TheHouseStyle, LeavesTheEdgeOfABoxThatCanBeTypedInVisible) {
