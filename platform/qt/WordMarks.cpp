@@ -191,7 +191,7 @@ void WordMarks::AddSuggestions(QMenu& menu, const QTextCursor& word) {
         found.resize(Judge() && FromQt(word.selectedText()) == text ? std::min(found.size(), MostSuggestions) : 0);
         ShowSuggestions(*open, *looking, found, word);
     });
-    auto* learn = new QAction("Add \"" + ToQt(text).replace('&', "&&") + "\" to my words", &menu);
+    auto* learn = new QAction("Add \"" + ToQt(text) + "\" to my words", &menu);
     connect(learn, &QAction::triggered, this, [this, text] {
         if (auto* judge = Judge())
             judge->Learn(text);
@@ -202,7 +202,7 @@ void WordMarks::AddSuggestions(QMenu& menu, const QTextCursor& word) {
 
 void WordMarks::ShowSuggestions(QMenu& menu, QAction& looking, const std::vector<std::string>& suggestions,
                                 const QTextCursor& word) {
-    auto* pointedAt = menu.activeAction() == &looking ? nullptr : menu.activeAction();
+    auto* pointedAt = menu.activeAction();
     const int top = menu.actionGeometry(pointedAt).top();
     auto* behind = menu.actions().value(menu.actions().indexOf(&looking) + 1);
     if (looking_ == &looking)

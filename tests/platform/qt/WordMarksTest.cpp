@@ -185,15 +185,17 @@ TEST_F(WordMarking, LeavesTheKeysOnTheLikeliestWhenSuggestionsCome) {
 }
 
 TEST_F(WordMarking, TakesTheLikeliestWhenItWasChosenBeforeItWasFound) {
-    form_.txtParagraphs.Text("é lnug two");
-    CaretTo(3);
-    QTest::keyClick(&paragraphs_, Qt::Key_F7);
-    QTest::keyClick(Menu(), Qt::Key_Down);
-    QTest::keyClick(Menu(), Qt::Key_Return);
-    ASSERT_TRUE(Menu());
-    judge.suggest({"lung", "R&D"});
-    EXPECT_FALSE(Menu());
-    EXPECT_EQ(form_.txtParagraphs.Text(), "é lung two");
+    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter}) {
+        form_.txtParagraphs.Text("é lnug two");
+        CaretTo(3);
+        QTest::keyClick(&paragraphs_, Qt::Key_F7);
+        QTest::keyClick(Menu(), Qt::Key_Down);
+        QTest::keyClick(Menu(), key);
+        ASSERT_TRUE(Menu());
+        judge.suggest({"lung", "R&D"});
+        EXPECT_FALSE(Menu());
+        EXPECT_EQ(form_.txtParagraphs.Text(), "é lung two");
+    }
 }
 
 TEST_F(WordMarking, KeepsTheGrowingMenuOnTheScreen) {
@@ -204,6 +206,17 @@ TEST_F(WordMarking, KeepsTheGrowingMenuOnTheScreen) {
     judge.suggest({"one", "two", "three", "four", "five", "six", "seven", "eight", "nine"});
     EXPECT_EQ(Menu()->geometry().bottom(), screen.bottom());
     EXPECT_EQ(ChooseNow({}).mid(7, 2), (QStringList{"eight", "Add \"lnug\" to my words"}));
+}
+
+TEST_F(WordMarking, KeepsTheTopOfTheGrowingMenuOnTheScreen) {
+    form_.txtParagraphs.Text("é lnug two");
+    AskAt(4);
+    const QRect screen = Menu()->screen()->availableGeometry();
+    Menu()->move(screen.topLeft());
+    Menu()->setActiveAction(Menu()->actions().at(1));
+    judge.suggest({"lung", "R&D"});
+    EXPECT_EQ(Menu()->geometry().top(), screen.top());
+    ChooseNow({});
 }
 
 TEST_F(WordMarking, DropsWhatIsFoundForAMenuThatIsGone) {
@@ -248,6 +261,14 @@ TEST_F(WordMarking, OffersNothingForATextThatHasGoneMeanwhile) {
     form_.txtParagraphs.Text("é lnug two");
     AskAt(4);
     form_.txtParagraphs.Revise("a lnug of another");
+    judge.suggest({"lung"});
+    EXPECT_EQ(ChooseNow({}).front(), "No suggestion");
+}
+
+TEST_F(WordMarking, OffersNothingForATextThatCannotBeChangedMeanwhile) {
+    form_.txtParagraphs.Text("é lnug two");
+    AskAt(4);
+    form_.frmInside.Enabled(false);
     judge.suggest({"lung"});
     EXPECT_EQ(ChooseNow({}).front(), "No suggestion");
 }
