@@ -55,11 +55,11 @@ private:
 class LibraryDictionary {
 public:
     explicit LibraryDictionary(const fs::path& stem) {
-        const std::lock_guard lock(comingAndGoing_);
+        const std::lock_guard lock(ComingAndGoing);
         words_.emplace((fs::path(stem) += ".aff").c_str(), (fs::path(stem) += ".dic").c_str());
     }
     ~LibraryDictionary() {
-        const std::lock_guard lock(comingAndGoing_);
+        const std::lock_guard lock(ComingAndGoing);
         words_.reset();
     }
     LibraryDictionary(const LibraryDictionary&) = delete;
@@ -68,7 +68,7 @@ public:
     Hunspell* operator->() { return &*words_; }
 
 private:
-    inline static std::mutex comingAndGoing_;
+    inline static std::mutex ComingAndGoing;
     std::optional<Hunspell> words_;
 };
 
