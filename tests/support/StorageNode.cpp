@@ -69,6 +69,7 @@ struct StorageNode::Conversation {
             const OFCondition outcome = DIMSE_receiveCommand(association, DIMSE_NONBLOCKING, CallerPatienceSeconds,
                                                              &context, &message, nullptr);
             if (outcome == DUL_PEERREQUESTEDRELEASE) {
+                ++node.farewells_;
                 ASC_acknowledgeRelease(association);
                 return;
             }

@@ -55,6 +55,8 @@ public:
     }
     /// Called on the node's thread when an object is stored and before its sender is answered.
     void BeforeAnswering(std::function<void(const Received&)> hook);
+    /// The callers that have released their association; others broke it off.
+    int Farewells() const { return farewells_; }
     /// What was stored, in order of arrival.
     std::vector<Received> Objects() const;
 
@@ -72,6 +74,7 @@ private:
     std::atomic<int> failure_ = 0xA700;
     std::atomic<bool> ending_ = false;
     std::atomic<int> fileCount_ = 0;
+    std::atomic<int> farewells_ = 0;
     mutable std::mutex mutex_;
     std::condition_variable ended_;
     std::function<void(const Received&)> hook_;

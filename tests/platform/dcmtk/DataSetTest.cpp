@@ -48,6 +48,12 @@ TEST_F(DataSets, AnUnknownVrCannotBeWritten) {
     EXPECT_EQ(dataSet->GetValue(attribute::CompletionFlag), Value{});
 }
 
+TEST_F(DataSets, WordsAreNoNumber) {
+    for (const std::string words : {"12 px", "99999", "-1"})
+        EXPECT_EQ(FailureOf([&] { dataSet->SetValue(attribute::Rows, 0, words); }),
+                  "\"" + words + "\" is no value of VR US for Rows (0028,0010).");
+}
+
 TEST_F(DataSets, ANumberIsWrittenAsAnIntegerString) {
     dataSet->SetValue(attribute::SeriesNumber, 0, std::int16_t{8});
     EXPECT_EQ(Text(*dataSet, attribute::SeriesNumber), "8");

@@ -97,9 +97,15 @@ INSTANTIATE_TEST_SUITE_P(Syntaxes, EncodedFile, testing::Values(ExplicitLittle, 
 TEST(EncodedNumbers, OfEveryKindAreTheToolkits) {
     TestLibrary library;
     const auto dataSet = MakeReport(library.dicom);
-    dataSet->SetValue({Tag{0x0018, 0x9073}, "FD"}, 0, "1.5");
-    dataSet->SetValue({Tag{0x0028, 0x0010}, "US"}, 0, std::int16_t{512});
-    dataSet->SetValue({Tag{0x0028, 0x0106}, "SS"}, 0, std::int16_t{-1});
+    std::uint16_t element = 0x9000;
+    for (const auto& [vr, numbers] :
+         {std::pair("FD", "1.5\\-2.25"), std::pair("FL", "0.5\\-3"), std::pair("SL", "-70000\\70000"),
+          std::pair("SS", "-1\\2"), std::pair("SV", "-5000000000\\1"), std::pair("UL", "4000000000\\1"),
+          std::pair("US", "512\\65535"), std::pair("UV", "18000000000000000000\\1")}) {
+        const Tag tag{0x0018, ++element};
+        dataSet->SetValue({tag, vr}, 0, numbers);
+        EXPECT_EQ(dynamic_cast<const DcmtkDataSet&>(*dataSet).GetString(tag), numbers);
+    }
     const auto bytes = EncodeDataSet(dynamic_cast<const DcmtkDataSet&>(*dataSet)).bytes;
     EXPECT_EQ(bytes, Reread(bytes, EXS_LittleEndianExplicit));
 }

@@ -174,6 +174,12 @@ TEST_F(Storing, AVersionArrivesWhole) {
     EXPECT_EQ(objects[0].calledAe, "PORVANE");
 }
 
+TEST_F(Storing, TheServiceIsToldThatNothingFollows) {
+    StorageNode node;
+    Store(node);
+    EXPECT_EQ(node.Farewells(), 1);
+}
+
 TEST_F(Storing, TheServiceLearnsWhichProgramCalls) {
     StorageNode node;
     Store(node);
