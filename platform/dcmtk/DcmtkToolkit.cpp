@@ -83,8 +83,6 @@ ReadItem Take(DcmItem& source) {
         item.characterSet = declared;
     while (const std::unique_ptr<DcmElement> element{source.remove(0UL)}) {
         const Tag tag{element->getGTag(), element->getETag()};
-        if (tag.element == 0) // group lengths, which writing makes anew
-            continue;
         if (element->ident() == EVR_SQ) {
             auto& sequence = static_cast<DcmSequenceOfItems&>(*element);
             std::list<ReadItem> items;

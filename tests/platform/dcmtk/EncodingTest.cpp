@@ -61,8 +61,9 @@ protected:
 RawDicom OddVersion(const Encoding& encoding) {
     const std::string word = encoding.bigEndian ? "\1\2"s : "\2\1"s;
     const std::string number = encoding.bigEndian ? "\0\2"s : "\2\0"s;
+    const std::string length = "\0\0\0\0"s; // of a group, which nobody needs
     RawDicom item{encoding}, inner{encoding};
-    inner.Text(attribute::CodeValue, "C1").Text(attribute::CodeMeaning, "");
+    inner.Text({Tag{0x0008, 0x0000}, "UL"}, length).Text(attribute::CodeValue, "C1").Text(attribute::CodeMeaning, "");
     item.Text(attribute::ReferencedSopInstanceUid, "1.2.3").Items(attribute::ConceptNameCodeSequence, {inner, inner});
     RawDicom raw{encoding};
     raw.Text(attribute::ImageType, "DERIVED\\PRIMARY")
@@ -70,6 +71,7 @@ RawDicom OddVersion(const Encoding& encoding) {
         .Text(attribute::SopInstanceUid, "1.2.3.4 ")
         .Text(attribute::SeriesDescription, "three blanks   ")
         .Text(attribute::PatientName, "Doe^Jane\0"s)
+        .Text({Tag{0x0028, 0x0000}, "UL"}, length)
         .Text({Tag{0x0028, 0x0009}, "AT"}, word + word)
         .Text({Tag{0x0028, 0x0010}, "US"}, number)
         .Text({Tag{0x0029, 0x0010}, "LO"}, "MAKER")

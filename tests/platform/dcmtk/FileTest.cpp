@@ -198,13 +198,6 @@ TEST_F(Files, AnElementOfUnknownVrIsReadAsTheDictionaryHasIt) {
     EXPECT_EQ(loaded->GetValue(attribute::StudyDate), (Value{DateTime{2026, 11, 22}}));
 }
 
-TEST_F(Files, TheLengthOfAGroupIsNoneOfTheirElements) {
-    const Attribute length{{0x0010, 0x0000}, "UL"};
-    const auto loaded =
-        Loaded(RawDicom{}.Text(length, std::string("\x10\0\0\0", 4)).Text(attribute::PatientName, "Doe^Jane").File());
-    EXPECT_EQ(loaded->GetValue(length), Value{});
-}
-
 TEST_F(Files, AByteThatMeansNothingInACodeReadsAsAQuestionMark) {
     EXPECT_EQ(Text(*Loaded(RawDicom{}.Text(attribute::PatientSex, "\xC6").File()), attribute::PatientSex), "?");
 }
