@@ -49,6 +49,8 @@ constexpr std::array<CodedSet, 19> CodedSets{{
     {"GBK", Form::Whole, "GBK", "", ""},
 }};
 
+constexpr char Escape = '\x1B';             // in a text of its own right it would change what follows
+constexpr std::string_view Mark = "\uFFFD"; // of what cannot be read
 constexpr std::string_view AsciiEscape = "\x1B(B";
 constexpr std::string_view RomajiEscape = "\x1B(J"; // read as ASCII: DICOM's delimiters keep their meaning
 
@@ -56,7 +58,7 @@ bool IsHigh(char c) {
     return static_cast<unsigned char>(c) >= 0x80;
 }
 bool IsAscii(std::string_view text) {
-    return std::ranges::none_of(text, [](char c) { return IsHigh(c) || c == '\x1B'; });
+    return std::ranges::none_of(text, [](char c) { return IsHigh(c) || c == Escape; });
 }
 
 /// "ISO 2022 IR 100", "ISO_IR 100", "iso-ir 100" are all "100".
@@ -73,7 +75,7 @@ const CodedSet* FindSet(std::string_view term) {
 }
 
 bool IsDelimiter(char c, TextKind kind) {
-    if (static_cast<unsigned char>(c) < 0x20 && c != '\x1B')
+    if (static_cast<unsigned char>(c) < 0x20 && c != Escape)
         return true;
     return (kind != TextKind::Plain && c == '\\') || (kind == TextKind::PersonName && (c == '^' || c == '='));
 }
@@ -116,11 +118,13 @@ std::string TakeCoded(std::string_view& bytes, const CodedSet& set) {
     for (const char c : bytes.substr(0, length))
         coded += static_cast<char>(static_cast<unsigned char>(c) | 0x80U);
     bytes.remove_prefix(length);
-    return ConvertText(coded, set.encoding, "UTF-8").value_or("\uFFFD");
+    return ConvertText(coded, set.encoding, "UTF-8").value_or(std::string(Mark));
 }
 
 /// The bytes of one character, which is `utf8` too; `set` is none for ASCII.
 std::optional<std::string> Coded(char32_t character, std::string_view utf8, const CodedSet* set) {
+    if (character == static_cast<char32_t>(Escape))
+        return std::nullopt;
     if (character < 0x80)
         return std::string{utf8};
     if (set == nullptr || character == U'\uFFFD')
@@ -148,16 +152,19 @@ std::string CharacterSet::Decode(std::string_view bytes, TextKind kind) const {
         return std::string{bytes};
     if (sets_.front() != nullptr && sets_.front()->form == Form::Whole)
         return ConvertTextToUtf8(bytes, sets_.front()->encoding);
-    if (sets_.size() == 1 && sets_.front() == nullptr && bytes.find('\x1B') == std::string_view::npos)
+    if (sets_.size() == 1 && sets_.front() == nullptr && bytes.find(Escape) == std::string_view::npos)
         return ConvertTextToUtf8(bytes, "ISO-8859-1");
 
     Designation now = Initial(sets_);
     std::string text;
     while (!bytes.empty()) {
-        if (bytes.front() == '\x1B' && TakeEscape(bytes, now))
+        if (bytes.front() == Escape && TakeEscape(bytes, now))
             continue;
-        if (IsHigh(bytes.front())) {
-            text += now.high != nullptr ? TakeCoded(bytes, *now.high) : (bytes.remove_prefix(1), "\uFFFD");
+        if (bytes.front() == Escape || (IsHigh(bytes.front()) && now.high == nullptr)) {
+            text += Mark;
+            bytes.remove_prefix(1);
+        } else if (IsHigh(bytes.front())) {
+            text += TakeCoded(bytes, *now.high);
         } else if (static_cast<unsigned char>(bytes.front()) >= 0x20 && now.low != nullptr) {
             text += TakeCoded(bytes, *now.low);
         } else {

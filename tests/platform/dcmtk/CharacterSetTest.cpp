@@ -133,6 +133,18 @@ TEST(CharacterSets, BytesWithoutMeaningAreMarked) {
               "a\uFFFDb");
 }
 
+TEST(CharacterSets, AnEscapeThatDesignatesNothingIsMarkedAndChangesNothingBehindIt) {
+    const CharacterSet latin1{"ISO_IR 100"};
+
+    EXPECT_EQ(latin1.Decode("\x1BZM\xE4rz", TextKind::Plain), "\uFFFDZMärz");
+    EXPECT_EQ(latin1.Decode("\x1B\x1B-b-H\xF5", TextKind::Plain), "\uFFFD-Hõ"); // a sequence amid another
+}
+
+TEST(CharacterSets, AnEscapeFitsNowhere) {
+    for (const char* declared : {"", "ISO_IR 100", "ISO_IR 192"})
+        EXPECT_EQ(FirstLost(declared, "a\x1B-Hb", TextKind::Plain), std::pair(U'\x1B', std::size_t{2})) << declared;
+}
+
 TEST(CharacterSets, BytesOfAnUndeclaredSetReadAsLatin1) {
     EXPECT_EQ(CharacterSet{""}.Decode("M\xFCller", TextKind::Values), "Müller");
     EXPECT_EQ(CharacterSet{"KLINGON"}.Decode("M\xFCller", TextKind::Values), "Müller");
