@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 
 namespace tavrel {
 namespace {
@@ -63,13 +64,34 @@ const Tone* ToneOf(const QWidget& widget) {
     return found == Tones.end() ? nullptr : found;
 }
 
-void DrawBox(QPainter& painter, const QRect& place, const QColor& ground, const QColor& line, qreal radius) {
-    painter.save();
+void DrawCurve(QPainter& painter, const QRect& place, const QColor& ground, const QColor& line, qreal radius) {
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(line);
     painter.setBrush(ground);
     const qreal half = Edge / 2.0; // the pen's middle runs there
     painter.drawRoundedRect(QRectF(place).adjusted(half, half, -half, -half), radius - half, radius - half);
+}
+
+void DrawBox(QPainter& painter, const QRect& place, const QColor& ground, const QColor& line, qreal radius) {
+    const int corner = static_cast<int>(std::ceil(radius));
+    const QRect middle = place.adjusted(0, corner, 0, -corner);
+    const qreal scale = painter.deviceTransform().m11();
+    painter.save();
+    if (middle.height() < corner || scale != std::floor(scale)) { // then edges lie within pixels
+        DrawCurve(painter, place, ground, line, radius);
+    } else { // A curve costs as much as it is high, so what is straight is filled.
+        painter.fillRect(middle.adjusted(Edge, 0, -Edge, 0), ground);
+        for (const int edge : {middle.x(), middle.x() + middle.width() - Edge})
+            painter.fillRect(edge, middle.y(), Edge, middle.height(), line);
+        QRect end(place.topLeft(), QSize(place.width(), corner));
+        painter.save();
+        painter.setClipRect(end, Qt::IntersectClip);
+        DrawCurve(painter, end.adjusted(0, 0, 0, corner), ground, line, radius);
+        painter.restore();
+        end.moveBottom(place.bottom());
+        painter.setClipRect(end, Qt::IntersectClip);
+        DrawCurve(painter, end.adjusted(0, -corner, 0, 0), ground, line, radius);
+    }
     painter.restore();
 }
 

@@ -27,8 +27,9 @@
 namespace tavrel::test {
 namespace {
 
-QImage Picture(QWidget& widget) {
-    QImage picture(widget.size(), QImage::Format_RGB32);
+QImage Picture(QWidget& widget, qreal scale = 1) {
+    QImage picture(widget.size() * scale, QImage::Format_RGB32);
+    picture.setDevicePixelRatio(scale);
     picture.fill(Qt::magenta);
     widget.render(&picture);
     return picture;
@@ -313,6 +314,24 @@ TEST_F(TheHouseStyle, DrawsABoxThatCanBeTypedInAsALineWithAnArrow) {
     EXPECT_FALSE(same(left));
     box.setEnabled(false);
     EXPECT_TRUE(same(left));
+}
+
+TEST_F(TheHouseStyle, FramesACardAsOneCurveWouldAtEveryScale) {
+    auto& card = With<QGroupBox>("");
+    card.setProperty("untitled", true);
+    card.resize(60, 88);
+    for (const qreal scale : {1.0, 1.25, 2.0}) {
+        QImage curve = Picture(card, scale);
+        curve.fill(Light(colours::Window));
+        QPainter painter(&curve);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(Light(colours::Line));
+        painter.setBrush(Light(colours::Card));
+        painter.drawRoundedRect(QRectF(card.rect()).adjusted(0.5, 0.5, -0.5, -0.5), 5.5, 5.5);
+        painter.end();
+
+        EXPECT_EQ(Picture(card, scale), curve) << scale;
+    }
 }
 
 TEST_F(TheHouseStyle, ChangesTheWindowsThatStand) {
