@@ -194,7 +194,7 @@ TEST_F(NewAccount, IsToldOfADriverThatIsNotInstalled) {
 }
 
 TEST_F(NewAccount, IsToldWhichCatalogueFindsNoRoom) {
-    const std::string fullDisk = "sh -c 'trap \"\" XFSZ; ulimit -f 100; exec \"$@\"' sh ";
+    const std::string fullDisk = R"(sh -c 'trap "" XFSZ; ulimit -f 100; exec "$@"' sh )";
     const Outcome setup = WithoutSession(fullDisk + Setup("--yes"));
     EXPECT_TRUE(Holds(setup.err, "The catalogue " + home.Path().string() +
                                      "/.local/share/orbenta/catalogue.db cannot "
