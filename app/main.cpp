@@ -107,8 +107,7 @@ int Run(PosixProcess& process) {
                               {.storing = [&] { return background.Running() || serviceEvents.Awaiting(); },
                                .windowOpen = [&] { return windows.AnyWindowOpen(); }});
     // While the viewer hears that there is somebody to call.
-    QMetaObject::invokeMethod(
-        qApp, [&] { windows.Make(*editor); }, Qt::QueuedConnection);
+    soon([&] { windows.Make(*editor); });
     process.AtEnd([&] { automation.Leave(); });
     QApplication::exec();
     editor->Leave();

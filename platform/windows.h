@@ -21,8 +21,8 @@ struct MessageBox {
     std::string yes{}, no{}; ///< what stands on these two buttons, where it is not "Yes" and "No"
 };
 
-/// Windows on the screen. A form's window is made when it is first shown and gone when it is
-/// unloaded. A form must be unloaded before it is destroyed.
+/// Windows on the screen. A form's window is made when it is first shown, at the latest, and
+/// gone when it is unloaded. A form must be unloaded before it is destroyed.
 class Windows {
 public:
     virtual ~Windows() = default;

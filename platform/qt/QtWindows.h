@@ -42,7 +42,7 @@ public:
     /// The form's window, which is made ahead where there is none yet.
     FormWindow& Make(Form& form);
 
-    /// The form's window, or none before it is first shown.
+    /// The form's window, or none before it is made.
     FormWindow* WindowOf(const Form& form) const;
 
 private:

@@ -364,17 +364,19 @@ private:
     void EnterFolder(const fs::path& folder, const std::vector<std::pair<fs::path, ObjectHeader>>& objects) {
         const ObjectHeader& first = objects.front().second;
         const bool newStudy = !studies_.contains(first.studyUid);
-        catalogue_.BeginTransaction();
-        if (newStudy) {
-            if (!HasPatient(first.patientId))
-                InsertPatientRow(catalogue_, first);
-            InsertStudyRow(catalogue_, first, InsidePath(folder.parent_path().string()));
-        }
-        InsertSeriesRow(catalogue_, first, folder.filename().string());
-        std::map<std::string, int> twins;
-        for (const auto& [file, header] : objects)
-            EnterImage(file, header, twins[header.sopInstanceUid]++);
-        catalogue_.Commit();
+        UnlessAnotherDid(objects.front().first, first, [&] {
+            catalogue_.BeginTransaction();
+            if (newStudy) {
+                if (!HasPatient(first.patientId))
+                    InsertPatientRow(catalogue_, first);
+                InsertStudyRow(catalogue_, first, InsidePath(folder.parent_path().string()));
+            }
+            InsertSeriesRow(catalogue_, first, folder.filename().string());
+            std::map<std::string, int> twins;
+            for (const auto& [file, header] : objects)
+                EnterImage(file, header, twins[header.sopInstanceUid]++);
+            catalogue_.Commit();
+        });
         if (newStudy)
             studies_[first.studyUid] = {first.patientId, folder.parent_path(), true};
         series_[first.seriesUid] = {first.studyUid, folder.filename().string(), first.IsReport()};
@@ -383,8 +385,21 @@ private:
     }
 
     void Enter(const fs::path& file, const ObjectHeader& header) {
-        EnterImage(file, header, 0);
+        UnlessAnotherDid(file, header, [&] { EnterImage(file, header, 0); });
         Entered(file, header);
+    }
+
+    /// Who mends at the same time may have been first, and the catalogue takes no object twice.
+    void UnlessAnotherDid(const fs::path& file, const ObjectHeader& header, const std::function<void()>& enter) {
+        try {
+            enter();
+        } catch (const Error&) {
+            if (catalogue_
+                    .OpenResultSet("SELECT ImageID FROM Image WHERE SeriesInstanceUID = " + Quoted(header.seriesUid) +
+                                   " AND ImageFile = " + Quoted(file.filename().string()))
+                    ->AtEnd())
+                throw;
+        }
     }
 
     void EnterImage(const fs::path& file, const ObjectHeader& header, int twin) {

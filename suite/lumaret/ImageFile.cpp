@@ -136,14 +136,13 @@ std::optional<PatientIdentity> PatientIn(const QString& path) {
 }
 
 bool SamePatient(const PatientIdentity& one, const PatientIdentity& other) {
-    const auto compared = [](QString id) { return id.replace('\'', '`'); }; // as the catalogue has it
-    return compared(one.id) == compared(other.id) &&
+    return InCatalogue(one.id) == InCatalogue(other.id) &&
            (one.issuer.isEmpty() || other.issuer.isEmpty() || one.issuer == other.issuer);
 }
 
 bool SameName(const QString& one, const QString& other) {
     const auto compared = [](const QString& name) {
-        return Folded(name.section('=', 0, 0)).replace('`', '\'').replace('^', ' ').simplified();
+        return Folded(InCatalogue(name.section('=', 0, 0))).replace('^', ' ').simplified();
     };
     const QString first = compared(one), second = compared(other);
     return first.isEmpty() || second.isEmpty() || first == second;

@@ -4,6 +4,10 @@
 
 namespace tavrel {
 
+QString InCatalogue(QString text) {
+    return text.replace('\'', '`');
+}
+
 QString NameOnScreen(const QString& name) {
     // The catalogue keeps no apostrophe.
     return QString::fromStdString(WrittenName(name.toStdString())).replace('`', '\'').simplified();

@@ -4,6 +4,9 @@
 
 namespace tavrel {
 
+/// A text as the catalogue holds it: with back-quotes for apostrophes.
+QString InCatalogue(QString text);
+
 /// A DICOM person name as people here read it: the alphabetic form, family name first. The
 /// catalogue's back-quotes are apostrophes again.
 QString NameOnScreen(const QString& name);

@@ -3,6 +3,7 @@
 #include "platform/error.h"
 #include "platform/paths.h"
 #include "suite/lumaret/FoldedText.h"
+#include "suite/lumaret/ScreenText.h"
 
 #include <QRegularExpression>
 
@@ -16,9 +17,8 @@ QString Field(const ResultSet& rows, std::string_view name) {
     return QString::fromUtf8(value.data(), static_cast<qsizetype>(value.size()));
 }
 
-/// A text between single quotes. The catalogue holds back-quotes where a name has an apostrophe.
-QString Quoted(QString text) {
-    return "'" + text.replace('\'', '`') + "'";
+QString Quoted(const QString& text) {
+    return "'" + InCatalogue(text) + "'";
 }
 
 /// A LIKE pattern that matches `text` anywhere, and more: engines differ in the upper case of letters
@@ -75,7 +75,7 @@ QString SpelledLike(const QString& word, Engine engine) {
 }
 
 bool Holds(const QString& value, const QString& text) {
-    return value.contains(QString(text).replace('\'', '`'), Qt::CaseInsensitive);
+    return value.contains(InCatalogue(text), Qt::CaseInsensitive);
 }
 
 /// "dd/mm/yyyy", "mm/yyyy" or "yyyy" as the beginning of a DICOM date.

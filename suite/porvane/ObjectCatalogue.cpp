@@ -2,6 +2,7 @@
 
 #include "platform/error.h"
 #include "platform/limits.h"
+#include "platform/person_name.h"
 #include "platform/sql.h"
 #include "platform/text.h"
 #include "suite/catalogue/Rows.h"
@@ -215,7 +216,7 @@ void ObjectCatalogue::AddPatient(const ObjectHeader& header) {
         connection_->OpenResultSet("SELECT PatientName FROM Patient WHERE ID=" + Quoted(header.patientId));
     if (known->AtEnd())
         InsertPatientRow(*connection_, header);
-    else if (!SameInAnyCase(TextOrEmpty(*known, "PatientName"), header.patientName))
+    else if (!SameInAnyCase(WrittenName(TextOrEmpty(*known, "PatientName")), WrittenName(header.patientName)))
         LogLine("study " + header.studyUid +
                 " names its patient otherwise than the catalogue does, which has one name for a patient's ID; it is "
                 "listed under that one");

@@ -12,6 +12,8 @@
 #include <algorithm>
 #include <csignal>
 #include <fstream>
+#include <functional>
+#include <utility>
 
 namespace tavrel {
 namespace {
@@ -21,6 +23,29 @@ using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::UnorderedElementsAre;
+
+/// At the first file that is read somebody else does something.
+class Interrupted final : public DicomLibrary {
+public:
+    Interrupted(DicomLibrary& library, std::function<void()> meanwhile)
+        : library_(library), meanwhile_(std::move(meanwhile)) {}
+    DataSetHandle NewDataSet() override { return library_.NewDataSet(); }
+    std::shared_ptr<DataSetList> NewDataSetList() override {
+        if (const auto act = std::exchange(meanwhile_, nullptr))
+            act();
+        return library_.NewDataSetList();
+    }
+    std::shared_ptr<DataSetList> OpenImageSeries(std::span<const std::string> paths) override {
+        return library_.OpenImageSeries(paths);
+    }
+    std::vector<LostCharacter> FindUnwritable(std::string_view text, std::string_view characterSet) const override {
+        return library_.FindUnwritable(text, characterSet);
+    }
+
+private:
+    DicomLibrary& library_;
+    std::function<void()> meanwhile_;
+};
 
 /// A report of three versions and an image, stored by the service; then something goes wrong.
 class StoredObjects : public testing::Test {
@@ -50,15 +75,23 @@ protected:
     }
     fs::path StudyFolder() const { return ImageFile().parent_path().parent_path(); }
 
-    std::vector<std::string> Look(CheckResult::Kind kind, bool mending) {
+    std::vector<std::string> Look(CheckResult::Kind kind, bool mending) { return Look(kind, mending, dicom); }
+    std::vector<std::string> Look(CheckResult::Kind kind, bool mending, DicomLibrary& library) {
         std::vector<std::string> words;
-        for (const CheckResult& result : CheckStoredObjects(room.Catalogue(), dicom, root, mending))
+        for (const CheckResult& result : CheckStoredObjects(room.Catalogue(), library, root, mending))
             if (result.kind == kind)
                 words.push_back(result.words);
         return words;
     }
     std::vector<std::string> Missing() { return Look(CheckResult::Kind::Missing, false); }
     std::vector<std::string> Mended() { return Look(CheckResult::Kind::Mended, true); }
+    /// Two mend at the same time, and the other one is done before this one has changed anything.
+    std::vector<std::string> MendedAfterAnother() {
+        Interrupted library(dicom, [&] {
+            EXPECT_THAT(room.Tool("check --mend --studies " + root.string()).out, HasSubstr("mended   the f"));
+        });
+        return Look(CheckResult::Kind::Mended, true, library);
+    }
     /// It is named, mended on request, and well afterwards.
     void ExpectMended(const std::string& words) {
         EXPECT_THAT(Missing(), ElementsAre(AllOf(HasSubstr(words), HasSubstr("check --mend"))));
@@ -245,6 +278,22 @@ TEST_F(StoredObjects, ASeriesThatIsInNoRowIsEntered) {
     Forget({"Series", "Image"}, "SeriesInstanceUID='2.999.5'");
     ExpectMended("2.999.5 with 3 objects is in no row");
     EXPECT_EQ(Rows(), rows);
+}
+
+TEST_F(StoredObjects, AStudyThatAnotherEntersAtTheSameTimeIsEnteredOnce) {
+    const auto rows = Rows();
+    Forget({"Patient", "Study", "Series", "Image"});
+    EXPECT_THAT(MendedAfterAnother(), ElementsAre(HasSubstr(" is in no row"), HasSubstr(" is in no row")));
+    EXPECT_EQ(Rows(), rows);
+    EXPECT_THAT(Missing(), ElementsAre());
+}
+
+TEST_F(StoredObjects, AFileThatAnotherEntersAtTheSameTimeIsEnteredOnce) {
+    const auto rows = Rows();
+    Forget({"Image"}, "ImageFile='" + ReportFile(3).filename().string() + "'");
+    EXPECT_THAT(MendedAfterAnother(), ElementsAre(HasSubstr(" has no row")));
+    EXPECT_EQ(Rows(), rows);
+    EXPECT_THAT(Missing(), ElementsAre());
 }
 
 TEST_F(StoredObjects, AStudyBesideThoseThatAreKnownIsFoundWhereverTheyAre) {

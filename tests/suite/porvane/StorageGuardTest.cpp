@@ -232,7 +232,7 @@ TEST_F(StorageGuard, AnotherNameOfANumberIsLoggedAndNotNamed) {
             .Send(room);
     };
     study("2.999.20", "SECRET^ANNA");
-    study("2.999.21", "Secret^Anna");
+    study("2.999.21", "Secret^Anna^^^");
     EXPECT_THAT(room.ServiceLog(), Not(HasSubstr("names its patient otherwise")));
     study("2.999.22", "SECRET^BRUNO");
     EXPECT_THAT(room.ServiceLog(), HasSubstr("study 2.999.22 names its patient otherwise than the catalogue"));
