@@ -24,11 +24,12 @@ import time
 import pyatspi
 from gi.repository import Atspi
 
+from person.things import LISTS, things
+
 # The seconds that a person waits. A program that runs under a checker is slow.
 TIMEOUT = int(os.environ.get("PATIENCE", "10"))
 if "PATIENCE" in os.environ:
     Atspi.set_timeout(TIMEOUT * 1000, TIMEOUT * 1000)
-_LISTS = (pyatspi.ROLE_LIST, pyatspi.ROLE_LIST_BOX, pyatspi.ROLE_TABLE, pyatspi.ROLE_TREE, pyatspi.ROLE_TREE_TABLE)
 _TEXTS = (pyatspi.ROLE_TEXT, pyatspi.ROLE_ENTRY, pyatspi.ROLE_PARAGRAPH)
 _BUTTONS = (pyatspi.ROLE_PUSH_BUTTON, pyatspi.ROLE_RADIO_BUTTON, pyatspi.ROLE_CHECK_BOX)
 _FRAMES = (pyatspi.ROLE_PANEL, pyatspi.ROLE_GROUPING)
@@ -65,17 +66,6 @@ def key(name):
 def keys(text):
     """Types into whatever has the focus."""
     xdotool("type", "--clearmodifiers", "--delay", 5, text)
-
-
-def _children(accessible):
-    # A list's rows are not walked: there may be a hundred thousand.
-    return [] if accessible.getRole() in _LISTS else [child for child in accessible if child is not None]
-
-
-def _below(accessible):
-    for child in _children(accessible):
-        yield child
-        yield from _below(child)
 
 
 def _has(accessible, state):
@@ -166,18 +156,19 @@ class Window:
 
     def labels(self):
         """The texts of the labels that are seen."""
-        return [each.name for each in _below(self.accessible)
-                if each.getRole() == pyatspi.ROLE_LABEL and _has(each, pyatspi.STATE_SHOWING)]
+        return [name for _, name in things(self.accessible, [pyatspi.ROLE_LABEL], state=pyatspi.STATE_SHOWING)]
 
-    def _find(self, fits, what, timeout=TIMEOUT):
-        return wait_until(lambda: next((each for each in _below(self.accessible) if fits(each)), None), what, timeout)
+    def _find(self, what, roles, name, state=None, timeout=TIMEOUT):
+        """The first thing of one of those roles, that name and state."""
+        def search():
+            found = things(self.accessible, roles, name, state)
+            return found[0][0].within(self.accessible) if found else None
+        return wait_until(search, what, timeout)
 
     def button(self, caption, frame=None, timeout=TIMEOUT):
         """The button or option with that caption, if need be the one in the frame of that caption."""
-        within = self if frame is None else Window(self._find(
-            lambda each: each.getRole() in _FRAMES and each.name == frame, f"the frame {frame!r}"))
-        return within._find(lambda each: each.getRole() in _BUTTONS and each.name == caption and
-                            _has(each, pyatspi.STATE_SHOWING), f"the button {caption!r}", timeout)
+        within = self if frame is None else Window(self._find(f"the frame {frame!r}", _FRAMES, frame))
+        return within._find(f"the button {caption!r}", _BUTTONS, caption, pyatspi.STATE_SHOWING, timeout)
 
     def press(self, caption, frame=None):
         """Presses a button; answers before what it does is done."""
@@ -199,13 +190,12 @@ class Window:
     def field(self, label):
         """What the label stands for: a box, a combo box or another label. The reading is "Reading"."""
         def search():
-            for each in _below(self.accessible):
-                if not _has(each, pyatspi.STATE_SHOWING):
-                    continue  # of two fields with one label, one is hidden
-                if each.getRole() in _TEXTS and each.name == label:
-                    return each
-                if each.getRole() == pyatspi.ROLE_LABEL and each.name == label and _labelled(each):
-                    return _labelled(each)
+            # Of two fields with one label, one is hidden.
+            for found, _ in things(self.accessible, (*_TEXTS, pyatspi.ROLE_LABEL), label, pyatspi.STATE_SHOWING):
+                each = found.within(self.accessible)
+                field = _labelled(each) if found.role == pyatspi.ROLE_LABEL else each
+                if field:
+                    return field
             return None
         return wait_until(search, f"the field {label!r}")
 
@@ -230,7 +220,7 @@ class Window:
 
     def focused(self):
         """The name of what has the focus: a button's caption, a field's label, a list's name."""
-        return next((each.name for each in _below(self.accessible) if _has(each, pyatspi.STATE_FOCUSED)), None)
+        return next((name for _, name in things(self.accessible, state=pyatspi.STATE_FOCUSED)), None)
 
     def focus(self, label):
         """Gives a field the focus."""
@@ -245,7 +235,7 @@ class Window:
 
     def thing(self, name):
         """Whatever has that name."""
-        return self._find(lambda each: each.name == name, f"{name!r}")
+        return self._find(f"{name!r}", None, name)
 
     def box(self, name=None):
         """Left, top, width and height on the display, its own or those of the thing with that name."""
@@ -258,7 +248,7 @@ class Window:
 
     def list(self, name):
         """The list with that accessible name."""
-        return List(self._find(lambda each: each.getRole() in _LISTS and each.name == name, f"the list {name!r}"))
+        return List(self._find(f"the list {name!r}", LISTS, name))
 
 
 class List:
@@ -342,5 +332,5 @@ def editable(field):
 def _text(field):
     # The text of a combo box is a box within.
     if field.getRole() == pyatspi.ROLE_COMBO_BOX:
-        return next(each for each in _below(field) if each.getRole() in _TEXTS)
+        return things(field, _TEXTS)[0][0].within(field)
     return field

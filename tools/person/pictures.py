@@ -1,6 +1,9 @@
-"""Pictures of the display, taken and measured with ImageMagick."""
+"""Pictures of the display."""
 
-import subprocess
+import os
+import time
+
+from PIL import Image, ImageGrab, ImageStat
 
 from person.driver import xdotool
 
@@ -12,30 +15,34 @@ def display_size():
 
 def screenshot(path):
     """A picture of the whole display as PNG."""
-    subprocess.run(["import", "-window", "root", str(path)], check=True)
+    _save(_display(), path)
 
 
 def settled_screenshot(path):
     """A picture that was drawn to the end: the next one is the same. A caret may blink on."""
-    before = None
-    for _ in range(5):
-        screenshot(path)
-        drawn = _magick("identify", "-format", "%#", path)
+    before, drawn = None, _display()
+    for _ in range(4):
         if drawn == before:
-            return
-        before = drawn
+            break
+        time.sleep(0.3)
+        before, drawn = drawn, _display()
+    _save(drawn, path)
 
 
 def pixels(left, top, width, height):
     """What is seen there on the display, to be compared."""
-    return _magick("import", "-window", "root", "-crop", f"{width}x{height}+{left}+{top}", "+repage", "rgb:-")
+    return _display((left, top, left + width, top + height)).tobytes()
 
 
 def brightness(path, left, top, width, height):
     """The mean of a part of a picture, from 0 for black to 1 for white."""
-    return float(_magick("convert", path, "-crop", f"{width}x{height}+{left}+{top}", "-colorspace", "gray",
-                         "-format", "%[fx:mean]", "info:"))
+    with Image.open(path) as picture:
+        return ImageStat.Stat(picture.crop((left, top, left + width, top + height)).convert("L")).mean[0] / 255
 
 
-def _magick(*command):
-    return subprocess.run(command, check=True, capture_output=True).stdout
+def _display(part=None):
+    return ImageGrab.grab(part, xdisplay=os.environ["DISPLAY"])
+
+
+def _save(picture, path):
+    picture.save(path, compress_level=1)  # the least work, as they are many
