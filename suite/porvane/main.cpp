@@ -113,11 +113,12 @@ tavrel::IncomingRoom::Disk DiskOf(const std::string& folder) {
     return {state.f_blocks * state.f_frsize, state.f_bavail * state.f_frsize};
 }
 
-/// The library would keep what it freed in as many places as there are threads.
+/// The library would keep what it freed in as many places as there are threads. Even of two places each has room for
+/// the largest objects after a while; senders are not slowed by one.
 void KeepMemorySmall() {
-    constexpr int arenas = 2;
+    constexpr int places = 1;
     constexpr int largeBlock = 256 * 1024;
-    mallopt(M_ARENA_MAX, arenas);
+    mallopt(M_ARENA_MAX, places);
     mallopt(M_MMAP_THRESHOLD, largeBlock);
     mallopt(M_TRIM_THRESHOLD, largeBlock);
 }
