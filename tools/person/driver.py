@@ -40,17 +40,19 @@ def wait_until(condition, what, timeout=TIMEOUT, every=0.05):
     was looked at counts as not there yet."""
     end = time.monotonic() + timeout
     while True:
+        began = time.monotonic()
         try:
             answer = condition()
-        except (RuntimeError, LookupError, NotImplementedError) as error:
+        except (RuntimeError, LookupError, NotImplementedError, FileNotFoundError) as error:
             answer, what_went = None, error
         else:
             what_went = None
         if answer:
             return answer
-        if time.monotonic() > end:
+        now = time.monotonic()
+        if now > end:
             raise TimeoutError(f"waited {timeout} s for {what}" + (f" ({what_went})" if what_went else ""))
-        time.sleep(every)
+        time.sleep(max(every, 3 * (now - began)))  # what is waited for needs the processor more
 
 
 def xdotool(*command):
