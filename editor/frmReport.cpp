@@ -173,10 +173,17 @@ void frmReport::LoadDocs() {
         vocal_.Command(writingHelp_.Settings().dictation);
         if (opened != shown_)
             return; // another was opened while the viewer was waited for
-        watch_.Watch(opened->document->SeriesUid(), [this, report = opened](const WatchedReport& found) {
-            if (report == shown_)
-                Trap([&] { TakeNews(found); }, [](const Error&) {});
-        });
+        if (document.VersionCount() > 0)
+            WatchReport();
+        else
+            watch_.Stop(); // nobody can know of this one before its first version is sent
+    });
+}
+
+void frmReport::WatchReport() {
+    watch_.Watch(shown_->document->SeriesUid(), [this, report = shown_](const WatchedReport& found) {
+        if (report == shown_)
+            Trap([&] { TakeNews(found); }, [](const Error&) {});
     });
 }
 

@@ -183,6 +183,7 @@ private:
     bool MayWrite(std::string_view deed);
     /// "Yes" to look at them, "No" to write after them.
     Answer AskAboutOthers(std::string_view deed);
+    void WatchReport();
     /// The catalogue has other versions of the report on the screen than before, or more of them are archived.
     void TakeNews(const WatchedReport& found);
     /// The versions of others become lines of the list. False when there is none.

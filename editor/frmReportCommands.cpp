@@ -71,6 +71,8 @@ void frmReport::WriteVersion(Delivery& delivery) {
     const auto named = document.Images();
     images_.Name();
     handedOver_ = false;
+    if (shown_ && document.VersionCount() == 0)
+        WatchReport(); // the service may have it also where no answer comes
     delivery = document.Send();
     if (!IsSafe(delivery)) {
         document.Images(named); // those of the list stay there, and may be taken away before the next save

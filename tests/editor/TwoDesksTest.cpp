@@ -588,6 +588,29 @@ TEST(AnApproval, ThatTheServiceRefusesForASaveIsNoApproval) {
     EXPECT_EQ(desks.Rows("History", {"Description"}).back().front(), "View Refert");
 }
 
+TEST(TheCatalogue, IsNotWatchedForAReportOfWhichNothingIsSaved) {
+    ReportingStation station;
+    station.OpenImages();
+    EXPECT_EQ(station.reportWatch.seriesUid, "");
+    station.StoreInto("report1");
+    station.editor.cmdSave.Press();
+    EXPECT_EQ(station.reportWatch.seriesUid, station.Document().SeriesUid());
+    station.editor.cmdNew.Press();
+    EXPECT_EQ(station.reportWatch.seriesUid, "");
+}
+
+TEST(TheCatalogue, IsWatchedForAFirstVersionThatTheServiceMayHave) {
+    ReportingStation station;
+    station.OpenImages();
+    station.WriteFile("state\\unsent", "in the folder's way");
+    station.store.answer = [](const SentVersion&) {
+        throw Error(static_cast<int>(DicomFault::NotStored), "DICOM", "No answer came.");
+    };
+    station.editor.cmdSave.Press();
+    EXPECT_THAT(station.editor.lstHistory.Items(), IsEmpty());
+    EXPECT_EQ(station.reportWatch.seriesUid, station.Document().SeriesUid());
+}
+
 TEST(TheBand, TellsWithinSecondsThatAnotherSaved) {
     TwoDesks desks;
     desks.AnnaSaves();
