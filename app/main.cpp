@@ -44,6 +44,7 @@
 #include <clocale>
 #include <cstdlib>
 #include <iostream>
+#include <malloc.h>
 #include <optional>
 #include <thread>
 
@@ -122,6 +123,7 @@ int main(int argumentCount, char** arguments) {
                         "The report editor of the workstation. Nobody starts it by hand: the image viewer creates its\n"
                         "object on the session bus, which starts the program. By itself it runs the start-up alone."))
         return EXIT_SUCCESS;
+    mallopt(M_ARENA_MAX, 1); // or each of the few threads would keep a heap of its own
     PosixProcess process(argumentCount, arguments);
     QThread::currentThread(); // the first thread that the toolkit meets is the windows' one to it
     const std::jthread connecting([] {

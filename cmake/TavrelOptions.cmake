@@ -18,3 +18,11 @@ if(TAVREL_SANITIZE)
     target_compile_options(tavrel_options INTERFACE -fsanitize=${TAVREL_SANITIZE} -fno-sanitize-recover=all)
     target_link_options(tavrel_options INTERFACE -fsanitize=${TAVREL_SANITIZE})
 endif()
+
+# What is done once for what a person does is compiled small, as a program's pages are a part of its memory. What reads
+# and writes versions by the thousand is compiled fast.
+function(tavrel_compile_small)
+    foreach(target ${ARGN})
+        target_compile_options(${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-Os>)
+    endforeach()
+endfunction()
