@@ -52,7 +52,7 @@ def wait_until(condition, what, timeout=TIMEOUT, every=0.05):
         now = time.monotonic()
         if now > end:
             raise TimeoutError(f"waited {timeout} s for {what}" + (f" ({what_went})" if what_went else ""))
-        time.sleep(max(every, 3 * (now - began)))  # what is waited for needs the processor more
+        time.sleep(max(every, min(3 * (now - began), 0.3)))  # what is waited for needs the processor more
 
 
 def xdotool(*command):
