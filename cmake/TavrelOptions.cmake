@@ -21,8 +21,6 @@ endif()
 
 # What is done once for what a person does is compiled small, as a program's pages are a part of its memory. What reads
 # and writes versions by the thousand is compiled fast.
-function(tavrel_compile_small)
-    foreach(target ${ARGN})
-        target_compile_options(${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-Os>)
-    endforeach()
+function(tavrel_compile_small target)
+    target_compile_options(${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-Os>)
 endfunction()

@@ -3,6 +3,7 @@
 #include "platform/paths.h"
 #include "tests/suite/SuiteRoom.h"
 #include "tests/suite/TestObject.h"
+#include "tests/support/ForwardingDicom.h"
 
 #include <dcmtk/dcmdata/dcdeftag.h>
 #include <dcmtk/dcmdata/dcuid.h>
@@ -25,25 +26,17 @@ using testing::HasSubstr;
 using testing::UnorderedElementsAre;
 
 /// At the first file that is read somebody else does something.
-class Interrupted final : public DicomLibrary {
+class Interrupted final : public test::ForwardingLibrary {
 public:
     Interrupted(DicomLibrary& library, std::function<void()> meanwhile)
-        : library_(library), meanwhile_(std::move(meanwhile)) {}
-    DataSetHandle NewDataSet() override { return library_.NewDataSet(); }
+        : ForwardingLibrary(library), meanwhile_(std::move(meanwhile)) {}
     std::shared_ptr<DataSetList> NewDataSetList() override {
         if (const auto act = std::exchange(meanwhile_, nullptr))
             act();
-        return library_.NewDataSetList();
-    }
-    std::shared_ptr<DataSetList> OpenImageSeries(std::span<const std::string> paths) override {
-        return library_.OpenImageSeries(paths);
-    }
-    std::vector<LostCharacter> FindUnwritable(std::string_view text, std::string_view characterSet) const override {
-        return library_.FindUnwritable(text, characterSet);
+        return ForwardingLibrary::NewDataSetList();
     }
 
 private:
-    DicomLibrary& library_;
     std::function<void()> meanwhile_;
 };
 
