@@ -9,15 +9,21 @@
 namespace tavrel {
 namespace {
 
-std::string Entry(const ContentNode& node) {
-    std::string line = node.Code.empty() ? node.CodeMeaning : node.Code + " " + node.CodeMeaning;
+/// What stands in a coded entry, beside its meaning.
+enum class Codes { None, Value, Whole };
+
+std::string Entry(const ContentNode& node, Codes codes) {
+    std::string line;
+    for (const std::string& part : {codes == Codes::Whole ? node.CodeScheme : std::string(),
+                                    codes == Codes::None ? std::string() : node.Code, node.CodeMeaning})
+        line += (line.empty() || part.empty() ? "" : " ") + part;
     return node.Annotation.empty() ? line : line + " (" + node.Annotation + ")";
 }
 
-std::string Entries(const std::vector<ContentNode>& nodes) {
+std::string Entries(const std::vector<ContentNode>& nodes, Codes codes) {
     std::string lines;
     for (const ContentNode& node : nodes)
-        lines += (lines.empty() ? "" : "\r\n") + Entry(node);
+        lines += (lines.empty() ? "" : "\r\n") + Entry(node, codes);
     return lines;
 }
 
@@ -97,21 +103,32 @@ std::vector<frmCompare::Part> frmCompare::PartsOf(int version) const {
     DcmSRDocument document(global_);
     document.Series(document_->Series());
     document.GotoVersion(static_cast<std::int16_t>(version));
-    std::string scheme, code, meaning, title;
-    document.GetTitle(scheme, code, meaning, title);
-    return {{"Report heading", meaning},
-            {"Report title", title},
-            {"Body part", document.HoldsCodedEntries() ? document.BodyPartNode().CodeMeaning : std::string()},
-            {"Finding", Entries(document.Findings())},
-            {"Diagnosis", Entries(document.Diagnoses())},
-            {"Reading", document.Reading()}};
+    ContentNode heading;
+    std::string title;
+    document.GetTitle(heading.CodeScheme, heading.Code, heading.CodeMeaning, title);
+    const ContentNode bodyPart = document.HoldsCodedEntries() ? document.BodyPartNode() : ContentNode();
+    const auto one = [](std::string_view name, const ContentNode& node) {
+        return Part{name, Entry(node, Codes::None), Entry(node, Codes::Whole)};
+    };
+    const auto all = [](std::string_view name, const std::vector<ContentNode>& nodes) {
+        return Part{name, Entries(nodes, Codes::Value), Entries(nodes, Codes::Whole)};
+    };
+    const auto typed = [](std::string_view name, const std::string& text) { return Part{name, text, text}; };
+    return {one("Report heading", heading),
+            typed("Report title", title),
+            one("Body part", bodyPart),
+            all("Finding", document.Findings()),
+            all("Diagnosis", document.Diagnoses()),
+            typed("Reading", document.Reading())};
 }
 
 void frmCompare::ShowParts(const std::vector<Part>& earlier, const std::vector<Part>& later) {
     WrittenPieces written;
     for (std::size_t part = 0; part < earlier.size(); ++part) {
-        const auto& [name, before] = earlier[part];
-        const std::string& after = later[part].text;
+        const auto& [name, said, coded] = earlier[part];
+        const bool codesAlone = said == later[part].text && coded != later[part].coded;
+        const std::string& before = codesAlone ? coded : said;
+        const std::string& after = codesAlone ? later[part].coded : later[part].text;
         if (before.empty() && after.empty())
             continue;
         written.text += (written.text.empty() ? "" : "\r\n\r\n") + std::string(name) +

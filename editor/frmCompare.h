@@ -35,6 +35,7 @@ private:
     struct Part {
         std::string_view name;
         std::string text;
+        std::string coded; ///< the same with all of each code
     };
     std::vector<Part> PartsOf(int version) const;
     void Show();

@@ -1,6 +1,7 @@
 #include "editor/TextDifference.h"
-#include "tests/editor/ReportingStation.h"
+#include "tests/editor/InterchangeStation.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <random>
@@ -75,6 +76,7 @@ class Comparisons : public testing::Test {
 protected:
     /// A report of which each save adds a version.
     void Open(std::initializer_list<std::string> readings) {
+        station.AddCode("StdTitles", "99SS", "T1", "Heading");
         station.OpenReport({.title = "Chest", .reading = *readings.begin()});
         station.StoreInto("report1");
         for (const auto& reading : std::vector<std::string>(std::next(readings.begin()), readings.end())) {
@@ -171,6 +173,29 @@ TEST_F(Comparisons, NeedTwoVersions) {
     ++station.clock.now.minute;
     editor.cmdSave.Press();
     EXPECT_TRUE(editor.cmdCompare.Enabled());
+}
+
+TEST(ComparisonsOfCodes, TellAnotherCodeOfTheSameMeaning) {
+    InterchangeStation station;
+    frmReport& editor = station.editor;
+    station.Open();
+    station.SaveCodes("Chest", "F1", "D1");
+    station.SaveCodes("Knee", "F1", "D1");
+    station.Execute("UPDATE StdBodyPart SET CodeValue='T-D3001' WHERE CodeMeaning='Chest'");
+    editor.cmbBodyPart.Typed("Chest");
+    editor.lstFinding.Replace(0, {"F1", "99LOCAL", {"Meaning of F1", "note"}});
+    ++station.clock.now.minute;
+    editor.cmdSave.Press();
+    station.windows.onModal = [](Form& form) {
+        auto& window = dynamic_cast<frmCompare&>(form);
+        window.lstEarlier.ListIndex(1);
+        EXPECT_THAT(window.txtDifference.Text(),
+                    testing::HasSubstr("\r\n\r\nBody part\r\nSRT T-[removed: D3000][added: D3001] Chest\r\n\r\n"
+                                       "Finding\r\n[removed: SRT][added: 99LOCAL] F1 Meaning of F1 (note)\r\n\r\n"
+                                       "Diagnosis (the same)\r\nD1 Meaning of D1 (note)\r\n\r\n"));
+        EXPECT_EQ(window.lblDifference.Text(), "2 words added, 2 words removed.");
+    };
+    editor.cmdCompare.Press();
 }
 
 TEST_F(Comparisons, ShowNothingOfAVersionThatCannotBeRead) {
