@@ -49,7 +49,7 @@ std::string Line(std::string_view name, std::string_view value) {
     return std::string(name) + " (" + std::to_string(value.size()) + "): " + std::string(value) + "\n";
 }
 
-std::string Lines(std::string_view name, const std::vector<ContentNode>& entries) {
+std::string LinesOf(std::string_view name, const std::vector<ContentNode>& entries) {
     std::string lines;
     for (const auto& [scheme, code, meaning, annotation] : entries)
         lines += Line(name, code) + Line(Scheme, scheme) + Line(Meaning, meaning) + Line(Annotation, annotation);
@@ -69,7 +69,7 @@ std::string Written(const DraftOwner& owner, const Draft& draft) {
     text += Line("Reading", draft.texts.reading);
     if (const auto& codes = draft.texts.codes) {
         text += Line(BodyPart, codes->bodyPart);
-        text += Lines(Finding, codes->findings) + Lines(Diagnosis, codes->diagnoses);
+        text += LinesOf(Finding, codes->findings) + LinesOf(Diagnosis, codes->diagnoses);
     }
     return text + Line("Check", Checksum(text));
 }

@@ -37,15 +37,15 @@ template <typename Line, typename Image, typename View> void ForEachField(Line& 
     line.Field(view.sharpness);
 }
 
-struct Lines {
+struct FileLines {
     std::string text;
     std::size_t leftOut = 0; ///< images that no file can hold
     std::string why;         ///< of the last of them
 };
 
-Lines LinesOf(const ImageList& images) {
+FileLines LinesOf(const ImageList& images) {
     static const ViewParameters neutral; // for an image that was added without parameters
-    Lines lines;
+    FileLines lines;
     for (const auto& image : images) {
         DelimitedWriter line;
         const auto write = [&] {
@@ -196,7 +196,7 @@ void ImageHandOver::Write() {
         return;
     const bool waited = Waiting() > 0;
     Keep(); // until the file holds them
-    const Lines lines = LinesOf(images);
+    const FileLines lines = LinesOf(images);
     if (!lines.text.empty())
         global_.ports.files.WriteText(file, lines.text);
     if (lines.leftOut > 0)
@@ -233,7 +233,7 @@ void ImageHandOver::KeepOnDisk() {
             DelimitedWriter version;
             version.Field(LastLabel(*global_.report->document));
             version.EndLine();
-            const Lines lines = LinesOf(waiting->second);
+            const FileLines lines = LinesOf(waiting->second);
             auto& files = global_.ports.files;
             if (!files.Exists(file))
                 files.CreateNew(KeptFolder(), SeriesUid(), KeptExtension);

@@ -27,13 +27,9 @@ Error NoReference(const std::string& why) {
     return {Fault::TypeMismatch, "ImageReferences", why};
 }
 
-std::string Text(const DicomDataSet& dataSet, const Attribute& attribute) {
-    return TextOf(dataSet.GetValue(attribute));
-}
-
 /// A whole number of a header; `absent` for anything else.
 int Number(const DicomDataSet& header, const Attribute& attribute, int absent) {
-    const std::string text = Text(header, attribute);
+    const std::string text = TextOf(header, attribute);
     const bool whole = !text.empty() && text.size() < 10 && std::ranges::all_of(text, IsDigit);
     return whole ? std::stoi(text) : absent;
 }
@@ -45,10 +41,10 @@ std::int16_t Pixels(int count) {
 /// Without a presentation state.
 ReferencedImage Named(const DicomDataSet& header, std::int32_t frame) {
     ReferencedImage image;
-    image.studyUid = Text(header, attribute::StudyInstanceUid);
-    image.seriesUid = Text(header, attribute::SeriesInstanceUid);
-    image.sopClassUid = Text(header, attribute::SopClassUid);
-    image.sopInstanceUid = Text(header, attribute::SopInstanceUid);
+    image.studyUid = TextOf(header, attribute::StudyInstanceUid);
+    image.seriesUid = TextOf(header, attribute::SeriesInstanceUid);
+    image.sopClassUid = TextOf(header, attribute::SopClassUid);
+    image.sopInstanceUid = TextOf(header, attribute::SopInstanceUid);
     for (const std::string* uid : {&image.studyUid, &image.seriesUid, &image.sopClassUid, &image.sopInstanceUid})
         if (!IsUid(*uid))
             throw NoReference("It lacks a UID.");
@@ -175,7 +171,7 @@ NewPresentationState ImageReferences::NewState(const Work& work) const {
         series = NewUid(global_.baseUid, UidKind::PresentationSeries);
     return {.sopInstanceUid = NewUid(global_.baseUid, UidKind::PresentationState),
             .seriesUid = series,
-            .seriesNumber = Text(*document.Series()->Item(0), attribute::SeriesNumber),
+            .seriesNumber = TextOf(*document.Series()->Item(0), attribute::SeriesNumber),
             .instanceNumber = static_cast<int>(work.images.size() + 1),
             .creator = PersonNameValue(global_.userSignature),
             .made = global_.ports.clock.Now()};

@@ -11,7 +11,6 @@
 namespace tavrel {
 namespace {
 
-using Kind = PrintControl::Kind;
 using Align = PrintControl::Align;
 
 constexpr double PageWidth = 170; // millimetres between the margins of an A4 page
@@ -28,7 +27,7 @@ void AddField(PrintSection& section, std::string label, std::string caption, std
                                 .fontSize = 8.5,
                                 .faint = true});
     section.controls.push_back({.name = std::move(box),
-                                .kind = Kind::Field,
+                                .kind = PrintControl::Kind::Field,
                                 .text = std::move(column),
                                 .left = left,
                                 .top = top + 4.5,
@@ -45,7 +44,7 @@ PrintSection PageHeader() {
                          .ruled = true,
                          .controls = {}};
     section.controls = {
-        {.name = "imgLogo", .kind = Kind::Image, .text = {}, .width = 80, .height = 22, .visible = false},
+        {.name = "imgLogo", .kind = PrintControl::Kind::Image, .text = {}, .width = 80, .height = 22, .visible = false},
         {.name = "lblReport",
          .text = "Relazione clinica",
          .left = 85,
@@ -73,16 +72,16 @@ std::string Listed(const std::vector<ContentNode>& entries) {
 
 /// What the version says in codes, block below block. Answers where the next one would begin.
 double AddCodes(PrintSection& section, const ReportCodes& codes, double top) {
-    struct Block {
+    struct CodeBlock {
         std::string name, caption, text;
     };
-    for (const auto& [name, caption, text] : {Block{"BodyPart", "Distretto corporeo", OneLine(codes.bodyPart)},
-                                              Block{"Findings", "Reperti", Listed(codes.findings)},
-                                              Block{"Diagnoses", "Diagnosi", Listed(codes.diagnoses)}}) {
+    for (const auto& [name, caption, text] : {CodeBlock{"BodyPart", "Distretto corporeo", OneLine(codes.bodyPart)},
+                                              CodeBlock{"Findings", "Reperti", Listed(codes.findings)},
+                                              CodeBlock{"Diagnoses", "Diagnosi", Listed(codes.diagnoses)}}) {
         if (text.empty())
             continue;
         AddField(section, "lbl" + name, caption, "txt" + name, text, 0, top, PageWidth);
-        section.controls.back().kind = Kind::Text;
+        section.controls.back().kind = PrintControl::Kind::Text;
         top += 14;
     }
     return top;

@@ -50,7 +50,7 @@ Sign SignOf(char32_t point) {
 }
 
 /// As dictionaries write it.
-std::string Plain(std::string_view word) {
+std::string DictionaryForm(std::string_view word) {
     std::string plain;
     for (std::size_t at = 0; at < word.size();) {
         const auto length = std::max<std::size_t>(CharacterLength(word.substr(at)), 1);
@@ -180,7 +180,7 @@ std::string Spelling::OwnWordsFile() const {
 }
 
 std::string Spelling::Folded(std::string_view word) const {
-    return global_.ports.letters.UpperCase(Plain(word));
+    return global_.ports.letters.UpperCase(DictionaryForm(word));
 }
 
 void Spelling::ReadOwnWords() {
@@ -228,7 +228,7 @@ bool Spelling::Knows(const std::string& word) {
         return known->second;
     if (judged_.size() > MostJudged)
         judged_.clear();
-    const std::string plain = Plain(word), folded = Folded(word);
+    const std::string plain = DictionaryForm(word), folded = Folded(word);
     const bool knows =
         (plain == folded && CouldBeSmall(plain)) || // an abbreviation
         ownWords_.contains(folded) || codeWords_.contains(folded) ||
@@ -238,7 +238,7 @@ bool Spelling::Knows(const std::string& word) {
 
 void Spelling::Suggest(std::string_view word, std::function<void(std::vector<std::string>)> found) {
     global_.ports.dictionaries->LookAside(
-        [dictionaries = dictionaries_, plain = Plain(word)] { return SuggestionsOf(dictionaries, plain); },
+        [dictionaries = dictionaries_, plain = DictionaryForm(word)] { return SuggestionsOf(dictionaries, plain); },
         std::move(found));
 }
 
@@ -249,7 +249,7 @@ void Spelling::Learn(std::string_view word) {
         auto& files = global_.ports.files;
         if (!files.Exists(OwnWordsFile())) // which makes the folder
             files.CreateNew(global_.ports.process.StateFolder(), "words", ".txt");
-        files.AppendText(OwnWordsFile(), Plain(word) + "\n");
+        files.AppendText(OwnWordsFile(), DictionaryForm(word) + "\n");
     });
     box_.Words(this);
 }

@@ -90,6 +90,10 @@ std::string TextOf(const Value& value) {
     return {};
 }
 
+std::string TextOf(const DicomDataSet& dataSet, const Attribute& attribute) {
+    return TextOf(dataSet.GetValue(attribute));
+}
+
 DateTime DateTimeOf(const Value& value) {
     const auto* dateTime = std::get_if<DateTime>(&value);
     return dateTime ? *dateTime : DateTime{};

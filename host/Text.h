@@ -32,6 +32,8 @@ std::string OneLine(std::string text);
 
 /// The text of a value; nothing is empty text, a date-time as `DateTimeText`.
 std::string TextOf(const Value& value);
+/// The same of an element; one that is not there is empty text.
+std::string TextOf(const DicomDataSet& dataSet, const Attribute& attribute);
 /// The date-time of a value; the zero date-time when it is none.
 DateTime DateTimeOf(const Value& value);
 

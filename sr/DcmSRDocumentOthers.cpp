@@ -28,7 +28,7 @@ bool HoldsMoreThanIsShown(const DicomDataSet& version) {
 }
 
 bool Same(const DicomDataSet& left, const DicomDataSet& right, const Attribute& attribute) {
-    return Trimmed(TextOf(left.GetValue(attribute))) == Trimmed(TextOf(right.GetValue(attribute)));
+    return Trimmed(TextOf(left, attribute)) == Trimmed(TextOf(right, attribute));
 }
 
 } // namespace
@@ -95,7 +95,7 @@ bool DcmSRDocument::Knows(int own, const DataSetList& read) const {
 OtherVersion DcmSRDocument::ReadOther(const std::string& file, const DataSetList& read) const {
     const DataSetHandle version = read.Item(0);
     OtherVersion other{.file = file, .saver = SaverOf(*version), .label = LabelOf(read, 0)};
-    other.approved = TextOf(version->GetValue(attribute::CompletionFlag)) == "COMPLETE";
+    other.approved = TextOf(*version, attribute::CompletionFlag) == "COMPLETE";
     if (other.approved)
         other.barrier = "An approved report takes no further version.";
     else if (HoldsMoreThanIsShown(*version))
@@ -106,7 +106,7 @@ OtherVersion DcmSRDocument::ReadOther(const std::string& file, const DataSetList
     for (const auto& identity : {attribute::PatientId, attribute::PatientName, attribute::StudyInstanceUid})
         if (!Same(*own, *version, identity))
             other.barrier = "It does not name the patient and the study of this report, but " +
-                            WrittenName(TextOf(version->GetValue(attribute::PatientName))) +
+                            WrittenName(TextOf(*version, attribute::PatientName)) +
                             ": no version can be written after it unseen.";
     return other;
 }

@@ -21,15 +21,15 @@ bool Holds(const std::string& text, std::string_view expected) {
 
 bool IsItem(const DicomDataSet& item, std::string_view conceptCode) {
     const DataSetHandle name = item.GetSequenceItem(attribute::ConceptNameCodeSequence, 0);
-    return Holds(TextOf(item.GetValue(attribute::ValueType)), "TEXT") &&
-           (!name || Holds(TextOf(name->GetValue(attribute::CodeValue)), conceptCode)) &&
+    return Holds(TextOf(item, attribute::ValueType), "TEXT") &&
+           (!name || Holds(TextOf(*name, attribute::CodeValue), conceptCode)) &&
            item.GetSequenceItemCount(attribute::ContentSequence) == 0;
 }
 
 } // namespace
 
 bool HoldsMoreThanAReport(const DicomDataSet& version) {
-    if (!Holds(TextOf(version.GetValue(attribute::SopClassUid)), BasicTextSr))
+    if (!Holds(TextOf(version, attribute::SopClassUid), BasicTextSr))
         return true;
     const int items = version.GetSequenceItemCount(attribute::ContentSequence);
     if (items > static_cast<int>(Concepts.size()))

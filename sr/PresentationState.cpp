@@ -57,17 +57,13 @@ std::string Decimal(float number) {
     return {text.data(), std::to_chars(text.data(), text.data() + text.size(), number).ptr};
 }
 
-std::string Text(const DicomDataSet& dataSet, const Attribute& attribute) {
-    return TextOf(dataSet.GetValue(attribute));
-}
-
 std::string Pair(int first, int second) {
     return std::to_string(first) + '\\' + std::to_string(second);
 }
 
 /// White is the lowest value.
 bool IsMonochrome1(const DicomDataSet& image) {
-    return Text(image, a::PhotometricInterpretation) == "MONOCHROME1";
+    return TextOf(image, a::PhotometricInterpretation) == "MONOCHROME1";
 }
 
 // A view is flipped and then turned, a presentation state turned and then flipped left to right.
@@ -100,8 +96,8 @@ Corners CornersOf(const ViewParameters::Area& area, const DicomDataSet& image) {
 
 /// A side that nobody tells is left empty only where no body part says that there is none (PS3.3, C.7.3.1).
 void WriteBodyPart(const ItemBuilder& state, const DicomDataSet& image) {
-    const std::string bodyPart = Text(image, a::BodyPartExamined), ofImage = Text(image, a::ImageLaterality);
-    const std::string side = ofImage == "L" || ofImage == "R" ? ofImage : Text(image, a::Laterality);
+    const std::string bodyPart = TextOf(image, a::BodyPartExamined), ofImage = TextOf(image, a::ImageLaterality);
+    const std::string side = ofImage == "L" || ofImage == "R" ? ofImage : TextOf(image, a::Laterality);
     state.SetIfAny(a::BodyPartExamined, bodyPart);
     if (!side.empty() || bodyPart.empty())
         state.Set(a::Laterality, side);
@@ -148,8 +144,8 @@ void WriteDisplayedArea(const ItemBuilder& state, const DicomDataSet& image, con
 bool ShownUntransformed(const DicomDataSet& image) {
     constexpr std::array classes = {"1.2.840.10008.5.1.4.1.1.12.1", "1.2.840.10008.5.1.4.1.1.12.2",
                                     "1.2.840.10008.5.1.4.1.1.12.3"};
-    const std::string relationship = Text(image, a::PixelIntensityRelationship);
-    return std::ranges::find(classes, Text(image, a::SopClassUid)) != classes.end() &&
+    const std::string relationship = TextOf(image, a::PixelIntensityRelationship);
+    return std::ranges::find(classes, TextOf(image, a::SopClassUid)) != classes.end() &&
            (relationship == "LOG" || relationship == "DISP");
 }
 
@@ -163,7 +159,7 @@ void WriteModalityTransform(const ItemBuilder& state, DicomDataSet& target, cons
         return;
     state.Set(a::RescaleIntercept, image.GetValue(a::RescaleIntercept));
     state.Set(a::RescaleSlope, image.GetValue(a::RescaleSlope));
-    const std::string type = Text(image, a::RescaleType);
+    const std::string type = TextOf(image, a::RescaleType);
     state.Set(a::RescaleType, type.empty() ? "US" : type);
 }
 
@@ -206,10 +202,10 @@ std::string DescriptionOf(DicomLibrary& dicom, const std::string& lutName) {
 }
 
 void RequireThatItIsOf(const DicomDataSet& state, const DicomDataSet& image) {
-    const std::string wanted = Text(image, a::SopInstanceUid);
+    const std::string wanted = TextOf(image, a::SopInstanceUid);
     for (int series = 0; const auto seriesItem = state.GetSequenceItem(a::ReferencedSeriesSequence, series); ++series)
         for (int at = 0; const auto reference = seriesItem->GetSequenceItem(a::ReferencedImageSequence, at); ++at)
-            if (Text(*reference, a::ReferencedSopInstanceUid) == wanted)
+            if (TextOf(*reference, a::ReferencedSopInstanceUid) == wanted)
                 return;
     throw Error(Fault::Missing, "PresentationState", "The presentation state is of another image");
 }
@@ -218,7 +214,7 @@ void RequireThatItIsOf(const DicomDataSet& state, const DicomDataSet& image) {
 DataSetHandle ItemFor(const DicomDataSet& state, const Attribute& sequence, const std::string& image,
                       std::int32_t frame) {
     const auto names = [&](const DicomDataSet& reference) {
-        if (Text(reference, a::ReferencedSopInstanceUid) != image)
+        if (TextOf(reference, a::ReferencedSopInstanceUid) != image)
             return false;
         for (int at = 0; at < MostFramesRead; ++at) {
             const int named = IntegerOf(reference, a::ReferencedFrameNumber, 0, at);
@@ -268,7 +264,7 @@ void ReadTable(const DicomDataSet& table, ViewParameters& view, bool& inverse) {
 } // namespace
 
 bool ShowsGreyLevels(const DicomDataSet& image) {
-    return Text(image, a::PhotometricInterpretation) == "MONOCHROME2" || IsMonochrome1(image);
+    return TextOf(image, a::PhotometricInterpretation) == "MONOCHROME2" || IsMonochrome1(image);
 }
 
 DataSetHandle MakePresentationState(DicomLibrary& dicom, const DicomDataSet& image, const Presentation& presentation,
@@ -316,20 +312,20 @@ Presentation ReadPresentationState(const DicomDataSet& state, const DicomDataSet
     ViewParameters& view = presentation.view;
     view.frame = frame;
     view.smoothed = true; // as the viewer shows any image at first
-    if (const std::string words = Text(state, a::ContentDescription); words.starts_with(LutNamePrefix))
+    if (const std::string words = TextOf(state, a::ContentDescription); words.starts_with(LutNamePrefix))
         presentation.lutName = words.substr(LutNamePrefix.size());
 
-    const std::string imageUid = Text(image, a::SopInstanceUid);
+    const std::string imageUid = TextOf(image, a::SopInstanceUid);
     if (const auto area = ItemFor(state, a::DisplayedAreaSelectionSequence, imageUid, frame))
         ReadArea(*area, view);
-    view.flipHorizontal = Text(state, a::ImageHorizontalFlip) == "Y";
+    view.flipHorizontal = TextOf(state, a::ImageHorizontalFlip) == "Y";
     const int rotation = IntegerOf(state, a::ImageRotation, 0) / QuarterTurn * QuarterTurn;
     view.rotation = WithinFullTurn(view.flipHorizontal ? -rotation : rotation);
     if (const auto window = ItemFor(state, a::SoftcopyVoiLutSequence, imageUid, frame)) {
         view.windowCenter = static_cast<float>(NumberOf(*window, a::WindowCenter).value_or(0));
         view.windowWidth = static_cast<float>(NumberOf(*window, a::WindowWidth).value_or(0));
     }
-    bool inverse = Text(state, a::PresentationLutShape) == "INVERSE";
+    bool inverse = TextOf(state, a::PresentationLutShape) == "INVERSE";
     if (const auto table = state.GetSequenceItem(a::PresentationLutSequence, 0))
         ReadTable(*table, view, inverse);
     view.inverted = inverse != IsMonochrome1(image);

@@ -18,7 +18,7 @@ std::string UnsentFolder(const Ports& ports) {
 
 /// Answers the file.
 std::string Keep(const Ports& ports, const DicomDataSet& version) {
-    std::string name = TextOf(version.GetValue(attribute::SopInstanceUid));
+    std::string name = TextOf(version, attribute::SopInstanceUid);
     std::ranges::replace_if(
         name, [](char character) { return character == '/' || character == '\\'; }, '_'); // it may be a foreign file's
     const std::string file = ports.files.CreateNew(UnsentFolder(ports), name, ".dcm");
@@ -47,7 +47,7 @@ Delivery KeepUnsent(const Ports& ports, const DicomDataSet& version, std::string
 Delivery StoreOrKeep(const Ports& ports, DicomDataSet& version, std::string_view port, std::string_view aeTitle) {
     Delivery delivery{Delivery::Fate::Stored, {}};
     // The service tells of reports alone.
-    const bool told = TextOf(version.GetValue(attribute::SopClassUid)) != GrayscalePresentationState;
+    const bool told = TextOf(version, attribute::SopClassUid) != GrayscalePresentationState;
     Trap([&] { version.StoreToNode("Localhost", port, "AE_INTERNAL", aeTitle, told); },
          [&](const Error& failure) {
              if (failure.number == static_cast<int>(DicomFault::NotSendable))

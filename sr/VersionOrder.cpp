@@ -26,7 +26,7 @@ std::vector<std::string> PredecessorsOf(const DicomDataSet& version) {
     ForEachItem(version, attribute::PredecessorDocumentsSequence, [&](const DicomDataSet& study) {
         ForEachItem(study, attribute::ReferencedSeriesSequence, [&](const DicomDataSet& series) {
             ForEachItem(series, attribute::ReferencedSopSequence, [&](const DicomDataSet& document) {
-                uids.push_back(TextOf(document.GetValue(attribute::ReferencedSopInstanceUid)));
+                uids.push_back(TextOf(document, attribute::ReferencedSopInstanceUid));
             });
         });
     });
@@ -34,7 +34,7 @@ std::vector<std::string> PredecessorsOf(const DicomDataSet& version) {
 }
 
 Version Known(const DicomDataSet& version) {
-    Version known{TextOf(version.GetValue(attribute::SopInstanceUid)), {}};
+    Version known{TextOf(version, attribute::SopInstanceUid), {}};
     const DateTime date = DateTimeOf(version.GetValue(attribute::ContentDate));
     known.written = DateTimeOf(version.GetValue(attribute::ContentTime));
     known.written.year = date.year;

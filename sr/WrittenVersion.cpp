@@ -14,15 +14,15 @@ WrittenVersion ReadVersion(const DicomDataSet& version) {
     WrittenVersion written;
     written.savers = SaversOf(version);
     // "SC" is no VR; the library answers by the element's own.
-    written.complete = TextOf(version.GetValue({attribute::CompletionFlag, "SC"})) == "COMPLETE";
+    written.complete = TextOf(version, {attribute::CompletionFlag, "SC"}) == "COMPLETE";
     const DataSetHandle reading = version.GetSequenceItem(attribute::ContentSequence, 1);
     written.coded = IsInterchange(version);
     if (!written.coded) {
         written.title.DicomObject(version.GetSequenceItem(attribute::ConceptNameCodeSequence, 0));
         const DataSetHandle title = version.GetSequenceItem(attribute::ContentSequence, 0);
-        written.title.Annotation = title ? TextOf(title->GetValue(attribute::TextValue)) : "";
+        written.title.Annotation = title ? TextOf(*title, attribute::TextValue) : "";
         if (reading)
-            written.reading = TextOf(reading->GetValue(attribute::TextValue));
+            written.reading = TextOf(*reading, attribute::TextValue);
         written.more = HoldsMoreThanAReport(version);
         return written;
     }

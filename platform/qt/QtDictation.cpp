@@ -16,7 +16,7 @@ namespace tavrel {
 namespace {
 
 /// Two hours of speech. A command that writes on and on is ended, before its text makes each key slow.
-constexpr qint64 MostBytes = 100'000;
+constexpr qint64 MostDictated = 100'000;
 constexpr qsizetype LastWords = 200; // characters of what it said on its error output
 
 } // namespace
@@ -58,7 +58,7 @@ void QtDictation::Start(std::string_view command, std::function<void(const Outco
     });
     QObject::connect(&process, &QProcess::readyReadStandardOutput, &process, [this] {
         run_->written += run_->process.readAllStandardOutput();
-        if (run_->written.size() > MostBytes)
+        if (run_->written.size() > MostDictated)
             End({{}, "it writes more than anyone can have spoken"});
     });
     QObject::connect(&process, &QProcess::readyReadStandardError, &process, [this] {

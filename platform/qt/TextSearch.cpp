@@ -8,7 +8,7 @@ namespace tavrel {
 namespace {
 
 /// What a text is compared by, and from where in the text each of its units comes.
-struct Folded {
+struct FoldedText {
     QString units;
     QList<int> origins;
 };
@@ -36,8 +36,8 @@ QString Fold(QStringView letter) {
     return folded;
 }
 
-Folded FoldAll(const QString& text) {
-    Folded all;
+FoldedText FoldAll(const QString& text) {
+    FoldedText all;
     all.units.reserve(text.size());
     all.origins.reserve(text.size());
     for (int at = 0, length = 0; at < text.size(); at += length) {

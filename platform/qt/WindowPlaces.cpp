@@ -20,10 +20,10 @@
 namespace tavrel {
 namespace {
 
-constexpr int MostPlaces = 64;       // of one account: windows times the desks at which it works
-constexpr qint64 MostBytes = 262144; // of a file that somebody else has written
-constexpr int Farthest = 32767;      // what a window system counts to
-constexpr QSize LikelyFrame(10, 37); // before a window was ever shown nobody tells what goes around it
+constexpr int MostPlaces = 64;        // of one account: windows times the desks at which it works
+constexpr qint64 MostOfFile = 262144; // of a file that somebody else has written
+constexpr int Farthest = 32767;       // what a window system counts to
+constexpr QSize LikelyFrame(10, 37);  // before a window was ever shown nobody tells what goes around it
 
 QList<QRect> Screens() {
     QList<QRect> screens;
@@ -86,7 +86,7 @@ QList<Line> LinesIn(const QString& path) {
     QList<Line> lines;
     if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly)) // a pipe would never end
         return lines;
-    for (const auto& text : QString::fromUtf8(file.read(MostBytes)).split('\n'))
+    for (const auto& text : QString::fromUtf8(file.read(MostOfFile)).split('\n'))
         if (auto line = Line::In(text))
             lines += *std::move(line);
     return lines;

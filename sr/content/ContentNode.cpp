@@ -18,7 +18,7 @@ void AppendCodeItem(DicomLibrary& dicom, DicomDataSet& dataSet, Tag sequence, st
 
 void ContentNode::DicomObject(const DataSetHandle& codeItem) {
     const auto read = [&](const Attribute& attribute) {
-        return codeItem ? TextOf(codeItem->GetValue(attribute)) : std::string();
+        return codeItem ? TextOf(*codeItem, attribute) : std::string();
     };
     Code = read(attribute::CodeValue);
     CodeScheme = read(attribute::CodingSchemeDesignator);

@@ -6,8 +6,8 @@
 namespace tavrel {
 
 void ObservationContext::DicomObject(const DataSetHandle& item) {
-    ObserverName = TextOf(item->GetValue(attribute::VerifyingObserverName));
-    ObserverOrganization = TextOf(item->GetValue(attribute::VerifyingOrganization));
+    ObserverName = TextOf(*item, attribute::VerifyingObserverName);
+    ObserverOrganization = TextOf(*item, attribute::VerifyingOrganization);
     ObservationDateTime = DateTimeOf(item->GetValue(attribute::VerificationDateTime));
 }
 

@@ -15,17 +15,13 @@
 namespace tavrel {
 namespace {
 
-std::string ValueOf(const DicomDataSet& dataSet, const Attribute& attribute) {
-    return TextOf(dataSet.GetValue(attribute));
-}
-
 /// The first code of a sequence.
 ContentNode CodeOf(const DicomDataSet& dataSet, Tag sequence) {
     ContentNode node;
     const DataSetHandle item = dataSet.GetSequenceItem(sequence, 0);
     node.DicomObject(item);
     if (item && node.Code.empty())
-        node.Code = ValueOf(*item, attribute::LongCodeValue);
+        node.Code = TextOf(*item, attribute::LongCodeValue);
     return node;
 }
 
@@ -38,11 +34,11 @@ class Evidence {
 public:
     explicit Evidence(const DicomDataSet& version) {
         ForEachItem(version, attribute::CurrentRequestedProcedureEvidenceSequence, [&](const DicomDataSet& study) {
-            const auto studyUid = ValueOf(study, attribute::StudyInstanceUid);
+            const auto studyUid = TextOf(study, attribute::StudyInstanceUid);
             ForEachItem(study, attribute::ReferencedSeriesSequence, [&](const DicomDataSet& series) {
-                const auto seriesUid = ValueOf(series, attribute::SeriesInstanceUid);
+                const auto seriesUid = TextOf(series, attribute::SeriesInstanceUid);
                 ForEachItem(series, attribute::ReferencedSopSequence, [&](const DicomDataSet& instance) {
-                    places_[ValueOf(instance, attribute::ReferencedSopInstanceUid)] = {studyUid, seriesUid};
+                    places_[TextOf(instance, attribute::ReferencedSopInstanceUid)] = {studyUid, seriesUid};
                 });
             });
         });
@@ -79,8 +75,8 @@ private:
     /// Whether the item is of this kind, under this name, without items that it cannot have.
     static bool Is(const DicomDataSet& item, std::string_view relationship, std::string_view valueType,
                    const Concept& name, int mostItems = 0) {
-        return ValueOf(item, attribute::RelationshipType) == relationship &&
-               ValueOf(item, attribute::ValueType) == valueType && name.Is(NameOf(item)) &&
+        return TextOf(item, attribute::RelationshipType) == relationship &&
+               TextOf(item, attribute::ValueType) == valueType && name.Is(NameOf(item)) &&
                item.GetSequenceItemCount(attribute::ContentSequence) <= mostItems;
     }
 
@@ -157,8 +153,7 @@ private:
     }
 
     bool TakeImage(const DicomDataSet& item) {
-        if (ValueOf(item, attribute::RelationshipType) != "CONTAINS" ||
-            ValueOf(item, attribute::ValueType) != "IMAGE" ||
+        if (TextOf(item, attribute::RelationshipType) != "CONTAINS" || TextOf(item, attribute::ValueType) != "IMAGE" ||
             item.GetSequenceItemCount(attribute::ContentSequence) != 0 ||
             item.GetSequenceItemCount(attribute::ConceptNameCodeSequence) != 0 ||
             item.GetSequenceItemCount(attribute::ReferencedSopSequence) != 1)
@@ -167,16 +162,16 @@ private:
         if (!TextOf(reference->GetValue(attribute::ReferencedFrameNumber, 1)).empty())
             return false; // several frames
         auto& image = content_.images.emplace_back();
-        image.sopClassUid = ValueOf(*reference, attribute::ReferencedSopClassUid);
-        image.sopInstanceUid = ValueOf(*reference, attribute::ReferencedSopInstanceUid);
+        image.sopClassUid = TextOf(*reference, attribute::ReferencedSopClassUid);
+        image.sopInstanceUid = TextOf(*reference, attribute::ReferencedSopInstanceUid);
         image.studyUid = evidence_.StudyOf(image.sopInstanceUid);
         image.seriesUid = evidence_.SeriesOf(image.sopInstanceUid);
-        const std::string frame = ValueOf(*reference, attribute::ReferencedFrameNumber);
+        const std::string frame = TextOf(*reference, attribute::ReferencedFrameNumber);
         std::from_chars(frame.data(), frame.data() + frame.size(), image.frame);
         image.frame = std::max(image.frame, 0);
         if (const DataSetHandle state = reference->GetSequenceItem(attribute::ReferencedSopSequence, 0)) {
-            image.presentationSopClassUid = ValueOf(*state, attribute::ReferencedSopClassUid);
-            image.presentationSopInstanceUid = ValueOf(*state, attribute::ReferencedSopInstanceUid);
+            image.presentationSopClassUid = TextOf(*state, attribute::ReferencedSopClassUid);
+            image.presentationSopInstanceUid = TextOf(*state, attribute::ReferencedSopInstanceUid);
             image.presentationSeriesUid = evidence_.SeriesOf(image.presentationSopInstanceUid);
         }
         return true;
@@ -192,8 +187,8 @@ private:
 bool IsInterchange(const DicomDataSet& version) {
     const DataSetHandle used = version.GetSequenceItem(attribute::ContentTemplateSequence, 0);
     const DataSetHandle first = version.GetSequenceItem(attribute::ContentSequence, 0);
-    return ValueOf(version, attribute::SopClassUid) == BasicTextSr && used &&
-           ValueOf(*used, attribute::TemplateIdentifier) == DiagnosticReportTemplate && first &&
+    return TextOf(version, attribute::SopClassUid) == BasicTextSr && used &&
+           TextOf(*used, attribute::TemplateIdentifier) == DiagnosticReportTemplate && first &&
            concepts::DocumentTitle.Is(NameOf(*first));
 }
 
@@ -202,17 +197,17 @@ InterchangeContent ReadInterchange(const DicomDataSet& version) {
 }
 
 std::string InterchangeText(const DicomDataSet& item) {
-    auto text = ValueOf(item, attribute::TextValue);
+    auto text = TextOf(item, attribute::TextValue);
     return text == NoText ? std::string() : text;
 }
 
 std::vector<ObservationContext> Participants(const DicomDataSet& version) {
     std::vector<ObservationContext> savers;
     ForEachItem(version, attribute::ParticipantSequence, [&](const DicomDataSet& item) {
-        if (ValueOf(item, attribute::ParticipationType) != "ENT")
+        if (TextOf(item, attribute::ParticipationType) != "ENT")
             return;
-        savers.push_back({std::string(TrimmedRight(ValueOf(item, attribute::PersonName), "^")),
-                          ValueOf(item, attribute::InstitutionName),
+        savers.push_back({std::string(TrimmedRight(TextOf(item, attribute::PersonName), "^")),
+                          TextOf(item, attribute::InstitutionName),
                           DateTimeOf(item.GetValue(attribute::ParticipationDateTime))});
     });
     return savers;

@@ -43,7 +43,7 @@ constexpr std::array HeaderAttributes = {
 };
 
 /// What the first version has besides, of the series and the equipment.
-constexpr std::array SeriesAttributes = {
+constexpr std::array SeriesHeader = {
     HeaderAttribute{attribute::Modality},
     HeaderAttribute{attribute::SeriesInstanceUid},
     HeaderAttribute{attribute::SeriesNumber},
@@ -85,7 +85,7 @@ void AppendRequest(const ItemBuilder& version, const DicomDataSet& request) {
 
 void CopyRequests(const DicomDataSet& source, Tag from, const ItemBuilder& version) {
     ForEachItem(source, from, [&](const DicomDataSet& request) { AppendRequest(version, request); });
-    if (source.GetSequenceItemCount(from) == 0 && !TextOf(source.GetValue(attribute::AccessionNumber)).empty())
+    if (source.GetSequenceItemCount(from) == 0 && !TextOf(source, attribute::AccessionNumber).empty())
         AppendRequest(version, source);
 }
 
@@ -216,7 +216,7 @@ void InterchangeVersion::AppendTo(DataSetList& versions) const {
     const DataSetHandle former = versions.Item(last);
     const ItemBuilder version(Dicom(), versions.Item(last + 1));
     CopyHeader(*former, version, HeaderAttributes);
-    CopyHeader(*former, version, SeriesAttributes);
+    CopyHeader(*former, version, SeriesHeader);
     CopyRequests(*former, attribute::ReferencedRequestSequence, version);
     CopyCodes(*former, attribute::PerformedProcedureCodeSequence, version, attribute::PerformedProcedureCodeSequence);
     for (const auto& saver : SaversOf(*former))
@@ -244,8 +244,7 @@ void InterchangeVersion::Write(const VersionContent& content, const DataSetList&
     version.SetShort(attribute::SeriesDescription, content.title.Annotation, longest::LongString);
     version.SetEmptySequence(attribute::ReferencedPerformedProcedureStepSequence);
     version.Set(attribute::Manufacturer, "Mervanti");
-    version.SetShort(attribute::InstitutionName, TextOf(written->GetValue(attribute::InstitutionName)),
-                     longest::LongString);
+    version.SetShort(attribute::InstitutionName, TextOf(*written, attribute::InstitutionName), longest::LongString);
 
     version.Set(attribute::InstanceNumber, std::to_string(earlier + 1));
     version.Set(attribute::CompletionFlag, content.approved ? "COMPLETE" : "PARTIAL");

@@ -14,15 +14,15 @@
 namespace tavrel {
 namespace {
 
-constexpr std::array<std::string_view, 3> Columns{"CodeScheme", "CodeValue", "CodeMeaning"};
+constexpr std::array<std::string_view, 3> CodeColumns{"CodeScheme", "CodeValue", "CodeMeaning"};
 constexpr std::array Longest{longest::CodeScheme, longest::CodeValue, longest::CodeMeaning};
-using Code = std::array<std::string, Columns.size()>;
+using Code = std::array<std::string, CodeColumns.size()>;
 constexpr std::size_t CodeValue = 1;
 
 class CodeFile {
 public:
     explicit CodeFile(std::string_view csv) {
-        for (const CsvRow& row : ReadCsvTable(csv, Columns))
+        for (const CsvRow& row : ReadCsvTable(csv, CodeColumns))
             Read(row);
     }
 
@@ -33,10 +33,10 @@ private:
     void Read(const CsvRow& row) {
         std::string fault = row.fault;
         Code code;
-        for (std::size_t i = 0; fault.empty() && i < Columns.size(); ++i) {
+        for (std::size_t i = 0; fault.empty() && i < CodeColumns.size(); ++i) {
             code[i] = ForCatalogue(row.fields[i]);
             if (const std::string bad = TextFault(code[i], Longest[i]); !bad.empty())
-                fault = std::string(Columns[i]) + " " + bad;
+                fault = std::string(CodeColumns[i]) + " " + bad;
         }
         // Blanks behind a code do not tell it from another one.
         code[CodeValue] = TrimmedRight(code[CodeValue]);
@@ -65,8 +65,8 @@ std::set<std::string> KnownValues(Connection& connection, const std::string& tab
 
 void Insert(Connection& connection, const std::string& table, const Code& code) {
     ColumnTexts row;
-    for (std::size_t i = 0; i < Columns.size(); ++i)
-        row.emplace_back(Columns[i], code[i]);
+    for (std::size_t i = 0; i < CodeColumns.size(); ++i)
+        row.emplace_back(CodeColumns[i], code[i]);
     InsertRow(connection, table, row);
 }
 

@@ -18,7 +18,6 @@ using schema::Column;
 using schema::Index;
 using schema::Table;
 using schema::Type;
-using Kind = SchemaFault::Kind;
 
 /// Engines keep names in letter cases of their own.
 std::string Lower(std::string_view text) {
@@ -143,8 +142,8 @@ private:
             for (const Index& index : schema::Indexes())
                 if (index.table == table.name)
                     statements.push_back(schema::CreateIndex(index));
-            return faults_.push_back(
-                {Kind::NoTable, "the catalogue lacks the table " + table.name, table.since, std::move(statements)});
+            return faults_.push_back({SchemaFault::Kind::NoTable, "the catalogue lacks the table " + table.name,
+                                      table.since, std::move(statements)});
         }
         for (const Column& column : table.columns)
             Judge(table, column);
@@ -153,26 +152,27 @@ private:
     void Judge(const Table& table, const Column& column) {
         const std::string name(column.name);
         const std::string change = "ALTER TABLE " + table.name;
-        const auto add = [&](Kind kind, const std::string& words, const std::string& statement) {
+        const auto add = [&](SchemaFault::Kind kind, const std::string& words, const std::string& statement) {
             faults_.push_back({kind, words, std::max(table.since, column.since), {}});
             if (!statement.empty())
                 faults_.back().statements = {change + statement};
         };
         const ColumnThere* there = present_.Find(table.name, column.name);
         if (!there)
-            return add(Kind::NoColumn, "table " + table.name + " lacks the column " + name,
+            return add(SchemaFault::Kind::NoColumn, "table " + table.name + " lacks the column " + name,
                        column.IdentifiesRow() ? "" : " ADD COLUMN " + name + " " + schema::TypeText(column, engine_));
         if (const std::string words = WrongType(column, *there); !words.empty())
-            add(Kind::ShortType, "the column " + name + " of table " + table.name + " " + words, RightType(column));
+            add(SchemaFault::Kind::ShortType, "the column " + name + " of table " + table.name + " " + words,
+                RightType(column));
         const bool numbered = column.type == Type::Counter && engine_ == Engine::Sqlite; // as every row is
         if (column.IdentifiesRow() && !numbered && !present_.HasIndex(table.name, column.name, true))
-            add(Kind::NoIndex, "table " + table.name + " lacks its key " + name,
+            add(SchemaFault::Kind::NoIndex, "table " + table.name + " lacks its key " + name,
                 engine_ == Engine::Sqlite ? "" : " ADD PRIMARY KEY (" + name + ")");
     }
 
     void Judge(const Index& index) {
         if (present_.HasTable(index.table) && !present_.HasIndex(index.table, index.columns, index.unique))
-            faults_.push_back({Kind::NoIndex,
+            faults_.push_back({SchemaFault::Kind::NoIndex,
                                "table " + index.table + " lacks the index " + index.name,
                                index.since,
                                {schema::CreateIndex(index)}});

@@ -43,7 +43,7 @@ constexpr int UsualPort = 10404;
 constexpr std::chrono::seconds TimeToStart{15};
 constexpr std::chrono::seconds TimeToAnswer{5};
 
-[[noreturn]] void Refuse(const std::string& words) {
+[[noreturn]] void RefuseSetup(const std::string& words) {
     throw Error(Fault::OfTheSuite, "Setup", words);
 }
 
@@ -233,7 +233,7 @@ int Setup::FreePort(int from) {
     for (int port = from; port <= HighestPort; ++port)
         if (IsFree(port))
             return port;
-    Refuse("No port from " + std::to_string(from) + " on is free");
+    RefuseSetup("No port from " + std::to_string(from) + " on is free");
 }
 
 Connection& Setup::Catalogue() {
@@ -245,7 +245,7 @@ Connection& Setup::Catalogue() {
     } catch (const Error& error) {
         if (error.number != static_cast<int>(OdbcFailure::NoDriver))
             throw;
-        Refuse(error.description + PackageOf(ValueIn(EntryInForce(std::string(DataSource)), "Driver")));
+        RefuseSetup(error.description + PackageOf(ValueIn(EntryInForce(std::string(DataSource)), "Driver")));
     }
     connection_ = std::move(connection);
     return *connection_;
@@ -256,14 +256,14 @@ void Setup::RequireNoneLost() {
     std::error_code failure;
     const bool there = fs::exists(file, failure);
     if (!file.empty() && failure)
-        Refuse("The catalogue " + file.string() + " cannot be reached: " + failure.message());
+        RefuseSetup("The catalogue " + file.string() + " cannot be reached: " + failure.message());
     if (file.empty() || !HoldsStudies(studies) ||
         (there && !CompareWithSchema(Catalogue(), DetectEngine(Catalogue())).nothingThere))
         return;
-    Refuse("The catalogue " + file.string() + " is gone or empty, but " + studies.string() +
-           " holds studies. docs/restoring.md says how it is put back from a backup. Where there is none, "
-           "\"orbenta-catalogue init\" makes an empty one and \"orbenta-catalogue check --mend --studies '" +
-           studies.string() + "'\" enters the studies");
+    RefuseSetup("The catalogue " + file.string() + " is gone or empty, but " + studies.string() +
+                " holds studies. docs/restoring.md says how it is put back from a backup. Where there is none, "
+                "\"orbenta-catalogue init\" makes an empty one and \"orbenta-catalogue check --mend --studies '" +
+                studies.string() + "'\" enters the studies");
 }
 
 bool Setup::EntryThere() const {
@@ -399,7 +399,7 @@ void Setup::FillCodes(const CodeKind& kind) {
     const CodeImport imported =
         ImportCodes(Catalogue(), std::string(kind.table), PosixFiles().ReadText(file.string()), false);
     if (!imported.faults.empty())
-        Refuse(file.string() + ", " + imported.faults.front());
+        RefuseSetup(file.string() + ", " + imported.faults.front());
 }
 
 void Setup::SetPort(int port, const std::string& aeTitle) {
@@ -411,16 +411,16 @@ void Setup::StartService() {
     using Clock = std::chrono::steady_clock;
     constexpr std::chrono::milliseconds pause{100};
     if (!PortThere())
-        Refuse("The storage service has no port; the owner of the department's catalogue gives it one with "
-               "\"orbenta-catalogue department join\"");
+        RefuseSetup("The storage service has no port; the owner of the department's catalogue gives it one with "
+                    "\"orbenta-catalogue department join\"");
     OneRowTable row(Catalogue(), "Port");
     for (;;) {
         int port = NumberOf(row.Value("Port").value_or(""));
         if (AnotherAccountHas(port)) {
             const int free = FreePort(port);
             if (InDepartment())
-                Refuse("Port " + std::to_string(port) + " is another account's; \"orbenta-catalogue port --port " +
-                       std::to_string(free) + "\" gives the storage service a free one");
+                RefuseSetup("Port " + std::to_string(port) + " is another account's; \"orbenta-catalogue port --port " +
+                            std::to_string(free) + "\" gives the storage service a free one");
             SetPort(free, row.Value("AETitle").value_or(""));
             told_(false, "another port, " + std::to_string(free) + ", as another account has " + std::to_string(port));
             port = free;
@@ -431,8 +431,8 @@ void Setup::StartService() {
         if (ServiceAnswers())
             return;
         if (!AnotherAccountHas(port))
-            Refuse("The storage service was started and does not answer on port " + std::to_string(port) + ": " +
-                   service_.LastWords());
+            RefuseSetup("The storage service was started and does not answer on port " + std::to_string(port) + ": " +
+                        service_.LastWords());
     }
 }
 

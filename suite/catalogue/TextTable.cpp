@@ -17,7 +17,7 @@
 namespace tavrel {
 namespace {
 
-constexpr std::array<std::string_view, 3> Columns{"Kind", "Name", "Body"};
+constexpr std::array<std::string_view, 3> TextColumns{"Kind", "Name", "Body"};
 /// Nobody types more to have less to type.
 constexpr std::size_t LongestShortForm = 32;
 
@@ -51,7 +51,7 @@ std::string Fault(const TextBlockRow& text) {
 class TextFile {
 public:
     explicit TextFile(std::string_view csv) {
-        for (const CsvRow& row : ReadCsvTable(csv, Columns))
+        for (const CsvRow& row : ReadCsvTable(csv, TextColumns))
             if (const std::string fault = Read(row); !fault.empty())
                 faults.push_back("line " + std::to_string(row.line) + ": " + fault);
     }

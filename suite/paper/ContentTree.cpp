@@ -16,10 +16,6 @@ namespace {
 // A tree that is deeper is no report that a person wrote, and would end the program's stack.
 constexpr int MostLevels = 64;
 
-std::string ValueOf(const DicomDataSet& item, const Attribute& attribute) {
-    return TextOf(item.GetValue(attribute));
-}
-
 std::string MeaningOf(const DicomDataSet& item, Tag sequence) {
     ContentNode code;
     code.DicomObject(item.GetSequenceItem(sequence, 0));
@@ -31,7 +27,7 @@ std::string Measured(const DicomDataSet& item) {
     if (!value)
         return "no value";
     const std::string unit = MeaningOf(*value, attribute::MeasurementUnitsCodeSequence);
-    const std::string number(Trimmed(ValueOf(*value, attribute::NumericValue)));
+    const std::string number(Trimmed(TextOf(*value, attribute::NumericValue)));
     return unit.empty() || unit == "no units" ? number : number + " " + unit;
 }
 
@@ -43,15 +39,15 @@ std::string Said(const DicomDataSet& item) {
     };
     // DICOM PS3.3, table C.17.3-7.
     constexpr std::array kinds = {
-        Kind{"TEXT", [](const DicomDataSet& each) { return ValueOf(each, attribute::TextValue); }},
+        Kind{"TEXT", [](const DicomDataSet& each) { return TextOf(each, attribute::TextValue); }},
         Kind{"NUM", Measured},
         Kind{"CODE", [](const DicomDataSet& each) { return MeaningOf(each, attribute::ConceptCodeSequence); }},
-        Kind{"DATETIME", [](const DicomDataSet& each) { return ValueOf(each, attribute::ContentItemDateTime); }},
-        Kind{"DATE", [](const DicomDataSet& each) { return ValueOf(each, attribute::ContentItemDate); }},
+        Kind{"DATETIME", [](const DicomDataSet& each) { return TextOf(each, attribute::ContentItemDateTime); }},
+        Kind{"DATE", [](const DicomDataSet& each) { return TextOf(each, attribute::ContentItemDate); }},
         Kind{"TIME",
              [](const DicomDataSet& each) { return TimeText(DateTimeOf(each.GetValue(attribute::ContentItemTime))); }},
-        Kind{"UIDREF", [](const DicomDataSet& each) { return ValueOf(each, attribute::ContentItemUid); }},
-        Kind{"PNAME", [](const DicomDataSet& each) { return WrittenName(ValueOf(each, attribute::PersonName)); }},
+        Kind{"UIDREF", [](const DicomDataSet& each) { return TextOf(each, attribute::ContentItemUid); }},
+        Kind{"PNAME", [](const DicomDataSet& each) { return WrittenName(TextOf(each, attribute::PersonName)); }},
         Kind{"COMPOSITE", [](const DicomDataSet&) { return std::string("an object"); }},
         Kind{"IMAGE", [](const DicomDataSet&) { return std::string("an image"); }},
         Kind{"WAVEFORM", [](const DicomDataSet&) { return std::string("a waveform"); }},
@@ -60,7 +56,7 @@ std::string Said(const DicomDataSet& item) {
         Kind{"TCOORD", [](const DicomDataSet&) { return std::string("a stretch of time"); }},
         Kind{"CONTAINER", [](const DicomDataSet&) { return std::string(); }},
     };
-    const std::string valueType = ValueOf(item, attribute::ValueType);
+    const std::string valueType = TextOf(item, attribute::ValueType);
     for (const auto& kind : kinds)
         if (kind.valueType == valueType)
             return kind.said(item);
@@ -84,7 +80,7 @@ private:
 
     void Take(const DicomDataSet& item, int level) {
         const std::string name = MeaningOf(item, attribute::ConceptNameCodeSequence), said = Said(item);
-        const std::string valueType = ValueOf(item, attribute::ValueType);
+        const std::string valueType = TextOf(item, attribute::ValueType);
         if (valueType == "CONTAINER" || (valueType == "TEXT" && said.find('\n') != std::string::npos)) {
             blocks_.push_back({.level = level, .caption = name, .text = said});
             ReadWithin(item, level + 1);

@@ -82,7 +82,7 @@ PrintLayout ReportVersions::Page(int number) const {
         Fail("There is no version " + std::to_string(number) + " of this report, which has " + std::to_string(Count()) +
              (Count() == 1 ? " version" : " versions"));
     const DataSetHandle version = versions_->Item(number - 1);
-    if (TextOf(version->GetValue(attribute::ValueType)) != "CONTAINER")
+    if (TextOf(*version, attribute::ValueType) != "CONTAINER")
         Fail(files_[static_cast<std::size_t>(number) - 1] + " is no structured report");
     // A file that was taken out of its report's folder still names the versions before it.
     const int known = static_cast<int>(PredecessorCount(*version)) + 1;

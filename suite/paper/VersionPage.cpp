@@ -23,7 +23,7 @@ constexpr int DeepestIndent = 8;
 constexpr std::size_t LongestOnEveryPage = 200; // characters: a damaged file must not fill each page with its name
 
 std::string ValueOf(const DicomDataSet& dataSet, const Attribute& attribute) {
-    return std::string(Trimmed(OneLine(TextOf(dataSet.GetValue(attribute)))));
+    return std::string(Trimmed(OneLine(TextOf(dataSet, attribute))));
 }
 
 std::string OnEveryPage(const std::string& text) {

@@ -15,7 +15,7 @@ enum Tag : std::uint16_t {
     MessageId = 0x0110,
     MessageIdRespondedTo = 0x0120,
     DataSetType = 0x0800,
-    Status = 0x0900,
+    AnswerStatus = 0x0900,
     ErrorComment = 0x0902,
     AffectedSopInstance = 0x1000,
 };
@@ -94,7 +94,7 @@ std::string DimseCommand::Answer(std::uint16_t status, const std::string& commen
     std::string elements =
         Element(AffectedSopClass, Padded(sopClassUid, '\0')) +
         Element(CommandField, static_cast<std::uint16_t>(static_cast<unsigned>(field) | ResponseBit)) +
-        Element(MessageIdRespondedTo, messageId) + Element(DataSetType, NoDataSet) + Element(Status, status);
+        Element(MessageIdRespondedTo, messageId) + Element(DataSetType, NoDataSet) + Element(AnswerStatus, status);
     if (!comment.empty())
         elements += Element(ErrorComment, Padded(Comment(comment), ' '));
     if (!sopInstanceUid.empty())

@@ -32,7 +32,7 @@ Texts PredecessorsOf(const SentVersion& version) {
     ForEachItem(*version.dataSet, attribute::PredecessorDocumentsSequence, [&](const DicomDataSet& study) {
         ForEachItem(study, attribute::ReferencedSeriesSequence, [&](const DicomDataSet& series) {
             ForEachItem(series, attribute::ReferencedSopSequence, [&](const DicomDataSet& each) {
-                uids.push_back(TextOf(each.GetValue(attribute::ReferencedSopInstanceUid)));
+                uids.push_back(TextOf(each, attribute::ReferencedSopInstanceUid));
             });
         });
     });

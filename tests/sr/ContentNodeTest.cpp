@@ -42,7 +42,7 @@ TEST_F(CodedContent, OfAnEmptyItemIsEmpty) {
 TEST_F(CodedContent, BecomesATextItemWithOneConceptName) {
     const DataSetHandle item = std::as_const(finding).DicomObject(dicom);
 
-    EXPECT_EQ(TextOf(item->GetValue(attribute::ValueType)), "TEXT");
+    EXPECT_EQ(TextOf(*item, attribute::ValueType), "TEXT");
     EXPECT_EQ(TextOf(item->GetValue(Attribute{attribute::TextValue, "LO"})), "small, on the left");
     ASSERT_EQ(item->GetSequenceItemCount(attribute::ConceptNameCodeSequence), 1);
     ContentNode read;
@@ -133,9 +133,9 @@ TEST_P(CodeItems, AreAppendedOrReplaced) {
     EXPECT_EQ(itemIndex, GetParam().answered);
     EXPECT_EQ(dataSet->GetSequenceItemCount(sequence), GetParam().after);
     const DataSetHandle item = dataSet->GetSequenceItem(sequence, itemIndex);
-    EXPECT_EQ(TextOf(item->GetValue(attribute::CodeValue)), "121073");
-    EXPECT_EQ(TextOf(item->GetValue(attribute::CodingSchemeDesignator)), "DCM");
-    EXPECT_EQ(TextOf(item->GetValue(attribute::CodeMeaning)), "Impression");
+    EXPECT_EQ(TextOf(*item, attribute::CodeValue), "121073");
+    EXPECT_EQ(TextOf(*item, attribute::CodingSchemeDesignator), "DCM");
+    EXPECT_EQ(TextOf(*item, attribute::CodeMeaning), "Impression");
 }
 
 INSTANTIATE_TEST_SUITE_P(, CodeItems,

@@ -40,7 +40,7 @@ protected:
     }
     ViewParameters BackAgain(const ViewParameters& view) { return BackAgain({view, {}}).view; }
     static std::string Text(const DataSetHandle& dataSet, const Attribute& attribute) {
-        return TextOf(dataSet->GetValue(attribute));
+        return TextOf(*dataSet, attribute);
     }
     static DataSetHandle AreaOf(const DataSetHandle& state) {
         return state->GetSequenceItem(attribute::DisplayedAreaSelectionSequence, 0);

@@ -28,7 +28,7 @@ protected:
     DataSetHandle VersionAt(int index) const { return document.Series()->Item(index); }
     DataSetHandle LastVersion() const { return VersionAt(document.NumVersions() - 1); }
     static std::string Text(const DataSetHandle& dataSet, const Attribute& attribute) {
-        return TextOf(dataSet->GetValue(attribute));
+        return TextOf(*dataSet, attribute);
     }
     std::string LastText(const Attribute& attribute) const { return Text(LastVersion(), attribute); }
 

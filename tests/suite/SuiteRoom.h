@@ -63,6 +63,9 @@ private:
     std::unique_ptr<Connection> catalogue_;
 };
 
+/// Names tests after the engine that they run on.
+inline constexpr auto EngineName = [](const auto& test) { return std::string(test.param); };
+
 /// Whether something listens on the port of this machine.
 bool Listens(int port);
 

@@ -430,12 +430,8 @@ TEST_P(OfDepartments, ACatalogueThatIsNoDepartmentsSaysSo) {
         EXPECT_NE(room.Tool(std::string("department ") + command).err.find("is no department's"), std::string::npos);
 }
 
-std::string NameOf(const testing::TestParamInfo<const char*>& engine) {
-    return engine.param;
-}
-
-INSTANTIATE_TEST_SUITE_P(Suite, OfDepartments, testing::Values("postgresql", "mariadb"), NameOf);
-INSTANTIATE_TEST_SUITE_P(Suite, CheckOfDepartments, testing::Values("postgresql", "mariadb"), NameOf);
+INSTANTIATE_TEST_SUITE_P(Suite, OfDepartments, testing::Values("postgresql", "mariadb"), EngineName);
+INSTANTIATE_TEST_SUITE_P(Suite, CheckOfDepartments, testing::Values("postgresql", "mariadb"), EngineName);
 
 TEST(NamesOfWorkstations, AreThoseThatEveryServerTakes) {
     for (const char* name : {"ct-1", "w", "reading_room_2"})

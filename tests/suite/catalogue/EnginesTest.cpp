@@ -257,8 +257,7 @@ TEST_P(Engines, CheckMendsRows) {
     EXPECT_EQ(room.Count("Patient"), "1");
 }
 
-INSTANTIATE_TEST_SUITE_P(Suite, Engines, testing::Values("sqlite", "postgresql", "mariadb"),
-                         [](const auto& engine) { return std::string(engine.param); });
+INSTANTIATE_TEST_SUITE_P(Suite, Engines, testing::Values("sqlite", "postgresql", "mariadb"), EngineName);
 
 } // namespace
 } // namespace tavrel

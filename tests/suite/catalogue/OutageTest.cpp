@@ -144,10 +144,8 @@ TEST_P(FormerTransaction, ThatWasCommittedIsFound) {
     EXPECT_TRUE(Judge(1));
 }
 
-INSTANTIATE_TEST_SUITE_P(Suite, ServerOutage, testing::Values("postgresql", "mariadb"),
-                         [](const auto& engine) { return std::string(engine.param); });
-INSTANTIATE_TEST_SUITE_P(Suite, FormerTransaction, testing::Values("postgresql", "mariadb"),
-                         [](const auto& engine) { return std::string(engine.param); });
+INSTANTIATE_TEST_SUITE_P(Suite, ServerOutage, testing::Values("postgresql", "mariadb"), EngineName);
+INSTANTIATE_TEST_SUITE_P(Suite, FormerTransaction, testing::Values("postgresql", "mariadb"), EngineName);
 
 } // namespace
 } // namespace tavrel

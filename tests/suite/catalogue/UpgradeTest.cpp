@@ -291,13 +291,9 @@ TEST_P(DamagedSchemas, ThatNoStatementMakesAgainAreNamed) {
     room.Tool("check --mend");
 }
 
-std::string NameOf(const testing::TestParamInfo<const char*>& engine) {
-    return engine.param;
-}
-
-INSTANTIATE_TEST_SUITE_P(Suite, Upgrades, testing::Values("sqlite", "postgresql", "mariadb"), NameOf);
-INSTANTIATE_TEST_SUITE_P(Suite, LaterCatalogue, testing::Values("sqlite", "postgresql", "mariadb"), NameOf);
-INSTANTIATE_TEST_SUITE_P(Suite, DamagedSchemas, testing::Values("sqlite", "postgresql", "mariadb"), NameOf);
+INSTANTIATE_TEST_SUITE_P(Suite, Upgrades, testing::Values("sqlite", "postgresql", "mariadb"), EngineName);
+INSTANTIATE_TEST_SUITE_P(Suite, LaterCatalogue, testing::Values("sqlite", "postgresql", "mariadb"), EngineName);
+INSTANTIATE_TEST_SUITE_P(Suite, DamagedSchemas, testing::Values("sqlite", "postgresql", "mariadb"), EngineName);
 
 } // namespace
 } // namespace tavrel

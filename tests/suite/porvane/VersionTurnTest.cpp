@@ -24,7 +24,6 @@ namespace {
 namespace fs = std::filesystem;
 using std::chrono::seconds;
 using From = VersionTurn::From;
-using Status = StoreRefusal::Status;
 using Uids = std::vector<std::string>;
 
 constexpr int Refused = -1, OfAnApprovedReport = -2;
@@ -66,7 +65,7 @@ protected:
             };
             return turn.NumberFor(folder.Path(), predecessors, from, list, taken);
         } catch (const StoreRefusal& refusal) {
-            return refusal.status == Status::ReportApproved ? OfAnApprovedReport : Refused;
+            return refusal.status == StoreRefusal::Status::ReportApproved ? OfAnApprovedReport : Refused;
         }
     }
 
