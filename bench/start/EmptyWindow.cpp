@@ -1,5 +1,6 @@
-// What a program with a window costs at least: an empty one of the editor's size, in its style and font, or one with
-// the words of its argument.
+// What a program with a window costs at least: an empty one, in the editor's style and font, or one with some words:
+//
+//     bench_empty_window WIDTH HEIGHT [WORDS]
 
 #include "platform/qt/Look.h"
 
@@ -7,13 +8,16 @@
 #include <QLabel>
 #include <QWidget>
 
+#include <cstdlib>
+
 int main(int argumentCount, char** arguments) {
     QApplication application(argumentCount, arguments);
     tavrel::Dress(tavrel::Scheme::Light);
     QWidget window;
-    window.setGeometry(100, 100, 1240, 740);
-    if (argumentCount > 1)
-        (new QLabel(arguments[1], &window))->move(20, 20);
+    if (argumentCount > 2)
+        window.resize(std::atoi(arguments[1]), std::atoi(arguments[2]));
+    if (argumentCount > 3)
+        (new QLabel(arguments[3], &window))->move(20, 20);
     window.show();
     return QApplication::exec();
 }

@@ -1,5 +1,5 @@
 // From the start of the report program, through the viewer's two calls, to the editor's drawn window, and the same of
-// a program with an empty window, and of that with a line of text in it, in turns:
+// a program with an empty window of the same size, and of that with a line of text in it, in turns:
 //
 //     bench_start EMPTY TAVREL IMAGE TURNS
 //
@@ -19,6 +19,7 @@
 #include <QEventLoop>
 #include <QFile>
 #include <QProcess>
+#include <QSize>
 #include <QStringList>
 #include <QThread>
 #include <QTimer>
@@ -60,9 +61,8 @@ public:
     Display& operator=(const Display&) = delete;
     ~Display() { xcb_disconnect(connection_); }
 
-    /// The process has a window in which something is drawn.
-    bool Draws(qint64 process) const {
-        // NOLINTNEXTLINE(readability-use-anyofallof): GCC 12 warns of the vector's end within the algorithm
+    /// The size of the process's window in which something is drawn; empty while there is none.
+    QSize Drawn(qint64 process) const {
         for (const auto window : Numbers(root_, clients_, XCB_ATOM_WINDOW))
             if (Numbers(window, pid_, XCB_ATOM_CARDINAL) == std::vector{static_cast<std::uint32_t>(process)}) {
                 const auto pixel = Taken(xcb_get_image_reply(
@@ -70,12 +70,16 @@ public:
                     nullptr));
                 if (pixel && xcb_get_image_data_length(pixel.get()) >= 4 &&
                     (*reinterpret_cast<const std::uint32_t*>(xcb_get_image_data(pixel.get())) & 0xffffff) == Background)
-                    return true;
+                    return SizeOf(window);
             }
-        return false;
+        return {};
     }
 
 private:
+    QSize SizeOf(std::uint32_t window) const {
+        const auto place = Taken(xcb_get_geometry_reply(connection_, xcb_get_geometry(connection_, window), nullptr));
+        return place ? QSize(place->width, place->height) : QSize();
+    }
     std::vector<std::uint32_t> Numbers(std::uint32_t window, std::uint32_t property, std::uint32_t type) const {
         const auto value = Taken(xcb_get_property_reply(
             connection_, xcb_get_property(connection_, 0, window, property, type, 0, 1024), nullptr));
@@ -140,27 +144,39 @@ private:
     QDBusServiceWatcher watcher_;
 };
 
-void Measure(const Display& display, const char* name, const QString& program, const QStringList& arguments) {
+struct Start {
+    QSize window;
+    double seconds;
+    qint64 bytes;
+};
+
+Start Measure(const Display& display, const QString& program, const QStringList& arguments) {
     QProcess process;
     process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     QElapsedTimer time;
     time.start();
     process.start(program, arguments);
-    while (process.state() == QProcess::Starting || !display.Draws(process.processId())) {
+    Start start{};
+    while (process.state() == QProcess::Starting || (start.window = display.Drawn(process.processId())).isEmpty()) {
         QCoreApplication::processEvents(QEventLoop::AllEvents, 1);
         if (time.elapsed() > Patience || process.state() == QProcess::NotRunning)
             throw std::runtime_error(program.toStdString() + " shows no window");
         QThread::msleep(BetweenLooks);
     }
-    const double seconds = static_cast<double>(time.nsecsElapsed()) / 1e9;
+    start.seconds = static_cast<double>(time.nsecsElapsed()) / 1e9;
     QEventLoop rest;
     QTimer::singleShot(AtRest, &rest, &QEventLoop::quit);
     rest.exec();
-    std::printf("%s\t%.6f\t%lld\n", name, seconds, ResidentBytes(process.processId()));
+    start.bytes = ResidentBytes(process.processId());
     process.kill();
     process.waitForFinished();
     while (QDBusConnection::sessionBus().interface()->isServiceRegistered("Tavrel.CTavrel"))
         QThread::msleep(1);
+    return start;
+}
+
+void Print(const char* name, const Start& start) {
+    std::printf("%s\t%.6f\t%lld\n", name, start.seconds, start.bytes);
 }
 
 } // namespace
@@ -179,10 +195,13 @@ int main(int argumentCount, char** arguments) {
         bus.registerVirtualObject("/Lumaret/Viewer", &viewer);
         bus.registerService("Lumaret.Viewer");
         const Caller caller(words[3]);
+        const auto editor = [&] { return Measure(display, words[2], {"--automation"}); };
+        const QSize size = editor().window;
+        const QStringList sizes{QString::number(size.width()), QString::number(size.height())};
         for (int turn = 0; turn < words[4].toInt(); ++turn) {
-            Measure(display, "empty", words[1], {});
-            Measure(display, "text", words[1], {"Report"});
-            Measure(display, "tavrel", words[2], {"--automation"});
+            Print("empty", Measure(display, words[1], sizes));
+            Print("text", Measure(display, words[1], sizes + QStringList{"Report"}));
+            Print("tavrel", editor());
         }
     } catch (const std::exception& error) {
         std::fprintf(stderr, "bench_start: %s\n", error.what());
