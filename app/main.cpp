@@ -40,7 +40,9 @@
 #include <QDBusConnectionInterface>
 #include <QDBusReply>
 #include <QThread>
+#include <QTimer>
 
+#include <chrono>
 #include <clocale>
 #include <cstdlib>
 #include <iostream>
@@ -51,6 +53,8 @@
 using namespace tavrel;
 
 namespace {
+
+constexpr std::chrono::seconds ConnectionAhead{5}; // who has the bus start the program calls it at once
 
 /// Where the viewer's window lies; an empty place if that is not known.
 QRect ViewerOnScreen(const QDBusConnection& bus) {
@@ -85,6 +89,8 @@ int Run(PosixProcess& process) {
     // Its driver is loaded while the bus is asked; who needs it first opens it.
     auto catalogue = std::make_unique<OdbcConnection>(patience);
     catalogue->OpenAhead(CatalogueConnectionText);
+    // A program that the viewer has started ahead may wait for hours, and its server end the connection.
+    QTimer::singleShot(ConnectionAhead, [&connection = *catalogue] { connection.LeaveAhead(); });
     global.catalogue = std::move(catalogue);
 
     frmBase codeTables(global);

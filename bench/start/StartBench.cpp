@@ -1,5 +1,7 @@
-// From the start of the report program, through the viewer's two calls, to the editor's drawn window, and the same of
-// a program with an empty window of the same size, and of that with a line of text in it, in turns:
+// How long a report takes to come up: from the viewer's first call of a program that was started ahead to the editor's
+// drawn window ("ahead"), and from the start of the program through the viewer's two calls ("tavrel"). Beside them,
+// in turns, from the start of a program with an empty window of the same size to that ("empty"), and of one with a
+// line of text in it ("text"):
 //
 //     bench_start EMPTY TAVREL IMAGE TURNS
 //
@@ -36,6 +38,7 @@
 
 namespace {
 
+constexpr auto Service = "Tavrel.CTavrel";
 constexpr qint64 Patience = 20000;             // ms
 constexpr int AtRest = 500;                    // ms
 constexpr int BetweenLooks = 1;                // ms; who looks more often takes the display's time from the program
@@ -112,22 +115,25 @@ qint64 ResidentBytes(qint64 process) {
     return 0;
 }
 
-/// Opens the report as soon as the report program is on the bus.
+/// Opens the report as soon as the report program is on the bus, or when it is told to.
 class Caller : public QObject {
 public:
     explicit Caller(QString image) : image_(std::move(image)), watcher_(Service, QDBusConnection::sessionBus()) {
-        connect(&watcher_, &QDBusServiceWatcher::serviceRegistered, this, &Caller::Create);
+        connect(&watcher_, &QDBusServiceWatcher::serviceRegistered, this, [this] {
+            if (atOnce)
+                OpenReport();
+        });
     }
-
-private:
-    static constexpr auto Service = "Tavrel.CTavrel";
-
-    void Create() {
+    void OpenReport() {
         Call("/Tavrel/CTavrel", "Tavrel.ClassFactory", "CreateInstance", {}, [this](const QDBusMessage& made) {
             Call(made.arguments().at(0).value<QDBusObjectPath>().path(), "Tavrel.CTavrel", "LoadForImgSeries",
                  {QStringList{image_}}, [](const QDBusMessage&) {});
         });
     }
+
+    bool atOnce = true;
+
+private:
     void Call(const QString& path, const QString& interface, const QString& method, const QVariantList& values,
               std::function<void(const QDBusMessage&)> then) {
         auto message = QDBusMessage::createMethodCall(Service, path, interface, method);
@@ -150,12 +156,31 @@ struct Start {
     qint64 bytes;
 };
 
-Start Measure(const Display& display, const QString& program, const QStringList& arguments) {
+void Rest() {
+    QEventLoop rest;
+    QTimer::singleShot(AtRest, &rest, &QEventLoop::quit);
+    rest.exec();
+}
+
+bool ReportProgramServes() {
+    return QDBusConnection::sessionBus().interface()->isServiceRegistered(Service);
+}
+
+/// The time runs from the start of the program or, where it is to be `called`, from that call on.
+Start Measure(const Display& display, const QString& program, const QStringList& arguments,
+              const std::function<void()>& called = {}) {
     QProcess process;
     process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     QElapsedTimer time;
     time.start();
     process.start(program, arguments);
+    if (called) {
+        while (!ReportProgramServes() && time.elapsed() < Patience)
+            QThread::msleep(1);
+        Rest();
+        time.restart();
+        called();
+    }
     Start start{};
     while (process.state() == QProcess::Starting || (start.window = display.Drawn(process.processId())).isEmpty()) {
         QCoreApplication::processEvents(QEventLoop::AllEvents, 1);
@@ -164,13 +189,11 @@ Start Measure(const Display& display, const QString& program, const QStringList&
         QThread::msleep(BetweenLooks);
     }
     start.seconds = static_cast<double>(time.nsecsElapsed()) / 1e9;
-    QEventLoop rest;
-    QTimer::singleShot(AtRest, &rest, &QEventLoop::quit);
-    rest.exec();
+    Rest();
     start.bytes = ResidentBytes(process.processId());
     process.kill();
     process.waitForFinished();
-    while (QDBusConnection::sessionBus().interface()->isServiceRegistered("Tavrel.CTavrel"))
+    while (ReportProgramServes())
         QThread::msleep(1);
     return start;
 }
@@ -194,14 +217,19 @@ int main(int argumentCount, char** arguments) {
         auto bus = QDBusConnection::sessionBus();
         bus.registerVirtualObject("/Lumaret/Viewer", &viewer);
         bus.registerService("Lumaret.Viewer");
-        const Caller caller(words[3]);
-        const auto editor = [&] { return Measure(display, words[2], {"--automation"}); };
-        const QSize size = editor().window;
+        Caller caller(words[3]);
+        const auto editor = [&](bool ahead) {
+            caller.atOnce = !ahead;
+            const auto call = [&] { caller.OpenReport(); };
+            return Measure(display, words[2], {"--automation"}, ahead ? call : std::function<void()>());
+        };
+        const QSize size = editor(false).window;
         const QStringList sizes{QString::number(size.width()), QString::number(size.height())};
         for (int turn = 0; turn < words[4].toInt(); ++turn) {
             Print("empty", Measure(display, words[1], sizes));
             Print("text", Measure(display, words[1], sizes + QStringList{"Report"}));
-            Print("tavrel", editor());
+            Print("ahead", editor(true));
+            Print("tavrel", editor(false));
         }
     } catch (const std::exception& error) {
         std::fprintf(stderr, "bench_start: %s\n", error.what());

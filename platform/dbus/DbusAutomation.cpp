@@ -84,7 +84,8 @@ bool DbusAutomation::Call::ClosesReport() const {
 }
 
 DbusAutomation::DbusAutomation(QDBusConnection bus, AutomationFactory& factory, Process& process, Program program)
-    : bus_(std::move(bus)), factory_(factory), process_(process), program_(std::move(program)) {
+    : bus_(std::move(bus)), viewers_(LumaretViewer.service, bus_, QDBusServiceWatcher::WatchForUnregistration),
+      factory_(factory), process_(process), program_(std::move(program)) {
     if (!bus_.isConnected())
         throw Error(bus_.lastError().type(), TavrelFactory.service,
                     "There is no session bus to be called on: " + bus_.lastError().message().toStdString());
@@ -92,6 +93,7 @@ DbusAutomation::DbusAutomation(QDBusConnection bus, AutomationFactory& factory, 
             &DbusAutomation::BeforeBlocking);
     bus_.connect(QString(), "/org/freedesktop/DBus/Local", "org.freedesktop.DBus.Local", "Disconnected", this,
                  SLOT(BusLost()));
+    connect(&viewers_, &QDBusServiceWatcher::serviceUnregistered, this, &DbusAutomation::ViewerGone);
     // The objects come before the name: whoever waits for the name calls them at once.
     bus_.registerVirtualObject(TavrelFactory.path, this, QDBusConnection::SubPath);
     const auto reply =
@@ -206,6 +208,11 @@ QString DbusAutomation::Create() {
 
 void DbusAutomation::BusLost() {
     busLost_ = true;
+}
+
+void DbusAutomation::ViewerGone() {
+    if (created_ == 0 && arrived_.empty() && served_.empty())
+        process_.End();
 }
 
 // What was put off (a store, a modal window, a full stack) is over by the time that the outer event

@@ -5,6 +5,7 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <QDBusServiceWatcher>
 #include <QDBusVirtualObject>
 
 #include <deque>
@@ -35,7 +36,8 @@ public:
     };
 
     /// Takes the name; an error when there is no bus or another process has the name. A program that
-    /// loses its bus is ended through `process` once no window of it is open.
+    /// loses its bus is ended through `process` once no window of it is open, and one that nobody has called, which the
+    /// viewer had started ahead, when the viewer ends.
     DbusAutomation(QDBusConnection bus, AutomationFactory& factory, Process& process, Program program);
     ~DbusAutomation() override;
 
@@ -67,8 +69,10 @@ private:
     QVariantList Run(const Call& call);
     QString Create();
     void BeforeBlocking();
+    void ViewerGone();
 
     QDBusConnection bus_;
+    QDBusServiceWatcher viewers_;
     AutomationFactory& factory_;
     Process& process_;
     Program program_;

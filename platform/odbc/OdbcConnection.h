@@ -25,6 +25,8 @@ public:
     void Open(std::string_view connectionText, std::string_view user = {}, std::string_view password = {}) override;
     /// The next `Open` with this text waits for what is begun here.
     void OpenAhead(std::string_view connectionText) { session_->OpenAhead(connectionText); }
+    /// Gives back what was begun, unless an `Open` has taken it.
+    void LeaveAhead() noexcept { session_->LeaveAhead(); }
     bool IsOpen() const override { return session_->IsOpen(); }
     void Close() override { session_->Close(); }
     void BeginTransaction() override { session_->BeginTransaction(); }

@@ -194,7 +194,7 @@ void OdbcSession::OpenAhead(std::string_view connectionText) {
 }
 
 void OdbcSession::Close() noexcept {
-    ahead_ = {};
+    LeaveAhead();
     login_ = {};
     othersBeside_ = false;
     Disconnect();

@@ -26,6 +26,8 @@ public:
     void Open(std::string_view connectionText, std::string_view user, std::string_view password);
     /// Begins what the next `Open`, with this text alone, waits for and takes the outcome of.
     void OpenAhead(std::string_view connectionText);
+    /// Gives back what was begun and not taken.
+    void LeaveAhead() noexcept { ahead_ = {}; }
     bool IsOpen() const { return handles_ != nullptr; }
     /// Frees every statement of the session; an uncommitted transaction is dropped.
     void Close() noexcept;

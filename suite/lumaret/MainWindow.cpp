@@ -190,6 +190,7 @@ void MainWindow::ConnectStudies() {
         known_.emplace(study.studyUid, study); // unless its own files have been asked
         ShowImages({}, {}, true);
         pane_->Clear();
+        tavrel_.StartAhead();
     });
     connect(studies_, &StudyPanel::ImagesChosen, this, &MainWindow::ShowImages);
     connect(studies_, &StudyPanel::DocumentChosen, this, &MainWindow::ShowDocument);

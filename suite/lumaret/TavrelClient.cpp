@@ -18,6 +18,7 @@ namespace {
 
 // A person answers a chooser or a message in his own time, and an end of the program is seen.
 constexpr int WithoutLimit = std::numeric_limits<int>::max();
+constexpr int ImagesFirst = 1000; // ms; they are drawn before the program takes a processor
 
 QDBusMessage AskStudy(const QString& owner) {
     auto question = QDBusMessage::createMethodCall(owner, TavrelReport.path, PropertiesInterface, "Get");
@@ -46,6 +47,12 @@ TavrelClient::TavrelClient(QDBusConnection bus, QObject* parent) : QObject(paren
     connect(programs_, &QDBusServiceWatcher::serviceUnregistered, this, &TavrelClient::Gone);
     bus_.connect(TavrelReport.service, TavrelReport.path, PropertiesInterface, "PropertiesChanged", this,
                  SLOT(ReportChanged(QDBusMessage)));
+    ahead_.setSingleShot(true);
+    ahead_.setInterval(ImagesFirst);
+    ahead_.callOnTimeout([this] {
+        if (owner_.isEmpty() && !wanted_)
+            bus_.asyncCall(MethodCall(MessageBus, "StartServiceByName") << TavrelFactory.service << 0U);
+    });
     AskRunningProgram();
 }
 
@@ -119,6 +126,8 @@ void TavrelClient::Gone(const QString& owner) {
         emit Said(tr("The report program ended before the report was open."));
     else if (wasOpen)
         emit Said(tr("The report was closed."));
+    if (wasOpen) // one that ends by itself would be started for ever
+        StartAhead();
 }
 
 void TavrelClient::ReportChanged(const QDBusMessage& signal) {

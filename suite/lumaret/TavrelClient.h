@@ -6,6 +6,7 @@
 #include <QDBusMessage>
 #include <QObject>
 #include <QStringList>
+#include <QTimer>
 #include <QVariant>
 
 #include <functional>
@@ -41,6 +42,10 @@ public:
     void LoadSRSeries(const QString& seriesUid, const QString& studyUid);
     void AddImage(const ReportImage& image);
     void RemoveImages();
+    /// Has the bus start the program a little later unless it runs by then, as a report may be wanted: it opens in less
+    /// than half the time. Nothing is said of what fails, which whoever wants the report hears. Once a report was
+    /// closed this goes by itself, as the program has ended with it.
+    void StartAhead() { ahead_.start(); }
 
     /// The answers to `CloseFirst`: the open report goes with what was not saved, or it stays and the
     /// wanted one is not opened.
@@ -102,6 +107,7 @@ private:
     bool closing_ = false; ///< for the wanted report
     bool tells_ = false;   ///< the program tells of which study its report is
     QString openStudy_;
+    QTimer ahead_;
 };
 
 } // namespace tavrel

@@ -11,7 +11,7 @@ from person.driver import Program, wait_until, xdotool
 from person.editor import Editor
 from person.studies import Study, as_written
 from person.viewer import Viewer
-from person.workstation import processes
+from person.workstation import processes, wait_ended
 
 
 class BesideTheReport(ViewerTest):
@@ -224,6 +224,29 @@ class TheReportProgram(BesideTheReport):
         self.viewer.wait_said("No report was opened.")
         self.assertEqual(self.viewer.title, "Lumaret")
         self.assertEqual(len(processes("tavrel")), 1)
+
+    def waiting(self):
+        """The program that the viewer has had started, and that has no window yet."""
+        [process] = wait_until(lambda: processes("tavrel"), "the report program")
+        self.assertEqual(Program("Tavrel", process=process).windows(), [])
+        return process
+
+    def test_waits_for_the_report_of_the_study_and_goes_with_the_viewer(self):
+        first = self.waiting()
+        editor = self.open_report()
+        self.assertEqual(processes("tavrel"), [first])
+        editor.close()
+        wait_ended(first)
+        second = self.waiting()
+        self.assertNotEqual(second, first)
+        self.viewer.end()
+        wait_ended(second)
+
+    def test_that_dies_while_it_waits_is_started_by_the_report(self):
+        first = self.waiting()
+        os.kill(first, signal.SIGKILL)
+        wait_ended(first)
+        self.open_report()
 
     def test_that_dies_is_said_and_the_next_report_opens(self):
         self.open_report()

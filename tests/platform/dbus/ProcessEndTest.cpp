@@ -28,6 +28,12 @@ protected:
     QDBusPendingCall CloseReport(const std::pair<QString, QString>& object) {
         return Ask(client, object.first, object.second, TavrelObjectInterface, "CloseReport");
     }
+    /// The end of a viewer as the bus tells it.
+    void EndViewer() {
+        auto viewer = bus.Connect();
+        ASSERT_TRUE(viewer.registerService(LumaretViewer.service));
+        ASSERT_TRUE(viewer.unregisterService(LumaretViewer.service));
+    }
     qint64 ProcessOf(const QString& name) { return client.interface()->servicePid(name).value(); }
 
     PrivateBus bus;
@@ -78,6 +84,20 @@ TEST_F(ProcessEnd, AProgramThatLosesItsBusEnds) {
     ASSERT_GT(process, 0);
     bus.Kill();
     EXPECT_TRUE(WaitUntil([&] { return kill(process, 0) != 0; }));
+}
+
+TEST_F(ProcessEnd, AProgramThatWasStartedAheadInVainEndsWithTheViewer) {
+    client.call(MethodCall(MessageBus, "StartServiceByName") << TavrelFactory.service << 0U);
+    ASSERT_TRUE(bus.WaitForOwner(TavrelFactory.service));
+    EndViewer();
+    EXPECT_TRUE(WaitUntil([&] { return !bus.HasOwner(TavrelFactory.service); }));
+}
+
+TEST_F(ProcessEnd, AProgramThatWasCalledOutlivesTheViewer) {
+    Create();
+    EndViewer();
+    Idle();
+    EXPECT_TRUE(bus.HasOwner(TavrelFactory.service));
 }
 
 } // namespace

@@ -1,6 +1,8 @@
 #include "platform/odbc/OdbcConnection.h"
 #include "tests/platform/odbc/EngineTest.h"
 
+#include <chrono>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -96,6 +98,25 @@ TEST_P(Connections, SeveralThreadsWriteEachOnAConnectionOfItsOwn) {
         });
     writers.clear();
     EXPECT_EQ(database.Value("SELECT Count(*) FROM Patient"), std::to_string(threads * rows));
+}
+
+TEST(BegunAhead, IsNoConnectionOfTheServerAnyMoreOnceItIsGivenBack) {
+    const TestDatabase database(TestDatabase::Engine::Postgresql);
+    const auto becomes = [&](const std::string& count) {
+        const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        const auto of = "SELECT Count(*) FROM pg_stat_activity WHERE usename = current_user";
+        while (database.Value(of) != count && std::chrono::steady_clock::now() < until)
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        return database.Value(of) == count;
+    };
+    ASSERT_TRUE(becomes("1"));
+    OdbcConnection begun{OdbcPatience{}};
+    begun.OpenAhead(database.ConnectionText());
+    ASSERT_TRUE(becomes("2"));
+    begun.LeaveAhead();
+    EXPECT_TRUE(becomes("1"));
+    begun.Open(database.ConnectionText());
+    EXPECT_NO_THROW(begun.OpenResultSet("SELECT * FROM SiteData"));
 }
 
 TEST(UnknownEntry, IsAnErrorThatNamesIt) {

@@ -168,6 +168,14 @@ TEST_F(MainWindowTest, TheOnlyStudyIsOpenedAtItsFirstSlice) {
     EXPECT_EQ(File(), "1.dcm");
 }
 
+TEST_F(MainWindowTest, AChosenStudyHasTheReportProgramStartedAhead) {
+    tavrel.Die();
+    const QString trace = bus.Folder() + "/started";
+    bus.AddService(TavrelFactory.service, "/usr/bin/touch " + trace);
+    ChooseAnotherPatient();
+    EXPECT_TRUE(WaitUntil([&] { return QFile::exists(trace); }));
+}
+
 TEST_F(MainWindowTest, KeysTurnSlicesAndStopAtTheEnds) {
     const auto press = [&](Qt::Key key) {
         QTest::keyClick(&Image(), key);

@@ -7,6 +7,7 @@
 
 #include <QDBusArgument>
 #include <QElapsedTimer>
+#include <QFile>
 
 #include <gtest/gtest.h>
 
@@ -44,6 +45,10 @@ protected:
         tavrel->willOpen = study.toStdString();
         tavrel->TellStudy();
     }
+    /// From now on the bus leaves a trace of each start of the program.
+    void WatchStarts() { bus.AddService(TavrelFactory.service, "/usr/bin/touch " + Trace()); }
+    bool Started() const { return QFile::exists(Trace()); }
+    QString Trace() const { return bus.Folder() + "/started"; }
     bool WaitFor(const QString& words) {
         return WaitUntil([&] { return said.startsWith(words); });
     }
@@ -342,6 +347,50 @@ TEST_F(TavrelClientTest, AfterAnEndTheNextReportStartsANewProgram) {
 TEST_F(TavrelClientTest, ALostBusIsSaid) {
     bus.Kill();
     Idle();
+    client.LoadSRSeries("1.2.3.2.1", Study);
+    EXPECT_TRUE(WaitFor("The report program could not be started: "));
+}
+
+TEST_F(TavrelClientTest, TheProgramIsStartedAheadWithoutAnObject) {
+    WatchStarts();
+    client.StartAhead();
+    EXPECT_TRUE(WaitUntil([&] { return Started(); }));
+    EXPECT_EQ(said, "");
+}
+
+TEST_F(TavrelClientTest, AProgramThatRunsIsNotStartedAhead) {
+    StartTelling();
+    OpenReport();
+    WatchStarts();
+    tavrel->ReleaseName(); // or the bus would know that it runs
+    client.StartAhead();
+    EXPECT_FALSE(WaitUntil([&] { return Started(); }, 1500ms));
+}
+
+TEST_F(TavrelClientTest, AfterAReportTheProgramIsStartedAheadForTheNext) {
+    StartTavrel();
+    OpenReport();
+    WatchStarts();
+    tavrel->Die();
+    EXPECT_TRUE(WaitUntil([&] { return Started(); }));
+}
+
+TEST_F(TavrelClientTest, AProgramThatEndsWithoutAReportIsNotStartedForEver) {
+    StartTelling();
+    bool ended = false;
+    QObject::connect(&client, &TavrelClient::Closed, [&] { ended = true; });
+    Idle();
+    WatchStarts();
+    tavrel->Die();
+    ASSERT_TRUE(WaitUntil([&] { return ended; }));
+    EXPECT_FALSE(WaitUntil([&] { return Started(); }, 1500ms));
+}
+
+TEST_F(TavrelClientTest, AProgramThatCannotBeStartedAheadIsNotSaidBeforeAReportIsWanted) {
+    bus.AddService(TavrelFactory.service, "/bin/false");
+    client.StartAhead();
+    Idle(1500ms);
+    EXPECT_EQ(said, "");
     client.LoadSRSeries("1.2.3.2.1", Study);
     EXPECT_TRUE(WaitFor("The report program could not be started: "));
 }
