@@ -5,13 +5,18 @@ import os
 import signal
 import subprocess
 import time
+from pathlib import Path
 
 from case import ViewerTest
 from person.driver import Program, wait_until, xdotool
 from person.editor import Editor
 from person.studies import Study, as_written
 from person.viewer import Viewer
-from person.workstation import processes, wait_ended
+from person.workstation import FOLDER, processes, wait_ended
+
+
+def has_open(process, file):
+    return any(each.resolve() == file for each in Path(f"/proc/{process}/fd").iterdir())
 
 
 class BesideTheReport(ViewerTest):
@@ -241,6 +246,14 @@ class TheReportProgram(BesideTheReport):
         self.assertNotEqual(second, first)
         self.viewer.end()
         wait_ended(second)
+
+    def test_gives_its_connection_back_while_it_waits(self):
+        waiting = self.waiting()
+        catalogue = (FOLDER / "catalogue.db").resolve()
+        wait_until(lambda: has_open(waiting, catalogue), "the catalogue to be opened ahead")
+        wait_until(lambda: not has_open(waiting, catalogue), "the catalogue to be closed")
+        self.open_report()
+        self.assertEqual(processes("tavrel"), [waiting])
 
     def test_that_dies_while_it_waits_is_started_by_the_report(self):
         first = self.waiting()
