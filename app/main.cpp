@@ -54,7 +54,7 @@ using namespace tavrel;
 
 namespace {
 
-constexpr std::chrono::seconds ConnectionAhead{5}; // who has the bus start the program calls it at once
+constexpr std::chrono::seconds ConnectionAhead{5}; // a program that is started by a call is called at once
 
 /// Where the viewer's window lies; an empty place if that is not known.
 QRect ViewerOnScreen(const QDBusConnection& bus) {

@@ -168,6 +168,12 @@ class DarkDesktop(_Served):
     def called(self, _member, _arguments):
         return GLib.Variant("(v)", (GLib.Variant("v", GLib.Variant("u", 1)),))
 
+    def tell(self):
+        """Tells the programs that run, as when a person has just chosen it."""
+        self.connection.emit_signal(None, "/org/freedesktop/portal/desktop", "org.freedesktop.portal.Settings",
+                                    "SettingChanged", GLib.Variant("(ssv)", ("org.freedesktop.appearance",
+                                                                             "color-scheme", GLib.Variant("u", 1))))
+
 
 class _SharedAccessibility(_Served):
     """Leads the programs of another bus to the workstation's accessibility bus."""

@@ -7,9 +7,11 @@ import subprocess
 import time
 from pathlib import Path
 
-from case import ViewerTest
+from bus import DarkDesktop
+from case import PICTURES, ViewerTest
 from person.driver import Program, wait_until, xdotool
 from person.editor import Editor
+from person.pictures import brightness, settled_screenshot
 from person.studies import Study, as_written
 from person.viewer import Viewer
 from person.workstation import FOLDER, processes, wait_ended
@@ -254,6 +256,17 @@ class TheReportProgram(BesideTheReport):
         wait_until(lambda: not has_open(waiting, catalogue), "the catalogue to be closed")
         self.open_report()
         self.assertEqual(processes("tavrel"), [waiting])
+
+    def test_comes_up_in_the_colours_that_the_desktop_took_while_it_waited(self):
+        self.waiting()
+        desktop = DarkDesktop()
+        self.addCleanup(desktop.leave)
+        desktop.tell()
+        editor = self.open_report()
+        picture = PICTURES / "dark-after-waiting.png"
+        settled_screenshot(picture)
+        left, top, width, _ = editor.window.box()
+        self.assertLess(brightness(picture, left, top, width, height=8), 0.35)
 
     def test_that_dies_while_it_waits_is_started_by_the_report(self):
         first = self.waiting()

@@ -7,10 +7,10 @@ import subprocess
 import time
 
 from case import PICTURES, SystemTest, ViewerTest
-from person.driver import xdotool
+from person.driver import wait_until, xdotool
 from person.pictures import display_size, screenshot
 from person.studies import Study
-from person.workstation import FOLDER, wait_ended
+from person.workstation import FOLDER, processes, wait_ended
 
 EDITOR = 720  # as narrow as it becomes
 
@@ -76,6 +76,17 @@ class BesideTheImages(ViewerTest):
                 self.assertTrue(apart(place, images), (place, images))
                 self.assertTrue(inside(place, (0, 0, self.width, self.height)), place)
                 editor.close()
+
+    def test_the_editor_that_waited_opens_on_the_screen_that_came_meanwhile(self):
+        [waiting] = wait_until(lambda: processes("tavrel"), "the report program")
+        left = self.width - EDITOR - 20
+        two_screens(self, at=left)
+        self.place_viewer(0, 0, left, self.height - 60)
+        editor = self.viewer.open_report()
+        self.assertEqual(editor.program.process, waiting)
+        place, _ = self.frames(editor)
+        self.assertTrue(inside(place, (left, 0, self.width, self.height)), place)
+        editor.close()
 
     def test_both_are_seen_and_worked_on_a_small_screen(self):
         self.place_viewer(0, 0, self.width - EDITOR - 20, self.height - 30)

@@ -376,10 +376,11 @@ TEST_F(TavrelClientTest, AfterAReportTheProgramIsStartedAheadForTheNext) {
 }
 
 TEST_F(TavrelClientTest, AProgramThatEndsWithoutAReportIsNotStartedForEver) {
-    StartTelling();
+    StartTelling("");
+    client.LoadForImgSeries({"/studies/a.dcm"}, Study);
+    ASSERT_TRUE(WaitFor("No report was opened."));
     bool ended = false;
     QObject::connect(&client, &TavrelClient::Closed, [&] { ended = true; });
-    Idle();
     WatchStarts();
     tavrel->Die();
     ASSERT_TRUE(WaitUntil([&] { return ended; }));
